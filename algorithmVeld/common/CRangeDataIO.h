@@ -1,0 +1,27 @@
+#pragma once
+
+#include "algorithmVeld/common/RangeData.h"
+#include "algorithmVeld/common/export.h"
+
+#include <string>
+
+namespace OrvaneAlgorithm
+{
+
+/// Frame files with the extension `.rge`: a versioned little-endian header, all members of a
+/// `RangeData`, and a checksum.
+class ALGORITHMVELD_API CRangeDataIO
+{
+public:
+    /// Reads a frame. A file that is missing, foreign, damaged or cut off leaves `frame` empty, and
+    /// memory is taken only for what the file really holds.
+    /// \return 0 on success; 1 the file cannot be opened; 2 it is no frame file or a newer version;
+    ///         3 it is damaged
+    static int read_rge(std::wstring const& path, RangeData& frame);
+
+    /// Writes a frame. An existing file is replaced only by a complete one.
+    /// \return 0 on success; 1 the file cannot be written
+    static int write_rge(std::wstring const& path, RangeData const& frame);
+};
+
+} // namespace OrvaneAlgorithm

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "algorithmVeld/common/BaseData.h"
+#include "algorithmVeld/common/RigidMatrix.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace OrvaneAlgorithm
+{
+
+/// Points in millimetres, with optional normals, colours and flags. A channel that is switched on
+/// has one entry for each vertex.
+class ALGORITHMVELD_API Cloud : public BaseData
+{
+public:
+    Cloud() = default;
+    Cloud(Cloud const&) = default;
+    Cloud& operator=(Cloud const&) = default;
+    ~Cloud() override = default;
+
+    int swap_out_data() override;
+    int swap_in_data() override;
+    void clear() override;
+    /// Removes the vertices whose deleted flag is set; the order of the others stays.
+    void squeeze() override;
+    void get_boundBox(Vector3f& min, Vector3f& max) const override;
+    bool is_legal() const override;
+    void repair_illegal() override;
+
+    /// Makes room for `n` vertices in every channel that is on.
+    virtual void reserve_vn(size_t n);
+    /// Changes the number of vertices; new entries are zero.
+    virtual void resize_vn(size_t n);
+    /// Replaces all positions; the channels that are on follow in length.
+    virtual void set_vCoords(std::vector<Vector3f> const& coords);
+    /// Appends a vertex, with zero entries in the channels that are on.
+    /// \return its index
+    virtual size_t add_vCoord(Vector3f const& coord);
+    /// Moves the positions and rotates the normals.
+    virtual void rigid_transformation(RigidMatrix const& motion);
+    /// Mean of the positions, summed in double; zero without vertices.
+    virtual Vector3f get_barycenter() const;
+
+    // The algorithms read these directly.
+    std::vector<Vector3f> vCoord; ///< positions
+    bool has_vNormal = false;     ///< whether `vNrv` is valid
+    std::vector<Vector3f> vNrv;   ///< unit normals
+    bool has_vColor = false;      ///< whether `vColor` is valid
+    std::vector<Vector3f> vColor; ///< colours: red, green, blue, each 0 to 1
+    bool has_vFlag = false;       ///< whether `vFlag` is valid
+    std::vector<unsigned char> vFlag; ///< bit `DELETED` marks a vertex as deleted
+
+    /// The bit of a flag channel that marks an element as deleted.
+    static constexpr unsigned char DELETED = 1;
+
+    size_t get_vn() const { return vCoord.size(); }
+    Vector3f& get_vNrv(size_t i);
+    Vector3f const& get_vNrv(size_t i) const;
+    Vector3f const& get_vColor(size_t i) const;
+
+    /// Sets or clears the deleted flag of a vertex; the flag channel has to be on.
+    void set_vDeleted(size_t i, bool deleted);
+
+    void enable_vNormal();
+    void disable_vNormal();
+    void enable_vColor();
+    void disable_vColor();
+    void enable_vFlag();
+    void disable_vFlag();
+
+protected:
+    /// For each vertex its new index, or -1 where the deleted flag is set.
+    std::vector<int> squeezed_indices() const;
+    /// Drops the entries whose new index is -1 from all channels.
+    void keep_vertices(std::vector<int> const& new_indices);
+    /// For each vertex true if its coordinates and, where they exist, its normal and colour are
+    /// finite.
+    std::vector<char> finite_vertices() const;
+};
+
+} // namespace OrvaneAlgorithm

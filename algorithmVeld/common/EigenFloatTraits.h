@@ -1,0 +1,26 @@
+#pragma once
+
+/// \file
+/// The OpenMesh configuration of the library, and the one place where OpenMesh's headers are
+/// included: `MeshIO.hh` does not compile behind `EigenVectorT.hh`.
+
+// clang-format off
+#include <OpenMesh/Core/IO/MeshIO.hh>
+#include <OpenMesh/Core/Mesh/TriMesh_ArrayKernelT.hh>
+#include <OpenMesh/Core/Geometry/EigenVectorT.hh>
+// clang-format on
+
+namespace OpenMesh
+{
+
+/// Mesh traits with Eigen's float vectors: points, normals and colours are `Eigen::Vector3f`
+/// (a colour is red, green, blue, each 0 to 1), texture coordinates are `Eigen::Vector2f`.
+struct EigenFloatTraits : public DefaultTraits
+{
+    using Point = Eigen::Vector3f;
+    using Normal = Eigen::Vector3f;
+    using Color = Eigen::Vector3f;
+    using TexCoord2D = Eigen::Vector2f;
+};
+
+} // namespace OpenMesh

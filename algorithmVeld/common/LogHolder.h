@@ -1,0 +1,88 @@
+#pragma once
+
+#include "algorithmVeld/common/export.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace OrvaneAlgorithm
+{
+
+/// What an observer is told about a step: that it starts, or that it ends.
+struct StepEvent
+{
+    std::string step;       ///< Name of the step.
+    std::string parent;     ///< Name of the enclosing step, empty at the top.
+    bool started = false;   ///< True when the step starts, false when it ends.
+    double seconds = 0.0;   ///< Duration of this lap in seconds; 0 when the step starts.
+};
+
+/// Sink of all log text and of the step timers.
+///
+/// All operations may be called from parallel regions. A sink or observer is called by one thread
+/// at a time; it must not call back into the same `LogHolder`. What it throws reaches the caller of
+/// the operation that logged.
+class ALGORITHMVELD_API LogHolder
+{
+public:
+    LogHolder();
+    ~LogHolder();
+    LogHolder(LogHolder const&) = delete;
+    LogHolder& operator=(LogHolder const&) = delete;
+
+    /// Writes finished text to the sink. The text carries its own line ends; a null pointer is
+    /// ignored.
+    void print_log(char const* text);
+
+    /// Writes formatted text to the sink. \return false if the text cannot be formatted.
+    bool LogPrintf(char const* format, ...);
+
+    /// The same for wide text, which reaches the sink as UTF-8.
+    bool LogPrintf(wchar_t const* format, ...);
+
+    /// Starts the stopwatch of a step.
+    /// \param step name of the step
+    /// \param parent name of the enclosing step, or empty for a step at the top. It need not be
+    ///        known yet.
+    void startSpecStepTimer(std::string const& step, std::string const& parent);
+
+    /// Stops the step of this name that the calling thread started last, and adds the time to its
+    /// total. A lap without a start is ignored.
+    void lapSpecStepTimer(std::string const& step);
+
+    /// Takes the host's sink. It gets each text as it is logged, lines may come in pieces.
+    /// \param sink an empty function means standard output, which is the default
+    void set_sink(std::function<void(std::string const&)> sink);
+
+    /// Takes the host's observer of step starts and ends, which is how progress is shown.
+    /// \param observer an empty function takes the observer away
+    void set_step_observer(std::function<void(StepEvent const&)> observer);
+
+    /// The steps as an indented table: name, laps, total seconds.
+    std::string report_steps() const;
+
+    /// The steps as a JSON array of `{"name", "laps", "seconds", "running", "children"}`, in the
+    /// order in which they were first started. `running` counts the laps that have not ended.
+    std::string steps_as_json() const;
+
+    /// Forgets all steps and totals.
+    void clear_steps();
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+/// The one instance that the library logs to.
+extern ALGORITHMVELD_API LogHolder gLH;
+
+/// Formats into a buffer of 512 bytes; longer text is cut off.
+/// \return the number of bytes that the whole text has, or a negative value if it cannot be formatted
+#if defined(__GNUC__)
+__attribute__((format(printf, 2, 3)))
+#endif
+ALGORITHMVELD_API int
+format_line(char (&buffer)[512], char const* format, ...);
+
+} // namespace OrvaneAlgorithm

@@ -1,0 +1,8 @@
+#include "algorithmVeld/common/ParamHolder.h"
+
+namespace OrvaneAlgorithm
+{
+
+ParamHolder gPH;
+
+} // namespace OrvaneAlgorithm

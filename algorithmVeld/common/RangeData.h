@@ -1,0 +1,83 @@
+#pragma once
+
+#include "algorithmVeld/common/Cloud.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace OrvaneAlgorithm
+{
+
+/// One frame of a scanner: points on an image grid, in the frame's own coordinates, with the pose
+/// that takes them to global coordinates.
+///
+/// Column numbers grow to the right and row numbers downwards as the sensor sees the grid, so that
+/// the corners (r, c), (r, c+1), (r+1, c+1) run against the clock about the normals.
+class ALGORITHMVELD_API RangeData : public Cloud
+{
+public:
+    /// A grid cell.
+    struct UVCoord
+    {
+        int row = 0;
+        int col = 0;
+    };
+
+    RangeData() = default;
+    RangeData(RangeData const&) = default;
+    RangeData& operator=(RangeData const&) = default;
+    ~RangeData() override = default;
+
+    int swap_out_data() override;
+    int swap_in_data() override;
+    void clear() override;
+    void squeeze() override;
+    bool is_legal() const override;
+    void repair_illegal() override;
+    void reserve_vn(size_t n) override;
+    void resize_vn(size_t n) override;
+    void set_vCoords(std::vector<Vector3f> const& coords) override;
+    size_t add_vCoord(Vector3f const& coord) override;
+    void rigid_transformation(RigidMatrix const& motion) override;
+    Vector3f get_barycenter() const override;
+
+    int grid_rows = 0;           ///< height of the grid
+    int grid_cols = 0;           ///< width of the grid
+    std::vector<UVCoord> vUV;    ///< grid cell of each vertex
+    std::vector<char> cellFlag;  ///< 1 if the cell whose top left corner is this vertex has all four
+    RigidMatrix pose;            ///< frame to global coordinates
+
+    void set_grid_size(int rows, int cols);
+    /// Appends a vertex with its grid cell. \return its index
+    size_t add_vCoord_and_vUV(Vector3f const& coord, UVCoord const& cell);
+    void set_cellFlag(size_t vertex, char flag);
+    void set_rigidMatrix(RigidMatrix const& matrix) { pose = matrix; }
+    RigidMatrix const& get_rigidMatrix() const { return pose; }
+
+    /// Position of a vertex after the pose.
+    void get_global_vCoord(size_t i, Vector3f& out) const;
+    /// Normal of a vertex, rotated by the pose.
+    Vector3f get_global_vNrv(size_t i) const;
+
+    /// Fills `map` (rows x columns) with the vertex index of each cell, -1 where there is none. A
+    /// vertex whose cell lies outside the grid is left out; of two in one cell the later stays.
+    void create_vertices_index_map(MatrixXi& map) const;
+
+    /// Lists the cells whose `cellFlag` is 1 as quads of vertex indices, (r, c), (r, c+1),
+    /// (r+1, c+1), (r+1, c), in the order of the vertices. A cell that lacks a corner is left out.
+    void convert_to_quad(MatrixXi const& map, std::vector<std::vector<int>>& quads) const;
+
+    /// Computes unit normals from the neighbours on the grid and switches their channel on. A
+    /// vertex without neighbours on both axes gets a zero normal.
+    void update_vNrv_from_grid();
+};
+
+/// Measures the mean distance between neighbours on the grid of a frame, to the right and below.
+/// \param map as `create_vertices_index_map` makes it
+/// \param mean the mean, in millimetres; 0 where there are no neighbours
+/// \param sample_count how many vertices are looked at, spread evenly; all if there are fewer
+/// \return 0 on success; 1 if the arguments do not fit or no vertex has a neighbour
+ALGORITHMVELD_API int RangeData_compute_mean_distance(RangeData const& frame, MatrixXi const& map,
+                                                      double& mean, int sample_count);
+
+} // namespace OrvaneAlgorithm

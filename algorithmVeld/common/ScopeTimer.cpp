@@ -1,0 +1,26 @@
+#include "algorithmVeld/common/ScopeTimer.h"
+
+#include <cstdio>
+
+namespace OrvaneAlgorithm
+{
+
+void CQueryPerformance::print_spend_time(char const* label) const
+{
+    std::chrono::duration<double> const elapsed = std::chrono::steady_clock::now() - start_;
+    std::printf("%s %f s\n", label, elapsed.count());
+}
+
+ScopeTimer::ScopeTimer(char const* name)
+{
+    std::snprintf(name_, sizeof name_, "%s", name);
+    std::printf("%s ......\n", name_);
+    stopwatch_.reset();
+}
+
+ScopeTimer::~ScopeTimer()
+{
+    stopwatch_.print_spend_time(name_);
+}
+
+} // namespace OrvaneAlgorithm

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+
+namespace OrvaneAlgorithm::detail
+{
+
+/// Bounds-checked element access, with the text that hosts know on every platform.
+template <typename Vector>
+auto at(Vector& vector, std::size_t i) -> decltype(vector[i])
+{
+    if (i >= vector.size())
+    {
+        throw std::out_of_range("invalid vector<T> subscript");
+    }
+    return vector[i];
+}
+
+} // namespace OrvaneAlgorithm::detail

@@ -1,0 +1,14 @@
+#pragma once
+
+/// \file
+/// `ALGORITHMVELD_API` marks what the shared library shows to its hosts. Everything else is hidden.
+
+#if defined(_WIN32)
+#if defined(algorithmVeld_EXPORTS)
+#define ALGORITHMVELD_API __declspec(dllexport)
+#else
+#define ALGORITHMVELD_API __declspec(dllimport)
+#endif
+#else
+#define ALGORITHMVELD_API __attribute__((visibility("default")))
+#endif

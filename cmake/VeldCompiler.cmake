@@ -1,0 +1,45 @@
+# Compiler settings that every target of the project shares.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+add_library(veld_compiler INTERFACE)
+if(MSVC)
+  target_compile_options(veld_compiler INTERFACE /W4 /permissive- /utf-8)
+  target_compile_definitions(veld_compiler INTERFACE _CRT_SECURE_NO_WARNINGS NOMINMAX)
+  if(VELD_WARNINGS_AS_ERRORS)
+    target_compile_options(veld_compiler INTERFACE /WX)
+  endif()
+else()
+  target_compile_options(veld_compiler INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+    # One rounding per operation, so that every machine computes the same bytes.
+    -ffp-contract=off
+    # Log lines carry the path of the source: from the project's root, wherever it was built.
+    "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
+  if(VELD_WARNINGS_AS_ERRORS)
+    target_compile_options(veld_compiler INTERFACE -Werror)
+  endif()
+endif()
+
+if(VELD_SANITIZE)
+  add_compile_options("-fsanitize=${VELD_SANITIZE}" -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options("-fsanitize=${VELD_SANITIZE}")
+endif()
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND NOT MSVC)
+  # Precompiled headers are cached too; that is what the settings are for.
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
+    CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+    "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1 ${CCACHE_PROGRAM})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(veld_compiler INTERFACE -fpch-preprocess)
+  else()
+    target_compile_options(veld_compiler INTERFACE "SHELL:-Xclang -fno-pch-timestamp")
+  endif()
+endif()

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace veld_test
+{
+
+/// The folder with real scans that the environment names, empty where it names none.
+inline std::string real_data_dir()
+{
+    char const* const directory = std::getenv("VELD_TEST_DATA");
+    return directory == nullptr ? std::string() : std::string(directory);
+}
+
+/// Path of a file in that folder, in the form "meshes_holes/lion.ply".
+inline std::string real_data(std::string const& file)
+{
+    return (std::filesystem::path(real_data_dir()) / file).string();
+}
+
+} // namespace veld_test
