@@ -24,8 +24,8 @@ public:
                              std::string const& name);
 
     /// Writes the faces around each connected set of boundary vertices to
-    /// `directory`/vertex-N-hole-region.obj, N being its first vertex. Does nothing unless logging is
-    /// on.
+    /// `directory`/vertex-N-hole-region.obj, N being its first vertex. Does nothing unless logging
+    /// is on.
     static void output_hole_region(TriMesh& mesh, std::string const& directory);
 
     /// Writes the faces within two rings of a triangle's corners, and the triangle itself, to

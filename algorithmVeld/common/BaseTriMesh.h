@@ -49,11 +49,11 @@ public:
     void rigid_transformation(RigidMatrix const& motion) override;
 
     std::vector<BaseTriFace> faces;
-    bool has_fNormal = false;             ///< whether `fNrv` is valid
-    std::vector<Vector3f> fNrv;           ///< unit normals of the faces
-    bool has_fFlag = false;               ///< whether `fFlag` is valid
-    std::vector<unsigned char> fFlag;     ///< bit `DELETED` marks a face as deleted
-    bool has_texture = false;             ///< whether the three texture members are valid
+    bool has_fNormal = false;              ///< whether `fNrv` is valid
+    std::vector<Vector3f> fNrv;            ///< unit normals of the faces
+    bool has_fFlag = false;                ///< whether `fFlag` is valid
+    std::vector<unsigned char> fFlag;      ///< bit `DELETED` marks a face as deleted
+    bool has_texture = false;              ///< whether the three texture members are valid
     Image<3, unsigned char> texture_image; ///< the atlas
     std::vector<UVCoord> texture_coords;
     std::vector<Vector3i> face_texture_ids; ///< for each face three indices into `texture_coords`

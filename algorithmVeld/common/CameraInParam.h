@@ -11,7 +11,9 @@ public:
 
     /// \param fx,fy focal lengths \param cx,cy principal point; (0, 0) is the centre of the top
     ///        left pixel
-    CameraInParam(double fx, double fy, double cx, double cy) : fx_(fx), fy_(fy), cx_(cx), cy_(cy) {}
+    CameraInParam(double fx, double fy, double cx, double cy) : fx_(fx), fy_(fy), cx_(cx), cy_(cy)
+    {
+    }
 
     double get_fx() const { return fx_; }
     double get_fy() const { return fy_; }

@@ -43,12 +43,12 @@ public:
     virtual Vector3f get_barycenter() const;
 
     // The algorithms read these directly.
-    std::vector<Vector3f> vCoord; ///< positions
-    bool has_vNormal = false;     ///< whether `vNrv` is valid
-    std::vector<Vector3f> vNrv;   ///< unit normals
-    bool has_vColor = false;      ///< whether `vColor` is valid
-    std::vector<Vector3f> vColor; ///< colours: red, green, blue, each 0 to 1
-    bool has_vFlag = false;       ///< whether `vFlag` is valid
+    std::vector<Vector3f> vCoord;     ///< positions
+    bool has_vNormal = false;         ///< whether `vNrv` is valid
+    std::vector<Vector3f> vNrv;       ///< unit normals
+    bool has_vColor = false;          ///< whether `vColor` is valid
+    std::vector<Vector3f> vColor;     ///< colours: red, green, blue, each 0 to 1
+    bool has_vFlag = false;           ///< whether `vFlag` is valid
     std::vector<unsigned char> vFlag; ///< bit `DELETED` marks a vertex as deleted
 
     /// The bit of a flag channel that marks an element as deleted.

@@ -10,7 +10,8 @@ namespace OrvaneAlgorithm
 /// Image of `N` interleaved channels of type `T`. Pixel (x, y) begins at element
 /// `(width * y + x) * N`, and y grows from the first row of memory downwards.
 ///
-/// A photograph or an atlas is an `Image<3, unsigned char>`, whose channels are blue, green and red.
+/// A photograph or an atlas is an `Image<3, unsigned char>`, whose channels are blue, green and
+/// red.
 template <int N, typename T>
 class Image
 {

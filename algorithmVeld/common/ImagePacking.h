@@ -20,10 +20,11 @@ public:
     /// \param gap pixels between neighbours, 0 or more; the rim of the whole needs none
     /// \param positions (row, column) of each rectangle's top left corner
     /// \param total_size (height, width) of the whole; zero for an empty list
-    /// \return `RET_SUCCESS`; `RET_INVALID_INPUT` for a size that is not positive, a negative gap, or
+    /// \return `RET_SUCCESS`; `RET_INVALID_INPUT` for a size that is not positive, a negative gap,
+    /// or
     ///         a total that an `int` cannot count, and then the outputs are empty and zero
-    static RetVal pack(std::vector<Vector2i> const& sizes, int gap, std::vector<Vector2i>& positions,
-                       Vector2i& total_size);
+    static RetVal pack(std::vector<Vector2i> const& sizes, int gap,
+                       std::vector<Vector2i>& positions, Vector2i& total_size);
 };
 
 } // namespace OrvaneAlgorithm

@@ -177,9 +177,9 @@ struct LogHolder::State
 
     std::size_t find_or_add(std::string const& name, std::string const& parent)
     {
-        auto const it = std::find_if(steps.begin(), steps.end(), [&](Step const& step) {
-            return step.name == name && step.parent == parent;
-        });
+        auto const it = std::find_if(steps.begin(), steps.end(),
+                                     [&](Step const& step)
+                                     { return step.name == name && step.parent == parent; });
         if (it == steps.end())
         {
             steps.push_back({name, parent, 0, 0.0, 0});
@@ -192,9 +192,9 @@ struct LogHolder::State
     bool end_lap(std::string const& name, StepEvent& event)
     {
         auto const thread = std::this_thread::get_id();
-        auto const lap = std::find_if(laps.rbegin(), laps.rend(), [&](Lap const& l) {
-            return l.thread == thread && steps[l.step].name == name;
-        });
+        auto const lap = std::find_if(laps.rbegin(), laps.rend(),
+                                      [&](Lap const& l)
+                                      { return l.thread == thread && steps[l.step].name == name; });
         if (lap == laps.rend())
         {
             return false;
@@ -253,7 +253,8 @@ bool LogHolder::LogPrintf(wchar_t const* format, ...)
         return false;
     }
     // Wide formatting tells no length beforehand, so the buffer grows until the text fits.
-    for (std::vector<wchar_t> buffer(512); buffer.size() <= (1U << 20); buffer.resize(buffer.size() * 4))
+    for (std::vector<wchar_t> buffer(512); buffer.size() <= (1U << 20);
+         buffer.resize(buffer.size() * 4))
     {
         va_list arguments;
         va_start(arguments, format);
@@ -310,7 +311,8 @@ std::string LogHolder::report_steps() const
     std::lock_guard<std::mutex> const lock(state_->steps_mutex);
     StepForest const forest(state_->steps);
     std::string report;
-    std::function<void(std::size_t, int)> const add = [&](std::size_t i, int depth) {
+    std::function<void(std::size_t, int)> const add = [&](std::size_t i, int depth)
+    {
         Step const& step = state_->steps[i];
         char numbers[64];
         std::snprintf(numbers, sizeof numbers, "%8d %12.6f s\n", step.laps, step.seconds);
@@ -335,20 +337,21 @@ std::string LogHolder::steps_as_json() const
     std::lock_guard<std::mutex> const lock(state_->steps_mutex);
     StepForest const forest(state_->steps);
     std::function<std::string(std::vector<std::size_t> const&)> const list =
-        [&](std::vector<std::size_t> const& indices) {
-            std::string json = "[";
-            for (std::size_t const i : indices)
-            {
-                Step const& step = state_->steps[i];
-                char numbers[128];
-                std::snprintf(numbers, sizeof numbers, ",\"laps\":%d,\"seconds\":%.9f,\"running\":%d",
-                              step.laps, step.seconds, step.running);
-                json += json.size() > 1 ? "," : "";
-                json += "{\"name\":" + json_string(step.name) + numbers +
-                        ",\"children\":" + list(forest.children(i)) + "}";
-            }
-            return json + "]";
-        };
+        [&](std::vector<std::size_t> const& indices)
+    {
+        std::string json = "[";
+        for (std::size_t const i : indices)
+        {
+            Step const& step = state_->steps[i];
+            char numbers[128];
+            std::snprintf(numbers, sizeof numbers, ",\"laps\":%d,\"seconds\":%.9f,\"running\":%d",
+                          step.laps, step.seconds, step.running);
+            json += json.size() > 1 ? "," : "";
+            json += "{\"name\":" + json_string(step.name) + numbers +
+                    ",\"children\":" + list(forest.children(i)) + "}";
+        }
+        return json + "]";
+    };
     return list(forest.roots());
 }
 

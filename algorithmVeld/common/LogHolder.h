@@ -12,10 +12,10 @@ namespace OrvaneAlgorithm
 /// What an observer is told about a step: that it starts, or that it ends.
 struct StepEvent
 {
-    std::string step;       ///< Name of the step.
-    std::string parent;     ///< Name of the enclosing step, empty at the top.
-    bool started = false;   ///< True when the step starts, false when it ends.
-    double seconds = 0.0;   ///< Duration of this lap in seconds; 0 when the step starts.
+    std::string step;     ///< Name of the step.
+    std::string parent;   ///< Name of the enclosing step, empty at the top.
+    bool started = false; ///< True when the step starts, false when it ends.
+    double seconds = 0.0; ///< Duration of this lap in seconds; 0 when the step starts.
 };
 
 /// Sink of all log text and of the step timers.
@@ -78,7 +78,8 @@ private:
 extern ALGORITHMVELD_API LogHolder gLH;
 
 /// Formats into a buffer of 512 bytes; longer text is cut off.
-/// \return the number of bytes that the whole text has, or a negative value if it cannot be formatted
+/// \return the number of bytes that the whole text has, or a negative value if it cannot be
+/// formatted
 #if defined(__GNUC__)
 __attribute__((format(printf, 2, 3)))
 #endif

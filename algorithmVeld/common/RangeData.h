@@ -41,11 +41,11 @@ public:
     void rigid_transformation(RigidMatrix const& motion) override;
     Vector3f get_barycenter() const override;
 
-    int grid_rows = 0;           ///< height of the grid
-    int grid_cols = 0;           ///< width of the grid
-    std::vector<UVCoord> vUV;    ///< grid cell of each vertex
-    std::vector<char> cellFlag;  ///< 1 if the cell whose top left corner is this vertex has all four
-    RigidMatrix pose;            ///< frame to global coordinates
+    int grid_rows = 0;          ///< height of the grid
+    int grid_cols = 0;          ///< width of the grid
+    std::vector<UVCoord> vUV;   ///< grid cell of each vertex
+    std::vector<char> cellFlag; ///< 1 if the cell whose top left corner is this vertex has all four
+    RigidMatrix pose;           ///< frame to global coordinates
 
     void set_grid_size(int rows, int cols);
     /// Appends a vertex with its grid cell. \return its index

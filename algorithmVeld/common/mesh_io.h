@@ -18,11 +18,11 @@ struct MeshReadReport
 };
 
 /// Reads a triangle mesh: PLY, STL, OBJ, OFF or OM, told by the extension; ascii or binary. Vertex
-/// and face order are the file's (STL, which has no vertices, gets one for each distinct position, in
-/// the order of first use). Vertex normals and colours are carried where the file has them.
+/// and face order are the file's (STL, which has no vertices, gets one for each distinct position,
+/// in the order of first use). Vertex normals and colours are carried where the file has them.
 ///
-/// A file that is missing, empty, cut off or damaged, that holds a coordinate that is not finite, an
-/// index out of range or a face that is no triangle is refused, and `mesh` is left empty.
+/// A file that is missing, empty, cut off or damaged, that holds a coordinate that is not finite,
+/// an index out of range or a face that is no triangle is refused, and `mesh` is left empty.
 /// \return true on success
 ALGORITHMVELD_API bool read_mesh(std::string const& path, TriMesh& mesh, MeshReadReport& report);
 

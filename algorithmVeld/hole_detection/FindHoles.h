@@ -26,15 +26,16 @@ public:
     /// \return always `RET_SUCCESS`
     static RetVal find_holes(TriMesh& mesh, Holes& holes, bool verbose);
 
-    /// Finds the loops whose centre lies near one of the given places, and gives one vertex of each.
-    /// \param hole_centres places to look at
-    /// \param distance the centre of a loop has to be nearer than this
-    /// \param start_verts the to-vertex of each loop's first halfedge, in the order of the loops;
+    /// Finds the loops whose centre lies near one of the given places, and gives one vertex of
+    /// each. \param hole_centres places to look at \param distance the centre of a loop has to be
+    /// nearer than this \param start_verts the to-vertex of each loop's first halfedge, in the
+    /// order of the loops;
     ///        left alone without centres
     /// \param verbose written to the log switch of `gPH`, where it stays
     /// \return `RET_SUCCESS`; `RET_INVALID_INPUT` without centres or if no loop is near
-    static RetVal find_holes(TriMesh& mesh, std::vector<Vector3f> const& hole_centres, double distance,
-                             std::vector<OpenMesh::VertexHandle>& start_verts, bool verbose);
+    static RetVal find_holes(TriMesh& mesh, std::vector<Vector3f> const& hole_centres,
+                             double distance, std::vector<OpenMesh::VertexHandle>& start_verts,
+                             bool verbose);
 
     /// Finds all holes like `FindHolesEx::find_holes`.
     /// \param holes cleared before it is filled

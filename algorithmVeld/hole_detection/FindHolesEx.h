@@ -15,8 +15,8 @@ namespace OrvaneAlgorithm
 /// `next_halfedge_handle` walks the loop; no vertex occurs twice in it. A boundary that passes a
 /// vertex twice is split there into several holes.
 ///
-/// The log lines of an operation are printed when its own `verbose` is true; `gPH` is not looked at.
-/// No mesh is changed, but for a temporary property and, in `find_marker_holes`, for normals.
+/// The log lines of an operation are printed when its own `verbose` is true; `gPH` is not looked
+/// at. No mesh is changed, but for a temporary property and, in `find_marker_holes`, for normals.
 class ALGORITHMVELD_API FindHolesEx
 {
 public:
@@ -32,7 +32,8 @@ public:
 
     /// Finds the holes whose perimeter is less than `perimeter` (in the mesh's unit, millimetres).
     /// \param holes cleared before it is filled; left alone if the mesh has no hole at all
-    /// \return `RET_SUCCESS`, also if every hole is too long; `RET_INVALID_INPUT` if there is no hole
+    /// \return `RET_SUCCESS`, also if every hole is too long; `RET_INVALID_INPUT` if there is no
+    /// hole
     static RetVal find_holes(TriMesh& mesh, double perimeter, Holes& holes, bool verbose);
 
     /// Finds the known hole with the vertex nearest to `point`; of equally near ones the first.
@@ -42,11 +43,13 @@ public:
     /// \return `RET_SUCCESS`; `RET_INVALID_INPUT` without known holes; `RET_FAILED` if none is near
     ///         enough
     static RetVal find_hole(TriMesh const& mesh, Vector3f const& point, Holes const& known_holes,
-                            double distance, std::vector<OpenMesh::VertexHandle>& hole, bool verbose);
+                            double distance, std::vector<OpenMesh::VertexHandle>& hole,
+                            bool verbose);
 
     /// Finds the hole through the boundary vertex nearest to `point`.
     /// \param distance the vertex has to be nearer than this
-    /// \param hole the hole; empty if no vertex is near, left alone if none of the near ones lies on
+    /// \param hole the hole; empty if no vertex is near, left alone if none of the near ones lies
+    /// on
     ///        a boundary
     /// \return `RET_SUCCESS`; `RET_INVALID_INPUT` if no vertex is near; `RET_FAILED` if no boundary
     ///         vertex is
@@ -62,14 +65,16 @@ public:
     /// \param use_normals whether the hole's normal has to agree with the marker's. Vertex and face
     ///        normals are then requested and computed if the mesh lacks them, and stay.
     /// \param normal_dot_thr the dot product of the two normals has to exceed this
-    /// \param holes cleared before it is filled, in the order of `find_holes`; left alone on bad input
+    /// \param holes cleared before it is filled, in the order of `find_holes`; left alone on bad
+    /// input
     ///        and if the mesh has no hole
-    /// \return `RET_SUCCESS`; `RET_INVALID_INPUT` if the numbers of points and normals differ, or if
+    /// \return `RET_SUCCESS`; `RET_INVALID_INPUT` if the numbers of points and normals differ, or
+    /// if
     ///         no hole fits
     static RetVal find_marker_holes(TriMesh& mesh, std::vector<Vector3f> const& marker_points,
-                                    std::vector<Vector3f> const& marker_normals, double hole_match_thr,
-                                    double marker_radius, bool use_normals, double normal_dot_thr,
-                                    Holes& holes, bool verbose);
+                                    std::vector<Vector3f> const& marker_normals,
+                                    double hole_match_thr, double marker_radius, bool use_normals,
+                                    double normal_dot_thr, Holes& holes, bool verbose);
 };
 
 } // namespace OrvaneAlgorithm

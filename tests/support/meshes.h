@@ -25,7 +25,8 @@ inline OpenMesh::VertexHandle vh(int i)
 }
 
 /// A mesh from points and triangles; a triangle that the mesh refuses is an error of the test.
-inline TriMesh make_mesh(std::vector<Vector3f> const& points, std::vector<Triangle> const& triangles)
+inline TriMesh make_mesh(std::vector<Vector3f> const& points,
+                         std::vector<Triangle> const& triangles)
 {
     TriMesh mesh;
     for (auto const& p : points)
@@ -64,8 +65,8 @@ inline TriMesh open_cone(int n, float height = 1.0F)
     for (int i = 0; i < n; ++i)
     {
         double const angle = 2.0 * 3.141592653589793 * i / n;
-        points.emplace_back(static_cast<float>(std::cos(angle)), static_cast<float>(std::sin(angle)),
-                            0.0F);
+        points.emplace_back(static_cast<float>(std::cos(angle)),
+                            static_cast<float>(std::sin(angle)), 0.0F);
         triangles.push_back({0, 1 + i, 1 + (i + 1) % n});
     }
     return make_mesh(points, triangles);
@@ -135,13 +136,15 @@ inline TriMesh pinched_pair()
 /// Two triangles that share one vertex only: the boundary touches itself there.
 inline TriMesh bow_tie()
 {
-    return make_mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {-1, 0, 0}, {0, -1, 0}}, {{0, 1, 2}, {0, 3, 4}});
+    return make_mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {-1, 0, 0}, {0, -1, 0}},
+                     {{0, 1, 2}, {0, 3, 4}});
 }
 
 /// A closed sphere of radius 1 around the origin: an octahedron divided `level` times.
 inline TriMesh sphere(int level)
 {
-    std::vector<Vector3f> points{{1, 0, 0}, {-1, 0, 0}, {0, 1, 0}, {0, -1, 0}, {0, 0, 1}, {0, 0, -1}};
+    std::vector<Vector3f> points{{1, 0, 0},  {-1, 0, 0}, {0, 1, 0},
+                                 {0, -1, 0}, {0, 0, 1},  {0, 0, -1}};
     std::vector<Triangle> triangles{{0, 2, 4}, {2, 1, 4}, {1, 3, 4}, {3, 0, 4},
                                     {2, 0, 5}, {1, 2, 5}, {3, 1, 5}, {0, 3, 5}};
     for (int l = 0; l < level; ++l)
@@ -155,7 +158,8 @@ inline TriMesh sphere(int level)
             middle[static_cast<std::size_t>(e.idx())] = static_cast<int>(points.size());
             points.push_back(sum.normalized());
         }
-        auto const mid = [&](int a, int b) {
+        auto const mid = [&](int a, int b)
+        {
             auto const h = edges.find_halfedge(vh(a), vh(b));
             return middle[static_cast<std::size_t>(h.edge().idx())];
         };
