@@ -20,3 +20,4 @@
 #include "algorithmVeld/common/mesh_conversion.h"
 #include "algorithmVeld/common/mesh_io.h"
 #include "algorithmVeld/common/random_selection.h"
+#include "algorithmVeld/common/solver.h"
