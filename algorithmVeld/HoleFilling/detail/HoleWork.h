@@ -1,0 +1,18 @@
+#pragma once
+
+#include "algorithmVeld/HoleFilling/OpenHole.h"
+#include "algorithmVeld/HoleFilling/detail/HoleSubMesh.h"
+
+#include <optional>
+
+namespace OrvaneAlgorithm::detail
+{
+
+/// One hole on its way through the stages: its sub-mesh, and why it was given up, if it was.
+struct HoleWork
+{
+    HoleSubMesh sub;
+    std::optional<OpenReason> open;
+};
+
+} // namespace OrvaneAlgorithm::detail
