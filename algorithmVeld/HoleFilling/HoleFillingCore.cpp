@@ -14,14 +14,10 @@
 namespace OrvaneAlgorithm
 {
 
+using detail::log;
+
 namespace
 {
-
-template <typename... Arguments>
-void log(char const* format, Arguments... arguments)
-{
-    detail::log_line(gPH.log_enabled, format, arguments...);
-}
 
 /// Adds a property to the mesh with the same value on every element.
 template <typename Handle, typename Value>
@@ -52,12 +48,39 @@ void update_normals(TriMesh& mesh)
                               [&](std::ptrdiff_t i)
                               {
                                   OpenMesh::FaceHandle const face(static_cast<int>(i));
-                                  if (!mesh.status(face).deleted())
+                                  if (!detail::is_deleted(mesh, face))
                                   {
                                       mesh.set_normal(face, mesh.calc_face_normal(face));
                                   }
                               });
     mesh.update_vertex_normals();
+}
+
+/// Writes faces and their vertices as text OBJ. \return false if the file cannot be written
+bool write_faces(TriMesh const& mesh, std::vector<OpenMesh::FaceHandle> const& faces,
+                 char const* path)
+{
+    auto const vertices = detail::vertices_of(mesh, faces);
+    detail::ObjText file(path);
+    file.vertex_count(static_cast<int>(vertices.size()));
+    std::map<int, int> numbers;
+    for (auto const vertex : vertices)
+    {
+        numbers.emplace(vertex.idx(), static_cast<int>(numbers.size()) + 1);
+        file.vertex(mesh.point(vertex));
+    }
+    file.triangle_count(static_cast<int>(faces.size()));
+    for (auto const face : faces)
+    {
+        std::vector<int> corners;
+        for (auto const vertex : mesh.fv_range(face))
+        {
+            corners.push_back(numbers[vertex.idx()]);
+        }
+        file.triangle(detail::at(corners, 0), detail::at(corners, 1), detail::at(corners, 2));
+    }
+    file.end_of_file();
+    return file.close();
 }
 
 } // namespace
@@ -98,11 +121,13 @@ RetVal HoleFillingCore::fill_holes_core(TriMesh& mesh,
     return RET_SUCCESS;
 }
 
-RetVal HoleFillingCore::fill_holes_core_ex(
-    TriMesh& mesh, std::vector<std::vector<VertexHandle>> const& holes,
-    std::vector<bool>& hole_filled, int rings, std::vector<std::vector<FaceHandle>>& new_faces,
-    std::vector<std::vector<VertexHandle>>& new_verts,
-    std::vector<std::vector<VertexHandle>>& patch_verts, bool verbose)
+RetVal HoleFillingCore::fill_holes_core_ex(TriMesh& mesh,
+                                           std::vector<std::vector<VertexHandle>> const& holes,
+                                           std::vector<bool>& hole_filled, int rings,
+                                           std::vector<std::vector<FaceHandle>>& new_faces,
+                                           std::vector<std::vector<VertexHandle>>& new_verts,
+                                           std::vector<std::vector<VertexHandle>>& patch_verts,
+                                           bool verbose)
 {
     RetVal const result =
         fill_holes_core(mesh, holes, rings, new_faces, new_verts, patch_verts, verbose);
@@ -138,13 +163,10 @@ RetVal HoleFillingCore::fill_single_hole_core(TriMesh& mesh, std::vector<VertexH
     return RET_SUCCESS;
 }
 
-RetVal HoleFillingCore::fill_single_hole_core_ex(TriMesh& mesh,
-                                                 std::vector<VertexHandle> const& hole,
-                                                 bool& filled, int rings,
-                                                 std::vector<FaceHandle>& new_faces,
-                                                 std::vector<VertexHandle>& new_verts,
-                                                 std::vector<VertexHandle>& patch_verts,
-                                                 bool verbose)
+RetVal HoleFillingCore::fill_single_hole_core_ex(
+    TriMesh& mesh, std::vector<VertexHandle> const& hole, bool& filled, int rings,
+    std::vector<FaceHandle>& new_faces, std::vector<VertexHandle>& new_verts,
+    std::vector<VertexHandle>& patch_verts, bool verbose)
 {
     RetVal const result =
         fill_single_hole_core(mesh, hole, rings, new_faces, new_verts, patch_verts, verbose);
@@ -274,8 +296,11 @@ void HoleFillingCore::find_holes_region()
                               [&](std::ptrdiff_t i)
                               {
                                   VertexHandle const vertex(static_cast<int>(i));
-                                  mesh_->property(vert_edge_len_prop_, vertex) =
-                                      mean_edge_length(*mesh_, vertex);
+                                  if (!detail::is_deleted(*mesh_, vertex))
+                                  {
+                                      mesh_->property(vert_edge_len_prop_, vertex) =
+                                          mean_edge_length(*mesh_, vertex);
+                                  }
                               });
     regions_.clear();
     for (auto const& hole : holes_)
@@ -394,6 +419,28 @@ void HoleFillingCore::show_mesh_info()
     log("  verts unchange:            %8d\n", old_verts);
     log("  check:                     %8d + %d + %d = %d\n\n", new_verts, region_verts, old_verts,
         new_verts + region_verts + old_verts);
+}
+
+void HoleFillingCore::save_mesh(std::string const& name)
+{
+    char path[512];
+    format_line(path, "%s/%s", gPH.result_dir.c_str(), name.c_str());
+    detail::dump_mesh(*mesh_, path, "save-mesh");
+}
+
+void HoleFillingCore::save_holes()
+{
+    log("save_holes() ..\n");
+    for (std::size_t i = 0; i < regions_.size(); ++i)
+    {
+        log("  hole-%04d ..\n", static_cast<int>(i));
+        char path[512];
+        format_line(path, "%s/hole-%04d-sub-mesh.obj", gPH.result_dir.c_str(), static_cast<int>(i));
+        if (!write_faces(*mesh_, regions_[i], path))
+        {
+            log("  fail to write '%s'.\n", path);
+        }
+    }
 }
 
 } // namespace OrvaneAlgorithm

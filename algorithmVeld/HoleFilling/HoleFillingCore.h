@@ -1,16 +1,25 @@
 #pragma once
 
+#include "algorithmVeld/HoleFilling/OpenHole.h"
 #include "algorithmVeld/common/RetVal.h"
 #include "algorithmVeld/common/TriMesh.h"
 #include "algorithmVeld/common/export.h"
 
 #include <Eigen/Sparse>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace OrvaneAlgorithm
 {
+
+namespace detail
+{
+struct HoleSubMesh;
+struct HoleWork;
+class PatchNeighbourhood;
+} // namespace detail
 
 /// Fills given holes of a mesh with a triangulated, refined and faired surface.
 ///
@@ -74,6 +83,9 @@ public:
                                     bool& filled, int rings, std::vector<FaceHandle>& new_faces,
                                     std::vector<VertexHandle>& new_verts,
                                     std::vector<VertexHandle>& patch_verts, bool verbose);
+
+    /// The holes of the last run that stayed open, as they were given, and why.
+    std::vector<OpenHole> const& open_holes() const { return open_holes_; }
 
     /// @}
     /// \name Settings
@@ -264,6 +276,34 @@ protected:
     int fairing_verts_thr_ = 20000;                  ///< Largest system of the fairing.
     int fairing_min_verts_thr_ = 5;                  ///< Smallest system of the fairing.
     bool enable_file_saving_ = false;                ///< With logging on, write debug meshes.
+
+private:
+    void begin_run(TriMesh& mesh, std::size_t n_holes, int rings);
+    void add_run_properties();
+    void fair_patches();
+
+    void create_sub_mesh(std::size_t hole, detail::HoleWork& work) const;
+    void triangulate_hole(std::size_t hole, detail::HoleWork& work) const;
+    void refine_hole(std::size_t hole, detail::HoleWork& work) const;
+    void merge_holes(std::vector<detail::HoleWork>& works);
+    void reserve_for(std::vector<detail::HoleWork> const& works);
+    void merge_vertices(int hole, detail::HoleSubMesh& sub);
+    bool merge_faces(int hole, detail::HoleSubMesh const& sub);
+    std::vector<VertexHandle> loop_vertices(std::size_t hole) const;
+    void dump_sub_mesh(std::size_t hole, detail::HoleWork const& work, char const* pattern,
+                       char const* step) const;
+
+    bool is_movable(VertexHandle vertex) const;
+    bool gather_patch(VertexHandle first, int patch, std::vector<VertexHandle>& members);
+    void fair(int order);
+    std::vector<Vector3f> faired_points(std::vector<VertexHandle> const& patch, int order) const;
+    bool has_solvable_size(std::size_t vertices, int order) const;
+    detail::PatchNeighbourhood neighbourhood(std::vector<VertexHandle> const& patch,
+                                             int order) const;
+    float edge_weight(VertexHandle from, VertexHandle to) const;
+    void check(int order, char const* format);
+
+    std::vector<OpenHole> open_holes_;
 };
 
 } // namespace OrvaneAlgorithm

@@ -8,17 +8,15 @@
 #include "algorithmVeld/common/detail/MeshDump.h"
 #include "algorithmVeld/common/detail/ParallelFor.h"
 
+#include <algorithm>
+
 namespace OrvaneAlgorithm
 {
 
+using detail::log;
+
 namespace
 {
-
-template <typename... Arguments>
-void log(char const* format, Arguments... arguments)
-{
-    detail::log_line(gPH.log_enabled, format, arguments...);
-}
 
 /// Runs a stage for each hole. The large holes come one after the other, each with all threads for
 /// itself; the others side by side.
@@ -39,8 +37,8 @@ void for_each_hole(std::vector<std::vector<OpenMesh::HalfedgeHandle>> const& hol
             stage(i);
         }
     }
-    detail::parallel_for_uneven(static_cast<std::ptrdiff_t>(small.size()),
-                                [&](std::ptrdiff_t k) { stage(small[static_cast<std::size_t>(k)]); });
+    detail::parallel_for_uneven(static_cast<std::ptrdiff_t>(small.size()), [&](std::ptrdiff_t k)
+                                { stage(small[static_cast<std::size_t>(k)]); });
 }
 
 /// Whether each halfedge has a face on its other side.
@@ -99,26 +97,25 @@ void HoleFillingCore::create_sub_mesh(std::size_t hole, detail::HoleWork& work) 
     auto const vertices = detail::vertices_of(*mesh_, regions_[hole]);
     if (vertices.size() < 3)
     {
-        log("  !!!abnormal: hole[%d] with %d vertices.\n", index, static_cast<int>(vertices.size()));
+        log("  !!!abnormal: hole[%d] with %d vertices.\n", index,
+            static_cast<int>(vertices.size()));
         work.open = OpenReason::NOT_A_BOUNDARY;
         return;
     }
-    switch (
-        detail::make_sub_mesh(*mesh_, vertices, regions_[hole], vert_edge_len_prop_, work.sub))
+    auto const refused =
+        detail::make_sub_mesh(*mesh_, vertices, regions_[hole], vert_edge_len_prop_, work.sub);
+    for (int i = 0; i < refused.vertices; ++i)
     {
-    case detail::SubMeshResult::VERTEX_REFUSED:
         log("  !!!fail to add vert [%s (%d)]\n", __FILE__, __LINE__);
         work.open = OpenReason::BOUNDARY_TANGLED;
-        break;
-    case detail::SubMeshResult::FACE_REFUSED:
+    }
+    for (int i = 0; i < refused.faces; ++i)
+    {
         log("  !!!fail to add face [%s (%d)]\n", __FILE__, __LINE__);
         work.open = OpenReason::BOUNDARY_TANGLED;
-        break;
-    case detail::SubMeshResult::COMPLETE:
-        break;
     }
-    dump_sub_mesh(hole, work, "", "save-step-0-hole-mesh");
-    if (!detail::map_loop(*mesh_, holes_[hole], vertices, work.sub))
+    dump_sub_mesh(hole, work, "%s/extracted-hole-%04d-sub-mesh.stl", "save-step-0-hole-mesh");
+    if (!detail::map_loop(*mesh_, holes_[hole], work.sub))
     {
         log("  !!!fail to find exact boundary halfedges of hole[%d].\n", index);
         work.open = OpenReason::BOUNDARY_TANGLED;
@@ -140,10 +137,11 @@ void HoleFillingCore::triangulate_hole(std::size_t hole, detail::HoleWork& work)
     if (!filled)
     {
         log("  !!!fail to fill hole [%6d] with ( %d ) vertices.\n", index, vertices);
-        work.open = has_neighbours ? OpenReason::FOLDS : OpenReason::NOT_A_BOUNDARY;
+        work.open = has_neighbours ? OpenReason::FOLDS_TOO_SHARPLY : OpenReason::NOT_A_BOUNDARY;
         return;
     }
-    dump_sub_mesh(hole, work, "-step-1-filled", "save-step-1-filled-mesh");
+    dump_sub_mesh(hole, work, "%s/extracted-hole-%04d-sub-mesh-step-1-filled.stl",
+                  "save-step-1-filled-mesh");
 }
 
 void HoleFillingCore::refine_hole(std::size_t hole, detail::HoleWork& work) const
@@ -155,16 +153,17 @@ void HoleFillingCore::refine_hole(std::size_t hole, detail::HoleWork& work) cons
     int const index = static_cast<int>(hole);
     auto& sub = work.sub;
     log("  start hole_refinement( %d ) ..\n", index);
-    bool const refined = hole_refinement_ex(sub.mesh, sub.face_new, sub.vert_new,
-                                            sub.vert_boundary, sub.vert_edge_len);
+    bool const refined = hole_refinement_ex(sub.mesh, sub.face_new, sub.vert_new, sub.vert_boundary,
+                                            sub.vert_edge_len);
     log("  hole_refinement( %6d ) done.\n", index);
     if (!refined)
     {
         log("  fail to refine hole [%6d].\n", index);
-        work.open = OpenReason::FOLDS;
+        work.open = OpenReason::FOLDS_TOO_SHARPLY;
         return;
     }
-    dump_sub_mesh(hole, work, "-step-2-refined", "save-step-2-refined-mesh");
+    dump_sub_mesh(hole, work, "%s/extracted-hole-%04d-sub-mesh-step-2-refined.stl",
+                  "save-step-2-refined-mesh");
 }
 
 void HoleFillingCore::merge_holes(std::vector<detail::HoleWork>& works)
@@ -202,7 +201,8 @@ void HoleFillingCore::reserve_for(std::vector<detail::HoleWork> const& works)
         {
             auto const& vert_new = sub.mesh.property(sub.vert_new).data_vector();
             auto const& face_new = sub.mesh.property(sub.face_new).data_vector();
-            vertices += static_cast<std::size_t>(std::count(vert_new.begin(), vert_new.end(), true));
+            vertices +=
+                static_cast<std::size_t>(std::count(vert_new.begin(), vert_new.end(), true));
             faces += static_cast<std::size_t>(std::count(face_new.begin(), face_new.end(), true));
             edges += sub.mesh.n_edges() - std::min(sub.mesh.n_edges(), sub.old_edges);
         }
@@ -226,7 +226,6 @@ void HoleFillingCore::merge_vertices(int hole, detail::HoleSubMesh& sub)
         }
         mesh_->property(vert_new_prop_, added) = true;
         mesh_->property(vert_hole_prop_, added) = hole;
-        mesh_->property(vert_region_prop_, added) = false;
         sub.mesh.property(sub.vert_origin, vertex) = added;
     }
 }
@@ -260,7 +259,6 @@ bool HoleFillingCore::merge_faces(int hole, detail::HoleSubMesh const& sub)
         }
         mesh_->property(face_new_prop_, added) = true;
         mesh_->property(face_hole_prop_, added) = hole;
-        mesh_->property(face_region_prop_, added) = false;
     }
     return complete;
 }
@@ -276,13 +274,12 @@ std::vector<OpenMesh::VertexHandle> HoleFillingCore::loop_vertices(std::size_t h
 }
 
 void HoleFillingCore::dump_sub_mesh(std::size_t hole, detail::HoleWork const& work,
-                                    char const* suffix, char const* step) const
+                                    char const* pattern, char const* step) const
 {
     if (gPH.log_enabled && enable_file_saving_)
     {
         char path[512];
-        format_line(path, "%s/extracted-hole-%04d-sub-mesh%s.stl", gPH.result_dir.c_str(),
-                    static_cast<int>(hole), suffix);
+        format_line(path, pattern, gPH.result_dir.c_str(), static_cast<int>(hole));
         detail::dump_mesh(work.sub.mesh, path, step);
     }
 }

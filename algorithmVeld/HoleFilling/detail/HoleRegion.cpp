@@ -24,7 +24,10 @@ Vector3f centroid_of(TriMesh const& mesh, OpenMesh::FaceHandle face)
 } // namespace
 
 HoleRegionGrowth::HoleRegionGrowth(TriMesh& mesh)
-    : mesh_(mesh), visited_(mesh, "<fprop>"), ring_(mesh, "<fprop>"), length_(mesh, "<fprop>"),
+    : mesh_(mesh),
+      visited_(mesh, "<fprop>"),
+      ring_(mesh, "<fprop>"),
+      length_(mesh, "<fprop>"),
       centroid_(mesh, "<fprop>")
 {
     visited_.data().assign(mesh.n_faces(), false);
@@ -35,7 +38,10 @@ HoleRegionGrowth::HoleRegionGrowth(TriMesh& mesh)
                       [&](std::ptrdiff_t i)
                       {
                           OpenMesh::FaceHandle const face(static_cast<int>(i));
-                          centroids[static_cast<std::size_t>(i)] = centroid_of(mesh, face);
+                          if (!is_deleted(mesh, face))
+                          {
+                              centroids[static_cast<std::size_t>(i)] = centroid_of(mesh, face);
+                          }
                       });
 }
 
@@ -81,9 +87,9 @@ void HoleRegionGrowth::visit_neighbours(OpenMesh::FaceHandle face, int max_ring,
         }
         auto& ring = mesh_.property(ring_.handle(), other);
         auto& path = mesh_.property(length_.handle(), other);
-        float const step = (mesh_.property(centroid_.handle(), face) -
-                            mesh_.property(centroid_.handle(), other))
-                               .norm();
+        float const step =
+            (mesh_.property(centroid_.handle(), face) - mesh_.property(centroid_.handle(), other))
+                .norm();
         if (next_ring < ring)
         {
             ring = next_ring;

@@ -2,27 +2,14 @@
 
 #include "algorithmVeld/common/detail/AddFace.h"
 
-#include <unordered_map>
+#include <array>
+#include <unordered_set>
 
 namespace OrvaneAlgorithm::detail
 {
 
 namespace
 {
-
-using VertexMap = std::unordered_map<int, OpenMesh::VertexHandle>;
-
-/// From the handles of the main mesh to those of the copy, which are numbered in order.
-VertexMap number_vertices(std::vector<OpenMesh::VertexHandle> const& vertices)
-{
-    VertexMap map;
-    map.reserve(vertices.size());
-    for (std::size_t i = 0; i < vertices.size(); ++i)
-    {
-        map.emplace(vertices[i].idx(), OpenMesh::VertexHandle(static_cast<int>(i)));
-    }
-    return map;
-}
 
 void add_channels(TriMesh const& mesh, HoleSubMesh& sub)
 {
@@ -61,6 +48,7 @@ bool copy_vertex(TriMesh const& mesh, OpenMesh::VertexHandle origin,
     {
         sub.mesh.set_normal(copy, mesh.normal(origin));
     }
+    sub.copies.emplace(origin.idx(), copy);
     sub.mesh.property(sub.vert_origin, copy) = origin;
     sub.mesh.property(sub.vert_new, copy) = false;
     sub.mesh.property(sub.vert_boundary, copy) = false;
@@ -68,14 +56,19 @@ bool copy_vertex(TriMesh const& mesh, OpenMesh::VertexHandle origin,
     return true;
 }
 
-bool copy_face(TriMesh const& mesh, OpenMesh::FaceHandle face, VertexMap const& copies,
-               HoleSubMesh& sub)
+OpenMesh::VertexHandle copy_of(HoleSubMesh const& sub, OpenMesh::VertexHandle origin)
+{
+    auto const copy = sub.copies.find(origin.idx());
+    return copy == sub.copies.end() ? OpenMesh::VertexHandle() : copy->second;
+}
+
+bool copy_face(TriMesh const& mesh, OpenMesh::FaceHandle face, HoleSubMesh& sub)
 {
     std::array<OpenMesh::VertexHandle, 3> corners;
     std::size_t n = 0;
     for (auto const vertex : mesh.fv_range(face))
     {
-        corners[n++ % 3] = copies.at(vertex.idx());
+        corners[n++ % 3] = copy_of(sub, vertex);
     }
     auto const copy = add_face_checked(sub.mesh, corners[0], corners[1], corners[2]);
     if (!copy.is_valid())
@@ -95,14 +88,14 @@ bool copy_face(TriMesh const& mesh, OpenMesh::FaceHandle face, VertexMap const& 
 std::vector<OpenMesh::VertexHandle> vertices_of(TriMesh const& mesh,
                                                 std::vector<OpenMesh::FaceHandle> const& faces)
 {
-    VertexMap seen;
+    std::unordered_set<int> seen;
     seen.reserve(faces.size());
     std::vector<OpenMesh::VertexHandle> vertices;
     for (auto const face : faces)
     {
         for (auto const vertex : mesh.fv_range(face))
         {
-            if (seen.emplace(vertex.idx(), vertex).second)
+            if (seen.insert(vertex.idx()).second)
             {
                 vertices.push_back(vertex);
             }
@@ -111,50 +104,40 @@ std::vector<OpenMesh::VertexHandle> vertices_of(TriMesh const& mesh,
     return vertices;
 }
 
-SubMeshResult make_sub_mesh(TriMesh const& mesh,
-                            std::vector<OpenMesh::VertexHandle> const& vertices,
-                            std::vector<OpenMesh::FaceHandle> const& faces,
-                            OpenMesh::VPropHandleT<float> edge_len, HoleSubMesh& sub)
+RefusedElements make_sub_mesh(TriMesh const& mesh,
+                              std::vector<OpenMesh::VertexHandle> const& vertices,
+                              std::vector<OpenMesh::FaceHandle> const& faces,
+                              OpenMesh::VPropHandleT<float> edge_len, HoleSubMesh& sub)
 {
     add_channels(mesh, sub);
+    sub.copies.reserve(vertices.size());
+    RefusedElements refused;
     for (auto const vertex : vertices)
     {
-        if (!copy_vertex(mesh, vertex, edge_len, sub))
-        {
-            return SubMeshResult::VERTEX_REFUSED;
-        }
+        refused.vertices += copy_vertex(mesh, vertex, edge_len, sub) ? 0 : 1;
     }
-    VertexMap const copies = number_vertices(vertices);
-    SubMeshResult result = SubMeshResult::COMPLETE;
     for (auto const face : faces)
     {
-        if (!copy_face(mesh, face, copies, sub))
-        {
-            result = SubMeshResult::FACE_REFUSED;
-        }
+        refused.faces += copy_face(mesh, face, sub) ? 0 : 1;
     }
     sub.old_edges = sub.mesh.n_edges();
-    return result;
+    return refused;
 }
 
 bool map_loop(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop,
-              std::vector<OpenMesh::VertexHandle> const& vertices, HoleSubMesh& sub)
+              HoleSubMesh& sub)
 {
-    VertexMap const copies = number_vertices(vertices);
     for (auto const h : loop)
     {
-        auto const from = copies.find(mesh.from_vertex_handle(h).idx());
-        auto const to = copies.find(mesh.to_vertex_handle(h).idx());
-        if (from == copies.end() || to == copies.end())
-        {
-            return false;
-        }
-        auto const copy = sub.mesh.find_halfedge(from->second, to->second);
+        auto const from = copy_of(sub, mesh.from_vertex_handle(h));
+        auto const to = copy_of(sub, mesh.to_vertex_handle(h));
+        bool const known = from.is_valid() && to.is_valid();
+        auto const copy = known ? sub.mesh.find_halfedge(from, to) : OpenMesh::HalfedgeHandle();
         if (!copy.is_valid())
         {
             return false;
         }
-        sub.mesh.property(sub.vert_boundary, from->second) = true;
+        sub.mesh.property(sub.vert_boundary, from) = true;
         sub.loop.push_back(copy);
     }
     return true;

@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/TriMesh.h"
 
+#include <unordered_map>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
@@ -17,6 +18,8 @@ struct HoleSubMesh
     OpenMesh::VPropHandleT<float> vert_edge_len;
     /// The vertex of the main mesh that a vertex stands for.
     OpenMesh::VPropHandleT<OpenMesh::VertexHandle> vert_origin;
+    /// The vertex that stands for one of the main mesh, by its index there.
+    std::unordered_map<int, OpenMesh::VertexHandle> copies;
     /// The hole's boundary halfedges, in the copy.
     std::vector<OpenMesh::HalfedgeHandle> loop;
     /// Edges that the copy had before it was filled.
@@ -27,26 +30,25 @@ struct HoleSubMesh
 std::vector<OpenMesh::VertexHandle> vertices_of(TriMesh const& mesh,
                                                 std::vector<OpenMesh::FaceHandle> const& faces);
 
-/// How making a sub-mesh ended.
-enum class SubMeshResult
+/// What a sub-mesh could not take.
+struct RefusedElements
 {
-    COMPLETE,
-    VERTEX_REFUSED, ///< A vertex could not be added.
-    FACE_REFUSED    ///< A face could not be added; the others were.
+    int vertices = 0;
+    int faces = 0;
 };
 
 /// Fills `sub` with copies of `vertices` and `faces`, in their order, with their colours and
 /// normals where the mesh has them.
 /// \param vertices all vertices of the faces
 /// \param edge_len mean edge length at each vertex of the mesh, which is copied
-SubMeshResult make_sub_mesh(TriMesh const& mesh, std::vector<OpenMesh::VertexHandle> const& vertices,
-                            std::vector<OpenMesh::FaceHandle> const& faces,
-                            OpenMesh::VPropHandleT<float> edge_len, HoleSubMesh& sub);
+RefusedElements make_sub_mesh(TriMesh const& mesh,
+                              std::vector<OpenMesh::VertexHandle> const& vertices,
+                              std::vector<OpenMesh::FaceHandle> const& faces,
+                              OpenMesh::VPropHandleT<float> edge_len, HoleSubMesh& sub);
 
 /// Finds a hole's halfedges in the copy and marks their from-vertices as boundary.
-/// \param vertices as they were given to `make_sub_mesh`
 /// \return false if one is missing
 bool map_loop(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop,
-              std::vector<OpenMesh::VertexHandle> const& vertices, HoleSubMesh& sub);
+              HoleSubMesh& sub);
 
 } // namespace OrvaneAlgorithm::detail

@@ -29,6 +29,13 @@ inline void log_line(bool enabled, char const* text)
     }
 }
 
+/// Formats a line and logs it if the log switch is on.
+template <typename... Arguments>
+void log(char const* format, Arguments... arguments)
+{
+    log_line(gPH.log_enabled, format, arguments...);
+}
+
 /// Times a step from here to the end of the scope, also when an exception leaves it.
 class StepTimer
 {
