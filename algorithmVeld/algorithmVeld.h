@@ -3,6 +3,7 @@
 /// \file
 /// Everything that the library offers, for hosts that want one include.
 
+#include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 #include "algorithmVeld/api/RetVal.h"
 #include "algorithmVeld/common/BaseTriMesh.h"
 #include "algorithmVeld/common/CRangeDataIO.h"

@@ -57,7 +57,7 @@ inline OpenMesh::FaceHandle add_face_checked(TriMesh& mesh, OpenMesh::VertexHand
 {
     if (!can_add_face(mesh, {a, b, c}))
     {
-        return {};
+        return OpenMesh::FaceHandle();
     }
     return mesh.add_face(a, b, c);
 }

@@ -1,0 +1,269 @@
+#pragma once
+
+#include "algorithmVeld/common/RetVal.h"
+#include "algorithmVeld/common/TriMesh.h"
+#include "algorithmVeld/common/export.h"
+
+#include <Eigen/Sparse>
+
+#include <string>
+#include <vector>
+
+namespace OrvaneAlgorithm
+{
+
+/// Fills given holes of a mesh with a triangulated, refined and faired surface.
+///
+/// Each hole is worked in a small copy of the mesh around it, so that holes are filled in parallel
+/// and never see each other; the results are merged one after the other, and the new surface is
+/// then faired together with a region around it as a patch of the whole mesh.
+///
+/// A hole that cannot be filled is logged and left as it was, and the others go on. The mesh only
+/// grows: no element is deleted from it, and handles stay valid. The nine properties of a run stay
+/// on the mesh. Log lines are printed while `gPH.log_enabled` is true.
+///
+/// An object works on one mesh at a time and is not to be copied in the middle of a run.
+class ALGORITHMVELD_API HoleFillingCore
+{
+public:
+    using VertexHandle = OpenMesh::VertexHandle;
+    using HalfedgeHandle = OpenMesh::HalfedgeHandle;
+    using FaceHandle = OpenMesh::FaceHandle;
+    template <typename T>
+    using VPropHandleT = OpenMesh::VPropHandleT<T>;
+    template <typename T>
+    using FPropHandleT = OpenMesh::FPropHandleT<T>;
+    using SparseRows = Eigen::SparseMatrix<double, Eigen::RowMajor, int>;
+    using DenseVector = Eigen::Matrix<double, Eigen::Dynamic, 1>;
+
+    /// \name Filling holes
+    /// @{
+
+    /// Fills the holes of a mesh.
+    /// \param mesh grown by the new vertices and faces; the vertices of the regions move
+    /// \param holes each as its vertices in the order in which `next_halfedge_handle` walks the
+    ///        boundary. One that is not such a loop is logged and left out.
+    /// \param rings width of the region around a hole that is faired with it, in rings of faces
+    /// \param new_faces the new faces of each hole that has some; an index is no hole's index
+    /// \param new_verts the new vertices of the same holes; those of the first legal hole are not
+    ///        reported
+    /// \param patch_verts the vertices of each patch, new and old ones
+    /// \param verbose written to `gPH.log_enabled`, and stays there
+    /// \return `RET_SUCCESS`; `RET_INVALID_INPUT` if no hole is legal: the mesh and the outputs are
+    ///         then as they were
+    RetVal fill_holes_core(TriMesh& mesh, std::vector<std::vector<VertexHandle>> const& holes,
+                           int rings, std::vector<std::vector<FaceHandle>>& new_faces,
+                           std::vector<std::vector<VertexHandle>>& new_verts,
+                           std::vector<std::vector<VertexHandle>>& patch_verts, bool verbose);
+
+    /// The same, and tells of each given hole whether it was filled.
+    RetVal fill_holes_core_ex(TriMesh& mesh, std::vector<std::vector<VertexHandle>> const& holes,
+                              std::vector<bool>& hole_filled, int rings,
+                              std::vector<std::vector<FaceHandle>>& new_faces,
+                              std::vector<std::vector<VertexHandle>>& new_verts,
+                              std::vector<std::vector<VertexHandle>>& patch_verts, bool verbose);
+
+    /// Fills one hole. The arguments are those of `fill_holes_core`, for one hole.
+    RetVal fill_single_hole_core(TriMesh& mesh, std::vector<VertexHandle> const& hole, int rings,
+                                 std::vector<FaceHandle>& new_faces,
+                                 std::vector<VertexHandle>& new_verts,
+                                 std::vector<VertexHandle>& patch_verts, bool verbose);
+
+    /// The same, and tells whether the hole was filled.
+    RetVal fill_single_hole_core_ex(TriMesh& mesh, std::vector<VertexHandle> const& hole,
+                                    bool& filled, int rings, std::vector<FaceHandle>& new_faces,
+                                    std::vector<VertexHandle>& new_verts,
+                                    std::vector<VertexHandle>& patch_verts, bool verbose);
+
+    /// @}
+    /// \name Settings
+    /// @{
+
+    /// Order of the fairing: 0 continues the surface in position (C0), 1 in its tangent planes
+    /// (C1), 2 in its curvature (C2). Any other value is ignored.
+    void set_smooth_type(int smooth_type);
+
+    /// Number of rounds of the refinement.
+    void set_refine_rounds(int refine_rounds) { refine_rounds_ = refine_rounds; }
+    /// Edge length above which the refinement splits, in millimetres. `main_process` sets it to 1.5
+    /// times the mesh's mean edge length; for those who run the refinement by itself.
+    void set_long_edge_thr(double long_edge_thr) { long_edge_thr_ = long_edge_thr; }
+    /// Whether the triangulation counts only folds, and no smaller dihedral angles.
+    void set_flat_weight(bool flat_weight) { flat_weight_ = flat_weight; }
+    /// Number of hole vertices from which on the triangulation looks at every second, third, ..
+    /// split only. Less than 1 is taken as 1.
+    void set_triangulation_sample_num(int number) { triangulation_sample_num_ = number; }
+    /// Whether holes of more than `hole_verts_thr` vertices are left open.
+    void set_use_hole_vert_num_thr(bool use) { use_hole_vert_num_thr_ = use; }
+    void set_use_hole_perimeter_thr(bool use) { use_hole_perimeter_thr_ = use; }
+    void set_hole_verts_thr(int vertices) { hole_verts_thr_ = vertices; }
+    /// Patches of more vertices than this are not faired.
+    void set_fairing_verts_thr(int vertices) { fairing_verts_thr_ = vertices; }
+    /// Patches of fewer vertices than this are not faired.
+    void set_fairing_min_verts_thr(int vertices) { fairing_min_verts_thr_ = vertices; }
+    /// Whether, with logging on, the sub-mesh of each hole is written to `gPH.result_dir` after
+    /// each step.
+    void set_enable_file_saving(bool enable) { enable_file_saving_ = enable; }
+
+    /// @}
+    /// \name Steps of a run
+    /// They work on the mesh of the current run.
+    /// @{
+
+    /// Turns a hole's vertices into its boundary halfedges, one from each vertex to the next.
+    /// \param halfedges appended to, up to the first vertex that does not fit
+    /// \return `RET_INVALID_INPUT` if there are fewer than 3 vertices, or one is not on a boundary
+    ///         or not joined to the next
+    RetVal create_hole_cell_from_verts(std::vector<VertexHandle> const& verts,
+                                       std::vector<HalfedgeHandle>& halfedges);
+    RetVal main_process();
+    void calc_avg_edge_len();
+    void find_holes_region();
+    void process_holes_expanded();
+    void get_extra_filling_info(std::vector<std::vector<FaceHandle>>& new_faces,
+                                std::vector<std::vector<VertexHandle>>& new_verts,
+                                std::vector<std::vector<VertexHandle>>& patch_verts);
+    void show_hole_filling_param();
+    void show_mesh_info();
+    /// Writes the mesh to `gPH.result_dir`/`name`.
+    void save_mesh(std::string const& name);
+    /// Writes the region of each hole to `gPH.result_dir` as text OBJ.
+    void save_holes();
+
+    /// @}
+    /// \name Triangulation and refinement of one hole
+    /// They work on any mesh with a hole, one thread a mesh, and read the settings only.
+    /// @{
+
+    /// Closes a hole with the triangulation of its polygon whose largest dihedral angle is the
+    /// smallest possible and, of those, whose area is.
+    /// \param mesh grown by the new faces; a face that the mesh refuses is left out. Stored face
+    ///        normals are used; without them they are computed from the coordinates.
+    /// \param loop the boundary halfedges of the hole, in order
+    /// \param face_new set to true on the new faces
+    /// \return false, without a new face, if a halfedge has no face on its other side, or if no
+    ///         triangulation keeps all angles within 179.5 degrees
+    bool hole_triangulation(TriMesh& mesh, std::vector<HalfedgeHandle>& loop,
+                            FPropHandleT<bool>& face_new) const;
+
+    /// Cost of the triangle of corners `i` < `m` < `j` of a hole's polygon.
+    /// \param verts,faces the polygon's vertices, and the face across the edge from each to the
+    ///        next
+    /// \param lambda chosen split of each sub-polygon a..b, at a * n + b
+    /// \param angle the largest angle, in degrees, to the neighbours on the sides i-m and m-j, and
+    ///        on j-i where that closes the polygon
+    /// \param area the triangle's area, with 1000 added for needles and for folds
+    /// \param edge_exist whether an edge a-b exists already, at a * n + b
+    void calc_weight(TriMesh const& mesh, std::vector<VertexHandle> const& verts,
+                     std::vector<FaceHandle> const& faces, std::vector<int> const& lambda, int i,
+                     int m, int j, float& angle, float& area,
+                     std::vector<bool> const& edge_exist) const;
+
+    /// Adds the triangles that the splits choose for the corners `i` to `j`: those left of the
+    /// split, the split's own, those right of it.
+    /// \param face_new set to true on the faces that the mesh takes
+    void find_best_weight(TriMesh& mesh, std::vector<VertexHandle> const& verts,
+                          std::vector<int> const& lambda, int i, int j,
+                          FPropHandleT<bool>& face_new) const;
+
+    /// Splits new faces at their centroids until their edges fit the mesh's, and flips edges
+    /// between new faces. Ends with a garbage collection: handles of this mesh change.
+    /// \param face_new the faces that may change; kept up to date
+    /// \param vert_new set to true on new vertices
+    /// \param vert_boundary set to false on new vertices
+    /// \param vert_edge_len mean edge length at each vertex; without influence on the result
+    /// \return true
+    bool hole_refinement_ex(TriMesh& mesh, FPropHandleT<bool>& face_new,
+                            VPropHandleT<bool>& vert_new, VPropHandleT<bool>& vert_boundary,
+                            VPropHandleT<float>& vert_edge_len) const;
+
+    /// Flips the edge `a`-`b` between two new faces if the other diagonal fits better, or equally
+    /// well.
+    /// \param f face on one side, with the third vertex `c`
+    /// \param h halfedge of the face on the other side
+    /// \return whether the edge was flipped
+    bool swap_edge(TriMesh& mesh, FPropHandleT<bool>& face_new, FaceHandle& f, HalfedgeHandle& h,
+                   VertexHandle& a, VertexHandle& b, VertexHandle& c) const;
+
+    /// Angle between two vectors of any length, in radians.
+    static void calc_angle(Vector3f const& u, Vector3f const& v, float& angle);
+    /// Area of a triangle.
+    static void calc_area(Vector3f const& a, Vector3f const& b, Vector3f const& c, float& area);
+    /// Unit normal of the triangle taken in reverse order, `c`, `b`, `a`.
+    static void calc_tri_normal(Vector3f const& a, Vector3f const& b, Vector3f const& c,
+                                Vector3f& normal);
+    /// The angles of a triangle at its corners, in radians.
+    static void calc_inner_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
+                                     float& angle_a, float& angle_b, float& angle_c);
+    static void calc_max_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
+                                   float& max);
+    static void calc_min_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
+                                   float& min);
+    static void calc_max_min_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
+                                       float& max, float& min);
+
+    /// @}
+    /// \name Fairing
+    /// @{
+
+    /// Gathers new vertices and those of the regions to patches, one for each connected set that
+    /// has a new vertex and fixed surroundings.
+    void create_smooth_patch();
+    /// Moves the patches so that the first (C0), second (C1) or third (C2) power of the Laplace
+    /// operator vanishes on them. A patch that is too small, too large or cannot be solved stays as
+    /// it is.
+    /// \return true
+    bool fairing_patch_C0();
+    bool fairing_patch_C1();
+    bool fairing_patch_C2();
+    /// Sum of the cotangents of the angles opposite to the edge from `v` to `u`.
+    /// \return false, with a weight of 1, where there is no such edge with two faces
+    bool calc_cot_weight(TriMesh const& mesh, VertexHandle const& v, VertexHandle const& u,
+                         double& weight) const;
+    /// Solves `a` x = `b`.
+    /// \param x cleared before it is filled
+    /// \return false if the solver reports an error
+    bool MKL_Pardiso(SparseRows const& a, DenseVector const& b, std::vector<double>& x) const;
+    /// Log the vertices where the fairing's equation is not met. Nothing is changed.
+    void check_C0_value();
+    void check_C1_value();
+    void check_C2_value();
+
+    /// @}
+
+protected:
+    TriMesh* mesh_ = nullptr;                        ///< Mesh of the current run, not owned.
+    int weight_type_ = 0;                            ///< Fairing weights: 0 uniform.
+    int smooth_type_ = 1;                            ///< Fairing order: 0 C0, 1 C1, 2 C2.
+    std::vector<std::vector<HalfedgeHandle>> holes_; ///< Boundary loops of the legal holes.
+    std::vector<std::vector<FaceHandle>> regions_;   ///< Faces around each hole.
+    std::vector<bool> hole_done_;                    ///< Which of `holes_` were merged.
+    std::vector<bool> hole_result_;                  ///< The same for the holes as given.
+    std::vector<std::vector<VertexHandle>> patches_; ///< Fairing patches.
+    VPropHandleT<float> vert_edge_len_prop_;         ///< Mean length of the edges at a vertex.
+    double avg_edge_len_ = 0.0;                      ///< Mean edge length of the mesh.
+    double long_edge_thr_ = 0.0;                     ///< 1.5 times `avg_edge_len_`.
+    FPropHandleT<bool> face_new_prop_;               ///< Face was made by filling.
+    FPropHandleT<int> face_hole_prop_;               ///< Hole that made the face, else -1.
+    FPropHandleT<bool> face_region_prop_;            ///< Face lies in a region.
+    VPropHandleT<bool> vert_new_prop_;               ///< Vertex was made by filling.
+    VPropHandleT<int> vert_hole_prop_;               ///< Hole that made the vertex, else -1.
+    VPropHandleT<bool> vert_region_prop_;            ///< Vertex lies on a region face.
+    VPropHandleT<int> vert_patch_prop_;              ///< Patch of the vertex, else -1.
+    VPropHandleT<int> vert_patch_index_prop_;        ///< Position in the patch, else -1.
+    int topology_dis_thr_ = 3;                       ///< Region width in rings of faces.
+    float dijkstra_dis_thr_ = 0.0F;                  ///< Region width as a path length.
+    float density_thr_ = 1.0F;                       ///< Not read.
+    float angle_thr_ = 0.04363323F;                  ///< Not read; 2.5 degrees.
+    int refine_rounds_ = 10;                         ///< Rounds of the refinement.
+    bool flat_weight_ = false;                       ///< Only folds count as angles.
+    int triangulation_sample_num_ = 400;             ///< Sets the stride of the split search.
+    bool use_hole_vert_num_thr_ = false;             ///< Skip holes with many vertices.
+    bool use_hole_perimeter_thr_ = true;             ///< Logged only.
+    int hole_verts_thr_ = 300;                       ///< Largest hole, if that is limited.
+    int fairing_verts_thr_ = 20000;                  ///< Largest system of the fairing.
+    int fairing_min_verts_thr_ = 5;                  ///< Smallest system of the fairing.
+    bool enable_file_saving_ = false;                ///< With logging on, write debug meshes.
+};
+
+} // namespace OrvaneAlgorithm
