@@ -102,8 +102,9 @@ void HoleFillingCore::create_sub_mesh(std::size_t hole, detail::HoleWork& work) 
         work.open = OpenReason::NOT_A_BOUNDARY;
         return;
     }
+    work.sub = std::make_unique<detail::HoleSubMesh>();
     auto const refused =
-        detail::make_sub_mesh(*mesh_, vertices, regions_[hole], vert_edge_len_prop_, work.sub);
+        detail::make_sub_mesh(*mesh_, vertices, regions_[hole], vert_edge_len_prop_, *work.sub);
     for (int i = 0; i < refused.vertices; ++i)
     {
         log("  !!!fail to add vert [%s (%d)]\n", __FILE__, __LINE__);
@@ -115,7 +116,7 @@ void HoleFillingCore::create_sub_mesh(std::size_t hole, detail::HoleWork& work) 
         work.open = OpenReason::BOUNDARY_TANGLED;
     }
     dump_sub_mesh(hole, work, "%s/extracted-hole-%04d-sub-mesh.stl", "save-step-0-hole-mesh");
-    if (!detail::map_loop(*mesh_, holes_[hole], work.sub))
+    if (!detail::map_loop(*mesh_, holes_[hole], *work.sub))
     {
         log("  !!!fail to find exact boundary halfedges of hole[%d].\n", index);
         work.open = OpenReason::BOUNDARY_TANGLED;
@@ -129,10 +130,10 @@ void HoleFillingCore::triangulate_hole(std::size_t hole, detail::HoleWork& work)
         return;
     }
     int const index = static_cast<int>(hole);
-    int const vertices = static_cast<int>(work.sub.loop.size());
-    bool const has_neighbours = has_all_neighbours(work.sub.mesh, work.sub.loop);
+    int const vertices = static_cast<int>(work.sub->loop.size());
+    bool const has_neighbours = has_all_neighbours(work.sub->mesh, work.sub->loop);
     log("  start hole_triangulation( %d )  with ( %d ) vertices ..\n", index, vertices);
-    bool const filled = hole_triangulation(work.sub.mesh, work.sub.loop, work.sub.face_new);
+    bool const filled = hole_triangulation(work.sub->mesh, work.sub->loop, work.sub->face_new);
     log("  hole_triangulation( %d ) done.\n", index);
     if (!filled)
     {
@@ -151,7 +152,7 @@ void HoleFillingCore::refine_hole(std::size_t hole, detail::HoleWork& work) cons
         return;
     }
     int const index = static_cast<int>(hole);
-    auto& sub = work.sub;
+    auto& sub = *work.sub;
     log("  start hole_refinement( %d ) ..\n", index);
     bool const refined = hole_refinement_ex(sub.mesh, sub.face_new, sub.vert_new, sub.vert_boundary,
                                             sub.vert_edge_len);
@@ -174,8 +175,8 @@ void HoleFillingCore::merge_holes(std::vector<detail::HoleWork>& works)
         if (!works[i].open)
         {
             log("  start merge_hole( %6d ) ..\n", static_cast<int>(i));
-            merge_vertices(static_cast<int>(i), works[i].sub);
-            if (!merge_faces(static_cast<int>(i), works[i].sub))
+            merge_vertices(static_cast<int>(i), *works[i].sub);
+            if (!merge_faces(static_cast<int>(i), *works[i].sub))
             {
                 works[i].open = OpenReason::FACE_REFUSED;
             }
@@ -185,7 +186,7 @@ void HoleFillingCore::merge_holes(std::vector<detail::HoleWork>& works)
         {
             open_holes_.push_back({loop_vertices(i), *works[i].open});
         }
-        works[i].sub = {};
+        works[i].sub.reset();
     }
 }
 
@@ -196,9 +197,9 @@ void HoleFillingCore::reserve_for(std::vector<detail::HoleWork> const& works)
     std::size_t faces = 0;
     for (auto const& work : works)
     {
-        auto const& sub = work.sub;
         if (!work.open)
         {
+            auto const& sub = *work.sub;
             auto const& vert_new = sub.mesh.property(sub.vert_new).data_vector();
             auto const& face_new = sub.mesh.property(sub.face_new).data_vector();
             vertices +=
@@ -280,7 +281,7 @@ void HoleFillingCore::dump_sub_mesh(std::size_t hole, detail::HoleWork const& wo
     {
         char path[512];
         format_line(path, pattern, gPH.result_dir.c_str(), static_cast<int>(hole));
-        detail::dump_mesh(work.sub.mesh, path, step);
+        detail::dump_mesh(work.sub->mesh, path, step);
     }
 }
 

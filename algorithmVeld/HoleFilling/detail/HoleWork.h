@@ -3,6 +3,7 @@
 #include "algorithmVeld/HoleFilling/OpenHole.h"
 #include "algorithmVeld/HoleFilling/detail/HoleSubMesh.h"
 
+#include <memory>
 #include <optional>
 
 namespace OrvaneAlgorithm::detail
@@ -11,7 +12,7 @@ namespace OrvaneAlgorithm::detail
 /// One hole on its way through the stages: its sub-mesh, and why it was given up, if it was.
 struct HoleWork
 {
-    HoleSubMesh sub;
+    std::unique_ptr<HoleSubMesh> sub;
     std::optional<OpenReason> open;
 };
 

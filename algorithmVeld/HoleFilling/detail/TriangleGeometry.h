@@ -1,0 +1,60 @@
+#pragma once
+
+#include "algorithmVeld/common/types.h"
+
+#include <Eigen/Geometry>
+
+#include <cmath>
+
+namespace OrvaneAlgorithm::detail
+{
+
+/// Angle in radians between two vectors that are unit vectors up to rounding.
+inline float angle_between_units(Vector3f const& u, Vector3f const& v)
+{
+    float const cosine = u.dot(v);
+    if (cosine > -0.7 && cosine < 0.7)
+    {
+        return std::acos(cosine);
+    }
+    if (cosine < -0.98)
+    {
+        return 3.1415927F; // folded onto each other, whatever the rounding
+    }
+    // Near 0 and pi the cosine hardly changes with the angle; the sine does.
+    float const angle = std::asin(u.cross(v).norm());
+    return cosine <= 0.0F ? static_cast<float>(3.141592653589793 - angle) : angle;
+}
+
+/// Angle in radians between two vectors of any length; a vector without a direction is at right
+/// angles to everything.
+float angle_between(Vector3f const& u, Vector3f const& v);
+
+/// Area from the lengths of the sides; 0 where rounding leaves nothing of it.
+inline float triangle_area(Vector3f const& a, Vector3f const& b, Vector3f const& c)
+{
+    float const ab = (b - a).norm();
+    float const bc = (c - b).norm();
+    float const ca = (a - c).norm();
+    float const s = (ab + bc + ca) * 0.5F;
+    float const square = s * (s - ab) * (s - bc) * (s - ca);
+    return square > 0.0F ? std::sqrt(square) : 0.0F;
+}
+
+/// Unit normal of the triangle `c`, `b`, `a`: the negative of the usual one.
+Vector3f reversed_normal(Vector3f const& a, Vector3f const& b, Vector3f const& c);
+
+/// Angles of a triangle at its corners, in radians. The third is what the two others leave of pi.
+struct CornerAngles
+{
+    float a;
+    float b;
+    float c;
+
+    float max() const;
+    float min() const;
+};
+
+CornerAngles corner_angles(Vector3f const& a, Vector3f const& b, Vector3f const& c);
+
+} // namespace OrvaneAlgorithm::detail
