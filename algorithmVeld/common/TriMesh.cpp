@@ -18,7 +18,7 @@ int TriMesh::swap_in_data()
 
 void TriMesh::clear()
 {
-    set_swapped_out(false);
+    drop_swap_file();
     clean();
     vprops_resize(0);
     eprops_resize(0);
