@@ -16,7 +16,7 @@ Holes unsplit_holes(TriMesh& mesh)
     Holes holes;
     for (auto const& walk : detail::boundary_walks(mesh))
     {
-        holes.push_back(detail::to_vertices(mesh, walk));
+        holes.push_back(detail::to_vertices(walk));
     }
     return holes;
 }

@@ -11,13 +11,20 @@
 namespace OrvaneAlgorithm::detail
 {
 
-/// Boundary halfedges in the order of `next_halfedge_handle`, closed from the last to the first.
-using BoundaryLoop = std::vector<OpenMesh::HalfedgeHandle>;
+/// One step along the boundary: a halfedge without a face, and the vertex where it starts.
+struct BoundaryStep
+{
+    OpenMesh::HalfedgeHandle halfedge;
+    OpenMesh::VertexHandle from;
+};
+
+/// Steps in the order of `next_halfedge_handle`, closed from the last to the first.
+using BoundaryLoop = std::vector<BoundaryStep>;
 
 /// All closed walks along the boundary, in the order of their lowest halfedge, at which each
 /// begins. A walk may pass a vertex several times. Halfedges that are marked deleted or hidden
-/// start none. Where the links of a mesh are damaged, so that a walk does not come back to its
-/// start, it is left out. \param mesh gets a temporary property, nothing else
+/// start none. Where the links of a mesh are damaged, so that a walk leaves the boundary or does
+/// not come back to its start, it is left out. \param mesh gets a temporary property, nothing else
 std::vector<BoundaryLoop> boundary_walks(TriMesh& mesh);
 
 /// The walk that begins at one boundary halfedge; empty if it does not come back there.
@@ -31,21 +38,23 @@ BoundaryLoop boundary_walk(TriMesh const& mesh, OpenMesh::HalfedgeHandle start);
 class WalkSplitter
 {
 public:
-    explicit WalkSplitter(TriMesh const& mesh) : mesh_(mesh), on_path_(mesh.n_vertices()) {}
+    explicit WalkSplitter(TriMesh const& mesh) : on_path_(mesh.n_vertices()) {}
 
     /// Appends the loops of a walk to `loops`.
     void split(BoundaryLoop const& walk, std::vector<BoundaryLoop>& loops);
 
 private:
-    TriMesh const& mesh_;
     std::vector<bool> on_path_; ///< by vertex, all false between two walks
 };
 
+/// The halfedges of a loop.
+std::vector<OpenMesh::HalfedgeHandle> halfedges(BoundaryLoop const& loop);
+
 /// The from-vertices of a loop's halfedges.
-std::vector<OpenMesh::VertexHandle> from_vertices(TriMesh const& mesh, BoundaryLoop const& loop);
+std::vector<OpenMesh::VertexHandle> from_vertices(BoundaryLoop const& loop);
 
 /// The to-vertices of a loop's halfedges.
-std::vector<OpenMesh::VertexHandle> to_vertices(TriMesh const& mesh, BoundaryLoop const& loop);
+std::vector<OpenMesh::VertexHandle> to_vertices(BoundaryLoop const& loop);
 
 /// Cuts each walk into simple loops, in their order, and gives these as lists of from-vertices.
 Holes split_into_holes(TriMesh const& mesh, std::vector<BoundaryLoop> const& walks);
