@@ -123,7 +123,7 @@ bool is_skipped(TriMesh const& mesh, HalfedgeHandle h)
 /// is not the start is met on damaged links only, so no halfedge is passed twice.
 /// \return whether the walk came back to its start
 bool walk_and_mark(TriMesh const& mesh, BoundaryLinks const& links, Link const& start,
-                   std::vector<bool>& visited, BoundaryLoop& walk)
+                   std::vector<bool>& visited, std::vector<Link>& walk)
 {
     walk.clear();
     Link const* link = &start;
@@ -136,30 +136,92 @@ bool walk_and_mark(TriMesh const& mesh, BoundaryLinks const& links, Link const& 
             return false;
         }
         visited[i] = true;
-        walk.push_back({link->halfedge, link->from});
+        walk.push_back(*link);
         link = next;
     } while (link != &start);
     return true;
 }
 
-} // namespace
+/// One member of each of a walk's links.
+template <typename Handle>
+std::vector<Handle> collect(std::vector<Link> const& walk, Handle Link::*member)
+{
+    std::vector<Handle> handles(walk.size());
+    std::transform(walk.begin(), walk.end(), handles.begin(),
+                   [member](Link const& link) { return link.*member; });
+    return handles;
+}
 
-std::vector<BoundaryLoop> boundary_walks(TriMesh& mesh)
+/// All walks, of each the list of one member of its links.
+template <typename Handle>
+std::vector<std::vector<Handle>> all_walks(TriMesh& mesh, Handle Link::*member)
 {
     ScopedProperty<OpenMesh::HPropHandleT<bool>> mark(mesh, "<hprop>");
     std::vector<bool>& visited = mark.data();
     BoundaryLinks const links(mesh);
-    std::vector<BoundaryLoop> walks;
-    BoundaryLoop walk;
+    std::vector<std::vector<Handle>> walks;
+    std::vector<Link> walk;
     for (auto const& link : links.all())
     {
         if (!visited[static_cast<std::size_t>(link.halfedge.idx())] &&
             !is_skipped(mesh, link.halfedge) && walk_and_mark(mesh, links, link, visited, walk))
         {
-            walks.push_back(walk);
+            walks.push_back(collect(walk, member));
         }
     }
     return walks;
+}
+
+/// Cuts walks with a mark for each vertex on the path: linear however often a vertex comes back.
+class WalkSplitter
+{
+public:
+    explicit WalkSplitter(std::size_t n_vertices) : on_path_(n_vertices) {}
+
+    /// Appends the loops of a walk to `loops`.
+    void split(std::vector<VertexHandle> const& walk, Holes& loops)
+    {
+        std::vector<VertexHandle> path;
+        path.reserve(walk.size());
+        for (auto const v : walk)
+        {
+            if (on_path_[index(v)])
+            {
+                auto const first = std::find(path.rbegin(), path.rend(), v).base() - 1;
+                loops.emplace_back(first, path.end());
+                take_back(path, first);
+            }
+            on_path_[index(v)] = true;
+            path.push_back(v);
+        }
+        loops.push_back(path);
+        take_back(path, path.begin());
+    }
+
+private:
+    using Path = std::vector<VertexHandle>;
+
+    static std::size_t index(VertexHandle v) { return static_cast<std::size_t>(v.idx()); }
+
+    void take_back(Path& path, Path::const_iterator first)
+    {
+        std::for_each(first, path.cend(), [this](VertexHandle v) { on_path_[index(v)] = false; });
+        path.erase(first, path.cend());
+    }
+
+    std::vector<bool> on_path_; ///< all false between two walks
+};
+
+} // namespace
+
+std::vector<BoundaryLoop> boundary_walks(TriMesh& mesh)
+{
+    return all_walks(mesh, &Link::halfedge);
+}
+
+Holes boundary_walks_by_vertex(TriMesh& mesh)
+{
+    return all_walks(mesh, &Link::from);
 }
 
 BoundaryLoop boundary_walk(TriMesh const& mesh, HalfedgeHandle start)
@@ -177,81 +239,28 @@ BoundaryLoop boundary_walk(TriMesh const& mesh, HalfedgeHandle start)
         {
             return {};
         }
-        walk.push_back({h, link.from});
+        walk.push_back(h);
         h = link.next;
     } while (h != start);
     return walk;
 }
 
-void WalkSplitter::split(BoundaryLoop const& walk, std::vector<BoundaryLoop>& loops)
+std::vector<VertexHandle> from_vertices(TriMesh const& mesh, BoundaryLoop const& walk)
 {
-    auto const index = [](VertexHandle v) { return static_cast<std::size_t>(v.idx()); };
-    BoundaryLoop path;
-    path.reserve(walk.size());
-    for (auto const& step : walk)
-    {
-        if (on_path_[index(step.from)])
-        {
-            auto first = path.end();
-            do
-            {
-                --first;
-                on_path_[index(first->from)] = false;
-            } while (first->from != step.from);
-            loops.emplace_back(first, path.end());
-            path.erase(first, path.end());
-        }
-        on_path_[index(step.from)] = true;
-        path.push_back(step);
-    }
-    for (auto const& step : path)
-    {
-        on_path_[index(step.from)] = false;
-    }
-    loops.push_back(std::move(path));
-}
-
-std::vector<HalfedgeHandle> halfedges(BoundaryLoop const& loop)
-{
-    std::vector<HalfedgeHandle> handles(loop.size());
-    std::transform(loop.begin(), loop.end(), handles.begin(),
-                   [](BoundaryStep const& step) { return step.halfedge; });
-    return handles;
-}
-
-std::vector<VertexHandle> from_vertices(BoundaryLoop const& loop)
-{
-    std::vector<VertexHandle> vertices(loop.size());
-    std::transform(loop.begin(), loop.end(), vertices.begin(),
-                   [](BoundaryStep const& step) { return step.from; });
+    std::vector<VertexHandle> vertices(walk.size());
+    std::transform(walk.begin(), walk.end(), vertices.begin(),
+                   [&](HalfedgeHandle h) { return mesh.from_vertex_handle(h); });
     return vertices;
 }
 
-std::vector<VertexHandle> to_vertices(BoundaryLoop const& loop)
-{
-    // Where a step ends the next one starts.
-    auto vertices = from_vertices(loop);
-    if (!vertices.empty())
-    {
-        std::rotate(vertices.begin(), vertices.begin() + 1, vertices.end());
-    }
-    return vertices;
-}
-
-Holes split_into_holes(TriMesh const& mesh, std::vector<BoundaryLoop> const& walks)
+Holes split_into_simple_holes(TriMesh const& mesh, Holes const& walks)
 {
     Holes holes;
     holes.reserve(walks.size());
-    WalkSplitter splitter(mesh);
-    std::vector<BoundaryLoop> loops;
+    WalkSplitter splitter(mesh.n_vertices());
     for (auto const& walk : walks)
     {
-        loops.clear();
-        splitter.split(walk, loops);
-        for (auto const& loop : loops)
-        {
-            holes.push_back(from_vertices(loop));
-        }
+        splitter.split(walk, holes);
     }
     return holes;
 }
