@@ -7,7 +7,11 @@
 
 file(REMOVE_RECURSE "${WORK}")
 file(MAKE_DIRECTORY "${WORK}")
-set(programs link_check)
+set(programs link_check fill_holes)
+set(link_check_source "${CMAKE_CURRENT_LIST_DIR}/link_check.cpp")
+set(link_check_arguments "")
+set(fill_holes_source "${SOURCE}/examples/fill_holes.cpp")
+set(fill_holes_arguments "${SOURCE}/examples/marked_plate.ply" filled.ply)
 
 if(KIND STREQUAL pkg_config)
   set(ENV{PKG_CONFIG_PATH} "${PREFIX}/lib/pkgconfig:${PREFIX}/lib64/pkgconfig")
@@ -23,7 +27,7 @@ if(KIND STREQUAL pkg_config)
   separate_arguments(flags UNIX_COMMAND "${flags}")
   foreach(program IN LISTS programs)
     execute_process(
-      COMMAND "${COMPILER}" "-std=c++${STANDARD}" -Wall -Wextra -Werror "${CMAKE_CURRENT_LIST_DIR}/${program}.cpp"
+      COMMAND "${COMPILER}" "-std=c++${STANDARD}" -Wall -Wextra -Werror "${${program}_source}"
         -o "${WORK}/${program}" ${flags} "-Wl,-rpath,${libdir}"
       COMMAND_ERROR_IS_FATAL ANY)
   endforeach()
@@ -38,6 +42,9 @@ else()
 endif()
 
 foreach(program IN LISTS programs)
-  execute_process(COMMAND "${WORK}/${program}" WORKING_DIRECTORY "${WORK}"
-    COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND "${WORK}/${program}" ${${program}_arguments}
+    WORKING_DIRECTORY "${WORK}" COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
+if(NOT EXISTS "${WORK}/filled.ply")
+  message(FATAL_ERROR "fill_holes wrote no mesh")
+endif()
