@@ -4,6 +4,7 @@
 /// Everything that the library offers, for hosts that want one include.
 
 #include "algorithmVeld/api/RetVal.h"
+#include "algorithmVeld/api/algorithms.h"
 #include "algorithmVeld/common/BaseTriMesh.h"
 #include "algorithmVeld/common/CRangeDataIO.h"
 #include "algorithmVeld/common/CameraInParam.h"
@@ -20,3 +21,5 @@
 #include "algorithmVeld/common/mesh_conversion.h"
 #include "algorithmVeld/common/mesh_io.h"
 #include "algorithmVeld/common/random_selection.h"
+#include "algorithmVeld/hole_detection/FindHoles.h"
+#include "algorithmVeld/hole_detection/FindHolesEx.h"

@@ -43,7 +43,7 @@ inline bool can_add_face(TriMesh const& mesh, std::array<OpenMesh::VertexHandle,
         {
             gap = mesh.opposite_halfedge_handle(mesh.next_halfedge_handle(gap));
         } while (!mesh.is_boundary(gap));
-        if (mesh.next_halfedge_handle(gap) == out)
+        if (gap == in)
         {
             return false;
         }
@@ -57,7 +57,7 @@ inline OpenMesh::FaceHandle add_face_checked(TriMesh& mesh, OpenMesh::VertexHand
 {
     if (!can_add_face(mesh, {a, b, c}))
     {
-        return {};
+        return OpenMesh::FaceHandle();
     }
     return mesh.add_face(a, b, c);
 }
