@@ -18,7 +18,7 @@ namespace
 {
 
 constexpr int samples_per_side = 3; // of a pixel
-constexpr int sky_rays_per_sample = 2;
+constexpr int sky_rays_per_sample = 3;
 constexpr float sky_reach = 0.3F;       // in diagonals of the mesh
 constexpr float above_surface = 1e-4F;  // start of a ray, so that it does not meet its own face
 constexpr float rim_bias = 2.5F;        // in radii of the line

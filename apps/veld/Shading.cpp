@@ -12,7 +12,7 @@ using OrvaneAlgorithm::TriMesh;
 namespace
 {
 
-constexpr float crease_cosine = 0.766F; // 40 degrees
+constexpr float crease_cosine = 0.5F; // 60 degrees
 constexpr unsigned most_smoothed = 64;  // faces round a vertex; smoothing costs their square
 
 /// A colour given in bytes, as a drawing program shows it.
@@ -147,19 +147,19 @@ Surface make_surface(TriMesh const& mesh, std::vector<char> const& new_faces)
 
 Vector3f surface_colour(SurfacePlace const& place, Camera const& camera)
 {
-    static Vector3f const outside = from_bytes(222, 214, 200);
+    static Vector3f const outside = from_bytes(236, 226, 208);
     static Vector3f const inside = from_bytes(112, 124, 146);
     static Vector3f const filled = from_bytes(92, 178, 196);
     Vector3f const towards = -camera.forward;
-    Vector3f const key = (towards - camera.right * 0.55F + camera.up * 0.75F).normalized();
+    Vector3f const key = (towards - camera.right * 0.7F + camera.up * 0.85F).normalized();
     Vector3f const side = (towards * 0.6F + camera.right).normalized();
 
-    float const sky = 0.30F + 0.12F * place.normal.dot(camera.up);
+    float const sky = 0.25F + 0.11F * place.normal.dot(camera.up);
     float const lit = std::max(0.0F, place.normal.dot(key));
     float const filling = std::max(0.0F, place.normal.dot(side));
     // A corner that the sky does not reach gets less of the lamps too.
     float const open = place.openness;
-    float const light = sky * open + (0.62F * lit + 0.10F * filling) * (0.45F + 0.55F * open);
+    float const light = sky * open + (0.72F * lit + 0.10F * filling) * (0.45F + 0.55F * open);
 
     Vector3f const half_way = (key + place.viewer).normalized();
     float const gloss =
