@@ -3,6 +3,10 @@
 /// \file
 /// Everything that the library offers, for hosts that want one include.
 
+#include "algorithmVeld/HoleFilling/EarClipping.h"
+#include "algorithmVeld/HoleFilling/EarTrimming.h"
+#include "algorithmVeld/HoleFilling/OpenHole.h"
+#include "algorithmVeld/MeshAssistant/MeshAssistant.h"
 #include "algorithmVeld/api/RetVal.h"
 #include "algorithmVeld/api/algorithms.h"
 #include "algorithmVeld/common/BaseTriMesh.h"

@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/mesh_io.h"
 
 #include "algorithmVeld/common/detail/MeshReaders.h"
+#include "algorithmVeld/common/detail/ObjWriter.h"
 #include "algorithmVeld/common/detail/TextCursor.h"
 #include "algorithmVeld/common/detail/openmesh_io.h"
 
@@ -8,6 +9,9 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <limits>
+#include <locale>
+#include <mutex>
 #include <new>
 #include <random>
 
@@ -25,11 +29,19 @@ struct Format
 {
     char const* extension;
     detail::MeshSoup (*read)(std::string_view content);
-    Options::Flag encoding;
-    bool holds_attributes; ///< normals and colours of vertices
+    void (*write)(TriMesh const& mesh, std::ostream& stream);
 };
 
-constexpr Format formats[] = {{".ply", detail::read_ply, Options::Binary, true}};
+void write_ply(TriMesh const& mesh, std::ostream& stream);
+void write_stl(TriMesh const& mesh, std::ostream& stream);
+void write_off(TriMesh const& mesh, std::ostream& stream);
+void write_om(TriMesh const& mesh, std::ostream& stream);
+
+constexpr Format formats[] = {{".ply", detail::read_ply, write_ply},
+                              {".stl", detail::read_stl, write_stl},
+                              {".obj", detail::read_obj, detail::write_obj},
+                              {".off", detail::read_off, write_off},
+                              {".om", detail::read_om, write_om}};
 
 Format const& format_of(fs::path const& path)
 {
@@ -47,7 +59,7 @@ Format const& format_of(fs::path const& path)
 
 std::string system_message(int error)
 {
-    return std::generic_category().message(error);
+    return error == 0 ? "unknown reason" : std::generic_category().message(error);
 }
 
 // Reading.
@@ -97,27 +109,113 @@ detail::MeshSoup read_soup(fs::path const& path)
 
 // Writing.
 
-/// Keeps OpenMesh's messages from the terminal.
+/// Keeps OpenMesh's messages from the terminal. Their streams are shared by the whole process, so
+/// one at a time.
 class QuietOpenMesh
 {
 public:
-    QuietOpenMesh() : log_(omlog().is_enabled()), err_(omerr().is_enabled())
+    QuietOpenMesh()
+        : lock_(mutex()), log_was_on_(omlog().is_enabled()), errors_were_on_(omerr().is_enabled())
     {
         omlog().disable();
         omerr().disable();
     }
     ~QuietOpenMesh()
     {
-        log_ ? omlog().enable() : omlog().disable();
-        err_ ? omerr().enable() : omerr().disable();
+        if (log_was_on_)
+        {
+            omlog().enable();
+        }
+        if (errors_were_on_)
+        {
+            omerr().enable();
+        }
     }
     QuietOpenMesh(QuietOpenMesh const&) = delete;
     QuietOpenMesh& operator=(QuietOpenMesh const&) = delete;
 
 private:
-    bool log_;
-    bool err_;
+    static std::mutex& mutex()
+    {
+        static std::mutex shared;
+        return shared;
+    }
+
+    std::lock_guard<std::mutex> lock_;
+    bool log_was_on_;
+    bool errors_were_on_;
 };
+
+Options vertex_attributes(TriMesh const& mesh)
+{
+    Options options;
+    if (mesh.has_vertex_normals())
+    {
+        options += Options::VertexNormal;
+    }
+    if (mesh.has_vertex_colors())
+    {
+        options += Options::VertexColor;
+    }
+    return options;
+}
+
+void export_by_openmesh(TriMesh const& mesh, char const* extension, Options options,
+                        std::ostream& stream)
+{
+    constexpr std::streamsize digits_that_tell_floats_apart = 9;
+    QuietOpenMesh const quiet;
+    OpenMesh::IO::ExporterT<TriMesh> exporter(mesh);
+    if (!OpenMesh::IO::IOManager().write(stream, extension, exporter, options,
+                                         digits_that_tell_floats_apart))
+    {
+        throw MeshFileError("cannot be written in this format");
+    }
+}
+
+constexpr Options::Flag binary = static_cast<Options::Flag>(Options::Binary | Options::LSB);
+
+void write_ply(TriMesh const& mesh, std::ostream& stream)
+{
+    auto options = vertex_attributes(mesh);
+    options += binary;
+    export_by_openmesh(mesh, ".ply", options, stream);
+}
+
+void write_stl(TriMesh const& mesh, std::ostream& stream)
+{
+    export_by_openmesh(mesh, ".stl", binary, stream);
+}
+
+void write_off(TriMesh const& mesh, std::ostream& stream)
+{
+    export_by_openmesh(mesh, ".off", vertex_attributes(mesh), stream);
+}
+
+/// OpenMesh writes vertex indices in as many bytes as the number of edges asks for. Where vertices
+/// without a face stand before those of a small mesh, their indices would be cut off.
+void require_indices_fit(TriMesh const& mesh)
+{
+    std::size_t const four_an_edge = 4 * mesh.n_edges();
+    int const limit = four_an_edge <= 0x100     ? std::numeric_limits<std::int8_t>::max()
+                      : four_an_edge <= 0x10000 ? std::numeric_limits<std::int16_t>::max()
+                                                : std::numeric_limits<std::int32_t>::max();
+    for (auto const vertex : mesh.vertices())
+    {
+        if (vertex.idx() > limit && !mesh.is_isolated(vertex))
+        {
+            throw MeshFileError("cannot be written in this format: too many vertices have no face");
+        }
+    }
+}
+
+void write_om(TriMesh const& mesh, std::ostream& stream)
+{
+    require_indices_fit(mesh);
+    auto options = vertex_attributes(mesh);
+    options += binary;
+    export_by_openmesh(mesh, ".om", options, stream);
+}
 
 /// A file beside the one that is to be written, which takes its place when it is whole, and goes
 /// away otherwise.
@@ -126,12 +224,14 @@ class PartialFile
 public:
     explicit PartialFile(fs::path const& target) : target_(target), path_(target)
     {
-        if (fs::is_directory(target))
+        std::error_code ignored;
+        if (fs::is_directory(target, ignored))
         {
             throw MeshFileError("is a directory");
         }
         path_ += "." + std::to_string(std::random_device()()) + ".part";
         errno = 0;
+        stream_.imbue(std::locale::classic());
         stream_.open(path_, std::ios::binary);
         require_good();
     }
@@ -181,31 +281,6 @@ bool has_deleted_elements(TriMesh const& mesh)
            (mesh.has_face_status() && any(mesh.all_faces(), deleted));
 }
 
-void export_mesh(TriMesh const& mesh, Format const& format, std::ostream& stream)
-{
-    Options options = format.encoding;
-    if (format.encoding == Options::Binary)
-    {
-        options += Options::LSB;
-    }
-    if (format.holds_attributes && mesh.has_vertex_normals())
-    {
-        options += Options::VertexNormal;
-    }
-    if (format.holds_attributes && mesh.has_vertex_colors())
-    {
-        options += Options::VertexColor;
-    }
-    constexpr std::streamsize digits_that_name_each_float = 9;
-    QuietOpenMesh const quiet;
-    OpenMesh::IO::ExporterT<TriMesh> exporter(mesh);
-    if (!OpenMesh::IO::IOManager().write(stream, format.extension, exporter, options,
-                                         digits_that_name_each_float))
-    {
-        throw MeshFileError("cannot be written in this format");
-    }
-}
-
 void write_live_mesh(fs::path const& path, TriMesh const& mesh)
 {
     auto const& format = format_of(path);
@@ -214,13 +289,24 @@ void write_live_mesh(fs::path const& path, TriMesh const& mesh)
     {
         TriMesh live = mesh;
         live.squeeze();
-        export_mesh(live, format, file.stream());
+        format.write(live, file.stream());
     }
     else
     {
-        export_mesh(mesh, format, file.stream());
+        format.write(mesh, file.stream());
     }
     file.commit();
+}
+
+/// A line that no name in a file or of a file can break or colour.
+std::string printable(std::string line)
+{
+    for (char& c : line)
+    {
+        auto const code = static_cast<unsigned char>(c);
+        c = code < 0x20 || code == 0x7F ? '?' : c;
+    }
+    return line;
 }
 
 /// Runs `action`. \return what went wrong, as a line that names the file; empty if nothing did
@@ -234,11 +320,11 @@ std::string error_of(std::string const& path, Action const& action)
     }
     catch (std::bad_alloc const&)
     {
-        return path + ": needs more memory than there is";
+        return printable(path) + ": needs more memory than there is";
     }
     catch (std::exception const& error)
     {
-        return path + ": " + error.what();
+        return printable(path + ": " + error.what());
     }
 }
 

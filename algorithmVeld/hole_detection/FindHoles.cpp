@@ -4,19 +4,21 @@
 #include "algorithmVeld/hole_detection/detail/BoundaryLoops.h"
 #include "algorithmVeld/hole_detection/detail/HoleCentres.h"
 
+#include <algorithm>
+
 namespace OrvaneAlgorithm
 {
 
 namespace
 {
 
-/// All boundary loops as they are, by their to-vertices.
+/// All boundary loops as they are, by their to-vertices: where a halfedge ends the next one starts.
 Holes unsplit_holes(TriMesh& mesh)
 {
-    Holes holes;
-    for (auto const& walk : detail::boundary_walks(mesh))
+    Holes holes = detail::boundary_walks_by_vertex(mesh);
+    for (auto& hole : holes)
     {
-        holes.push_back(detail::to_vertices(mesh, walk));
+        std::rotate(hole.begin(), hole.begin() + 1, hole.end());
     }
     return holes;
 }
@@ -71,7 +73,7 @@ RetVal FindHoles::find_simple_holes(TriMesh& mesh, Holes& holes, bool verbose)
     detail::log_line(verbose, "\n---------- mesh info ----------\n");
     detail::log_line(verbose, "  vertices:      %8d\n", static_cast<int>(mesh.n_vertices()));
     detail::log_line(verbose, "  faces:         %8d\n", static_cast<int>(mesh.n_faces()));
-    holes = detail::split_into_holes(mesh, detail::boundary_walks(mesh));
+    holes = detail::split_into_simple_holes(mesh, detail::boundary_walks_by_vertex(mesh));
     return RET_SUCCESS;
 }
 

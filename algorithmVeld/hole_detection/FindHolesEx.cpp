@@ -125,7 +125,7 @@ std::vector<Vector3f> hole_normals(TriMesh const& mesh, Holes const& holes)
 RetVal FindHolesEx::find_holes(TriMesh& mesh, Holes& holes, bool verbose)
 {
     detail::log_line(verbose, "find_holes() : all holes ..\n");
-    holes = detail::split_into_holes(mesh, detail::boundary_walks(mesh));
+    holes = detail::split_into_simple_holes(mesh, detail::boundary_walks_by_vertex(mesh));
     if (holes.empty())
     {
         detail::log_line(verbose, "  fail to find any holes.\n");
@@ -197,7 +197,7 @@ RetVal FindHolesEx::find_hole(TriMesh const& mesh, Vector3f const& point, double
         return RET_FAILED;
     }
     // The walk passes the vertex that was found near, so one of its loops is near too.
-    Holes const holes = detail::split_into_holes(mesh, {walk});
+    Holes const holes = detail::split_into_simple_holes(mesh, {detail::from_vertices(mesh, walk)});
     float nearest = INFINITE;
     auto const* const found = nearest_hole(mesh, holes, point, nearest);
     hole = *found;

@@ -383,6 +383,30 @@ TEST(ImageIo, CutOffProgressiveJpegIsDamaged)
     }
 }
 
+// A scan of a few bytes costs a pass over the whole image, so a file may not have thousands.
+TEST(ImageIo, JpegWithCountlessScansIsRefused)
+{
+    Bytes const whole = jpeg_with_channels(16, 16, 3, true, Bytes(3 * 16 * 16, 77));
+    std::array<unsigned char, 2> const scan{0xff, 0xda};
+    std::array<unsigned char, 2> const tables{0xff, 0xc4};
+    auto const begin = std::search(whole.begin(), whole.end(), scan.begin(), scan.end());
+    auto const end = std::search(begin, whole.end(), tables.begin(), tables.end());
+    ASSERT_NE(end, whole.end());
+    auto const with_copies = [&](int n)
+    {
+        Bytes bytes(whole.begin(), end);
+        for (int i = 0; i < n; ++i)
+        {
+            bytes.insert(bytes.end(), begin, end);
+        }
+        bytes.insert(bytes.end(), end, whole.end());
+        return code_of(bytes);
+    };
+    EXPECT_EQ(with_copies(0), 0);
+    EXPECT_EQ(with_copies(50), 0);
+    EXPECT_EQ(with_copies(1000), 2);
+}
+
 TEST(ImageIo, PngWithAnyChangedByteIsRefused)
 {
     Bytes const whole = encoded(gradient(9, 9), ".png");

@@ -57,22 +57,27 @@ void require_triangle(std::uint64_t face, std::uint64_t corners)
 
 void check_soup(MeshSoup const& soup)
 {
+    if (soup.points.size() > most_faces || soup.faces.size() > most_faces)
+    {
+        throw MeshFileError("holds more than a mesh can");
+    }
+    auto const number = [&](auto index) { return std::to_string(index + soup.first_number); };
     for (std::size_t i = 0; i < soup.points.size(); ++i)
     {
         if (!soup.points[i].allFinite())
         {
-            throw MeshFileError("vertex " + std::to_string(i) +
+            throw MeshFileError("vertex " + number(static_cast<std::int64_t>(i)) +
                                 " has a coordinate that is not finite");
         }
     }
     for (std::size_t i = 0; i < soup.faces.size(); ++i)
     {
-        for (int const corner : soup.faces[i])
+        for (std::int64_t const corner : soup.faces[i])
         {
             if (corner < 0 || static_cast<std::size_t>(corner) >= soup.points.size())
             {
-                throw MeshFileError("face " + std::to_string(i) + " names vertex " +
-                                    std::to_string(corner) + ", but there are only " +
+                throw MeshFileError("face " + number(static_cast<std::int64_t>(i)) +
+                                    " names vertex " + number(corner) + ", but there are only " +
                                     std::to_string(soup.points.size()));
             }
         }
@@ -82,9 +87,10 @@ void check_soup(MeshSoup const& soup)
 std::size_t build_mesh(MeshSoup const& soup, TriMesh& mesh)
 {
     mesh = TriMesh();
-    // A triangulated surface has about three edges a vertex; room for those that fill its holes
-    // is in that too.
-    mesh.reserve(soup.points.size(), 3 * soup.points.size(), soup.faces.size());
+    // A triangulated surface has at most about three edges a vertex: room for those that will fill
+    // its holes is in that too.
+    auto const edges = soup.faces.empty() ? 0 : 3 * soup.points.size();
+    mesh.reserve(soup.points.size(), edges, soup.faces.size());
     add_vertices(soup, mesh);
     return add_faces(soup, mesh);
 }

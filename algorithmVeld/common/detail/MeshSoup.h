@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -18,6 +19,7 @@ struct MeshSoup
     std::vector<std::array<int, 3>> faces;
     std::vector<Vector3f> normals; ///< one for each point, or none at all
     std::vector<Vector3f> colors;  ///< one for each point (each channel 0 to 1), or none at all
+    int first_number = 0;          ///< what the format counts from, for messages
 };
 
 /// Why a mesh file is refused, worded to stand behind the file's name.
@@ -27,11 +29,15 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// The most faces that a half-edge mesh can hold: each may need six halfedges, which have `int`
+/// indices. No more vertices than that are taken either.
+constexpr std::uint64_t most_faces = std::numeric_limits<int>::max() / 6;
+
 /// Refuses a face that has more or fewer than three corners.
 void require_triangle(std::uint64_t face, std::uint64_t corners);
 
-/// Refuses a soup with a coordinate that is not finite or with a face that names a point that is
-/// not there.
+/// Refuses a soup that is too large, has a coordinate that is not finite or a face that names a
+/// point that is not there.
 void check_soup(MeshSoup const& soup);
 
 /// Makes the mesh of a checked soup, elements in the soup's order.
