@@ -3,27 +3,38 @@
 #include "algorithmVeld/common/export.h"
 #include "algorithmVeld/common/types.h"
 
+#include <functional>
 #include <string>
 
 namespace OrvaneAlgorithm
 {
 
+namespace detail
+{
+class BinaryReader;
+class BinaryWriter;
+} // namespace detail
+
 /// Common base of the geometric data classes.
 ///
 /// The bulk data of an object can be moved to a temporary file and back. Between `swap_out_data()`
-/// and `swap_in_data()` the object is empty and only its own `swap_in_data()`, `clear()` and
-/// destruction are allowed. The file disappears with the object or when the data comes back.
+/// and `swap_in_data()` the object is empty and is not to be filled. The file disappears with the
+/// object, when the data comes back, and when the object is cleared or assigned to. A copy of an
+/// object whose data is in the file is empty.
 class ALGORITHMVELD_API BaseData
 {
 public:
     virtual ~BaseData();
 
     /// Moves the bulk data to the temporary file, to free memory.
-    /// \return 0 on success; otherwise the data stays in memory
+    /// \return 0 on success, also if the data is in the file already; otherwise the data stays in
+    ///         memory
     virtual int swap_out_data() = 0;
 
-    /// Brings the data back and removes the file.
-    /// \return 0 on success; otherwise the file is missing or damaged and the object is empty
+    /// Brings the data back as it was, byte for byte, and removes the file.
+    /// \return 0 on success, also if the data is in memory already; otherwise the file is missing
+    /// or
+    ///         damaged and the object is empty
     virtual int swap_in_data() = 0;
 
     /// Full name of this object's temporary file. It is made up on the first call and differs
@@ -52,14 +63,22 @@ protected:
     BaseData& operator=(BaseData const&);
 
     /// True between a successful `swap_out_data()` and the return of the data.
-    bool is_swapped_out() const { return swapped_out_; }
+    bool is_swapped_out() const { return !swap_file_.empty(); }
 
-    /// Takes note that the data now is in the file, or no longer is; the latter removes the file.
-    void set_swapped_out(bool swapped_out);
+    /// Writes the temporary file; the caller then drops the data.
+    /// \return true if all of it is in the file; otherwise there is no file
+    bool write_swap_file(std::function<void(detail::BinaryWriter&)> const& write);
+
+    /// Reads the temporary file and removes it.
+    /// \return true if all of it was read and is undamaged; otherwise what was read is worthless
+    bool read_swap_file(std::function<void(detail::BinaryReader&)> const& read);
+
+    /// Forgets the data in the file, and removes it.
+    void drop_swap_file();
 
 private:
     std::wstring temp_full_name_;
-    bool swapped_out_ = false;
+    std::wstring swap_file_; ///< where the data is, empty while it is in memory
 };
 
 } // namespace OrvaneAlgorithm

@@ -38,14 +38,17 @@ public:
     BaseTriMesh& operator=(BaseTriMesh const&) = default;
     ~BaseTriMesh() override = default;
 
-    int swap_out_data() override;
-    int swap_in_data() override;
-    void clear() override;
     /// Removes the flagged vertices and faces and the faces that use a removed vertex. The order of
     /// what stays is kept; vertices that lose their last face stay.
     void squeeze() override;
+    /// True if the cloud is legal, every channel of the faces that is on has one entry for each
+    /// face, every face has three different vertices of this mesh, face normals are finite, and
+    /// texture indices are -1 or name a texture coordinate.
     bool is_legal() const override;
+    /// Repairs the cloud, removes faces that are not legal or lose a vertex, switches channels of a
+    /// wrong length off, and sets texture indices that are not legal to -1.
     void repair_illegal() override;
+    /// Moves the positions and rotates the normals of vertices and faces.
     void rigid_transformation(RigidMatrix const& motion) override;
 
     std::vector<BaseTriFace> faces;
@@ -59,33 +62,50 @@ public:
     std::vector<Vector3i> face_texture_ids; ///< for each face three indices into `texture_coords`
 
     size_t get_fn() const { return faces.size(); }
+
+    // These throw `std::out_of_range` for an index that is too large, or if the channel is off.
     BaseTriFace const& get_face(size_t i) const;
     Vector3f& get_fNrv(size_t i);
     Vector3f const& get_fNrv(size_t i) const;
-    /// Appends a face. \return its index
+    /// Sets or clears the deleted flag of a face.
+    void set_fDeleted(size_t i, bool deleted);
+
+    /// Appends a face, with zero entries in the channels that are on (texture indices -1).
+    /// \return its index
     size_t add_face(BaseTriFace const& face);
 
     /// Computes the vertex normals, weighted by area, and switches their channel on. A vertex
-    /// without a face of positive area gets a zero normal.
+    /// without a face of positive area gets a zero normal. Faces that are not legal are left out.
     void update_VNrv();
     /// Computes the face normals and switches their channel on; zero for a face without area.
     void update_FNrv();
 
-    /// Sets or clears the deleted flag of a face; the flag channel has to be on.
-    void set_fDeleted(size_t i, bool deleted);
+    // As with the channels of the vertices.
     void enable_fFlag();
     void disable_fFlag();
     void enable_fNormal();
     void disable_fNormal();
 
-    /// Switches the texture on, with three indices -1 for each face.
+    /// Switches the texture on, with three indices -1 for each face. It stays as it is if it is on.
     void enable_texture();
+    /// Drops the texture and its memory.
+    void disable_texture();
     void set_texture_image(Image<3, unsigned char> const& image);
     void set_texture_coords(std::vector<UVCoord> const& coords);
+    /// Throws `std::out_of_range` for a face that is not there, or if the texture is off.
     void set_face_texture_id(size_t face, Vector3i const& ids);
 
+protected:
+    void write_channels(detail::BinaryWriter& writer) const override;
+    void read_channels(detail::BinaryReader& reader) override;
+    void drop_content() override;
+    void keep_vertices(std::vector<char> const& keep) override;
+
 private:
-    void keep_faces(std::vector<char> const& keep, std::vector<int> const& new_vertices);
+    bool is_legal(BaseTriFace const& face) const;
+    bool has_legal_texture() const;
+    void keep_faces(std::vector<char> const& keep);
+    void repair_face_channels();
 };
 
 } // namespace OrvaneAlgorithm

@@ -21,11 +21,16 @@ public:
 
     int swap_out_data() override;
     int swap_in_data() override;
+    /// Drops all vertices and all channels, with their switches and their memory.
     void clear() override;
     /// Removes the vertices whose deleted flag is set; the order of the others stays.
     void squeeze() override;
     void get_boundBox(Vector3f& min, Vector3f& max) const override;
+    /// True if every channel that is on has one entry for each vertex, and all coordinates, normals
+    /// and colours are finite.
     bool is_legal() const override;
+    /// Removes the vertices whose coordinates are not finite, switches channels of a wrong length
+    /// off, and sets normals and colours that are not finite to zero.
     void repair_illegal() override;
 
     /// Makes room for `n` vertices in every channel that is on.
@@ -55,13 +60,16 @@ public:
     static constexpr unsigned char DELETED = 1;
 
     size_t get_vn() const { return vCoord.size(); }
+
+    // These throw `std::out_of_range` for an index that is too large, or if the channel is off.
     Vector3f& get_vNrv(size_t i);
     Vector3f const& get_vNrv(size_t i) const;
     Vector3f const& get_vColor(size_t i) const;
-
-    /// Sets or clears the deleted flag of a vertex; the flag channel has to be on.
+    /// Sets or clears the deleted flag of a vertex.
     void set_vDeleted(size_t i, bool deleted);
 
+    // Switching a channel on gives every vertex a zero entry, unless it is on already; switching it
+    // off drops its entries and their memory.
     void enable_vNormal();
     void disable_vNormal();
     void enable_vColor();
@@ -70,13 +78,19 @@ public:
     void disable_vFlag();
 
 protected:
-    /// For each vertex its new index, or -1 where the deleted flag is set.
-    std::vector<int> squeezed_indices() const;
-    /// Drops the entries whose new index is -1 from all channels.
-    void keep_vertices(std::vector<int> const& new_indices);
-    /// For each vertex true if its coordinates and, where they exist, its normal and colour are
-    /// finite.
+    virtual void write_channels(detail::BinaryWriter& writer) const;
+    virtual void read_channels(detail::BinaryReader& reader);
+    /// Drops everything that is in memory.
+    virtual void drop_content();
+
+    /// For each vertex 1, or 0 where the deleted flag is set.
+    std::vector<char> unflagged_vertices() const;
+    /// For each vertex 1 if its coordinates are finite.
     std::vector<char> finite_vertices() const;
+    /// Drops the vertices that are marked 0 from all channels.
+    virtual void keep_vertices(std::vector<char> const& keep);
+    /// Repairs the channels without removing vertices.
+    void repair_channels();
 };
 
 } // namespace OrvaneAlgorithm

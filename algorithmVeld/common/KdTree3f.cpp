@@ -9,6 +9,11 @@
 #pragma GCC diagnostic pop
 #endif
 
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
 namespace OrvaneAlgorithm
 {
 
@@ -18,22 +23,107 @@ namespace
 using FlannIndex = flann::KDTreeSingleIndex<flann::L2<float>>;
 constexpr int LEAF_SIZE = 15;
 
-flann::SearchParams search_params(bool sorted, int max_neighbours)
+/// Beyond this the sums and squares of coordinates that FLANN computes are no finite floats.
+constexpr float LARGEST_COORDINATE = 1e18F;
+
+bool is_usable(Vector3f const& point)
 {
-    flann::SearchParams params(flann::FLANN_CHECKS_UNLIMITED, 0.0F, sorted);
-    params.max_neighbors = max_neighbours > 0 ? max_neighbours : -1;
-    params.use_heap = flann::FLANN_Undefined;
-    params.cores = 1;
+    // A comparison with NaN is false.
+    return (point.array().abs() <= LARGEST_COORDINATE).all();
+}
+
+/// Unlimited search of an exact tree; how many hits are kept and how they are sorted is the
+/// business of what collects them.
+flann::SearchParams const& search_params()
+{
+    static flann::SearchParams const params = []
+    {
+        flann::SearchParams p(flann::FLANN_CHECKS_UNLIMITED, 0.0F, true);
+        p.max_neighbors = -1;
+        p.use_heap = flann::FLANN_Undefined;
+        p.cores = 1;
+        return p;
+    }();
     return params;
+}
+
+/// Collects the hits of a search, in the way of FLANN's own result sets, but into memory that is
+/// used again. A hit is one number, squared distance before index, which sorts as the pair does:
+/// distances are not negative, and the bits of such floats are in the order of their values.
+class HitCollector final : public flann::ResultSet<float>
+{
+public:
+    /// \param limit how many hits are kept, the nearest ones
+    HitCollector(std::vector<std::uint64_t>& hits, float square_radius, std::size_t limit)
+        : hits_(hits), worst_(square_radius), limit_(limit)
+    {
+        hits_.clear();
+    }
+
+    bool full() const override { return true; }
+    float worstDist() const override { return worst_; }
+
+    void addPoint(float square_distance, std::size_t index) override
+    {
+        if (!(square_distance < worst_))
+        {
+            return;
+        }
+        bool const is_heap = hits_.size() == limit_;
+        if (is_heap)
+        {
+            std::pop_heap(hits_.begin(), hits_.end());
+            hits_.pop_back();
+        }
+        hits_.push_back(to_hit(square_distance, index));
+        if (is_heap)
+        {
+            std::push_heap(hits_.begin(), hits_.end());
+        }
+        else if (hits_.size() == limit_)
+        {
+            std::make_heap(hits_.begin(), hits_.end());
+        }
+        if (hits_.size() == limit_)
+        {
+            worst_ = distance_of(hits_.front());
+        }
+    }
+
+    static std::uint64_t to_hit(float square_distance, std::size_t index)
+    {
+        std::uint32_t bits = 0;
+        std::memcpy(&bits, &square_distance, sizeof bits);
+        return (std::uint64_t{bits} << 32U) | static_cast<std::uint32_t>(index);
+    }
+    static float distance_of(std::uint64_t hit)
+    {
+        auto const bits = static_cast<std::uint32_t>(hit >> 32U);
+        float distance = 0.0F;
+        std::memcpy(&distance, &bits, sizeof distance);
+        return distance;
+    }
+    static std::size_t index_of(std::uint64_t hit) { return hit & 0xFFFFFFFFU; }
+
+private:
+    std::vector<std::uint64_t>& hits_;
+    float worst_;
+    std::size_t limit_;
+};
+
+/// Memory for the hits of a search, kept from one search of a thread to the next.
+std::vector<std::uint64_t>& thread_hits()
+{
+    thread_local std::vector<std::uint64_t> hits;
+    return hits;
 }
 
 } // namespace
 
-/// The finite points, FLANN's index over them, and their places in the list that was given.
+/// FLANN's index over the usable points, and their places in the list that was given.
 struct KdTree3f::Index
 {
-    std::vector<float> coordinates;
-    std::vector<int> places; ///< empty where every point was finite
+    std::vector<int> places; ///< empty where every point is usable
     std::unique_ptr<FlannIndex> flann;
 
     int place(std::size_t i) const { return places.empty() ? static_cast<int>(i) : places[i]; }
@@ -48,28 +138,29 @@ void KdTree3f::build_kdtree(std::vector<Vector3f> const& points)
 {
     index_.reset();
     auto index = std::make_shared<Index>();
-    index->coordinates.reserve(points.size() * 3);
-    for (std::size_t i = 0; i < points.size(); ++i)
+    std::vector<Vector3f> usable;
+    if (!std::all_of(points.begin(), points.end(), is_usable))
     {
-        Vector3f const& p = points[i];
-        if (p.allFinite())
+        for (std::size_t i = 0; i < points.size(); ++i)
         {
-            index->coordinates.insert(index->coordinates.end(), {p.x(), p.y(), p.z()});
-            index->places.push_back(static_cast<int>(i));
+            if (is_usable(points[i]))
+            {
+                usable.push_back(points[i]);
+                index->places.push_back(static_cast<int>(i));
+            }
         }
     }
-    if (index->places.empty())
+    std::vector<Vector3f> const& source = index->places.empty() ? points : usable;
+    if (source.empty() || !is_usable(source.front()))
     {
         return;
     }
-    flann::Matrix<float> const matrix(index->coordinates.data(), index->places.size(), 3);
+    // With reordering the index keeps a copy of the points and looks at these ones no more once it
+    // is built; it does not write them either.
+    flann::Matrix<float> const matrix(const_cast<float*>(source.front().data()), source.size(), 3);
     index->flann = std::make_unique<FlannIndex>(
         matrix, flann::KDTreeSingleIndexParams(LEAF_SIZE, true), flann::L2<float>());
     index->flann->buildIndex();
-    if (index->places.size() == points.size())
-    {
-        index->places = {};
-    }
     index_ = std::move(index);
 }
 
@@ -78,39 +169,41 @@ int KdTree3f::radius_search(Vector3f const& query, float radius, std::vector<int
 {
     indices.clear();
     sq_dists.clear();
-    if (!index_ || !(radius >= 0.0F) || max_neighbours < 0 || !query.allFinite())
+    if (!index_ || !(radius >= 0.0F) || max_neighbours < 0 || !is_usable(query))
     {
         return 0;
     }
-    Vector3f point = query;
-    flann::Matrix<float> const queries(point.data(), 1, 3);
-    std::vector<std::vector<std::size_t>> hits;
-    std::vector<std::vector<float>> distances;
-    index_->flann->radiusSearch(queries, hits, distances, radius * radius,
-                                search_params(sorted_, max_neighbours));
-    sq_dists = std::move(distances.front());
-    indices.reserve(hits.front().size());
-    for (std::size_t const hit : hits.front())
+    auto& hits = thread_hits();
+    HitCollector collector(hits, radius * radius,
+                           max_neighbours > 0 ? static_cast<std::size_t>(max_neighbours)
+                                              : std::numeric_limits<std::size_t>::max());
+    index_->flann->findNeighbors(collector, query.data(), search_params());
+    if (sorted_)
     {
-        indices.push_back(index_->place(hit));
+        std::sort(hits.begin(), hits.end());
     }
-    return static_cast<int>(indices.size());
+    indices.resize(hits.size());
+    sq_dists.resize(hits.size());
+    for (std::size_t i = 0; i < hits.size(); ++i)
+    {
+        indices[i] = index_->place(HitCollector::index_of(hits[i]));
+        sq_dists[i] = HitCollector::distance_of(hits[i]);
+    }
+    return static_cast<int>(hits.size());
 }
 
 bool KdTree3f::nearest_search(Vector3f const& query, int& index, float& sq_dist) const
 {
     index = -1;
     sq_dist = 0.0F;
-    if (!index_ || !query.allFinite())
+    if (!index_ || !is_usable(query))
     {
         return false;
     }
-    Vector3f point = query;
+    flann::KNNSimpleResultSet<float> nearest(1);
+    index_->flann->findNeighbors(nearest, query.data(), search_params());
     std::size_t hit = 0;
-    flann::Matrix<float> const queries(point.data(), 1, 3);
-    flann::Matrix<std::size_t> hits(&hit, 1, 1);
-    flann::Matrix<float> distances(&sq_dist, 1, 1);
-    index_->flann->knnSearch(queries, hits, distances, 1, search_params(true, 0));
+    nearest.copy(&hit, &sq_dist, 1);
     index = index_->place(hit);
     return true;
 }

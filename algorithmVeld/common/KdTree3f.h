@@ -12,8 +12,8 @@ namespace OrvaneAlgorithm
 /// Search tree over points in space, on FLANN's single kd-tree with the Euclidean metric.
 ///
 /// Building copies what it needs: the points may go afterwards. Points with a coordinate that is
-/// not finite are never found. Copies of a tree share the index, which is only read; searches may
-/// run in many threads at once.
+/// not finite, or beyond 1e18 so that squares of distances would not be, are never found. Copies of
+/// a tree share the index, which is only read; searches may run in many threads at once.
 class ALGORITHMVELD_API KdTree3f
 {
 public:
@@ -30,7 +30,7 @@ public:
     void set_sorted(bool sorted) { sorted_ = sorted; }
 
     /// Finds the points nearer to `query` than `radius`; the limit itself is not a hit.
-    /// \param query where to search; if it is not finite nothing is found
+    /// \param query where to search; if it is not finite, or beyond 1e18, nothing is found
     /// \param radius in the unit of the points; negative or 0 finds nothing
     /// \param indices the hits, by their place in the list that the tree was built on
     /// \param sq_dists their squared distances
@@ -39,10 +39,10 @@ public:
     int radius_search(Vector3f const& query, float radius, std::vector<int>& indices,
                       std::vector<float>& sq_dists, int max_neighbours) const;
 
-    /// Finds the point nearest to `query`.
+    /// Finds the point nearest to `query`; of equally near ones always the same.
     /// \param index its place in the list, -1 if there is none
     /// \param sq_dist its squared distance
-    /// \return false if the tree was not built or `query` is not finite
+    /// \return false if the tree was not built or `query` is not finite, or beyond 1e18
     bool nearest_search(Vector3f const& query, int& index, float& sq_dist) const;
 
 private:

@@ -1,13 +1,16 @@
 #include "algorithmVeld/common/LogHolder.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 #include <cwchar>
 #include <deque>
+#include <iomanip>
+#include <locale>
 #include <mutex>
+#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -21,11 +24,14 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
+constexpr std::size_t NONE = static_cast<std::size_t>(-1);
+
 /// A step under one parent, with the time of all its laps.
 struct Step
 {
     std::string name;
     std::string parent;
+    std::size_t parent_step = NONE; ///< NONE at the top, or while no step of that name is known
     int laps = 0;
     double seconds = 0.0;
     int running = 0;
@@ -74,40 +80,83 @@ std::string to_utf8(wchar_t const* wide)
     return text;
 }
 
+/// Length of the UTF-8 sequence at the beginning of `text`, 0 if there is no valid one.
+std::size_t utf8_length(unsigned char const* text, std::size_t n)
+{
+    unsigned char const c = text[0];
+    std::size_t const length = c < 0x80 ? 1 : c < 0xC2 ? 0 : c < 0xE0 ? 2 : c < 0xF0 ? 3 : 4;
+    if (length > n || c > 0xF4)
+    {
+        return 0;
+    }
+    for (std::size_t i = 1; i < length; ++i)
+    {
+        if ((text[i] & 0xC0) != 0x80)
+        {
+            return 0;
+        }
+    }
+    // What is written longer than needed, half a surrogate pair, or too large is no text either.
+    bool const is_wrong = (c == 0xE0 && text[1] < 0xA0) || (c == 0xED && text[1] > 0x9F) ||
+                          (c == 0xF0 && text[1] < 0x90) || (c == 0xF4 && text[1] > 0x8F);
+    return is_wrong ? 0 : length;
+}
+
+/// A JSON string; bytes that are no UTF-8 become the replacement character.
 std::string json_string(std::string const& text)
 {
+    auto const* const bytes = reinterpret_cast<unsigned char const*>(text.data());
     std::string quoted = "\"";
-    for (char const c : text)
+    for (std::size_t i = 0; i < text.size();)
     {
-        if (c == '"' || c == '\\')
+        std::size_t const length = utf8_length(bytes + i, text.size() - i);
+        if (length == 0)
         {
-            quoted += '\\';
-            quoted += c;
+            quoted += "\xEF\xBF\xBD";
         }
-        else if (static_cast<unsigned char>(c) < 0x20)
+        else if (bytes[i] < 0x20)
         {
             char code[8];
-            std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(c));
+            std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(bytes[i]));
             quoted += code;
         }
         else
         {
-            quoted += c;
+            quoted += bytes[i] == '"' || bytes[i] == '\\' ? "\\" : "";
+            quoted.append(text, i, length);
         }
+        i += std::max<std::size_t>(length, 1);
     }
     return quoted + '"';
+}
+
+/// Seconds with a decimal point, whatever the host's locale is.
+std::string seconds_text(double seconds, int digits)
+{
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << std::fixed << std::setprecision(digits) << seconds;
+    return text.str();
 }
 
 /// The steps as a forest: each step's children in order of their first start.
 class StepForest
 {
 public:
-    explicit StepForest(std::deque<Step> const& steps) : steps_(steps), children_(steps.size())
+    explicit StepForest(std::deque<Step> const& steps) : parents_(steps.size(), NONE)
     {
         for (std::size_t i = 0; i < steps.size(); ++i)
         {
-            std::size_t const parent = parent_of(i);
-            (parent == steps.size() ? roots_ : children_[parent]).push_back(i);
+            parents_[i] = steps[i].parent_step;
+        }
+        for (std::size_t i = 0; i < steps.size(); ++i)
+        {
+            adopt(steps, i);
+        }
+        children_.resize(steps.size());
+        for (std::size_t i = 0; i < steps.size(); ++i)
+        {
+            (parents_[i] == NONE ? roots_ : children_[parents_[i]]).push_back(i);
         }
     }
 
@@ -115,26 +164,29 @@ public:
     std::vector<std::size_t> const& children(std::size_t i) const { return children_[i]; }
 
 private:
-    /// The first earlier step of the parent's name, or of a later one; a step is never made its own
-    /// ancestor.
-    std::size_t parent_of(std::size_t i) const
+    /// Puts a step whose parent came after it under the first step of that name, unless it would
+    /// become its own ancestor.
+    void adopt(std::deque<Step> const& steps, std::size_t i)
     {
-        std::size_t const none = steps_.size();
-        if (steps_[i].parent.empty())
+        for (std::size_t j = 0; j < steps.size() && parents_[i] == NONE; ++j)
         {
-            return none;
-        }
-        for (std::size_t j = i; j-- > 0;)
-        {
-            if (steps_[j].name == steps_[i].parent)
+            if (!steps[i].parent.empty() && steps[j].name == steps[i].parent && !is_under(j, i))
             {
-                return j;
+                parents_[i] = j;
             }
         }
-        return none;
     }
 
-    std::deque<Step> const& steps_;
+    bool is_under(std::size_t step, std::size_t ancestor) const
+    {
+        while (step != NONE && step != ancestor)
+        {
+            step = parents_[step];
+        }
+        return step == ancestor;
+    }
+
+    std::vector<std::size_t> parents_;
     std::vector<std::vector<std::size_t>> children_;
     std::vector<std::size_t> roots_;
 };
@@ -147,6 +199,7 @@ struct LogHolder::State
     std::function<void(std::string const&)> sink;
 
     std::mutex observer_mutex;
+    std::atomic<bool> is_observed{false};
     std::function<void(StepEvent const&)> observer;
 
     std::mutex steps_mutex;
@@ -175,17 +228,55 @@ struct LogHolder::State
         }
     }
 
+    /// The step that a new lap of the parent's name would be counted on: the one that runs in this
+    /// thread, or in another one (a parallel region inside it), or the last one of that name.
+    std::size_t find_parent(std::string const& parent) const
+    {
+        std::size_t elsewhere = NONE;
+        auto const thread = std::this_thread::get_id();
+        for (auto lap = laps.rbegin(); lap != laps.rend(); ++lap)
+        {
+            if (steps[lap->step].name == parent)
+            {
+                if (lap->thread == thread)
+                {
+                    return lap->step;
+                }
+                elsewhere = elsewhere == NONE ? lap->step : elsewhere;
+            }
+        }
+        for (std::size_t i = steps.size(); i-- > 0 && elsewhere == NONE;)
+        {
+            elsewhere = steps[i].name == parent ? i : NONE;
+        }
+        return elsewhere;
+    }
+
+    /// The step of this name under this parent, made on its first start.
     std::size_t find_or_add(std::string const& name, std::string const& parent)
     {
-        auto const it = std::find_if(steps.begin(), steps.end(),
-                                     [&](Step const& step)
-                                     { return step.name == name && step.parent == parent; });
-        if (it == steps.end())
+        std::size_t const parent_step = parent.empty() ? NONE : find_parent(parent);
+        auto const is_it = [&](std::size_t i)
+        { return steps[i].name == name && steps[i].parent == parent; };
+        // A step inside itself is counted on itself: a chain of parents never holds it twice.
+        for (std::size_t i = parent_step; i != NONE; i = steps[i].parent_step)
         {
-            steps.push_back({name, parent, 0, 0.0, 0});
-            return steps.size() - 1;
+            if (is_it(i))
+            {
+                return i;
+            }
         }
-        return static_cast<std::size_t>(it - steps.begin());
+        for (std::size_t i = 0; i < steps.size(); ++i)
+        {
+            // One that started before its parent was known joins it now.
+            if (is_it(i) && (steps[i].parent_step == parent_step || steps[i].parent_step == NONE))
+            {
+                steps[i].parent_step = parent_step;
+                return i;
+            }
+        }
+        steps.push_back({name, parent, parent_step, 0, 0.0, 0});
+        return steps.size() - 1;
     }
 
     /// Ends this thread's last lap of the step. \return false if there is none
@@ -271,25 +362,28 @@ bool LogHolder::LogPrintf(wchar_t const* format, ...)
 
 void LogHolder::startSpecStepTimer(std::string const& step, std::string const& parent)
 {
+    // First, so that a step whose observer throws has not started.
+    if (state_->is_observed)
     {
-        std::lock_guard<std::mutex> const lock(state_->steps_mutex);
-        std::size_t const index = state_->find_or_add(step, parent);
-        ++state_->steps[index].running;
-        state_->laps.push_back({index, std::this_thread::get_id(), Clock::now()});
+        state_->tell({step, parent, true, 0.0});
     }
-    state_->tell({step, parent, true, 0.0});
+    std::lock_guard<std::mutex> const lock(state_->steps_mutex);
+    std::size_t const index = state_->find_or_add(step, parent);
+    state_->laps.push_back({index, std::this_thread::get_id(), Clock::now()});
+    ++state_->steps[index].running;
 }
 
 void LogHolder::lapSpecStepTimer(std::string const& step)
 {
-    StepEvent event{step, {}, false, 0.0};
+    StepEvent event;
     bool ended = false;
     {
         std::lock_guard<std::mutex> const lock(state_->steps_mutex);
         ended = state_->end_lap(step, event);
     }
-    if (ended)
+    if (ended && state_->is_observed)
     {
+        event.step = step;
         state_->tell(event);
     }
 }
@@ -304,6 +398,7 @@ void LogHolder::set_step_observer(std::function<void(StepEvent const&)> observer
 {
     std::lock_guard<std::mutex> const lock(state_->observer_mutex);
     state_->observer = std::move(observer);
+    state_->is_observed = static_cast<bool>(state_->observer);
 }
 
 std::string LogHolder::report_steps() const
@@ -314,12 +409,14 @@ std::string LogHolder::report_steps() const
     std::function<void(std::size_t, int)> const add = [&](std::size_t i, int depth)
     {
         Step const& step = state_->steps[i];
-        char numbers[64];
-        std::snprintf(numbers, sizeof numbers, "%8d %12.6f s\n", step.laps, step.seconds);
+        char laps[16];
+        std::snprintf(laps, sizeof laps, "%8d", step.laps);
+        std::string const seconds = seconds_text(step.seconds, 6);
         std::string name(static_cast<std::size_t>(depth) * 2, ' ');
         name += step.name;
         name.resize(std::max<std::size_t>(name.size(), 44), ' ');
-        report += name + numbers;
+        report += name + laps + std::string(13 - std::min<std::size_t>(seconds.size(), 12), ' ') +
+                  seconds + " s\n";
         for (std::size_t const child : forest.children(i))
         {
             add(child, depth + 1);
@@ -343,11 +440,11 @@ std::string LogHolder::steps_as_json() const
         for (std::size_t const i : indices)
         {
             Step const& step = state_->steps[i];
-            char numbers[128];
-            std::snprintf(numbers, sizeof numbers, ",\"laps\":%d,\"seconds\":%.9f,\"running\":%d",
-                          step.laps, step.seconds, step.running);
             json += json.size() > 1 ? "," : "";
-            json += "{\"name\":" + json_string(step.name) + numbers +
+            json += "{\"name\":" + json_string(step.name) +
+                    ",\"laps\":" + std::to_string(step.laps) +
+                    ",\"seconds\":" + seconds_text(step.seconds, 9) +
+                    ",\"running\":" + std::to_string(step.running) +
                     ",\"children\":" + list(forest.children(i)) + "}";
         }
         return json + "]";
@@ -366,7 +463,8 @@ int format_line(char (&buffer)[512], char const* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    int const length = std::vsnprintf(buffer, sizeof buffer, format, arguments);
+    int const length =
+        format == nullptr ? -1 : std::vsnprintf(buffer, sizeof buffer, format, arguments);
     va_end(arguments);
     if (length < 0)
     {

@@ -20,9 +20,9 @@ struct StepEvent
 
 /// Sink of all log text and of the step timers.
 ///
-/// All operations may be called from parallel regions. A sink or observer is called by one thread
-/// at a time; it must not call back into the same `LogHolder`. What it throws reaches the caller of
-/// the operation that logged.
+/// All operations may be called from parallel regions. The sink is called by one thread at a time,
+/// and so is the observer. A sink must not log, and neither may replace itself; an observer may log
+/// and ask for the report. What they throw reaches the caller of the operation that logged.
 class ALGORITHMVELD_API LogHolder
 {
 public:
@@ -35,7 +35,9 @@ public:
     /// ignored.
     void print_log(char const* text);
 
-    /// Writes formatted text to the sink. \return false if the text cannot be formatted.
+    /// Writes formatted text of any length to the sink. Text that is finished already goes as
+    /// `("%s", text)`, for a percent sign in it is no format.
+    /// \return false if the text cannot be formatted
     bool LogPrintf(char const* format, ...);
 
     /// The same for wide text, which reaches the sink as UTF-8.
@@ -43,8 +45,9 @@ public:
 
     /// Starts the stopwatch of a step.
     /// \param step name of the step
-    /// \param parent name of the enclosing step, or empty for a step at the top. It need not be
-    ///        known yet.
+    /// \param parent name of the enclosing step, or empty for a step at the top. Of several steps
+    ///        of that name the one that runs counts. It need not be known yet: the step moves under
+    ///        it when it is, and stands at the top until then.
     void startSpecStepTimer(std::string const& step, std::string const& parent);
 
     /// Stops the step of this name that the calling thread started last, and adds the time to its

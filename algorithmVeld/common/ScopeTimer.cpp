@@ -8,13 +8,14 @@ namespace OrvaneAlgorithm
 void CQueryPerformance::print_spend_time(char const* label) const
 {
     std::chrono::duration<double> const elapsed = std::chrono::steady_clock::now() - start_;
-    std::printf("%s %f s\n", label, elapsed.count());
+    std::printf("%s %f s\n", label == nullptr ? "" : label, elapsed.count());
 }
 
 ScopeTimer::ScopeTimer(char const* name)
 {
+    name = name == nullptr ? "" : name;
+    std::printf("%s ......\n", name);
     std::snprintf(name_, sizeof name_, "%s", name);
-    std::printf("%s ......\n", name_);
     stopwatch_.reset();
 }
 

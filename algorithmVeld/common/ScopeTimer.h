@@ -28,7 +28,7 @@ private:
 class ALGORITHMVELD_API ScopeTimer
 {
 public:
-    /// \param name printed with both lines; what is longer than 511 bytes is cut off
+    /// \param name printed with both lines; at the end no more than its first 511 bytes
     explicit ScopeTimer(char const* name);
     ~ScopeTimer();
     ScopeTimer(ScopeTimer const&) = delete;

@@ -1,34 +1,229 @@
 #include "algorithmVeld/common/TriMesh.h"
 
+#include "algorithmVeld/common/detail/AddFace.h"
+#include "algorithmVeld/common/detail/BinaryFile.h"
 #include "algorithmVeld/common/detail/BoundingBox.h"
 #include "algorithmVeld/common/detail/MeshScope.h"
+
+#include <array>
+#include <type_traits>
 
 namespace OrvaneAlgorithm
 {
 
+namespace
+{
+
+/// The array of a standard attribute. All of them consist of scalars of four bytes.
+template <typename Mesh, typename PropertyHandle>
+auto& array_of(Mesh& mesh, PropertyHandle property)
+{
+    return mesh.property(property).data_vector();
+}
+
+/// Calls `visit` with the array of every standard attribute that the mesh has, in a fixed order.
+template <typename Mesh, typename Visitor>
+void for_each_attribute(Mesh& mesh, Visitor const& visit)
+{
+    auto const visit_one = [&](auto property)
+    {
+        if (property.is_valid())
+        {
+            visit(array_of(mesh, property));
+        }
+    };
+    visit_one(mesh.points_property_handle());
+    visit_one(mesh.vertex_normals_pph());
+    visit_one(mesh.vertex_colors_pph());
+    visit_one(mesh.vertex_texcoords1D_pph());
+    visit_one(mesh.vertex_texcoords2D_pph());
+    visit_one(mesh.vertex_texcoords3D_pph());
+    visit_one(mesh.vertex_status_pph());
+    visit_one(mesh.halfedge_normals_pph());
+    visit_one(mesh.halfedge_colors_pph());
+    visit_one(mesh.halfedge_texcoords1D_pph());
+    visit_one(mesh.halfedge_texcoords2D_pph());
+    visit_one(mesh.halfedge_texcoords3D_pph());
+    visit_one(mesh.halfedge_status_pph());
+    visit_one(mesh.edge_colors_pph());
+    visit_one(mesh.edge_status_pph());
+    visit_one(mesh.face_normals_pph());
+    visit_one(mesh.face_colors_pph());
+    visit_one(mesh.face_texture_index_pph());
+    visit_one(mesh.face_status_pph());
+}
+
+/// The kernel's items of one kind as one array. Items are nothing but linked handles, which the
+/// kernel keeps in a vector.
+template <typename Item, typename Mesh, typename Access>
+Item* items(Mesh& mesh, size_t n, Access const& first)
+{
+    static_assert(std::is_trivially_copyable_v<std::remove_const_t<Item>> &&
+                      sizeof(Item) % sizeof(std::int32_t) == 0,
+                  "an item consists of handles");
+    return n > 0 ? &first(mesh) : nullptr;
+}
+
+/// Calls `visit` with the first item and the number of the vertices, edges and faces.
+template <typename Mesh, typename Visitor>
+void for_each_item_array(Mesh& mesh, Visitor const& visit)
+{
+    using OpenMesh::EdgeHandle;
+    using OpenMesh::FaceHandle;
+    using OpenMesh::VertexHandle;
+    using Vertex = std::remove_reference_t<decltype(mesh.vertex(VertexHandle(0)))>;
+    using Edge = std::remove_reference_t<decltype(mesh.edge(EdgeHandle(0)))>;
+    using Face = std::remove_reference_t<decltype(mesh.face(FaceHandle(0)))>;
+    visit(items<Vertex>(mesh, mesh.n_vertices(),
+                        [](Mesh& m) -> Vertex& { return m.vertex(VertexHandle(0)); }),
+          mesh.n_vertices());
+    visit(items<Edge>(mesh, mesh.n_edges(), [](Mesh& m) -> Edge& { return m.edge(EdgeHandle(0)); }),
+          mesh.n_edges());
+    visit(items<Face>(mesh, mesh.n_faces(), [](Mesh& m) -> Face& { return m.face(FaceHandle(0)); }),
+          mesh.n_faces());
+}
+
+void write_mesh(TriMesh const& mesh, detail::BinaryWriter& writer)
+{
+    writer.scalar<std::uint64_t>(mesh.n_vertices());
+    writer.scalar<std::uint64_t>(mesh.n_edges());
+    writer.scalar<std::uint64_t>(mesh.n_faces());
+    for_each_item_array(mesh, [&](auto const* first, size_t n)
+                        { writer.elements<std::int32_t>(first, n); });
+    for_each_attribute(mesh, [&](auto const& values)
+                       { writer.elements<std::uint32_t>(values.data(), values.size()); });
+}
+
+void read_mesh(TriMesh& mesh, detail::BinaryReader& reader)
+{
+    auto const n_vertices = reader.scalar<std::uint64_t>();
+    auto const n_edges = reader.scalar<std::uint64_t>();
+    auto const n_faces = reader.scalar<std::uint64_t>();
+    // Every element has at least its links in the file, so a wrong number takes no memory.
+    bool const possible = reader.has_room_for<TriMesh::Vertex>(n_vertices) &&
+                          reader.has_room_for<TriMesh::Edge>(n_edges) &&
+                          reader.has_room_for<TriMesh::Face>(n_faces);
+    if (!possible)
+    {
+        reader.fail();
+        return;
+    }
+    mesh.resize(static_cast<size_t>(n_vertices), static_cast<size_t>(n_edges),
+                static_cast<size_t>(n_faces));
+    for_each_item_array(mesh,
+                        [&](auto* first, size_t n) { reader.elements<std::int32_t>(first, n); });
+    for_each_attribute(mesh, [&](auto& values)
+                       { reader.elements<std::uint32_t>(values.data(), values.size()); });
+}
+
+template <typename Handle>
+bool is_deleted(TriMesh const& mesh, Handle handle, bool has_status)
+{
+    return has_status && mesh.status(handle).deleted();
+}
+
+/// Whether the face's halfedges form a triangle of three different vertices.
+bool is_triangle(TriMesh const& mesh, OpenMesh::FaceHandle face)
+{
+    auto const first = mesh.halfedge_handle(face);
+    auto h = first;
+    for (int i = 0; i < 3; ++i)
+    {
+        if (!mesh.is_valid_handle(h) || mesh.face_handle(h) != face ||
+            !mesh.is_valid_handle(mesh.to_vertex_handle(h)) ||
+            mesh.to_vertex_handle(h) == mesh.from_vertex_handle(h))
+        {
+            return false;
+        }
+        h = mesh.next_halfedge_handle(h);
+    }
+    return h == first;
+}
+
+/// Whether the halfedge and its neighbours in the walk agree.
+bool is_halfedge_linked(TriMesh const& mesh, OpenMesh::HalfedgeHandle h)
+{
+    auto const next = mesh.next_halfedge_handle(h);
+    auto const prev = mesh.prev_halfedge_handle(h);
+    auto const face = mesh.face_handle(h);
+    return mesh.is_valid_handle(next) && mesh.is_valid_handle(prev) &&
+           mesh.prev_halfedge_handle(next) == h && mesh.next_halfedge_handle(prev) == h &&
+           mesh.is_valid_handle(mesh.to_vertex_handle(h)) &&
+           mesh.from_vertex_handle(next) == mesh.to_vertex_handle(h) &&
+           mesh.face_handle(next) == face && (!face.is_valid() || mesh.is_valid_handle(face));
+}
+
+/// Whether the vertex is isolated or starts its halfedge.
+bool is_vertex_linked(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
+{
+    auto const h = mesh.halfedge_handle(vertex);
+    return !h.is_valid() || (mesh.is_valid_handle(h) && mesh.from_vertex_handle(h) == vertex);
+}
+
+} // namespace
+
+TriMesh::TriMesh(TriMesh const& other) : BaseData(other), Kernel(static_cast<Kernel const&>(other))
+{
+    if (other.is_swapped_out())
+    {
+        Kernel::clear();
+    }
+}
+
+TriMesh& TriMesh::operator=(TriMesh const& other)
+{
+    // OpenMesh would delete the properties before it copies them.
+    if (this != &other)
+    {
+        BaseData::operator=(other);
+        Kernel::operator=(other);
+        if (other.is_swapped_out())
+        {
+            Kernel::clear();
+        }
+    }
+    return *this;
+}
+
 int TriMesh::swap_out_data()
 {
-    return 1;
+    if (is_swapped_out())
+    {
+        return 0;
+    }
+    if (!write_swap_file([this](detail::BinaryWriter& writer) { write_mesh(*this, writer); }))
+    {
+        return 1;
+    }
+    clean();
+    for_each_attribute(*this, [](auto& values)
+                       { std::remove_reference_t<decltype(values)>().swap(values); });
+    return 0;
 }
 
 int TriMesh::swap_in_data()
 {
-    return 1;
+    if (!is_swapped_out())
+    {
+        return 0;
+    }
+    if (!read_swap_file([this](detail::BinaryReader& reader) { read_mesh(*this, reader); }))
+    {
+        Kernel::clear();
+        return 1;
+    }
+    return 0;
 }
 
 void TriMesh::clear()
 {
-    set_swapped_out(false);
-    clean();
-    vprops_resize(0);
-    eprops_resize(0);
-    hprops_resize(0);
-    fprops_resize(0);
+    drop_swap_file();
+    Kernel::clear();
 }
 
 void TriMesh::squeeze()
 {
-    garbage_collection(true, true, true);
+    garbage_collection(has_vertex_status(), has_edge_status(), has_face_status());
 }
 
 void TriMesh::get_boundBox(Vector3f& min, Vector3f& max) const
@@ -38,28 +233,36 @@ void TriMesh::get_boundBox(Vector3f& min, Vector3f& max) const
 
 bool TriMesh::is_legal() const
 {
-    for (auto const vertex : all_vertices())
+    for (auto const vertex : vertices())
     {
         if (!point(vertex).allFinite())
         {
             return false;
         }
     }
-    for (auto const face : all_faces())
+    return is_linked();
+}
+
+bool TriMesh::is_linked() const
+{
+    for (auto const vertex : vertices())
     {
-        auto const first = halfedge_handle(face);
-        auto h = first;
-        for (int i = 0; i < 3; ++i)
+        if (!is_vertex_linked(*this, vertex))
         {
-            if (!is_valid_handle(h) || face_handle(h) != face ||
-                !is_valid_handle(to_vertex_handle(h)) ||
-                to_vertex_handle(h) == from_vertex_handle(h))
-            {
-                return false;
-            }
-            h = next_halfedge_handle(h);
+            return false;
         }
-        if (h != first)
+    }
+    for (auto const edge : edges())
+    {
+        if (!is_halfedge_linked(*this, halfedge_handle(edge, 0)) ||
+            !is_halfedge_linked(*this, halfedge_handle(edge, 1)))
+        {
+            return false;
+        }
+    }
+    for (auto const face : faces())
+    {
+        if (!is_triangle(*this, face))
         {
             return false;
         }
@@ -69,6 +272,14 @@ bool TriMesh::is_legal() const
 
 void TriMesh::repair_illegal()
 {
+    if (is_legal())
+    {
+        return;
+    }
+    if (!is_linked())
+    {
+        rebuild_from_faces();
+    }
     detail::DeletionScope const scope(*this);
     for (auto const vertex : all_vertices())
     {
@@ -78,6 +289,36 @@ void TriMesh::repair_illegal()
         }
     }
     garbage_collection(true, true, true);
+}
+
+void TriMesh::rebuild_from_faces()
+{
+    std::vector<std::array<OpenMesh::VertexHandle, 3>> triangles;
+    for (auto const face : faces())
+    {
+        if (is_triangle(*this, face))
+        {
+            auto const h = halfedge_handle(face);
+            triangles.push_back({{to_vertex_handle(h), to_vertex_handle(next_halfedge_handle(h)),
+                                  from_vertex_handle(h)}});
+        }
+    }
+    size_t const n = n_vertices();
+    resize(n, 0, 0);
+    for (auto const vertex : all_vertices())
+    {
+        set_isolated(vertex);
+    }
+    for (auto const& [a, b, c] : triangles)
+    {
+        bool const is_left = !is_deleted(*this, a, has_vertex_status()) &&
+                             !is_deleted(*this, b, has_vertex_status()) &&
+                             !is_deleted(*this, c, has_vertex_status());
+        if (is_left)
+        {
+            detail::add_face_checked(*this, a, b, c);
+        }
+    }
 }
 
 void TriMesh::reserve_more(size_t vertices, size_t edges, size_t faces)

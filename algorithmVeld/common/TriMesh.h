@@ -19,31 +19,41 @@ public:
         OpenMesh::FinalMeshItemsT<OpenMesh::EigenFloatTraits, true>, OpenMesh::TriConnectivity>>;
 
     TriMesh() = default;
-    TriMesh(TriMesh const&) = default;
-    TriMesh& operator=(TriMesh const&) = default;
+    /// Copies are deep, with all properties: handles of the source are good for the copy. Moving is
+    /// copying, as it is for OpenMesh.
+    TriMesh(TriMesh const& other);
+    TriMesh& operator=(TriMesh const& other);
     ~TriMesh() override = default;
 
-    /// Moves connectivity, coordinates and the standard attributes to the file. Properties that the
-    /// host added stay in memory and are there again when the data is back.
+    /// Moves connectivity, coordinates and the standard attributes that are requested to the file.
+    /// Properties that the host added stay in memory. All handles, of elements and of properties,
+    /// are good again when the data is back; if it does not come back the properties are empty.
     int swap_out_data() override;
     int swap_in_data() override;
-    /// Drops all vertices, edges and faces. Properties stay, without elements.
+    /// Drops all vertices, edges and faces, with their memory. Properties and requested attributes
+    /// stay, without elements.
     void clear() override;
     /// Removes what is marked deleted. Without status attributes there is nothing to remove. The
     /// gaps are filled from the end.
     void squeeze() override;
     void get_boundBox(Vector3f& min, Vector3f& max) const override;
-    /// True if all coordinates are finite and every face is a triangle of three different, valid
-    /// vertices whose halfedges are linked to each other.
+    /// True if all coordinates are finite, every face is a triangle of three different vertices,
+    /// and the links between halfedges, vertices and faces agree with each other. What is marked
+    /// deleted is not looked at.
     bool is_legal() const override;
-    /// Deletes the vertices whose coordinates are not finite, with their faces.
+    /// Makes the mesh legal, and changes nothing if it is legal: removes the vertices whose
+    /// coordinates are not finite, with their faces, and what was marked deleted. If the links do
+    /// not agree the mesh is built anew from those faces that still are triangles; vertices stay,
+    /// and so do their attributes, while those of edges and faces are lost.
     void repair_illegal() override;
 
     /// Makes room for more elements in the connectivity and in all properties, so that adding them
     /// one by one does not move the arrays.
     void reserve_more(size_t vertices, size_t edges, size_t faces);
 
-    // Moving is copying for OpenMesh's kernel; leaving it out keeps one way to hand a mesh over.
+private:
+    bool is_linked() const;
+    void rebuild_from_faces();
 };
 
 } // namespace OrvaneAlgorithm

@@ -43,7 +43,7 @@ inline bool can_add_face(TriMesh const& mesh, std::array<OpenMesh::VertexHandle,
         {
             gap = mesh.opposite_halfedge_handle(mesh.next_halfedge_handle(gap));
         } while (!mesh.is_boundary(gap));
-        if (mesh.next_halfedge_handle(gap) == out)
+        if (gap == in)
         {
             return false;
         }

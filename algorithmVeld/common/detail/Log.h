@@ -3,7 +3,9 @@
 #include "algorithmVeld/common/LogHolder.h"
 #include "algorithmVeld/common/ParamHolder.h"
 
+#include <exception>
 #include <string>
+#include <utility>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -29,7 +31,9 @@ inline void log_line(bool enabled, char const* text)
     }
 }
 
-/// Times a step from here to the end of the scope, also when an exception leaves it.
+/// Times a step from here to the end of the scope, also when an exception leaves it. What the
+/// host's observer throws at the end of the step reaches the caller, unless an exception is on its
+/// way already.
 class StepTimer
 {
 public:
@@ -37,12 +41,26 @@ public:
     {
         gLH.startSpecStepTimer(step_, parent);
     }
-    ~StepTimer() { gLH.lapSpecStepTimer(step_); }
+    ~StepTimer() noexcept(false)
+    {
+        try
+        {
+            gLH.lapSpecStepTimer(step_);
+        }
+        catch (...)
+        {
+            if (std::uncaught_exceptions() == exceptions_)
+            {
+                throw;
+            }
+        }
+    }
     StepTimer(StepTimer const&) = delete;
     StepTimer& operator=(StepTimer const&) = delete;
 
 private:
     std::string step_;
+    int exceptions_ = std::uncaught_exceptions();
 };
 
 } // namespace OrvaneAlgorithm::detail

@@ -2,30 +2,46 @@
 
 #include <omp.h>
 
+#include <atomic>
 #include <cstddef>
 #include <exception>
+#include <limits>
+#include <mutex>
 
 namespace OrvaneAlgorithm::detail
 {
 
-/// Carries the first exception of a parallel region to the thread that started it. An exception
-/// that left the region itself would end the process.
+/// Carries an exception of a parallel region to the thread that started it. An exception that left
+/// the region itself would end the process.
 class ExceptionCarrier
 {
 public:
     template <typename Body>
     void run(Body const& body) noexcept
     {
+        run_iteration(0, [&](std::ptrdiff_t) { body(); });
+    }
+
+    /// Runs `body(i)`, unless an iteration before it has failed. Of several exceptions the one of
+    /// the first iteration stays, as in a loop of one thread.
+    template <typename Body>
+    void run_iteration(std::ptrdiff_t i, Body const& body) noexcept
+    {
+        if (i > failed_.load(std::memory_order_relaxed))
+        {
+            return;
+        }
         try
         {
-            body();
+            body(i);
         }
         catch (...)
         {
-#pragma omp critical(veld_exception_carrier)
-            if (!exception_)
+            std::lock_guard<std::mutex> const lock(mutex_);
+            if (!exception_ || i < failed_.load(std::memory_order_relaxed))
             {
                 exception_ = std::current_exception();
+                failed_.store(i, std::memory_order_relaxed);
             }
         }
     }
@@ -39,11 +55,14 @@ public:
     }
 
 private:
+    std::atomic<std::ptrdiff_t> failed_{std::numeric_limits<std::ptrdiff_t>::max()};
+    std::mutex mutex_;
     std::exception_ptr exception_;
 };
 
 /// Runs `body(i)` for i from 0 to `n` - 1 in parallel, in equal shares: for even work. No region is
-/// started for no or one iteration. The first exception is thrown again after the loop.
+/// started for no or one iteration. If iterations throw, those behind them may not run, and the
+/// exception of the first one is thrown again after the loop.
 template <typename Body>
 void parallel_for_even(std::ptrdiff_t n, Body const& body)
 {
@@ -55,7 +74,7 @@ void parallel_for_even(std::ptrdiff_t n, Body const& body)
 #pragma omp parallel for num_threads(omp_get_max_threads()) schedule(static) if (n > 1)
     for (std::ptrdiff_t i = 0; i < n; ++i)
     {
-        carrier.run([&] { body(i); });
+        carrier.run_iteration(i, body);
     }
     carrier.rethrow();
 }
@@ -72,7 +91,7 @@ void parallel_for_uneven(std::ptrdiff_t n, Body const& body)
 #pragma omp parallel for num_threads(omp_get_max_threads()) schedule(dynamic, 1) if (n > 1)
     for (std::ptrdiff_t i = 0; i < n; ++i)
     {
-        carrier.run([&] { body(i); });
+        carrier.run_iteration(i, body);
     }
     carrier.rethrow();
 }

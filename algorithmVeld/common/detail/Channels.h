@@ -1,0 +1,49 @@
+#pragma once
+
+#include "algorithmVeld/common/detail/BinaryFile.h"
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+namespace OrvaneAlgorithm::detail
+{
+
+/// Drops the content of a vector and gives its memory back.
+template <typename T>
+void release_memory(std::vector<T>& values)
+{
+    std::vector<T>().swap(values);
+}
+
+/// Keeps the entries that are marked, in their order. Entries that no mark belongs to go.
+template <typename T>
+void keep_marked(std::vector<T>& values, std::vector<char> const& keep)
+{
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < values.size() && i < keep.size(); ++i)
+    {
+        if (keep[i] != 0)
+        {
+            values[kept++] = values[i];
+        }
+    }
+    values.erase(values.begin() + static_cast<std::ptrdiff_t>(kept), values.end());
+}
+
+/// A switch and its channel, which may have any length: what is read is what was written.
+template <typename Scalar, typename T>
+void write_channel(BinaryWriter& writer, bool is_on, std::vector<T> const& values)
+{
+    writer.scalar<unsigned char>(is_on ? 1 : 0);
+    writer.array<Scalar>(values);
+}
+
+template <typename Scalar, typename T>
+void read_channel(BinaryReader& reader, bool& is_on, std::vector<T>& values)
+{
+    is_on = reader.scalar<unsigned char>() != 0;
+    reader.array<Scalar>(values);
+}
+
+} // namespace OrvaneAlgorithm::detail
