@@ -21,19 +21,32 @@ constexpr double angle_tolerance = 1e-5;     // angles nearer than this count as
 /// Whether an angle of the triangle is too small or too large.
 bool is_needle(Vector3f const& a, Vector3f const& b, Vector3f const& c)
 {
-    // Angles above 168.5 degrees are measured as pi. Such an angle leaves less than 5.8 degrees to
-    // one of the others. Each sine is twice the area over the two sides beside it, so if that over
-    // the two longest sides is clear of 5.8 degrees there is no need to measure the angles.
+    // Sines and cosines of the angles decide all but the close calls. The limits leave room for
+    // the rounding of both ways to compute.
     Vector3f const ab = b - a;
     Vector3f const ac = c - a;
+    Vector3f const bc = c - b;
     float const ab2 = ab.squaredNorm();
     float const ac2 = ac.squaredNorm();
-    float const bc2 = (c - b).squaredNorm();
+    float const bc2 = bc.squaredNorm();
+    // The smallest sine is twice the area over the two longest sides.
     float const two_longest = std::max({ab2 * ac2, ab2 * bc2, ac2 * bc2});
-    float const clear = 0.0103F * two_longest; // square of the sine of 5.82 degrees
-    if (clear > 1e-30F && clear < 1e30F && ab.cross(ac).squaredNorm() > clear)
+    if (two_longest > 1e-25F && two_longest < 1e30F)
     {
-        return false;
+        float const sine2 = ab.cross(ac).squaredNorm();
+        float const obtuse_a = std::min(ab.dot(ac), 0.0F);
+        float const obtuse_b = std::max(ab.dot(bc), 0.0F);
+        // A measured angle of more than 168.5 degrees reads as pi.
+        bool const no_obtuse = obtuse_a * obtuse_a < 0.958F * (ab2 * ac2) &&
+                               obtuse_b * obtuse_b < 0.958F * (ab2 * bc2);
+        if (no_obtuse && sine2 > 3.2e-4F * two_longest) // 1.025 degrees
+        {
+            return false;
+        }
+        if (sine2 < 2.9e-4F * two_longest) // 0.976 degrees
+        {
+            return true;
+        }
     }
     auto const angles = corner_angles(a, b, c);
     return angles.max() > straight_angle || angles.min() < needle_angle;
@@ -80,7 +93,12 @@ float just_below(float x)
 class SplitTables
 {
 public:
-    SplitTables(std::size_t n, std::size_t stride)
+    SplitTables(std::vector<Vector3f> const& points, std::size_t stride)
+        : SplitTables(points, points.size(), stride)
+    {
+    }
+
+    SplitTables(std::vector<Vector3f> const& points, std::size_t n, std::size_t stride)
         : n_(n),
           stride_(stride),
           place_(n),
@@ -99,6 +117,7 @@ public:
         }
         row_angle_ = make<float>(size);
         row_area_ = make<float>(size);
+        sort_points(points);
     }
 
     std::size_t size() const { return n_; }
@@ -117,6 +136,13 @@ public:
     float const* column_area(std::size_t at) const { return &area_[at]; }
     float const* row_angle(std::size_t i) const { return &row_angle_[row_[i]]; }
     float const* row_area(std::size_t i) const { return &row_area_[row_[i]]; }
+    /// Coordinates of the corners i, i + stride, .. that follow each other as in a column.
+    std::array<float const*, 3> coordinates(std::size_t i) const
+    {
+        std::size_t const at = place_[i].remainder * (n_ / stride_) +
+                               std::min(place_[i].remainder, n_ % stride_) + place_[i].quotient;
+        return {&coordinates_[0][at], &coordinates_[1][at], &coordinates_[2][at]};
+    }
     int split(std::size_t i, std::size_t j) const { return split_[at(i, j)]; }
     Vector3f const& normal(std::size_t i, std::size_t j) const { return normal_[at(i, j)]; }
     SplitCost cost(std::size_t i, std::size_t j) const
@@ -154,8 +180,23 @@ private:
         return std::unique_ptr<T[]>(new T[size]);
     }
 
+    void sort_points(std::vector<Vector3f> const& points)
+    {
+        for (std::size_t first = 0; first < stride_; ++first)
+        {
+            for (std::size_t i = first; i < n_; i += stride_)
+            {
+                for (int c = 0; c < 3; ++c)
+                {
+                    coordinates_[static_cast<std::size_t>(c)].push_back(points[i][c]);
+                }
+            }
+        }
+    }
+
     std::size_t n_;
     std::size_t stride_;
+    std::array<std::vector<float>, 3> coordinates_;
     std::vector<Place> place_;
     std::vector<std::size_t> row_;
     std::unique_ptr<float[]> angle_;
@@ -225,10 +266,8 @@ private:
     /// best without corner j.
     void look_at_promising()
     {
-        look_at(0);
         if (count_ > 1)
         {
-            look_at(count_ - 1);
             auto const m = static_cast<std::size_t>(tables_.split(i_, j_ - 1));
             look_at((m - i_ - 1) / tables_.stride());
         }
@@ -239,26 +278,50 @@ private:
         for (std::size_t begin = 0; begin < count_; begin += block_)
         {
             std::size_t const end = std::min(begin + block_, count_);
-            if (!any_open(begin, end))
+            int const open = count_open(begin, end);
+            if (open > 3)
             {
-                continue;
+                look_at_smaller(begin, end);
             }
-            for (std::size_t k = begin; k < end; ++k)
+            else if (open > 0)
             {
-                if (any_open(k, k + 1))
-                {
-                    look_at(k);
-                }
+                look_at_open(begin, end);
             }
         }
     }
 
-    /// Whether one of the splits could be better than the best, or as good and before it.
-    bool any_open(std::size_t begin, std::size_t end) const
+    void look_at_open(std::size_t begin, std::size_t end)
     {
-        float const near = best_.angle + near_;
+        for (std::size_t k = begin; k < end; ++k)
+        {
+            if (count_open(k, k + 1) > 0)
+            {
+                look_at(k);
+            }
+        }
+    }
+
+    /// The same where many splits are open: their areas are computed side by side first.
+    void look_at_smaller(std::size_t begin, std::size_t end)
+    {
+        float areas[block_];
+        compute_areas(begin, end, areas);
+        for (std::size_t k = begin; k < end; ++k)
+        {
+            bool const is_open = angle_bound(k) < best_.angle || areas[k - begin] <= area_limit(k);
+            if (is_open && count_open(k, k + 1) > 0)
+            {
+                look_at(k);
+            }
+        }
+    }
+
+    /// Number of splits that could be better than the best, or as good and before it.
+    int count_open(std::size_t begin, std::size_t end) const
+    {
         float const angle = best_.angle;
-        float const area = begin > best_k_ ? area_below_ : best_.area;
+        float const near = angle + near_;
+        float const area = area_limit(begin);
         int open = 0;
         for (std::size_t k = begin; k < end; ++k)
         {
@@ -267,10 +330,29 @@ private:
             int const is_near = static_cast<int>(a <= near) & static_cast<int>(b <= near);
             int const is_less = static_cast<int>(a < angle) & static_cast<int>(b < angle);
             int const is_small = static_cast<int>(row_area_[k] + column_area_[k] <= area);
-            open |= is_near & (is_less | is_small);
+            open += is_near & (is_less | is_small);
         }
-        return open != 0;
+        return open;
     }
+
+    /// Largest area with which split k, or one after it, is still of interest.
+    float area_limit(std::size_t k) const { return k > best_k_ ? area_below_ : best_.area; }
+
+    /// Areas of splits without penalties.
+    void compute_areas(std::size_t begin, std::size_t end, float* areas) const
+    {
+        auto const [xs, ys, zs] = tables_.coordinates(i_ + 1);
+        float const ji = (pi_ - pj_).norm();
+        for (std::size_t k = begin; k < end; ++k)
+        {
+            float const im = length(xs[k] - pi_.x(), ys[k] - pi_.y(), zs[k] - pi_.z());
+            float const mj = length(pj_.x() - xs[k], pj_.y() - ys[k], pj_.z() - zs[k]);
+            areas[k - begin] = triangle_area(im, mj, ji) + row_area_[k] + column_area_[k];
+        }
+    }
+
+    /// As the norm of a vector is computed.
+    static float length(float x, float y, float z) { return std::sqrt(x * x + (y * y + z * z)); }
 
     /// Compares a split with the best by angle, area and place, and computes no more of it than
     /// that takes.
@@ -515,7 +597,7 @@ PolygonFill best_polygon_fill(PolygonRim const& rim, TriangulationRule const& ru
         return fill;
     }
     auto const samples = static_cast<std::size_t>(std::max(rule.sample_num, 1));
-    SplitTables tables(n, n / samples + 1);
+    SplitTables tables(rim.points, n / samples + 1);
     set_sides(rim, tables);
     solve(rim, rule, tables, threads);
     fill.cost = tables.cost(0, n - 1);

@@ -31,14 +31,15 @@ inline float angle_between_units(Vector3f const& u, Vector3f const& v)
 float angle_between(Vector3f const& u, Vector3f const& v);
 
 /// Area from the lengths of the sides; 0 where rounding leaves nothing of it.
-inline float triangle_area(Vector3f const& a, Vector3f const& b, Vector3f const& c)
+inline float triangle_area(float ab, float bc, float ca)
 {
-    float const ab = (b - a).norm();
-    float const bc = (c - b).norm();
-    float const ca = (a - c).norm();
     float const s = (ab + bc + ca) * 0.5F;
     float const square = s * (s - ab) * (s - bc) * (s - ca);
-    return square > 0.0F ? std::sqrt(square) : 0.0F;
+    return std::sqrt(square > 0.0F ? square : 0.0F);
+}
+inline float triangle_area(Vector3f const& a, Vector3f const& b, Vector3f const& c)
+{
+    return triangle_area((b - a).norm(), (c - b).norm(), (a - c).norm());
 }
 
 /// Unit normal of the triangle `c`, `b`, `a`: the negative of the usual one.

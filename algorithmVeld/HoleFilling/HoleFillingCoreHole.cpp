@@ -1,7 +1,10 @@
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 
+#include "algorithmVeld/HoleFilling/detail/HoleRefinement.h"
 #include "algorithmVeld/HoleFilling/detail/HoleTriangulation.h"
 #include "algorithmVeld/HoleFilling/detail/TriangleGeometry.h"
+#include "algorithmVeld/common/detail/Log.h"
+#include "algorithmVeld/common/detail/MeshScope.h"
 
 namespace OrvaneAlgorithm
 {
@@ -45,6 +48,33 @@ void HoleFillingCore::find_best_weight(TriMesh& mesh, std::vector<VertexHandle> 
     auto const triangles = detail::chosen_triangles(
         lambda, verts.size(), static_cast<std::size_t>(i), static_cast<std::size_t>(j));
     detail::add_polygon_triangles(mesh, verts, triangles, face_new, {});
+}
+
+bool HoleFillingCore::hole_refinement_ex(TriMesh& mesh, FPropHandleT<bool>& face_new,
+                                         VPropHandleT<bool>& vert_new,
+                                         VPropHandleT<bool>& vert_boundary,
+                                         VPropHandleT<float>& /*vert_edge_len*/) const
+{
+    detail::log_line(gPH.log_enabled, "hole_refinement_ex() ..\n");
+    detail::DeletionScope const status(mesh);
+    for (int round = 0; round < refine_rounds_; ++round)
+    {
+        detail::split_pass(mesh, {face_new, vert_new, vert_boundary},
+                           [this](detail::FaceCorners const& face)
+                           { return detail::is_coarse(face, long_edge_thr_); });
+        detail::relax_pass(mesh, face_new);
+    }
+    detail::log_line(gPH.log_enabled, "  start garbage_collection() ..\n");
+    mesh.garbage_collection(true, true, true);
+    return true;
+}
+
+bool HoleFillingCore::swap_edge(TriMesh& mesh, FPropHandleT<bool>& face_new, FaceHandle& f,
+                                HalfedgeHandle& h, VertexHandle& a, VertexHandle& b,
+                                VertexHandle& c) const
+{
+    detail::DeletionScope const status(mesh);
+    return detail::swap_edge(mesh, face_new, f, h, a, b, c);
 }
 
 void HoleFillingCore::calc_angle(Vector3f const& u, Vector3f const& v, float& angle)
