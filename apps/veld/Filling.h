@@ -21,10 +21,11 @@ enum class FillMethod
 struct FillSettings
 {
     FillMethod method = FillMethod::trim;
-    int max_edges = 0;           ///< Largest hole, in edges.
-    double max_perimeter = 0.0;  ///< A hole has to be shorter than this, in millimetres.
-    double edge_length = 0.0;    ///< Longest new edge, in millimetres.
-    double normal_angle = 150.0; ///< Largest turn between new and old faces, in degrees; 180 is any.
+    int max_edges = 0;          ///< Largest hole, in edges.
+    double max_perimeter = 0.0; ///< A hole has to be shorter than this, in millimetres.
+    double edge_length = 0.0;   ///< Longest new edge, in millimetres.
+    double normal_angle =
+        150.0; ///< Largest turn between new and old faces, in degrees; 180 is any.
 };
 
 /// A hole that stayed open.

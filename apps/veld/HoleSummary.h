@@ -17,7 +17,7 @@ struct HoleSummary
 {
     std::size_t vertices = 0;
     std::size_t edges = 0;
-    double perimeter = 0.0; ///< Millimetres.
+    double perimeter = 0.0;                                               ///< Millimetres.
     OrvaneAlgorithm::Vector3d centre = OrvaneAlgorithm::Vector3d::Zero(); ///< Mean of the corners.
 };
 

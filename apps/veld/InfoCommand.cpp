@@ -46,8 +46,8 @@ std::string to_text(std::string const& path, MeshHealth const& health, std::size
     add("non-manifold vertices", health.non_manifold_vertices);
     add("isolated vertices", health.isolated_vertices);
     add("faces left out", faces_left_out);
-    text += fmt::format("  {:<24}{:>12.6g} mm\n", "average edge length",
-                        health.average_edge_length);
+    text +=
+        fmt::format("  {:<24}{:>12.6g} mm\n", "average edge length", health.average_edge_length);
     auto const size = (health.box_max.cast<double>() - health.box_min.cast<double>()).eval();
     text += fmt::format("  {:<24}{:>12.6g} x {:.6g} x {:.6g} mm\n", "bounding box", size.x(),
                         size.y(), size.z());

@@ -26,8 +26,8 @@ fs::path name_beside(fs::path const& path)
     do
     {
         beside = path;
-        beside.replace_filename(fmt::format(".{}.{:08x}{}", path.stem().string(), random(),
-                                            path.extension().string()));
+        beside.replace_filename(
+            fmt::format(".{}.{:08x}{}", path.stem().string(), random(), path.extension().string()));
     } while (fs::exists(fs::symlink_status(beside, error)));
     return beside;
 }
@@ -112,8 +112,8 @@ void check_extension(std::string const& path, std::vector<std::string> const& ex
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     if (std::find(extensions.begin(), extensions.end(), extension) == extensions.end())
     {
-        throw InputError(fmt::format("{}: the extension has to be one of {}", path,
-                                     fmt::join(extensions, " ")));
+        throw InputError(
+            fmt::format("{}: the extension has to be one of {}", path, fmt::join(extensions, " ")));
     }
 }
 

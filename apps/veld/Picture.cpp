@@ -19,16 +19,17 @@ namespace
 
 constexpr int samples_per_side = 3; // of a pixel
 constexpr int sky_rays_per_sample = 3;
-constexpr float sky_reach = 0.3F;       // in diagonals of the mesh
-constexpr float above_surface = 1e-4F;  // start of a ray, so that it does not meet its own face
-constexpr float rim_bias = 2.5F;        // in radii of the line
+constexpr float sky_reach = 0.3F;      // in diagonals of the mesh
+constexpr float above_surface = 1e-4F; // start of a ray, so that it does not meet its own face
+constexpr float rim_bias = 2.5F;       // in radii of the line
 
 /// All that the rays of a picture look at.
 class Scene
 {
 public:
     Scene(Surface surface, PictureSettings const& settings)
-        : settings_(settings), surface_(std::move(surface)),
+        : settings_(settings),
+          surface_(std::move(surface)),
           camera_(fit_camera(surface_.points, settings.view,
                              static_cast<double>(settings.width) / settings.height)),
           faces_(RayScene::of_triangles(surface_.points, surface_.triangles)),
@@ -84,8 +85,7 @@ private:
         RayHit const face = faces_.first_hit(camera_.origin, direction);
         RayHit const rim = rims_.first_hit(camera_.origin, direction);
         // The surface beside a rim must not cover half of its line.
-        if (rim.hit() &&
-            rim.distance - rim_bias * rim_radius(rim.distance) <= face.distance)
+        if (rim.hit() && rim.distance - rim_bias * rim_radius(rim.distance) <= face.distance)
         {
             return rim_colour(rim.normal, -direction);
         }
@@ -93,9 +93,9 @@ private:
         {
             return background_colour(top);
         }
-        auto const pixel = static_cast<std::uint32_t>(y) *
-                               static_cast<std::uint32_t>(settings_.width) +
-                           static_cast<std::uint32_t>(x);
+        auto const pixel =
+            static_cast<std::uint32_t>(y) * static_cast<std::uint32_t>(settings_.width) +
+            static_cast<std::uint32_t>(x);
         return shade(face, direction, pixel, i);
     }
 
@@ -113,8 +113,7 @@ private:
         place.is_new = surface_.is_new[hit.element] != 0;
         place.viewer = -direction;
         place.normal = front ? smooth : Vector3f(-smooth);
-        Vector3f const start =
-            camera_.origin + direction * hit.distance + side * above_surface;
+        Vector3f const start = camera_.origin + direction * hit.distance + side * above_surface;
         place.openness =
             sky_.openness(start, side, pixel, i * sky_rays_per_sample, sky_rays_per_sample);
         return surface_colour(place, camera_);

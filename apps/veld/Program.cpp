@@ -44,11 +44,11 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
     std::vector<std::unique_ptr<Entry>> entries;
     add_command(program, entries, make_info_command(), "info", "Count a mesh and check its health");
     add_command(program, entries, make_holes_command(), "holes", "Find the holes of a mesh");
-//    add_command(program, entries, make_fill_command(), "fill", "Close the holes of a mesh");
+    add_command(program, entries, make_fill_command(), "fill", "Close the holes of a mesh");
     add_command(program, entries, make_render_command(), "render",
                 "Draw a mesh, its holes in colour");
-//    add_command(program, entries, make_demo_command(), "demo",
-//                "Make a damaged scan, find its holes, close and draw them");
+    add_command(program, entries, make_demo_command(), "demo",
+                "Make a damaged scan, find its holes, close and draw them");
     return entries;
 }
 

@@ -38,8 +38,7 @@ struct RayScene::Handles
     template <typename T>
     T* new_buffer(RTCGeometry geometry, RTCBufferType type, RTCFormat format, std::size_t count)
     {
-        void* const buffer =
-            rtcSetNewGeometryBuffer(geometry, type, 0, format, sizeof(T), count);
+        void* const buffer = rtcSetNewGeometryBuffer(geometry, type, 0, format, sizeof(T), count);
         if (buffer == nullptr && count > 0)
         {
             rtcReleaseGeometry(geometry);
@@ -99,8 +98,8 @@ RayScene RayScene::of_rods(std::vector<Vector3f> const& ends, std::vector<float>
         {
             places[i] = {ends[i].x(), ends[i].y(), ends[i].z(), radii[i]};
         }
-        auto* const starts = handles->new_buffer<std::uint32_t>(
-            geometry, RTC_BUFFER_TYPE_INDEX, RTC_FORMAT_UINT, ends.size() / 2);
+        auto* const starts = handles->new_buffer<std::uint32_t>(geometry, RTC_BUFFER_TYPE_INDEX,
+                                                                RTC_FORMAT_UINT, ends.size() / 2);
         for (std::size_t i = 0; i < ends.size() / 2; ++i)
         {
             starts[i] = static_cast<std::uint32_t>(2 * i);

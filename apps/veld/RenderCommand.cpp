@@ -21,8 +21,12 @@ namespace
 
 /// Azimuth and elevation of the named views.
 std::map<std::string, std::pair<double, double>> const named_views{
-    {"front", {0.0, 0.0}}, {"back", {180.0, 0.0}}, {"left", {-90.0, 0.0}},
-    {"right", {90.0, 0.0}}, {"top", {0.0, 90.0}},  {"bottom", {0.0, -90.0}},
+    {"front", {0.0, 0.0}},
+    {"back", {180.0, 0.0}},
+    {"left", {-90.0, 0.0}},
+    {"right", {90.0, 0.0}},
+    {"top", {0.0, 90.0}},
+    {"bottom", {0.0, -90.0}},
     {"iso", {45.0, 35.264389682754654}}};
 
 std::map<std::string, UpAxis> const up_axes{{"y", UpAxis::y}, {"z", UpAxis::z}};
@@ -99,8 +103,9 @@ private:
         auto* const elevation = add_number(app, "--elevation", settings_.view.elevation, -90.0,
                                            90.0, "Degrees above the object");
         view->excludes(azimuth)->excludes(elevation);
-        app.add_option("--up", up_, "Axis that points up: y (front is +z) or z (front is -y); "
-                                    "default: y")
+        app.add_option("--up", up_,
+                       "Axis that points up: y (front is +z) or z (front is -y); "
+                       "default: y")
             ->type_name("AXIS")
             ->check(CLI::IsMember(names(up_axes)));
     }
@@ -133,9 +138,9 @@ private:
         json["height"] = settings_.height;
         json["faces"] = mesh.n_faces();
         json["holes"] = holes;
-        std::string text = fmt::format("{}: {} x {} pixels, {}, {}", output_, settings_.width,
-                                       settings_.height, counted(mesh.n_faces(), "face"),
-                                       counted(holes, "hole"));
+        std::string text =
+            fmt::format("{}: {} x {} pixels, {}, {}", output_, settings_.width, settings_.height,
+                        counted(mesh.n_faces(), "face"), counted(holes, "hole"));
         if (!original_.empty())
         {
             auto const count = static_cast<std::size_t>(std::count(marks.begin(), marks.end(), 1));

@@ -12,8 +12,8 @@ using OrvaneAlgorithm::TriMesh;
 namespace
 {
 
-constexpr float crease_cosine = 0.5F; // 60 degrees
-constexpr unsigned most_smoothed = 64;  // faces round a vertex; smoothing costs their square
+constexpr float crease_cosine = 0.5F;  // 60 degrees
+constexpr unsigned most_smoothed = 64; // faces round a vertex; smoothing costs their square
 
 /// A colour given in bytes, as a drawing program shows it.
 Vector3f from_bytes(int red, int green, int blue)
@@ -162,8 +162,7 @@ Vector3f surface_colour(SurfacePlace const& place, Camera const& camera)
     float const light = sky * open + (0.72F * lit + 0.10F * filling) * (0.45F + 0.55F * open);
 
     Vector3f const half_way = (key + place.viewer).normalized();
-    float const gloss =
-        0.05F * open * std::pow(std::max(0.0F, place.normal.dot(half_way)), 24.0F);
+    float const gloss = 0.05F * open * std::pow(std::max(0.0F, place.normal.dot(half_way)), 24.0F);
     Vector3f const& base = !place.front ? inside : place.is_new ? filled : outside;
     return base * light + Vector3f::Constant(place.front ? gloss : 0.0F);
 }
