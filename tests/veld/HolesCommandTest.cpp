@@ -119,8 +119,9 @@ TEST(HolesCommand, MarkerHoleFacesLikeItsMarkerIfAsked)
 
 TEST(HolesCommand, NegativeNormalDotIsANumberAndNoOption)
 {
-    Outcome const run = find_markers("2 2 0 1 0 -0.5\n", {"--match", "0.1", "--marker-radius", "1.3",
-                                                      "--normals", "--normal-dot", "-0.9"});
+    Outcome const run =
+        find_markers("2 2 0 1 0 -0.5\n", {"--match", "0.1", "--marker-radius", "1.3", "--normals",
+                                          "--normal-dot", "-0.9"});
     EXPECT_THAT(edges_of(run.json()["holes"]), UnorderedElementsAre(8));
 }
 
