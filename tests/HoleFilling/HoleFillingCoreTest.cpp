@@ -133,8 +133,12 @@ bool same_bytes(TriMesh const& a, TriMesh const& b)
 
 std::size_t count_properties(TriMesh const& mesh)
 {
-    return mesh._get_vprops().n_properties() + mesh._get_fprops().n_properties() +
-           mesh._get_hprops().n_properties() + mesh._get_eprops().n_properties();
+    auto const live = [](auto first, auto last)
+    { return last - first - std::count(first, last, nullptr); };
+    return static_cast<std::size_t>(live(mesh.vprops_begin(), mesh.vprops_end()) +
+                                    live(mesh.fprops_begin(), mesh.fprops_end()) +
+                                    live(mesh.hprops_begin(), mesh.hprops_end()) +
+                                    live(mesh.eprops_begin(), mesh.eprops_end()));
 }
 
 /// Largest distance from the unit sphere among the new vertices.
