@@ -2,27 +2,57 @@
 
 include(CMakePackageConfigHelpers)
 
-configure_package_config_file(
-  "${PROJECT_SOURCE_DIR}/cmake/algorithmVeldConfig.cmake.in"
-  "${PROJECT_BINARY_DIR}/algorithmVeldConfig.cmake"
-  INSTALL_DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/algorithmVeld")
-write_basic_package_version_file(
-  "${PROJECT_BINARY_DIR}/algorithmVeldConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
+# An installed veld finds its library beside itself, wherever the prefix is moved to. A dependency
+# outside the system's folders is found where it was linked.
+file(RELATIVE_PATH VELD_LIB_FROM_BIN
+  "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+set_target_properties(algorithmVeld PROPERTIES INSTALL_RPATH_USE_LINK_PATH ON)
+if(TARGET veld)
+  set_target_properties(veld PROPERTIES INSTALL_RPATH_USE_LINK_PATH ON)
+  if(APPLE)
+    set_target_properties(veld PROPERTIES INSTALL_RPATH "@loader_path/${VELD_LIB_FROM_BIN}")
+  elseif(UNIX)
+    set_target_properties(veld PROPERTIES INSTALL_RPATH "$ORIGIN/${VELD_LIB_FROM_BIN}")
+  endif()
+  install(TARGETS veld RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
 
 install(TARGETS algorithmVeld EXPORT algorithmVeldTargets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
   FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
-install(EXPORT algorithmVeldTargets NAMESPACE algorithmVeld::
-  DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/algorithmVeld")
+
+set(VELD_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/algorithmVeld")
+install(EXPORT algorithmVeldTargets NAMESPACE algorithmVeld:: DESTINATION "${VELD_PACKAGE_DIR}")
+configure_package_config_file(
+  "${PROJECT_SOURCE_DIR}/cmake/algorithmVeldConfig.cmake.in"
+  "${PROJECT_BINARY_DIR}/algorithmVeldConfig.cmake" INSTALL_DESTINATION "${VELD_PACKAGE_DIR}")
+write_basic_package_version_file(
+  "${PROJECT_BINARY_DIR}/algorithmVeldConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
 install(FILES
   "${PROJECT_BINARY_DIR}/algorithmVeldConfig.cmake"
   "${PROJECT_BINARY_DIR}/algorithmVeldConfigVersion.cmake"
-  DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/algorithmVeld")
+  DESTINATION "${VELD_PACKAGE_DIR}")
 
-# pkg-config users on OpenMesh's own terms: it ships no .pc file, so its library is named here.
-get_target_property(VELD_OPENMESH_INCLUDE OpenMeshCore INTERFACE_INCLUDE_DIRECTORIES)
+# pkg-config: OpenMesh has no .pc file of its own, so its folders are named here, where they are not
+# those that every compiler searches anyway.
+file(RELATIVE_PATH VELD_PREFIX_FROM_PC
+  "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+string(REGEX REPLACE "/$" "" VELD_PREFIX_FROM_PC "${VELD_PREFIX_FROM_PC}")
+set(VELD_OPENMESH_CFLAGS "")
+set(VELD_OPENMESH_LIBS "-lOpenMeshCore")
+get_target_property(VELD_OPENMESH_INCLUDES OpenMeshCore INTERFACE_INCLUDE_DIRECTORIES)
+foreach(directory IN LISTS VELD_OPENMESH_INCLUDES)
+  if(directory AND NOT directory IN_LIST CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES)
+    string(APPEND VELD_OPENMESH_CFLAGS " -I${directory}")
+  endif()
+endforeach()
+get_target_property(VELD_OPENMESH_FILE OpenMeshCore LOCATION)
+get_filename_component(VELD_OPENMESH_DIR "${VELD_OPENMESH_FILE}" DIRECTORY)
+if(NOT VELD_OPENMESH_DIR IN_LIST CMAKE_CXX_IMPLICIT_LINK_DIRECTORIES)
+  string(PREPEND VELD_OPENMESH_LIBS "-L${VELD_OPENMESH_DIR} ")
+endif()
 configure_file("${PROJECT_SOURCE_DIR}/cmake/algorithmVeld.pc.in"
   "${PROJECT_BINARY_DIR}/algorithmVeld.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/algorithmVeld.pc"

@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/BaseData.h"
 
 #include "algorithmVeld/common/detail/BinaryFile.h"
+#include "algorithmVeld/common/detail/wide_path.h"
 
 #include <filesystem>
 #include <system_error>
@@ -20,7 +21,7 @@ std::wstring unused_temp_name()
     std::error_code error;
     std::filesystem::path const directory = std::filesystem::temp_directory_path(error);
     std::filesystem::path const name = "algorithmVeld-" + detail::unique_file_suffix() + ".tmp";
-    return (error ? name : directory / name).wstring();
+    return detail::wide_from_path(error ? name : directory / name);
 }
 
 } // namespace
@@ -53,7 +54,7 @@ const std::wstring BaseData::get_temp_full_name()
 bool BaseData::write_swap_file(std::function<void(detail::BinaryWriter&)> const& write)
 {
     std::wstring file = get_temp_full_name();
-    detail::BinaryWriter writer(file);
+    detail::BinaryWriter writer(detail::path_from_wide(file));
     writer.scalar(SWAP_MAGIC);
     write(writer);
     if (!writer.finish())
@@ -68,7 +69,7 @@ bool BaseData::read_swap_file(std::function<void(detail::BinaryReader&)> const& 
 {
     bool complete = false;
     {
-        detail::BinaryReader reader(swap_file_);
+        detail::BinaryReader reader(detail::path_from_wide(swap_file_));
         if (reader.scalar<std::uint32_t>() != SWAP_MAGIC)
         {
             reader.fail();
@@ -85,7 +86,7 @@ void BaseData::drop_swap_file()
     if (is_swapped_out())
     {
         std::error_code ignored;
-        std::filesystem::remove(swap_file_, ignored);
+        std::filesystem::remove(detail::path_from_wide(swap_file_), ignored);
         swap_file_.clear();
     }
 }

@@ -9,18 +9,22 @@ namespace OrvaneAlgorithm
 {
 
 /// Frame files with the extension `.rge`: a versioned little-endian header, all members of a
-/// `RangeData`, and a checksum.
+/// `RangeData`, and a checksum. docs/rge-format.md tells them byte by byte.
 class ALGORITHMVELD_API CRangeDataIO
 {
 public:
     /// Reads a frame. A file that is missing, foreign, damaged or cut off leaves `frame` empty, and
     /// memory is taken only for what the file really holds.
+    ///
+    /// The channels come as they were written, whatever their lengths and values: ask `is_legal()`
+    /// about files from elsewhere.
     /// \return 0 on success; 1 the file cannot be opened; 2 it is no frame file or a newer version;
-    ///         3 it is damaged
+    ///         3 it is damaged, or its grid has more than 2^28 cells
     static int read_rge(std::wstring const& path, RangeData& frame);
 
     /// Writes a frame. An existing file is replaced only by a complete one.
-    /// \return 0 on success; 1 the file cannot be written
+    /// \return 0 on success; 1 the file cannot be written, or the grid has a negative side or more
+    ///         than 2^28 cells
     static int write_rge(std::wstring const& path, RangeData const& frame);
 };
 

@@ -10,6 +10,12 @@ namespace OrvaneAlgorithm
 {
 
 /// Lays rectangles out in one rectangle, for texture atlases.
+///
+/// The method is the skyline with bottom-left placement and re-use of the pockets below it (J.
+/// Jylanki, "A Thousand Ways to Pack the Bin", 2010). It fills strips of several widths, growing
+/// downwards and to the right, in several orders, then varies the best of these by exchanging
+/// rectangles at random, and keeps the layout with the smallest area; among nearly equal areas the
+/// squarer one wins. The number of tries falls with the number of rectangles.
 class ALGORITHMVELD_API ImagePacking
 {
 public:
@@ -21,8 +27,7 @@ public:
     /// \param positions (row, column) of each rectangle's top left corner
     /// \param total_size (height, width) of the whole; zero for an empty list
     /// \return `RET_SUCCESS`; `RET_INVALID_INPUT` for a size that is not positive, a negative gap,
-    /// or
-    ///         a total that an `int` cannot count, and then the outputs are empty and zero
+    ///         or a total that an `int` cannot count, and then the outputs are empty and zero
     static RetVal pack(std::vector<Vector2i> const& sizes, int gap,
                        std::vector<Vector2i>& positions, Vector2i& total_size);
 };

@@ -27,9 +27,10 @@ public:
     static RetVal find_holes(TriMesh& mesh, Holes& holes, bool verbose);
 
     /// Finds the loops whose centre lies near one of the given places, and gives one vertex of
-    /// each. \param hole_centres places to look at \param distance the centre of a loop has to be
-    /// nearer than this \param start_verts the to-vertex of each loop's first halfedge, in the
-    /// order of the loops;
+    /// each.
+    /// \param hole_centres places to look at
+    /// \param distance the centre of a loop, the mean of its vertices, has to be nearer than this
+    /// \param start_verts the to-vertex of each loop's first halfedge, in the order of the loops;
     ///        left alone without centres
     /// \param verbose written to the log switch of `gPH`, where it stays
     /// \return `RET_SUCCESS`; `RET_INVALID_INPUT` without centres or if no loop is near

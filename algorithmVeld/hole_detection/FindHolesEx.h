@@ -17,6 +17,7 @@ namespace OrvaneAlgorithm
 ///
 /// The log lines of an operation are printed when its own `verbose` is true; `gPH` is not looked
 /// at. No mesh is changed, but for a temporary property and, in `find_marker_holes`, for normals.
+/// Where the links of a mesh are damaged, so that its boundary does not close, there is no hole.
 class ALGORITHMVELD_API FindHolesEx
 {
 public:
@@ -32,8 +33,8 @@ public:
 
     /// Finds the holes whose perimeter is less than `perimeter` (in the mesh's unit, millimetres).
     /// \param holes cleared before it is filled; left alone if the mesh has no hole at all
-    /// \return `RET_SUCCESS`, also if every hole is too long; `RET_INVALID_INPUT` if there is no
-    /// hole
+    /// \return `RET_SUCCESS`, also if every hole is too long; `RET_INVALID_INPUT` if the mesh has
+    ///         no hole
     static RetVal find_holes(TriMesh& mesh, double perimeter, Holes& holes, bool verbose);
 
     /// Finds the known hole with the vertex nearest to `point`; of equally near ones the first.
@@ -48,9 +49,9 @@ public:
 
     /// Finds the hole through the boundary vertex nearest to `point`.
     /// \param distance the vertex has to be nearer than this
-    /// \param hole the hole; empty if no vertex is near, left alone if none of the near ones lies
-    /// on
-    ///        a boundary
+    /// \param hole the hole; if the boundary touches itself, the loop with the vertex nearest to
+    ///        `point`. Empty if no vertex is near, left alone if none of the near ones lies on a
+    ///        boundary
     /// \return `RET_SUCCESS`; `RET_INVALID_INPUT` if no vertex is near; `RET_FAILED` if no boundary
     ///         vertex is
     static RetVal find_hole(TriMesh const& mesh, Vector3f const& point, double distance,
@@ -66,11 +67,9 @@ public:
     ///        normals are then requested and computed if the mesh lacks them, and stay.
     /// \param normal_dot_thr the dot product of the two normals has to exceed this
     /// \param holes cleared before it is filled, in the order of `find_holes`; left alone on bad
-    /// input
-    ///        and if the mesh has no hole
+    ///        input and if the mesh has no hole
     /// \return `RET_SUCCESS`; `RET_INVALID_INPUT` if the numbers of points and normals differ, or
-    /// if
-    ///         no hole fits
+    ///         if no hole fits
     static RetVal find_marker_holes(TriMesh& mesh, std::vector<Vector3f> const& marker_points,
                                     std::vector<Vector3f> const& marker_normals,
                                     double hole_match_thr, double marker_radius, bool use_normals,

@@ -1,15 +1,14 @@
 #pragma once
 
+#include "algorithmVeld/common/detail/AtomicFile.h"
+
 #include <zlib.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <random>
-#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -22,18 +21,6 @@
 
 namespace OrvaneAlgorithm::detail
 {
-
-/// A part of a file name that no other call in any process gives.
-inline std::string unique_file_suffix()
-{
-    static std::atomic<unsigned> count{0};
-    static std::uint64_t const process = []
-    {
-        std::random_device random;
-        return (std::uint64_t{random()} << 32U) | random();
-    }();
-    return std::to_string(process) + "-" + std::to_string(count++);
-}
 
 inline bool host_is_little_endian()
 {
@@ -67,30 +54,12 @@ constexpr std::size_t scalars_of()
     return sizeof(Element) / sizeof(Scalar);
 }
 
-/// Writes a file beside its place and moves it there when it is complete: an existing file stays as
-/// it is until then. Errors are kept and come out at the end.
+/// Writes a file that replaces an existing one only when it is complete. Errors are kept and come
+/// out at the end.
 class BinaryWriter
 {
 public:
-    explicit BinaryWriter(std::filesystem::path target)
-        : target_(std::move(target)), partial_(target_)
-    {
-        partial_ += "." + unique_file_suffix() + ".part";
-        stream_.open(partial_, std::ios::binary | std::ios::trunc);
-    }
-
-    /// An unfinished file goes away.
-    ~BinaryWriter()
-    {
-        if (!finished_)
-        {
-            stream_.close();
-            std::error_code ignored;
-            std::filesystem::remove(partial_, ignored);
-        }
-    }
-    BinaryWriter(BinaryWriter const&) = delete;
-    BinaryWriter& operator=(BinaryWriter const&) = delete;
+    explicit BinaryWriter(std::filesystem::path target) : file_(std::move(target)) {}
 
     template <typename Scalar>
     void scalar(Scalar value)
@@ -128,14 +97,7 @@ public:
     {
         std::uint32_t const sum = checksum_;
         scalar<std::uint32_t>(sum);
-        stream_.close();
-        std::error_code error;
-        if (stream_)
-        {
-            std::filesystem::rename(partial_, target_, error);
-            finished_ = !error;
-        }
-        return finished_;
+        return file_.commit();
     }
 
 private:
@@ -143,17 +105,14 @@ private:
     {
         if (n > 0)
         {
-            stream_.write(static_cast<char const*>(data), static_cast<std::streamsize>(n));
+            file_.stream().write(static_cast<char const*>(data), static_cast<std::streamsize>(n));
             checksum_ = static_cast<std::uint32_t>(
                 crc32_z(checksum_, static_cast<unsigned char const*>(data), n));
         }
     }
 
-    std::filesystem::path target_;
-    std::filesystem::path partial_;
-    std::ofstream stream_;
+    AtomicFile file_;
     std::uint32_t checksum_ = 0;
-    bool finished_ = false;
 };
 
 /// Reads what `BinaryWriter` writes. Memory is taken only for what the file really holds. After the

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "algorithmVeld/common/TriMesh.h"
+
+namespace OrvaneAlgorithm::detail
+{
+
+/// What came of measuring a corner. Each failure has a message of its own in the classes.
+enum class CornerStatus
+{
+    MEASURED,
+    SHORT_SIDE,     ///< The corner coincides with a neighbour.
+    NO_HALFEDGE,    ///< No halfedge leads from the previous corner to this one.
+    NOT_A_TRIANGLE, ///< There is no triangle across that halfedge.
+    SHORT_FACE_SIDE ///< That triangle has corners that coincide.
+};
+
+/// A corner of a hole, as measured. Angle and length count only if it could be measured.
+struct Corner
+{
+    CornerStatus status = CornerStatus::MEASURED;
+    float angle = 0.0F;    ///< Interior angle in radians, 0 to 2 pi.
+    float edge_len = 0.0F; ///< Distance between the two neighbours.
+};
+
+/// Measures the corner `cur` between its neighbours on the hole. Which side of the corner is the
+/// hole is told by the face across the edge from `prev` to `cur`, never by a global normal.
+Corner measure_corner(TriMesh const& mesh, OpenMesh::VertexHandle cur, OpenMesh::VertexHandle prev,
+                      OpenMesh::VertexHandle next);
+
+/// The threshold of `consistency_normal` for an angle in degrees.
+float cosine_of_degrees(double degrees);
+
+/// Whether a triangle is no sliver and its normal agrees with all faces around its three corners.
+/// \param cos_thr cosine of the largest angle between the normals
+bool consistency_normal(TriMesh const& mesh, OpenMesh::VertexHandle a, OpenMesh::VertexHandle b,
+                        OpenMesh::VertexHandle c, float cos_thr);
+
+} // namespace OrvaneAlgorithm::detail

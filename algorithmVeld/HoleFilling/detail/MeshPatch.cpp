@@ -1,0 +1,136 @@
+#include "algorithmVeld/HoleFilling/detail/MeshPatch.h"
+
+namespace OrvaneAlgorithm::detail
+{
+
+// ------------------------------------------------------------------------------------ KeyNumbers
+
+std::size_t KeyNumbers::slot(int key) const
+{
+    auto const mask = slots_.size() - 1;
+    auto const mixed = static_cast<std::uint32_t>(key) * std::uint32_t{2654435769U};
+    auto s = static_cast<std::size_t>(mixed >> 7U) & mask;
+    while (slots_[s] >= 0 && keys_[static_cast<std::size_t>(slots_[s])] != key)
+    {
+        s = (s + 1) & mask;
+    }
+    return s;
+}
+
+std::pair<int, bool> KeyNumbers::add(int key)
+{
+    if (2 * (keys_.size() + 1) > slots_.size())
+    {
+        grow();
+    }
+    auto& number = slots_[slot(key)];
+    if (number >= 0)
+    {
+        return {number, false};
+    }
+    number = size();
+    keys_.push_back(key);
+    return {number, true};
+}
+
+int KeyNumbers::find(int key) const
+{
+    return slots_.empty() ? -1 : slots_[slot(key)];
+}
+
+void KeyNumbers::clear()
+{
+    keys_.clear();
+    slots_.assign(slots_.size(), -1);
+}
+
+void KeyNumbers::grow()
+{
+    slots_.assign(slots_.empty() ? 256 : 2 * slots_.size(), -1);
+    for (int number = 0; number < size(); ++number)
+    {
+        slots_[slot(key(number))] = number;
+    }
+}
+
+// ------------------------------------------------------------------------------------- MeshPatch
+
+void MeshPatch::copy(TriMesh const& mesh, std::vector<OpenMesh::VertexHandle> const& centres)
+{
+    number_elements(mesh, centres);
+    patch_.clean_keep_reservation();
+    patch_.resize(static_cast<std::size_t>(vertices_.size()),
+                  static_cast<std::size_t>(edges_.size()), static_cast<std::size_t>(faces_.size()));
+    link_elements(mesh, centres);
+}
+
+void MeshPatch::number_elements(TriMesh const& mesh,
+                                std::vector<OpenMesh::VertexHandle> const& centres)
+{
+    vertices_.clear();
+    edges_.clear();
+    faces_.clear();
+    for (auto const centre : centres)
+    {
+        vertices_.add(centre.idx());
+        for (auto it = mesh.cvoh_iter(centre); it.is_valid(); ++it)
+        {
+            OpenMesh::HalfedgeHandle const out = *it;
+            vertices_.add(mesh.to_vertex_handle(out).idx());
+            edges_.add(mesh.edge_handle(out).idx());
+            auto const face = mesh.face_handle(out);
+            if (face.is_valid() && faces_.add(face.idx()).second)
+            {
+                for (auto side = mesh.cfh_iter(face); side.is_valid(); ++side)
+                {
+                    vertices_.add(mesh.to_vertex_handle(*side).idx());
+                    edges_.add(mesh.edge_handle(*side).idx());
+                }
+            }
+        }
+    }
+}
+
+OpenMesh::HalfedgeHandle MeshPatch::to_patch(OpenMesh::HalfedgeHandle h) const
+{
+    int const edge = edges_.find(h.idx() / 2);
+    return edge < 0 ? OpenMesh::HalfedgeHandle() : OpenMesh::HalfedgeHandle(2 * edge + h.idx() % 2);
+}
+
+void MeshPatch::link_elements(TriMesh const& mesh,
+                              std::vector<OpenMesh::VertexHandle> const& centres)
+{
+    for (int v = 0; v < vertices_.size(); ++v)
+    {
+        patch_.set_point(OpenMesh::VertexHandle(v),
+                         mesh.point(OpenMesh::VertexHandle(vertices_.key(v))));
+    }
+    for (int i = 0; i < 2 * edges_.size(); ++i)
+    {
+        OpenMesh::HalfedgeHandle const h(i);
+        OpenMesh::HalfedgeHandle const original(2 * edges_.key(i / 2) + i % 2);
+        patch_.set_vertex_handle(h, to_patch(mesh.to_vertex_handle(original)));
+        auto const face = mesh.face_handle(original);
+        if (face.is_valid())
+        {
+            patch_.set_face_handle(h, OpenMesh::FaceHandle(faces_.find(face.idx())));
+        }
+        auto const next = to_patch(mesh.next_halfedge_handle(original));
+        if (next.is_valid())
+        {
+            patch_.set_next_halfedge_handle(h, next);
+        }
+    }
+    for (int f = 0; f < faces_.size(); ++f)
+    {
+        OpenMesh::FaceHandle const original(faces_.key(f));
+        patch_.set_halfedge_handle(OpenMesh::FaceHandle(f),
+                                   to_patch(mesh.halfedge_handle(original)));
+    }
+    for (auto const centre : centres)
+    {
+        patch_.set_halfedge_handle(to_patch(centre), to_patch(mesh.halfedge_handle(centre)));
+    }
+}
+
+} // namespace OrvaneAlgorithm::detail

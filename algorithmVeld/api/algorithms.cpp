@@ -1,0 +1,53 @@
+#include "algorithmVeld/api/algorithms.h"
+
+#include "algorithmVeld/HoleFilling/EarTrimming.h"
+#include "algorithmVeld/hole_detection/FindHolesEx.h"
+
+namespace OrvaneAlgorithm
+{
+
+RetVal ear_clipping(TriMesh& mesh, bool use_node_num, bool use_edge_length, bool use_norm,
+                    int node_num_thr, double edge_length_thr, double norm_thr)
+{
+    EarTrimming trimming;
+    trimming.ear_trimming(mesh, use_node_num, use_edge_length, use_norm, node_num_thr,
+                          edge_length_thr, norm_thr);
+    return RET_SUCCESS;
+}
+
+RetVal find_hole(TriMesh const& mesh, Vector3f const& point, Holes const& known_holes,
+                 double distance, std::vector<OpenMesh::VertexHandle>& hole, bool verbose)
+{
+    FindHolesEx finder;
+    return finder.find_hole(mesh, point, known_holes, distance, hole, verbose);
+}
+
+RetVal find_hole(TriMesh const& mesh, Vector3f const& point, double distance,
+                 std::vector<OpenMesh::VertexHandle>& hole, bool verbose)
+{
+    FindHolesEx finder;
+    return finder.find_hole(mesh, point, distance, hole, verbose);
+}
+
+RetVal find_holes(TriMesh& mesh, Holes& holes, bool verbose)
+{
+    FindHolesEx finder;
+    return finder.find_holes(mesh, holes, verbose);
+}
+
+RetVal find_holes(TriMesh& mesh, double perimeter, Holes& holes, bool verbose)
+{
+    FindHolesEx finder;
+    return finder.find_holes(mesh, perimeter, holes, verbose);
+}
+
+RetVal find_marker_holes(TriMesh& mesh, Verts const& marker_points, Verts const& marker_normals,
+                         double hole_match_thr, double marker_radius, bool use_normals,
+                         double normal_dot_thr, Holes& holes, bool verbose)
+{
+    FindHolesEx finder;
+    return finder.find_marker_holes(mesh, marker_points, marker_normals, hole_match_thr,
+                                    marker_radius, use_normals, normal_dot_thr, holes, verbose);
+}
+
+} // namespace OrvaneAlgorithm

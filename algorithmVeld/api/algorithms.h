@@ -1,0 +1,44 @@
+#pragma once
+
+#include "algorithmVeld/api/RetVal.h"
+#include "algorithmVeld/common/TriMesh.h"
+
+#include <vector>
+
+/// \file
+/// The free functions, for hosts that keep no algorithm object. Each makes one call on an object of
+/// its own and passes the result on as it stands: what the arguments and codes mean stands with the
+/// class. No state is kept between two calls but `gPH`.
+
+namespace OrvaneAlgorithm
+{
+
+/// Closes holes with flat triangles; see `EarTrimming::ear_trimming`, which is what it runs in
+/// spite of its older name. It has no verbose flag: `gPH` tells whether to log. \return
+/// `RET_SUCCESS` whatever the mesh holds
+ALGORITHMVELD_API RetVal ear_clipping(TriMesh& mesh, bool use_node_num, bool use_edge_length,
+                                      bool use_norm, int node_num_thr, double edge_length_thr,
+                                      double norm_thr);
+
+/// Finds the known hole nearest to `point`; see `FindHolesEx::find_hole`.
+ALGORITHMVELD_API RetVal find_hole(TriMesh const& mesh, Vector3f const& point,
+                                   Holes const& known_holes, double distance,
+                                   std::vector<OpenMesh::VertexHandle>& hole, bool verbose);
+
+/// Finds the hole through the boundary vertex nearest to `point`; see `FindHolesEx::find_hole`.
+ALGORITHMVELD_API RetVal find_hole(TriMesh const& mesh, Vector3f const& point, double distance,
+                                   std::vector<OpenMesh::VertexHandle>& hole, bool verbose);
+
+/// Finds all holes; see `FindHolesEx::find_holes`.
+ALGORITHMVELD_API RetVal find_holes(TriMesh& mesh, Holes& holes, bool verbose);
+
+/// Finds the holes shorter than `perimeter`; see `FindHolesEx::find_holes`.
+ALGORITHMVELD_API RetVal find_holes(TriMesh& mesh, double perimeter, Holes& holes, bool verbose);
+
+/// Finds the holes that markers left; see `FindHolesEx::find_marker_holes`.
+ALGORITHMVELD_API RetVal find_marker_holes(TriMesh& mesh, Verts const& marker_points,
+                                           Verts const& marker_normals, double hole_match_thr,
+                                           double marker_radius, bool use_normals,
+                                           double normal_dot_thr, Holes& holes, bool verbose);
+
+} // namespace OrvaneAlgorithm

@@ -1,0 +1,181 @@
+#include "algorithmVeld/common/CRangeDataIO.h"
+
+#include "algorithmVeld/common/detail/BinaryFile.h"
+#include "algorithmVeld/common/detail/wide_path.h"
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <system_error>
+
+namespace OrvaneAlgorithm
+{
+
+namespace
+{
+
+using detail::BinaryReader;
+using detail::BinaryWriter;
+
+/// No text begins with it, and a transfer as text destroys it.
+constexpr std::array<unsigned char, 8> SIGNATURE{0x89, 'V', 'R', 'G', 'E', '\r', '\n', 0x1a};
+constexpr std::uint32_t VERSION = 1;
+
+/// A grid takes memory for each cell, also where it has no vertex: larger ones are not believed.
+constexpr std::int64_t MAX_GRID_CELLS = std::int64_t{1} << 28;
+
+/// \return false for characters that the system's file names cannot have
+bool to_file_path(std::wstring const& name, std::filesystem::path& path)
+{
+    try
+    {
+        path = detail::path_from_wide(name);
+        return true;
+    }
+    catch (std::system_error const&)
+    {
+        return false;
+    }
+}
+
+bool is_believable_grid(std::int64_t rows, std::int64_t columns)
+{
+    return rows >= 0 && columns >= 0 && rows * columns <= MAX_GRID_CELLS;
+}
+
+bool has_known_header(BinaryReader& reader)
+{
+    std::array<unsigned char, 8> signature{};
+    reader.elements<unsigned char>(signature.data(), signature.size());
+    auto const version = reader.scalar<std::uint32_t>();
+    return signature == SIGNATURE && version == VERSION;
+}
+
+void write_header(BinaryWriter& writer)
+{
+    writer.elements<unsigned char>(SIGNATURE.data(), SIGNATURE.size());
+    writer.scalar<std::uint32_t>(VERSION);
+}
+
+void read_grid_size(BinaryReader& reader, RangeData& frame)
+{
+    frame.grid_rows = reader.scalar<std::int32_t>();
+    frame.grid_cols = reader.scalar<std::int32_t>();
+    if (!is_believable_grid(frame.grid_rows, frame.grid_cols))
+    {
+        reader.fail();
+    }
+}
+
+void write_grid_size(BinaryWriter& writer, RangeData const& frame)
+{
+    writer.scalar<std::int32_t>(frame.grid_rows);
+    writer.scalar<std::int32_t>(frame.grid_cols);
+}
+
+/// Row by row, as one reads it.
+using RowMajor3d = Eigen::Matrix<double, 3, 3, Eigen::RowMajor>;
+
+void read_pose(BinaryReader& reader, RigidMatrix& pose)
+{
+    RowMajor3d rotation = RowMajor3d::Identity();
+    Vector3d translation = Vector3d::Zero();
+    reader.elements<double>(rotation.data(), 9);
+    reader.elements<double>(translation.data(), 3);
+    pose.set_rotation(rotation);
+    pose.set_translation(translation);
+}
+
+void write_pose(BinaryWriter& writer, RigidMatrix const& pose)
+{
+    RowMajor3d const rotation = pose.get_rotation();
+    writer.elements<double>(rotation.data(), 9);
+    writer.elements<double>(pose.get_translation().data(), 3);
+}
+
+/// A switch is one byte, 0 or 1, before its channel.
+template <typename Scalar, typename Element>
+void read_channel(BinaryReader& reader, bool& is_on, std::vector<Element>& values)
+{
+    auto const flag = reader.scalar<unsigned char>();
+    is_on = flag == 1;
+    if (flag > 1)
+    {
+        reader.fail();
+    }
+    reader.array<Scalar>(values);
+}
+
+template <typename Scalar, typename Element>
+void write_channel(BinaryWriter& writer, bool is_on, std::vector<Element> const& values)
+{
+    writer.scalar<unsigned char>(is_on ? 1 : 0);
+    writer.array<Scalar>(values);
+}
+
+void read_frame(BinaryReader& reader, RangeData& frame)
+{
+    read_grid_size(reader, frame);
+    read_pose(reader, frame.pose);
+    reader.array<float>(frame.vCoord);
+    reader.array<std::int32_t>(frame.vUV);
+    reader.array<char>(frame.cellFlag);
+    read_channel<float>(reader, frame.has_vNormal, frame.vNrv);
+    read_channel<float>(reader, frame.has_vColor, frame.vColor);
+    read_channel<unsigned char>(reader, frame.has_vFlag, frame.vFlag);
+}
+
+void write_frame(BinaryWriter& writer, RangeData const& frame)
+{
+    write_grid_size(writer, frame);
+    write_pose(writer, frame.pose);
+    writer.array<float>(frame.vCoord);
+    writer.array<std::int32_t>(frame.vUV);
+    writer.array<char>(frame.cellFlag);
+    write_channel<float>(writer, frame.has_vNormal, frame.vNrv);
+    write_channel<float>(writer, frame.has_vColor, frame.vColor);
+    write_channel<unsigned char>(writer, frame.has_vFlag, frame.vFlag);
+}
+
+} // namespace
+
+int CRangeDataIO::read_rge(std::wstring const& path, RangeData& frame)
+{
+    frame = RangeData();
+    std::filesystem::path file;
+    if (!to_file_path(path, file))
+    {
+        return 1;
+    }
+    BinaryReader reader(file);
+    if (!reader.is_open())
+    {
+        return 1;
+    }
+    if (!has_known_header(reader))
+    {
+        return 2;
+    }
+    read_frame(reader, frame);
+    if (!reader.finish())
+    {
+        frame = RangeData();
+        return 3;
+    }
+    return 0;
+}
+
+int CRangeDataIO::write_rge(std::wstring const& path, RangeData const& frame)
+{
+    std::filesystem::path file;
+    if (!to_file_path(path, file) || !is_believable_grid(frame.grid_rows, frame.grid_cols))
+    {
+        return 1;
+    }
+    BinaryWriter writer(file);
+    write_header(writer);
+    write_frame(writer, frame);
+    return writer.finish() ? 0 : 1;
+}
+
+} // namespace OrvaneAlgorithm

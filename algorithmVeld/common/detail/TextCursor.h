@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace OrvaneAlgorithm::detail
+{
+
+/// Walks through a text line by line and word by word. Lines end with a line feed, a carriage
+/// return or both.
+class TextCursor
+{
+public:
+    explicit TextCursor(std::string_view text) : rest_(text) {}
+
+    /// Goes to the next line. \return false at the end of the text
+    bool next_line();
+    /// Goes to the next line that has a word. \return false if there is none
+    bool next_line_with_words();
+    /// The next word of the line, empty at the line's end.
+    std::string_view next_word();
+    /// What is left of the line.
+    std::string_view rest_of_line() const { return line_; }
+    /// The text behind the line.
+    std::string_view rest() const { return rest_; }
+    /// The number of the line, from 1.
+    std::size_t line_number() const { return line_number_; }
+
+private:
+    std::string_view rest_;
+    std::string_view line_;
+    std::size_t line_number_ = 0;
+};
+
+/// Whole words as numbers, whatever the language of the process. A number too large for the type
+/// becomes infinite, one too small becomes zero.
+/// \return false if the word is no number
+bool parse_number(std::string_view word, float& number);
+bool parse_number(std::string_view word, double& number);
+/// \return false if the word is no integer or does not fit
+bool parse_number(std::string_view word, std::int64_t& number);
+
+/// ASCII only, so that the language of the process does not matter.
+bool equal_ignoring_case(std::string_view a, std::string_view b);
+
+} // namespace OrvaneAlgorithm::detail

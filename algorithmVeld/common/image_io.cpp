@@ -1,0 +1,109 @@
+#include "algorithmVeld/common/image_io.h"
+
+#include "algorithmVeld/common/detail/AtomicFile.h"
+#include "algorithmVeld/common/detail/image_codecs.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+
+namespace OrvaneAlgorithm
+{
+
+namespace
+{
+
+using detail::Bytes;
+using detail::RgbImage;
+
+using WriteImage = bool (*)(std::ostream&, RgbImage const&);
+using ReadImage = bool (*)(Bytes const&, RgbImage&);
+
+char lower_case(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+/// \return null for an unknown extension
+WriteImage writer_for(std::filesystem::path const& path)
+{
+    std::string extension = path.extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(), lower_case);
+    if (extension == ".png")
+    {
+        return detail::write_png;
+    }
+    return extension == ".jpg" || extension == ".jpeg" ? detail::write_jpeg : nullptr;
+}
+
+template <std::size_t N>
+bool begins_with(Bytes const& bytes, std::array<unsigned char, N> const& beginning)
+{
+    return bytes.size() >= N && std::equal(beginning.begin(), beginning.end(), bytes.begin());
+}
+
+/// \return null for a format that is neither
+ReadImage reader_for(Bytes const& beginning)
+{
+    if (begins_with<8>(beginning, {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'}))
+    {
+        return detail::read_png;
+    }
+    return begins_with<3>(beginning, {0xff, 0xd8, 0xff}) ? detail::read_jpeg : nullptr;
+}
+
+/// Reads `n` bytes more. \return false if there are not so many
+bool read_bytes(std::ifstream& stream, std::size_t n, Bytes& bytes)
+{
+    std::size_t const before = bytes.size();
+    bytes.resize(before + n);
+    stream.read(reinterpret_cast<char*>(bytes.data() + before), static_cast<std::streamsize>(n));
+    return static_cast<bool>(stream);
+}
+
+} // namespace
+
+int write_rgb_image(std::string const& path, Image<3, unsigned char> const& image)
+{
+    WriteImage const write = writer_for(path);
+    if (write == nullptr || image.empty())
+    {
+        return 1;
+    }
+    detail::AtomicFile file(path);
+    return file.stream() && write(file.stream(), image) && file.commit() ? 0 : 2;
+}
+
+int read_rgb_image(std::string const& path, Image<3, unsigned char>& image)
+{
+    constexpr std::uintmax_t BEGINNING = 8;
+    constexpr std::uintmax_t LONGEST_FILE = std::numeric_limits<std::int32_t>::max();
+    image = {};
+    // Opening a pipe would wait for its writer.
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error))
+    {
+        return 1;
+    }
+    std::ifstream stream(std::filesystem::path(path), std::ios::binary);
+    std::uintmax_t const size = std::filesystem::file_size(path, error);
+    Bytes bytes;
+    if (!stream || error || size < BEGINNING || !read_bytes(stream, BEGINNING, bytes))
+    {
+        return 1;
+    }
+    ReadImage const read = reader_for(bytes);
+    if (read == nullptr)
+    {
+        return 1;
+    }
+    return size <= LONGEST_FILE &&
+                   read_bytes(stream, static_cast<std::size_t>(size - BEGINNING), bytes) &&
+                   read(bytes, image)
+               ? 0
+               : 2;
+}
+
+} // namespace OrvaneAlgorithm

@@ -1,0 +1,351 @@
+#include "algorithmVeld/common/mesh_io.h"
+
+#include "algorithmVeld/common/detail/MeshReaders.h"
+#include "algorithmVeld/common/detail/ObjWriter.h"
+#include "algorithmVeld/common/detail/TextCursor.h"
+#include "algorithmVeld/common/detail/openmesh_io.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <locale>
+#include <mutex>
+#include <new>
+#include <random>
+
+namespace OrvaneAlgorithm
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+using detail::MeshFileError;
+using OpenMesh::IO::Options;
+
+struct Format
+{
+    char const* extension;
+    detail::MeshSoup (*read)(std::string_view content);
+    void (*write)(TriMesh const& mesh, std::ostream& stream);
+};
+
+void write_ply(TriMesh const& mesh, std::ostream& stream);
+void write_stl(TriMesh const& mesh, std::ostream& stream);
+void write_off(TriMesh const& mesh, std::ostream& stream);
+void write_om(TriMesh const& mesh, std::ostream& stream);
+
+constexpr Format formats[] = {{".ply", detail::read_ply, write_ply},
+                              {".stl", detail::read_stl, write_stl},
+                              {".obj", detail::read_obj, detail::write_obj},
+                              {".off", detail::read_off, write_off},
+                              {".om", detail::read_om, write_om}};
+
+Format const& format_of(fs::path const& path)
+{
+    std::string known;
+    for (auto const& format : formats)
+    {
+        if (detail::equal_ignoring_case(path.extension().string(), format.extension))
+        {
+            return format;
+        }
+        known += std::string(" ") + format.extension;
+    }
+    throw MeshFileError("unknown mesh format (known:" + known + ")");
+}
+
+std::string system_message(int error)
+{
+    return error == 0 ? "unknown reason" : std::generic_category().message(error);
+}
+
+// Reading.
+
+std::string file_content(fs::path const& path)
+{
+    std::error_code error;
+    auto const status = fs::status(path, error);
+    if (status.type() == fs::file_type::not_found)
+    {
+        throw MeshFileError("no such file");
+    }
+    if (fs::is_directory(status))
+    {
+        throw MeshFileError("is a directory");
+    }
+    if (!fs::is_regular_file(status))
+    {
+        throw MeshFileError(error ? "cannot be read: " + error.message() : "is not a file");
+    }
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    auto const size = fs::file_size(path, error);
+    if (!file || error)
+    {
+        throw MeshFileError("cannot be read: " + system_message(errno));
+    }
+    if (size == 0)
+    {
+        throw MeshFileError("is empty");
+    }
+    std::string content(static_cast<std::size_t>(size), '\0');
+    if (!file.read(content.data(), static_cast<std::streamsize>(size)))
+    {
+        throw MeshFileError("cannot be read to its end");
+    }
+    return content;
+}
+
+detail::MeshSoup read_soup(fs::path const& path)
+{
+    auto const& format = format_of(path);
+    auto soup = format.read(file_content(path));
+    detail::check_soup(soup);
+    return soup;
+}
+
+// Writing.
+
+/// Keeps OpenMesh's messages from the terminal. Their streams are shared by the whole process, so
+/// one at a time.
+class QuietOpenMesh
+{
+public:
+    QuietOpenMesh()
+        : lock_(mutex()), log_was_on_(omlog().is_enabled()), errors_were_on_(omerr().is_enabled())
+    {
+        omlog().disable();
+        omerr().disable();
+    }
+    ~QuietOpenMesh()
+    {
+        if (log_was_on_)
+        {
+            omlog().enable();
+        }
+        if (errors_were_on_)
+        {
+            omerr().enable();
+        }
+    }
+    QuietOpenMesh(QuietOpenMesh const&) = delete;
+    QuietOpenMesh& operator=(QuietOpenMesh const&) = delete;
+
+private:
+    static std::mutex& mutex()
+    {
+        static std::mutex shared;
+        return shared;
+    }
+
+    std::lock_guard<std::mutex> lock_;
+    bool log_was_on_;
+    bool errors_were_on_;
+};
+
+Options vertex_attributes(TriMesh const& mesh)
+{
+    Options options;
+    if (mesh.has_vertex_normals())
+    {
+        options += Options::VertexNormal;
+    }
+    if (mesh.has_vertex_colors())
+    {
+        options += Options::VertexColor;
+    }
+    return options;
+}
+
+void export_by_openmesh(TriMesh const& mesh, char const* extension, Options options,
+                        std::ostream& stream)
+{
+    constexpr std::streamsize digits_that_tell_floats_apart = 9;
+    QuietOpenMesh const quiet;
+    OpenMesh::IO::ExporterT<TriMesh> exporter(mesh);
+    if (!OpenMesh::IO::IOManager().write(stream, extension, exporter, options,
+                                         digits_that_tell_floats_apart))
+    {
+        throw MeshFileError("cannot be written in this format");
+    }
+}
+
+constexpr Options::Flag binary = static_cast<Options::Flag>(Options::Binary | Options::LSB);
+
+void write_ply(TriMesh const& mesh, std::ostream& stream)
+{
+    auto options = vertex_attributes(mesh);
+    options += binary;
+    export_by_openmesh(mesh, ".ply", options, stream);
+}
+
+void write_stl(TriMesh const& mesh, std::ostream& stream)
+{
+    export_by_openmesh(mesh, ".stl", binary, stream);
+}
+
+void write_off(TriMesh const& mesh, std::ostream& stream)
+{
+    export_by_openmesh(mesh, ".off", vertex_attributes(mesh), stream);
+}
+
+/// OpenMesh writes vertex indices in as many bytes as the number of edges asks for. Where vertices
+/// without a face stand before those of a small mesh, their indices would be cut off.
+void require_indices_fit(TriMesh const& mesh)
+{
+    std::size_t const four_an_edge = 4 * mesh.n_edges();
+    int const limit = four_an_edge <= 0x100     ? std::numeric_limits<std::int8_t>::max()
+                      : four_an_edge <= 0x10000 ? std::numeric_limits<std::int16_t>::max()
+                                                : std::numeric_limits<std::int32_t>::max();
+    for (auto const vertex : mesh.vertices())
+    {
+        if (vertex.idx() > limit && !mesh.is_isolated(vertex))
+        {
+            throw MeshFileError("cannot be written in this format: too many vertices have no face");
+        }
+    }
+}
+
+void write_om(TriMesh const& mesh, std::ostream& stream)
+{
+    require_indices_fit(mesh);
+    auto options = vertex_attributes(mesh);
+    options += binary;
+    export_by_openmesh(mesh, ".om", options, stream);
+}
+
+/// A file beside the one that is to be written, which takes its place when it is whole, and goes
+/// away otherwise.
+class PartialFile
+{
+public:
+    explicit PartialFile(fs::path const& target) : target_(target), path_(target)
+    {
+        std::error_code ignored;
+        if (fs::is_directory(target, ignored))
+        {
+            throw MeshFileError("is a directory");
+        }
+        path_ += "." + std::to_string(std::random_device()()) + ".part";
+        errno = 0;
+        stream_.imbue(std::locale::classic());
+        stream_.open(path_, std::ios::binary);
+        require_good();
+    }
+    ~PartialFile()
+    {
+        stream_.close();
+        std::error_code ignored;
+        fs::remove(path_, ignored);
+    }
+    PartialFile(PartialFile const&) = delete;
+    PartialFile& operator=(PartialFile const&) = delete;
+
+    std::ostream& stream() { return stream_; }
+
+    void commit()
+    {
+        stream_.close();
+        require_good();
+        std::error_code error;
+        fs::rename(path_, target_, error);
+        if (error)
+        {
+            throw MeshFileError("cannot be written: " + error.message());
+        }
+    }
+
+private:
+    void require_good() const
+    {
+        if (!stream_)
+        {
+            throw MeshFileError("cannot be written: " + system_message(errno));
+        }
+    }
+
+    fs::path target_;
+    fs::path path_;
+    std::ofstream stream_;
+};
+
+bool has_deleted_elements(TriMesh const& mesh)
+{
+    auto const any = [](auto const& elements, auto const& is_deleted)
+    { return std::any_of(elements.begin(), elements.end(), is_deleted); };
+    auto const deleted = [&](auto element) { return mesh.status(element).deleted(); };
+    return (mesh.has_vertex_status() && any(mesh.all_vertices(), deleted)) ||
+           (mesh.has_face_status() && any(mesh.all_faces(), deleted));
+}
+
+void write_live_mesh(fs::path const& path, TriMesh const& mesh)
+{
+    auto const& format = format_of(path);
+    PartialFile file(path);
+    if (has_deleted_elements(mesh))
+    {
+        TriMesh live = mesh;
+        live.squeeze();
+        format.write(live, file.stream());
+    }
+    else
+    {
+        format.write(mesh, file.stream());
+    }
+    file.commit();
+}
+
+/// A line that no name in a file or of a file can break or colour.
+std::string printable(std::string line)
+{
+    for (char& c : line)
+    {
+        auto const code = static_cast<unsigned char>(c);
+        c = code < 0x20 || code == 0x7F ? '?' : c;
+    }
+    return line;
+}
+
+/// Runs `action`. \return what went wrong, as a line that names the file; empty if nothing did
+template <typename Action>
+std::string error_of(std::string const& path, Action const& action)
+{
+    try
+    {
+        action();
+        return {};
+    }
+    catch (std::bad_alloc const&)
+    {
+        return printable(path) + ": needs more memory than there is";
+    }
+    catch (std::exception const& error)
+    {
+        return printable(path + ": " + error.what());
+    }
+}
+
+} // namespace
+
+bool read_mesh(std::string const& path, TriMesh& mesh, MeshReadReport& report)
+{
+    report = {};
+    auto const read = [&] { report.faces_left_out = detail::build_mesh(read_soup(path), mesh); };
+    report.error = error_of(path, read);
+    if (!report.error.empty())
+    {
+        mesh = TriMesh();
+    }
+    return report.error.empty();
+}
+
+bool write_mesh(std::string const& path, TriMesh const& mesh, std::string& error)
+{
+    error = error_of(path, [&] { write_live_mesh(path, mesh); });
+    return error.empty();
+}
+
+} // namespace OrvaneAlgorithm

@@ -1,0 +1,22 @@
+# Runs what stands behind "--" in an empty folder and looks at its result and its output.
+set(command "")
+set(behind_dashes FALSE)
+math(EXPR last "${CMAKE_ARGC} - 1")
+foreach(i RANGE ${last})
+  if(behind_dashes)
+    list(APPEND command "${CMAKE_ARGV${i}}")
+  elseif(CMAKE_ARGV${i} STREQUAL "--")
+    set(behind_dashes TRUE)
+  endif()
+endforeach()
+
+file(REMOVE_RECURSE "${FOLDER}")
+file(MAKE_DIRECTORY "${FOLDER}")
+execute_process(COMMAND ${command} WORKING_DIRECTORY "${FOLDER}"
+  RESULT_VARIABLE result OUTPUT_VARIABLE output)
+if(NOT result STREQUAL "0")
+  message(FATAL_ERROR "ended with ${result}; it printed:\n${output}")
+endif()
+if(NOT output MATCHES "${EXPECT}")
+  message(FATAL_ERROR "it printed:\n${output}which is not as expected:\n${EXPECT}")
+endif()
