@@ -1,0 +1,259 @@
+#include "algorithmVeld/HoleFilling/HoleFillingCore.h"
+#include "tests/HoleFilling/hole_meshes.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/meshes.h"
+
+#include <gtest/gtest.h>
+
+using namespace OrvaneAlgorithm;
+using veld_test::HoleMesh;
+using veld_test::LogCapture;
+using veld_test::vh;
+
+namespace
+{
+
+bool refine(HoleMesh& hole, double long_edge, int rounds = 10)
+{
+    HoleFillingCore core;
+    core.set_long_edge_thr(long_edge);
+    core.set_refine_rounds(rounds);
+    return core.hole_refinement_ex(hole.mesh, hole.face_new, hole.vert_new, hole.vert_boundary,
+                                   hole.vert_edge_len);
+}
+
+/// Faces on points, all new.
+HoleMesh new_faces(std::vector<Vector3f> const& points,
+                   std::vector<veld_test::Triangle> const& triangles)
+{
+    HoleMesh hole;
+    hole.mesh = veld_test::make_mesh(points, triangles);
+    hole.add_flags();
+    for (auto const f : hole.mesh.faces())
+    {
+        hole.mesh.property(hole.face_new, f) = true;
+    }
+    return hole;
+}
+
+/// A triangle with sides of about 10.
+HoleMesh large_triangle()
+{
+    return new_faces({{0, 0, 0}, {10, 0, 0}, {5, 8.66F, 0}}, {{0, 1, 2}});
+}
+
+/// A square of side 1, with its diagonal from 0 to 2.
+HoleMesh square(float move = 0.0F)
+{
+    return new_faces({{0, 0, 0}, {1, 0, 0}, {1 + move, 1 + move, 0}, {0, 1, 0}},
+                     {{0, 1, 2}, {0, 2, 3}});
+}
+
+bool joined(HoleMesh const& hole, int a, int b)
+{
+    return hole.mesh.find_halfedge(vh(a), vh(b)).is_valid();
+}
+
+double area_of(TriMesh const& mesh)
+{
+    double area = 0.0;
+    for (auto const f : mesh.faces())
+    {
+        area += static_cast<double>(mesh.calc_face_area(f));
+    }
+    return area;
+}
+
+} // namespace
+
+TEST(HoleRefinement, splits_a_coarse_face_at_its_centroid)
+{
+    auto hole = large_triangle();
+    LogCapture const log;
+    EXPECT_TRUE(refine(hole, 9.0, 1));
+    ASSERT_EQ(4U, hole.mesh.n_vertices());
+    EXPECT_EQ(3U, hole.mesh.n_faces());
+    EXPECT_EQ(3, hole.count_new());
+    EXPECT_TRUE(hole.mesh.property(hole.vert_new, vh(3)));
+    EXPECT_FALSE(hole.mesh.property(hole.vert_boundary, vh(3)));
+    EXPECT_NEAR(0.0, (hole.mesh.point(vh(3)) - Vector3f(5, 2.886667F, 0)).norm(), 1e-5);
+    EXPECT_EQ(1, log.count("hole_refinement_ex() ..\n"));
+    EXPECT_EQ(1, log.count("  start garbage_collection() ..\n"));
+}
+
+TEST(HoleRefinement, leaves_a_face_whose_centroid_is_near_a_corner)
+{
+    // The corners are 5.77 from the centroid: half of the limit has to fit in between.
+    auto hole = large_triangle();
+    EXPECT_TRUE(refine(hole, 9.99));
+    EXPECT_GT(hole.mesh.n_faces(), 1U);
+    auto flat = new_faces({{0, 0, 0}, {10, 0, 0}, {9, 0.1F, 0}}, {{0, 1, 2}});
+    EXPECT_TRUE(refine(flat, 8.0));
+    EXPECT_EQ(1U, flat.mesh.n_faces());
+}
+
+TEST(HoleRefinement, leaves_a_face_with_one_long_edge_only)
+{
+    auto hole = new_faces({{0, 0, 0}, {10, 0, 0}, {5, 1, 0}}, {{0, 1, 2}});
+    EXPECT_TRUE(refine(hole, 6.0));
+    EXPECT_EQ(1U, hole.mesh.n_faces());
+}
+
+TEST(HoleRefinement, counts_an_edge_of_just_the_limit_as_short)
+{
+    auto hole = new_faces({{0, 0, 0}, {3, 0, 0}, {0, 4, 0}}, {{0, 1, 2}}); // sides 3, 4 and 5
+    EXPECT_TRUE(refine(hole, 4.0, 1));
+    EXPECT_EQ(1U, hole.mesh.n_faces());
+    // Just below 4, two edges are long, but the corner at the right angle is 1.67 from the
+    // centroid; that is less than half.
+    EXPECT_TRUE(refine(hole, 3.9, 1));
+    EXPECT_EQ(1U, hole.mesh.n_faces());
+    EXPECT_TRUE(refine(hole, 3.3, 1));
+    EXPECT_EQ(3U, hole.mesh.n_faces());
+}
+
+TEST(HoleRefinement, leaves_old_faces_alone)
+{
+    auto hole = large_triangle();
+    hole.mesh.property(hole.face_new, OpenMesh::FaceHandle(0)) = false;
+    EXPECT_TRUE(refine(hole, 1.0));
+    EXPECT_EQ(1U, hole.mesh.n_faces());
+
+    auto bent = square();
+    bent.mesh.property(bent.face_new, OpenMesh::FaceHandle(1)) = false;
+    EXPECT_TRUE(refine(bent, 100.0, 1));
+    EXPECT_TRUE(joined(bent, 0, 2));
+}
+
+TEST(HoleRefinement, lets_faces_of_a_round_wait_for_the_next)
+{
+    // One split a round: the three faces around the centroid are coarse for a limit of 3 too.
+    auto hole = large_triangle();
+    EXPECT_TRUE(refine(hole, 3.0, 1));
+    EXPECT_EQ(3U, hole.mesh.n_faces());
+    EXPECT_TRUE(refine(hole, 3.0, 1));
+    EXPECT_EQ(9U, hole.mesh.n_faces());
+}
+
+TEST(HoleRefinement, flips_to_the_better_diagonal_once)
+{
+    // The corner 2 is pulled out: the diagonal from 0 to 2 is the long one.
+    auto hole = square(1.5F);
+    EXPECT_TRUE(refine(hole, 100.0, 1));
+    EXPECT_FALSE(joined(hole, 0, 2));
+    EXPECT_TRUE(joined(hole, 1, 3));
+    EXPECT_TRUE(refine(hole, 100.0, 10));
+    EXPECT_TRUE(joined(hole, 1, 3));
+}
+
+TEST(HoleRefinement, flips_the_diagonal_of_a_square_at_every_visit)
+{
+    for (int rounds = 0; rounds < 4; ++rounds)
+    {
+        auto hole = square();
+        EXPECT_TRUE(refine(hole, 100.0, rounds));
+        EXPECT_EQ(rounds % 2 == 0, joined(hole, 0, 2)) << rounds << " rounds";
+    }
+}
+
+TEST(HoleRefinement, does_not_flip_an_edge_whose_other_diagonal_exists)
+{
+    // A tetrahedron has all its edges already.
+    auto hole = new_faces({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}},
+                          {{0, 2, 1}, {0, 1, 3}, {1, 2, 3}, {2, 0, 3}});
+    auto const before = hole.faces_from(0);
+    EXPECT_TRUE(refine(hole, 100.0));
+    EXPECT_EQ(before, hole.faces_from(0));
+}
+
+TEST(HoleRefinement, leaves_no_status_and_no_deleted_element_behind)
+{
+    auto hole = large_triangle();
+    EXPECT_TRUE(refine(hole, 2.0));
+    EXPECT_FALSE(hole.mesh.has_vertex_status());
+    EXPECT_FALSE(hole.mesh.has_face_status());
+    EXPECT_FALSE(hole.mesh.has_edge_status());
+    EXPECT_FALSE(hole.mesh.has_halfedge_status());
+    EXPECT_EQ(hole.count_new(), static_cast<int>(hole.mesh.n_faces()));
+    // Euler: a disc.
+    EXPECT_EQ(hole.mesh.n_vertices() + hole.mesh.n_faces(), hole.mesh.n_edges() + 1);
+    EXPECT_NEAR(43.3, area_of(hole.mesh), 1e-3);
+}
+
+TEST(HoleRefinement, fits_a_fill_to_the_edges_around_it_and_nothing_else)
+{
+    auto hole = veld_test::open_sphere(veld_test::sphere(4), 0.6F);
+    std::size_t const old_vertices = hole.mesh.n_vertices();
+    std::vector<Vector3f> points;
+    for (auto const v : hole.mesh.vertices())
+    {
+        points.push_back(hole.mesh.point(v));
+    }
+    auto const old_faces = hole.faces_from(0);
+    HoleFillingCore core;
+    ASSERT_TRUE(core.hole_triangulation(hole.mesh, hole.loop, hole.face_new));
+    double const long_edge = 1.5 * 0.11;
+    ASSERT_TRUE(refine(hole, long_edge));
+
+    EXPECT_GT(hole.mesh.n_vertices(), old_vertices + 20);
+    for (std::size_t v = 0; v < hole.mesh.n_vertices(); ++v)
+    {
+        auto const handle = vh(static_cast<int>(v));
+        EXPECT_EQ(v >= old_vertices, hole.mesh.property(hole.vert_new, handle));
+        if (v < old_vertices)
+        {
+            EXPECT_EQ(points[v], hole.mesh.point(handle));
+        }
+    }
+    std::set<std::array<int, 3>> kept;
+    for (auto const f : hole.mesh.faces())
+    {
+        std::array<int, 3> corners{};
+        std::size_t k = 0;
+        for (auto const v : hole.mesh.fv_range(f))
+        {
+            corners[k++] = v.idx();
+        }
+        if (!hole.mesh.property(hole.face_new, f))
+        {
+            kept.insert(corners);
+        }
+    }
+    EXPECT_EQ(std::set(old_faces.begin(), old_faces.end()), kept);
+    for (auto const h : hole.mesh.halfedges())
+    {
+        EXPECT_FALSE(hole.mesh.is_boundary(h) &&
+                     hole.mesh.from_vertex_handle(h).idx() >= static_cast<int>(old_vertices));
+    }
+}
+
+TEST(HoleRefinement, runs_no_round_if_told_so)
+{
+    auto hole = large_triangle();
+    EXPECT_TRUE(refine(hole, 1.0, 0));
+    EXPECT_EQ(1U, hole.mesh.n_faces());
+}
+
+TEST(SwapEdge, tells_whether_it_flipped)
+{
+    HoleFillingCore const core;
+    auto hole = square(1.5F);
+    auto h = hole.mesh.find_halfedge(vh(0), vh(2));
+    auto a = vh(0);
+    auto b = vh(2);
+    OpenMesh::HalfedgeHandle across = h;
+    OpenMesh::FaceHandle f = hole.mesh.opposite_face_handle(h);
+    auto c = hole.mesh.to_vertex_handle(
+        hole.mesh.next_halfedge_handle(hole.mesh.opposite_halfedge_handle(h)));
+    EXPECT_TRUE(core.swap_edge(hole.mesh, hole.face_new, f, across, a, b, c));
+    EXPECT_TRUE(joined(hole, 1, 3));
+
+    // Nothing lies beyond a border edge.
+    auto border = hole.mesh.find_halfedge(vh(1), vh(0));
+    ASSERT_TRUE(hole.mesh.is_boundary(border));
+    f = hole.mesh.opposite_face_handle(border);
+    a = vh(0);
+    b = vh(1);
+    c = vh(3);
+    EXPECT_FALSE(core.swap_edge(hole.mesh, hole.face_new, f, border, a, b, c));
+}

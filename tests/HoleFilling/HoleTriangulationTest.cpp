@@ -1,0 +1,365 @@
+#include "algorithmVeld/HoleFilling/HoleFillingCore.h"
+#include "tests/HoleFilling/hole_meshes.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/meshes.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <omp.h>
+
+#include <algorithm>
+#include <limits>
+
+using namespace OrvaneAlgorithm;
+using veld_test::HoleMesh;
+using veld_test::LogCapture;
+using veld_test::PolygonKind;
+using veld_test::vh;
+
+namespace
+{
+
+bool triangulate(HoleMesh& hole, HoleFillingCore const& core = {})
+{
+    return core.hole_triangulation(hole.mesh, hole.loop, hole.face_new);
+}
+
+/// Number of vertex properties that are live.
+std::ptrdiff_t vertex_properties(TriMesh const& mesh)
+{
+    return std::count_if(mesh.vprops_begin(), mesh.vprops_end(),
+                         [](auto const* property) { return property != nullptr; });
+}
+
+/// A random polygon as a mesh, and as the plain search takes it.
+struct RandomHole
+{
+    HoleMesh mesh;
+    veld_test::PlainPolygon polygon;
+
+    RandomHole(PolygonKind kind, std::size_t n, std::mt19937& random)
+    {
+        std::vector<Vector3f> outer;
+        for (std::size_t k = 0; k < n; ++k)
+        {
+            auto const corner = veld_test::random_corner(kind, k, n, random);
+            polygon.points.push_back(corner.point);
+            outer.push_back(corner.outer);
+        }
+        mesh = veld_test::mesh_around(polygon.points, outer);
+        for (std::size_t k = 0; k < n; ++k)
+        {
+            polygon.normals.push_back(mesh.mesh.normal(OpenMesh::FaceHandle(static_cast<int>(k))));
+        }
+        polygon.edge_exist.assign(n * n, false);
+    }
+};
+
+} // namespace
+
+TEST(HoleTriangulation, adds_the_triangles_of_the_plain_search_in_its_order)
+{
+    std::mt19937 random(5);
+    for (auto const kind : {PolygonKind::noisy, PolygonKind::planar, PolygonKind::wild})
+    {
+        for (std::size_t n = 3; n <= 40; ++n)
+        {
+            RandomHole hole(kind, n, random);
+            veld_test::PlainTriangulation const plain(hole.polygon, 1000.0F, false, 400);
+            bool const fits = plain.weight_angle[n - 1] <= 179.5F;
+            EXPECT_EQ(fits, triangulate(hole.mesh));
+            auto const expected = fits ? plain.triangles() : std::vector<std::array<int, 3>>{};
+            EXPECT_EQ(expected, hole.mesh.faces_from(n)) << n << " corners";
+            EXPECT_EQ(static_cast<int>(expected.size()), hole.mesh.count_new());
+        }
+    }
+}
+
+TEST(HoleTriangulation, weighs_a_triangle_by_its_neighbours)
+{
+    std::mt19937 random(6);
+    HoleFillingCore const core;
+    for (auto const kind : {PolygonKind::noisy, PolygonKind::wild})
+    {
+        RandomHole hole(kind, 14, random);
+        hole.polygon.join(2, 9);
+        hole.polygon.join(3, 9);
+        veld_test::PlainTriangulation const plain(hole.polygon, 1000.0F, false, 400);
+        std::vector<OpenMesh::VertexHandle> verts;
+        std::vector<OpenMesh::FaceHandle> faces;
+        for (int k = 0; k < 14; ++k)
+        {
+            verts.emplace_back(k);
+            faces.emplace_back(k);
+        }
+        for (int i = 0; i < 14; ++i)
+        {
+            for (int m = i + 1; m < 14; ++m)
+            {
+                for (int j = m + 1; j < 14; ++j)
+                {
+                    float angle = -1.0F;
+                    float area = -1.0F;
+                    core.calc_weight(hole.mesh.mesh, verts, faces, plain.lambda, i, m, j, angle,
+                                     area, hole.polygon.edge_exist);
+                    float plain_angle = 0.0F;
+                    float plain_area = 0.0F;
+                    plain.weigh(static_cast<std::size_t>(i), static_cast<std::size_t>(m),
+                                static_cast<std::size_t>(j), plain_angle, plain_area);
+                    ASSERT_EQ(plain_angle, angle);
+                    ASSERT_EQ(plain_area, area);
+                }
+            }
+        }
+    }
+}
+
+TEST(HoleTriangulation, closes_a_hole_of_three_edges)
+{
+    // A regular tetrahedron without its base: the base meets the three others at 70.53 degrees, so
+    // the normals turn by 109.47.
+    float const r = std::sqrt(8.0F) / 3.0F;
+    float const s = std::sqrt(3.0F) / 2.0F;
+    auto hole = veld_test::hole_mesh(
+        veld_test::make_mesh(
+            {{0, 0, 1}, {r, 0, -1.0F / 3}, {-r / 2, r * s, -1.0F / 3}, {-r / 2, -r * s, -1.0F / 3}},
+            {{0, 1, 2}, {0, 2, 3}, {0, 3, 1}}),
+        2, 1);
+    LogCapture const log;
+    EXPECT_TRUE(triangulate(hole));
+    EXPECT_EQ(4U, hole.mesh.n_faces());
+    EXPECT_EQ(1, hole.count_new());
+    for (auto const h : hole.mesh.halfedges())
+    {
+        EXPECT_FALSE(hole.mesh.is_boundary(h));
+    }
+    EXPECT_EQ(1, log.count("hole_triangulation() for hole with ( 3 ) vertices ..\n"));
+    EXPECT_EQ(1,
+              log.count("    Best weight (angle / area) of hole with ( 3 ) vertices:    109.47"));
+}
+
+TEST(HoleTriangulation, prefers_the_flat_diagonal_of_a_bent_square)
+{
+    // A square whose corners 1 and 3 are up: the ridge from 1 to 3 turns away from its level
+    // surroundings less than the valley from 0 to 2 does, or the other way round by symmetry; both
+    // are computed here.
+    std::vector<Vector3f> const points{{0, 0, 0}, {0, 2, 0.4F}, {2, 2, 0}, {2, 0, 0.9F}};
+    std::vector<Vector3f> const outer{{-2, 1, 0}, {1, 4, 0}, {4, 1, 0}, {1, -2, 0}};
+    auto hole = veld_test::mesh_around(points, outer);
+    auto const normal = [&](int a, int b, int c)
+    {
+        auto const& p = points;
+        auto const at = [&](int k) { return p[static_cast<std::size_t>(k)].cast<double>(); };
+        return (at(b) - at(a)).cross(at(c) - at(a)).normalized().eval();
+    };
+    auto const turn = [&](Eigen::Vector3d const& u, Eigen::Vector3d const& v)
+    { return std::acos(std::min(1.0, u.dot(v))); };
+    auto const outside = [&](int k)
+    { return hole.mesh.normal(OpenMesh::FaceHandle(k)).cast<double>().eval(); };
+    double const along_02 =
+        std::max({turn(normal(0, 1, 2), normal(0, 2, 3)), turn(normal(0, 1, 2), outside(0)),
+                  turn(normal(0, 1, 2), outside(1)), turn(normal(0, 2, 3), outside(2)),
+                  turn(normal(0, 2, 3), outside(3))});
+    double const along_13 =
+        std::max({turn(normal(0, 1, 3), normal(1, 2, 3)), turn(normal(0, 1, 3), outside(0)),
+                  turn(normal(1, 2, 3), outside(1)), turn(normal(1, 2, 3), outside(2)),
+                  turn(normal(0, 1, 3), outside(3))});
+    ASSERT_GT(std::fabs(along_02 - along_13), 0.001);
+    EXPECT_TRUE(triangulate(hole));
+    auto const diagonal = hole.mesh.find_halfedge(vh(0), vh(2)).is_valid();
+    EXPECT_EQ(along_02 < along_13, diagonal);
+}
+
+TEST(HoleTriangulation, refuses_a_loop_without_a_face_beyond_and_leaves_its_marks)
+{
+    auto hole = veld_test::hole_mesh(veld_test::lone_triangle(), 0, 2);
+    for (auto& h : hole.loop)
+    {
+        h = hole.mesh.opposite_halfedge_handle(h);
+    }
+    auto const properties = vertex_properties(hole.mesh);
+    LogCapture const log;
+    EXPECT_FALSE(triangulate(hole));
+    EXPECT_EQ(1U, hole.mesh.n_faces());
+    EXPECT_EQ(properties + 3, vertex_properties(hole.mesh));
+    EXPECT_EQ(1, log.count("  !!!error: invalid face handle ["));
+}
+
+TEST(HoleTriangulation, removes_its_marks_after_the_set_up)
+{
+    auto hole = veld_test::hole_mesh(veld_test::open_cone(8), 2, 1);
+    auto const properties = vertex_properties(hole.mesh);
+    EXPECT_TRUE(triangulate(hole));
+    EXPECT_EQ(properties, vertex_properties(hole.mesh));
+}
+
+TEST(HoleTriangulation, leaves_a_hole_open_that_only_a_fold_could_close)
+{
+    // The lone triangle's outline: its own back side is all that would fit.
+    auto hole = veld_test::hole_mesh(veld_test::lone_triangle(), 0, 2);
+    LogCapture const log;
+    EXPECT_FALSE(triangulate(hole));
+    EXPECT_EQ(1U, hole.mesh.n_faces());
+    EXPECT_EQ(1, log.count("    !!!skip hole with ( 3 ) vertices, dihedral angle =   180.0"));
+}
+
+TEST(HoleTriangulation, avoids_a_chord_that_a_face_beside_the_hole_has)
+{
+    // A bag of four corners whose outline 0-1-2-3 is open and whose face beyond 0-1 joins 0 and 2.
+    auto hole = veld_test::hole_mesh(
+        veld_test::make_mesh({{0, 0, 0}, {2, 0, 0}, {2, 2, 0}, {0, 2, 0}, {1, 1, -2}},
+                             {{1, 0, 2}, {0, 3, 4}, {3, 2, 4}, {2, 0, 4}}),
+        0, 1);
+    ASSERT_EQ(4U, hole.loop.size());
+    LogCapture const log;
+    triangulate(hole);
+    EXPECT_FALSE(hole.mesh.find_halfedge(vh(0), vh(2)).is_valid() && hole.mesh.n_faces() > 4U &&
+                 !hole.mesh.find_halfedge(vh(1), vh(3)).is_valid());
+}
+
+TEST(HoleTriangulation, takes_a_vertex_that_is_passed_twice_as_two_corners)
+{
+    // Two square holes that touch at one vertex, as one loop.
+    auto hole = veld_test::hole_mesh(veld_test::pinched_pair(), 0, 5);
+    auto& mesh = hole.mesh;
+    hole.loop.clear();
+    auto const walk = [&](std::vector<int> const& around)
+    {
+        for (std::size_t k = 0; k < around.size(); ++k)
+        {
+            hole.loop.push_back(
+                mesh.find_halfedge(vh(around[k]), vh(around[(k + 1) % around.size()])));
+        }
+    };
+    // 12 is the vertex in the middle.
+    walk({12, 11, 6, 7});
+    walk({12, 13, 18, 17});
+    for (auto const h : hole.loop)
+    {
+        ASSERT_TRUE(mesh.is_boundary(h));
+    }
+    std::size_t const faces = mesh.n_faces();
+    LogCapture const log;
+    EXPECT_TRUE(triangulate(hole));
+    EXPECT_EQ(1, log.count("   @@@complex hole (vert[12] appear 2 times) ["));
+    // Six triangles; the two that would join the vertex with itself are dropped.
+    EXPECT_EQ(faces + 4, mesh.n_faces());
+    EXPECT_EQ(4, hole.count_new());
+    EXPECT_FALSE(mesh.is_boundary(vh(12)));
+}
+
+TEST(HoleTriangulation, adds_nothing_to_a_loop_of_fewer_than_three_edges)
+{
+    for (std::size_t const n : {0U, 1U, 2U})
+    {
+        auto hole = veld_test::hole_mesh(veld_test::open_cone(6), 2, 1);
+        hole.loop.resize(n);
+        EXPECT_TRUE(triangulate(hole));
+        EXPECT_EQ(6U, hole.mesh.n_faces());
+    }
+}
+
+TEST(HoleTriangulation, is_the_same_without_stored_normals)
+{
+    auto hole = veld_test::open_sphere(veld_test::sphere(3), 0.5F);
+    auto bare = hole;
+    bare.mesh.release_face_normals();
+    EXPECT_TRUE(triangulate(hole));
+    EXPECT_TRUE(triangulate(bare));
+    EXPECT_EQ(hole.faces_from(0), bare.faces_from(0));
+}
+
+TEST(HoleTriangulation, is_the_same_in_parallel_regions_and_with_any_number_of_threads)
+{
+    auto const hole = veld_test::open_sphere(veld_test::sphere(5), 0.3F);
+    ASSERT_GT(hole.loop.size(), 100U);
+    auto serial = hole;
+    int const threads = omp_get_max_threads();
+    omp_set_num_threads(1);
+    EXPECT_TRUE(triangulate(serial));
+    for (int const n : {2, 3, 8})
+    {
+        omp_set_num_threads(n);
+        auto parallel = hole;
+        EXPECT_TRUE(triangulate(parallel));
+        EXPECT_EQ(serial.faces_from(0), parallel.faces_from(0)) << n << " threads";
+    }
+    std::array<HoleMesh, 4> copies{hole, hole, hole, hole};
+#pragma omp parallel for num_threads(4)
+    for (int k = 0; k < 4; ++k)
+    {
+        triangulate(copies[static_cast<std::size_t>(k)]);
+    }
+    omp_set_num_threads(threads);
+    for (auto const& copy : copies)
+    {
+        EXPECT_EQ(serial.faces_from(0), copy.faces_from(0));
+    }
+}
+
+TEST(HoleTriangulation, survives_coordinates_that_are_no_numbers)
+{
+    float const nan = std::numeric_limits<float>::quiet_NaN();
+    float const inf = std::numeric_limits<float>::infinity();
+    for (float const bad : {nan, inf, -inf, 3e38F, 1e-40F})
+    {
+        auto hole = veld_test::hole_mesh(veld_test::open_cone(20), 2, 1);
+        hole.mesh.set_point(vh(4), {bad, 0, bad});
+        hole.mesh.set_point(vh(9), {1, bad, 0});
+        hole.mesh.update_face_normals();
+        triangulate(hole);
+        EXPECT_LE(hole.mesh.n_faces(), 38U);
+    }
+}
+
+TEST(FindBestWeight, adds_left_of_the_split_then_the_split_then_right_of_it)
+{
+    std::mt19937 random(8);
+    RandomHole hole(PolygonKind::planar, 6, random);
+    std::vector<int> lambda(36, -1);
+    lambda[0 * 6 + 5] = 3; // 0..5 at 3
+    lambda[0 * 6 + 3] = 2; // 0..3 at 2
+    std::vector<OpenMesh::VertexHandle> verts;
+    for (int k = 0; k < 6; ++k)
+    {
+        verts.emplace_back(k);
+    }
+    HoleFillingCore const core;
+    core.find_best_weight(hole.mesh.mesh, verts, lambda, 0, 5, hole.mesh.face_new);
+    std::vector<std::array<int, 3>> const expected{{0, 1, 2}, {0, 2, 3}, {0, 3, 5}, {3, 4, 5}};
+    EXPECT_EQ(expected, hole.mesh.faces_from(6));
+}
+
+TEST(FindBestWeight, goes_through_a_fan_as_deep_as_the_polygon_is_long)
+{
+    int const n = 3000;
+    std::mt19937 random(9);
+    RandomHole hole(PolygonKind::planar, n, random);
+    std::vector<int> lambda(static_cast<std::size_t>(n) * n, -1);
+    std::vector<OpenMesh::VertexHandle> verts;
+    for (int k = 0; k < n; ++k)
+    {
+        verts.emplace_back(k);
+        lambda[static_cast<std::size_t>(k)] = k - 1; // 0..k at k - 1
+    }
+    HoleFillingCore const core;
+    core.find_best_weight(hole.mesh.mesh, verts, lambda, 0, n - 1, hole.mesh.face_new);
+    EXPECT_EQ(n - 2, hole.mesh.count_new());
+}
+
+TEST(FindBestWeight, leaves_open_what_has_no_split)
+{
+    std::mt19937 random(10);
+    RandomHole hole(PolygonKind::planar, 6, random);
+    std::vector<OpenMesh::VertexHandle> verts;
+    for (int k = 0; k < 6; ++k)
+    {
+        verts.emplace_back(k);
+    }
+    HoleFillingCore const core;
+    std::vector<int> const lambda(36, -1);
+    core.find_best_weight(hole.mesh.mesh, verts, lambda, 0, 5, hole.mesh.face_new);
+    core.find_best_weight(hole.mesh.mesh, verts, lambda, 2, 3, hole.mesh.face_new);
+    EXPECT_EQ(0, hole.mesh.count_new());
+}

@@ -1,0 +1,112 @@
+#include "algorithmVeld/HoleFilling/HoleFillingCore.h"
+
+#include <gtest/gtest.h>
+
+#include <Eigen/Geometry>
+
+#include <cmath>
+#include <random>
+
+using namespace OrvaneAlgorithm;
+
+namespace
+{
+
+constexpr double degree = 3.141592653589793 / 180.0;
+
+float angle_of(Vector3f const& u, Vector3f const& v)
+{
+    float angle = -1.0F;
+    HoleFillingCore::calc_angle(u, v, angle);
+    return angle;
+}
+
+/// A vector of the plane z = 0 by its direction.
+Vector3f towards(double degrees, float length = 1.0F)
+{
+    return {length * static_cast<float>(std::cos(degrees * degree)),
+            length * static_cast<float>(std::sin(degrees * degree)), 0.0F};
+}
+
+} // namespace
+
+TEST(TriangleGeometry, measures_angles_over_the_whole_range)
+{
+    for (double const degrees :
+         {0.0, 0.001, 1.0, 30.0, 45.0, 45.6, 60.0, 90.0, 120.0, 134.4, 150.0, 168.0})
+    {
+        EXPECT_NEAR(degrees * degree, angle_of({2, 0, 0}, towards(degrees, 3.0F)), 1e-6)
+            << degrees << " degrees";
+    }
+}
+
+TEST(TriangleGeometry, keeps_precision_for_small_angles)
+{
+    // A cosine in float cannot tell angles below 0.02 degrees from 0.
+    EXPECT_NEAR(1e-5, angle_of({1, 0, 0}, {1.0F, 1e-5F, 0.0F}), 1e-11);
+}
+
+TEST(TriangleGeometry, reads_nearly_folded_vectors_as_exactly_pi)
+{
+    EXPECT_EQ(3.1415927F, angle_of({1, 0, 0}, towards(169.0)));
+    EXPECT_EQ(3.1415927F, angle_of({1, 0, 0}, {-1, 0, 0}));
+    EXPECT_LT(angle_of({1, 0, 0}, towards(168.0)), 2.94F);
+}
+
+TEST(TriangleGeometry, takes_a_vector_without_direction_as_perpendicular)
+{
+    EXPECT_FLOAT_EQ(static_cast<float>(90.0 * degree), angle_of({0, 0, 0}, {1, 2, 3}));
+}
+
+TEST(TriangleGeometry, computes_areas_from_the_sides)
+{
+    float area = -1.0F;
+    HoleFillingCore::calc_area({0, 0, 0}, {3, 0, 0}, {0, 4, 0}, area);
+    EXPECT_FLOAT_EQ(6.0F, area);
+    HoleFillingCore::calc_area({0, 0, 0}, {1, 0, 0}, {3, 0, 0}, area);
+    EXPECT_FLOAT_EQ(0.0F, area);
+}
+
+TEST(TriangleGeometry, takes_an_area_that_rounding_makes_negative_as_zero)
+{
+    std::mt19937 random(3);
+    std::uniform_real_distribution<float> coordinate(-100.0F, 100.0F);
+    for (int k = 0; k < 1000; ++k)
+    {
+        Vector3f const a(coordinate(random), coordinate(random), coordinate(random));
+        Vector3f const b(coordinate(random), coordinate(random), coordinate(random));
+        float area = -1.0F;
+        HoleFillingCore::calc_area(a, b, a + 0.3F * (b - a), area);
+        ASSERT_GE(area, 0.0F); // false for a NaN too
+    }
+}
+
+TEST(TriangleGeometry, takes_the_normal_of_the_reversed_triangle)
+{
+    Vector3f normal;
+    HoleFillingCore::calc_tri_normal({0, 0, 0}, {5, 0, 0}, {0, 7, 0}, normal);
+    EXPECT_EQ(Vector3f(0, 0, -1), normal);
+}
+
+TEST(TriangleGeometry, finds_the_angles_of_a_triangle)
+{
+    Vector3f const a(0, 0, 0);
+    Vector3f const b(1, 0, 0);
+    Vector3f const c(0, std::sqrt(3.0F), 0); // 90, 60 and 30 degrees
+    float at_a = 0.0F;
+    float at_b = 0.0F;
+    float at_c = 0.0F;
+    HoleFillingCore::calc_inner_tri_angle(a, b, c, at_a, at_b, at_c);
+    EXPECT_NEAR(90.0 * degree, at_a, 1e-6);
+    EXPECT_NEAR(60.0 * degree, at_b, 1e-6);
+    EXPECT_NEAR(30.0 * degree, at_c, 1e-6);
+    float max = 0.0F;
+    float min = 0.0F;
+    HoleFillingCore::calc_max_min_tri_angle(a, b, c, max, min);
+    EXPECT_EQ(at_a, max);
+    EXPECT_EQ(at_c, min);
+    HoleFillingCore::calc_max_tri_angle(c, a, b, max);
+    HoleFillingCore::calc_min_tri_angle(c, a, b, min);
+    EXPECT_NEAR(90.0 * degree, max, 1e-6);
+    EXPECT_NEAR(30.0 * degree, min, 1e-6);
+}
