@@ -40,6 +40,14 @@ struct TrimPlan
             lines.emplace_back(line);
         }
     }
+
+    void log(char const* text)
+    {
+        if (gPH.log_enabled)
+        {
+            lines.emplace_back(text);
+        }
+    }
 };
 
 } // namespace detail

@@ -1,9 +1,19 @@
 #include "algorithmVeld/api/algorithms.h"
 
+#include "algorithmVeld/HoleFilling/EarTrimming.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
 
 namespace OrvaneAlgorithm
 {
+
+RetVal ear_clipping(TriMesh& mesh, bool use_node_num, bool use_edge_length, bool use_norm,
+                    int node_num_thr, double edge_length_thr, double norm_thr)
+{
+    EarTrimming trimming;
+    trimming.ear_trimming(mesh, use_node_num, use_edge_length, use_norm, node_num_thr,
+                          edge_length_thr, norm_thr);
+    return RET_SUCCESS;
+}
 
 RetVal find_hole(TriMesh const& mesh, Vector3f const& point, Holes const& known_holes,
                  double distance, std::vector<OpenMesh::VertexHandle>& hole, bool verbose)

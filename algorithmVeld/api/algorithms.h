@@ -13,6 +13,13 @@
 namespace OrvaneAlgorithm
 {
 
+/// Closes holes with flat triangles; see `EarTrimming::ear_trimming`, which is what it runs in
+/// spite of its older name. It has no verbose flag: `gPH` tells whether to log. \return
+/// `RET_SUCCESS` whatever the mesh holds
+ALGORITHMVELD_API RetVal ear_clipping(TriMesh& mesh, bool use_node_num, bool use_edge_length,
+                                      bool use_norm, int node_num_thr, double edge_length_thr,
+                                      double norm_thr);
+
 /// Finds the known hole nearest to `point`; see `FindHolesEx::find_hole`.
 ALGORITHMVELD_API RetVal find_hole(TriMesh const& mesh, Vector3f const& point,
                                    Holes const& known_holes, double distance,

@@ -11,8 +11,10 @@ namespace OrvaneAlgorithm
 /// One frame of a scanner: points on an image grid, in the frame's own coordinates, with the pose
 /// that takes them to global coordinates.
 ///
-/// Column numbers grow to the right and row numbers downwards as the sensor sees the grid, so that
-/// the corners (r, c), (r, c+1), (r+1, c+1) run against the clock about the normals.
+/// Normals and the grid have one sense: the corners (r, c), (r, c+1), (r+1, c+1) run against the
+/// clock about the normals, which point along the step to the next column cross the step to the
+/// next row. So where normals face the sensor and columns run to the right as it sees them, rows
+/// run upwards.
 class ALGORITHMVELD_API RangeData : public Cloud
 {
 public:

@@ -17,14 +17,13 @@ namespace
 {
 
 /// Reads a scan. \return false, with a line that says so, where the data is not there
-bool read_scan(std::string const& file, TriMesh& mesh)
+bool read_scan(std::string const& file, TriMesh& mesh, MeshReadReport& report)
 {
     if (real_data_dir().empty())
     {
         std::printf("VELD_TEST_DATA is not set: %s is left out\n", file.c_str());
         return false;
     }
-    MeshReadReport report;
     EXPECT_TRUE(read_mesh(real_data("meshes_holes/" + file), mesh, report)) << report.error;
     return true;
 }
@@ -59,7 +58,8 @@ class RealMeshHoles : public testing::TestWithParam<std::string>
 TEST_P(RealMeshHoles, AreSimpleAndMakeUpTheBoundary)
 {
     TriMesh mesh;
-    if (!read_scan(GetParam(), mesh))
+    MeshReadReport report;
+    if (!read_scan(GetParam(), mesh, report))
     {
         return;
     }
@@ -75,13 +75,25 @@ TEST_P(RealMeshHoles, AreSimpleAndMakeUpTheBoundary)
 TEST_P(RealMeshHoles, AreAsManyAsAnIndependentCountTells)
 {
     TriMesh mesh;
-    if (!read_scan(GetParam(), mesh))
+    MeshReadReport report;
+    if (!read_scan(GetParam(), mesh, report))
     {
         return;
     }
     Holes holes;
     FindHolesEx::find_holes(mesh, holes, false);
-    EXPECT_EQ(static_cast<int>(holes.size()), count_loops(mesh));
+    auto const found = static_cast<int>(holes.size());
+    if (report.faces_left_out == 0)
+    {
+        EXPECT_EQ(found, count_loops(mesh));
+    }
+    else
+    {
+        // Where faces were left out, loops share several vertices: then the count is a limit, for
+        // a boundary may be taken apart into fewer loops.
+        EXPECT_LE(found, count_loops(mesh));
+        EXPECT_GE(found, count_boundary_parts(mesh));
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Scans, RealMeshHoles, testing::ValuesIn(SCANS),
@@ -104,7 +116,8 @@ TEST(RealMeshHolesLengths, AreThoseThatOthersCounted)
     for (auto const& [file, lengths] : known)
     {
         TriMesh mesh;
-        if (!read_scan(file, mesh))
+        MeshReadReport report;
+        if (!read_scan(file, mesh, report))
         {
             return;
         }

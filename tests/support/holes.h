@@ -169,10 +169,14 @@ inline std::vector<std::pair<int, int>> boundary_edges(TriMesh const& mesh)
     return edges;
 }
 
-/// Number of simple loops of a boundary, counted without walking it: the boundary edges are joined
-/// by the vertices that they share, and a connected set of E edges on V vertices holds E - V + 1
-/// loops as long as no two of its loops share more than one vertex.
-inline int count_loops(TriMesh const& mesh)
+/// Vertices and connected sets of a boundary whose edges are joined by the vertices they share.
+struct BoundaryParts
+{
+    int vertices = 0;
+    int sets = 0;
+};
+
+inline BoundaryParts boundary_parts(TriMesh const& mesh)
 {
     std::map<int, int> parent;
     auto const root = [&](int v)
@@ -183,19 +187,34 @@ inline int count_loops(TriMesh const& mesh)
         }
         return v;
     };
-    auto const edges = boundary_edges(mesh);
-    for (auto const& [a, b] : edges)
+    for (auto const& [a, b] : boundary_edges(mesh))
     {
         parent.emplace(a, a);
         parent.emplace(b, b);
         parent.at(root(a)) = root(b);
     }
-    int sets = 0;
+    BoundaryParts parts;
+    parts.vertices = static_cast<int>(parent.size());
     for (auto const& entry : parent)
     {
-        sets += entry.first == entry.second ? 1 : 0;
+        parts.sets += entry.first == entry.second ? 1 : 0;
     }
-    return static_cast<int>(edges.size()) - static_cast<int>(parent.size()) + sets;
+    return parts;
+}
+
+/// Number of connected sets of boundary edges: each holds one loop or more.
+inline int count_boundary_parts(TriMesh const& mesh)
+{
+    return boundary_parts(mesh).sets;
+}
+
+/// Number of simple loops of a boundary, counted without walking it: a connected set of E edges on
+/// V vertices holds E - V + 1 loops as long as no two of its loops share more than one vertex, and
+/// fewer otherwise.
+inline int count_loops(TriMesh const& mesh)
+{
+    auto const parts = boundary_parts(mesh);
+    return static_cast<int>(boundary_edges(mesh).size()) - parts.vertices + parts.sets;
 }
 
 /// Number of properties of all four kinds that the mesh carries.

@@ -2,7 +2,8 @@
 
 #include <cstddef>
 #include <stdexcept>
-#include <string>
+#include <type_traits>
+#include <vector>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -13,7 +14,9 @@ auto at(Vector& vector, std::size_t i) -> decltype(vector[i])
 {
     if (i >= vector.size())
     {
-        throw std::out_of_range("invalid vector<T> subscript");
+        throw std::out_of_range(std::is_same_v<std::remove_cv_t<Vector>, std::vector<bool>>
+                                    ? "invalid vector<bool> subscript"
+                                    : "invalid vector<T> subscript");
     }
     return vector[i];
 }

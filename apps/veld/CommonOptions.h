@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+
+namespace CLI
+{
+class App;
+class Option;
+} // namespace CLI
+
+namespace veld
+{
+
+/// What every command takes.
+struct CommonOptions
+{
+    bool json = false;    ///< The result as one JSON object.
+    bool verbose = false; ///< The library's log on standard error.
+    int threads = 0;      ///< Number of threads; 0 leaves it to the machine.
+    std::string timings;  ///< File for the step times; empty for none.
+};
+
+void add_common_options(CLI::App& app, CommonOptions& options);
+
+/// An example for the end of a help text.
+/// \param arguments what stands behind the program's name
+void set_example(CLI::App& app, std::string const& arguments);
+
+/// An option for a length in millimetres, finite and not negative.
+CLI::Option* add_length(CLI::App& app, std::string const& name, double& value,
+                        std::string const& description);
+
+/// An option for a finite number between two bounds.
+CLI::Option* add_number(CLI::App& app, std::string const& name, double& value, double min,
+                        double max, std::string const& description);
+
+/// An option for a whole number between two bounds.
+CLI::Option* add_integer(CLI::App& app, std::string const& name, int& value, int min, int max,
+                         std::string const& description);
+
+} // namespace veld

@@ -1,0 +1,123 @@
+#include "Console.h"
+
+#include "Errors.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#if defined(_WIN32)
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace veld
+{
+
+namespace
+{
+
+void write_error_stream(std::string const& text)
+{
+    std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fflush(stderr);
+}
+
+} // namespace
+
+bool is_terminal()
+{
+#if defined(_WIN32)
+    return _isatty(_fileno(stderr)) != 0;
+#else
+    return isatty(fileno(stderr)) != 0;
+#endif
+}
+
+std::string one_line(std::string text)
+{
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
+    {
+        text.pop_back();
+    }
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, '?');
+    return text;
+}
+
+void print_error(std::string const& text)
+{
+    write_error_stream("error: " + one_line(text) + "\n");
+}
+
+void Console::print(std::string const& text)
+{
+    if (!json_)
+    {
+        write_result(text);
+    }
+}
+
+void Console::print_json(std::string const& text)
+{
+    write_result(text + "\n");
+}
+
+void Console::warn(std::string const& text)
+{
+    std::lock_guard<std::mutex> const lock(mutex_);
+    clear_line();
+    write_error_stream("warning: " + one_line(text) + "\n");
+}
+
+void Console::log(std::string const& text)
+{
+    std::lock_guard<std::mutex> const lock(mutex_);
+    clear_line();
+    write_error_stream(text);
+}
+
+void Console::show_progress(std::string const& text)
+{
+    std::lock_guard<std::mutex> const lock(mutex_);
+    if (is_terminal())
+    {
+        clear_line();
+        write_error_stream(one_line(text) + " ...");
+        progress_shown_ = true;
+    }
+}
+
+void Console::clear_progress()
+{
+    std::lock_guard<std::mutex> const lock(mutex_);
+    clear_line();
+}
+
+void Console::finish()
+{
+    clear_progress();
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+    {
+        throw OperationError("standard output: cannot be written");
+    }
+}
+
+void Console::write_result(std::string const& text)
+{
+    std::lock_guard<std::mutex> const lock(mutex_);
+    clear_line();
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fflush(stdout);
+}
+
+void Console::clear_line()
+{
+    if (progress_shown_)
+    {
+        write_error_stream("\r\033[K");
+        progress_shown_ = false;
+    }
+}
+
+} // namespace veld

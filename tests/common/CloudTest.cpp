@@ -1,0 +1,382 @@
+#include "algorithmVeld/common/Cloud.h"
+
+#include "swap_support.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+
+using namespace OrvaneAlgorithm;
+using namespace veld_test;
+
+namespace
+{
+
+float const NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
+
+/// Vertex i lies at (i, 0, 0), has the normal (0, i, 0) and the colour (0, 0, i).
+Cloud row_of(int n)
+{
+    Cloud cloud;
+    cloud.enable_vNormal();
+    cloud.enable_vColor();
+    cloud.enable_vFlag();
+    for (int i = 0; i < n; ++i)
+    {
+        auto const x = static_cast<float>(i);
+        size_t const v = cloud.add_vCoord({x, 0, 0});
+        cloud.vNrv[v] = {0, x, 0};
+        cloud.vColor[v] = {0, 0, x};
+    }
+    return cloud;
+}
+
+void expect_rows(Cloud const& cloud, std::vector<float> const& expected)
+{
+    ASSERT_EQ(cloud.get_vn(), expected.size());
+    for (size_t i = 0; i < expected.size(); ++i)
+    {
+        EXPECT_EQ(cloud.vCoord[i], Vector3f(expected[i], 0, 0));
+        EXPECT_EQ(cloud.get_vNrv(i), Vector3f(0, expected[i], 0));
+        EXPECT_EQ(cloud.get_vColor(i), Vector3f(0, 0, expected[i]));
+    }
+}
+
+} // namespace
+
+TEST(Cloud, new_one_is_empty_and_legal)
+{
+    Cloud const cloud;
+    EXPECT_EQ(cloud.get_vn(), 0U);
+    EXPECT_FALSE(cloud.has_vNormal || cloud.has_vColor || cloud.has_vFlag);
+    EXPECT_TRUE(cloud.is_legal());
+    EXPECT_EQ(cloud.get_barycenter(), Vector3f(0, 0, 0));
+}
+
+TEST(Cloud, channels_grow_with_the_vertices_only_while_they_are_on)
+{
+    Cloud cloud;
+    EXPECT_EQ(cloud.add_vCoord({1, 2, 3}), 0U);
+    cloud.enable_vNormal();
+    EXPECT_EQ(cloud.vNrv, std::vector<Vector3f>{Vector3f(0, 0, 0)});
+    EXPECT_EQ(cloud.add_vCoord({4, 5, 6}), 1U);
+    EXPECT_EQ(cloud.vNrv.size(), 2U);
+    EXPECT_TRUE(cloud.vColor.empty());
+    EXPECT_TRUE(cloud.vFlag.empty());
+    cloud.resize_vn(4);
+    EXPECT_EQ(cloud.vCoord[3], Vector3f(0, 0, 0));
+    EXPECT_EQ(cloud.vNrv.size(), 4U);
+    cloud.set_vCoords({{9, 9, 9}});
+    EXPECT_EQ(cloud.get_vn(), 1U);
+    EXPECT_EQ(cloud.vNrv.size(), 1U);
+    cloud.disable_vNormal();
+    EXPECT_FALSE(cloud.has_vNormal);
+    EXPECT_EQ(cloud.vNrv.capacity(), 0U);
+}
+
+TEST(Cloud, enabling_a_channel_that_is_on_keeps_it)
+{
+    Cloud cloud = row_of(3);
+    cloud.set_vDeleted(1, true);
+    cloud.enable_vNormal();
+    cloud.enable_vColor();
+    cloud.enable_vFlag();
+    expect_rows(cloud, {0, 1, 2});
+    EXPECT_EQ(cloud.vFlag[1], Cloud::DELETED);
+}
+
+TEST(Cloud, vertex_of_the_cloud_itself_can_be_added)
+{
+    Cloud cloud;
+    cloud.add_vCoord({1, 2, 3});
+    for (int i = 0; i < 100; ++i)
+    {
+        cloud.add_vCoord(cloud.vCoord.front());
+    }
+    EXPECT_EQ(cloud.vCoord.back(), Vector3f(1, 2, 3));
+}
+
+TEST(Cloud, index_out_of_range_throws)
+{
+    Cloud cloud = row_of(2);
+    EXPECT_THROW(cloud.get_vNrv(2), std::out_of_range);
+    EXPECT_THROW(cloud.get_vColor(2), std::out_of_range);
+    EXPECT_THROW(cloud.set_vDeleted(2, true), std::out_of_range);
+    try
+    {
+        cloud.get_vNrv(static_cast<size_t>(-1));
+        FAIL();
+    }
+    catch (std::out_of_range const& error)
+    {
+        EXPECT_STREQ(error.what(), "invalid vector<T> subscript");
+    }
+}
+
+TEST(Cloud, deleting_without_the_flag_channel_throws)
+{
+    Cloud cloud = row_of(2);
+    cloud.disable_vFlag();
+    EXPECT_THROW(cloud.set_vDeleted(0, true), std::out_of_range);
+}
+
+TEST(Cloud, squeeze_without_flags_changes_nothing)
+{
+    Cloud cloud = row_of(4);
+    cloud.squeeze();
+    expect_rows(cloud, {0, 1, 2, 3});
+    cloud.disable_vFlag();
+    cloud.squeeze();
+    expect_rows(cloud, {0, 1, 2, 3});
+}
+
+TEST(Cloud, squeeze_removes_flagged_vertices_in_order_with_their_channels)
+{
+    Cloud cloud = row_of(6);
+    cloud.set_vDeleted(0, true);
+    cloud.set_vDeleted(3, true);
+    cloud.set_vDeleted(4, true);
+    cloud.set_vDeleted(4, false);
+    cloud.vFlag[5] = 0x80;
+    static_cast<BaseData&>(cloud).squeeze();
+    expect_rows(cloud, {1, 2, 4, 5});
+    EXPECT_EQ(cloud.vFlag, (std::vector<unsigned char>{0, 0, 0, 0x80}));
+    for (size_t i = 0; i < 4; ++i)
+    {
+        cloud.set_vDeleted(i, true);
+    }
+    cloud.squeeze();
+    EXPECT_EQ(cloud.get_vn(), 0U);
+}
+
+TEST(Cloud, bounding_box_leaves_out_what_is_not_finite)
+{
+    Cloud cloud;
+    Vector3f min(7, 7, 7);
+    Vector3f max(7, 7, 7);
+    cloud.get_boundBox(min, max);
+    EXPECT_EQ(min, Vector3f(0, 0, 0));
+    EXPECT_EQ(max, Vector3f(0, 0, 0));
+    cloud.set_vCoords({{NOT_A_NUMBER, 0, 0}, {1, -2, 3}, {2, 5, -1}, {HUGE_VALF, 0, 0}});
+    cloud.get_boundBox(min, max);
+    EXPECT_EQ(min, Vector3f(1, -2, -1));
+    EXPECT_EQ(max, Vector3f(2, 5, 3));
+}
+
+TEST(Cloud, barycenter_is_summed_in_double)
+{
+    Cloud cloud;
+    // In float 1 vanishes beside 2^25.
+    cloud.set_vCoords({{33554432.0F, 0, 0}, {1, 0, 0}, {1, 0, 0}, {-33554432.0F, 0, 0}});
+    EXPECT_EQ(cloud.get_barycenter(), Vector3f(0.5F, 0, 0));
+}
+
+TEST(Cloud, rigid_transformation_moves_points_and_rotates_normals)
+{
+    Cloud cloud = row_of(2);
+    RigidMatrix motion;
+    Matrix3d quarter_turn; // about z
+    quarter_turn << 0, -1, 0, 1, 0, 0, 0, 0, 1;
+    motion.set_rotation(quarter_turn);
+    motion.set_translation({10, 20, 30});
+    cloud.rigid_transformation(motion);
+    EXPECT_EQ(cloud.vCoord[1], Vector3f(10, 21, 30));
+    EXPECT_EQ(cloud.vNrv[1], Vector3f(-1, 0, 0));
+    EXPECT_EQ(cloud.vColor[1], Vector3f(0, 0, 1));
+}
+
+TEST(Cloud, every_inconsistency_is_illegal_and_repaired)
+{
+    auto const expect_repaired = [](Cloud cloud, size_t n)
+    {
+        EXPECT_FALSE(cloud.is_legal());
+        cloud.repair_illegal();
+        EXPECT_TRUE(cloud.is_legal());
+        EXPECT_EQ(cloud.get_vn(), n);
+    };
+    Cloud cloud = row_of(4);
+    EXPECT_TRUE(cloud.is_legal());
+    cloud.vNrv.pop_back();
+    expect_repaired(cloud, 4);
+    cloud = row_of(4);
+    cloud.vColor.resize(9, Vector3f(0, 0, 0));
+    expect_repaired(cloud, 4);
+    cloud = row_of(4);
+    cloud.vFlag.clear();
+    expect_repaired(cloud, 4);
+    cloud = row_of(4);
+    cloud.vNrv[2].y() = NOT_A_NUMBER;
+    expect_repaired(cloud, 4);
+    cloud = row_of(4);
+    cloud.vCoord[1].x() = HUGE_VALF;
+    expect_repaired(cloud, 3);
+}
+
+TEST(Cloud, repair_removes_the_vertex_that_is_not_finite_from_all_channels)
+{
+    Cloud cloud = row_of(4);
+    cloud.vCoord[1].x() = NOT_A_NUMBER;
+    cloud.repair_illegal();
+    expect_rows(cloud, {0, 2, 3});
+    Cloud legal = row_of(4);
+    legal.repair_illegal();
+    expect_rows(legal, {0, 1, 2, 3});
+}
+
+TEST(Cloud, squeeze_of_channels_of_a_wrong_length_does_no_harm)
+{
+    Cloud cloud = row_of(4);
+    cloud.vNrv.resize(2);
+    cloud.vColor.resize(7, Vector3f(0, 0, 0));
+    cloud.vFlag.resize(1);
+    cloud.vFlag[0] = Cloud::DELETED;
+    cloud.squeeze();
+    EXPECT_EQ(cloud.get_vn(), 3U);
+    EXPECT_EQ(cloud.vNrv.size(), 1U);
+    EXPECT_EQ(cloud.vColor.size(), 3U);
+}
+
+TEST(Cloud, clear_drops_content_channels_and_memory)
+{
+    Cloud cloud = row_of(100);
+    cloud.clear();
+    EXPECT_EQ(cloud.get_vn(), 0U);
+    EXPECT_EQ(cloud.vCoord.capacity(), 0U);
+    EXPECT_FALSE(cloud.has_vNormal || cloud.has_vColor || cloud.has_vFlag);
+    cloud.add_vCoord({1, 1, 1});
+    EXPECT_TRUE(cloud.is_legal());
+}
+
+TEST(CloudSwap, brings_everything_back_and_frees_the_memory_meanwhile)
+{
+    Cloud cloud = row_of(5);
+    cloud.vCoord[2].x() = NOT_A_NUMBER;
+    cloud.vNrv.pop_back();
+    cloud.set_vDeleted(3, true);
+    Cloud const before = cloud;
+    ASSERT_EQ(cloud.swap_out_data(), 0);
+    EXPECT_TRUE(std::filesystem::exists(swap_path(cloud)));
+    EXPECT_EQ(cloud.get_vn(), 0U);
+    EXPECT_EQ(cloud.vCoord.capacity() + cloud.vNrv.capacity() + cloud.vFlag.capacity(), 0U);
+    EXPECT_EQ(cloud.swap_out_data(), 0) << "it is in the file already";
+    ASSERT_EQ(cloud.swap_in_data(), 0);
+    EXPECT_FALSE(has_leftover(swap_path(cloud)));
+    EXPECT_EQ(cloud.swap_in_data(), 0) << "it is in memory already";
+    ASSERT_EQ(cloud.get_vn(), 5U);
+    EXPECT_TRUE(std::isnan(cloud.vCoord[2].x()));
+    EXPECT_EQ(cloud.vCoord[4], before.vCoord[4]);
+    EXPECT_EQ(cloud.vNrv, before.vNrv);
+    EXPECT_EQ(cloud.vColor, before.vColor);
+    EXPECT_EQ(cloud.vFlag, before.vFlag);
+    EXPECT_TRUE(cloud.has_vNormal && cloud.has_vColor && cloud.has_vFlag);
+}
+
+TEST(CloudSwap, empty_cloud_can_be_swapped)
+{
+    Cloud cloud;
+    EXPECT_EQ(cloud.swap_out_data(), 0);
+    EXPECT_EQ(cloud.swap_in_data(), 0);
+    EXPECT_EQ(cloud.get_vn(), 0U);
+    EXPECT_FALSE(cloud.has_vNormal);
+}
+
+TEST(CloudSwap, missing_or_damaged_file_gives_an_empty_cloud)
+{
+    Cloud cloud = row_of(5);
+    ASSERT_EQ(cloud.swap_out_data(), 0);
+    std::filesystem::remove(swap_path(cloud));
+    EXPECT_NE(cloud.swap_in_data(), 0);
+    EXPECT_EQ(cloud.get_vn(), 0U);
+    EXPECT_FALSE(cloud.has_vNormal);
+
+    size_t const n_bytes = [&]
+    {
+        cloud = row_of(5);
+        cloud.swap_out_data();
+        return read_bytes(swap_path(cloud)).size();
+    }();
+    for (size_t i = 0; i < n_bytes; ++i)
+    {
+        cloud = row_of(5);
+        ASSERT_EQ(cloud.swap_out_data(), 0);
+        std::string bytes = read_bytes(swap_path(cloud));
+        bytes[i] = static_cast<char>(~bytes[i]);
+        write_bytes(swap_path(cloud), bytes);
+        EXPECT_NE(cloud.swap_in_data(), 0) << i;
+        EXPECT_EQ(cloud.get_vn(), 0U);
+        EXPECT_TRUE(cloud.is_legal());
+        EXPECT_FALSE(std::filesystem::exists(swap_path(cloud)));
+    }
+}
+
+TEST(CloudSwap, file_goes_with_its_object_and_when_the_object_is_used_anew)
+{
+    std::filesystem::path path;
+    {
+        Cloud cloud = row_of(3);
+        path = swap_path(cloud);
+        ASSERT_EQ(cloud.swap_out_data(), 0);
+        EXPECT_TRUE(std::filesystem::exists(path));
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+
+    Cloud cloud = row_of(3);
+    ASSERT_EQ(cloud.swap_out_data(), 0);
+    cloud.clear();
+    EXPECT_FALSE(std::filesystem::exists(swap_path(cloud)));
+    cloud = row_of(3);
+    ASSERT_EQ(cloud.swap_out_data(), 0);
+    cloud = row_of(2);
+    EXPECT_FALSE(std::filesystem::exists(swap_path(cloud)));
+    expect_rows(cloud, {0, 1});
+}
+
+TEST(CloudSwap, names_differ_between_objects_and_copies)
+{
+    Cloud a = row_of(3);
+    std::wstring const name = a.get_temp_full_name();
+    EXPECT_EQ(a.get_temp_full_name(), name);
+    Cloud b = a;
+    EXPECT_NE(b.get_temp_full_name(), name);
+    ASSERT_EQ(a.swap_out_data(), 0);
+    Cloud const copy = a;
+    EXPECT_EQ(copy.get_vn(), 0U);
+    a.swap_in_data();
+    expect_rows(a, {0, 1, 2});
+}
+
+namespace
+{
+
+/// A host's cloud that names its own file.
+class NamedCloud : public Cloud
+{
+public:
+    explicit NamedCloud(std::wstring name) : name_(std::move(name)) {}
+    const std::wstring get_temp_full_name() override { return name_; }
+
+private:
+    std::wstring name_;
+};
+
+} // namespace
+
+TEST(CloudSwap, overridden_name_is_used_and_removed)
+{
+    std::filesystem::path const path =
+        std::filesystem::path(Cloud().get_temp_full_name()).concat(".host");
+    {
+        NamedCloud cloud(path.wstring());
+        cloud.add_vCoord({1, 2, 3});
+        ASSERT_EQ(cloud.swap_out_data(), 0);
+        EXPECT_TRUE(std::filesystem::exists(path));
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+
+    NamedCloud nowhere((path / "no" / "directory").wstring());
+    nowhere.add_vCoord({1, 2, 3});
+    EXPECT_NE(nowhere.swap_out_data(), 0);
+    EXPECT_EQ(nowhere.get_vn(), 1U) << "the data stays in memory";
+}

@@ -1,0 +1,409 @@
+#include "algorithmVeld/common/LogHolder.h"
+
+#include "algorithmVeld/common/detail/Log.h"
+#include "algorithmVeld/common/detail/ParallelFor.h"
+#include "tests/support/log_capture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <clocale>
+#include <map>
+#include <stdexcept>
+#include <thread>
+
+using namespace OrvaneAlgorithm;
+using nlohmann::json;
+using testing::HasSubstr;
+
+namespace
+{
+
+/// A log with its text.
+struct Log
+{
+    Log()
+    {
+        log.set_sink([this](std::string const& piece) { text += piece; });
+    }
+    LogHolder log;
+    std::string text;
+};
+
+/// The steps as "name(child child(...))", without times.
+std::string outline(json const& steps)
+{
+    std::string text;
+    for (auto const& step : steps)
+    {
+        text += (text.empty() ? "" : " ") + step["name"].get<std::string>();
+        if (!step["children"].empty())
+        {
+            text += "(" + outline(step["children"]) + ")";
+        }
+    }
+    return text;
+}
+
+std::string outline(LogHolder const& log)
+{
+    return outline(json::parse(log.steps_as_json()));
+}
+
+void lap(LogHolder& log, std::string const& step, std::string const& parent)
+{
+    log.startSpecStepTimer(step, parent);
+    log.lapSpecStepTimer(step);
+}
+
+} // namespace
+
+TEST(LogHolder, finished_text_goes_to_the_sink_as_it_is)
+{
+    Log l;
+    l.log.print_log("find_marker_holes() ..\n");
+    l.log.print_log("100 %d %s %n\n");
+    l.log.print_log("");
+    l.log.print_log(nullptr);
+    EXPECT_EQ(l.text, "find_marker_holes() ..\n100 %d %s %n\n");
+}
+
+TEST(LogHolder, formatted_text_has_any_length)
+{
+    Log l;
+    EXPECT_TRUE(l.log.LogPrintf("%d + %.2f = %s\n", 1, 0.5, "1.50"));
+    EXPECT_TRUE(l.log.LogPrintf("%s", std::string(5000, 'x').c_str()));
+    EXPECT_TRUE(l.log.LogPrintf("%s", "50 %d %s"));
+    EXPECT_EQ(l.text, "1 + 0.50 = 1.50\n" + std::string(5000, 'x') + "50 %d %s");
+    EXPECT_FALSE(l.log.LogPrintf(static_cast<char const*>(nullptr)));
+}
+
+TEST(LogHolder, wide_text_reaches_the_sink_as_utf8)
+{
+    Log l;
+    EXPECT_TRUE(l.log.LogPrintf(L"folder '%ls' has %d files\n", L"a", 3));
+    EXPECT_EQ(l.text, "folder 'a' has 3 files\n");
+    l.text.clear();
+    EXPECT_TRUE(l.log.LogPrintf(L"\u00E4\u20AC\U0001F600%d", 1));
+    EXPECT_EQ(l.text, "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"
+                      "1");
+    l.text.clear();
+    std::wstring const longer(3000, L'y');
+    EXPECT_TRUE(l.log.LogPrintf(L"%ls", longer.c_str()));
+    EXPECT_EQ(l.text, std::string(3000, 'y'));
+    EXPECT_FALSE(l.log.LogPrintf(static_cast<wchar_t const*>(nullptr)));
+}
+
+TEST(LogHolder, without_a_sink_text_goes_to_standard_output)
+{
+    LogHolder log;
+    testing::internal::CaptureStdout();
+    log.print_log("one\n");
+    log.set_sink([](std::string const&) {});
+    log.print_log("two\n");
+    log.set_sink({});
+    log.LogPrintf("%s", "three\n");
+    std::fflush(stdout);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "one\nthree\n");
+}
+
+TEST(LogHolder, lines_of_parallel_regions_stay_whole)
+{
+    Log l;
+    detail::parallel_for_uneven(2000, [&](std::ptrdiff_t i)
+                                { l.log.LogPrintf("line %d.\n", static_cast<int>(i)); });
+    std::map<std::string, int> lines;
+    std::istringstream stream(l.text);
+    for (std::string line; std::getline(stream, line);)
+    {
+        ++lines[line];
+    }
+    EXPECT_EQ(lines.size(), 2000U);
+    for (int i = 0; i < 2000; ++i)
+    {
+        EXPECT_EQ(lines["line " + std::to_string(i) + "."], 1);
+    }
+}
+
+TEST(LogHolder, what_the_sink_throws_reaches_the_caller)
+{
+    LogHolder log;
+    log.set_sink([](std::string const&) { throw std::runtime_error("enough"); });
+    EXPECT_THROW(log.print_log("text"), std::runtime_error);
+    EXPECT_THROW(log.LogPrintf("%d", 1), std::runtime_error);
+    EXPECT_THROW(detail::parallel_for_uneven(100, [&](std::ptrdiff_t) { log.print_log("text"); }),
+                 std::runtime_error);
+    EXPECT_THROW(detail::parallel_for_even(100, [&](std::ptrdiff_t) { log.print_log("text"); }),
+                 std::runtime_error);
+    log.set_sink([](std::string const&) {});
+    log.print_log("and the log is not locked");
+}
+
+TEST(FormatLine, formats_into_512_bytes_and_cuts_off_what_is_longer)
+{
+    char buffer[512];
+    EXPECT_EQ(format_line(buffer, "%s has %4d", "it", 7), 11);
+    EXPECT_STREQ(buffer, "it has    7");
+    EXPECT_EQ(format_line(buffer, "%s", std::string(511, 'a').c_str()), 511);
+    EXPECT_EQ(std::string(buffer), std::string(511, 'a'));
+    EXPECT_EQ(format_line(buffer, "%s", std::string(512, 'b').c_str()), 512);
+    EXPECT_EQ(std::string(buffer), std::string(511, 'b'));
+    EXPECT_EQ(format_line(buffer, "%s", std::string(100000, 'c').c_str()), 100000);
+    EXPECT_EQ(std::string(buffer), std::string(511, 'c'));
+    EXPECT_EQ(format_line(buffer, "%s", "50 %s %d %n"), 11);
+    EXPECT_STREQ(buffer, "50 %s %d %n");
+}
+
+TEST(StepTimers, steps_stand_under_their_parents_in_order_of_their_first_start)
+{
+    LogHolder log;
+    EXPECT_EQ(log.steps_as_json(), "[]");
+    log.startSpecStepTimer("mesh-merge", "");
+    lap(log, "rge-to-mesh", "mesh-merge");
+    lap(log, "border-stitch", "mesh-merge");
+    lap(log, "rge-to-mesh", "mesh-merge");
+    log.lapSpecStepTimer("mesh-merge");
+    lap(log, "segment-stick", "");
+    EXPECT_EQ(outline(log), "mesh-merge(rge-to-mesh border-stitch) segment-stick");
+    json const steps = json::parse(log.steps_as_json());
+    EXPECT_EQ(steps[0]["laps"], 1);
+    EXPECT_EQ(steps[0]["running"], 0);
+    EXPECT_EQ(steps[0]["children"][0]["laps"], 2);
+}
+
+TEST(StepTimers, total_is_the_sum_over_the_laps_and_is_reported_under_the_parent)
+{
+    LogHolder log;
+    std::vector<double> laps;
+    log.set_step_observer(
+        [&](StepEvent const& event)
+        {
+            if (!event.started && event.step == "child")
+            {
+                laps.push_back(event.seconds);
+            }
+        });
+    log.startSpecStepTimer("parent", "");
+    for (int i = 0; i < 3; ++i)
+    {
+        log.startSpecStepTimer("child", "parent");
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        log.lapSpecStepTimer("child");
+    }
+    log.lapSpecStepTimer("parent");
+    ASSERT_EQ(laps.size(), 3U);
+    json const parent = json::parse(log.steps_as_json())[0];
+    double const total = parent["children"][0]["seconds"];
+    EXPECT_NEAR(total, laps[0] + laps[1] + laps[2], 1e-8);
+    EXPECT_GE(total, 0.015);
+    EXPECT_GE(parent["seconds"].get<double>(), total);
+
+    std::string const report = log.report_steps();
+    EXPECT_THAT(report, testing::MatchesRegex("parent +1 +[0-9.]+ s\n  child +3 +[0-9.]+ s\n"));
+}
+
+TEST(StepTimers, lap_without_a_start_is_ignored)
+{
+    LogHolder log;
+    log.lapSpecStepTimer("never");
+    EXPECT_EQ(log.steps_as_json(), "[]");
+    lap(log, "once", "");
+    log.lapSpecStepTimer("once");
+    EXPECT_EQ(json::parse(log.steps_as_json())[0]["laps"], 1);
+}
+
+TEST(StepTimers, step_without_a_lap_stays_running_and_hinders_nothing)
+{
+    LogHolder log;
+    log.startSpecStepTimer("left", "");
+    for (int i = 0; i < 3; ++i)
+    {
+        lap(log, "left", "");
+        lap(log, "other", "left");
+    }
+    json const steps = json::parse(log.steps_as_json());
+    EXPECT_EQ(outline(steps), "left(other)");
+    EXPECT_EQ(steps[0]["laps"], 3);
+    EXPECT_EQ(steps[0]["running"], 1);
+    EXPECT_EQ(steps[0]["children"][0]["laps"], 3);
+}
+
+TEST(StepTimers, step_of_an_unknown_parent_stands_at_the_top)
+{
+    LogHolder log;
+    lap(log, "Ball-Pivoting-Radius:1.5", "Ball-Pivoting");
+    EXPECT_EQ(outline(log), "Ball-Pivoting-Radius:1.5");
+    EXPECT_THAT(log.report_steps(), HasSubstr("Ball-Pivoting-Radius:1.5"));
+}
+
+TEST(StepTimers, parent_that_starts_after_its_child_takes_it)
+{
+    LogHolder log;
+    lap(log, "child", "parent");
+    lap(log, "parent", "");
+    EXPECT_EQ(outline(log), "parent(child)");
+    lap(log, "child", "parent");
+    json const steps = json::parse(log.steps_as_json());
+    EXPECT_EQ(outline(steps), "parent(child)");
+    EXPECT_EQ(steps[0]["children"][0]["laps"], 2);
+}
+
+TEST(StepTimers, steps_that_name_each_other_make_no_circle)
+{
+    LogHolder log;
+    for (int i = 0; i < 100; ++i)
+    {
+        log.startSpecStepTimer("a", "b");
+        log.startSpecStepTimer("b", "a");
+        log.startSpecStepTimer("self", "self");
+    }
+    json const steps = json::parse(log.steps_as_json());
+    EXPECT_EQ(outline(steps), "a(b) self");
+    EXPECT_EQ(steps[0]["running"], 100);
+    EXPECT_EQ(steps[0]["children"][0]["running"], 100);
+    std::string const report = log.report_steps();
+    EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 3);
+}
+
+TEST(StepTimers, child_belongs_to_the_parent_that_runs)
+{
+    LogHolder log;
+    for (std::string const top : {"holes-filling", "marker-holes-filling"})
+    {
+        log.startSpecStepTimer(top, "");
+        log.startSpecStepTimer("process-holes", top);
+        lap(log, "hole_refinement", "process-holes");
+        log.lapSpecStepTimer("process-holes");
+        log.lapSpecStepTimer(top);
+    }
+    EXPECT_EQ(outline(log), "holes-filling(process-holes(hole_refinement)) "
+                            "marker-holes-filling(process-holes(hole_refinement))");
+}
+
+TEST(StepTimers, nested_laps_of_one_step_end_from_within)
+{
+    LogHolder log;
+    log.startSpecStepTimer("step", "");
+    log.startSpecStepTimer("step", "");
+    log.lapSpecStepTimer("step");
+    EXPECT_EQ(json::parse(log.steps_as_json())[0]["running"], 1);
+    log.lapSpecStepTimer("step");
+    json const step = json::parse(log.steps_as_json())[0];
+    EXPECT_EQ(step["running"], 0);
+    EXPECT_EQ(step["laps"], 2);
+}
+
+TEST(StepTimers, clearing_forgets_everything_also_what_runs)
+{
+    LogHolder log;
+    log.startSpecStepTimer("step", "");
+    log.clear_steps();
+    log.lapSpecStepTimer("step");
+    EXPECT_EQ(log.steps_as_json(), "[]");
+    EXPECT_EQ(log.report_steps(), "");
+}
+
+TEST(StepTimers, parallel_regions_time_steps_at_the_same_time)
+{
+    LogHolder log;
+    log.startSpecStepTimer("process-holes", "");
+    detail::parallel_for_uneven(1000,
+                                [&](std::ptrdiff_t i)
+                                {
+                                    std::string const step = i % 2 == 0 ? "even" : "odd";
+                                    log.startSpecStepTimer(step, "process-holes");
+                                    lap(log, "inner", step);
+                                    log.lapSpecStepTimer(step);
+                                });
+    log.lapSpecStepTimer("process-holes");
+    json const steps = json::parse(log.steps_as_json());
+    ASSERT_EQ(steps.size(), 1U);
+    ASSERT_EQ(steps[0]["children"].size(), 2U);
+    for (auto const& child : steps[0]["children"])
+    {
+        EXPECT_EQ(child["laps"], 500);
+        EXPECT_EQ(child["running"], 0);
+        ASSERT_EQ(child["children"].size(), 1U);
+        EXPECT_EQ(child["children"][0]["laps"], 500);
+    }
+}
+
+TEST(StepTimers, json_is_valid_for_any_name_and_any_locale)
+{
+    LogHolder log;
+    std::string const names[] = {"quote\" back\\slash\n\t\x01", "\xC3\xA4\xE2\x82\xAC",
+                                 std::string("nul\0inside", 10)};
+    for (auto const& name : names)
+    {
+        lap(log, name, "");
+    }
+    lap(log, "bad \xFF\xC3 \xED\xA0\x80 \xC0\xAF \xF0\x9F", "");
+    char const* const before = std::setlocale(LC_NUMERIC, nullptr);
+    std::string const saved = before == nullptr ? "C" : before;
+    bool const comma = std::setlocale(LC_NUMERIC, "de_DE.UTF-8") != nullptr;
+    json const steps = json::parse(log.steps_as_json());
+    std::string const report = log.report_steps();
+    std::setlocale(LC_NUMERIC, saved.c_str());
+    for (size_t i = 0; i < 3; ++i)
+    {
+        EXPECT_EQ(steps[i]["name"], names[i]);
+    }
+    std::string const r = "\xEF\xBF\xBD";
+    EXPECT_EQ(steps[3]["name"], "bad " + r + r + " " + r + r + r + " " + r + r + " " + r + r);
+    EXPECT_EQ(report.find(','), std::string::npos) << "locale with a comma set: " << comma;
+}
+
+TEST(StepTimers, observer_hears_of_starts_and_ends)
+{
+    LogHolder log;
+    std::vector<StepEvent> events;
+    log.set_step_observer([&](StepEvent const& event) { events.push_back(event); });
+    log.startSpecStepTimer("outer", "");
+    lap(log, "inner", "outer");
+    log.lapSpecStepTimer("outer");
+    log.lapSpecStepTimer("outer");
+    log.set_step_observer({});
+    lap(log, "unheard", "");
+    ASSERT_EQ(events.size(), 4U);
+    EXPECT_EQ(events[0].step, "outer");
+    EXPECT_TRUE(events[0].started);
+    EXPECT_EQ(events[1].parent, "outer");
+    EXPECT_EQ(events[2].step, "inner");
+    EXPECT_FALSE(events[2].started);
+    EXPECT_EQ(events[2].parent, "outer");
+    EXPECT_GE(events[3].seconds, events[2].seconds);
+}
+
+TEST(StepTimers, observer_may_log_and_ask_for_the_report)
+{
+    Log l;
+    l.log.set_step_observer(
+        [&](StepEvent const& event)
+        {
+            l.log.print_log((event.step + (event.started ? " starts\n" : " ends\n")).c_str());
+            EXPECT_FALSE(!event.started && l.log.report_steps().empty());
+        });
+    lap(l.log, "step", "");
+    EXPECT_EQ(l.text, "step starts\nstep ends\n");
+}
+
+TEST(StepTimers, what_the_observer_throws_reaches_the_caller_and_leaves_the_steps_in_order)
+{
+    LogHolder log;
+    bool at_start = true;
+    log.set_step_observer(
+        [&](StepEvent const& event)
+        {
+            if (event.started == at_start)
+            {
+                throw std::runtime_error("cancelled");
+            }
+        });
+    EXPECT_THROW(log.startSpecStepTimer("step", ""), std::runtime_error);
+    EXPECT_EQ(log.steps_as_json(), "[]");
+    at_start = false;
+    log.startSpecStepTimer("step", "");
+    EXPECT_THROW(log.lapSpecStepTimer("step"), std::runtime_error);
+    EXPECT_EQ(json::parse(log.steps_as_json())[0]["running"], 0);
+}

@@ -1,0 +1,127 @@
+#include "algorithmVeld/common/detail/Log.h"
+
+#include "algorithmVeld/common/detail/ParallelFor.h"
+#include "tests/support/log_capture.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <stdexcept>
+
+using namespace OrvaneAlgorithm;
+using veld_test::LogCapture;
+
+namespace
+{
+
+/// Takes what the library's own log knows of steps away before and after.
+class CleanSteps
+{
+public:
+    CleanSteps() { gLH.clear_steps(); }
+    ~CleanSteps()
+    {
+        gLH.set_step_observer({});
+        gLH.clear_steps();
+    }
+    CleanSteps(CleanSteps const&) = delete;
+    CleanSteps& operator=(CleanSteps const&) = delete;
+
+    static nlohmann::json steps() { return nlohmann::json::parse(gLH.steps_as_json()); }
+};
+
+} // namespace
+
+TEST(LogLine, is_logged_only_while_enabled)
+{
+    LogCapture const log;
+    detail::log_line(true, "  # faces:         %8d\n", 12);
+    detail::log_line(false, "never %d\n", 1);
+    detail::log_line(true, "finished %d text\n");
+    detail::log_line(false, "never\n");
+    EXPECT_EQ(log.text(), "  # faces:               12\nfinished %d text\n");
+}
+
+TEST(LogLine, is_cut_off_at_511_bytes)
+{
+    LogCapture const log;
+    detail::log_line(true, "%s", std::string(600, 'x').c_str());
+    EXPECT_EQ(log.text(), std::string(511, 'x'));
+}
+
+TEST(ScopedStepTimer, ends_its_step_also_when_an_exception_leaves_the_scope)
+{
+    CleanSteps const clean;
+    try
+    {
+        detail::StepTimer const timer("step");
+        detail::StepTimer const inner("inner", "step");
+        throw std::runtime_error("out");
+    }
+    catch (std::runtime_error const&)
+    {
+    }
+    auto const steps = CleanSteps::steps();
+    EXPECT_EQ(steps[0]["laps"], 1);
+    EXPECT_EQ(steps[0]["running"], 0);
+    EXPECT_EQ(steps[0]["children"][0]["name"], "inner");
+    EXPECT_EQ(steps[0]["children"][0]["running"], 0);
+}
+
+TEST(ScopedStepTimer, host_can_cancel_from_its_observer_at_the_start_and_at_the_end)
+{
+    CleanSteps const clean;
+    for (bool const at_start : {true, false})
+    {
+        gLH.set_step_observer(
+            [at_start](StepEvent const& event)
+            {
+                if (event.started == at_start)
+                {
+                    throw std::runtime_error("cancelled");
+                }
+            });
+        EXPECT_THROW(detail::StepTimer("step"), std::runtime_error);
+        EXPECT_THROW(
+            detail::parallel_for_uneven(50, [](std::ptrdiff_t) { detail::StepTimer("hole"); }),
+            std::runtime_error);
+    }
+    gLH.set_step_observer([](StepEvent const&) { throw std::runtime_error("at the end"); });
+    gLH.set_step_observer({});
+    for (auto const& step : CleanSteps::steps())
+    {
+        EXPECT_EQ(step["running"], 0);
+    }
+}
+
+TEST(ScopedStepTimer, exception_on_its_way_wins_over_that_of_the_observer)
+{
+    CleanSteps const clean;
+    gLH.set_step_observer(
+        [](StepEvent const& event)
+        {
+            if (!event.started)
+            {
+                throw std::logic_error("from the observer");
+            }
+        });
+    EXPECT_THROW(
+        {
+            detail::StepTimer const timer("step");
+            throw std::runtime_error("first");
+        },
+        std::runtime_error);
+}
+
+TEST(ParamHolder, host_sets_directories_and_the_log_switch)
+{
+    ParamHolder holder;
+    EXPECT_FALSE(holder.log_enabled);
+    EXPECT_TRUE(holder.debug_dir.empty() && holder.result_dir.empty());
+    holder.set_debug_dir("debug");
+    holder.set_result_dir("result");
+    holder.set_log_enabled(true);
+    EXPECT_EQ(holder.debug_dir, "debug");
+    EXPECT_EQ(holder.result_dir, "result");
+    EXPECT_TRUE(holder.log_enabled);
+}

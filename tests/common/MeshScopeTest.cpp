@@ -1,0 +1,113 @@
+#include "algorithmVeld/common/detail/MeshScope.h"
+
+#include "tests/support/meshes.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+using namespace OrvaneAlgorithm;
+using detail::DeletionScope;
+using detail::ScopedProperty;
+
+namespace
+{
+
+template <typename Iterator>
+long live_properties(Iterator begin, Iterator end)
+{
+    return std::count_if(begin, end, [](auto const* property) { return property != nullptr; });
+}
+
+long vertex_properties(TriMesh const& mesh)
+{
+    return live_properties(mesh.vprops_begin(), mesh.vprops_end());
+}
+
+bool has_all_status(TriMesh const& mesh)
+{
+    return mesh.has_vertex_status() && mesh.has_halfedge_status() && mesh.has_edge_status() &&
+           mesh.has_face_status();
+}
+
+bool has_no_status(TriMesh const& mesh)
+{
+    return !mesh.has_vertex_status() && !mesh.has_halfedge_status() && !mesh.has_edge_status() &&
+           !mesh.has_face_status();
+}
+
+} // namespace
+
+TEST(ScopedProperty, removes_itself_also_when_an_exception_leaves_the_scope)
+{
+    TriMesh mesh = veld_test::grid(2, 2);
+    long const before = vertex_properties(mesh);
+    try
+    {
+        ScopedProperty<OpenMesh::VPropHandleT<int>> const property(mesh, "<vprop>");
+        EXPECT_EQ(vertex_properties(mesh), before + 1);
+        throw std::runtime_error("out");
+    }
+    catch (std::runtime_error const&)
+    {
+    }
+    EXPECT_EQ(vertex_properties(mesh), before);
+}
+
+TEST(ScopedProperty, properties_of_one_name_stand_side_by_side)
+{
+    TriMesh mesh = veld_test::grid(2, 2);
+    OpenMesh::VPropHandleT<int> host;
+    mesh.add_property(host, "<vprop>");
+    mesh.property(host, veld_test::vh(3)) = 33;
+    {
+        ScopedProperty<OpenMesh::VPropHandleT<int>> a(mesh, "<vprop>");
+        ScopedProperty<OpenMesh::VPropHandleT<int>> b(mesh, "<vprop>");
+        ASSERT_EQ(a.data().size(), mesh.n_vertices());
+        a.data()[3] = 1;
+        b.data()[3] = 2;
+        EXPECT_EQ(mesh.property(a.handle(), veld_test::vh(3)), 1);
+        EXPECT_EQ(mesh.property(b.handle(), veld_test::vh(3)), 2);
+    }
+    EXPECT_EQ(mesh.property(host, veld_test::vh(3)), 33);
+}
+
+TEST(ScopedProperty, serves_halfedges_edges_and_faces)
+{
+    TriMesh mesh = veld_test::grid(2, 2);
+    ScopedProperty<OpenMesh::HPropHandleT<int>> h(mesh, "<hprop>");
+    ScopedProperty<OpenMesh::EPropHandleT<float>> e(mesh, "<eprop>");
+    ScopedProperty<OpenMesh::FPropHandleT<double>> f(mesh, "<fprop>");
+    EXPECT_EQ(h.data(), std::vector<int>(mesh.n_halfedges(), 0));
+    EXPECT_EQ(e.data(), std::vector<float>(mesh.n_edges(), 0.0F));
+    EXPECT_EQ(f.data(), std::vector<double>(mesh.n_faces(), 0.0));
+}
+
+TEST(DeletionScope, requests_the_four_statuses_and_releases_them)
+{
+    TriMesh mesh = veld_test::grid(2, 2);
+    {
+        DeletionScope const scope(mesh);
+        EXPECT_TRUE(has_all_status(mesh));
+        mesh.delete_face(OpenMesh::FaceHandle(0), false);
+        mesh.garbage_collection(true, true, true);
+    }
+    EXPECT_TRUE(has_no_status(mesh));
+    EXPECT_EQ(mesh.n_faces(), 7U);
+}
+
+TEST(DeletionScope, statuses_of_the_host_stay)
+{
+    TriMesh mesh = veld_test::grid(2, 2);
+    mesh.request_vertex_status();
+    mesh.status(veld_test::vh(4)).set_selected(true);
+    {
+        DeletionScope const outer(mesh);
+        DeletionScope const inner(mesh);
+    }
+    ASSERT_TRUE(mesh.has_vertex_status());
+    EXPECT_FALSE(mesh.has_face_status());
+    EXPECT_TRUE(mesh.status(veld_test::vh(4)).selected());
+    mesh.release_vertex_status();
+    EXPECT_TRUE(has_no_status(mesh));
+}

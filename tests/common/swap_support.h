@@ -1,0 +1,45 @@
+#pragma once
+
+#include "algorithmVeld/common/BaseData.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+/// \file
+/// The temporary files of the data classes, looked at and damaged from outside.
+
+namespace veld_test
+{
+
+inline std::filesystem::path swap_path(OrvaneAlgorithm::BaseData& data)
+{
+    return std::filesystem::path(data.get_temp_full_name());
+}
+
+inline std::string read_bytes(std::filesystem::path const& path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+inline void write_bytes(std::filesystem::path const& path, std::string const& bytes)
+{
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+/// Whether anything like the file, finished or not, is left in its directory.
+inline bool has_leftover(std::filesystem::path const& path)
+{
+    for (auto const& entry : std::filesystem::directory_iterator(path.parent_path()))
+    {
+        if (entry.path().filename().string().rfind(path.filename().string(), 0) == 0)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace veld_test

@@ -1,0 +1,221 @@
+#include "run_veld.h"
+
+#include <gmock/gmock.h>
+
+namespace
+{
+
+using namespace veld_test;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+std::string const header = "ply\nformat ascii 1.0\nelement vertex 4\nproperty float x\n"
+                           "property float y\nproperty float z\nelement face 1\n"
+                           "property list uchar int vertex_indices\nend_header\n";
+std::string const points = "0 0 0\n1 0 0\n1 1 0\n0 1 0\n";
+
+/// A mesh file that has to be refused.
+struct BadFile
+{
+    std::string name;
+    std::string extension;
+    std::string text;
+};
+
+std::ostream& operator<<(std::ostream& stream, BadFile const& file)
+{
+    return stream << file.name;
+}
+
+std::vector<BadFile> bad_files()
+{
+    std::string const good = ply_text(tetrahedron());
+    return {{"Empty", ".ply", ""},
+            {"CutOffInTheHeader", ".ply", good.substr(0, 40)},
+            {"CutOffInTheVertices", ".ply", good.substr(0, good.find("end_header") + 15)},
+            {"CutOffInTheFaces", ".ply", good.substr(0, good.size() - 8)},
+            {"PictureNamedPly", ".ply", std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16)},
+            {"TextNamedStl", ".stl", "no mesh at all\n"},
+            {"EmptyObj", ".obj", ""},
+            {"EmptyStl", ".stl", ""},
+            {"EmptyOff", ".off", ""},
+            {"UnknownExtension", ".xyz", good},
+            {"NotANumber", ".ply", header + "0 0 0\nnan 0 0\n1 1 0\n0 1 0\n3 0 1 2\n"},
+            {"Infinite", ".ply", header + "0 0 0\n1e39 0 0\n1 1 0\n0 1 0\n3 0 1 2\n"},
+            {"IndexTooLarge", ".ply", header + points + "3 0 1 4\n"},
+            {"IndexNegative", ".ply", header + points + "3 0 1 -1\n"},
+            {"Quad", ".ply", header + points + "4 0 1 2 3\n"}};
+}
+
+class BadInput : public testing::TestWithParam<BadFile>
+{
+};
+
+/// Checks a run that had to fail on its input: one line that names what is wrong.
+void expect_refused(Outcome const& run, std::string const& named)
+{
+    EXPECT_EQ(run.status, 1) << run.err;
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.error_lines(), 1) << run.err;
+    EXPECT_EQ(run.err.rfind("error: ", 0), 0U) << run.err;
+    EXPECT_THAT(run.err, HasSubstr(named));
+}
+
+TEST_P(BadInput, IsRefusedByEveryCommandAndNothingIsLeftBehind)
+{
+    TempDir const dir;
+    std::string const bad = "bad" + GetParam().extension;
+    write_file(dir.file(bad), GetParam().text);
+    expect_refused(run_veld({"info", dir.file(bad), "--json"}), dir.file(bad));
+    expect_refused(run_veld({"holes", dir.file(bad)}), dir.file(bad));
+    expect_refused(run_veld({"fill", dir.file(bad), "-o", dir.file("out.ply"), "--timings",
+                             dir.file("times.json")}),
+                   dir.file(bad));
+    expect_refused(run_veld({"render", dir.file(bad), "-o", dir.file("out.png")}), dir.file(bad));
+    EXPECT_THAT(files_in(dir.path()), ElementsAre(bad));
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, BadInput, testing::ValuesIn(bad_files()),
+                         [](auto const& file) { return file.param.name; });
+
+TEST(BadArguments, MissingFileIsNamed)
+{
+    TempDir const dir;
+    expect_refused(run_veld({"info", dir.file("none.ply")}), dir.file("none.ply"));
+    expect_refused(run_veld({"fill", dir.file("none.ply"), "-o", dir.file("out.ply")}),
+                   dir.file("none.ply"));
+    EXPECT_TRUE(files_in(dir.path()).empty());
+}
+
+TEST(BadArguments, DirectoryIsNoMeshFile)
+{
+    TempDir const dir;
+    std::filesystem::create_directory(dir.file("folder.ply"));
+    expect_refused(run_veld({"info", dir.file("folder.ply")}), dir.file("folder.ply"));
+}
+
+TEST(BadArguments, FileNameWithALineBreakStaysOnOneLine)
+{
+    expect_refused(run_veld({"info", "no\nsuch.ply"}), "such.ply");
+}
+
+TEST(BadArguments, OutputThatCannotBeWrittenIsToldBeforeTheWork)
+{
+    MeshDir const dir(grid_with_hole(2));
+    std::filesystem::create_directory(dir.file("folder.ply"));
+    for (std::string const name : {"none/out.ply", "folder.ply", "mesh.ply/out.ply"})
+    {
+        expect_refused(run_veld({"fill", dir.mesh(), "-o", dir.file(name)}), dir.file(name));
+    }
+    expect_refused(run_veld({"render", dir.mesh(), "-o", dir.file("none/out.png")}),
+                   dir.file("none/out.png"));
+    expect_refused(run_veld({"info", dir.mesh(), "--timings", dir.file("none/t.json")}),
+                   dir.file("none/t.json"));
+    EXPECT_THAT(files_in(dir.path()), ElementsAre("folder.ply", "mesh.ply"));
+}
+
+#if !defined(_WIN32)
+TEST(BadArguments, DeviceIsNoOutput)
+{
+    MeshDir const dir(grid_with_hole(2));
+    expect_refused(run_veld({"info", dir.mesh(), "--timings", "/dev/null"}), "/dev/null");
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+}
+#endif
+
+TEST(BadArguments, OutputOfUnknownFormatIsRefused)
+{
+    MeshDir const dir(grid_with_hole(2));
+    expect_refused(run_veld({"fill", dir.mesh(), "-o", dir.file("out.xyz")}), dir.file("out.xyz"));
+    EXPECT_THAT(files_in(dir.path()), ElementsAre("mesh.ply"));
+}
+
+TEST(BadArguments, InputIsNeverTheOutput)
+{
+    MeshDir const dir(grid_with_hole(2));
+    std::string const before = read_file(dir.mesh());
+    std::filesystem::create_hard_link(dir.mesh(), dir.file("hard.ply"));
+    std::filesystem::create_symlink(dir.mesh(), dir.file("soft.ply"));
+    for (std::string const& out :
+         {dir.mesh(), dir.file("./mesh.ply"), dir.file("hard.ply"), dir.file("soft.ply")})
+    {
+        expect_refused(run_veld({"fill", dir.mesh(), "-o", out}), out);
+        expect_refused(run_veld({"info", dir.mesh(), "--timings", out}), out);
+    }
+    EXPECT_EQ(read_file(dir.mesh()), before);
+    EXPECT_EQ(read_file(dir.file("hard.ply")), before);
+}
+
+TEST(BadArguments, TwoOutputsOfOneNameAreRefused)
+{
+    MeshDir const dir(grid_with_hole(2));
+    expect_refused(
+        run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply"), "--timings", dir.file("out.ply")}),
+        dir.file("out.ply"));
+    EXPECT_THAT(files_in(dir.path()), ElementsAre("mesh.ply"));
+}
+
+TEST(BadArguments, ExistingOutputSurvivesAFailure)
+{
+    TempDir const dir;
+    write_file(dir.file("bad.ply"), header);
+    write_file(dir.file("out.ply"), "earlier result");
+    expect_refused(run_veld({"fill", dir.file("bad.ply"), "-o", dir.file("out.ply")}),
+                   dir.file("bad.ply"));
+    EXPECT_EQ(read_file(dir.file("out.ply")), "earlier result");
+}
+
+TEST(BadArguments, WrongOptionsAreOneLine)
+{
+    MeshDir const dir(grid_with_hole(2));
+    std::string const mesh = dir.mesh();
+    std::vector<std::vector<std::string>> const calls{
+        {},
+        {"nonsense"},
+        {"info"},
+        {"info", mesh, "--colour"},
+        {"info", mesh, mesh},
+        {"fill", mesh},
+        {"fill", mesh, "-o", dir.file("out.ply"), "--method", "magic"},
+        {"fill", mesh, "-o", dir.file("out.ply"), "--max-perimeter", "-1"},
+        {"fill", mesh, "-o", dir.file("out.ply"), "--max-perimeter", "nan"},
+        {"fill", mesh, "-o", dir.file("out.ply"), "--max-perimeter", "inf"},
+        {"fill", mesh, "-o", dir.file("out.ply"), "--max-perimeter", "12mm"},
+        {"fill", mesh, "-o", dir.file("out.ply"), "--max-edges", "2.5"},
+        {"fill", mesh, "-o", dir.file("out.ply"), "--normal-angle", "181"},
+        {"holes", mesh, "--near", "1,2,3"},
+        {"holes", mesh, "--near", "1,2", "--distance", "1"},
+        {"holes", mesh, "--near", "1,2,x", "--distance", "1"},
+        {"holes", mesh, "--distance", "1"},
+        {"holes", mesh, "--markers", mesh},
+        {"holes", mesh, "--normals"},
+        {"render", mesh, "-o", dir.file("out.png"), "--view", "sideways"},
+        {"render", mesh, "-o", dir.file("out.png"), "--view", "top", "--azimuth", "3"},
+        {"render", mesh, "-o", dir.file("out.png"), "--width", "0"},
+        {"render", mesh, "-o", dir.file("out.png"), "--width", "100000"}};
+    for (auto const& call : calls)
+    {
+        expect_refused(run_veld(call), "--help");
+    }
+    EXPECT_THAT(files_in(dir.path()), ElementsAre("mesh.ply"));
+}
+
+TEST(BadArguments, FacesThatAHalfEdgeMeshCannotHoldAreLeftOutWithAWarning)
+{
+    // Three faces at one edge, and one with a repeated corner.
+    TempDir const dir;
+    write_file(dir.file("fan.ply"),
+               "ply\nformat ascii 1.0\nelement vertex 5\nproperty float x\nproperty float y\n"
+               "property float z\nelement face 4\nproperty list uchar int vertex_indices\n"
+               "end_header\n0 0 0\n1 0 0\n0 1 0\n0 -1 0\n0 0 1\n3 0 1 2\n3 1 0 3\n3 0 1 4\n"
+               "3 2 2 4\n");
+    Outcome const run = run_veld({"info", dir.file("fan.ply"), "--json"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.error_lines(), 1) << run.err;
+    EXPECT_EQ(run.err.rfind("warning: " + dir.file("fan.ply") + ": 2 faces left out", 0), 0U)
+        << run.err;
+    EXPECT_EQ(run.json()["faces_left_out"], 2);
+    EXPECT_EQ(run.json()["faces"], 2);
+}
+
+} // namespace

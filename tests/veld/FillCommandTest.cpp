@@ -1,0 +1,206 @@
+#include "run_veld.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+
+namespace
+{
+
+using namespace veld_test;
+using testing::HasSubstr;
+using testing::UnorderedElementsAre;
+
+class FillCommand : public testing::TestWithParam<char const*>
+{
+protected:
+    /// Fills a mesh and checks what holds for every result.
+    nlohmann::json fill(TriMesh const& mesh, std::vector<std::string> const& options = {})
+    {
+        write_file(dir_.file("mesh.ply"), ply_text(mesh));
+        std::vector<std::string> arguments{
+            "fill",    dir_.file("mesh.ply"), "-o", dir_.file("out.ply"), "--json", "--method",
+            GetParam()};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        Outcome const run = run_veld(arguments);
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(run.err, "");
+        EXPECT_EQ(read_file(dir_.file("mesh.ply")), ply_text(mesh));
+        auto const json = run.json();
+        EXPECT_EQ(json["holes_after"], json["open"].size());
+        check_result(mesh, json);
+        return json;
+    }
+
+    nlohmann::json of_result(std::string const& command)
+    {
+        return run_veld({command, dir_.file("out.ply"), "--json"}).json();
+    }
+
+    TempDir dir_;
+
+private:
+    void check_result(TriMesh const& mesh, nlohmann::json const& json)
+    {
+        auto const info = of_result("info");
+        EXPECT_EQ(info["vertices"], mesh.n_vertices());
+        EXPECT_EQ(info["faces"], mesh.n_faces() + json["new_faces"].get<std::size_t>());
+        EXPECT_EQ(info["holes"], json["holes_after"]);
+        EXPECT_EQ(info["faces_left_out"], 0);
+        auto const holes = of_result("holes")["holes"];
+        for (auto const& open : json["open"])
+        {
+            auto const& hole = holes.at(open["hole"].get<std::size_t>());
+            EXPECT_EQ(hole["edges"], open["edges"]);
+            EXPECT_EQ(hole["perimeter"], open["perimeter"]);
+            EXPECT_FALSE(open["reason"].get<std::string>().empty());
+        }
+    }
+};
+
+/// A flat grid of twelve by twelve cells without the one in the middle.
+TriMesh sheet()
+{
+    return grid_without(12, 12, {{6, 6}});
+}
+
+/// A sphere without the faces round one vertex: a hole of six edges.
+TriMesh ball_with_hole()
+{
+    TriMesh const ball = sphere(3);
+    auto const middle = vh(static_cast<int>(ball.n_vertices()) - 1);
+    std::vector<Vector3f> points;
+    for (auto const v : ball.vertices())
+    {
+        points.push_back(ball.point(v));
+    }
+    std::vector<Triangle> triangles;
+    for (auto const f : ball.faces())
+    {
+        Triangle triangle{};
+        std::size_t i = 0;
+        bool keep = true;
+        for (auto const v : ball.fv_range(f))
+        {
+            triangle[i++] = v.idx();
+            keep = keep && v != middle;
+        }
+        if (keep)
+        {
+            triangles.push_back(triangle);
+        }
+    }
+    return make_mesh(points, triangles);
+}
+
+TEST_P(FillCommand, HasTheDocumentedKeys)
+{
+    auto const json = fill(sheet());
+    EXPECT_THAT(keys_of(json), UnorderedElementsAre("holes_before", "holes_after", "new_faces",
+                                                    "new_vertices", "seconds", "open"));
+    ASSERT_EQ(json["open"].size(), 1U);
+    EXPECT_THAT(keys_of(json["open"][0]),
+                UnorderedElementsAre("hole", "edges", "perimeter", "reason"));
+    EXPECT_GE(json["seconds"].get<double>(), 0.0);
+}
+
+TEST_P(FillCommand, BorderOfAnOpenScanStaysOpenByDefault)
+{
+    auto const json = fill(sheet());
+    EXPECT_EQ(json["holes_before"], 2);
+    EXPECT_EQ(json["holes_after"], 1);
+    EXPECT_EQ(json["new_faces"], 2);
+    EXPECT_EQ(json["new_vertices"], 0);
+    EXPECT_EQ(json["open"][0]["edges"], 48);
+    EXPECT_DOUBLE_EQ(json["open"][0]["perimeter"].get<double>(), 48.0);
+    EXPECT_THAT(json["open"][0]["reason"].get<std::string>(), HasSubstr("perimeter"));
+}
+
+TEST_P(FillCommand, PerimeterZeroTakesTheLimitAway)
+{
+    EXPECT_EQ(fill(ball_with_hole(), {"--max-perimeter", "0.5"})["holes_after"], 1);
+    auto const json = fill(ball_with_hole(), {"--max-perimeter", "0"});
+    EXPECT_EQ(json["holes_after"], 0);
+    EXPECT_EQ(json["new_faces"], 4);
+    EXPECT_EQ(of_result("info")["closed"], true);
+}
+
+TEST_P(FillCommand, PerimeterOfExactlyTheLimitStaysOpen)
+{
+    EXPECT_EQ(fill(sheet(), {"--max-perimeter", "4"})["holes_after"], 2);
+    EXPECT_EQ(fill(sheet(), {"--max-perimeter", "4.001"})["holes_after"], 1);
+}
+
+TEST_P(FillCommand, TooManyEdgesIsToldAsTheReason)
+{
+    auto const json = fill(ball_with_hole(), {"--max-edges", "5"});
+    ASSERT_EQ(json["open"].size(), 1U);
+    EXPECT_THAT(json["open"][0]["reason"].get<std::string>(), HasSubstr("more edges"));
+    EXPECT_EQ(fill(ball_with_hole(), {"--max-edges", "6"})["holes_after"], 0);
+}
+
+TEST_P(FillCommand, LongNewEdgeIsToldAsTheReason)
+{
+    // The new edge of a square hole is its diagonal, 1.41.
+    auto const json = fill(sheet(), {"--max-perimeter", "5", "--edge-length", "1.4"});
+    ASSERT_EQ(json["open"].size(), 2U);
+    auto const& hole = json["open"][0]["edges"] == 4 ? json["open"][0] : json["open"][1];
+    EXPECT_THAT(hole["reason"].get<std::string>(), HasSubstr("edge"));
+    EXPECT_EQ(fill(sheet(), {"--edge-length", "1.42"})["holes_after"], 1);
+}
+
+TEST_P(FillCommand, NormalsAreToldAsTheReason)
+{
+    // Edges of 0.2 on a sphere of radius 1: a patch is turned by some ten degrees.
+    auto const json = fill(ball_with_hole(), {"--normal-angle", "2"});
+    ASSERT_EQ(json["open"].size(), 1U);
+    EXPECT_THAT(json["open"][0]["reason"].get<std::string>(), HasSubstr("normals"));
+    EXPECT_EQ(fill(ball_with_hole(), {"--normal-angle", "60"})["holes_after"], 0);
+}
+
+TEST_P(FillCommand, HolesThatTouchAreBothClosed)
+{
+    auto const json = fill(grid_without(12, 12, {{5, 5}, {6, 6}}));
+    EXPECT_EQ(json["holes_before"], 3);
+    EXPECT_EQ(json["holes_after"], 1);
+    EXPECT_EQ(json["new_faces"], 4);
+}
+
+TEST_P(FillCommand, ClosedMeshIsWrittenAsItIs)
+{
+    auto const json = fill(tetrahedron());
+    EXPECT_EQ(json["holes_before"], 0);
+    EXPECT_EQ(json["new_faces"], 0);
+    EXPECT_TRUE(json["open"].empty());
+}
+
+TEST_P(FillCommand, TextSaysWhatStaysOpen)
+{
+    MeshDir const dir(sheet());
+    Outcome const run =
+        run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply"), "--method", GetParam()});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_THAT(run.out, HasSubstr("2 holes before, 1 after"));
+    EXPECT_THAT(run.out, HasSubstr("hole 0 stays open (48 edges, 48 mm)"));
+}
+
+TEST_P(FillCommand, SameBytesForAnyNumberOfThreads)
+{
+    MeshDir const dir(grid_without(12, 12, {{2, 2}, {3, 3}, {4, 4}, {8, 8}, {8, 3}, {3, 8}}));
+    std::array<std::string, 2> results;
+    for (std::size_t i = 0; i < results.size(); ++i)
+    {
+        std::string const out = dir.file("out.ply");
+        ASSERT_EQ(run_veld({"fill", dir.mesh(), "-o", out, "--method", GetParam(), "--threads",
+                            std::to_string(i + 1)})
+                      .status,
+                  0);
+        results[i] = read_file(out);
+    }
+    EXPECT_EQ(results[0], results[1]);
+}
+
+INSTANTIATE_TEST_SUITE_P(Methods, FillCommand, testing::Values("clip", "trim"),
+                         [](auto const& method) { return std::string(method.param); });
+
+} // namespace

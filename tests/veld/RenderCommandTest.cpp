@@ -1,0 +1,194 @@
+#include "run_veld.h"
+
+#include "algorithmVeld/common/image_io.h"
+
+#include <gmock/gmock.h>
+
+namespace
+{
+
+using namespace veld_test;
+using Picture = OrvaneAlgorithm::Image<3, unsigned char>;
+using testing::IsSupersetOf;
+
+/// Draws a mesh.
+Picture draw(TriMesh const& mesh, std::vector<std::string> const& options = {})
+{
+    MeshDir const dir(mesh);
+    std::vector<std::string> arguments{"render",  dir.mesh(), "-o",       dir.file("out.png"),
+                                       "--width", "160",      "--height", "120"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    Outcome const run = run_veld(arguments);
+    EXPECT_EQ(run.status, 0) << run.err;
+    Picture picture;
+    EXPECT_EQ(OrvaneAlgorithm::read_rgb_image(dir.file("out.png"), picture), 0);
+    return picture;
+}
+
+/// Number of pixels whose blue, green and red fulfil a condition.
+template <typename Condition>
+int count_pixels(Picture const& picture, Condition const& condition)
+{
+    int count = 0;
+    for (int y = 0; y < picture.height(); ++y)
+    {
+        for (int x = 0; x < picture.width(); ++x)
+        {
+            auto const* const p = picture.pixel(x, y);
+            count += condition(p[0], p[1], p[2]) ? 1 : 0;
+        }
+    }
+    return count;
+}
+
+int rim_pixels(Picture const& picture)
+{
+    return count_pixels(picture, [](int b, int g, int r) { return r > 190 && g < 110 && b < 80; });
+}
+
+int filled_pixels(Picture const& picture)
+{
+    return count_pixels(picture, [](int b, int g, int r) { return b > r + 40 && g > r + 20; });
+}
+
+TEST(RenderCommand, PictureHasTheAskedSize)
+{
+    MeshDir const dir(grid_with_hole(2));
+    Outcome const run = run_veld({"render", dir.mesh(), "-o", dir.file("out.png"), "--width", "123",
+                                  "--height", "45", "--json"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    auto const json = run.json();
+    EXPECT_THAT(keys_of(json), IsSupersetOf({"width", "height"}));
+    EXPECT_EQ(json["width"], 123);
+    EXPECT_EQ(json["height"], 45);
+    EXPECT_EQ(json["faces"], 24);
+    EXPECT_EQ(json["holes"], 2);
+    Picture picture;
+    ASSERT_EQ(OrvaneAlgorithm::read_rgb_image(dir.file("out.png"), picture), 0);
+    EXPECT_EQ(picture.width(), 123);
+    EXPECT_EQ(picture.height(), 45);
+}
+
+TEST(RenderCommand, HolesAreDrawnInAStrongColour)
+{
+    EXPECT_GT(rim_pixels(draw(grid_with_hole(2), {"--view", "front"})), 200);
+}
+
+TEST(RenderCommand, ClosedMeshShowsNoHoleColour)
+{
+    EXPECT_EQ(rim_pixels(draw(sphere(3))), 0);
+}
+
+TEST(RenderCommand, LineWidthZeroDrawsNoRim)
+{
+    EXPECT_EQ(rim_pixels(draw(grid_with_hole(2), {"--view", "front", "--line-width", "0"})), 0);
+}
+
+TEST(RenderCommand, RimBehindTheSurfaceIsHidden)
+{
+    // Seen from its apex a cone hides its rim but for the outline; a sphere in front hides all.
+    TriMesh mesh = sphere(4);
+    for (auto const& p : {Vector3f(0.1F, 0, -3), Vector3f(-0.1F, 0, -3), Vector3f(0, 0.1F, -3)})
+    {
+        mesh.add_vertex(p);
+    }
+    int const n = static_cast<int>(mesh.n_vertices());
+    mesh.add_face(vh(n - 3), vh(n - 2), vh(n - 1));
+    EXPECT_EQ(rim_pixels(draw(mesh, {"--view", "front"})), 0);
+    EXPECT_GT(rim_pixels(draw(mesh, {"--view", "back"})), 0);
+}
+
+TEST(RenderCommand, BackFacesAreDarkerThanFrontFaces)
+{
+    auto const brightness = [](Picture const& picture)
+    {
+        auto const* const p = picture.pixel(picture.width() / 3, picture.height() / 2);
+        return p[0] + p[1] + p[2];
+    };
+    TriMesh const mesh = grid(3, 3);
+    EXPECT_GT(brightness(draw(mesh, {"--view", "front"})),
+              brightness(draw(mesh, {"--view", "back"})) + 100);
+}
+
+TEST(RenderCommand, UpAxisTurnsTheObject)
+{
+    // The grid faces +z: seen from the front with y up, from the top with z up.
+    auto const covered = [](Picture const& picture)
+    { return count_pixels(picture, [](int b, int g, int r) { return r > b + 8 && g < 240; }); };
+    TriMesh const mesh = grid(3, 3);
+    EXPECT_GT(covered(draw(mesh, {"--view", "front", "--line-width", "0"})), 5000);
+    EXPECT_LT(covered(draw(mesh, {"--view", "top", "--line-width", "0"})), 400);
+    EXPECT_GT(covered(draw(mesh, {"--view", "top", "--up", "z", "--line-width", "0"})), 5000);
+}
+
+TEST(RenderCommand, NamedViewIsItsAzimuthAndElevation)
+{
+    TriMesh const mesh = open_cone(5);
+    Picture const named = draw(mesh, {"--view", "left"});
+    Picture const angles = draw(mesh, {"--azimuth", "-90", "--elevation", "0"});
+    EXPECT_TRUE(std::equal(named.data(), named.data() + 160 * 120 * 3, angles.data()));
+}
+
+TEST(RenderCommand, NewFacesGetAColourOfTheirOwn)
+{
+    MeshDir const dir(grid_with_hole(2));
+    write_file(dir.file("filled.ply"), ply_text(grid(4, 4)));
+    Outcome const run =
+        run_veld({"render", dir.file("filled.ply"), "-o", dir.file("out.png"), "--compare",
+                  dir.mesh(), "--view", "front", "--width", "160", "--height", "120", "--json"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.json()["new_faces"], 8);
+    Picture picture;
+    ASSERT_EQ(OrvaneAlgorithm::read_rgb_image(dir.file("out.png"), picture), 0);
+    EXPECT_GT(filled_pixels(picture), 1000);
+    EXPECT_EQ(filled_pixels(draw(grid(4, 4), {"--view", "front"})), 0);
+}
+
+TEST(RenderCommand, SameBytesForAnyNumberOfThreads)
+{
+    MeshDir const dir(pinched_pair());
+    for (std::string const threads : {"1", "2"})
+    {
+        ASSERT_EQ(run_veld({"render", dir.mesh(), "-o", dir.file(threads + ".png"), "--width",
+                            "200", "--height", "150", "--threads", threads})
+                      .status,
+                  0);
+    }
+    std::string const one = read_file(dir.file("1.png"));
+    EXPECT_FALSE(one.empty());
+    EXPECT_TRUE(one == read_file(dir.file("2.png")));
+}
+
+TEST(RenderCommand, SizeAndPlaceOfTheMeshDoNotMatter)
+{
+    for (float const scale : {1e-18F, 1e18F})
+    {
+        TriMesh mesh = grid_with_hole(2);
+        for (auto const v : mesh.vertices())
+        {
+            mesh.set_point(v, mesh.point(v) * scale);
+        }
+        EXPECT_GT(rim_pixels(draw(mesh, {"--view", "front"})), 200) << scale;
+    }
+}
+
+TEST(RenderCommand, MeshWithoutFacesIsRefused)
+{
+    TempDir const dir;
+    write_file(dir.file("cloud.ply"), "ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\n"
+                                      "property float y\nproperty float z\nend_header\n0 0 0\n");
+    Outcome const run = run_veld({"render", dir.file("cloud.ply"), "-o", dir.file("out.png")});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.error_lines(), 1);
+    EXPECT_THAT(files_in(dir.path()), testing::ElementsAre("cloud.ply"));
+}
+
+TEST(RenderCommand, PictureOfUnknownFormatIsRefused)
+{
+    MeshDir const dir(tetrahedron());
+    Outcome const run = run_veld({"render", dir.mesh(), "-o", dir.file("out.gif")});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("out.gif"), std::string::npos);
+}
+
+} // namespace
