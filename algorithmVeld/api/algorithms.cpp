@@ -1,6 +1,7 @@
 #include "algorithmVeld/api/algorithms.h"
 
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
+#include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
 
 namespace OrvaneAlgorithm
@@ -13,6 +14,24 @@ RetVal ear_clipping(TriMesh& mesh, bool use_node_num, bool use_edge_length, bool
     trimming.ear_trimming(mesh, use_node_num, use_edge_length, use_norm, node_num_thr,
                           edge_length_thr, norm_thr);
     return RET_SUCCESS;
+}
+
+RetVal fill_holes_core(TriMesh& mesh, Holes const& holes, int rings,
+                       std::vector<std::vector<OpenMesh::FaceHandle>>& new_faces, Holes& new_verts,
+                       Holes& patch_verts, bool verbose)
+{
+    HoleFillingCore filler;
+    return filler.fill_holes_core(mesh, holes, rings, new_faces, new_verts, patch_verts, verbose);
+}
+
+RetVal fill_single_hole_core(TriMesh& mesh, std::vector<OpenMesh::VertexHandle> const& hole,
+                             int rings, std::vector<OpenMesh::FaceHandle>& new_faces,
+                             std::vector<OpenMesh::VertexHandle>& new_verts,
+                             std::vector<OpenMesh::VertexHandle>& patch_verts, bool verbose)
+{
+    HoleFillingCore filler;
+    return filler.fill_single_hole_core(mesh, hole, rings, new_faces, new_verts, patch_verts,
+                                        verbose);
 }
 
 RetVal find_hole(TriMesh const& mesh, Vector3f const& point, Holes const& known_holes,

@@ -20,6 +20,18 @@ ALGORITHMVELD_API RetVal ear_clipping(TriMesh& mesh, bool use_node_num, bool use
                                       bool use_norm, int node_num_thr, double edge_length_thr,
                                       double norm_thr);
 
+/// Fills holes with a triangulated, refined and faired surface; see
+/// `HoleFillingCore::fill_holes_core`.
+ALGORITHMVELD_API RetVal fill_holes_core(TriMesh& mesh, Holes const& holes, int rings,
+                                         std::vector<std::vector<OpenMesh::FaceHandle>>& new_faces,
+                                         Holes& new_verts, Holes& patch_verts, bool verbose);
+
+/// Fills one hole in this way; see `HoleFillingCore::fill_single_hole_core`.
+ALGORITHMVELD_API RetVal fill_single_hole_core(
+    TriMesh& mesh, std::vector<OpenMesh::VertexHandle> const& hole, int rings,
+    std::vector<OpenMesh::FaceHandle>& new_faces, std::vector<OpenMesh::VertexHandle>& new_verts,
+    std::vector<OpenMesh::VertexHandle>& patch_verts, bool verbose);
+
 /// Finds the known hole nearest to `point`; see `FindHolesEx::find_hole`.
 ALGORITHMVELD_API RetVal find_hole(TriMesh const& mesh, Vector3f const& point,
                                    Holes const& known_holes, double distance,
