@@ -312,7 +312,7 @@ bool EarClipping::cut_ear(TriMesh& mesh, EarList& list, OpenMesh::VertexHandle f
     {
         return false;
     }
-    bool const closure = mesh.find_halfedge(ear.next, ear.prev).is_valid();
+    bool const closure = detail::halfedge_between(mesh, ear.next, ear.prev).is_valid();
     if (!agrees_with_surface(mesh, ear))
     {
         return false;

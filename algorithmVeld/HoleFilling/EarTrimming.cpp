@@ -40,6 +40,14 @@ struct TrimPlan
             lines.emplace_back(line);
         }
     }
+
+    void log(char const* text)
+    {
+        if (gPH.log_enabled)
+        {
+            lines.emplace_back(text);
+        }
+    }
 };
 
 } // namespace detail
@@ -318,7 +326,7 @@ void EarTrimming::plan_hole(TriMesh& mesh, std::vector<OpenMesh::VertexHandle> c
         {
             return;
         }
-        bool const closure = mesh.find_halfedge(ear.next, ear.prev).is_valid();
+        bool const closure = detail::halfedge_between(mesh, ear.next, ear.prev).is_valid();
         if (!add_ear(mesh, ear, plan))
         {
             // Another corner may do.
@@ -459,7 +467,8 @@ void EarTrimming::carry_out(TriMesh& mesh, std::vector<TrimPlan> const& plans)
         auto const first_edge = mesh.n_edges();
         for (auto const& [a, b, c] : plan.faces)
         {
-            if (!detail::add_face_checked(mesh, a, b, c).is_valid())
+            // The plan has asked already whether the mesh can take the face.
+            if (!mesh.add_face(a, b, c).is_valid())
             {
                 detail::log_line(gPH.log_enabled, "fail to add face [%s (%d)].\n", __FILE__,
                                  __LINE__);

@@ -40,6 +40,11 @@ bool fits(Extent const& inner, Extent const& outer)
     return inner.width <= outer.width && inner.height <= outer.height;
 }
 
+Length short_side(Extent const& extent)
+{
+    return std::min(extent.width, extent.height);
+}
+
 /// The free room of a strip of fixed width that grows in y: what lies above the skyline, and the
 /// pockets below it.
 class Skyline
@@ -70,6 +75,7 @@ private:
     };
 
     static constexpr Place NOWHERE{-1, -1};
+    static constexpr std::size_t MAX_POCKETS = 512;
 
     Place add_to_pocket(Extent const& size)
     {
@@ -115,11 +121,20 @@ private:
         keep_pocket({{x, y + guest.height}, {above_width, height - guest.height}});
     }
 
+    /// Of too many pockets the smallest is forgotten: looking through all of them takes the time.
     void keep_pocket(Area const& pocket)
     {
-        if (fits(smallest_, pocket.extent))
+        if (!fits(smallest_, pocket.extent))
         {
-            pockets_.push_back(pocket);
+            return;
+        }
+        pockets_.push_back(pocket);
+        if (pockets_.size() > MAX_POCKETS)
+        {
+            auto const smaller = [](Area const& a, Area const& b)
+            { return short_side(a.extent) < short_side(b.extent); };
+            *std::min_element(pockets_.begin(), pockets_.end(), smaller) = pockets_.back();
+            pockets_.pop_back();
         }
     }
 

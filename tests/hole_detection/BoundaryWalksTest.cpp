@@ -168,6 +168,20 @@ TEST(BoundaryWalks, DeletedHalfedgesStartNoWalk)
     EXPECT_TRUE(holes_of(mesh).empty());
 }
 
+TEST(BoundaryWalks, DeletedHalfedgesStartNoWalkWithoutAStatusOfTheirOwn)
+{
+    // Deleting faces needs the status of the other three only.
+    TriMesh mesh = grid(3, 3);
+    mesh.request_vertex_status();
+    mesh.request_edge_status();
+    mesh.request_face_status();
+    mesh.delete_face(OpenMesh::FaceHandle(0), false);
+    auto const holes = holes_of(mesh);
+    // The corner's diagonal takes the place of its two outer edges.
+    ASSERT_EQ(holes.size(), 1U);
+    EXPECT_EQ(holes[0].size(), 13U);
+}
+
 TEST(BoundaryWalks, HiddenHalfedgesStartNoWalk)
 {
     TriMesh mesh = grid_with_hole(1);

@@ -86,7 +86,7 @@ TEST(CommonOptions, TimingsAreAStepTree)
 {
     MeshDir const dir(grid_with_hole(2));
     Outcome const run = run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply"), "--timings",
-                              dir.file("times.json"), "--method", "trim"});
+                                  dir.file("times.json"), "--method", "trim"});
     ASSERT_EQ(run.status, 0) << run.err;
     auto const steps = nlohmann::json::parse(read_file(dir.file("times.json")));
     std::vector<std::string> names;

@@ -61,6 +61,11 @@ TEST(HolesCommand, PerimeterLimitIsStrict)
     EXPECT_THAT(edges_of(holes({"--max-perimeter", "8"})), UnorderedElementsAre());
 }
 
+TEST(HolesCommand, PerimeterZeroIsNoLimit)
+{
+    EXPECT_THAT(edges_of(holes({"--max-perimeter", "0"})), UnorderedElementsAre(8, 16));
+}
+
 TEST(HolesCommand, NearestHoleIsTheOneWhoseRimIsNear)
 {
     EXPECT_THAT(edges_of(holes({"--near", "1.9,1.1,0", "--distance", "0.5"})),
@@ -119,8 +124,9 @@ TEST(HolesCommand, MarkerHoleFacesLikeItsMarkerIfAsked)
 
 TEST(HolesCommand, NegativeNormalDotIsANumberAndNoOption)
 {
-    Outcome const run = find_markers("2 2 0 1 0 -0.5\n", {"--match", "0.1", "--marker-radius", "1.3",
-                                                      "--normals", "--normal-dot", "-0.9"});
+    Outcome const run =
+        find_markers("2 2 0 1 0 -0.5\n", {"--match", "0.1", "--marker-radius", "1.3", "--normals",
+                                          "--normal-dot", "-0.9"});
     EXPECT_THAT(edges_of(run.json()["holes"]), UnorderedElementsAre(8));
 }
 

@@ -71,7 +71,8 @@ TEST(RealMeshes, HolesAreTheWholeBoundary)
         Outcome const run = run_veld({"holes", path, "--json"});
         ASSERT_EQ(run.status, 0) << path << run.err;
         std::size_t edges = 0;
-        for (auto const& hole : run.json()["holes"])
+        auto const json = run.json();
+        for (auto const& hole : json["holes"])
         {
             edges += hole["edges"].get<std::size_t>();
         }
@@ -100,12 +101,12 @@ TEST(RealMeshes, FillKeepsWhatIsThereAndNamesWhatStaysOpen)
                 ASSERT_EQ(after.point(v), before.point(v)) << path;
             }
             ASSERT_EQ(json["holes_after"].get<std::size_t>(), json["open"].size()) << path;
-            Outcome const holes = run_veld({"holes", dir.file("out.ply"), "--json"});
-            EXPECT_EQ(holes.json()["holes"].size(), json["open"].size()) << path << method;
+            auto const found = run_veld({"holes", dir.file("out.ply"), "--json"}).json();
+            auto const& holes = found["holes"];
+            EXPECT_EQ(holes.size(), json["open"].size()) << path << method;
             for (auto const& open : json["open"])
             {
-                EXPECT_EQ(holes.json()["holes"][open["hole"].get<std::size_t>()]["edges"],
-                          open["edges"])
+                EXPECT_EQ(holes[open["hole"].get<std::size_t>()]["edges"], open["edges"])
                     << path << method;
             }
         }
@@ -121,7 +122,7 @@ TEST(RealMeshes, FiveHolesOfTheFullRangeScanAreClosed)
     }
     TempDir const dir;
     Outcome const run = run_veld({"fill", real_data("meshes_holes/bun_zipper.ply"), "-o",
-                              dir.file("out.ply"), "--method", "trim", "--json"});
+                                  dir.file("out.ply"), "--method", "trim", "--json"});
     ASSERT_EQ(run.status, 0) << run.err;
     auto const json = run.json();
     EXPECT_EQ(json["holes_before"], 5);

@@ -55,7 +55,7 @@ TEST(RenderCommand, PictureHasTheAskedSize)
 {
     MeshDir const dir(grid_with_hole(2));
     Outcome const run = run_veld({"render", dir.mesh(), "-o", dir.file("out.png"), "--width", "123",
-                              "--height", "45", "--json"});
+                                  "--height", "45", "--json"});
     ASSERT_EQ(run.status, 0) << run.err;
     auto const json = run.json();
     EXPECT_THAT(keys_of(json), IsSupersetOf({"width", "height"}));

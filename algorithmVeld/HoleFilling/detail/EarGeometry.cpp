@@ -1,5 +1,7 @@
 #include "algorithmVeld/HoleFilling/detail/EarGeometry.h"
 
+#include "algorithmVeld/common/detail/AddFace.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -42,20 +44,25 @@ std::optional<std::array<Vector3f, 3>> triangle_at(TriMesh const& mesh, OpenMesh
 bool faces_agree(TriMesh const& mesh, OpenMesh::VertexHandle vertex, Vector3f const& normal,
                  float cos_thr)
 {
-    for (auto it = mesh.cvf_iter(vertex); it.is_valid(); ++it)
+    auto const first = mesh.halfedge_handle(vertex);
+    if (!first.is_valid())
     {
-        auto const corners = triangle_at(mesh, *it);
-        if (!corners)
-        {
-            continue;
-        }
-        auto const& [r0, r1, r2] = *corners;
-        Vector3f const m = (r1 - r0).cross(r2 - r0);
-        if (m.norm() * cos_thr > m.dot(normal))
-        {
-            return false;
-        }
+        return true;
     }
+    auto out = first;
+    do
+    {
+        if (auto const corners = triangle_at(mesh, mesh.face_handle(out)))
+        {
+            auto const& [r0, r1, r2] = *corners;
+            Vector3f const m = (r1 - r0).cross(r2 - r0);
+            if (m.norm() * cos_thr > m.dot(normal))
+            {
+                return false;
+            }
+        }
+        out = mesh.next_halfedge_handle(mesh.opposite_halfedge_handle(out));
+    } while (out != first);
     return true;
 }
 
@@ -77,7 +84,7 @@ Corner measure_corner(TriMesh const& mesh, OpenMesh::VertexHandle cur, OpenMesh:
     e1.normalize();
     e2.normalize();
 
-    auto const side = mesh.find_halfedge(prev, cur);
+    auto const side = halfedge_between(mesh, prev, cur);
     if (!side.is_valid())
     {
         return {CornerStatus::NO_HALFEDGE};

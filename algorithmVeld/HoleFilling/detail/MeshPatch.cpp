@@ -73,19 +73,21 @@ void MeshPatch::number_elements(TriMesh const& mesh,
     for (auto const centre : centres)
     {
         vertices_.add(centre.idx());
-        for (auto it = mesh.cvoh_iter(centre); it.is_valid(); ++it)
+        auto const first = mesh.halfedge_handle(centre);
+        for (auto out = first; out.is_valid();)
         {
-            OpenMesh::HalfedgeHandle const out = *it;
             vertices_.add(mesh.to_vertex_handle(out).idx());
             edges_.add(mesh.edge_handle(out).idx());
             auto const face = mesh.face_handle(out);
             if (face.is_valid() && faces_.add(face.idx()).second)
             {
-                for (auto side = mesh.cfh_iter(face); side.is_valid(); ++side)
-                {
-                    vertices_.add(mesh.to_vertex_handle(*side).idx());
-                    edges_.add(mesh.edge_handle(*side).idx());
-                }
+                // The face's other edges begin or end at the centre and are met there.
+                edges_.add(mesh.edge_handle(mesh.next_halfedge_handle(out)).idx());
+            }
+            out = mesh.next_halfedge_handle(mesh.opposite_halfedge_handle(out));
+            if (out == first)
+            {
+                break;
             }
         }
     }

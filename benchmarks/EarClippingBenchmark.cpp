@@ -1,0 +1,126 @@
+#include "algorithmVeld/HoleFilling/EarClipping.h"
+#include "algorithmVeld/HoleFilling/EarTrimming.h"
+#include "benchmarks/support/bumpy_sphere.h"
+
+#include <benchmark/benchmark.h>
+
+#include <omp.h>
+
+#include <map>
+
+/// \file
+/// Closing all holes of a scan with ears, by the parallel and by the serial class, and one border
+/// of growing length, which shows how cost grows with the size of a hole.
+
+namespace
+{
+
+using OrvaneAlgorithm::EarClipping;
+using OrvaneAlgorithm::EarTrimming;
+using OrvaneAlgorithm::TriMesh;
+
+/// Meshes are made once for all benchmarks of their size: one hole of 30 edges for 900 faces.
+TriMesh const& mesh_of(int faces)
+{
+    static std::map<int, TriMesh> meshes;
+    auto found = meshes.find(faces);
+    if (found == meshes.end())
+    {
+        found = meshes.emplace(faces, veld_benchmark::bumpy_sphere(faces, faces / 900, 30)).first;
+    }
+    return found->second;
+}
+
+/// A copy with the room that the mesh reader leaves: three edges and two faces a vertex.
+TriMesh as_read(TriMesh const& mesh)
+{
+    TriMesh copy = mesh;
+    copy.reserve(copy.n_vertices(), 3 * copy.n_vertices(), 2 * copy.n_vertices());
+    return copy;
+}
+
+template <typename Fill>
+void run(benchmark::State& state, TriMesh const& mesh, Fill const& fill)
+{
+    std::size_t new_faces = 0;
+    for (auto _ : state)
+    {
+        state.PauseTiming();
+        {
+            TriMesh copy = as_read(mesh);
+            state.ResumeTiming();
+            fill(copy);
+            state.PauseTiming();
+            new_faces = copy.n_faces() - mesh.n_faces();
+        }
+        state.ResumeTiming();
+    }
+    state.counters["faces"] = static_cast<double>(mesh.n_faces());
+    state.counters["new_faces"] = static_cast<double>(new_faces);
+    state.counters["new_faces/s"] = benchmark::Counter(
+        static_cast<double>(new_faces), benchmark::Counter::kIsIterationInvariantRate);
+}
+
+/// Arguments: faces of the mesh, threads.
+void ear_trimming(benchmark::State& state)
+{
+    int const threads = omp_get_max_threads();
+    omp_set_num_threads(static_cast<int>(state.range(1)));
+    run(state, mesh_of(static_cast<int>(state.range(0))),
+        [](TriMesh& mesh)
+        {
+            EarTrimming trimming;
+            trimming.ear_trimming(mesh, false, false, true, 20, 0.6, 150.0);
+        });
+    omp_set_num_threads(threads);
+}
+
+void ear_clipping(benchmark::State& state)
+{
+    run(state, mesh_of(static_cast<int>(state.range(0))),
+        [](TriMesh& mesh)
+        {
+            EarClipping clipping;
+            clipping.fill_hole(mesh);
+        });
+}
+
+/// A disc whose border gets a back. Argument: edges of the border.
+void ear_trimming_one_border(benchmark::State& state)
+{
+    auto const n = static_cast<int>(state.range(0));
+    TriMesh disc;
+    auto const apex = disc.add_vertex(OrvaneAlgorithm::Vector3f(0, 0, 1000));
+    for (int i = 0; i < n; ++i)
+    {
+        double const t = 2.0 * 3.141592653589793 * i / n;
+        disc.add_vertex(OrvaneAlgorithm::Vector3f(static_cast<float>(1000 * std::cos(t)),
+                                                  static_cast<float>(1000 * std::sin(t)), 0));
+    }
+    for (int i = 0; i < n; ++i)
+    {
+        disc.add_face(apex, OpenMesh::VertexHandle(1 + i), OpenMesh::VertexHandle(1 + (i + 1) % n));
+    }
+    run(state, disc,
+        [](TriMesh& mesh)
+        {
+            EarTrimming trimming;
+            trimming.ear_trimming(mesh, false, false, false, 20, 0.6, 150.0);
+        });
+    state.SetComplexityN(n);
+}
+
+} // namespace
+
+BENCHMARK(ear_trimming)
+    ->ArgNames({"faces", "threads"})
+    ->ArgsProduct({{90000, 900000}, {1, 2}})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(ear_clipping)->Arg(90000)->Arg(900000)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(ear_trimming_one_border)
+    ->RangeMultiplier(10)
+    ->Range(100, 100000)
+    ->UseRealTime()
+    ->Complexity(benchmark::oNLogN)
+    ->Unit(benchmark::kMillisecond);

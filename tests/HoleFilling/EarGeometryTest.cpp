@@ -1,0 +1,194 @@
+#include "algorithmVeld/HoleFilling/detail/EarGeometry.h"
+#include "ear_meshes.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+using namespace OrvaneAlgorithm;
+using namespace veld_test;
+using detail::CornerStatus;
+
+namespace
+{
+
+constexpr float pi = 3.14159265F;
+
+/// The corner of vertex 1 of a square hole in a flat grid, with its neighbours moved at will.
+struct SquareHole
+{
+    TriMesh mesh = grid_without(3, 3, {{1, 1}}); // the hole: 5 6 10 9
+
+    detail::Corner corner(int cur, int prev, int next) const
+    {
+        return detail::measure_corner(mesh, vh(cur), vh(prev), vh(next));
+    }
+};
+
+} // namespace
+
+TEST(EarGeometry, RightAngleOfASquareHole)
+{
+    auto const corner = SquareHole().corner(5, 9, 6);
+    EXPECT_EQ(corner.status, CornerStatus::MEASURED);
+    EXPECT_FLOAT_EQ(corner.angle, pi / 2);
+    EXPECT_FLOAT_EQ(corner.edge_len, std::sqrt(2.0F));
+}
+
+TEST(EarGeometry, OuterCornerIsReflexBecauseTheFaceBesideItSaysSo)
+{
+    TriMesh const mesh = grid(1, 1);
+    auto const corner = detail::measure_corner(mesh, vh(1), vh(3), vh(0));
+    EXPECT_EQ(corner.status, CornerStatus::MEASURED);
+    EXPECT_FLOAT_EQ(corner.angle, 1.5F * pi);
+}
+
+TEST(EarGeometry, StraightCornerMeasuresPiExactlyAsFloat)
+{
+    TriMesh const mesh = grid(2, 1);
+    auto const corner = detail::measure_corner(mesh, vh(1), vh(2), vh(0));
+    EXPECT_EQ(corner.status, CornerStatus::MEASURED);
+    EXPECT_EQ(corner.angle, 3.1415927F);
+    EXPECT_EQ(corner.edge_len, 2.0F);
+}
+
+TEST(EarGeometry, ProductOfUnitVectorsPastOneIsNoNaN)
+{
+    // Parallel sides whose unit vectors round to a product above 1 exist for some directions; none
+    // of many may give an angle that is no number.
+    SquareHole hole;
+    std::mt19937 random(1);
+    int above_one = 0;
+    for (int i = 0; i < 2000; ++i)
+    {
+        Vector3f const direction = Vector3f::Random();
+        hole.mesh.set_point(vh(5), Vector3f(0, 0, 0));
+        hole.mesh.set_point(vh(9), direction);
+        hole.mesh.set_point(vh(6), direction * 3.0F);
+        above_one += direction.normalized().dot((direction * 3.0F).normalized()) > 1.0F ? 1 : 0;
+        auto const corner = hole.corner(5, 9, 6);
+        if (corner.status == CornerStatus::MEASURED)
+        {
+            ASSERT_TRUE(std::isfinite(corner.angle));
+        }
+    }
+    EXPECT_GT(above_one, 0);
+}
+
+TEST(EarGeometry, CoincidingCornersAreTooShort)
+{
+    SquareHole hole;
+    hole.mesh.set_point(vh(6), hole.mesh.point(vh(5)) + Vector3f(0.9e-5F, 0, 0));
+    EXPECT_EQ(hole.corner(5, 9, 6).status, CornerStatus::SHORT_SIDE);
+    EXPECT_EQ(hole.corner(6, 5, 10).status, CornerStatus::SHORT_SIDE);
+    // 1.0 + 1.1e-5 is 1.1e-5 away from 1.0 but for the rounding of float, which is a hundredth.
+    hole.mesh.set_point(vh(6), hole.mesh.point(vh(5)) + Vector3f(1.1e-5F, 0, 0));
+    EXPECT_EQ(hole.corner(5, 9, 6).status, CornerStatus::MEASURED);
+}
+
+TEST(EarGeometry, CornersWithoutAnEdgeBetweenThemAreRefused)
+{
+    EXPECT_EQ(SquareHole().corner(5, 10, 6).status, CornerStatus::NO_HALFEDGE);
+}
+
+TEST(EarGeometry, VerticesThatAreNotThereAreRefused)
+{
+    SquareHole const hole;
+    EXPECT_EQ(hole.corner(5, -1, 6).status, CornerStatus::NO_HALFEDGE);
+    EXPECT_EQ(hole.corner(99, 9, 6).status, CornerStatus::NO_HALFEDGE);
+}
+
+TEST(EarGeometry, HalfedgeWithTheHoleAcrossHasNoTriangle)
+{
+    // 5 -> 9 against the hole: what lies across is the hole itself.
+    EXPECT_EQ(SquareHole().corner(9, 5, 10).status, CornerStatus::NOT_A_TRIANGLE);
+}
+
+TEST(EarGeometry, CoincidingCornersOfTheFaceBesideAreReported)
+{
+    // The face beside 9 -> 5 is (4, 5, 9); 4 goes to where 5 is.
+    SquareHole hole;
+    hole.mesh.set_point(vh(4), hole.mesh.point(vh(5)));
+    EXPECT_EQ(hole.corner(5, 9, 6).status, CornerStatus::SHORT_FACE_SIDE);
+}
+
+TEST(EarGeometry, CosineIsKeptInFloat)
+{
+    EXPECT_EQ(detail::cosine_of_degrees(180.0), -1.0F);
+    EXPECT_EQ(detail::cosine_of_degrees(0.0), 1.0F);
+    EXPECT_FLOAT_EQ(detail::cosine_of_degrees(60.0), 0.5F);
+    EXPECT_FLOAT_EQ(detail::cosine_of_degrees(150.0), -std::sqrt(3.0F) / 2);
+}
+
+namespace
+{
+
+/// A flat triangle, normal up, and two vertices that lie so that (0, 3, 4) has a normal tilted by
+/// some degrees.
+TriMesh triangle_and_tilted_candidate(double degrees)
+{
+    TriMesh mesh = lone_triangle();
+    auto const t = static_cast<float>(degrees * 3.141592653589793 / 180.0);
+    mesh.add_vertex(Vector3f(1, 0, 0));
+    mesh.add_vertex(Vector3f(0, std::cos(t), std::sin(t)));
+    return mesh;
+}
+
+bool agrees(TriMesh const& mesh, double degrees)
+{
+    return detail::consistency_normal(mesh, vh(0), vh(3), vh(4),
+                                      detail::cosine_of_degrees(degrees));
+}
+
+} // namespace
+
+TEST(EarGeometry, NormalMayDifferByTheAngleFromEveryFaceAround)
+{
+    TriMesh const mesh = triangle_and_tilted_candidate(60.0);
+    EXPECT_TRUE(agrees(mesh, 61.0));
+    EXPECT_FALSE(agrees(mesh, 59.0));
+    TriMesh const folded = triangle_and_tilted_candidate(149.0);
+    EXPECT_TRUE(agrees(folded, 150.0));
+    EXPECT_FALSE(agrees(folded, 148.0));
+}
+
+TEST(EarGeometry, NormalOnTheLimitAgrees)
+{
+    TriMesh parallel = lone_triangle();
+    parallel.add_vertex(Vector3f(2, 0, 0));
+    parallel.add_vertex(Vector3f(0, 2, 0));
+    EXPECT_TRUE(agrees(parallel, 0.0));
+    TriMesh opposite = lone_triangle();
+    opposite.add_vertex(Vector3f(0, 2, 0));
+    opposite.add_vertex(Vector3f(2, 0, 0));
+    EXPECT_TRUE(agrees(opposite, 180.0));
+    EXPECT_FALSE(agrees(opposite, 179.0));
+}
+
+TEST(EarGeometry, FacesAroundAllThreeCornersCount)
+{
+    TriMesh const mesh = lone_triangle();
+    auto const limit = detail::cosine_of_degrees(90.0);
+    TriMesh more = mesh;
+    more.add_vertex(Vector3f(0, 2, 0));
+    more.add_vertex(Vector3f(2, 0, 0));
+    // The candidate 3 4 x faces down; x is a corner of the face, in each place.
+    EXPECT_FALSE(detail::consistency_normal(more, vh(0), vh(3), vh(4), limit));
+    EXPECT_FALSE(detail::consistency_normal(more, vh(4), vh(0), vh(3), limit));
+    EXPECT_FALSE(detail::consistency_normal(more, vh(3), vh(4), vh(0), limit));
+}
+
+TEST(EarGeometry, SliverIsRefusedAtASineOfOneThousandth)
+{
+    TriMesh mesh = lone_triangle();
+    mesh.add_vertex(Vector3f(1, 0, 0));
+    mesh.add_vertex(Vector3f(1, 0.0011F, 0));
+    EXPECT_TRUE(agrees(mesh, 180.0));
+    mesh.set_point(vh(4), Vector3f(1, 0.0009F, 0));
+    EXPECT_FALSE(agrees(mesh, 180.0));
+}
+
+TEST(EarGeometry, NormalOfVerticesThatAreNotThereAgreesWithNothing)
+{
+    EXPECT_FALSE(detail::consistency_normal(lone_triangle(), vh(0), vh(1), vh(7), -1.0F));
+}

@@ -1,0 +1,248 @@
+#pragma once
+
+#include "tests/support/meshes.h"
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <set>
+#include <vector>
+
+/// \file
+/// Meshes for the tests of the ear methods, and what is read from them.
+
+namespace veld_test
+{
+
+/// Corners of the faces from a number on.
+inline std::vector<Triangle> faces_from(TriMesh const& mesh, std::size_t first)
+{
+    std::vector<Triangle> result;
+    for (auto f = first; f < mesh.n_faces(); ++f)
+    {
+        Triangle corners{};
+        auto h = mesh.halfedge_handle(OpenMesh::FaceHandle(static_cast<int>(f)));
+        for (auto& corner : corners)
+        {
+            h = mesh.next_halfedge_handle(h);
+            corner = mesh.from_vertex_handle(h).idx();
+        }
+        std::rotate(corners.begin(), std::min_element(corners.begin(), corners.end()),
+                    corners.end());
+        result.push_back(corners);
+    }
+    return result;
+}
+
+/// Every link of the mesh and every bit of its coordinates.
+inline std::vector<int> fingerprint(TriMesh const& mesh)
+{
+    std::vector<int> result{static_cast<int>(mesh.n_vertices()), static_cast<int>(mesh.n_edges()),
+                            static_cast<int>(mesh.n_faces())};
+    for (int i = 0; i < static_cast<int>(mesh.n_halfedges()); ++i)
+    {
+        OpenMesh::HalfedgeHandle const h(i);
+        result.push_back(mesh.next_halfedge_handle(h).idx());
+        result.push_back(mesh.prev_halfedge_handle(h).idx());
+        result.push_back(mesh.to_vertex_handle(h).idx());
+        result.push_back(mesh.face_handle(h).idx());
+    }
+    for (int i = 0; i < static_cast<int>(mesh.n_vertices()); ++i)
+    {
+        result.push_back(mesh.halfedge_handle(vh(i)).idx());
+        int bits[3];
+        std::memcpy(bits, mesh.point(vh(i)).data(), sizeof bits);
+        result.insert(result.end(), bits, bits + 3);
+    }
+    for (int i = 0; i < static_cast<int>(mesh.n_faces()); ++i)
+    {
+        result.push_back(mesh.halfedge_handle(OpenMesh::FaceHandle(i)).idx());
+    }
+    return result;
+}
+
+/// What an oriented manifold looks like to the half-edge structure; empty if all is well.
+inline std::string broken_link(TriMesh const& mesh)
+{
+    for (auto const h : mesh.halfedges())
+    {
+        if (mesh.prev_halfedge_handle(mesh.next_halfedge_handle(h)) != h)
+        {
+            return "next and prev";
+        }
+        if (mesh.to_vertex_handle(h) != mesh.from_vertex_handle(mesh.next_halfedge_handle(h)))
+        {
+            return "next begins elsewhere";
+        }
+        if (mesh.face_handle(h) != mesh.face_handle(mesh.next_halfedge_handle(h)))
+        {
+            return "next on another face";
+        }
+        if (mesh.find_halfedge(mesh.from_vertex_handle(h), mesh.to_vertex_handle(h)) != h)
+        {
+            return "a second edge between two vertices, or one that cannot be reached";
+        }
+    }
+    for (auto const v : mesh.vertices())
+    {
+        auto const out = mesh.halfedge_handle(v);
+        if (out.is_valid() && mesh.from_vertex_handle(out) != v)
+        {
+            return "a vertex's halfedge begins elsewhere";
+        }
+        bool touches_boundary = false;
+        for (auto const h : mesh.voh_range(v))
+        {
+            touches_boundary = touches_boundary || mesh.is_boundary(h);
+        }
+        if (out.is_valid() && touches_boundary != mesh.is_boundary(out))
+        {
+            return "a boundary vertex's halfedge is not on the boundary";
+        }
+    }
+    return mesh.is_legal() ? "" : "a face that is no triangle";
+}
+
+/// The boundary loops as sets of halfedges.
+inline std::vector<std::vector<OpenMesh::HalfedgeHandle>> loops_of(TriMesh const& mesh)
+{
+    std::vector<std::vector<OpenMesh::HalfedgeHandle>> result;
+    std::set<int> seen;
+    for (auto const start : mesh.halfedges())
+    {
+        if (!mesh.is_boundary(start) || seen.count(start.idx()) != 0)
+        {
+            continue;
+        }
+        result.emplace_back();
+        OpenMesh::HalfedgeHandle h = start;
+        do
+        {
+            seen.insert(h.idx());
+            result.back().push_back(h);
+            h = mesh.next_halfedge_handle(h);
+        } while (h != start);
+    }
+    return result;
+}
+
+/// A mesh from points and triangles, without the triangles that it cannot hold.
+inline TriMesh mesh_as_far_as_it_goes(std::vector<Vector3f> const& points,
+                                      std::vector<Triangle> const& triangles)
+{
+    TriMesh mesh;
+    for (auto const& p : points)
+    {
+        mesh.add_vertex(p);
+    }
+    omerr().disable();
+    for (auto const& t : triangles)
+    {
+        mesh.add_face(vh(t[0]), vh(t[1]), vh(t[2]));
+    }
+    omerr().enable();
+    return mesh;
+}
+
+/// A closed mesh without some faces drawn by lot, its vertices shaken, its triangles shuffled.
+inline TriMesh mesh_with_random_holes(TriMesh const& closed, unsigned seed)
+{
+    std::mt19937 random(seed);
+    auto const below = [&](unsigned n) { return static_cast<unsigned>(random() % n); };
+    auto const unit = [&] { return static_cast<float>(random()) / 4294967296.0F; };
+
+    std::vector<Vector3f> points;
+    float const shake = std::vector<float>{0.0F, 0.05F, 0.3F}[below(3)];
+    for (auto const v : closed.vertices())
+    {
+        Vector3f const offset(unit() - 0.5F, unit() - 0.5F, unit() - 0.5F);
+        points.push_back(closed.point(v) + shake * offset);
+    }
+    auto triangles = faces_from(closed, 0);
+    std::shuffle(triangles.begin(), triangles.end(), random);
+    triangles.resize(triangles.size() - 1 - below(static_cast<unsigned>(triangles.size()) / 2));
+    if (below(2) == 0)
+    {
+        // In order of index: whole regions come one after the other.
+        std::sort(triangles.begin(), triangles.end());
+    }
+    return mesh_as_far_as_it_goes(points, triangles);
+}
+
+/// A bumpy grid with `chains` rows of square holes of 2 x 2 cells, `length` holes each, every hole
+/// touching the next at a corner.
+inline TriMesh chains_of_holes(int chains, int length)
+{
+    int const columns = 2 * length + 4;
+    int const rows = 6 * chains + 2;
+    std::mt19937 random(7);
+    std::vector<Vector3f> points;
+    for (int y = 0; y <= rows; ++y)
+    {
+        for (int x = 0; x <= columns; ++x)
+        {
+            float const bump = static_cast<float>(random() % 1000U) / 2000.0F;
+            points.emplace_back(static_cast<float>(x), static_cast<float>(y), bump);
+        }
+    }
+    std::set<Cell> missing;
+    for (int c = 0; c < chains; ++c)
+    {
+        for (int i = 0; i < length; ++i)
+        {
+            // A zigzag: hole i and hole i + 1 share one corner.
+            int const x = 1 + 2 * i;
+            int const y = 6 * c + 1 + 2 * (i % 2);
+            missing.insert({{x, y}, {x + 1, y}, {x, y + 1}, {x + 1, y + 1}});
+        }
+    }
+    std::vector<Triangle> triangles;
+    for (int y = 0; y < rows; ++y)
+    {
+        for (int x = 0; x < columns; ++x)
+        {
+            int const a = y * (columns + 1) + x;
+            int const d = a + columns + 1;
+            if (missing.count({x, y}) == 0)
+            {
+                triangles.push_back({a, a + 1, d + 1});
+                triangles.push_back({a, d + 1, d});
+            }
+        }
+    }
+    return make_mesh(points, triangles);
+}
+
+/// Vertex 0 carries three fans: two beside the triangular gap 0 1 2 and a flap 0 6 7, which the
+/// boundary passes between the gap's last corner and its first: 0 1 2 0 7 6. A third triangle
+/// bounds the gap along 1 2, and the outer boundary is 3 0 4 2 5 1. Flat but for the flap's place.
+inline TriMesh gap_between_three_fans()
+{
+    return make_mesh({{0, 0, 0},
+                      {1, 0, 0},
+                      {0.5F, 0.87F, 0},
+                      {5, -10, 0},
+                      {-8, 6, 0},
+                      {15, 10, 0},
+                      {-0.94F, -0.34F, 0},
+                      {-0.34F, -0.94F, 0}},
+                     {{0, 2, 4}, {0, 6, 7}, {1, 0, 3}, {2, 1, 5}});
+}
+
+/// A tube with three corners whose open end is half covered: the hole p v q t passes the edge q p,
+/// which has faces on both sides, so that the ear at v cannot be cut. Vertices: p v q are 0 1 2, t
+/// is 6.
+inline TriMesh half_covered_tube()
+{
+    return make_mesh(
+        {{0, 0, 0},
+         {1, 0, 0},
+         {0.5F, 0.9F, 0},
+         {0, 0, -1},
+         {1, 0, -1},
+         {0.5F, 0.9F, -1},
+         {0.5F, 0.3F, 2}},
+        {{3, 4, 1}, {3, 1, 0}, {4, 5, 2}, {4, 2, 1}, {5, 3, 0}, {5, 0, 2}, {3, 5, 4}, {2, 0, 6}});
+}
+
+} // namespace veld_test
