@@ -9,6 +9,7 @@
 #include <omp.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <limits>
 
 using namespace OrvaneAlgorithm;
@@ -204,18 +205,44 @@ TEST(HoleTriangulation, leaves_a_hole_open_that_only_a_fold_could_close)
     EXPECT_EQ(1, log.count("    !!!skip hole with ( 3 ) vertices, dihedral angle =   180.0"));
 }
 
-TEST(HoleTriangulation, avoids_a_chord_that_a_face_beside_the_hole_has)
+TEST(HoleTriangulation, counts_edges_that_a_face_beside_the_hole_has)
 {
-    // A bag of four corners whose outline 0-1-2-3 is open and whose face beyond 0-1 joins 0 and 2.
-    auto hole = veld_test::hole_mesh(
-        veld_test::make_mesh({{0, 0, 0}, {2, 0, 0}, {2, 2, 0}, {0, 2, 0}, {1, 1, -2}},
-                             {{1, 0, 2}, {0, 3, 4}, {3, 2, 4}, {2, 0, 4}}),
-        0, 1);
-    ASSERT_EQ(4U, hole.loop.size());
-    LogCapture const log;
-    triangulate(hole);
-    EXPECT_FALSE(hole.mesh.find_halfedge(vh(0), vh(2)).is_valid() && hole.mesh.n_faces() > 4U &&
-                 !hole.mesh.find_halfedge(vh(1), vh(3)).is_valid());
+    // The face beyond the side 0-1 of a hexagon ends at corner 3: 0-3 and 1-3 exist.
+    std::mt19937 random(12);
+    for (int k = 0; k < 20; ++k)
+    {
+        RandomHole hole(PolygonKind::noisy, 6, random);
+        TriMesh mesh;
+        for (auto const v : hole.mesh.mesh.vertices())
+        {
+            mesh.add_vertex(hole.mesh.mesh.point(v));
+        }
+        mesh.add_face(vh(1), vh(0), vh(3));
+        for (int side = 1; side < 6; ++side)
+        {
+            mesh.add_face(vh((side + 1) % 6), vh(side), vh(6 + side));
+        }
+        HoleMesh given = veld_test::hole_mesh(mesh, 0, 1);
+        given.loop.clear();
+        for (int side = 0; side < 6; ++side)
+        {
+            given.loop.push_back(given.mesh.find_halfedge(vh(side), vh((side + 1) % 6)));
+            hole.polygon.normals[static_cast<std::size_t>(side)] =
+                given.mesh.normal(given.mesh.opposite_face_handle(given.loop.back()));
+        }
+        hole.polygon.join(0, 3);
+        hole.polygon.join(1, 3);
+        veld_test::PlainTriangulation const plain(hole.polygon, 1000.0F, false, 400);
+
+        LogCapture const log;
+        EXPECT_EQ(plain.weight_angle[5] <= 179.5F, triangulate(given));
+        char line[200];
+        std::snprintf(line, sizeof line,
+                      "    Best weight (angle / area) of hole with ( 6 ) vertices:    %f / %f\n",
+                      static_cast<double>(plain.weight_angle[5]),
+                      static_cast<double>(plain.weight_area[5]));
+        EXPECT_EQ(1, log.count(line)) << log.text();
+    }
 }
 
 TEST(HoleTriangulation, takes_a_vertex_that_is_passed_twice_as_two_corners)

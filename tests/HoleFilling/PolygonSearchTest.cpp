@@ -92,6 +92,8 @@ TEST(PolygonSearch, chooses_what_the_plain_search_chooses_for_long_polygons)
             ASSERT_NO_FATAL_FAILURE(expect_same(polygon, {}, 2));
         }
     }
+    auto const polygon = veld_test::random_polygon(PolygonKind::noisy, 1200, 0, random);
+    expect_same(polygon, {}, 2);
 }
 
 namespace

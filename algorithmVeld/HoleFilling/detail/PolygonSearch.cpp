@@ -1,5 +1,6 @@
 #include "algorithmVeld/HoleFilling/detail/PolygonSearch.h"
 
+#include "algorithmVeld/HoleFilling/detail/SplitTables.h"
 #include "algorithmVeld/HoleFilling/detail/TriangleGeometry.h"
 
 #include <algorithm>
@@ -7,7 +8,6 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <memory>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -84,129 +84,6 @@ float just_below(float x)
     return x;
 }
 
-/// Costs and choices of all sub-polygons i..j of a polygon, i < j.
-///
-/// A sub-polygon is looked at as the right part of a split from a later corner j and as the left
-/// part of one from an earlier corner i; both scans find what they compare side by side. The
-/// splits of a sub-polygon lie `stride` apart, so the corners i of a column j are grouped by their
-/// remainder, and a row i keeps only what a split can meet.
-class SplitTables
-{
-public:
-    SplitTables(std::vector<Vector3f> const& points, std::size_t stride)
-        : SplitTables(points, points.size(), stride)
-    {
-    }
-
-    SplitTables(std::vector<Vector3f> const& points, std::size_t n, std::size_t stride)
-        : n_(n),
-          stride_(stride),
-          place_(n),
-          row_(n),
-          angle_(make<float>(n * (n - 1) / 2)),
-          area_(make<float>(n * (n - 1) / 2)),
-          split_(make<int>(n * (n - 1) / 2)),
-          normal_(make<Vector3f>(n * (n - 1) / 2))
-    {
-        std::size_t size = 0;
-        for (std::size_t i = 0; i < n; ++i)
-        {
-            place_[i] = {i % stride, i / stride};
-            row_[i] = size;
-            size += (n - 1 - i + stride - 1) / stride;
-        }
-        row_angle_ = make<float>(size);
-        row_area_ = make<float>(size);
-        sort_points(points);
-    }
-
-    std::size_t size() const { return n_; }
-    std::size_t stride() const { return stride_; }
-
-    /// Place of i..j in the columns. The corners i, i + stride, .. of a column follow each other.
-    std::size_t at(std::size_t i, std::size_t j) const
-    {
-        Place const& p = place_[i];
-        Place const& column = place_[j];
-        return j * (j - 1) / 2 + p.remainder * column.quotient +
-               std::min(p.remainder, column.remainder) + p.quotient;
-    }
-
-    float const* column_angle(std::size_t at) const { return &angle_[at]; }
-    float const* column_area(std::size_t at) const { return &area_[at]; }
-    float const* row_angle(std::size_t i) const { return &row_angle_[row_[i]]; }
-    float const* row_area(std::size_t i) const { return &row_area_[row_[i]]; }
-    /// Coordinates of the corners i, i + stride, .. that follow each other as in a column.
-    std::array<float const*, 3> coordinates(std::size_t i) const
-    {
-        std::size_t const at = place_[i].remainder * (n_ / stride_) +
-                               std::min(place_[i].remainder, n_ % stride_) + place_[i].quotient;
-        return {&coordinates_[0][at], &coordinates_[1][at], &coordinates_[2][at]};
-    }
-    int split(std::size_t i, std::size_t j) const { return split_[at(i, j)]; }
-    Vector3f const& normal(std::size_t i, std::size_t j) const { return normal_[at(i, j)]; }
-    SplitCost cost(std::size_t i, std::size_t j) const
-    {
-        return {angle_[at(i, j)], area_[at(i, j)]};
-    }
-
-    /// \param normal unit normal of the triangle on i-j
-    void set(std::size_t i, std::size_t j, SplitCost const& cost, int split, Vector3f const& normal)
-    {
-        std::size_t const c = at(i, j);
-        angle_[c] = cost.angle;
-        area_[c] = cost.area;
-        split_[c] = split;
-        normal_[c] = normal;
-        if ((j - i - 1) % stride_ == 0)
-        {
-            std::size_t const r = row_[i] + (j - i - 1) / stride_;
-            row_angle_[r] = cost.angle;
-            row_area_[r] = cost.area;
-        }
-    }
-
-private:
-    struct Place
-    {
-        std::size_t remainder;
-        std::size_t quotient;
-    };
-
-    /// Without touching the memory: every element is written before it is read.
-    template <typename T>
-    static std::unique_ptr<T[]> make(std::size_t size)
-    {
-        return std::unique_ptr<T[]>(new T[size]);
-    }
-
-    void sort_points(std::vector<Vector3f> const& points)
-    {
-        for (std::size_t first = 0; first < stride_; ++first)
-        {
-            for (std::size_t i = first; i < n_; i += stride_)
-            {
-                for (int c = 0; c < 3; ++c)
-                {
-                    coordinates_[static_cast<std::size_t>(c)].push_back(points[i][c]);
-                }
-            }
-        }
-    }
-
-    std::size_t n_;
-    std::size_t stride_;
-    std::array<std::vector<float>, 3> coordinates_;
-    std::vector<Place> place_;
-    std::vector<std::size_t> row_;
-    std::unique_ptr<float[]> angle_;
-    std::unique_ptr<float[]> area_;
-    std::unique_ptr<int[]> split_;
-    std::unique_ptr<Vector3f[]> normal_;
-    std::unique_ptr<float[]> row_angle_;
-    std::unique_ptr<float[]> row_area_;
-};
-
 /// The search for the best split of one sub-polygon i..j.
 ///
 /// The choice is defined by a scan in ascending order: a split replaces the best one if its angle
@@ -262,8 +139,7 @@ private:
     /// Rounding is monotone, so no area added in front makes the sum smaller.
     float area_bound(std::size_t k) const { return row_area_[k] + column_area_[k]; }
 
-    /// A good split early on lets most others be skipped: the first and last, and the one that was
-    /// best without corner j.
+    /// A good split early on lets most others be skipped: the one that was best without corner j.
     void look_at_promising()
     {
         if (count_ > 1)
@@ -462,10 +338,12 @@ private:
     /// The scan behind the best split, where angles within the tolerance may win by their area.
     void scan_behind_best()
     {
+        float const least = best_.angle;
         for (std::size_t k = best_k_ + 1; k < count_; ++k)
         {
-            bool const may_win = angle_bound(k) < best_.angle || may_tie(k, angle_bound(k));
-            if (!may_win)
+            float const bound = angle_bound(k);
+            bool const may_be_less = best_.angle > least && bound < best_.angle;
+            if (!may_be_less && !may_tie(k, bound))
             {
                 continue;
             }
