@@ -40,7 +40,7 @@ if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND NOT MSVC)
   # Precompiled headers are cached too; that is what the settings are for.
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
     CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
-    "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1 ${CCACHE_PROGRAM})
+    ${CCACHE_PROGRAM})
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(veld_compiler INTERFACE -fpch-preprocess)
   else()

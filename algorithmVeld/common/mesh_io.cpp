@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/detail/MeshReaders.h"
 #include "algorithmVeld/common/detail/ObjWriter.h"
+#include "algorithmVeld/common/detail/QuietOpenMesh.h"
 #include "algorithmVeld/common/detail/TextCursor.h"
 #include "algorithmVeld/common/detail/openmesh_io.h"
 
@@ -109,43 +110,6 @@ detail::MeshSoup read_soup(fs::path const& path)
 
 // Writing.
 
-/// Keeps OpenMesh's messages from the terminal. Their streams are shared by the whole process, so
-/// one at a time.
-class QuietOpenMesh
-{
-public:
-    QuietOpenMesh()
-        : lock_(mutex()), log_was_on_(omlog().is_enabled()), errors_were_on_(omerr().is_enabled())
-    {
-        omlog().disable();
-        omerr().disable();
-    }
-    ~QuietOpenMesh()
-    {
-        if (log_was_on_)
-        {
-            omlog().enable();
-        }
-        if (errors_were_on_)
-        {
-            omerr().enable();
-        }
-    }
-    QuietOpenMesh(QuietOpenMesh const&) = delete;
-    QuietOpenMesh& operator=(QuietOpenMesh const&) = delete;
-
-private:
-    static std::mutex& mutex()
-    {
-        static std::mutex shared;
-        return shared;
-    }
-
-    std::lock_guard<std::mutex> lock_;
-    bool log_was_on_;
-    bool errors_were_on_;
-};
-
 Options vertex_attributes(TriMesh const& mesh)
 {
     Options options;
@@ -164,7 +128,7 @@ void export_by_openmesh(TriMesh const& mesh, char const* extension, Options opti
                         std::ostream& stream)
 {
     constexpr std::streamsize digits_that_tell_floats_apart = 9;
-    QuietOpenMesh const quiet;
+    detail::QuietOpenMesh const quiet;
     OpenMesh::IO::ExporterT<TriMesh> exporter(mesh);
     if (!OpenMesh::IO::IOManager().write(stream, extension, exporter, options,
                                          digits_that_tell_floats_apart))

@@ -42,7 +42,7 @@ void set_example(CLI::App& app, std::string const& arguments)
 CLI::Option* add_length(CLI::App& app, std::string const& name, double& value,
                         std::string const& description)
 {
-    return app.add_option(name, value, description + " (mm)")
+    return app.add_option(name, value, description)
         ->type_name("L")
         ->check(
             [](std::string const& text)

@@ -26,7 +26,7 @@ void add_common_options(CLI::App& app, CommonOptions& options);
 /// \param arguments what stands behind the program's name
 void set_example(CLI::App& app, std::string const& arguments);
 
-/// An option for a length in millimetres, finite and not negative.
+/// An option for a length in millimetres, finite and not negative. The description names the unit.
 CLI::Option* add_length(CLI::App& app, std::string const& name, double& value,
                         std::string const& description);
 

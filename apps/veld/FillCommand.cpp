@@ -66,12 +66,12 @@ private:
     void add_limits(CLI::App& app)
     {
         perimeter_ = add_length(app, "--max-perimeter", settings_.max_perimeter,
-                                "Only holes shorter than this, 0: any (default: diagonal of the "
-                                "bounding box, so that the border of an open scan stays open)");
+                                "Only holes shorter than this in mm, 0: any (default: diagonal of "
+                                "the bounding box, so that the border of an open scan stays open)");
         add_integer(app, "--max-edges", settings_.max_edges, 0, 1'000'000'000,
                     "Only holes of at most so many edges, 0: any (default: 0)");
         add_length(app, "--edge-length", settings_.edge_length,
-                   "Stop a hole at a new edge longer than this, 0: any (default: 0)");
+                   "Stop a hole at a new edge longer than this in mm, 0: any (default: 0)");
         add_number(app, "--normal-angle", settings_.normal_angle, 0.0, 180.0,
                    "Stop a hole at a new face turned more than this away from the faces around it, "
                    "in degrees, 180: any (default: 150)");

@@ -84,8 +84,8 @@ public:
             ->required()
             ->option_text(" ");
         auto* const perimeter =
-            add_length(app, "--max-perimeter", max_perimeter_, "Only holes shorter than this");
-        limited_ = perimeter;
+            add_length(app, "--max-perimeter", max_perimeter_,
+                       "Only holes shorter than this in mm, 0: any (default: 0)");
         add_near_options(app);
         add_marker_options(app, *perimeter);
         set_example(app, "holes scan.ply --max-perimeter 50");
@@ -125,7 +125,7 @@ private:
                            ->type_name("X,Y,Z")
                            ->check(check_point);
         auto* const distance = add_length(app, "--distance", distance_,
-                                          "With --near: its rim has to be nearer than this");
+                                          "With --near: its rim has to be nearer than this in mm");
         near_option_->needs(distance);
         distance->needs(near_option_);
     }
@@ -138,11 +138,12 @@ private:
                 ->type_name("FILE");
         auto* const match =
             add_length(app, "--match", match_,
-                       "With --markers: a hole's centre has to be nearer to a marker than this");
+                       "With --markers: a hole's centre has to be nearer to a marker than this "
+                       "in mm");
         auto* const radius =
             add_length(app, "--marker-radius", marker_radius_,
-                       "With --markers: radius of a marker; a longer rim than its circle is no "
-                       "marker hole");
+                       "With --markers: radius of a marker in mm; a longer rim than its circle is "
+                       "no marker hole");
         auto* const normals = app.add_flag("--normals", use_normals_,
                                            "With --markers: a hole has to face like its marker");
         auto* const dot = add_number(app, "--normal-dot", normal_dot_, -1.0, 1.0,
@@ -165,7 +166,7 @@ private:
                                            gPH.log_enabled);
             return holes;
         }
-        if (limited_->count() > 0)
+        if (max_perimeter_ > 0.0)
         {
             FindHolesEx::find_holes(mesh, max_perimeter_, holes, gPH.log_enabled);
         }
@@ -186,7 +187,6 @@ private:
     }
 
     std::string mesh_;
-    CLI::Option* limited_ = nullptr;
     double max_perimeter_ = 0.0;
     CLI::Option* near_option_ = nullptr;
     std::string near_;

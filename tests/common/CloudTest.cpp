@@ -1,10 +1,12 @@
 #include "algorithmVeld/common/Cloud.h"
 
 #include "swap_support.h"
+#include "tests/support/temp_dir.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <stdexcept>
 
@@ -366,7 +368,7 @@ private:
 TEST(CloudSwap, overridden_name_is_used_and_removed)
 {
     std::filesystem::path const path =
-        std::filesystem::path(Cloud().get_temp_full_name()).concat(".host");
+        detail::path_from_wide(Cloud().get_temp_full_name()).concat(".host");
     {
         NamedCloud cloud(path.wstring());
         cloud.add_vCoord({1, 2, 3});
@@ -380,3 +382,22 @@ TEST(CloudSwap, overridden_name_is_used_and_removed)
     EXPECT_NE(nowhere.swap_out_data(), 0);
     EXPECT_EQ(nowhere.get_vn(), 1U) << "the data stays in memory";
 }
+
+#if !defined(_WIN32)
+TEST(CloudSwap, temporary_directory_may_have_letters_beyond_ascii)
+{
+    TempDir const dir;
+    std::filesystem::path const directory = dir.path() / "m\xC3\xA4\xC3\x9F";
+    std::filesystem::create_directory(directory);
+    char const* const before = std::getenv("TMPDIR");
+    std::string const saved = before == nullptr ? "" : before;
+    setenv("TMPDIR", directory.c_str(), 1);
+    Cloud cloud = row_of(3);
+    EXPECT_EQ(cloud.swap_out_data(), 0);
+    EXPECT_FALSE(std::filesystem::is_empty(directory));
+    EXPECT_EQ(cloud.swap_in_data(), 0);
+    EXPECT_TRUE(std::filesystem::is_empty(directory));
+    expect_rows(cloud, {0, 1, 2});
+    before == nullptr ? unsetenv("TMPDIR") : setenv("TMPDIR", saved.c_str(), 1);
+}
+#endif

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/common/BaseData.h"
+#include "algorithmVeld/common/detail/wide_path.h"
 
 #include <filesystem>
 #include <fstream>
@@ -15,7 +16,7 @@ namespace veld_test
 
 inline std::filesystem::path swap_path(OrvaneAlgorithm::BaseData& data)
 {
-    return std::filesystem::path(data.get_temp_full_name());
+    return OrvaneAlgorithm::detail::path_from_wide(data.get_temp_full_name());
 }
 
 inline std::string read_bytes(std::filesystem::path const& path)

@@ -61,6 +61,11 @@ TEST(HolesCommand, PerimeterLimitIsStrict)
     EXPECT_THAT(edges_of(holes({"--max-perimeter", "8"})), UnorderedElementsAre());
 }
 
+TEST(HolesCommand, PerimeterZeroIsNoLimit)
+{
+    EXPECT_THAT(edges_of(holes({"--max-perimeter", "0"})), UnorderedElementsAre(8, 16));
+}
+
 TEST(HolesCommand, NearestHoleIsTheOneWhoseRimIsNear)
 {
     EXPECT_THAT(edges_of(holes({"--near", "1.9,1.1,0", "--distance", "0.5"})),
