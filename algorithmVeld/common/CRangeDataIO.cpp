@@ -168,7 +168,8 @@ int CRangeDataIO::read_rge(std::wstring const& path, RangeData& frame)
 int CRangeDataIO::write_rge(std::wstring const& path, RangeData const& frame)
 {
     std::filesystem::path file;
-    if (!to_file_path(path, file) || !is_believable_grid(frame.grid_rows, frame.grid_cols))
+    if (frame.is_swapped_out() || !to_file_path(path, file) ||
+        !is_believable_grid(frame.grid_rows, frame.grid_cols))
     {
         return 1;
     }

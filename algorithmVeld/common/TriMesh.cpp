@@ -164,10 +164,6 @@ bool is_vertex_linked(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
 
 TriMesh::TriMesh(TriMesh const& other) : BaseData(other), Kernel(static_cast<Kernel const&>(other))
 {
-    if (other.is_swapped_out())
-    {
-        Kernel::clear();
-    }
 }
 
 TriMesh& TriMesh::operator=(TriMesh const& other)
@@ -177,10 +173,6 @@ TriMesh& TriMesh::operator=(TriMesh const& other)
     {
         BaseData::operator=(other);
         Kernel::operator=(other);
-        if (other.is_swapped_out())
-        {
-            Kernel::clear();
-        }
     }
     return *this;
 }

@@ -248,6 +248,10 @@ bool has_deleted_elements(TriMesh const& mesh)
 void write_live_mesh(fs::path const& path, TriMesh const& mesh)
 {
     auto const& format = format_of(path);
+    if (mesh.is_swapped_out())
+    {
+        throw MeshFileError("cannot be written while the mesh is swapped out");
+    }
     PartialFile file(path);
     if (has_deleted_elements(mesh))
     {

@@ -275,6 +275,18 @@ TEST(MeshIo, refuses_an_unknown_extension_by_naming_the_known)
     }
 }
 
+TEST(MeshIo, writes_no_empty_file_of_a_mesh_that_is_swapped_out)
+{
+    TempDir const directory;
+    auto mesh = veld_test::lone_triangle();
+    ASSERT_EQ(mesh.swap_out_data(), 0);
+    auto const path = directory.file("mesh.ply");
+    std::string error;
+    EXPECT_FALSE(write_mesh(path, mesh, error));
+    EXPECT_EQ(error, path + ": cannot be written while the mesh is swapped out");
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
 TEST(MeshIo, keeps_an_error_on_one_line)
 {
     EXPECT_EQ(read_path("no\nsuch\x1b[1m.ply").report.error, "no?such?[1m.ply: no such file");
