@@ -140,7 +140,7 @@ bool is_triangle(TriMesh const& mesh, OpenMesh::FaceHandle face)
     return h == first;
 }
 
-/// Whether the halfedge and its neighbours in the walk agree.
+/// Whether the halfedge and its neighbours in the walk agree, and its vertex knows of them.
 bool is_halfedge_linked(TriMesh const& mesh, OpenMesh::HalfedgeHandle h)
 {
     auto const next = mesh.next_halfedge_handle(h);
@@ -149,6 +149,7 @@ bool is_halfedge_linked(TriMesh const& mesh, OpenMesh::HalfedgeHandle h)
     return mesh.is_valid_handle(next) && mesh.is_valid_handle(prev) &&
            mesh.prev_halfedge_handle(next) == h && mesh.next_halfedge_handle(prev) == h &&
            mesh.is_valid_handle(mesh.to_vertex_handle(h)) &&
+           mesh.halfedge_handle(mesh.to_vertex_handle(h)).is_valid() &&
            mesh.from_vertex_handle(next) == mesh.to_vertex_handle(h) &&
            mesh.face_handle(next) == face && (!face.is_valid() || mesh.is_valid_handle(face));
 }

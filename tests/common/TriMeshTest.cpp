@@ -270,6 +270,18 @@ TEST(TriMesh, broken_links_are_seen_and_repaired)
     expect_repaired(mesh, 16);
 }
 
+TEST(TriMesh, vertex_of_a_face_that_passes_for_isolated_is_seen_and_repaired)
+{
+    TriMesh mesh = lone_triangle();
+    mesh.set_isolated(vh(0));
+    EXPECT_FALSE(mesh.is_legal());
+    mesh.repair_illegal();
+    EXPECT_TRUE(mesh.is_legal());
+    EXPECT_FALSE(mesh.is_isolated(vh(0)));
+    EXPECT_EQ(points(mesh), points(lone_triangle()));
+    EXPECT_EQ(mesh.n_faces(), 1U);
+}
+
 TEST(TriMesh, repair_of_broken_links_keeps_vertices_and_their_properties)
 {
     TriMesh mesh = grid(3, 3);
