@@ -105,6 +105,7 @@ detail::MeshSoup read_soup(fs::path const& path)
     auto const& format = format_of(path);
     auto soup = format.read(file_content(path));
     detail::check_soup(soup);
+    detail::clean_attributes(soup);
     return soup;
 }
 
