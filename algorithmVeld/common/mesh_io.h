@@ -40,7 +40,7 @@ ALGORITHMVELD_API bool read_mesh(std::string const& path, TriMesh& mesh, MeshRea
 /// and OFF as text that brings back every float), with vertex normals and colours where the mesh
 /// has them and the format can hold them (STL cannot; colours are bytes except in OBJ). Elements
 /// marked deleted are left out. The file appears whole or not at all, and one that is there already
-/// stays until then.
+/// stays until then and leaves its permissions to the new one. Symbolic links are followed.
 /// \param error replaced: why it could not be written, one line that begins with the path; empty on
 ///        success
 /// \return true on success
