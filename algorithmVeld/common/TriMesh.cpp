@@ -116,12 +116,6 @@ void read_mesh(TriMesh& mesh, detail::BinaryReader& reader)
                        { reader.elements<std::uint32_t>(values.data(), values.size()); });
 }
 
-template <typename Handle>
-bool is_deleted(TriMesh const& mesh, Handle handle, bool has_status)
-{
-    return has_status && mesh.status(handle).deleted();
-}
-
 /// Whether the face's halfedges form a triangle of three different vertices.
 bool is_triangle(TriMesh const& mesh, OpenMesh::FaceHandle face)
 {
@@ -304,9 +298,8 @@ void TriMesh::rebuild_from_faces()
     }
     for (auto const& [a, b, c] : triangles)
     {
-        bool const is_left = !is_deleted(*this, a, has_vertex_status()) &&
-                             !is_deleted(*this, b, has_vertex_status()) &&
-                             !is_deleted(*this, c, has_vertex_status());
+        bool const is_left = !detail::is_deleted(*this, a) && !detail::is_deleted(*this, b) &&
+                             !detail::is_deleted(*this, c);
         if (is_left)
         {
             detail::add_face_checked(*this, a, b, c);

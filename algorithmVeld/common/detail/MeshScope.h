@@ -55,4 +55,14 @@ private:
     TriMesh& mesh_;
 };
 
+/// Whether an element is marked deleted; never where the mesh has no status.
+inline bool is_deleted(TriMesh const& mesh, OpenMesh::FaceHandle face)
+{
+    return mesh.has_face_status() && mesh.status(face).deleted();
+}
+inline bool is_deleted(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
+{
+    return mesh.has_vertex_status() && mesh.status(vertex).deleted();
+}
+
 } // namespace OrvaneAlgorithm::detail
