@@ -11,6 +11,7 @@
 #include "algorithmVeld/api/RetVal.h"
 #include "algorithmVeld/api/algorithms.h"
 #include "algorithmVeld/common/BaseTriMesh.h"
+#include "algorithmVeld/common/CQueryPerformance.h"
 #include "algorithmVeld/common/CRangeDataIO.h"
 #include "algorithmVeld/common/CameraInParam.h"
 #include "algorithmVeld/common/Cloud.h"

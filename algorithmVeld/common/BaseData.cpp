@@ -9,6 +9,30 @@
 namespace OrvaneAlgorithm
 {
 
+namespace detail
+{
+
+/// A temporary file that goes with the last object whose data is in it.
+class SwapFile
+{
+public:
+    explicit SwapFile(std::wstring name) : name_(std::move(name)) {}
+    ~SwapFile()
+    {
+        std::error_code ignored;
+        std::filesystem::remove(path_from_wide(name_), ignored);
+    }
+    SwapFile(SwapFile const&) = delete;
+    SwapFile& operator=(SwapFile const&) = delete;
+
+    std::wstring const& name() const { return name_; }
+
+private:
+    std::wstring name_;
+};
+
+} // namespace detail
+
 namespace
 {
 
@@ -26,21 +50,19 @@ std::wstring unused_temp_name()
 
 } // namespace
 
-BaseData::BaseData(BaseData const& /*other*/) {}
+BaseData::BaseData(BaseData const& other) : swap_file_(other.swap_file_) {}
 
 BaseData& BaseData::operator=(BaseData const& other)
 {
     if (this != &other)
     {
         drop_swap_file();
+        swap_file_ = other.swap_file_;
     }
     return *this;
 }
 
-BaseData::~BaseData()
-{
-    drop_swap_file();
-}
+BaseData::~BaseData() = default;
 
 const std::wstring BaseData::get_temp_full_name()
 {
@@ -53,15 +75,19 @@ const std::wstring BaseData::get_temp_full_name()
 
 bool BaseData::write_swap_file(std::function<void(detail::BinaryWriter&)> const& write)
 {
-    std::wstring file = get_temp_full_name();
-    detail::BinaryWriter writer(detail::path_from_wide(file));
+    std::wstring name = get_temp_full_name();
+    if (name == lent_name_)
+    {
+        name = unused_temp_name();
+    }
+    detail::BinaryWriter writer(detail::path_from_wide(name));
     writer.scalar(SWAP_MAGIC);
     write(writer);
     if (!writer.finish())
     {
         return false;
     }
-    swap_file_ = std::move(file);
+    swap_file_ = std::make_shared<detail::SwapFile>(std::move(name));
     return true;
 }
 
@@ -69,7 +95,7 @@ bool BaseData::read_swap_file(std::function<void(detail::BinaryReader&)> const& 
 {
     bool complete = false;
     {
-        detail::BinaryReader reader(detail::path_from_wide(swap_file_));
+        detail::BinaryReader reader(detail::path_from_wide(swap_file_->name()));
         if (reader.scalar<std::uint32_t>() != SWAP_MAGIC)
         {
             reader.fail();
@@ -83,12 +109,13 @@ bool BaseData::read_swap_file(std::function<void(detail::BinaryReader&)> const& 
 
 void BaseData::drop_swap_file()
 {
-    if (is_swapped_out())
+    // Only an owner that is alone knows when the file is gone and its name is free.
+    if (swap_file_.use_count() > 1)
     {
-        std::error_code ignored;
-        std::filesystem::remove(detail::path_from_wide(swap_file_), ignored);
-        swap_file_.clear();
+        lent_name_ = swap_file_->name();
+        temp_full_name_.clear();
     }
+    swap_file_.reset();
 }
 
 } // namespace OrvaneAlgorithm

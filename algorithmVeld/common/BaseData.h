@@ -4,6 +4,7 @@
 #include "algorithmVeld/common/types.h"
 
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace OrvaneAlgorithm
@@ -13,14 +14,16 @@ namespace detail
 {
 class BinaryReader;
 class BinaryWriter;
+class SwapFile;
 } // namespace detail
 
 /// Common base of the geometric data classes.
 ///
 /// The bulk data of an object can be moved to a temporary file and back. Between `swap_out_data()`
-/// and `swap_in_data()` the object is empty and is not to be filled. The file disappears with the
-/// object, when the data comes back, and when the object is cleared or assigned to. A copy of an
-/// object whose data is in the file is empty.
+/// and `swap_in_data()` the object is empty and is not to be filled. Copies are deep then too: a
+/// copy of an object whose data is in the file is swapped out, and brings the same data back. The
+/// file disappears when none of them needs it any more: a copy lets go of it with its end, when its
+/// data comes back, and when it is cleared or assigned to.
 class ALGORITHMVELD_API BaseData
 {
 public:
@@ -31,14 +34,18 @@ public:
     ///         memory
     virtual int swap_out_data() = 0;
 
-    /// Brings the data back as it was, byte for byte, and removes the file.
+    /// Brings the data back as it was, byte for byte, and lets go of the file.
     /// \return 0 on success, also if the data is in memory already; otherwise the file is missing
-    /// or
-    ///         damaged and the object is empty
+    ///         or damaged and the object is empty
     virtual int swap_in_data() = 0;
 
-    /// Full name of this object's temporary file. It is made up on the first call and differs
-    /// between objects and processes; a copy of an object gets its own.
+    /// True between a successful `swap_out_data()` and the return of the data.
+    bool is_swapped_out() const { return swap_file_ != nullptr; }
+
+    /// Full name of the temporary file that this object writes. It is made up on the first call and
+    /// differs between objects and processes; a copy of an object gets its own. An object that lets
+    /// go of its file while copies still need it gets a new name. An override has to give each
+    /// object a name of its own; one whose file copies still need is passed over.
     virtual const std::wstring get_temp_full_name();
 
     /// Drops all content.
@@ -62,23 +69,21 @@ protected:
     BaseData(BaseData const&);
     BaseData& operator=(BaseData const&);
 
-    /// True between a successful `swap_out_data()` and the return of the data.
-    bool is_swapped_out() const { return !swap_file_.empty(); }
-
     /// Writes the temporary file; the caller then drops the data.
     /// \return true if all of it is in the file; otherwise there is no file
     bool write_swap_file(std::function<void(detail::BinaryWriter&)> const& write);
 
-    /// Reads the temporary file and removes it.
+    /// Reads the temporary file and lets go of it.
     /// \return true if all of it was read and is undamaged; otherwise what was read is worthless
     bool read_swap_file(std::function<void(detail::BinaryReader&)> const& read);
 
-    /// Forgets the data in the file, and removes it.
+    /// Forgets the data in the file, which goes if no copy needs it.
     void drop_swap_file();
 
 private:
     std::wstring temp_full_name_;
-    std::wstring swap_file_; ///< where the data is, empty while it is in memory
+    std::wstring lent_name_; ///< of the last file that was left to copies
+    std::shared_ptr<detail::SwapFile const> swap_file_; ///< null while the data is in memory
 };
 
 } // namespace OrvaneAlgorithm

@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/detail/Channels.h"
 #include "algorithmVeld/common/detail/checked.h"
+#include "algorithmVeld/common/detail/unit_vector.h"
 
 #include <algorithm>
 
@@ -44,14 +45,6 @@ Vector3d area_vector(std::vector<Vector3f> const& points, BaseTriFace const& fac
     Vector3d const b = points[static_cast<size_t>(face[1])].cast<double>();
     Vector3d const c = points[static_cast<size_t>(face[2])].cast<double>();
     return (b - a).cross(c - a);
-}
-
-/// The unit vector; zero for a vector without a direction.
-Vector3f unit_or_zero(Vector3d const& v)
-{
-    double const length = v.stableNorm();
-    return length > 0.0 && v.allFinite() ? Vector3f((v / length).cast<float>())
-                                         : Vector3f(Vector3f::Zero());
 }
 
 } // namespace
@@ -262,7 +255,7 @@ void BaseTriMesh::update_VNrv()
         }
     }
     vNrv.resize(get_vn());
-    std::transform(sums.begin(), sums.end(), vNrv.begin(), unit_or_zero);
+    std::transform(sums.begin(), sums.end(), vNrv.begin(), detail::unit_or_zero);
     has_vNormal = true;
 }
 
@@ -270,8 +263,9 @@ void BaseTriMesh::update_FNrv()
 {
     fNrv.resize(get_fn());
     std::transform(faces.begin(), faces.end(), fNrv.begin(),
-                   [this](BaseTriFace const& face) {
-                       return is_legal(face) ? unit_or_zero(area_vector(vCoord, face))
+                   [this](BaseTriFace const& face)
+                   {
+                       return is_legal(face) ? detail::unit_or_zero(area_vector(vCoord, face))
                                              : Vector3f(Vector3f::Zero());
                    });
     has_fNormal = true;

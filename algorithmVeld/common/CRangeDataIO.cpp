@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/CRangeDataIO.h"
 
 #include "algorithmVeld/common/detail/BinaryFile.h"
+#include "algorithmVeld/common/detail/Channels.h"
 #include "algorithmVeld/common/detail/wide_path.h"
 
 #include <array>
@@ -93,26 +94,6 @@ void write_pose(BinaryWriter& writer, RigidMatrix const& pose)
     writer.elements<double>(pose.get_translation().data(), 3);
 }
 
-/// A switch is one byte, 0 or 1, before its channel.
-template <typename Scalar, typename Element>
-void read_channel(BinaryReader& reader, bool& is_on, std::vector<Element>& values)
-{
-    auto const flag = reader.scalar<unsigned char>();
-    is_on = flag == 1;
-    if (flag > 1)
-    {
-        reader.fail();
-    }
-    reader.array<Scalar>(values);
-}
-
-template <typename Scalar, typename Element>
-void write_channel(BinaryWriter& writer, bool is_on, std::vector<Element> const& values)
-{
-    writer.scalar<unsigned char>(is_on ? 1 : 0);
-    writer.array<Scalar>(values);
-}
-
 void read_frame(BinaryReader& reader, RangeData& frame)
 {
     read_grid_size(reader, frame);
@@ -120,9 +101,9 @@ void read_frame(BinaryReader& reader, RangeData& frame)
     reader.array<float>(frame.vCoord);
     reader.array<std::int32_t>(frame.vUV);
     reader.array<char>(frame.cellFlag);
-    read_channel<float>(reader, frame.has_vNormal, frame.vNrv);
-    read_channel<float>(reader, frame.has_vColor, frame.vColor);
-    read_channel<unsigned char>(reader, frame.has_vFlag, frame.vFlag);
+    detail::read_channel<float>(reader, frame.has_vNormal, frame.vNrv);
+    detail::read_channel<float>(reader, frame.has_vColor, frame.vColor);
+    detail::read_channel<unsigned char>(reader, frame.has_vFlag, frame.vFlag);
 }
 
 void write_frame(BinaryWriter& writer, RangeData const& frame)
@@ -132,9 +113,9 @@ void write_frame(BinaryWriter& writer, RangeData const& frame)
     writer.array<float>(frame.vCoord);
     writer.array<std::int32_t>(frame.vUV);
     writer.array<char>(frame.cellFlag);
-    write_channel<float>(writer, frame.has_vNormal, frame.vNrv);
-    write_channel<float>(writer, frame.has_vColor, frame.vColor);
-    write_channel<unsigned char>(writer, frame.has_vFlag, frame.vFlag);
+    detail::write_channel<float>(writer, frame.has_vNormal, frame.vNrv);
+    detail::write_channel<float>(writer, frame.has_vColor, frame.vColor);
+    detail::write_channel<unsigned char>(writer, frame.has_vFlag, frame.vFlag);
 }
 
 } // namespace
@@ -168,7 +149,8 @@ int CRangeDataIO::read_rge(std::wstring const& path, RangeData& frame)
 int CRangeDataIO::write_rge(std::wstring const& path, RangeData const& frame)
 {
     std::filesystem::path file;
-    if (!to_file_path(path, file) || !is_believable_grid(frame.grid_rows, frame.grid_cols))
+    if (frame.is_swapped_out() || !to_file_path(path, file) ||
+        !is_believable_grid(frame.grid_rows, frame.grid_cols))
     {
         return 1;
     }

@@ -23,8 +23,8 @@ public:
     static int read_rge(std::wstring const& path, RangeData& frame);
 
     /// Writes a frame. An existing file is replaced only by a complete one.
-    /// \return 0 on success; 1 the file cannot be written, or the grid has a negative side or more
-    ///         than 2^28 cells
+    /// \return 0 on success; 1 the file cannot be written, the frame's data is swapped out, or the
+    ///         grid has a negative side or more than 2^28 cells
     static int write_rge(std::wstring const& path, RangeData const& frame);
 };
 

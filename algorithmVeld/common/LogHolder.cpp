@@ -343,8 +343,10 @@ bool LogHolder::LogPrintf(wchar_t const* format, ...)
     {
         return false;
     }
-    // Wide formatting tells no length beforehand, so the buffer grows until the text fits.
-    for (std::vector<wchar_t> buffer(512); buffer.size() <= (1U << 20);
+    // Wide formatting tells neither a length beforehand nor why it failed, so the buffer grows
+    // until the text fits, up to a size at which it is held to be impossible.
+    constexpr std::size_t LARGEST_BUFFER = std::size_t{1} << 20U;
+    for (std::vector<wchar_t> buffer(1024); buffer.size() <= LARGEST_BUFFER;
          buffer.resize(buffer.size() * 4))
     {
         va_list arguments;

@@ -40,7 +40,8 @@ public:
     /// \return false if the text cannot be formatted
     bool LogPrintf(char const* format, ...);
 
-    /// The same for wide text, which reaches the sink as UTF-8.
+    /// The same for wide text of less than 2^20 characters, which reaches the sink as UTF-8.
+    /// \return false if the text is longer or cannot be formatted
     bool LogPrintf(wchar_t const* format, ...);
 
     /// Starts the stopwatch of a step.

@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/detail/Channels.h"
 #include "algorithmVeld/common/detail/checked.h"
+#include "algorithmVeld/common/detail/unit_vector.h"
 
 #include <algorithm>
 #include <array>
@@ -321,12 +322,7 @@ void RangeData::update_vNrv_from_grid()
         { return vertex_at(map, r + down, c + right, get_vn()); };
         Vector3d const right = grid_step(vCoord, neighbour(0, -1), here, neighbour(0, 1));
         Vector3d const down = grid_step(vCoord, neighbour(-1, 0), here, neighbour(1, 0));
-        Vector3d const normal = right.cross(down);
-        double const length = normal.stableNorm();
-        if (length > 0.0 && normal.allFinite())
-        {
-            vNrv[i] = (normal / length).cast<float>();
-        }
+        vNrv[i] = detail::unit_or_zero(right.cross(down));
     }
 }
 

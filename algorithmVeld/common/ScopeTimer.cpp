@@ -5,12 +5,6 @@
 namespace OrvaneAlgorithm
 {
 
-void CQueryPerformance::print_spend_time(char const* label) const
-{
-    std::chrono::duration<double> const elapsed = std::chrono::steady_clock::now() - start_;
-    std::printf("%s %f s\n", label == nullptr ? "" : label, elapsed.count());
-}
-
 ScopeTimer::ScopeTimer(char const* name)
 {
     name = name == nullptr ? "" : name;

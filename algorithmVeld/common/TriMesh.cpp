@@ -116,12 +116,6 @@ void read_mesh(TriMesh& mesh, detail::BinaryReader& reader)
                        { reader.elements<std::uint32_t>(values.data(), values.size()); });
 }
 
-template <typename Handle>
-bool is_deleted(TriMesh const& mesh, Handle handle, bool has_status)
-{
-    return has_status && mesh.status(handle).deleted();
-}
-
 /// Whether the face's halfedges form a triangle of three different vertices.
 bool is_triangle(TriMesh const& mesh, OpenMesh::FaceHandle face)
 {
@@ -140,7 +134,7 @@ bool is_triangle(TriMesh const& mesh, OpenMesh::FaceHandle face)
     return h == first;
 }
 
-/// Whether the halfedge and its neighbours in the walk agree.
+/// Whether the halfedge and its neighbours in the walk agree, and its vertex knows of them.
 bool is_halfedge_linked(TriMesh const& mesh, OpenMesh::HalfedgeHandle h)
 {
     auto const next = mesh.next_halfedge_handle(h);
@@ -149,6 +143,7 @@ bool is_halfedge_linked(TriMesh const& mesh, OpenMesh::HalfedgeHandle h)
     return mesh.is_valid_handle(next) && mesh.is_valid_handle(prev) &&
            mesh.prev_halfedge_handle(next) == h && mesh.next_halfedge_handle(prev) == h &&
            mesh.is_valid_handle(mesh.to_vertex_handle(h)) &&
+           mesh.halfedge_handle(mesh.to_vertex_handle(h)).is_valid() &&
            mesh.from_vertex_handle(next) == mesh.to_vertex_handle(h) &&
            mesh.face_handle(next) == face && (!face.is_valid() || mesh.is_valid_handle(face));
 }
@@ -164,10 +159,6 @@ bool is_vertex_linked(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
 
 TriMesh::TriMesh(TriMesh const& other) : BaseData(other), Kernel(static_cast<Kernel const&>(other))
 {
-    if (other.is_swapped_out())
-    {
-        Kernel::clear();
-    }
 }
 
 TriMesh& TriMesh::operator=(TriMesh const& other)
@@ -177,10 +168,6 @@ TriMesh& TriMesh::operator=(TriMesh const& other)
     {
         BaseData::operator=(other);
         Kernel::operator=(other);
-        if (other.is_swapped_out())
-        {
-            Kernel::clear();
-        }
     }
     return *this;
 }
@@ -311,9 +298,8 @@ void TriMesh::rebuild_from_faces()
     }
     for (auto const& [a, b, c] : triangles)
     {
-        bool const is_left = !is_deleted(*this, a, has_vertex_status()) &&
-                             !is_deleted(*this, b, has_vertex_status()) &&
-                             !is_deleted(*this, c, has_vertex_status());
+        bool const is_left = !detail::is_deleted(*this, a) && !detail::is_deleted(*this, b) &&
+                             !detail::is_deleted(*this, c);
         if (is_left)
         {
             detail::add_face_checked(*this, a, b, c);

@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/image_io.h"
 
 #include "algorithmVeld/common/detail/AtomicFile.h"
+#include "algorithmVeld/common/detail/TextCursor.h"
 #include "algorithmVeld/common/detail/image_codecs.h"
 
 #include <algorithm>
@@ -21,21 +22,17 @@ using detail::RgbImage;
 using WriteImage = bool (*)(std::ostream&, RgbImage const&);
 using ReadImage = bool (*)(Bytes const&, RgbImage&);
 
-char lower_case(char c)
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 /// \return null for an unknown extension
 WriteImage writer_for(std::filesystem::path const& path)
 {
-    std::string extension = path.extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(), lower_case);
-    if (extension == ".png")
+    std::string const extension = path.extension().string();
+    auto const is = [&](char const* known)
+    { return detail::equal_ignoring_case(extension, known); };
+    if (is(".png"))
     {
         return detail::write_png;
     }
-    return extension == ".jpg" || extension == ".jpeg" ? detail::write_jpeg : nullptr;
+    return is(".jpg") || is(".jpeg") ? detail::write_jpeg : nullptr;
 }
 
 template <std::size_t N>

@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/mesh_conversion.h"
 
 #include "algorithmVeld/common/detail/AddFace.h"
+#include "algorithmVeld/common/detail/MeshScope.h"
 
 namespace OrvaneAlgorithm
 {
@@ -70,12 +71,6 @@ size_t add_faces(BaseTriMesh const& source, TriMesh& target)
     return left_out;
 }
 
-template <typename Handle>
-bool is_deleted(TriMesh const& mesh, Handle handle, bool has_status)
-{
-    return has_status && mesh.status(handle).deleted();
-}
-
 /// Copies the vertices. \return for each vertex its new index, -1 for a deleted one
 std::vector<int> copy_vertices(TriMesh const& source, BaseTriMesh& target)
 {
@@ -85,7 +80,7 @@ std::vector<int> copy_vertices(TriMesh const& source, BaseTriMesh& target)
     std::vector<int> new_index(source.n_vertices(), -1);
     for (auto const vertex : source.all_vertices())
     {
-        if (is_deleted(source, vertex, source.has_vertex_status()))
+        if (detail::is_deleted(source, vertex))
         {
             continue;
         }
@@ -136,7 +131,7 @@ void TriMesh_convert_to_BaseTriMesh(TriMesh const& source, BaseTriMesh& target)
     target.faces.reserve(source.n_faces());
     for (auto const face : source.all_faces())
     {
-        if (!is_deleted(source, face, source.has_face_status()))
+        if (!detail::is_deleted(source, face))
         {
             target.faces.push_back(corners_of(source, face, new_index));
             if (target.has_fNormal)

@@ -1,20 +1,18 @@
 #include "algorithmVeld/common/mesh_io.h"
 
+#include "algorithmVeld/common/detail/AtomicFile.h"
 #include "algorithmVeld/common/detail/MeshReaders.h"
 #include "algorithmVeld/common/detail/ObjWriter.h"
 #include "algorithmVeld/common/detail/QuietOpenMesh.h"
 #include "algorithmVeld/common/detail/TextCursor.h"
 #include "algorithmVeld/common/detail/openmesh_io.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <limits>
-#include <locale>
-#include <mutex>
 #include <new>
-#include <random>
 
 namespace OrvaneAlgorithm
 {
@@ -105,6 +103,7 @@ detail::MeshSoup read_soup(fs::path const& path)
     auto const& format = format_of(path);
     auto soup = format.read(file_content(path));
     detail::check_soup(soup);
+    detail::clean_attributes(soup);
     return soup;
 }
 
@@ -181,60 +180,14 @@ void write_om(TriMesh const& mesh, std::ostream& stream)
     export_by_openmesh(mesh, ".om", options, stream);
 }
 
-/// A file beside the one that is to be written, which takes its place when it is whole, and goes
-/// away otherwise.
-class PartialFile
+void require_good(detail::AtomicFile& file)
 {
-public:
-    explicit PartialFile(fs::path const& target) : target_(target), path_(target)
+    if (!file.stream() || file.error())
     {
-        std::error_code ignored;
-        if (fs::is_directory(target, ignored))
-        {
-            throw MeshFileError("is a directory");
-        }
-        path_ += "." + std::to_string(std::random_device()()) + ".part";
-        errno = 0;
-        stream_.imbue(std::locale::classic());
-        stream_.open(path_, std::ios::binary);
-        require_good();
+        auto const reason = file.error() ? file.error().message() : system_message(0);
+        throw MeshFileError("cannot be written: " + reason);
     }
-    ~PartialFile()
-    {
-        stream_.close();
-        std::error_code ignored;
-        fs::remove(path_, ignored);
-    }
-    PartialFile(PartialFile const&) = delete;
-    PartialFile& operator=(PartialFile const&) = delete;
-
-    std::ostream& stream() { return stream_; }
-
-    void commit()
-    {
-        stream_.close();
-        require_good();
-        std::error_code error;
-        fs::rename(path_, target_, error);
-        if (error)
-        {
-            throw MeshFileError("cannot be written: " + error.message());
-        }
-    }
-
-private:
-    void require_good() const
-    {
-        if (!stream_)
-        {
-            throw MeshFileError("cannot be written: " + system_message(errno));
-        }
-    }
-
-    fs::path target_;
-    fs::path path_;
-    std::ofstream stream_;
-};
+}
 
 bool has_deleted_elements(TriMesh const& mesh)
 {
@@ -248,7 +201,17 @@ bool has_deleted_elements(TriMesh const& mesh)
 void write_live_mesh(fs::path const& path, TriMesh const& mesh)
 {
     auto const& format = format_of(path);
-    PartialFile file(path);
+    if (mesh.is_swapped_out())
+    {
+        throw MeshFileError("cannot be written while the mesh is swapped out");
+    }
+    std::error_code ignored;
+    if (fs::is_directory(path, ignored))
+    {
+        throw MeshFileError("is a directory");
+    }
+    detail::AtomicFile file(path);
+    require_good(file);
     if (has_deleted_elements(mesh))
     {
         TriMesh live = mesh;
@@ -260,6 +223,7 @@ void write_live_mesh(fs::path const& path, TriMesh const& mesh)
         format.write(mesh, file.stream());
     }
     file.commit();
+    require_good(file);
 }
 
 /// A line that no name in a file or of a file can break or colour.

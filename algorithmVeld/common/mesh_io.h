@@ -21,8 +21,9 @@ struct MeshReadReport
 /// Reads a triangle mesh: PLY, STL, OBJ, OFF or OM (version 2.2), told by the extension in any
 /// case; ascii or binary. Vertex and face order are the file's (STL, which has no vertices, gets
 /// one for each distinct position, in the order of first use). Vertex normals and colours are
-/// carried where the file has them for all vertices; colours of bytes are scaled to 0 to 1. Points
-/// without any face are a mesh too, except in STL.
+/// carried where the file has them for all vertices; colours of bytes are scaled to 0 to 1. A
+/// normal or colour that is not finite becomes zero; the others stay. Points without any face are a
+/// mesh too, except in STL.
 ///
 /// A file that is missing, empty, cut off or damaged, that holds a coordinate that is not finite,
 /// an index out of range or a face that is no triangle is refused. What a format cannot tell is not
@@ -39,7 +40,7 @@ ALGORITHMVELD_API bool read_mesh(std::string const& path, TriMesh& mesh, MeshRea
 /// and OFF as text that brings back every float), with vertex normals and colours where the mesh
 /// has them and the format can hold them (STL cannot; colours are bytes except in OBJ). Elements
 /// marked deleted are left out. The file appears whole or not at all, and one that is there already
-/// stays until then.
+/// stays until then and leaves its permissions to the new one. Symbolic links are followed.
 /// \param error replaced: why it could not be written, one line that begins with the path; empty on
 ///        success
 /// \return true on success

@@ -354,6 +354,17 @@ TEST(RangeDataIo, GridsThatCannotBeReadAreNotWritten)
     EXPECT_EQ(files_in(dir), 0U);
 }
 
+TEST(RangeDataIo, FramesThatAreSwappedOutAreNotWritten)
+{
+    TempDir const dir;
+    RangeData frame = small_frame();
+    ASSERT_EQ(frame.swap_out_data(), 0);
+    EXPECT_EQ(CRangeDataIO::write_rge((dir.path() / "a.rge").wstring(), frame), 1);
+    EXPECT_EQ(files_in(dir), 0U);
+    ASSERT_EQ(frame.swap_in_data(), 0);
+    EXPECT_EQ(CRangeDataIO::write_rge((dir.path() / "a.rge").wstring(), frame), 0);
+}
+
 TEST(RangeDataIo, SwitchesAreOnOrOff)
 {
     FileBuilder file;

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <limits>
 #include <stdexcept>
+#include <vector>
 
 using namespace OrvaneAlgorithm;
 using namespace veld_test;
@@ -342,11 +343,64 @@ TEST(CloudSwap, names_differ_between_objects_and_copies)
     EXPECT_EQ(a.get_temp_full_name(), name);
     Cloud b = a;
     EXPECT_NE(b.get_temp_full_name(), name);
-    ASSERT_EQ(a.swap_out_data(), 0);
-    Cloud const copy = a;
-    EXPECT_EQ(copy.get_vn(), 0U);
-    a.swap_in_data();
-    expect_rows(a, {0, 1, 2});
+}
+
+TEST(CloudSwap, copy_of_a_swapped_cloud_brings_the_same_data_back)
+{
+    Cloud original = row_of(3);
+    ASSERT_EQ(original.swap_out_data(), 0);
+    std::filesystem::path const path = swap_path(original);
+    Cloud copy = original;
+    Cloud assigned = row_of(7);
+    assigned = original;
+    EXPECT_TRUE(copy.is_swapped_out() && assigned.is_swapped_out());
+    EXPECT_EQ(copy.get_vn() + assigned.get_vn(), 0U);
+    ASSERT_EQ(original.swap_in_data(), 0);
+    expect_rows(original, {0, 1, 2});
+    ASSERT_EQ(copy.swap_in_data(), 0);
+    expect_rows(copy, {0, 1, 2});
+    EXPECT_TRUE(std::filesystem::exists(path));
+    ASSERT_EQ(assigned.swap_in_data(), 0);
+    expect_rows(assigned, {0, 1, 2});
+    EXPECT_FALSE(has_leftover(path));
+}
+
+TEST(CloudSwap, copy_keeps_its_data_when_the_original_is_swapped_out_again)
+{
+    Cloud original = row_of(3);
+    ASSERT_EQ(original.swap_out_data(), 0);
+    Cloud copy = original;
+    ASSERT_EQ(original.swap_in_data(), 0);
+    original = row_of(5);
+    ASSERT_EQ(original.swap_out_data(), 0);
+    EXPECT_TRUE(std::filesystem::exists(swap_path(original)));
+    ASSERT_EQ(copy.swap_in_data(), 0);
+    expect_rows(copy, {0, 1, 2});
+    ASSERT_EQ(original.swap_in_data(), 0);
+    expect_rows(original, {0, 1, 2, 3, 4});
+}
+
+TEST(CloudSwap, growing_vector_keeps_swapped_clouds)
+{
+    std::vector<Cloud> clouds;
+    std::vector<std::filesystem::path> paths;
+    for (int i = 0; i < 20; ++i)
+    {
+        clouds.push_back(row_of(i));
+        paths.push_back(swap_path(clouds.back()));
+        ASSERT_EQ(clouds.back().swap_out_data(), 0);
+    }
+    for (int i = 0; i < 20; ++i)
+    {
+        auto& cloud = clouds[static_cast<size_t>(i)];
+        ASSERT_EQ(cloud.swap_in_data(), 0);
+        ASSERT_EQ(cloud.get_vn(), static_cast<size_t>(i));
+        ASSERT_EQ(cloud.vNrv, row_of(i).vNrv);
+    }
+    for (auto const& path : paths)
+    {
+        EXPECT_FALSE(has_leftover(path));
+    }
 }
 
 namespace
@@ -376,6 +430,19 @@ TEST(CloudSwap, overridden_name_is_used_and_removed)
         EXPECT_TRUE(std::filesystem::exists(path));
     }
     EXPECT_FALSE(std::filesystem::exists(path));
+
+    NamedCloud named(path.wstring());
+    named.add_vCoord({1, 2, 3});
+    ASSERT_EQ(named.swap_out_data(), 0);
+    Cloud copy = named;
+    ASSERT_EQ(named.swap_in_data(), 0);
+    named.add_vCoord({4, 5, 6});
+    ASSERT_EQ(named.swap_out_data(), 0);
+    ASSERT_EQ(copy.swap_in_data(), 0);
+    EXPECT_EQ(copy.get_vn(), 1U) << "the file that the copy needs is not written anew";
+    ASSERT_EQ(named.swap_in_data(), 0);
+    EXPECT_EQ(named.get_vn(), 2U);
+    EXPECT_FALSE(has_leftover(path));
 
     NamedCloud nowhere((path / "no" / "directory").wstring());
     nowhere.add_vCoord({1, 2, 3});

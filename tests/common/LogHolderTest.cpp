@@ -95,6 +95,18 @@ TEST(LogHolder, wide_text_reaches_the_sink_as_utf8)
     EXPECT_FALSE(l.log.LogPrintf(static_cast<wchar_t const*>(nullptr)));
 }
 
+TEST(LogHolder, wide_text_has_less_than_2_to_the_20_characters)
+{
+    Log l;
+    std::wstring text((1U << 20U) - 1, L'z');
+    EXPECT_TRUE(l.log.LogPrintf(L"%ls", text.c_str()));
+    EXPECT_EQ(l.text, std::string(text.size(), 'z'));
+    l.text.clear();
+    text += L'z';
+    EXPECT_FALSE(l.log.LogPrintf(L"%ls", text.c_str()));
+    EXPECT_EQ(l.text, "");
+}
+
 TEST(LogHolder, without_a_sink_text_goes_to_standard_output)
 {
     LogHolder log;

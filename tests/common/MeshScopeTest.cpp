@@ -38,6 +38,20 @@ bool has_no_status(TriMesh const& mesh)
 
 } // namespace
 
+TEST(IsDeleted, is_never_true_without_status)
+{
+    TriMesh mesh = veld_test::grid(2, 2);
+    OpenMesh::FaceHandle const face(3);
+    EXPECT_FALSE(detail::is_deleted(mesh, face));
+    EXPECT_FALSE(detail::is_deleted(mesh, veld_test::vh(0)));
+    DeletionScope const scope(mesh);
+    EXPECT_FALSE(detail::is_deleted(mesh, face));
+    mesh.delete_face(face, false);
+    mesh.delete_vertex(veld_test::vh(0), false);
+    EXPECT_TRUE(detail::is_deleted(mesh, face));
+    EXPECT_TRUE(detail::is_deleted(mesh, veld_test::vh(0)));
+}
+
 TEST(ScopedProperty, removes_itself_also_when_an_exception_leaves_the_scope)
 {
     TriMesh mesh = veld_test::grid(2, 2);

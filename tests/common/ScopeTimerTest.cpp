@@ -1,32 +1,17 @@
 #include "algorithmVeld/common/ScopeTimer.h"
 
 #include "tests/support/log_capture.h"
+#include "tests/support/standard_output.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <string>
-#include <thread>
 
 using namespace OrvaneAlgorithm;
 using testing::MatchesRegex;
-
-namespace
-{
-
-template <typename Body>
-std::string output_of(Body const& body)
-{
-    std::fflush(stdout);
-    testing::internal::CaptureStdout();
-    body();
-    std::fflush(stdout);
-    return testing::internal::GetCapturedStdout();
-}
-
-} // namespace
+using veld_test::output_of;
 
 TEST(ScopeTimer, prints_its_name_at_the_start_and_the_time_at_the_end)
 {
@@ -58,16 +43,4 @@ TEST(ScopeTimer, name_may_go_and_may_be_long_or_hold_a_percent_sign)
     EXPECT_NE(text.find("50 %s %d ......\n50 %s %d "), std::string::npos);
     EXPECT_NE(text.find("\n" + std::string(511, 'n') + " "), std::string::npos);
     EXPECT_EQ(text.find('x'), std::string::npos);
-}
-
-TEST(QueryPerformance, measures_from_its_last_reset)
-{
-    CQueryPerformance stopwatch;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    std::string const before = output_of([&] { stopwatch.print_spend_time("t"); });
-    stopwatch.reset();
-    std::string const after = output_of([&] { stopwatch.print_spend_time("t"); });
-    ASSERT_EQ(before.substr(0, 2), "t ");
-    EXPECT_GE(std::atof(before.c_str() + 2), 0.02);
-    EXPECT_LT(std::atof(after.c_str() + 2), std::atof(before.c_str() + 2));
 }

@@ -270,6 +270,18 @@ TEST(TriMesh, broken_links_are_seen_and_repaired)
     expect_repaired(mesh, 16);
 }
 
+TEST(TriMesh, vertex_of_a_face_that_passes_for_isolated_is_seen_and_repaired)
+{
+    TriMesh mesh = lone_triangle();
+    mesh.set_isolated(vh(0));
+    EXPECT_FALSE(mesh.is_legal());
+    mesh.repair_illegal();
+    EXPECT_TRUE(mesh.is_legal());
+    EXPECT_FALSE(mesh.is_isolated(vh(0)));
+    EXPECT_EQ(points(mesh), points(lone_triangle()));
+    EXPECT_EQ(mesh.n_faces(), 1U);
+}
+
 TEST(TriMesh, repair_of_broken_links_keeps_vertices_and_their_properties)
 {
     TriMesh mesh = grid(3, 3);
@@ -421,19 +433,40 @@ TEST(TriMeshSwap, missing_or_damaged_file_gives_an_empty_mesh_that_can_be_used)
     }
 }
 
-TEST(TriMeshSwap, copy_of_a_swapped_mesh_is_empty_and_the_mesh_comes_back)
+TEST(TriMeshSwap, copy_of_a_swapped_mesh_brings_the_same_data_back)
 {
-    TriMesh mesh = grid(2, 2);
+    TriMesh mesh = grid_with_attributes();
     OpenMesh::VPropHandleT<int> property;
     mesh.add_property(property);
+    mesh.property(property, vh(3)) = 33;
+    TriMesh const before = mesh;
     ASSERT_EQ(mesh.swap_out_data(), 0);
     TriMesh copy = mesh;
-    EXPECT_EQ(copy.property(property).n_elements(), 0U);
     TriMesh assigned = grid(5, 5);
     assigned = mesh;
-    EXPECT_EQ(assigned.n_vertices(), 0U);
-    assigned.add_vertex({0, 0, 0});
-    EXPECT_EQ(assigned.property(property).n_elements(), 1U);
-    ASSERT_EQ(mesh.swap_in_data(), 0);
-    expect_same(mesh, grid(2, 2));
+    mesh.clear();
+    for (TriMesh* const other : {&copy, &assigned})
+    {
+        EXPECT_EQ(other->n_vertices(), 0U);
+        ASSERT_EQ(other->swap_in_data(), 0);
+        expect_same(*other, before);
+        EXPECT_EQ(other->property(property, vh(3)), 33);
+        EXPECT_EQ(other->color(vh(4)), before.color(vh(4)));
+    }
+}
+
+TEST(TriMeshSwap, growing_vector_keeps_swapped_meshes)
+{
+    std::vector<TriMesh> meshes;
+    for (int i = 1; i < 9; ++i)
+    {
+        meshes.push_back(grid(i, 1));
+        ASSERT_EQ(meshes.back().swap_out_data(), 0);
+    }
+    for (int i = 1; i < 9; ++i)
+    {
+        auto& mesh = meshes[static_cast<size_t>(i - 1)];
+        ASSERT_EQ(mesh.swap_in_data(), 0);
+        expect_same(mesh, grid(i, 1));
+    }
 }

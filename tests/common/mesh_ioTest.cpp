@@ -275,6 +275,18 @@ TEST(MeshIo, refuses_an_unknown_extension_by_naming_the_known)
     }
 }
 
+TEST(MeshIo, writes_no_empty_file_of_a_mesh_that_is_swapped_out)
+{
+    TempDir const directory;
+    auto mesh = veld_test::lone_triangle();
+    ASSERT_EQ(mesh.swap_out_data(), 0);
+    auto const path = directory.file("mesh.ply");
+    std::string error;
+    EXPECT_FALSE(write_mesh(path, mesh, error));
+    EXPECT_EQ(error, path + ": cannot be written while the mesh is swapped out");
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
 TEST(MeshIo, keeps_an_error_on_one_line)
 {
     EXPECT_EQ(read_path("no\nsuch\x1b[1m.ply").report.error, "no?such?[1m.ply: no such file");
@@ -515,6 +527,38 @@ TEST(ReadObj, takes_colours_as_floats_and_as_bytes)
     auto const some = read_content("a.obj", "v 0 0 0 1 0.5 0\nv 1 0 0\n");
     ASSERT_TRUE(some.ok) << some.error;
     EXPECT_FALSE(some.mesh.has_vertex_colors());
+}
+
+TEST(ReadMesh, sets_normals_and_colours_that_are_not_finite_to_zero)
+{
+    auto const obj = read_content("a.obj", "v 0 0 0 nan 0 1\nv 1 0 0 1 0.5 0\nv 0 1 0 0 0 0\n"
+                                           "vn 0 inf 0\nvn 0 0 1\nvn 0 nan 1\n"
+                                           "f 1//1 2//2 3//3\n");
+    ASSERT_TRUE(obj.ok) << obj.error;
+    EXPECT_EQ(obj.mesh.normal(vh(0)), Vector3f(0, 0, 0));
+    EXPECT_EQ(obj.mesh.normal(vh(1)), Vector3f(0, 0, 1));
+    EXPECT_EQ(obj.mesh.normal(vh(2)), Vector3f(0, 0, 0));
+    EXPECT_EQ(obj.mesh.color(vh(0)), Vector3f(0, 0, 0));
+    EXPECT_EQ(obj.mesh.color(vh(1)), Vector3f(1, 0.5F, 0));
+
+    std::string const header = "ply\nformat binary_little_endian 1.0\nelement vertex 2\n"
+                               "property float x\nproperty float y\nproperty float z\n"
+                               "property float nx\nproperty float ny\nproperty float nz\n"
+                               "property float red\nproperty float green\nproperty float blue\n"
+                               "end_header\n";
+    std::string content = header;
+    float const infinite = std::numeric_limits<float>::infinity();
+    for (float const value : {0.F, 0.F, 0.F, 0.F, std::nanf(""), 1.F, 1.F, -infinite, 0.F, //
+                              1.F, 0.F, 0.F, 0.F, 1.F, 0.F, 0.25F, 0.5F, 0.75F})
+    {
+        content += bytes(value);
+    }
+    auto const ply = read_content("a.ply", content);
+    ASSERT_TRUE(ply.ok) << ply.error;
+    EXPECT_EQ(ply.mesh.normal(vh(0)), Vector3f(0, 0, 0));
+    EXPECT_EQ(ply.mesh.normal(vh(1)), Vector3f(0, 1, 0));
+    EXPECT_EQ(ply.mesh.color(vh(0)), Vector3f(0, 0, 0));
+    EXPECT_EQ(ply.mesh.color(vh(1)), Vector3f(0.25F, 0.5F, 0.75F));
 }
 
 // OFF.

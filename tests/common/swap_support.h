@@ -30,7 +30,7 @@ inline void write_bytes(std::filesystem::path const& path, std::string const& by
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
 }
 
-/// Whether anything like the file, finished or not, is left in its directory.
+/// Whether the file, or another one whose name begins so, is left in its directory.
 inline bool has_leftover(std::filesystem::path const& path)
 {
     for (auto const& entry : std::filesystem::directory_iterator(path.parent_path()))

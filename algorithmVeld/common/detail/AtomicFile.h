@@ -1,9 +1,11 @@
 #pragma once
 
 #include <atomic>
+#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <locale>
 #include <random>
 #include <string>
 #include <system_error>
@@ -24,21 +26,58 @@ inline std::string unique_file_suffix()
     return std::to_string(process) + "-" + std::to_string(count++);
 }
 
+/// The file that a path stands for, which need not be there: links are followed.
+/// \param error set if the links run in a circle or cannot be read
+inline std::filesystem::path without_links(std::filesystem::path path, std::error_code& error)
+{
+    constexpr int MOST_LINKS = 40;
+    for (int i = 0; i < MOST_LINKS; ++i)
+    {
+        std::error_code ignored;
+        if (!std::filesystem::is_symlink(std::filesystem::symlink_status(path, ignored)))
+        {
+            return path;
+        }
+        auto const next = std::filesystem::read_symlink(path, error);
+        if (error)
+        {
+            return path;
+        }
+        path = path.parent_path() / next;
+    }
+    error = std::make_error_code(std::errc::too_many_symbolic_link_levels);
+    return path;
+}
+
 /// A binary file that is written beside its place and moved there when it is complete: an existing
-/// file stays as it is until then. An unfinished one goes away with its scope.
+/// file stays as it is until then, and leaves its permissions to the new one. Where the place is a
+/// symbolic link the link stays, and the file that it names is written. An unfinished file goes
+/// away with its scope.
 class AtomicFile
 {
 public:
-    explicit AtomicFile(std::filesystem::path target)
-        : target_(std::move(target)), partial_(target_)
+    explicit AtomicFile(std::filesystem::path const& target)
+        : target_(without_links(target, error_))
     {
-        partial_ += "." + unique_file_suffix() + ".part";
-        stream_.open(partial_, std::ios::binary | std::ios::trunc);
+        // A name of its own: one made of the target's could be too long.
+        partial_ = target_.parent_path() / (".veld-" + unique_file_suffix() + ".part");
+        std::error_code ignored;
+        auto const before = std::filesystem::status(target_, ignored);
+        if (std::filesystem::is_directory(before))
+        {
+            error_ = std::make_error_code(std::errc::is_a_directory);
+        }
+        else if (std::filesystem::exists(before) && !std::filesystem::is_regular_file(before))
+        {
+            // A device or a pipe would be lost.
+            error_ = std::make_error_code(std::errc::operation_not_supported);
+        }
+        open(before);
     }
 
     ~AtomicFile()
     {
-        if (!committed_)
+        if (is_opened_ && !is_committed_)
         {
             stream_.close();
             std::error_code ignored;
@@ -51,25 +90,63 @@ public:
     /// Keeps its errors, so it is enough to commit at the end.
     std::ofstream& stream() { return stream_; }
 
+    /// Why the file could not be opened, or not be committed; none where the system did not say.
+    std::error_code const& error() const { return error_; }
+
     /// Moves the file to its place.
     /// \return false if anything of it could not be written; there is no new file then
     bool commit()
     {
+        if (stream_)
+        {
+            errno = 0; // a write that failed before has told its reason there
+        }
         stream_.close();
         if (stream_)
         {
-            std::error_code error;
-            std::filesystem::rename(partial_, target_, error);
-            committed_ = !error;
+            std::filesystem::rename(partial_, target_, error_);
+            is_committed_ = !error_;
         }
-        return committed_;
+        else if (!error_)
+        {
+            error_ = last_error();
+        }
+        return is_committed_;
     }
 
 private:
+    static std::error_code last_error() { return {errno, std::generic_category()}; }
+
+    void open(std::filesystem::file_status const& before)
+    {
+        if (error_)
+        {
+            stream_.setstate(std::ios::failbit);
+            return;
+        }
+        errno = 0;
+        stream_.imbue(std::locale::classic());
+        stream_.open(partial_, std::ios::binary | std::ios::trunc);
+        is_opened_ = stream_.is_open();
+        if (!is_opened_)
+        {
+            error_ = last_error();
+        }
+        else if (std::filesystem::is_regular_file(before))
+        {
+            // Now, while the file is empty: what others may not read they never may.
+            std::error_code ignored;
+            std::filesystem::permissions(
+                partial_, before.permissions() & std::filesystem::perms::all, ignored);
+        }
+    }
+
+    std::error_code error_;
     std::filesystem::path target_;
     std::filesystem::path partial_;
     std::ofstream stream_;
-    bool committed_ = false;
+    bool is_opened_ = false;
+    bool is_committed_ = false;
 };
 
 } // namespace OrvaneAlgorithm::detail

@@ -31,7 +31,8 @@ void keep_marked(std::vector<T>& values, std::vector<char> const& keep)
     values.erase(values.begin() + static_cast<std::ptrdiff_t>(kept), values.end());
 }
 
-/// A switch and its channel, which may have any length: what is read is what was written.
+/// A switch, one byte that is 0 or 1, and its channel, which may have any length: what is read is
+/// what was written.
 template <typename Scalar, typename T>
 void write_channel(BinaryWriter& writer, bool is_on, std::vector<T> const& values)
 {
@@ -42,7 +43,12 @@ void write_channel(BinaryWriter& writer, bool is_on, std::vector<T> const& value
 template <typename Scalar, typename T>
 void read_channel(BinaryReader& reader, bool& is_on, std::vector<T>& values)
 {
-    is_on = reader.scalar<unsigned char>() != 0;
+    auto const flag = reader.scalar<unsigned char>();
+    is_on = flag == 1;
+    if (flag > 1)
+    {
+        reader.fail();
+    }
     reader.array<Scalar>(values);
 }
 

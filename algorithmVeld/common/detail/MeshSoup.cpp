@@ -44,6 +44,14 @@ std::size_t add_faces(MeshSoup const& soup, TriMesh& mesh)
     return left_out;
 }
 
+void zero_where_not_finite(std::vector<Vector3f>& vectors)
+{
+    for (auto& v : vectors)
+    {
+        v = v.allFinite() ? v : Vector3f(Vector3f::Zero());
+    }
+}
+
 } // namespace
 
 void require_triangle(std::uint64_t face, std::uint64_t corners)
@@ -82,6 +90,12 @@ void check_soup(MeshSoup const& soup)
             }
         }
     }
+}
+
+void clean_attributes(MeshSoup& soup)
+{
+    zero_where_not_finite(soup.normals);
+    zero_where_not_finite(soup.colors);
 }
 
 std::size_t build_mesh(MeshSoup const& soup, TriMesh& mesh)

@@ -40,6 +40,10 @@ void require_triangle(std::uint64_t face, std::uint64_t corners);
 /// point that is not there.
 void check_soup(MeshSoup const& soup);
 
+/// Sets normals and colours that are not finite to zero: the mesh is usable without them, and what
+/// it is written to is not damaged by them.
+void clean_attributes(MeshSoup& soup);
+
 /// Makes the mesh of a checked soup, elements in the soup's order.
 /// \param mesh replaced as a whole; it has normals and colours exactly if the soup has them
 /// \return the number of faces that the half-edge structure cannot hold and that were left out

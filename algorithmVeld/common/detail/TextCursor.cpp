@@ -27,16 +27,41 @@ std::string_view without_plus(std::string_view word)
     return plus ? word.substr(1) : word;
 }
 
-/// A number that the type cannot hold: zero if its exponent is negative, infinite otherwise.
-template <typename Number>
-Number beyond_range(std::string_view word)
+/// The exponent of a number's text; 0 without one. One that fits no integer stops at a number that
+/// no text has digits enough to make good.
+std::int64_t exponent_of(std::string_view word)
 {
-    auto const exponent = word.find_first_of("eE");
-    if (exponent != std::string_view::npos && word.substr(exponent + 1, 1) == "-")
+    auto const e = word.find_first_of("eE");
+    if (e == std::string_view::npos)
     {
         return 0;
     }
-    return std::numeric_limits<Number>::infinity();
+    auto const digits = without_plus(word.substr(e + 1));
+    std::int64_t exponent = 0;
+    auto const result = std::from_chars(digits.data(), digits.data() + digits.size(), exponent);
+    std::int64_t const largest = std::numeric_limits<std::int64_t>::max() / 2;
+    return result.ec == std::errc::result_out_of_range ? (digits[0] == '-' ? -largest : largest)
+                                                       : std::clamp(exponent, -largest, largest);
+}
+
+/// The places from the decimal point to the first digit that is not zero: 1 for "5.2", -1 for
+/// "0.052". The digits, without an exponent, are not all zero.
+std::int64_t places_before_point(std::string_view digits)
+{
+    auto const point = std::min(digits.find('.'), digits.size());
+    auto const first = digits.find_first_of("123456789");
+    return static_cast<std::int64_t>(point) - static_cast<std::int64_t>(first) +
+           (first > point ? 1 : 0);
+}
+
+/// A number that the type cannot hold: zero if it is below one, infinite otherwise.
+template <typename Number>
+Number beyond_range(std::string_view word)
+{
+    auto const digits = word.substr(0, word.find_first_of("eE"));
+    bool const is_small = places_before_point(digits) + exponent_of(word) <= 0;
+    Number const size = is_small ? 0 : std::numeric_limits<Number>::infinity();
+    return word.front() == '-' ? -size : size;
 }
 
 template <typename Number>

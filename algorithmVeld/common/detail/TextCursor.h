@@ -34,7 +34,7 @@ private:
 };
 
 /// Whole words as numbers, whatever the language of the process. A number too large for the type
-/// becomes infinite, one too small becomes zero.
+/// becomes infinite, one too small becomes zero, both with its sign.
 /// \return false if the word is no number
 bool parse_number(std::string_view word, float& number);
 bool parse_number(std::string_view word, double& number);
