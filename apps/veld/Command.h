@@ -2,6 +2,7 @@
 
 #include "Console.h"
 #include "Json.h"
+#include "OutputFile.h"
 
 #include <memory>
 #include <string>
@@ -27,6 +28,9 @@ public:
     /// Adds the command's own options and its example.
     virtual void add_options(CLI::App& app) = 0;
 
+    /// The directory for the outputs, made if it is not there; empty for none.
+    virtual std::string directory() const { return {}; }
+
     /// The files that the command writes, which are tried before the work begins.
     virtual std::vector<std::string> outputs() const { return {}; }
 
@@ -34,8 +38,9 @@ public:
     virtual std::vector<std::string> inputs() const { return {}; }
 
     /// Does the work and prints its text.
+    /// \param outputs gets the files that are written; they are committed when all is done
     /// \return the result for `--json`
-    virtual Json run(Console& console) = 0;
+    virtual Json run(Console& console, Outputs& outputs) = 0;
 };
 
 std::unique_ptr<Command> make_info_command();

@@ -1,10 +1,9 @@
 #include "CommonOptions.h"
 
+#include "Numbers.h"
+
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
-
-#include <cmath>
-#include <limits>
 
 namespace veld
 {
@@ -14,12 +13,23 @@ namespace
 
 constexpr int max_threads = 1024;
 
-/// The number that a text holds from its first to its last character, or not a number.
-double parse_number(std::string const& text)
+/// An option for a number in decimal notation, which CLI11's own conversion does not insist on.
+/// \param explain gets the text and the number, null if it is none; returns what is wrong with it
+template <typename Number, typename Check>
+CLI::Option* add_checked(CLI::App& app, std::string const& name, Number& value,
+                         std::string const& description, char const* type, Check const& explain)
 {
-    double value = 0.0;
-    return CLI::detail::lexical_cast(text, value) ? value
-                                                  : std::numeric_limits<double>::quiet_NaN();
+    return app
+        .add_option_function<std::string>(
+            name, [&value](std::string const& text) { parse_number(text, value); }, description)
+        ->type_name(type)
+        ->check(
+            [explain](std::string const& text)
+            {
+                Number number{};
+                bool const is_number = parse_number(text, number);
+                return explain(text, is_number ? &number : nullptr);
+            });
 }
 
 } // namespace
@@ -42,48 +52,40 @@ void set_example(CLI::App& app, std::string const& arguments)
 CLI::Option* add_length(CLI::App& app, std::string const& name, double& value,
                         std::string const& description)
 {
-    return app.add_option(name, value, description)
-        ->type_name("L")
-        ->check(
-            [](std::string const& text)
-            {
-                double const number = parse_number(text);
-                bool const right = std::isfinite(number) && number >= 0.0;
-                return right ? std::string()
-                             : fmt::format("'{}' is not a length: 0 or more millimetres", text);
-            });
+    return add_checked(app, name, value, description, "L",
+                       [](std::string const& text, double const* number)
+                       {
+                           return number != nullptr && *number >= 0.0
+                                      ? std::string()
+                                      : fmt::format("'{}' is not a length: 0 or more millimetres",
+                                                    text);
+                       });
 }
 
 CLI::Option* add_number(CLI::App& app, std::string const& name, double& value, double min,
                         double max, std::string const& description)
 {
-    return app.add_option(name, value, description)
-        ->type_name("X")
-        ->check(
-            [min, max](std::string const& text)
-            {
-                double const number = parse_number(text);
-                bool const right = number >= min && number <= max;
-                return right ? std::string()
-                             : fmt::format("'{}' is not a number from {} to {}", text, min, max);
-            });
+    return add_checked(app, name, value, description, "X",
+                       [min, max](std::string const& text, double const* number)
+                       {
+                           return number != nullptr && *number >= min && *number <= max
+                                      ? std::string()
+                                      : fmt::format("'{}' is not a number from {} to {}", text, min,
+                                                    max);
+                       });
 }
 
 CLI::Option* add_integer(CLI::App& app, std::string const& name, int& value, int min, int max,
                          std::string const& description)
 {
-    return app.add_option(name, value, description)
-        ->type_name("N")
-        ->check(
-            [min, max](std::string const& text)
-            {
-                int number = 0;
-                bool const right =
-                    CLI::detail::lexical_cast(text, number) && number >= min && number <= max;
-                return right ? std::string()
-                             : fmt::format("'{}' is not a whole number from {} to {}", text, min,
-                                           max);
-            });
+    return add_checked(app, name, value, description, "N",
+                       [min, max](std::string const& text, int const* number)
+                       {
+                           return number != nullptr && *number >= min && *number <= max
+                                      ? std::string()
+                                      : fmt::format("'{}' is not a whole number from {} to {}",
+                                                    text, min, max);
+                       });
 }
 
 } // namespace veld

@@ -1,13 +1,10 @@
 #include "Command.h"
 #include "CommonOptions.h"
 #include "DemoScan.h"
-#include "Errors.h"
 #include "Filling.h"
 #include "HoleSummary.h"
 #include "MeshFiles.h"
 #include "MeshHealth.h"
-#include "NewFaces.h"
-#include "OutputFile.h"
 #include "Picture.h"
 #include "Session.h"
 
@@ -24,38 +21,7 @@ namespace veld
 namespace
 {
 
-/// The directory, made if it is not there. Takes it back unless the demo was finished.
-class DemoDirectory
-{
-public:
-    explicit DemoDirectory(std::string const& path) : path_(path)
-    {
-        std::error_code error;
-        made_ = fs::create_directories(path_, error);
-        if (!fs::is_directory(path_, error))
-        {
-            throw InputError(path + ": is no directory and cannot be made one");
-        }
-    }
-    ~DemoDirectory()
-    {
-        std::error_code ignored;
-        if (made_ && !finished_)
-        {
-            fs::remove_all(path_, ignored);
-        }
-    }
-    DemoDirectory(DemoDirectory const&) = delete;
-    DemoDirectory& operator=(DemoDirectory const&) = delete;
-
-    std::string file(char const* name) const { return (path_ / name).string(); }
-    void finish() { finished_ = true; }
-
-private:
-    fs::path path_;
-    bool made_ = false;
-    bool finished_ = false;
-};
+constexpr int largest_small_hole = 12; // in edges; a marker of the scan has about nine
 
 class DemoCommand : public Command
 {
@@ -68,38 +34,43 @@ public:
         set_example(app, "demo -o veld-demo");
     }
 
-    Json run(Console& console) override
+    std::string directory() const override { return directory_; }
+
+    std::vector<std::string> outputs() const override
     {
-        DemoDirectory directory(directory_);
-        std::vector<std::string> const files{
-            directory.file("scan.ply"), directory.file("before.png"), directory.file("filled.ply"),
-            directory.file("after.png")};
-        check_outputs(files, {});
+        return {file("scan.ply"), file("before.png"), file("filled.ply"), file("after.png")};
+    }
+
+    Json run(Console& console, Outputs& outputs) override
+    {
         Json result;
         TriMesh mesh;
-        result["scan"] = make_scan(mesh, files[0], console);
-        TriMesh const scan = mesh;
-        result["before"] = draw(scan, {}, files[1], console);
-        result["fill"] = fill(mesh, files[2], console);
-        result["after"] = draw(mesh, mark_new_faces(mesh, scan), files[3], console);
-        directory.finish();
+        result["scan"] = make_scan(mesh, outputs.add(file("scan.ply")), console);
+        result["before"] = draw(mesh, {}, outputs.add(file("before.png")), console);
+        FillResult const filled = fill(mesh);
+        save_mesh(outputs.add(file("filled.ply")), mesh);
+        result["fill"] = report_filling(file("filled.ply"), filled, console);
+        result["after"] =
+            draw(mesh, mark_passes(mesh, filled), outputs.add(file("after.png")), console);
         return result;
     }
 
 private:
-    static Json make_scan(TriMesh& mesh, std::string const& path, Console& console)
+    std::string file(char const* name) const { return (fs::path(directory_) / name).string(); }
+
+    static Json make_scan(TriMesh& mesh, OutputFile const& file, Console& console)
     {
         {
             Step const step("make-scan");
             mesh = make_demo_scan();
         }
-        save_mesh(path, mesh);
+        save_mesh(file, mesh);
         MeshHealth const health = measure_health(mesh);
-        console.print(fmt::format("{}: a damaged scan, {}, {}, {}, {}\n", path,
+        console.print(fmt::format("{}: a damaged scan, {}, {}, {}, {}\n", file.path(),
                                   counted(health.faces, "face"), counted(health.holes, "hole"),
                                   counted(health.components, "piece"),
                                   counted(health.non_manifold_vertices, "non-manifold spot")));
-        return {{"file", path},
+        return {{"file", file.path()},
                 {"vertices", health.vertices},
                 {"faces", health.faces},
                 {"holes", health.holes},
@@ -107,26 +78,58 @@ private:
                 {"non_manifold_vertices", health.non_manifold_vertices}};
     }
 
-    static Json fill(TriMesh& mesh, std::string const& path, Console& console)
+    /// Care for the larger holes, then ears for what is left: the small ones, where they are as
+    /// good and faster, and the rims of loose specks, where they see that there is no hole.
+    static FillResult fill(TriMesh& mesh)
     {
-        FillSettings settings;
-        settings.max_perimeter = box_diagonal(mesh);
-        FillResult const result = fill_mesh(mesh, settings);
-        save_mesh(path, mesh);
+        FillSettings large;
+        large.method = FillMethod::core;
+        large.min_edges = largest_small_hole + 1;
+        large.max_perimeter = box_diagonal(mesh);
+        FillSettings others;
+        others.method = FillMethod::trim;
+        others.max_perimeter = large.max_perimeter;
+        return fill_mesh(mesh, {large, others});
+    }
+
+    static Json report_filling(std::string const& path, FillResult const& result, Console& console)
+    {
+        FillPass const& large = result.passes.at(0);
+        FillPass const& others = result.passes.at(1);
         console.print(to_text(path, result));
+        console.print(fmt::format("  core closed {} of more than {} edges: {} added\n",
+                                  counted(large.holes_before - large.holes_after, "hole"),
+                                  largest_small_hole, added(large.new_faces, large.new_vertices)));
+        console.print(fmt::format("  trim closed {} of the others: {} added\n",
+                                  others.holes_before - others.holes_after,
+                                  added(others.new_faces, others.new_vertices)));
         Json json{{"file", path}};
         json.update(to_json(result));
+        json["large_holes"] = to_json(large);
+        json["large_holes"]["min_edges"] = largest_small_hole + 1;
+        json["other_holes"] = to_json(others);
         return json;
     }
 
-    static Json draw(TriMesh const& mesh, std::vector<char> const& marks, std::string const& path,
+    /// The faces of each method in its own colour. They stand behind the old ones, pass by pass.
+    static std::vector<char> mark_passes(TriMesh const& mesh, FillResult const& result)
+    {
+        std::vector<char> marks(mesh.n_faces() - result.new_faces, 0);
+        for (auto const& pass : result.passes)
+        {
+            marks.resize(marks.size() + pass.new_faces, pass.method == FillMethod::core ? 2 : 1);
+        }
+        return marks;
+    }
+
+    static Json draw(TriMesh const& mesh, std::vector<char> const& marks, OutputFile const& file,
                      Console& console)
     {
         PictureSettings settings;
         settings.view = {8.0, 14.0, UpAxis::y};
-        save_picture(path, draw_picture(mesh, settings, marks));
-        console.print(path + ": drawn\n");
-        return {{"file", path}, {"width", settings.width}, {"height", settings.height}};
+        save_picture(file, draw_picture(mesh, settings, marks));
+        console.print(file.path() + ": drawn\n");
+        return {{"file", file.path()}, {"width", settings.width}, {"height", settings.height}};
     }
 
     std::string directory_ = "veld-demo";

@@ -6,16 +6,13 @@
 
 #include <CLI/CLI.hpp>
 
-#include <map>
-
 namespace veld
 {
 
 namespace
 {
 
-std::map<std::string, FillMethod> const methods{{"clip", FillMethod::clip},
-                                                {"trim", FillMethod::trim}};
+constexpr int max_rings = 1000;
 
 class FillCommand : public Command
 {
@@ -29,11 +26,16 @@ public:
             ->required()
             ->type_name("OUT");
         app.add_option("--method", method_,
-                       "clip: convex corners only, for flat holes; trim: all corners, holes in "
-                       "parallel (default: trim)")
+                       "trim: flat triangles between the rim's vertices, nothing moves; clip: the "
+                       "same, convex corners only, for flat holes; core: new vertices, as dense "
+                       "as the mesh and as smooth as it, and the region around a hole moves too "
+                       "(default: trim)")
             ->type_name("NAME")
-            ->check(CLI::IsMember(std::vector<std::string>{"clip", "trim"}));
+            ->check(CLI::IsMember(std::vector<std::string>{"clip", "trim", "core"}));
         add_limits(app);
+        add_ear_options(app);
+        add_core_options(app);
+        app.callback([this] { refuse_unused_options(); });
         set_example(app, "fill scan.ply -o filled.ply --method trim --max-perimeter 100");
     }
 
@@ -45,19 +47,20 @@ public:
         return {output_};
     }
 
-    Json run(Console& console) override
+    Json run(Console& console, Outputs& outputs) override
     {
         TriMesh mesh;
         load_mesh(mesh_, mesh, console);
         FillSettings settings = settings_;
-        settings.method = methods.at(method_);
+        settings.method = fill_methods().at(method_);
+        settings.smoothness = smoothness_.at(1) - '0';
         if (perimeter_->count() == 0)
         {
             // The outer border of an open scan is longer than this, a hole hardly ever.
             settings.max_perimeter = box_diagonal(mesh);
         }
-        FillResult const result = fill_mesh(mesh, settings);
-        save_mesh(output_, mesh);
+        FillResult const result = fill_mesh(mesh, {settings});
+        save_mesh(outputs.add(output_), mesh);
         console.print(to_text(output_, result));
         return to_json(result);
     }
@@ -70,17 +73,52 @@ private:
                                 "the bounding box, so that the border of an open scan stays open)");
         add_integer(app, "--max-edges", settings_.max_edges, 0, 1'000'000'000,
                     "Only holes of at most so many edges, 0: any (default: 0)");
-        add_length(app, "--edge-length", settings_.edge_length,
-                   "Stop a hole at a new edge longer than this in mm, 0: any (default: 0)");
-        add_number(app, "--normal-angle", settings_.normal_angle, 0.0, 180.0,
-                   "Stop a hole at a new face turned more than this away from the faces around it, "
-                   "in degrees, 180: any (default: 150)");
+    }
+
+    void add_ear_options(CLI::App& app)
+    {
+        ear_options_.push_back(add_length(app, "--edge-length", settings_.edge_length,
+                                          "clip and trim: stop a hole at a new edge longer than "
+                                          "this in mm, 0: any (default: 0)"));
+        ear_options_.push_back(add_number(app, "--normal-angle", settings_.normal_angle, 0.0, 180.0,
+                                          "clip and trim: stop a hole at a new face turned more "
+                                          "than this away from the faces around it, in degrees, "
+                                          "180: any (default: 150)"));
+    }
+
+    void add_core_options(CLI::App& app)
+    {
+        core_options_.push_back(
+            add_integer(app, "--rings", settings_.rings, 0, max_rings,
+                        "core: so many rings of faces around a hole move with it (default: 3)"));
+        core_options_.push_back(
+            app.add_option("--smooth", smoothness_,
+                           "core: the surface goes on in its position (c0), its tangent planes "
+                           "(c1) or its curvature (c2) (default: c1)")
+                ->type_name("NAME")
+                ->check(CLI::IsMember(std::vector<std::string>{"c0", "c1", "c2"})));
+    }
+
+    /// An option without effect is most likely a mistake in the method.
+    void refuse_unused_options() const
+    {
+        for (auto const* option : method_ == "core" ? ear_options_ : core_options_)
+        {
+            if (option->count() > 0)
+            {
+                throw CLI::ValidationError(option->get_name(),
+                                           "--method " + method_ + " does not use it");
+            }
+        }
     }
 
     std::string mesh_;
     std::string output_;
     std::string method_ = "trim";
     CLI::Option* perimeter_ = nullptr;
+    std::vector<CLI::Option*> ear_options_;
+    std::vector<CLI::Option*> core_options_;
+    std::string smoothness_ = "c1";
     FillSettings settings_;
 };
 

@@ -1,10 +1,12 @@
 #include "Filling.h"
 
 #include "HoleSummary.h"
-#include "Session.h"
+#include "KeptAttributes.h"
 
 #include "algorithmVeld/HoleFilling/EarClipping.h"
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
+#include "algorithmVeld/HoleFilling/HoleFillingCore.h"
+#include "algorithmVeld/common/ParamHolder.h"
 
 #include <fmt/format.h>
 
@@ -15,7 +17,9 @@
 namespace veld
 {
 
+using OrvaneAlgorithm::Holes;
 using OrvaneAlgorithm::OpenHole;
+using OrvaneAlgorithm::OpenReason;
 using OrvaneAlgorithm::TriMesh;
 
 namespace
@@ -51,19 +55,75 @@ std::vector<OpenHole> trim(TriMesh& mesh, FillSettings const& settings)
     return ears.open_holes();
 }
 
+std::vector<OpenHole> fill_carefully(TriMesh& mesh, FillSettings const& settings)
+{
+    std::vector<OpenHole> open;
+    Holes holes;
+    for (auto const& hole : all_holes(mesh))
+    {
+        bool const any_length = !(settings.max_perimeter > 0.0);
+        if (hole.size() < static_cast<std::size_t>(settings.min_edges))
+        {
+            continue;
+        }
+        if (any_length || hole_perimeter(mesh, hole) < settings.max_perimeter)
+        {
+            holes.push_back(hole);
+        }
+        else
+        {
+            open.push_back({hole, OpenReason::PERIMETER_TOO_LONG});
+        }
+    }
+    if (holes.empty())
+    {
+        return open;
+    }
+
+    KeptAttributes const attributes(mesh);
+    OrvaneAlgorithm::HoleFillingCore core;
+    core.set_smooth_type(settings.smoothness);
+    core.set_use_hole_vert_num_thr(settings.max_edges > 0);
+    core.set_hole_verts_thr(settings.max_edges);
+    std::vector<bool> filled;
+    std::vector<std::vector<OpenMesh::FaceHandle>> new_faces;
+    std::vector<std::vector<OpenMesh::VertexHandle>> new_vertices;
+    std::vector<std::vector<OpenMesh::VertexHandle>> patches;
+    core.fill_holes_core_ex(mesh, holes, filled, settings.rings, new_faces, new_vertices, patches,
+                            OrvaneAlgorithm::gPH.log_enabled);
+    attributes.restore(mesh);
+    open.insert(open.end(), core.open_holes().begin(), core.open_holes().end());
+    return open;
+}
+
+std::vector<OpenHole> run_pass(TriMesh& mesh, FillSettings const& settings)
+{
+    switch (settings.method)
+    {
+    case FillMethod::clip:
+        return clip(mesh, settings);
+    case FillMethod::trim:
+        return trim(mesh, settings);
+    case FillMethod::core:
+        return fill_carefully(mesh, settings);
+    }
+    return {};
+}
+
 /// Finds why a hole stayed open. The loops of a run may touch themselves where the holes of a
 /// search are simple, so the two are matched by their rims' edges: each has one open side only.
 class ReasonFinder
 {
 public:
-    explicit ReasonFinder(std::vector<OpenHole> const& open_holes)
+    /// Takes the holes that a pass left open. They override what an earlier one left.
+    void add(std::vector<OpenHole> const& open_holes)
     {
         for (auto const& open : open_holes)
         {
             for (std::size_t i = 0; i < open.corners.size(); ++i)
             {
                 auto const next = open.corners[(i + 1) % open.corners.size()];
-                reasons_.emplace(Edge(open.corners[i].idx(), next.idx()), open.reason);
+                reasons_[Edge(open.corners[i].idx(), next.idx())] = open.reason;
             }
         }
     }
@@ -84,13 +144,11 @@ public:
 
 private:
     using Edge = std::pair<int, int>;
-    std::map<Edge, OrvaneAlgorithm::OpenReason> reasons_;
+    std::map<Edge, OpenReason> reasons_;
 };
 
-std::vector<OpenHoleReport> report_open_holes(TriMesh& mesh,
-                                              std::vector<OpenHole> const& open_holes)
+std::vector<OpenHoleReport> report_open_holes(TriMesh& mesh, ReasonFinder const& finder)
 {
-    ReasonFinder const finder(open_holes);
     std::vector<OpenHoleReport> reports;
     for (auto const& hole : all_holes(mesh))
     {
@@ -102,22 +160,47 @@ std::vector<OpenHoleReport> report_open_holes(TriMesh& mesh,
 
 } // namespace
 
-FillResult fill_mesh(TriMesh& mesh, FillSettings const& settings)
+std::string added(std::size_t faces, std::size_t vertices)
+{
+    std::string const text = counted(faces, "face");
+    return vertices == 0
+               ? text
+               : fmt::format("{} and {} {}", text, vertices, vertices == 1 ? "vertex" : "vertices");
+}
+
+std::map<std::string, FillMethod> const& fill_methods()
+{
+    static std::map<std::string, FillMethod> const methods{
+        {"clip", FillMethod::clip}, {"trim", FillMethod::trim}, {"core", FillMethod::core}};
+    return methods;
+}
+
+FillResult fill_mesh(TriMesh& mesh, std::vector<FillSettings> const& passes)
 {
     FillResult result;
     result.holes_before = all_holes(mesh).size();
-    std::size_t const vertices = mesh.n_vertices();
-    std::size_t const faces = mesh.n_faces();
+    ReasonFinder finder;
+    std::size_t holes = result.holes_before;
+    for (auto const& settings : passes)
+    {
+        std::size_t const vertices = mesh.n_vertices();
+        std::size_t const faces = mesh.n_faces();
+        auto const start = std::chrono::steady_clock::now();
+        finder.add(run_pass(mesh, settings));
+        result.seconds +=
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 
-    auto const start = std::chrono::steady_clock::now();
-    auto const open_holes =
-        settings.method == FillMethod::clip ? clip(mesh, settings) : trim(mesh, settings);
-    result.seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-
-    result.new_vertices = mesh.n_vertices() - vertices;
-    result.new_faces = mesh.n_faces() - faces;
-    result.open = report_open_holes(mesh, open_holes);
+        FillPass pass;
+        pass.method = settings.method;
+        pass.holes_before = holes;
+        pass.holes_after = holes = all_holes(mesh).size();
+        pass.new_vertices = mesh.n_vertices() - vertices;
+        pass.new_faces = mesh.n_faces() - faces;
+        result.new_vertices += pass.new_vertices;
+        result.new_faces += pass.new_faces;
+        result.passes.push_back(pass);
+    }
+    result.open = report_open_holes(mesh, finder);
     result.holes_after = result.open.size();
     return result;
 }
@@ -141,11 +224,28 @@ Json to_json(FillResult const& result)
     return json;
 }
 
+Json to_json(FillPass const& pass)
+{
+    Json json;
+    for (auto const& [name, method] : fill_methods())
+    {
+        if (method == pass.method)
+        {
+            json["method"] = name;
+        }
+    }
+    json["holes_before"] = pass.holes_before;
+    json["holes_after"] = pass.holes_after;
+    json["new_faces"] = pass.new_faces;
+    json["new_vertices"] = pass.new_vertices;
+    return json;
+}
+
 std::string to_text(std::string const& path, FillResult const& result)
 {
     std::string text = fmt::format("{}: {} before, {} after, {} added in {:.3g} s\n", path,
                                    counted(result.holes_before, "hole"), result.holes_after,
-                                   counted(result.new_faces, "face"), result.seconds);
+                                   added(result.new_faces, result.new_vertices), result.seconds);
     for (auto const& open : result.open)
     {
         text += fmt::format("  hole {} stays open ({}, {:.6g} mm): {}\n", open.hole,

@@ -25,8 +25,10 @@ double hole_perimeter(TriMesh const& mesh, Hole const& hole)
     double perimeter = 0.0;
     for (std::size_t i = 0; i < hole.size(); ++i)
     {
-        Vector3f const side = mesh.point(hole[(i + 1) % hole.size()]) - mesh.point(hole[i]);
-        perimeter += static_cast<double>(side.norm());
+        // In double, where the square of no float overflows.
+        perimeter += (mesh.point(hole[(i + 1) % hole.size()]).cast<double>() -
+                      mesh.point(hole[i]).cast<double>())
+                         .norm();
     }
     return perimeter;
 }

@@ -24,7 +24,7 @@ struct HoleSummary
 /// All holes, in the order of the library. Empty for a closed mesh.
 OrvaneAlgorithm::Holes all_holes(OrvaneAlgorithm::TriMesh& mesh);
 
-/// Length of a hole's rim. Summed as the library sums it, so that it compares with the same limits.
+/// Length of a hole's rim in millimetres, finite for any finite coordinates.
 double hole_perimeter(OrvaneAlgorithm::TriMesh const& mesh, Hole const& hole);
 
 HoleSummary summarise(OrvaneAlgorithm::TriMesh const& mesh, Hole const& hole);

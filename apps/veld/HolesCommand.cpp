@@ -4,6 +4,7 @@
 #include "HoleSummary.h"
 #include "MarkerFile.h"
 #include "MeshFiles.h"
+#include "Numbers.h"
 #include "Session.h"
 
 #include "algorithmVeld/common/ParamHolder.h"
@@ -11,6 +12,9 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+
+#include <array>
+#include <sstream>
 
 namespace veld
 {
@@ -27,19 +31,15 @@ namespace
 /// \return false if the text is anything else
 bool parse_point(std::string const& text, Vector3f& point)
 {
-    auto const parts = CLI::detail::split(text, ',');
-    if (parts.size() != 3)
+    std::istringstream stream(text + ","); // a comma behind each number, so that none hides
+    std::array<std::string, 4> parts;
+    std::size_t count = 0;
+    while (count < parts.size() && std::getline(stream, parts[count], ','))
     {
-        return false;
+        ++count;
     }
-    for (int i = 0; i < 3; ++i)
-    {
-        if (!CLI::detail::lexical_cast(parts[static_cast<std::size_t>(i)], point[i]))
-        {
-            return false;
-        }
-    }
-    return point.allFinite();
+    return count == 3 && parse_number(parts[0], point[0]) && parse_number(parts[1], point[1]) &&
+           parse_number(parts[2], point[2]);
 }
 
 std::string check_point(std::string const& text)
@@ -97,7 +97,7 @@ public:
                                 : std::vector<std::string>{mesh_, markers_};
     }
 
-    Json run(Console& console) override
+    Json run(Console& console, Outputs& /*outputs*/) override
     {
         // A wrong marker file is told before a large mesh is read.
         Markers const markers = markers_.empty() ? Markers() : read_markers(markers_, use_normals_);

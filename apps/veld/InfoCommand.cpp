@@ -67,7 +67,7 @@ public:
 
     std::vector<std::string> inputs() const override { return {mesh_}; }
 
-    Json run(Console& console) override
+    Json run(Console& console, Outputs& /*outputs*/) override
     {
         TriMesh mesh;
         std::size_t const left_out = load_mesh(mesh_, mesh, console);

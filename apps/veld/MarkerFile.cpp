@@ -1,9 +1,11 @@
 #include "MarkerFile.h"
 
 #include "Errors.h"
+#include "Numbers.h"
 
 #include <fmt/format.h>
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -25,10 +27,8 @@ bool parse_numbers(std::string const& line, std::vector<float>& numbers)
     words.imbue(std::locale::classic());
     for (std::string word; words >> word;)
     {
-        std::istringstream stream(word);
-        stream.imbue(std::locale::classic());
         float number = 0.0F;
-        if (!(stream >> number) || !stream.eof() || !std::isfinite(number))
+        if (!parse_number(word, number))
         {
             return false;
         }
@@ -57,16 +57,44 @@ void add_marker(Markers& markers, std::vector<float> const& numbers, std::string
     }
 }
 
+/// The file, behind the byte order mark that some editors write.
+std::ifstream open_markers(std::string const& path)
+{
+    std::error_code error;
+    auto const status = std::filesystem::status(path, error);
+    if (!std::filesystem::exists(status))
+    {
+        throw InputError(path + ": no such file");
+    }
+    if (std::filesystem::is_directory(status))
+    {
+        throw InputError(path + ": is a directory");
+    }
+    // Tested before it is opened: to open a pipe is to wait for the other end.
+    if (!std::filesystem::is_regular_file(status))
+    {
+        throw InputError(path + ": is not a file");
+    }
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream)
+    {
+        throw InputError(path + ": cannot be opened");
+    }
+    std::array<char, 3> start{};
+    stream.read(start.data(), start.size());
+    if (!stream || start != std::array<char, 3>{'\xEF', '\xBB', '\xBF'})
+    {
+        stream.clear();
+        stream.seekg(0);
+    }
+    return stream;
+}
+
 } // namespace
 
 Markers read_markers(std::string const& path, bool with_normals)
 {
-    std::error_code error;
-    std::ifstream stream(path);
-    if (std::filesystem::is_directory(path, error) || !stream)
-    {
-        throw InputError(path + ": cannot be opened");
-    }
+    auto stream = open_markers(path);
     Markers markers;
     std::string line;
     for (int number = 1; std::getline(stream, line); ++number)

@@ -1,7 +1,6 @@
 #include "MeshFiles.h"
 
 #include "Errors.h"
-#include "OutputFile.h"
 #include "Session.h"
 
 #include "algorithmVeld/common/mesh_io.h"
@@ -29,13 +28,15 @@ std::size_t load_mesh(std::string const& path, TriMesh& mesh, Console& console)
     return report.faces_left_out;
 }
 
-void save_mesh(std::string const& path, TriMesh const& mesh)
+void save_mesh(OutputFile const& file, TriMesh const& mesh)
 {
     Step const step("write-mesh");
+    std::string const temporary = file.temporary();
     std::string error;
-    if (!write_mesh(path, mesh, error))
+    if (!write_mesh(temporary, mesh, error))
     {
-        throw OperationError(error);
+        bool const named = error.compare(0, temporary.size(), temporary) == 0;
+        throw OperationError(named ? file.path() + error.substr(temporary.size()) : error);
     }
 }
 

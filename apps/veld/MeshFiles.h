@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Console.h"
+#include "OutputFile.h"
 
 #include "algorithmVeld/common/TriMesh.h"
 
@@ -16,8 +17,8 @@ using OrvaneAlgorithm::TriMesh;
 /// \return how many faces were left out
 std::size_t load_mesh(std::string const& path, TriMesh& mesh, Console& console);
 
-/// Writes a mesh file as a whole or not at all.
-void save_mesh(std::string const& path, TriMesh const& mesh);
+/// Writes a mesh file in the format that its extension names.
+void save_mesh(OutputFile const& file, TriMesh const& mesh);
 
 /// Refuses a path whose extension is no mesh format.
 void check_mesh_extension(std::string const& path);

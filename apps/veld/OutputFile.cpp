@@ -17,9 +17,30 @@ namespace veld
 namespace
 {
 
-/// A name beside `path` that nobody has, with the same extension.
+constexpr int most_links = 40; // in a chain, as Linux counts
+
+/// The file that a path names, behind symbolic links; it need not exist.
+fs::path behind_links(fs::path path)
+{
+    std::error_code error;
+    for (int i = 0; i < most_links && fs::is_symlink(fs::symlink_status(path, error)); ++i)
+    {
+        fs::path const next = fs::read_symlink(path, error);
+        if (error)
+        {
+            break;
+        }
+        path = path.parent_path() / next; // an absolute one replaces all
+    }
+    return path;
+}
+
+/// A name in the directory of `path` that nobody has, with the same extension. Without the rest of
+/// the name, to which nothing could be added if it is as long as names may be.
 fs::path name_beside(fs::path const& path)
 {
+    constexpr std::size_t longest_extension = 16;
+    std::string const extension = path.extension().string();
     std::random_device random;
     fs::path beside;
     std::error_code error;
@@ -27,7 +48,8 @@ fs::path name_beside(fs::path const& path)
     {
         beside = path;
         beside.replace_filename(
-            fmt::format(".{}.{:08x}{}", path.stem().string(), random(), path.extension().string()));
+            fmt::format(".veld-{:08x}{:08x}{}", random(), random(),
+                        extension.size() <= longest_extension ? extension : std::string()));
     } while (fs::exists(fs::symlink_status(beside, error)));
     return beside;
 }
@@ -40,8 +62,8 @@ bool same_file(std::string const& a, std::string const& b)
         return true;
     }
     // One of them does not exist yet: the names tell.
-    fs::path const whole = fs::weakly_canonical(a, error);
-    return !error && whole == fs::weakly_canonical(b, error) && !error;
+    fs::path const whole = fs::weakly_canonical(behind_links(a), error);
+    return !error && whole == fs::weakly_canonical(behind_links(b), error) && !error;
 }
 
 void check_output(std::string const& path)
@@ -51,6 +73,10 @@ void check_output(std::string const& path)
     if (fs::is_directory(status))
     {
         throw InputError(path + ": is a directory, not a file to write");
+    }
+    if (status.type() == fs::file_type::none)
+    {
+        throw InputError(path + ": cannot be written: " + error.message());
     }
     if (fs::exists(status) && !fs::is_regular_file(status))
     {
@@ -65,7 +91,10 @@ void check_output(std::string const& path)
 
 } // namespace
 
-OutputFile::OutputFile(std::string const& path) : final_(path), temporary_(name_beside(path)) {}
+OutputFile::OutputFile(std::string const& path)
+    : path_(path), target_(behind_links(path)), temporary_(name_beside(target_))
+{
+}
 
 OutputFile::~OutputFile()
 {
@@ -76,11 +105,59 @@ OutputFile::~OutputFile()
 void OutputFile::commit()
 {
     std::error_code error;
-    fs::rename(temporary_, final_, error);
+    auto const earlier = fs::status(target_, error);
+    if (fs::exists(earlier))
+    {
+        fs::permissions(temporary_, earlier.permissions(), error);
+    }
+    fs::rename(temporary_, target_, error);
     if (error)
     {
-        throw OperationError(final_.string() + ": cannot be written: " + error.message());
+        throw OperationError(path_ + ": cannot be written: " + error.message());
     }
+}
+
+Outputs::~Outputs()
+{
+    files_.clear();
+    std::error_code ignored;
+    for (auto directory = directories_.rbegin(); directory != directories_.rend(); ++directory)
+    {
+        fs::remove(*directory, ignored); // refused if somebody else has put a file there
+    }
+}
+
+void Outputs::make_directory(std::string const& path)
+{
+    std::error_code error;
+    fs::path step;
+    for (auto const& part : fs::path(path))
+    {
+        step /= part;
+        if (fs::create_directory(step, error))
+        {
+            directories_.push_back(step);
+        }
+    }
+    if (!fs::is_directory(path, error))
+    {
+        throw InputError(path + ": is no directory and cannot be made one");
+    }
+}
+
+OutputFile const& Outputs::add(std::string const& path)
+{
+    files_.push_back(std::make_unique<OutputFile>(path));
+    return *files_.back();
+}
+
+void Outputs::commit()
+{
+    for (auto const& file : files_)
+    {
+        file->commit();
+    }
+    directories_.clear();
 }
 
 void check_outputs(std::vector<std::string> const& outputs, std::vector<std::string> const& inputs)
@@ -117,19 +194,15 @@ void check_extension(std::string const& path, std::vector<std::string> const& ex
     }
 }
 
-void write_text_file(std::string const& path, std::string const& text)
+void write_text_file(OutputFile const& file, std::string const& text)
 {
-    OutputFile file(path);
+    std::ofstream stream(file.temporary(), std::ios::binary);
+    stream << text;
+    stream.close();
+    if (!stream)
     {
-        std::ofstream stream(file.temporary(), std::ios::binary);
-        stream << text;
-        stream.close();
-        if (!stream)
-        {
-            throw OperationError(path + ": cannot be written");
-        }
+        throw OperationError(file.path() + ": cannot be written");
     }
-    file.commit();
 }
 
 } // namespace veld

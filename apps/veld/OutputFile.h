@@ -1,32 +1,61 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace veld
 {
 
-/// A file under a temporary name beside its final one. It goes with its scope unless it was
-/// committed, so an output appears whole or not at all.
+/// A file under a temporary name beside its place. It goes with its scope unless it was committed,
+/// so an output appears whole or not at all, and a file that is there already stays until then.
 class OutputFile
 {
 public:
-    /// \param path the final name. The temporary one has the same extension.
+    /// \param path the final name; a symbolic link stays one, and what it points to is replaced.
+    ///        The temporary name has the same extension, and is short whatever this one is.
     explicit OutputFile(std::string const& path);
     ~OutputFile();
     OutputFile(OutputFile const&) = delete;
     OutputFile& operator=(OutputFile const&) = delete;
 
+    std::string const& path() const { return path_; }
+
     /// Where to write.
     std::string temporary() const { return temporary_.string(); }
 
-    /// Gives the file its final name.
+    /// Gives the file its final name, and the permissions of the file that had it.
     void commit();
 
 private:
-    std::filesystem::path final_;
+    std::string path_;
+    std::filesystem::path target_;
     std::filesystem::path temporary_;
+};
+
+/// All that a command writes. Nothing of it is in its place before the whole command is done.
+class Outputs
+{
+public:
+    Outputs() = default;
+    /// Takes everything back that was not committed, the directories too.
+    ~Outputs();
+    Outputs(Outputs const&) = delete;
+    Outputs& operator=(Outputs const&) = delete;
+
+    /// Makes a directory, with those above it, if it is not there.
+    void make_directory(std::string const& path);
+
+    /// A further file.
+    OutputFile const& add(std::string const& path);
+
+    /// Puts all files in their places, in the order in which they were added.
+    void commit();
+
+private:
+    std::vector<std::unique_ptr<OutputFile>> files_;
+    std::vector<std::filesystem::path> directories_; ///< Made here, the upper ones first.
 };
 
 /// Refuses outputs that cannot be written, that are no plain files, or that are one of the inputs
@@ -36,7 +65,6 @@ void check_outputs(std::vector<std::string> const& outputs, std::vector<std::str
 /// Refuses an output whose extension is none of the given ones (".ply", in either case).
 void check_extension(std::string const& path, std::vector<std::string> const& extensions);
 
-/// Writes a text file as a whole or not at all.
-void write_text_file(std::string const& path, std::string const& text);
+void write_text_file(OutputFile const& file, std::string const& text);
 
 } // namespace veld

@@ -2,7 +2,6 @@
 
 #include "AmbientOcclusion.h"
 #include "Errors.h"
-#include "OutputFile.h"
 #include "RayScene.h"
 #include "Session.h"
 #include "Shading.h"
@@ -110,7 +109,7 @@ private:
 
         SurfacePlace place;
         place.front = front;
-        place.is_new = surface_.is_new[hit.element] != 0;
+        place.mark = surface_.marks[hit.element];
         place.viewer = -direction;
         place.normal = front ? smooth : Vector3f(-smooth);
         Vector3f const start = camera_.origin + direction * hit.distance + side * above_surface;
@@ -143,10 +142,10 @@ void draw_row(Scene const& scene, int y, Picture& picture)
 } // namespace
 
 Picture draw_picture(TriMesh const& mesh, PictureSettings const& settings,
-                     std::vector<char> const& new_faces)
+                     std::vector<char> const& marks)
 {
     Step const step("draw-picture");
-    Scene const scene(make_surface(mesh, new_faces), settings);
+    Scene const scene(make_surface(mesh, marks), settings);
     Picture picture(settings.width, settings.height);
 #pragma omp parallel for schedule(dynamic, 4)
     for (int y = 0; y < settings.height; ++y)
@@ -156,15 +155,13 @@ Picture draw_picture(TriMesh const& mesh, PictureSettings const& settings,
     return picture;
 }
 
-void save_picture(std::string const& path, Picture const& picture)
+void save_picture(OutputFile const& file, Picture const& picture)
 {
     Step const step("write-picture");
-    OutputFile file(path);
     if (OrvaneAlgorithm::write_rgb_image(file.temporary(), picture) != 0)
     {
-        throw OperationError(path + ": cannot be written");
+        throw OperationError(file.path() + ": cannot be written");
     }
-    file.commit();
 }
 
 } // namespace veld

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Camera.h"
+#include "OutputFile.h"
 
 #include "algorithmVeld/common/Image.h"
 #include "algorithmVeld/common/TriMesh.h"
@@ -24,11 +25,12 @@ using Picture = OrvaneAlgorithm::Image<3, unsigned char>;
 
 /// Draws a mesh by casting rays: lit from the viewer's side, its back faces darker, its boundary
 /// as lines in a strong colour. The same input gives the same bytes for any number of threads.
-/// \param new_faces marks of faces that get the colour of filled holes, or empty
+/// \param marks one for each face: 0 for the surface, 1 and 2 for the two colours of filled holes;
+///        or empty
 Picture draw_picture(OrvaneAlgorithm::TriMesh const& mesh, PictureSettings const& settings,
-                     std::vector<char> const& new_faces);
+                     std::vector<char> const& marks);
 
-/// Writes a PNG or JPEG file as a whole or not at all.
-void save_picture(std::string const& path, Picture const& picture);
+/// Writes a picture in the format that its extension names, PNG or JPEG.
+void save_picture(OutputFile const& file, Picture const& picture);
 
 } // namespace veld

@@ -7,9 +7,12 @@
 #include "Session.h"
 
 #include "algorithmVeld/common/LogHolder.h"
+#include "algorithmVeld/common/solver.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <iostream>
 #include <memory>
 #include <new>
 #include <vector>
@@ -52,67 +55,144 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
     return entries;
 }
 
-void write_timings(std::string const& path)
+void write_timings(std::string const& path, Outputs& outputs)
 {
     if (!path.empty())
     {
-        write_text_file(path, OrvaneAlgorithm::gLH.steps_as_json() + "\n");
+        write_text_file(outputs.add(path), OrvaneAlgorithm::gLH.steps_as_json() + "\n");
     }
+}
+
+void check_files(Command const& command, CommonOptions const& options)
+{
+    auto files = command.outputs();
+    if (!options.timings.empty())
+    {
+        files.push_back(options.timings);
+    }
+    check_outputs(files, command.inputs());
 }
 
 void run_command(Command& command, CommonOptions const& options)
 {
-    auto outputs = command.outputs();
-    if (!options.timings.empty())
-    {
-        outputs.push_back(options.timings);
-    }
-    check_outputs(outputs, command.inputs());
-
     Console console;
     console.set_json(options.json);
+    Outputs outputs;
+    if (!command.directory().empty())
+    {
+        outputs.make_directory(command.directory());
+    }
+    check_files(command, options);
+
     Session const session(options, console);
-    Json const result = command.run(console);
-    write_timings(options.timings);
+    Json const result = command.run(console, outputs);
+    write_timings(options.timings, outputs);
     if (options.json)
     {
         console.print_json(result.dump(2, ' ', false, Json::error_handler_t::replace));
     }
+    // A report that is lost is a failure, and a failure leaves no file behind.
     console.finish();
+    outputs.commit();
+}
+
+/// Refuses empty values, which would switch an option off without a word.
+void refuse_empty_values(CLI::App const& app)
+{
+    for (auto const* option : app.get_options())
+    {
+        auto const& values = option->results();
+        if (std::find(values.begin(), values.end(), std::string()) != values.end())
+        {
+            throw CLI::ValidationError(option->get_name(), "the value is empty");
+        }
+    }
+}
+
+/// Refuses "--option=", for which the parser would take the next argument.
+void refuse_cut_options(int argc, char const* const* argv)
+{
+    for (int i = 1; i < argc; ++i)
+    {
+        std::string const argument = argv[i];
+        if (argument.size() > 3 && argument.compare(0, 2, "--") == 0 && argument.back() == '=' &&
+            argument.find('=') == argument.size() - 1)
+        {
+            throw CLI::ValidationError(argument.substr(0, argument.size() - 1),
+                                       "the value is empty");
+        }
+    }
+}
+
+/// The first argument that is no option, or nothing.
+std::string first_word(int argc, char const* const* argv)
+{
+    for (int i = 1; i < argc; ++i)
+    {
+        if (argv[i][0] != '-')
+        {
+            return argv[i];
+        }
+    }
+    return {};
 }
 
 /// The parser's message names its options; what is missing is where the help stands.
-int report_parse_error(CLI::App const& program, CLI::ParseError const& error)
+int report_wrong_arguments(CLI::App const& program, std::string const& message)
 {
     std::string command = "veld";
     for (auto const* sub : program.get_subcommands())
     {
         command += " " + sub->get_name();
     }
-    print_error(one_line(error.what()) + " (see " + command + " --help)");
+    print_error(one_line(message) + " (see " + command + " --help)");
     return static_cast<int>(ExitStatus::wrong_input);
+}
+
+int print_help(CLI::App const& program, CLI::Success const& help)
+{
+    program.exit(help);
+    if (!std::cout.flush())
+    {
+        throw OperationError("standard output: cannot be written");
+    }
+    return static_cast<int>(ExitStatus::done);
 }
 
 int parse_and_run(int argc, char const* const* argv)
 {
     CLI::App program("Finds and closes the holes of 3D scans. Lengths are millimetres.", "veld");
     program.require_subcommand(1);
-    program.set_version_flag("--version", "veld " VELD_VERSION, "Print the version");
+    program.set_version_flag("--version",
+                             std::string("veld " VELD_VERSION "\ndirect solver: ") +
+                                 OrvaneAlgorithm::solver_name(),
+                             "Print the version and the direct solver of the library");
     program.footer("veld COMMAND --help explains a command with an example.\n"
                    "Exit status: 0 done, 1 the input or the arguments are wrong, "
                    "2 the operation failed.");
     auto const entries = add_commands(program);
     try
     {
+        refuse_cut_options(argc, argv);
         program.parse(argc, argv);
+        for (auto const* sub : program.get_subcommands())
+        {
+            refuse_empty_values(*sub);
+        }
     }
     catch (CLI::Success const& help)
     {
-        return program.exit(help);
+        return print_help(program, help);
     }
     catch (CLI::ParseError const& error)
     {
-        return report_parse_error(program, error);
+        std::string const word = first_word(argc, argv);
+        bool const unknown =
+            !word.empty() && program.get_subcommands().empty() &&
+            std::none_of(entries.begin(), entries.end(),
+                         [&word](auto const& entry) { return entry->app->get_name() == word; });
+        return report_wrong_arguments(program,
+                                      unknown ? "unknown command '" + word + "'" : error.what());
     }
     for (auto const& entry : entries)
     {

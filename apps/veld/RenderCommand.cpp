@@ -4,7 +4,6 @@
 #include "HoleSummary.h"
 #include "MeshFiles.h"
 #include "NewFaces.h"
-#include "OutputFile.h"
 #include "Picture.h"
 
 #include <CLI/CLI.hpp>
@@ -76,7 +75,7 @@ public:
         return {output_};
     }
 
-    Json run(Console& console) override
+    Json run(Console& console, Outputs& outputs) override
     {
         TriMesh mesh;
         load_mesh(mesh_, mesh, console);
@@ -86,7 +85,7 @@ public:
         }
         auto const marks = new_faces(mesh, console);
         choose_view();
-        save_picture(output_, draw_picture(mesh, settings_, marks));
+        save_picture(outputs.add(output_), draw_picture(mesh, settings_, marks));
         return report(mesh, marks, console);
     }
 

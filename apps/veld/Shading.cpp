@@ -106,7 +106,7 @@ void add_rims(TriMesh const& mesh, std::vector<std::uint32_t> const& index, Surf
 
 } // namespace
 
-Surface make_surface(TriMesh const& mesh, std::vector<char> const& new_faces)
+Surface make_surface(TriMesh const& mesh, std::vector<char> const& marks)
 {
     Surface surface;
     std::vector<Vector3d> points;
@@ -139,8 +139,8 @@ Surface make_surface(TriMesh const& mesh, std::vector<char> const& new_faces)
         }
         surface.corner_normals.push_back(corners);
     }
-    surface.is_new = new_faces;
-    surface.is_new.resize(surface.triangles.size(), 0);
+    surface.marks = marks;
+    surface.marks.resize(surface.triangles.size(), 0);
     add_rims(mesh, index, surface);
     return surface;
 }
@@ -150,6 +150,7 @@ Vector3f surface_colour(SurfacePlace const& place, Camera const& camera)
     static Vector3f const outside = from_bytes(236, 226, 208);
     static Vector3f const inside = from_bytes(112, 124, 146);
     static Vector3f const filled = from_bytes(92, 178, 196);
+    static Vector3f const filled_carefully = from_bytes(164, 140, 214);
     Vector3f const towards = -camera.forward;
     Vector3f const key = (towards - camera.right * 0.7F + camera.up * 0.85F).normalized();
     Vector3f const side = (towards * 0.6F + camera.right).normalized();
@@ -163,7 +164,10 @@ Vector3f surface_colour(SurfacePlace const& place, Camera const& camera)
 
     Vector3f const half_way = (key + place.viewer).normalized();
     float const gloss = 0.05F * open * std::pow(std::max(0.0F, place.normal.dot(half_way)), 24.0F);
-    Vector3f const& base = !place.front ? inside : place.is_new ? filled : outside;
+    Vector3f const& base = !place.front      ? inside
+                           : place.mark == 0 ? outside
+                           : place.mark == 1 ? filled
+                                             : filled_carefully;
     return base * light + Vector3f::Constant(place.front ? gloss : 0.0F);
 }
 

@@ -20,20 +20,21 @@ struct Surface
     std::vector<Vector3f> points; ///< Vertices that faces use.
     std::vector<Triangle> triangles;
     std::vector<std::array<Vector3f, 3>> corner_normals; ///< Smooth, but broken at sharp edges.
-    std::vector<char> is_new;                            ///< Faces in the colour of filled holes.
+    std::vector<char> marks;                             ///< Which colour a face has.
     std::vector<Vector3f> rim_ends;                      ///< Two points for each boundary edge.
 };
 
-/// \param new_faces one mark for each face of the mesh, or empty
-Surface make_surface(OrvaneAlgorithm::TriMesh const& mesh, std::vector<char> const& new_faces);
+/// \param marks one for each face of the mesh: 0 for the surface, 1 and 2 for the two colours of
+///        filled holes; or empty
+Surface make_surface(OrvaneAlgorithm::TriMesh const& mesh, std::vector<char> const& marks);
 
 /// A place of the surface as a ray saw it.
 struct SurfacePlace
 {
-    Vector3f normal;   ///< Unit, towards the viewer's side.
-    Vector3f viewer;   ///< Unit direction to the viewer.
-    bool front = true; ///< Whether the outside of the mesh is seen.
-    bool is_new = false;
+    Vector3f normal;       ///< Unit, towards the viewer's side.
+    Vector3f viewer;       ///< Unit direction to the viewer.
+    bool front = true;     ///< Whether the outside of the mesh is seen.
+    char mark = 0;         ///< Of the face.
     float openness = 1.0F; ///< How much of the sky reaches the place.
 };
 

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+
 namespace
 {
 
@@ -186,6 +188,14 @@ TEST(BadArguments, WrongOptionsAreOneLine)
         {"holes", mesh, "--near", "1,2,3"},
         {"holes", mesh, "--near", "1,2", "--distance", "1"},
         {"holes", mesh, "--near", "1,2,x", "--distance", "1"},
+        {"holes", mesh, "--near", "1,2,3,", "--distance", "1"},
+        {"holes", mesh, "--near", "1,2,3,4", "--distance", "1"},
+        {"holes", mesh, "--near", "1,2,1e39", "--distance", "1"},
+        {"fill", mesh, "-o", dir.file("out.ply"), "--max-edges", "0x10"},
+        {"fill", mesh, "-o", dir.file("out.ply"), "--max-perimeter", "0x10"},
+        {"fill", mesh, "-o", dir.file("out.ply"), "--max-perimeter", "1e999"},
+        {"fill", mesh, "-o", dir.file("out.ply"), "--method", "core", "--rings", "-1"},
+        {"fill", mesh, "-o", dir.file("out.ply"), "--method", "core", "--smooth", "c3"},
         {"holes", mesh, "--distance", "1"},
         {"holes", mesh, "--markers", mesh},
         {"holes", mesh, "--normals"},
@@ -199,6 +209,124 @@ TEST(BadArguments, WrongOptionsAreOneLine)
     }
     EXPECT_THAT(files_in(dir.path()), ElementsAre("mesh.ply"));
 }
+
+TEST(BadArguments, UnknownCommandIsNamed)
+{
+    for (std::vector<std::string> const& call : std::vector<std::vector<std::string>>{
+             {"bogus"}, {"bogus", "mesh.ply"}, {"bogus", "--json"}, {"--json", "bogus"}})
+    {
+        expect_refused(run_veld(call), "unknown command 'bogus'");
+    }
+}
+
+TEST(BadArguments, OptionThatTheMethodDoesNotUseIsNamed)
+{
+    MeshDir const dir(grid_with_hole(2));
+    std::vector<std::array<std::string, 3>> const calls{{"trim", "--rings", "2"},
+                                                        {"clip", "--rings", "2"},
+                                                        {"trim", "--smooth", "c2"},
+                                                        {"core", "--edge-length", "1"},
+                                                        {"core", "--normal-angle", "90"}};
+    for (auto const& [method, option, value] : calls)
+    {
+        expect_refused(run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply"), "--method", method,
+                                 option, value}),
+                       option + ": --method " + method + " does not use it");
+    }
+    expect_refused(run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply"), "--rings", "2"}),
+                   "--rings: --method trim does not use it");
+    EXPECT_THAT(files_in(dir.path()), ElementsAre("mesh.ply"));
+}
+
+TEST(BadArguments, EmptyValueIsRefusedAndItsOptionNamed)
+{
+    MeshDir const dir(grid_with_hole(2));
+    std::string const mesh = dir.mesh();
+    std::string const out = dir.file("out.png");
+    expect_refused(run_veld({"info", mesh, "--timings", ""}), "--timings");
+    expect_refused(
+        run_veld({"holes", mesh, "--markers", "", "--match", "1", "--marker-radius", "1"}),
+        "--markers");
+    expect_refused(run_veld({"render", mesh, "-o", out, "--compare", ""}), "--compare");
+    expect_refused(run_veld({"render", mesh, "-o", out, "--view", ""}), "--view");
+    expect_refused(run_veld({"fill", mesh, "-o", ""}), "--output");
+    expect_refused(run_veld({"demo", "-o", ""}), "--output");
+    expect_refused(run_veld({"info", ""}), "MESH");
+    // The argument behind it is not its value.
+    expect_refused(run_veld({"info", "--timings=", dir.file("times.json"), mesh}), "--timings");
+    EXPECT_THAT(files_in(dir.path()), ElementsAre("mesh.ply"));
+}
+
+#if !defined(_WIN32)
+TEST(Outputs, PermissionsOfTheEarlierFileStay)
+{
+    namespace fs = std::filesystem;
+    MeshDir const dir(grid_with_hole(2));
+    auto const mode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;
+    write_file(dir.file("out.ply"), "earlier result");
+    fs::permissions(dir.file("out.ply"), mode);
+    ASSERT_EQ(run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply")}).status, 0);
+    EXPECT_NE(read_file(dir.file("out.ply")), "earlier result");
+    EXPECT_EQ(fs::status(dir.file("out.ply")).permissions(), mode);
+}
+
+TEST(Outputs, SymbolicLinkStaysOneAndItsFileIsReplaced)
+{
+    namespace fs = std::filesystem;
+    MeshDir const dir(grid_with_hole(2));
+    fs::create_directory(dir.file("real"));
+    write_file(dir.file("real/there.ply"), "earlier result");
+    fs::create_symlink("real/there.ply", dir.file("first.ply"));
+    fs::create_symlink("first.ply", dir.file("second.ply"));
+    fs::create_symlink("real/not_yet.ply", dir.file("dangling.ply"));
+    ASSERT_EQ(run_veld({"fill", dir.mesh(), "-o", dir.file("plain.ply")}).status, 0);
+    for (std::string const name : {"second.ply", "dangling.ply"})
+    {
+        ASSERT_EQ(run_veld({"fill", dir.mesh(), "-o", dir.file(name)}).status, 0);
+        EXPECT_TRUE(fs::is_symlink(dir.file(name)));
+    }
+    EXPECT_THAT(files_in(dir.file("real")), ElementsAre("not_yet.ply", "there.ply"));
+    EXPECT_EQ(read_file(dir.file("real/there.ply")), read_file(dir.file("plain.ply")));
+    EXPECT_EQ(read_file(dir.file("real/not_yet.ply")), read_file(dir.file("plain.ply")));
+}
+
+TEST(Outputs, LinkToNothingYetIsTheSameFileAsItsTarget)
+{
+    MeshDir const dir(grid_with_hole(2));
+    std::filesystem::create_symlink("out.ply", dir.file("link.ply"));
+    expect_refused(run_veld({"fill", dir.mesh(), "-o", dir.file("link.ply"), "--timings",
+                             dir.file("out.ply")}),
+                   "two outputs");
+    EXPECT_THAT(files_in(dir.path()), ElementsAre("link.ply", "mesh.ply"));
+}
+
+TEST(Outputs, LinkInACircleIsRefused)
+{
+    MeshDir const dir(grid_with_hole(2));
+    std::filesystem::create_symlink("b.ply", dir.file("a.ply"));
+    std::filesystem::create_symlink("a.ply", dir.file("b.ply"));
+    expect_refused(run_veld({"fill", dir.mesh(), "-o", dir.file("a.ply")}), dir.file("a.ply"));
+}
+
+TEST(Outputs, NameMayBeAsLongAsTheSystemAllows)
+{
+    MeshDir const dir(grid_with_hole(2));
+    std::string const longest(251, 'n');
+    for (std::string const extension : {".ply", ".stl", ".obj", ".off"})
+    {
+        Outcome const run =
+            run_veld({"fill", dir.mesh(), "-o", dir.file(longest + extension), "--json"});
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(run_veld({"info", dir.file(longest + extension)}).status, 0);
+    }
+    Outcome const picture =
+        run_veld({"render", dir.mesh(), "-o", dir.file(longest + ".png"), "--width", "8",
+                  "--height", "8", "--timings", dir.file(longest + "json")});
+    EXPECT_EQ(picture.status, 0) << picture.err;
+    EXPECT_EQ(files_in(dir.path()).size(), 7U);
+    expect_refused(run_veld({"fill", dir.mesh(), "-o", dir.file(longest + "n.ply")}), "n.ply");
+}
+#endif
 
 TEST(BadArguments, FacesThatAHalfEdgeMeshCannotHoldAreLeftOutWithAWarning)
 {

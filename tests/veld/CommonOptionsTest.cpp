@@ -1,5 +1,7 @@
 #include "run_veld.h"
 
+#include "algorithmVeld/common/solver.h"
+
 #include <gmock/gmock.h>
 
 namespace
@@ -64,12 +66,16 @@ TEST(CommonOptions, ProgramHelpListsTheCommands)
     }
 }
 
-TEST(CommonOptions, VersionIsPrinted)
+TEST(CommonOptions, VersionIsPrintedWithTheSolver)
 {
     Outcome const run = run_veld({"--version"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
-    EXPECT_THAT(run.out, testing::MatchesRegex("veld [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    auto const end = run.out.find('\n');
+    ASSERT_NE(end, std::string::npos);
+    EXPECT_THAT(run.out.substr(0, end), testing::MatchesRegex("veld [0-9]+\\.[0-9]+\\.[0-9]+"));
+    EXPECT_EQ(run.out.substr(end + 1),
+              std::string("direct solver: ") + OrvaneAlgorithm::solver_name() + "\n");
 }
 
 TEST(CommonOptions, LogGoesToStandardErrorAndOnlyIfAsked)
@@ -102,7 +108,7 @@ TEST(CommonOptions, TimingsAreAStepTree)
 TEST(CommonOptions, ThreadsHaveToBeAPositiveNumber)
 {
     MeshDir const dir(tetrahedron());
-    for (std::string const threads : {"0", "-1", "two", "1.5", "999999999999"})
+    for (std::string const threads : {"0", "-1", "two", "1.5", "999999999999", "0x2", "1_0", "2 "})
     {
         Outcome const run = run_veld({"info", dir.mesh(), "--threads", threads});
         EXPECT_EQ(run.status, 1) << threads;
@@ -116,16 +122,59 @@ TEST(CommonOptions, NoProgressWithoutATerminal)
     EXPECT_EQ(run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply")}).err, "");
 }
 
+TEST(CommonOptions, LeadingZeroIsStillDecimal)
+{
+    // A hole of ten edges, which 010 would exclude as an octal number.
+    MeshDir const dir(grid_without(12, 12, {{5, 5}, {5, 6}, {6, 5}, {6, 6}, {7, 5}, {7, 6}}));
+    Outcome const run =
+        run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply"), "--max-edges", "010", "--json"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.json()["holes_before"], 2);
+    EXPECT_EQ(run.json()["holes_after"], 1);
+}
+
+TEST(CommonOptions, SignsAndExponentsArePartOfANumber)
+{
+    MeshDir const dir(grid_with_hole(2));
+    EXPECT_EQ(run_veld({"holes", dir.mesh(), "--max-perimeter", "+1.2e1", "--json"})
+                  .json()["holes"]
+                  .size(),
+              1U);
+    EXPECT_EQ(run_veld({"holes", dir.mesh(), "--max-perimeter", "+-12"}).status, 1);
+}
+
 #if defined(__linux__)
 TEST(CommonOptions, FullStandardOutputIsAFailure)
 {
     MeshDir const dir(tetrahedron());
-    TempDir const streams;
-    std::string const line = quoted(VELD_PROGRAM) + " info " + quoted(dir.mesh()) +
-                             " > /dev/full 2> " + quoted(streams.file("err"));
-    int const result = std::system(line.c_str());
-    EXPECT_EQ(WEXITSTATUS(result), 2);
-    EXPECT_THAT(read_file(streams.file("err")), HasSubstr("standard output"));
+    std::vector<std::vector<std::string>> const calls{{"info", dir.mesh()},
+                                                      {"info", dir.mesh(), "--json"},
+                                                      {"--help"},
+                                                      {"fill", "--help"},
+                                                      {"--version"}};
+    for (auto const& call : calls)
+    {
+        Outcome const run = run_veld(call, "/dev/full");
+        EXPECT_EQ(run.status, 2) << call.front();
+        EXPECT_EQ(run.error_lines(), 1) << run.err;
+        EXPECT_THAT(run.err, HasSubstr("standard output"));
+    }
+}
+
+TEST(CommonOptions, NoOutputAppearsWhereTheReportIsLost)
+{
+    MeshDir const dir(grid_with_hole(2));
+    write_file(dir.file("old.ply"), "earlier result");
+    for (std::string const name : {"new.ply", "old.ply"})
+    {
+        Outcome const run = run_veld(
+            {"fill", dir.mesh(), "-o", dir.file(name), "--timings", dir.file("times.json")},
+            "/dev/full");
+        EXPECT_EQ(run.status, 2);
+    }
+    EXPECT_EQ(run_veld({"demo", "-o", dir.file("demo")}, "/dev/full").status, 2);
+    EXPECT_THAT(files_in(dir.path()), ElementsAre("mesh.ply", "old.ply"));
+    EXPECT_EQ(read_file(dir.file("old.ply")), "earlier result");
 }
 #endif
 

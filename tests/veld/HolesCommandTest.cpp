@@ -2,6 +2,12 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+
+#if !defined(_WIN32)
+#include <sys/stat.h>
+#endif
+
 namespace
 {
 
@@ -153,6 +159,54 @@ TEST(HolesCommand, MarkersWithoutNormalsAreRefusedWhereNormalsAreAskedFor)
 TEST(HolesCommand, EmptyMarkerFileIsRefused)
 {
     EXPECT_EQ(find_markers("# none\n", {"--match", "1", "--marker-radius", "1"}).status, 1);
+}
+
+TEST(HolesCommand, ByteOrderMarkOfAMarkerFileIsSkipped)
+{
+    std::vector<std::string> const options{"--match", "0.1", "--marker-radius", "1.3"};
+    Outcome const run = find_markers("\xEF\xBB\xBF"
+                                     "2 2 0\r\n",
+                                     options);
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(edges_of(run.json()["holes"]), UnorderedElementsAre(8));
+    EXPECT_EQ(find_markers("2 2 0\n\xEF\xBB\xBF"
+                           "2 2 0\n",
+                           options)
+                  .status,
+              1);
+    EXPECT_EQ(find_markers("\xEF\xBB", options).status, 1);
+}
+
+/// The refusal of something that is no marker file.
+void expect_no_marker_file(std::string const& path, std::string const& reason)
+{
+    MeshDir const dir(grid_with_hole(2));
+    Outcome const run =
+        run_veld({"holes", dir.mesh(), "--markers", path, "--match", "1", "--marker-radius", "1"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "error: " + path + ": " + reason + "\n");
+}
+
+TEST(HolesCommand, MarkersAreReadFromPlainFilesOnly)
+{
+    TempDir const dir;
+    std::filesystem::create_directory(dir.file("folder"));
+    expect_no_marker_file(dir.file("none"), "no such file");
+    expect_no_marker_file(dir.file("folder"), "is a directory");
+#if !defined(_WIN32)
+    ASSERT_EQ(mkfifo(dir.file("pipe").c_str(), 0600), 0);
+    expect_no_marker_file(dir.file("pipe"), "is not a file");
+#endif
+}
+
+TEST(HolesCommand, PerimeterOfHugeCoordinatesIsFinite)
+{
+    // The square of 3e38 is no float, nor is the sum of the three sides.
+    auto const list = holes({}, make_mesh({{0, 0, 0}, {3e38F, 0, 0}, {0, 3e38F, 0}}, {{0, 1, 2}}));
+    ASSERT_EQ(list.size(), 1U);
+    double const expected = 3e38 * (2.0 + std::sqrt(2.0));
+    ASSERT_TRUE(list[0]["perimeter"].is_number());
+    EXPECT_NEAR(list[0]["perimeter"].get<double>(), expected, 1e-6 * expected);
 }
 
 TEST(HolesCommand, TextListsNumberEdgesAndPerimeter)

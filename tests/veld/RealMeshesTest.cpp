@@ -4,6 +4,7 @@
 
 #include "algorithmVeld/common/mesh_io.h"
 
+#include <array>
 #include <cstdio>
 #include <map>
 #include <set>
@@ -109,6 +110,40 @@ TEST(RealMeshes, FillKeepsWhatIsThereAndNamesWhatStaysOpen)
                 EXPECT_EQ(holes[open["hole"].get<std::size_t>()]["edges"], open["edges"])
                     << path << method;
             }
+        }
+    }
+}
+
+TEST(RealMeshes, CarefulFillingIsTheSameForAnyNumberOfThreadsAndNamesWhatStaysOpen)
+{
+    for (auto const& path : real_meshes())
+    {
+        TempDir const dir;
+        std::array<std::string, 2> const outputs{dir.file("1.ply"), dir.file("2.ply")};
+        nlohmann::json json;
+        for (std::size_t i = 0; i < outputs.size(); ++i)
+        {
+            Outcome const run = run_veld({"fill", path, "-o", outputs[i], "--method", "core",
+                                          "--threads", std::to_string(i + 1), "--json"});
+            ASSERT_EQ(run.status, 0) << path << run.err;
+            json = run.json();
+        }
+        ASSERT_EQ(read_file(outputs[0]), read_file(outputs[1])) << path;
+        TriMesh const before = load(path);
+        TriMesh const after = load(outputs[0]);
+        EXPECT_EQ(after.n_faces(), before.n_faces() + json["new_faces"].get<std::size_t>()) << path;
+        EXPECT_EQ(after.n_vertices(), before.n_vertices() + json["new_vertices"].get<std::size_t>())
+            << path;
+        for (auto const v : after.vertices())
+        {
+            ASSERT_TRUE(after.point(v).allFinite()) << path;
+        }
+        EXPECT_EQ(json["holes_after"].get<std::size_t>(), json["open"].size()) << path;
+        auto const holes = run_veld({"holes", outputs[0], "--json"}).json()["holes"];
+        EXPECT_EQ(holes.size(), json["open"].size()) << path;
+        for (auto const& open : json["open"])
+        {
+            EXPECT_EQ(holes.at(open["hole"].get<std::size_t>())["edges"], open["edges"]) << path;
         }
     }
 }

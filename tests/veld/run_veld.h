@@ -53,11 +53,14 @@ inline std::string quoted(std::string const& argument)
 
 /// Runs `veld` in a directory.
 /// \param command the rest of the command line, as the shell takes it
-inline Outcome run_veld_in(std::filesystem::path const& directory, std::string const& command)
+/// \param standard_output where it goes instead of to the outcome
+inline Outcome run_veld_in(std::filesystem::path const& directory, std::string const& command,
+                           std::string const& standard_output = "")
 {
     TempDir streams;
+    std::string const out = standard_output.empty() ? streams.file("out") : standard_output;
     std::string const line = "cd " + quoted(directory.string()) + " && " + quoted(VELD_PROGRAM) +
-                             " " + command + " > " + quoted(streams.file("out")) + " 2> " +
+                             " " + command + " > " + quoted(out) + " 2> " +
                              quoted(streams.file("err"));
     int const result = std::system(line.c_str());
     Outcome run;
@@ -66,20 +69,21 @@ inline Outcome run_veld_in(std::filesystem::path const& directory, std::string c
 #else
     run.status = WIFEXITED(result) ? WEXITSTATUS(result) : -1;
 #endif
-    run.out = read_file(streams.file("out"));
+    run.out = standard_output.empty() ? read_file(out) : std::string();
     run.err = read_file(streams.file("err"));
     return run;
 }
 
 /// Runs `veld` with arguments that are handed over as they are.
-inline Outcome run_veld(std::vector<std::string> const& arguments)
+inline Outcome run_veld(std::vector<std::string> const& arguments,
+                        std::string const& standard_output = "")
 {
     std::string command;
     for (auto const& argument : arguments)
     {
         command += quoted(argument) + " ";
     }
-    return run_veld_in(std::filesystem::temp_directory_path(), command);
+    return run_veld_in(std::filesystem::temp_directory_path(), command, standard_output);
 }
 
 /// A text PLY file written without the library.
