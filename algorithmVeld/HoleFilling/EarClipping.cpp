@@ -44,6 +44,25 @@ void dump_nodes(TriMesh const& mesh, std::vector<OpenMesh::VertexHandle> const& 
     }
 }
 
+/// The halfedges along a boundary from one on, up to the first that ends at a vertex. Empty where
+/// damaged links keep the walk from getting there.
+std::vector<OpenMesh::HalfedgeHandle> walk_to(TriMesh const& mesh, OpenMesh::HalfedgeHandle first,
+                                              OpenMesh::VertexHandle goal)
+{
+    std::vector<OpenMesh::HalfedgeHandle> walk;
+    auto h = first;
+    while (mesh.is_valid_handle(h) && walk.size() < mesh.n_halfedges())
+    {
+        walk.push_back(h);
+        if (mesh.to_vertex_handle(h) == goal)
+        {
+            return walk;
+        }
+        h = mesh.next_halfedge_handle(h);
+    }
+    return {};
+}
+
 /// Two dumps of a triangle's surroundings, with the triangle and without.
 void dump_triangle(TriMesh const& mesh, OpenMesh::VertexHandle a, OpenMesh::VertexHandle b,
                    OpenMesh::VertexHandle c, char const* name)
@@ -138,10 +157,20 @@ void EarClipping::fill_hole_type_plane(TriMesh& mesh)
 
 bool EarClipping::fill_nest_polygon_hole(TriMesh& mesh, TriMesh::HalfedgeIter const& start)
 {
-    auto const first = mesh.from_vertex_handle(*start);
-    std::vector<OpenMesh::VertexHandle> nodes{first, mesh.to_vertex_handle(*start)};
-    for (auto h = mesh.next_halfedge_handle(*start); mesh.to_vertex_handle(h) != first;
-         h = mesh.next_halfedge_handle(h))
+    OpenMesh::HalfedgeHandle const first = *start;
+    if (!mesh.is_valid_handle(first))
+    {
+        return false;
+    }
+    auto walk = walk_to(mesh, mesh.next_halfedge_handle(first), mesh.from_vertex_handle(first));
+    if (walk.empty())
+    {
+        return false;
+    }
+    walk.pop_back(); // it ends where the nodes begin, and stays unmarked
+    std::vector<OpenMesh::VertexHandle> nodes{mesh.from_vertex_handle(first),
+                                              mesh.to_vertex_handle(first)};
+    for (auto const h : walk)
     {
         nodes.push_back(mesh.to_vertex_handle(h));
         mark(mesh, h);
@@ -496,10 +525,10 @@ void EarClipping::set_visited_hole_edge(TriMesh& mesh, OpenMesh::VertexHandle co
         return;
     }
     mark(mesh, first);
-    for (auto h = mesh.next_halfedge_handle(first); mesh.to_vertex_handle(h) != to;
-         h = mesh.next_halfedge_handle(h))
+    auto const walk = walk_to(mesh, mesh.next_halfedge_handle(first), to);
+    for (std::size_t i = 0; i + 1 < walk.size(); ++i)
     {
-        mark(mesh, h);
+        mark(mesh, walk[i]);
     }
 }
 

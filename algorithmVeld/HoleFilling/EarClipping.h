@@ -79,7 +79,9 @@ public:
 
     /// Fills the loop that begins at a boundary halfedge and ends where it comes back to the
     /// vertex that the halfedge starts from. Other vertices may be passed several times.
-    /// \return true in all cases
+    /// \param start a halfedge of the mesh; an end or invalid iterator is refused
+    /// \return true, also if the loop stays open; false without a halfedge, or if damaged links
+    ///         keep the walk from coming back
     bool fill_nest_polygon_hole(TriMesh& mesh, TriMesh::HalfedgeIter const& start);
 
     /// Whether a triangle is no sliver and its normal is nowhere more than an angle off the normals

@@ -196,7 +196,7 @@ void EarTrimming::find_holes_ordered_halfedges(TriMesh& mesh)
 {
     bool const log = gPH.log_enabled;
     detail::log_line(log, "find_all_holes_ordered_halfedges() ..\n");
-    holes_ = detail::boundary_walks(mesh);
+    holes_ = detail::boundary_walks(mesh, detail::HiddenHalfedges::WALKED);
 
     auto const count = static_cast<int>(holes_.size());
     detail::log_line(log, "  total holes:          %8d\n", count);

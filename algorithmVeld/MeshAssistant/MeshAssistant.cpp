@@ -258,10 +258,7 @@ void MeshAssistant::output_neighbour_region(TriMesh const& mesh, OpenMesh::Verte
 
     detail::ObjText file(path);
     write_vertices(file, mesh, numbering);
-    if (failed)
-    {
-        file.triangle(1, 2, 3);
-    }
+    file.triangle(1, 2, 3);
     write_faces(file, mesh, faces, numbering);
     if (!file.close())
     {

@@ -32,8 +32,7 @@ public:
     /// `debug_dir`/`name`-patch_radius-R_[A-B-C].obj. Does nothing while `debug_dir` is empty.
     /// \param point_a,point_b,radius where and how wide the caller looked; `radius` is part of the
     ///        file's name
-    /// \param failed whether the triangle was refused: it is then written too, and the file's name
-    ///        says so
+    /// \param failed whether the triangle was refused: the file's name says so
     static void output_neighbour_region(TriMesh const& mesh, OpenMesh::VertexHandle const& a,
                                         OpenMesh::VertexHandle const& b,
                                         OpenMesh::VertexHandle const& c, Vector3f const& point_a,

@@ -68,8 +68,8 @@ public:
     /// \param normal_dot_thr the dot product of the two normals has to exceed this
     /// \param holes cleared before it is filled, in the order of `find_holes`; left alone on bad
     ///        input and if the mesh has no hole
-    /// \return `RET_SUCCESS`; `RET_INVALID_INPUT` if the numbers of points and normals differ, or
-    ///         if no hole fits
+    /// \return `RET_SUCCESS`; `RET_INVALID_INPUT` if no hole fits, or if `use_normals` is true and
+    ///         the numbers of points and normals differ
     static RetVal find_marker_holes(TriMesh& mesh, std::vector<Vector3f> const& marker_points,
                                     std::vector<Vector3f> const& marker_normals,
                                     double hole_match_thr, double marker_radius, bool use_normals,

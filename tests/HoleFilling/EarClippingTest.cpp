@@ -449,6 +449,36 @@ TEST(EarClipping, NestIsFilledFromAnyHalfedge)
     EXPECT_EQ(faces_from(mesh, before), (Faces{{5, 6, 10}, {5, 10, 9}}));
 }
 
+TEST(EarClipping, NestWithoutAHalfedgeOrAWayBackIsRefused)
+{
+    TriMesh mesh = square_hole();
+    EarClipping clipping;
+    EXPECT_FALSE(clipping.fill_nest_polygon_hole(mesh, mesh.halfedges_end()));
+    EXPECT_FALSE(clipping.fill_nest_polygon_hole(mesh, TriMesh::HalfedgeIter()));
+    // 10 -> 9 is followed by itself: the walk from 5 -> 6 never comes back to 5.
+    auto const stuck = mesh.find_halfedge(vh(10), vh(9));
+    mesh.set_next_halfedge_handle(stuck, stuck);
+    auto const before = mesh.n_faces();
+    auto const h = mesh.find_halfedge(vh(5), vh(6));
+    EXPECT_FALSE(clipping.fill_nest_polygon_hole(mesh, TriMesh::HalfedgeIter(mesh, h)));
+    EXPECT_EQ(mesh.n_faces(), before);
+}
+
+TEST(EarClipping, DeletedEdgesStartNoWalkWithoutAStatusOfHalfedges)
+{
+    TriMesh mesh = grid(3, 3);
+    mesh.request_face_status();
+    mesh.request_edge_status();
+    mesh.request_vertex_status();
+    mesh.delete_face(OpenMesh::FaceHandle(0), false);
+    mesh.delete_face(OpenMesh::FaceHandle(1), false);
+    EarClipping clipping;
+    clipping.set_max_perimeter(0.5); // whatever is met is reported and left alone
+    clipping.fill_hole(mesh);
+    ASSERT_EQ(clipping.open_holes().size(), 1U); // the border; the deleted corner is none
+    EXPECT_EQ(clipping.open_holes()[0].corners.size(), 12U);
+}
+
 TEST(EarClipping, NestThatFailsIsDumpedAndStillATrue)
 {
     TempDir const directory;

@@ -360,6 +360,31 @@ TEST(EarTrimming, DeletedElementsAreNoHoles)
     EXPECT_EQ(broken_link(mesh), "");
 }
 
+TEST(EarTrimming, HiddenHalfedgesAreFilledLikeOthers)
+{
+    TriMesh mesh = square_hole();
+    mesh.request_halfedge_status();
+    for (auto const h : mesh.halfedges())
+    {
+        mesh.status(h).set_hidden(true);
+    }
+    auto const before = mesh.n_faces();
+    auto trimming = small_holes_only();
+    trimming.ear_trimming(mesh);
+    EXPECT_EQ(faces_from(mesh, before), (Faces{{5, 6, 9}, {6, 10, 9}}));
+}
+
+TEST(EarTrimming, OpenHolesOfTheRunBeforeAreForgottenOnAClosedMesh)
+{
+    TriMesh open = grid_with_hole(6);
+    TriMesh closed = sphere(1);
+    EarTrimming trimming;
+    trimming.ear_trimming(open);
+    ASSERT_FALSE(trimming.open_holes().empty());
+    trimming.ear_trimming(closed);
+    EXPECT_THAT(trimming.open_holes(), IsEmpty());
+}
+
 TEST(EarTrimming, ClosedOrEmptyMeshStaysAsItIs)
 {
     TriMesh closed = sphere(2);

@@ -41,6 +41,48 @@ TEST(KeyNumbers, AgreesWithAMapOnManyKeys)
     EXPECT_EQ(numbers.size(), static_cast<int>(expected.size()));
 }
 
+TEST(KeyNumbers, ClearingCostsNoMoreThanTheKeysThatAreHeld)
+{
+    KeyNumbers numbers;
+    for (int key = 0; key < 100000; ++key)
+    {
+        numbers.add(key);
+    }
+    EXPECT_EQ(numbers.clear(), 100000U);
+    // The table is as large as before, a small set costs little all the same.
+    for (int const key : {5, 99999, 200000})
+    {
+        EXPECT_EQ(numbers.find(key), -1);
+        numbers.add(key);
+    }
+    EXPECT_EQ(numbers.clear(), 3U);
+    EXPECT_EQ(numbers.clear(), 0U);
+}
+
+TEST(KeyNumbers, NothingIsLeftOfTheKeysBeforeClearing)
+{
+    // Sets of many sizes one after the other, in which keys meet on their way to a slot.
+    std::mt19937 random(6);
+    KeyNumbers numbers;
+    for (int round = 0; round < 400; ++round)
+    {
+        std::map<int, int> expected;
+        auto const size = static_cast<int>(random() % (round % 50 == 0 ? 3000U : 200U));
+        for (int i = 0; i < size; ++i)
+        {
+            int const key = static_cast<int>(random() % 5000U) * 64;
+            auto const next = static_cast<int>(expected.size());
+            auto const [it, added] = expected.emplace(key, next);
+            ASSERT_EQ(numbers.add(key), std::pair(it->second, added));
+        }
+        numbers.clear();
+        for (auto const& entry : expected)
+        {
+            ASSERT_EQ(numbers.find(entry.first), -1);
+        }
+    }
+}
+
 namespace
 {
 

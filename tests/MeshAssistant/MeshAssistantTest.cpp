@@ -183,17 +183,17 @@ TEST(MeshAssistant, NeighbourRegionBeginsWithTheTriangle)
     EXPECT_THAT(files_in(diagnostics.directory),
                 ElementsAre("ear-patch_radius-0.500000_[3-1-0].obj",
                             "ear-patch_radius-0.500000_[3-1-0]_with-failed-face.obj"));
-    std::string const vertices = "v 1.000000 1.000000 0.000000\n"
-                                 "v 1.000000 0.000000 0.000000\n"
-                                 "v 0.000000 0.000000 0.000000\n"
-                                 "v 0.000000 1.000000 0.000000\n";
-    // The faces (0, 1, 3) and (0, 3, 2), as the file numbers them.
-    std::string const faces = "f 3 2 1\nf 3 1 4\n";
-    EXPECT_EQ(content(diagnostics.directory.file("ear-patch_radius-0.500000_[3-1-0].obj")),
-              vertices + faces);
+    std::string const region = "v 1.000000 1.000000 0.000000\n"
+                               "v 1.000000 0.000000 0.000000\n"
+                               "v 0.000000 0.000000 0.000000\n"
+                               "v 0.000000 1.000000 0.000000\n"
+                               "f 1 2 3\n"
+                               // The faces (0, 1, 3) and (0, 3, 2), as the file numbers them.
+                               "f 3 2 1\nf 3 1 4\n";
+    EXPECT_EQ(content(diagnostics.directory.file("ear-patch_radius-0.500000_[3-1-0].obj")), region);
     EXPECT_EQ(content(diagnostics.directory.file(
                   "ear-patch_radius-0.500000_[3-1-0]_with-failed-face.obj")),
-              vertices + "f 1 2 3\n" + faces);
+              region);
 }
 
 TEST(MeshAssistant, NeighbourRegionOfATriangleWithARepeatedCornerStillNamesThreeVertices)

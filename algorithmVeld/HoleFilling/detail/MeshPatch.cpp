@@ -38,10 +38,17 @@ int KeyNumbers::find(int key) const
     return slots_.empty() ? -1 : slots_[slot(key)];
 }
 
-void KeyNumbers::clear()
+std::size_t KeyNumbers::clear()
 {
-    keys_.clear();
-    slots_.assign(slots_.size(), -1);
+    // The last key first: those that are still held were placed before it, so that the way to
+    // their slots never leads over the one that is emptied.
+    std::size_t emptied = 0;
+    for (; !keys_.empty(); keys_.pop_back())
+    {
+        slots_[slot(keys_.back())] = -1;
+        ++emptied;
+    }
+    return emptied;
 }
 
 void KeyNumbers::grow()

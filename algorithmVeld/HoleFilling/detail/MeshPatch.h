@@ -21,7 +21,11 @@ public:
 
     int key(int number) const { return keys_[static_cast<std::size_t>(number)]; }
     int size() const { return static_cast<int>(keys_.size()); }
-    void clear();
+
+    /// Forgets all keys. Costs as much as keys are held, however large the table has become: one
+    /// long loop must not slow down all the short ones after it.
+    /// \return the number of slots that were written
+    std::size_t clear();
 
 private:
     std::size_t slot(int key) const;

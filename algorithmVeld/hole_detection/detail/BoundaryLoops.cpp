@@ -115,9 +115,11 @@ private:
 };
 
 /// Hosts that delete faces need the status of edges, but not that of halfedges.
-bool is_skipped(TriMesh const& mesh, HalfedgeHandle h)
+bool is_skipped(TriMesh const& mesh, HalfedgeHandle h, HiddenHalfedges hidden)
 {
-    return (mesh.has_halfedge_status() && (mesh.status(h).deleted() || mesh.status(h).hidden())) ||
+    bool const skip_hidden = hidden == HiddenHalfedges::SKIPPED;
+    return (mesh.has_halfedge_status() &&
+            (mesh.status(h).deleted() || (skip_hidden && mesh.status(h).hidden()))) ||
            (mesh.has_edge_status() && mesh.status(mesh.edge_handle(h)).deleted());
 }
 
@@ -156,7 +158,8 @@ std::vector<Handle> collect(std::vector<Link> const& walk, Handle Link::*member)
 
 /// All walks, of each the list of one member of its links.
 template <typename Handle>
-std::vector<std::vector<Handle>> all_walks(TriMesh& mesh, Handle Link::*member)
+std::vector<std::vector<Handle>> all_walks(TriMesh& mesh, Handle Link::*member,
+                                           HiddenHalfedges hidden)
 {
     ScopedProperty<OpenMesh::HPropHandleT<bool>> mark(mesh, "<hprop>");
     std::vector<bool>& visited = mark.data();
@@ -166,7 +169,8 @@ std::vector<std::vector<Handle>> all_walks(TriMesh& mesh, Handle Link::*member)
     for (auto const& link : links.all())
     {
         if (!visited[static_cast<std::size_t>(link.halfedge.idx())] &&
-            !is_skipped(mesh, link.halfedge) && walk_and_mark(mesh, links, link, visited, walk))
+            !is_skipped(mesh, link.halfedge, hidden) &&
+            walk_and_mark(mesh, links, link, visited, walk))
         {
             walks.push_back(collect(walk, member));
         }
@@ -216,14 +220,14 @@ private:
 
 } // namespace
 
-std::vector<BoundaryLoop> boundary_walks(TriMesh& mesh)
+std::vector<BoundaryLoop> boundary_walks(TriMesh& mesh, HiddenHalfedges hidden)
 {
-    return all_walks(mesh, &Link::halfedge);
+    return all_walks(mesh, &Link::halfedge, hidden);
 }
 
 Holes boundary_walks_by_vertex(TriMesh& mesh)
 {
-    return all_walks(mesh, &Link::from);
+    return all_walks(mesh, &Link::from, HiddenHalfedges::SKIPPED);
 }
 
 BoundaryLoop boundary_walk(TriMesh const& mesh, HalfedgeHandle start)

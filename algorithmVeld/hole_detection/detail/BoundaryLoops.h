@@ -14,11 +14,20 @@ namespace OrvaneAlgorithm::detail
 /// Boundary halfedges in the order of `next_halfedge_handle`, closed from the last to the first.
 using BoundaryLoop = std::vector<OpenMesh::HalfedgeHandle>;
 
+/// What happens to halfedges that the host has marked hidden.
+enum class HiddenHalfedges
+{
+    SKIPPED, ///< They start no walk.
+    WALKED   ///< They are halfedges like any other.
+};
+
 /// All closed walks along the boundary, in the order of their lowest halfedge, at which each
-/// begins. A walk may pass a vertex several times. Halfedges that are marked deleted or hidden
-/// start none. Where the links of a mesh are damaged, so that a walk leaves the boundary or does
-/// not come back to its start, it is left out. \param mesh gets a temporary property, nothing else
-std::vector<BoundaryLoop> boundary_walks(TriMesh& mesh);
+/// begins. A walk may pass a vertex several times. Halfedges that are marked deleted, or whose edge
+/// is, start none. Where the links of a mesh are damaged, so that a walk leaves the boundary or
+/// does not come back to its start, it is left out.
+/// \param mesh gets a temporary property, nothing else
+std::vector<BoundaryLoop> boundary_walks(TriMesh& mesh,
+                                         HiddenHalfedges hidden = HiddenHalfedges::SKIPPED);
 
 /// The same walks as the from-vertices of their halfedges. Faster where nobody asks for halfedges.
 Holes boundary_walks_by_vertex(TriMesh& mesh);
