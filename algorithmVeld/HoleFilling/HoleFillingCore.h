@@ -148,7 +148,9 @@ public:
     /// @{
 
     /// Closes a hole with the triangulation of its polygon whose largest dihedral angle is the
-    /// smallest possible and, of those, whose area is.
+    /// smallest and, of those, whose area is: every part of the polygon takes its best split, by
+    /// dynamic programming. A hole of n vertices takes about 12 n^2 bytes meanwhile, 1.2 GB for
+    /// 10 000; what cannot be allocated is thrown before a face is added.
     /// \param mesh grown by the new faces; a face that the mesh refuses is left out. Stored face
     ///        normals are used; without them they are computed from the coordinates.
     /// \param loop the boundary halfedges of the hole, in order

@@ -4,10 +4,12 @@
 #include "algorithmVeld/HoleFilling/detail/TriangleGeometry.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <thread>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -418,22 +420,32 @@ void solve_tile(PolygonRim const& rim, TriangulationRule const& rule, SplitTable
     }
 }
 
-/// Solves all sub-polygons, tile by tile: those of one diagonal of tiles do not need each other.
-/// Nothing throws in the parallel region.
+/// Solves all sub-polygons in columns of tiles, each from the diagonal up. A tile needs the one
+/// below it and the one left of it, so a thread works on a column close behind the one that has
+/// the column before, and waits for nothing else. Nothing throws in the parallel region.
 void solve(PolygonRim const& rim, TriangulationRule const& rule, SplitTables& tables, int threads)
 {
-    std::size_t const side =
-        std::min<std::size_t>(std::max<std::size_t>(tables.size() / 24, 8), 64);
-    auto const tiles = static_cast<std::ptrdiff_t>((tables.size() + side - 1) / side);
-    bool const is_large = tables.size() >= 64;
-#pragma omp parallel num_threads(threads) if (threads > 1 && is_large)
-    for (std::ptrdiff_t diagonal = 0; diagonal < tiles; ++diagonal)
+    std::size_t const side = std::clamp<std::size_t>(tables.size() / 24, 8, 64);
+    auto const columns = static_cast<std::ptrdiff_t>((tables.size() + side - 1) / side);
+    std::atomic<std::ptrdiff_t> next_column{0};
+    std::vector<std::atomic<std::ptrdiff_t>> first_done(static_cast<std::size_t>(columns));
+    for (std::ptrdiff_t j = 0; j < columns; ++j)
     {
-#pragma omp for schedule(dynamic, 1)
-        for (std::ptrdiff_t tile = 0; tile < tiles - diagonal; ++tile)
+        first_done[static_cast<std::size_t>(j)] = j + 1;
+    }
+    bool const is_large = tables.size() >= 96;
+#pragma omp parallel num_threads(threads) if (threads > 1 && is_large)
+    for (auto j = static_cast<std::size_t>(next_column++); j < first_done.size();
+         j = static_cast<std::size_t>(next_column++))
+    {
+        for (auto i = static_cast<std::ptrdiff_t>(j); i >= 0; --i)
         {
-            solve_tile(rim, rule, tables, static_cast<std::size_t>(tile) * side,
-                       static_cast<std::size_t>(tile + diagonal) * side, side);
+            while (j > 0 && first_done[j - 1].load(std::memory_order_acquire) > i)
+            {
+                std::this_thread::yield();
+            }
+            solve_tile(rim, rule, tables, static_cast<std::size_t>(i) * side, j * side, side);
+            first_done[j].store(i, std::memory_order_release);
         }
     }
 }

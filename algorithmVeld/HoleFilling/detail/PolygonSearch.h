@@ -68,7 +68,9 @@ struct PolygonFill
 };
 
 /// Finds the best triangulation: the one that a look at every split of every sub-polygon, in
-/// ascending order, would choose. Needs about 12 bytes for each pair of corners.
+/// ascending order, would choose. A part is settled before what lies beyond its chord is known, so
+/// the largest angle need not be the least of all triangulations. Needs about 12 bytes times the
+/// square of the number of corners.
 /// \param threads number of threads; without influence on the result
 PolygonFill best_polygon_fill(PolygonRim const& rim, TriangulationRule const& rule, int threads);
 

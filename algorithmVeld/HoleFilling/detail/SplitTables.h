@@ -24,9 +24,9 @@ public:
         : n_(points.size()), stride_(stride), place_(n_), row_(n_)
     {
         std::size_t const pairs = n_ * (n_ - 1) / 2;
-        angle_ = make<float>(pairs);
-        area_ = make<float>(pairs);
-        split_ = make<int>(pairs);
+        weight_angle_ = make<float>(pairs);
+        weight_area_ = make<float>(pairs);
+        lambda_ = make<int>(pairs);
         normal_ = make<Vector3f>(pairs);
 
         std::size_t row_places = 0;
@@ -54,8 +54,8 @@ public:
     }
 
     /// What is compared lies side by side: in the column of j from a place on, in the row of i.
-    float const* column_angle(std::size_t at) const { return &angle_[at]; }
-    float const* column_area(std::size_t at) const { return &area_[at]; }
+    float const* column_angle(std::size_t at) const { return &weight_angle_[at]; }
+    float const* column_area(std::size_t at) const { return &weight_area_[at]; }
     float const* row_angle(std::size_t i) const { return &row_angle_[row_[i]]; }
     float const* row_area(std::size_t i) const { return &row_area_[row_[i]]; }
 
@@ -67,20 +67,20 @@ public:
         return {&coordinates_[0][at], &coordinates_[1][at], &coordinates_[2][at]};
     }
 
-    int split(std::size_t i, std::size_t j) const { return split_[at(i, j)]; }
+    int split(std::size_t i, std::size_t j) const { return lambda_[at(i, j)]; }
     Vector3f const& normal(std::size_t i, std::size_t j) const { return normal_[at(i, j)]; }
     SplitCost cost(std::size_t i, std::size_t j) const
     {
-        return {angle_[at(i, j)], area_[at(i, j)]};
+        return {weight_angle_[at(i, j)], weight_area_[at(i, j)]};
     }
 
     /// \param normal unit normal of the triangle on i-j
     void set(std::size_t i, std::size_t j, SplitCost const& cost, int split, Vector3f const& normal)
     {
         std::size_t const c = at(i, j);
-        angle_[c] = cost.angle;
-        area_[c] = cost.area;
-        split_[c] = split;
+        weight_angle_[c] = cost.angle;
+        weight_area_[c] = cost.area;
+        lambda_[c] = split;
         normal_[c] = normal;
         if ((j - i - 1) % stride_ == 0)
         {
@@ -123,9 +123,9 @@ private:
     std::array<std::vector<float>, 3> coordinates_;
     std::vector<Place> place_;
     std::vector<std::size_t> row_;
-    std::unique_ptr<float[]> angle_;
-    std::unique_ptr<float[]> area_;
-    std::unique_ptr<int[]> split_;
+    std::unique_ptr<float[]> weight_angle_;
+    std::unique_ptr<float[]> weight_area_;
+    std::unique_ptr<int[]> lambda_;
     std::unique_ptr<Vector3f[]> normal_;
     std::unique_ptr<float[]> row_angle_;
     std::unique_ptr<float[]> row_area_;
