@@ -59,10 +59,9 @@ bool HoleFillingCore::hole_refinement_ex(TriMesh& mesh, FPropHandleT<bool>& face
     detail::DeletionScope const status(mesh);
     for (int round = 0; round < refine_rounds_; ++round)
     {
-        int const splits =
-            detail::split_pass(mesh, {face_new, vert_new, vert_boundary},
-                               [this](detail::FaceCorners const& face)
-                               { return detail::is_coarse(face, long_edge_thr_); });
+        int const splits = detail::split_pass(mesh, {face_new, vert_new, vert_boundary},
+                                              [this](detail::FaceCorners const& face)
+                                              { return detail::is_coarse(face, long_edge_thr_); });
         int const flips = detail::relax_pass(mesh, face_new);
         if (splits + flips == 0)
         {
