@@ -234,6 +234,8 @@ void MeshAssistant::output_neighbour_region(TriMesh const& mesh, OpenMesh::Verte
                                             OpenMesh::VertexHandle const& c,
                                             Vector3f const& /*point_a*/,
                                             Vector3f const& /*point_b*/, float radius, bool failed,
+                                            // Hosts know it with a copy.
+                                            // NOLINTNEXTLINE(performance-unnecessary-value-param)
                                             std::string name)
 {
     if (gPH.debug_dir.empty() || !is_usable(mesh, a) || !is_usable(mesh, b) || !is_usable(mesh, c))

@@ -123,7 +123,7 @@ Options vertex_attributes(TriMesh const& mesh)
     return options;
 }
 
-void export_by_openmesh(TriMesh const& mesh, char const* extension, Options options,
+void export_by_openmesh(TriMesh const& mesh, char const* extension, Options const& options,
                         std::ostream& stream)
 {
     constexpr std::streamsize digits_that_tell_floats_apart = 9;

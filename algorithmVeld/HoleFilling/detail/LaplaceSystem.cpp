@@ -118,8 +118,9 @@ LaplaceSystem assemble(PatchNeighbourhood const& patch)
 {
     int const n = patch.patch_size();
     LaplaceSystem system;
-    system.matrix.resize(3 * n, 3 * n);
-    system.right_side.resize(3 * n);
+    Eigen::Index const unknowns = 3 * static_cast<Eigen::Index>(n);
+    system.matrix.resize(unknowns, unknowns);
+    system.right_side.resize(unknowns);
     RowAccumulator row(n);
     PathSum<ORDER> paths(patch, row);
     std::vector<std::pair<int, double>> entries;
@@ -129,7 +130,7 @@ LaplaceSystem assemble(PatchNeighbourhood const& patch)
         row.flush(entries);
         for (int c = 0; c < 3; ++c)
         {
-            system.matrix.startVec(3 * k + c);
+            system.matrix.startVec(3 * static_cast<Eigen::Index>(k) + c);
             for (auto const& [column, value] : entries)
             {
                 system.matrix.insertBack(3 * k + c, 3 * column + c) = value;

@@ -79,7 +79,7 @@ float just_below(float x)
     {
         return -1.0F;
     }
-    std::uint32_t bits;
+    std::uint32_t bits = 0;
     std::memcpy(&bits, &x, sizeof bits);
     --bits;
     std::memcpy(&x, &bits, sizeof bits);
