@@ -683,6 +683,39 @@ TEST(EarClipping, SettingsAreShownLineByLine)
                           "====================</Ear Clipping Param >====================\n");
 }
 
+TEST(EarClipping, NewOneTestsTheNormalsOnly)
+{
+    RunCapture const log;
+    EarClipping().show_param();
+    EXPECT_EQ(log.text(), "====================< Ear Clipping Param >====================\n"
+                          "use node num constraint:    0\n"
+                          "node num thr:               20\n\n"
+                          "use edge length constraint: 0\n"
+                          "edge length thr:            0.600000\n\n"
+                          "use norm constraint:        1\n"
+                          "norm thr:                   150.000000\n"
+                          "====================</Ear Clipping Param >====================\n");
+}
+
+TEST(EarClipping, SixSettingsOfARunAreStoredAndShown)
+{
+    TriMesh mesh = sphere(0);
+    EarClipping clipping;
+    clipping.fill_hole(mesh, true, true, false, 7, 0.25, 30.5);
+    RunCapture const log;
+    clipping.fill_hole(mesh);
+    EXPECT_EQ(log.text(), "fill_hole() ..\n"
+                          "====================< Ear Clipping Param >====================\n"
+                          "use node num constraint:    1\n"
+                          "node num thr:               7\n\n"
+                          "use edge length constraint: 1\n"
+                          "edge length thr:            0.250000\n\n"
+                          "use norm constraint:        0\n"
+                          "norm thr:                   30.500000\n"
+                          "====================</Ear Clipping Param >====================\n" +
+                              counters(0, 0, 0, 0));
+}
+
 TEST(EarClipping, RunBeginsWithItsNameAndSettings)
 {
     TriMesh mesh = sphere(1);

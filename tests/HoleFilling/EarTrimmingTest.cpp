@@ -79,6 +79,32 @@ TEST(EarTrimming, DefaultsHaveAllThreeLimitsOn)
     EXPECT_EQ(trimming.open_holes().at(0).reason, OpenReason::NORMALS_DISAGREE);
 }
 
+TEST(EarTrimming, SixSettingsOfARunAreStored)
+{
+    // Each run is stopped by one of the settings, and so is the run after it on a new mesh.
+    struct Case
+    {
+        bool node_num;
+        bool edge_length;
+        bool norm;
+        OpenReason reason;
+    };
+    for (auto const& c : {Case{true, false, false, OpenReason::TOO_MANY_EDGES},
+                          Case{false, true, false, OpenReason::EDGE_TOO_LONG},
+                          Case{false, false, true, OpenReason::NORMALS_DISAGREE}})
+    {
+        SCOPED_TRACE(to_string(c.reason));
+        EarTrimming trimming;
+        TriMesh mesh = open_cone(8, 2.0F);
+        trimming.ear_trimming(mesh, c.node_num, c.edge_length, c.norm, 7, 0.25, 5.0);
+        TriMesh next = open_cone(8, 2.0F);
+        trimming.ear_trimming(next);
+        ASSERT_EQ(trimming.open_holes().size(), 1U);
+        EXPECT_EQ(trimming.open_holes()[0].reason, c.reason);
+        EXPECT_EQ(fingerprint(next), fingerprint(mesh));
+    }
+}
+
 TEST(EarTrimming, SquareHoleIsCutAtItsFirstCornerOfEqualOnes)
 {
     // The loop begins at its lowest halfedge, 5 -> 6. All corners measure a right angle, so 5 goes
