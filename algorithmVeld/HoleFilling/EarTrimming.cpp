@@ -419,26 +419,14 @@ bool EarTrimming::compute_angle_and_edge_len(TriMesh const& mesh, OpenMesh::Vert
                                              float& edge_len, TrimPlan& plan) const
 {
     auto const corner = detail::measure_corner(mesh, cur, prev, next);
-    switch (corner.status)
+    if (corner.status != detail::CornerStatus::MEASURED)
     {
-    case detail::CornerStatus::MEASURED:
-        angle = corner.angle;
-        edge_len = corner.edge_len;
-        return true;
-    case detail::CornerStatus::SHORT_SIDE:
-        plan.log("wrong edge length [%s (%d)]\n", __FILE__, __LINE__);
-        return false;
-    case detail::CornerStatus::NO_HALFEDGE:
-        plan.log("unmatched halfedge [%s (%d)]\n", __FILE__, __LINE__);
-        return false;
-    case detail::CornerStatus::NOT_A_TRIANGLE:
-        plan.log("unexpected ploygon [%s (%d)]\n", __FILE__, __LINE__);
-        return false;
-    case detail::CornerStatus::SHORT_FACE_SIDE:
-        plan.log("wrong edge length.\n");
+        plan.log(detail::corner_message(corner.status, __FILE__, __LINE__).c_str());
         return false;
     }
-    return false;
+    angle = corner.angle;
+    edge_len = corner.edge_len;
+    return true;
 }
 
 // ------------------------------------------------------------------------------------ carrying out
