@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <iterator>
 
@@ -371,6 +372,12 @@ void ExtractStick::copy_stick(TriMesh const& mesh, std::vector<int> const& verti
     }
     for (int const face : faces)
     {
+        auto const corners = mesh.fv_range(FaceHandle(face));
+        if (std::distance(corners.begin(), corners.end()) != 3)
+        {
+            std::printf("error: [%s (%d)]\n", __FILE__, __LINE__);
+            continue;
+        }
         auto const copy = detail::copy_face(mesh, FaceHandle(face), stick,
                                             [&](VertexHandle v) { return copies_[index(v)]; });
         log_and_print_line(verbose_ && !copy.is_valid(), "fail to add face [%s (%d)].\n", __FILE__,
