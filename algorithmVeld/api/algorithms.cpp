@@ -1,7 +1,11 @@
 #include "algorithmVeld/api/algorithms.h"
 
+#include "algorithmVeld/ExtractStick/ExtractStick.h"
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
+#include "algorithmVeld/cleanup/PatchEditor.h"
+#include "algorithmVeld/cleanup/RemoveBoundary.h"
+#include "algorithmVeld/cleanup/VertexEditor.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
 
 namespace OrvaneAlgorithm
@@ -14,6 +18,14 @@ RetVal ear_clipping(TriMesh& mesh, bool use_node_num, bool use_edge_length, bool
     trimming.ear_trimming(mesh, use_node_num, use_edge_length, use_norm, node_num_thr,
                           edge_length_thr, norm_thr);
     return RET_SUCCESS;
+}
+
+RetVal extract_sticks(TriMesh& mesh, Verts const& marker_points,
+                      std::vector<Vector2f> const& stick_sizes, std::vector<TriMesh>& sticks,
+                      bool positive_z, bool verbose)
+{
+    ExtractStick extractor;
+    return extractor.extract_sticks(mesh, marker_points, stick_sizes, sticks, positive_z, verbose);
 }
 
 RetVal fill_holes_core(TriMesh& mesh, Holes const& holes, int rings,
@@ -67,6 +79,50 @@ RetVal find_marker_holes(TriMesh& mesh, Verts const& marker_points, Verts const&
     FindHolesEx finder;
     return finder.find_marker_holes(mesh, marker_points, marker_normals, hole_match_thr,
                                     marker_radius, use_normals, normal_dot_thr, holes, verbose);
+}
+
+RetVal remove_marker_cloud(Cloud& cloud, Verts const& marker_points, Verts const& marker_normals,
+                           double radius, bool use_normals, double normal_dot_thr, bool verbose)
+{
+    return RemoveBoundary::remove_marker_cloud(cloud, marker_points, marker_normals, radius,
+                                               use_normals, normal_dot_thr, verbose);
+}
+
+RetVal remove_marker_mesh(BaseTriMesh& mesh, Verts const& marker_points,
+                          Verts const& marker_normals, double radius, bool use_normals,
+                          double normal_dot_thr, bool verbose)
+{
+    return use_normals ? RemoveBoundary::remove_marker_mesh_ex(mesh, marker_points, marker_normals,
+                                                               radius, normal_dot_thr, verbose)
+                       : RemoveBoundary::remove_marker_mesh(mesh, marker_points, radius, verbose);
+}
+
+RetVal remove_marker_mesh(TriMesh& mesh, Verts const& marker_points, Verts const& marker_normals,
+                          double radius, bool use_normals, double normal_dot_thr, bool verbose)
+{
+    return use_normals ? RemoveBoundary::remove_marker_mesh_ex(mesh, marker_points, marker_normals,
+                                                               radius, normal_dot_thr, verbose)
+                       : RemoveBoundary::remove_marker_mesh(mesh, marker_points, radius, verbose);
+}
+
+RetVal remove_non_manifold_verts(TriMesh& mesh, bool verbose)
+{
+    return VertexEditor::remove_non_manifold_verts(mesh, verbose);
+}
+
+RetVal remove_small_components_by_face(TriMesh& mesh, int face_thr, bool verbose)
+{
+    return PatchEditor::remove_small_components_by_face(mesh, face_thr, verbose);
+}
+
+RetVal remove_small_components_by_face_strong_connection(TriMesh& mesh, int face_thr, int ring_num)
+{
+    return PatchEditor::remove_small_componets_by_face_strong_connection(mesh, face_thr, ring_num);
+}
+
+RetVal remove_small_components_by_vert(TriMesh& mesh, int vert_thr, bool verbose)
+{
+    return PatchEditor::remove_small_components_by_vert(mesh, vert_thr, verbose);
 }
 
 } // namespace OrvaneAlgorithm

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/api/RetVal.h"
+#include "algorithmVeld/common/BaseTriMesh.h"
 #include "algorithmVeld/common/TriMesh.h"
 
 #include <vector>
@@ -19,6 +20,28 @@ namespace OrvaneAlgorithm
 ALGORITHMVELD_API RetVal ear_clipping(TriMesh& mesh, bool use_node_num, bool use_edge_length,
                                       bool use_norm, int node_num_thr, double edge_length_thr,
                                       double norm_thr);
+
+/// Cuts sticks, small upright cylinders, out of a scanned mesh.
+///
+/// From the vertex nearest to each seed point the search climbs along z, over vertices that do not
+/// lie lower than the one before, to the stick's tip. A face belongs to the stick if it hangs
+/// together with the tip by such faces, if none of its vertices is farther from the tip than the
+/// stick's far rim in a straight line, and if one of them is nearer than that along the edges. The
+/// far rim lies at sqrt(diameter^2 / 4 + height^2).
+/// \param mesh keeps its geometry; its status attributes are requested for the time of the call
+/// \param marker_points a point on each stick, in the mesh's unit, millimetres
+/// \param stick_sizes of each stick the diameter and the height, in the same unit
+/// \param sticks one mesh for each point, with the standard attributes that the source has: points,
+///        colours and normals are copied, in the order of the source; all others are zero
+/// \param positive_z whether the tips lie towards +z
+/// \param verbose whether to print and to log; `gPH` is not looked at
+/// \return `RET_SUCCESS`; `RET_INVALID_INPUT`, with `sticks` left alone, without points or if the
+///         numbers of points and sizes differ; `RET_FAILED` if no vertex is nearest to a point, as
+///         in a mesh without finite points: the sticks before it are complete, the others empty
+ALGORITHMVELD_API RetVal extract_sticks(TriMesh& mesh, Verts const& marker_points,
+                                        std::vector<Vector2f> const& stick_sizes,
+                                        std::vector<TriMesh>& sticks, bool positive_z,
+                                        bool verbose);
 
 /// Fills holes with a triangulated, refined and faired surface; see
 /// `HoleFillingCore::fill_holes_core`.
@@ -52,5 +75,35 @@ ALGORITHMVELD_API RetVal find_marker_holes(TriMesh& mesh, Verts const& marker_po
                                            Verts const& marker_normals, double hole_match_thr,
                                            double marker_radius, bool use_normals,
                                            double normal_dot_thr, Holes& holes, bool verbose);
+
+/// Removes the points near markers; see `RemoveBoundary::remove_marker_cloud`.
+ALGORITHMVELD_API RetVal remove_marker_cloud(Cloud& cloud, Verts const& marker_points,
+                                             Verts const& marker_normals, double radius,
+                                             bool use_normals, double normal_dot_thr, bool verbose);
+
+/// Removes what lies near markers: without `use_normals` as `RemoveBoundary::remove_marker_mesh`,
+/// which does not look at the normals, otherwise as `RemoveBoundary::remove_marker_mesh_ex`.
+ALGORITHMVELD_API RetVal remove_marker_mesh(BaseTriMesh& mesh, Verts const& marker_points,
+                                            Verts const& marker_normals, double radius,
+                                            bool use_normals, double normal_dot_thr, bool verbose);
+ALGORITHMVELD_API RetVal remove_marker_mesh(TriMesh& mesh, Verts const& marker_points,
+                                            Verts const& marker_normals, double radius,
+                                            bool use_normals, double normal_dot_thr, bool verbose);
+
+/// Removes vertices at which several fans of faces meet; see
+/// `VertexEditor::remove_non_manifold_verts`.
+ALGORITHMVELD_API RetVal remove_non_manifold_verts(TriMesh& mesh, bool verbose);
+
+/// Removes components of few faces; see `PatchEditor::remove_small_components_by_face`.
+ALGORITHMVELD_API RetVal remove_small_components_by_face(TriMesh& mesh, int face_thr, bool verbose);
+
+/// Removes small bodies, also those that hang on others by thin strips; see
+/// `PatchEditor::remove_small_componets_by_face_strong_connection`. It logs nothing.
+ALGORITHMVELD_API RetVal remove_small_components_by_face_strong_connection(TriMesh& mesh,
+                                                                           int face_thr,
+                                                                           int ring_num);
+
+/// Removes components of few vertices; see `PatchEditor::remove_small_components_by_vert`.
+ALGORITHMVELD_API RetVal remove_small_components_by_vert(TriMesh& mesh, int vert_thr, bool verbose);
 
 } // namespace OrvaneAlgorithm
