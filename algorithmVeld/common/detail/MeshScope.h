@@ -92,19 +92,24 @@ inline bool is_deleted(TriMesh const& mesh, OpenMesh::HalfedgeHandle halfedge)
            is_deleted(mesh, mesh.edge_handle(halfedge));
 }
 
-/// Requests and computes the normals that the mesh lacks. They stay: the next call finds them.
+/// Requests the normals that the mesh lacks and, if any were lacking, computes both kinds, so that
+/// they agree. They stay: the next call finds them.
 inline void provide_normals(TriMesh& mesh)
 {
+    if (mesh.has_face_normals() && mesh.has_vertex_normals())
+    {
+        return;
+    }
     if (!mesh.has_face_normals())
     {
         mesh.request_face_normals();
-        mesh.update_face_normals();
     }
     if (!mesh.has_vertex_normals())
     {
         mesh.request_vertex_normals();
-        mesh.update_vertex_normals();
     }
+    mesh.update_face_normals();
+    mesh.update_vertex_normals();
 }
 
 /// What happens to a vertex that loses its last face.
