@@ -569,7 +569,9 @@ TEST(RemoveMarkerPieces, NormalsThatAreThereAreUsedAsTheyAre)
 {
     // The host says that the sheet looks down.
     TriMesh mesh = grid(2, 2);
+    mesh.request_vertex_normals();
     mesh.request_face_normals();
+    mesh.update_vertex_normals();
     for (auto const face : mesh.faces())
     {
         mesh.set_normal(face, DOWN);
@@ -580,9 +582,23 @@ TEST(RemoveMarkerPieces, NormalsThatAreThereAreUsedAsTheyAre)
     EXPECT_EQ(mesh.n_faces(), 8U);
     EXPECT_EQ(array.get_fn(), 8U);
     EXPECT_TRUE(array.has_fNormal);
-    EXPECT_FALSE(array.has_vNormal);
     remove_pieces(mesh, {{1, 1, 0}}, {DOWN}, 50.0, 0.5);
     EXPECT_EQ(mesh.n_faces(), 0U);
+}
+
+TEST(RemoveMarkerPieces, BothKindsOfNormalsAreComputedWhereOneIsMissing)
+{
+    // So that they agree, whichever kind the host brought.
+    TriMesh mesh = grid(2, 2);
+    mesh.request_face_normals();
+    for (auto const face : mesh.faces())
+    {
+        mesh.set_normal(face, DOWN);
+    }
+    remove_pieces(mesh, {{1, 1, 0}}, {DOWN}, 50.0, 0.5);
+    EXPECT_EQ(mesh.n_faces(), 8U);
+    EXPECT_EQ(mesh.normal(OpenMesh::FaceHandle(0)), UP);
+    EXPECT_EQ(mesh.normal(OpenMesh::VertexHandle(0)), UP);
 }
 
 TEST(RemoveMarkerPieces, AnArrayMeshLosesItsNormalsBeforeItIsSqueezedAndItsFlagsAfterwards)

@@ -79,12 +79,43 @@ private:
     TriMesh const& mesh_;
 };
 
+/// The vertices at the other ends of the edges of a vertex.
+class AlongEdges
+{
+public:
+    explicit AlongEdges(TriMesh const& mesh) : mesh_(mesh) {}
+
+    template <typename Visit>
+    bool operator()(OpenMesh::VertexHandle vertex, Visit const& visit) const
+    {
+        for (auto const other : mesh_.vv_range(vertex))
+        {
+            if (!visit(OpenMesh::VertexHandle(other)))
+            {
+                return false;
+            }
+        }
+        return true;
+    }
+
+private:
+    TriMesh const& mesh_;
+};
+
 /// Grows a list of faces over the edges of a mesh; see `grow`. No face of the list may be marked
 /// deleted, for its links lead astray.
 template <typename Rule>
 bool grow_faces(TriMesh const& mesh, std::vector<OpenMesh::FaceHandle>& faces, Rule const& rule)
 {
     return grow(faces, AcrossEdges(mesh), rule);
+}
+
+/// Grows a list of vertices along the edges of a mesh; see `grow`.
+template <typename Rule>
+bool grow_vertices(TriMesh const& mesh, std::vector<OpenMesh::VertexHandle>& vertices,
+                   Rule const& rule)
+{
+    return grow(vertices, AlongEdges(mesh), rule);
 }
 
 } // namespace OrvaneAlgorithm::detail
