@@ -2,6 +2,8 @@
 
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
+#include "algorithmVeld/cleanup/PatchEditor.h"
+#include "algorithmVeld/cleanup/VertexEditor.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
 
 namespace OrvaneAlgorithm
@@ -67,6 +69,26 @@ RetVal find_marker_holes(TriMesh& mesh, Verts const& marker_points, Verts const&
     FindHolesEx finder;
     return finder.find_marker_holes(mesh, marker_points, marker_normals, hole_match_thr,
                                     marker_radius, use_normals, normal_dot_thr, holes, verbose);
+}
+
+RetVal remove_non_manifold_verts(TriMesh& mesh, bool verbose)
+{
+    return VertexEditor::remove_non_manifold_verts(mesh, verbose);
+}
+
+RetVal remove_small_components_by_face(TriMesh& mesh, int face_thr, bool verbose)
+{
+    return PatchEditor::remove_small_components_by_face(mesh, face_thr, verbose);
+}
+
+RetVal remove_small_components_by_face_strong_connection(TriMesh& mesh, int face_thr, int ring_num)
+{
+    return PatchEditor::remove_small_componets_by_face_strong_connection(mesh, face_thr, ring_num);
+}
+
+RetVal remove_small_components_by_vert(TriMesh& mesh, int vert_thr, bool verbose)
+{
+    return PatchEditor::remove_small_components_by_vert(mesh, vert_thr, verbose);
 }
 
 } // namespace OrvaneAlgorithm

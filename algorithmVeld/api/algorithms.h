@@ -53,4 +53,20 @@ ALGORITHMVELD_API RetVal find_marker_holes(TriMesh& mesh, Verts const& marker_po
                                            double marker_radius, bool use_normals,
                                            double normal_dot_thr, Holes& holes, bool verbose);
 
+/// Removes vertices at which several fans of faces meet; see
+/// `VertexEditor::remove_non_manifold_verts`.
+ALGORITHMVELD_API RetVal remove_non_manifold_verts(TriMesh& mesh, bool verbose);
+
+/// Removes components of few faces; see `PatchEditor::remove_small_components_by_face`.
+ALGORITHMVELD_API RetVal remove_small_components_by_face(TriMesh& mesh, int face_thr, bool verbose);
+
+/// Removes small bodies, also those that hang on others by thin strips; see
+/// `PatchEditor::remove_small_componets_by_face_strong_connection`. It logs nothing.
+ALGORITHMVELD_API RetVal remove_small_components_by_face_strong_connection(TriMesh& mesh,
+                                                                           int face_thr,
+                                                                           int ring_num);
+
+/// Removes components of few vertices; see `PatchEditor::remove_small_components_by_vert`.
+ALGORITHMVELD_API RetVal remove_small_components_by_vert(TriMesh& mesh, int vert_thr, bool verbose);
+
 } // namespace OrvaneAlgorithm

@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/LogHolder.h"
 #include "algorithmVeld/common/ParamHolder.h"
 
+#include <cstdio>
 #include <exception>
 #include <string>
 #include <utility>
@@ -36,6 +37,29 @@ template <typename... Arguments>
 void log(char const* format, Arguments... arguments)
 {
     log_line(gPH.log_enabled, format, arguments...);
+}
+
+/// Logs finished text and prints it to standard output as well, if `enabled` is true. Hosts of long
+/// standing read one or the other.
+inline void log_and_print_line(bool enabled, char const* text)
+{
+    if (enabled)
+    {
+        std::fputs(text, stdout);
+        gLH.LogPrintf("%s", text);
+    }
+}
+
+/// The same for a line that is formatted first.
+template <typename... Arguments>
+void log_and_print_line(bool enabled, char const* format, Arguments... arguments)
+{
+    if (enabled)
+    {
+        char line[512];
+        format_line(line, format, arguments...);
+        log_and_print_line(true, static_cast<char const*>(line));
+    }
 }
 
 /// Times a step from here to the end of the scope, also when an exception leaves it. What the

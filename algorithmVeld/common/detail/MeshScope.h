@@ -2,6 +2,8 @@
 
 #include "algorithmVeld/common/TriMesh.h"
 
+#include <vector>
+
 namespace OrvaneAlgorithm::detail
 {
 
@@ -29,23 +31,37 @@ private:
     Handle handle_;
 };
 
-/// The four status attributes, requested for a scope. Requests are counted by the mesh, so a status
-/// that the host requested stays.
+/// Whether a deletion marks halfedges too. Nothing is removed by their marks.
+enum class HalfedgeStatus
+{
+    REQUESTED,
+    LEFT_OUT
+};
+
+/// The four status attributes, or those of vertices, faces and edges, requested for a scope.
+/// Requests are counted by the mesh, so a status that the host requested stays.
 class DeletionScope
 {
 public:
-    explicit DeletionScope(TriMesh& mesh) : mesh_(mesh)
+    explicit DeletionScope(TriMesh& mesh, HalfedgeStatus halfedges = HalfedgeStatus::REQUESTED)
+        : mesh_(mesh), halfedges_(halfedges)
     {
         mesh_.request_vertex_status();
         mesh_.request_face_status();
-        mesh_.request_halfedge_status();
+        if (halfedges_ == HalfedgeStatus::REQUESTED)
+        {
+            mesh_.request_halfedge_status();
+        }
         mesh_.request_edge_status();
     }
     ~DeletionScope()
     {
         mesh_.release_vertex_status();
         mesh_.release_face_status();
-        mesh_.release_halfedge_status();
+        if (halfedges_ == HalfedgeStatus::REQUESTED)
+        {
+            mesh_.release_halfedge_status();
+        }
         mesh_.release_edge_status();
     }
     DeletionScope(DeletionScope const&) = delete;
@@ -53,6 +69,7 @@ public:
 
 private:
     TriMesh& mesh_;
+    HalfedgeStatus halfedges_;
 };
 
 /// Whether an element is marked deleted; never where the mesh has no status.
@@ -63,6 +80,43 @@ inline bool is_deleted(TriMesh const& mesh, OpenMesh::FaceHandle face)
 inline bool is_deleted(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
 {
     return mesh.has_vertex_status() && mesh.status(vertex).deleted();
+}
+
+/// What happens to a vertex that loses its last face.
+enum class IsolatedVertices
+{
+    KEPT,
+    DELETED
+};
+
+/// Deletes a face. One that is marked deleted already is left alone, where OpenMesh itself would
+/// end the process. The mesh needs its status attributes.
+inline void delete_face_checked(TriMesh& mesh, OpenMesh::FaceHandle face, IsolatedVertices isolated)
+{
+    if (mesh.is_valid_handle(face) && !is_deleted(mesh, face))
+    {
+        mesh.delete_face(face, isolated == IsolatedVertices::DELETED);
+    }
+}
+
+/// Deletes a vertex with its faces; one that is marked deleted already does no harm.
+inline void delete_vertex_checked(TriMesh& mesh, OpenMesh::VertexHandle vertex,
+                                  IsolatedVertices isolated)
+{
+    if (!mesh.is_valid_handle(vertex))
+    {
+        return;
+    }
+    std::vector<OpenMesh::FaceHandle> faces;
+    for (auto const face : mesh.vf_range(vertex))
+    {
+        faces.push_back(face);
+    }
+    for (auto const face : faces)
+    {
+        delete_face_checked(mesh, face, isolated);
+    }
+    mesh.status(vertex).set_deleted(true);
 }
 
 } // namespace OrvaneAlgorithm::detail

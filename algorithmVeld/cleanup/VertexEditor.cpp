@@ -1,0 +1,133 @@
+#include "algorithmVeld/cleanup/VertexEditor.h"
+
+#include "algorithmVeld/cleanup/detail/MeshCounts.h"
+#include "algorithmVeld/common/detail/Compaction.h"
+#include "algorithmVeld/common/detail/Log.h"
+#include "algorithmVeld/common/detail/MeshScope.h"
+
+namespace OrvaneAlgorithm
+{
+
+using detail::IsolatedVertices;
+using OpenMesh::VertexHandle;
+
+namespace
+{
+
+/// The boundary gaps around a vertex: its outgoing halfedges without a face.
+int count_gaps(TriMesh const& mesh, VertexHandle vertex)
+{
+    int gaps = 0;
+    for (auto const h : mesh.vih_range(vertex))
+    {
+        gaps += mesh.is_boundary(mesh.opposite_halfedge_handle(h)) ? 1 : 0;
+    }
+    return gaps;
+}
+
+/// The vertices with more than one gap, in their order. One pass over the halfedges tells which can
+/// have more than one, since every gap has a halfedge that leaves the vertex; only those are looked
+/// at closely.
+std::vector<VertexHandle> non_manifold_vertices(TriMesh const& mesh)
+{
+    std::vector<unsigned char> gaps(mesh.n_vertices(), 0);
+    int const n = static_cast<int>(mesh.n_halfedges());
+    for (int i = 0; i < n; ++i)
+    {
+        OpenMesh::HalfedgeHandle const h(i);
+        auto const from = mesh.from_vertex_handle(h);
+        if (mesh.is_boundary(h) && mesh.is_valid_handle(from))
+        {
+            auto& count = gaps[static_cast<std::size_t>(from.idx())];
+            count = count < 2 ? static_cast<unsigned char>(count + 1) : count;
+        }
+    }
+    std::vector<VertexHandle> found;
+    for (std::size_t v = 0; v < gaps.size(); ++v)
+    {
+        VertexHandle const vertex(static_cast<int>(v));
+        if (gaps[v] > 1 && !detail::is_deleted(mesh, vertex) && count_gaps(mesh, vertex) > 1)
+        {
+            found.push_back(vertex);
+        }
+    }
+    return found;
+}
+
+/// Deletes vertices, and keeps the list of those that lost a neighbour.
+class Removal
+{
+public:
+    explicit Removal(TriMesh& mesh) : mesh_(mesh), queued_(mesh.n_vertices(), false) {}
+
+    void remove(VertexHandle vertex)
+    {
+        for (auto const neighbour : mesh_.vv_range(vertex))
+        {
+            if (neighbour.is_valid() && !queued(neighbour))
+            {
+                work_.push_back(neighbour);
+                queued(neighbour) = true;
+            }
+        }
+        detail::delete_vertex_checked(mesh_, vertex, IsolatedVertices::DELETED);
+    }
+
+    void remove_what_was_damaged()
+    {
+        for (std::size_t i = 0; i < work_.size(); ++i)
+        {
+            VertexHandle const vertex = work_[i];
+            if (mesh_.is_isolated(vertex))
+            {
+                detail::delete_vertex_checked(mesh_, vertex, IsolatedVertices::DELETED);
+            }
+            else if (count_gaps(mesh_, vertex) > 1)
+            {
+                remove(vertex);
+            }
+            else
+            {
+                // It stays for now, so a later deletion next to it has to bring it back. The mark
+                // of a vertex that went is kept.
+                queued(vertex) = false;
+            }
+        }
+    }
+
+private:
+    std::vector<bool>::reference queued(VertexHandle vertex)
+    {
+        return queued_[static_cast<std::size_t>(vertex.idx())];
+    }
+
+    TriMesh& mesh_;
+    std::vector<bool> queued_;
+    std::vector<VertexHandle> work_;
+};
+
+} // namespace
+
+RetVal VertexEditor::remove_non_manifold_verts(TriMesh& mesh, bool verbose)
+{
+    detail::log_line(verbose, "remove_non_manifold_verts() ..\n");
+    detail::log_mesh_counts(verbose, detail::INITIAL_COUNTS, mesh);
+    {
+        detail::DeletionScope const status(mesh);
+        Removal removal(mesh);
+        // A vertex on the list goes even if the removal of another has left it with one gap.
+        for (auto const vertex : non_manifold_vertices(mesh))
+        {
+            if (!detail::is_deleted(mesh, vertex))
+            {
+                removal.remove(vertex);
+            }
+        }
+        removal.remove_what_was_damaged();
+        detail::compact(mesh);
+    }
+    detail::log_mesh_counts(verbose, detail::FINAL_COUNTS, mesh);
+    return RET_SUCCESS;
+}
+
+} // namespace OrvaneAlgorithm
