@@ -33,3 +33,4 @@
 #include "algorithmVeld/common/solver.h"
 #include "algorithmVeld/hole_detection/FindHoles.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
+#include "algorithmVeld/reconstruction/MeshMerge.h"

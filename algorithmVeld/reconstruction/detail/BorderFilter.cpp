@@ -1,5 +1,6 @@
 #include "algorithmVeld/reconstruction/detail/BorderFilter.h"
 
+#include "algorithmVeld/common/detail/FaceSearch.h"
 #include "algorithmVeld/common/detail/MeshScope.h"
 #include "algorithmVeld/common/detail/ParallelFor.h"
 
@@ -23,16 +24,10 @@ bool has_few_neighbours(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
     return neighbours < few_neighbours;
 }
 
+/// Whether no face lies across an edge.
 bool is_lone(TriMesh const& mesh, OpenMesh::FaceHandle face)
 {
-    for (auto it = mesh.cfh_iter(face); it.is_valid(); ++it)
-    {
-        if (!mesh.is_boundary(mesh.opposite_halfedge_handle(*it)))
-        {
-            return false;
-        }
-    }
-    return true;
+    return AcrossEdges(mesh)(face, [](OpenMesh::FaceHandle) { return false; });
 }
 
 } // namespace

@@ -449,8 +449,7 @@ void add_fan(TriMesh& mesh, OpenMesh::VertexHandle centre,
         bool agrees = true;
         for (int f = first_face; agrees && f < static_cast<int>(mesh.n_faces()); ++f)
         {
-            agrees =
-                face_agrees(mesh, OpenMesh::FaceHandle(f), triangle.normal, cos_normal_angle);
+            agrees = face_agrees(mesh, OpenMesh::FaceHandle(f), triangle.normal, cos_normal_angle);
         }
         if (agrees && !add_face_checked(mesh, centre, triangle.a, triangle.b).is_valid() && refused)
         {

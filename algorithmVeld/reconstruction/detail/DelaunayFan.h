@@ -51,9 +51,10 @@ private:
 /// What limits a fan.
 struct FanSettings
 {
-    float start_radius = 0.0F;   ///< Of the search around a centre whose own border edges are shorter.
-    double largest_radius = 0.0; ///< A centre that needs a larger one gets no fan.
-    double longest_edge = 0.0;   ///< Longest side of a triangle across from the centre.
+    float start_radius =
+        0.0F; ///< Of the search around a centre whose own border edges are shorter.
+    double largest_radius = 0.0;   ///< A centre that needs a larger one gets no fan.
+    double longest_edge = 0.0;     ///< Longest side of a triangle across from the centre.
     float cos_normal_angle = 0.0F; ///< Cosine of the largest angle to the faces around.
 };
 
@@ -135,16 +136,16 @@ private:
 
     // What follows belongs to the centre in work; the memory is used again.
     OpenMesh::VertexHandle centre_;
-    Eigen::Matrix3f lrf_;
+    Eigen::Matrix3f lrf_ = Eigen::Matrix3f::Identity();
     std::vector<int> hits_;
     std::vector<float> square_distances_;
     std::vector<Vector3f> points_;
-    KeyNumbers members_;                      // The vertices around the centre.
-    std::vector<Vector2f> local_;             // Positions of members in the plane of the surface.
-    std::vector<int> place_;                  // Of members among those on the border, else -1.
-    std::vector<int> border_, inner_;         // Members.
-    std::vector<float> border_x_, border_y_;  // Positions once more, by place.
-    std::vector<std::int32_t> is_hidden_;     // By place.
+    KeyNumbers members_;                     // The vertices around the centre.
+    std::vector<Vector2f> local_;            // Positions of members in the plane of the surface.
+    std::vector<int> place_;                 // Of members among those on the border, else -1.
+    std::vector<int> border_, inner_;        // Members.
+    std::vector<float> border_x_, border_y_; // Positions once more, by place.
+    std::vector<std::int32_t> is_hidden_;    // By place.
     std::vector<Visible> visible_;
     std::vector<int> ranks_; // Of members, -1 if they are not visible.
     std::vector<GapMark> marks_;

@@ -126,8 +126,8 @@ void copy_vertices(RangeData const& frame, TriMesh const& part, Counts const& be
         mesh.set_normal(vertex, frame.get_global_vNrv(i));
         if (mesh.has_vertex_colors())
         {
-            mesh.set_color(vertex, frame.has_vColor ? frame.get_vColor(i)
-                                                    : Vector3f(Vector3f::Zero()));
+            mesh.set_color(vertex,
+                           frame.has_vColor ? frame.get_vColor(i) : Vector3f(Vector3f::Zero()));
         }
     }
 }
@@ -149,9 +149,9 @@ bool wants_colours(std::vector<RangeData const*> const& ranges, ColourRule rule)
 
 std::optional<std::size_t> frame_without_normals(std::vector<RangeData const*> const& ranges)
 {
-    auto const found =
-        std::find_if(ranges.begin(), ranges.end(), [](RangeData const* frame)
-                     { return frame == nullptr || !frame->has_vNormal; });
+    auto const found = std::find_if(ranges.begin(), ranges.end(),
+                                    [](RangeData const* frame)
+                                    { return frame == nullptr || !frame->has_vNormal; });
     if (found == ranges.end())
     {
         return std::nullopt;
@@ -194,7 +194,8 @@ void triangulate_frames(std::vector<RangeData const*> const& ranges, ColourRule 
                             auto const i = static_cast<std::size_t>(r);
                             copy_links(parts[i], before[i], mesh);
                             copy_vertices(*ranges[i], parts[i], before[i], mesh);
-                            auto const frames = mesh.property(frame_of_vertex).data_vector().begin();
+                            auto const frames =
+                                mesh.property(frame_of_vertex).data_vector().begin();
                             std::fill(frames + static_cast<std::ptrdiff_t>(before[i].vertices),
                                       frames + static_cast<std::ptrdiff_t>(before[i + 1].vertices),
                                       static_cast<int>(i));
