@@ -257,35 +257,46 @@ inline void add_bumps(Surface& sphere, double edge)
     }
 }
 
-/// The mesh: about `faces` triangles before `holes` holes of about `length` edges are cut.
-inline TriMesh bumpy_sphere(int faces, int holes, int length)
+/// The mesh of a surface, its vertices in the order in which the triangles use them first.
+inline TriMesh to_mesh(Surface const& surface)
 {
-    int const n = std::max(2, static_cast<int>(std::lround(std::sqrt(faces / 12.0))));
-    Surface sphere = cube_sphere(n);
-    cut_holes(sphere, holes, length);
-    add_bumps(sphere, 100.0 * 3.141592653589793 / 2.0 / n);
-
     TriMesh mesh;
-    mesh.reserve(sphere.points.size(), sphere.triangles.size() * 3 / 2, sphere.triangles.size());
-    std::vector<OpenMesh::VertexHandle> vertices(sphere.points.size());
-    for (auto const& t : sphere.triangles)
+    mesh.reserve(surface.points.size(), surface.triangles.size() * 3 / 2, surface.triangles.size());
+    std::vector<OpenMesh::VertexHandle> vertices(surface.points.size());
+    for (auto const& t : surface.triangles)
     {
         for (int const corner : t)
         {
             auto const v = static_cast<std::size_t>(corner);
             if (!vertices[v].is_valid())
             {
-                vertices[v] = mesh.add_vertex(sphere.points[v]);
+                vertices[v] = mesh.add_vertex(surface.points[v]);
             }
         }
     }
-    for (auto const& t : sphere.triangles)
+    for (auto const& t : surface.triangles)
     {
         mesh.add_face(vertices[static_cast<std::size_t>(t[0])],
                       vertices[static_cast<std::size_t>(t[1])],
                       vertices[static_cast<std::size_t>(t[2])]);
     }
     return mesh;
+}
+
+/// Cells a side of the cube that becomes a sphere of about `faces` triangles.
+inline int cells_for(int faces)
+{
+    return std::max(2, static_cast<int>(std::lround(std::sqrt(faces / 12.0))));
+}
+
+/// The mesh: about `faces` triangles before `holes` holes of about `length` edges are cut.
+inline TriMesh bumpy_sphere(int faces, int holes, int length)
+{
+    int const n = cells_for(faces);
+    Surface sphere = cube_sphere(n);
+    cut_holes(sphere, holes, length);
+    add_bumps(sphere, 100.0 * 3.141592653589793 / 2.0 / n);
+    return to_mesh(sphere);
 }
 
 } // namespace veld_benchmark
