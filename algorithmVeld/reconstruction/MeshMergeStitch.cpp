@@ -5,11 +5,13 @@
 #include "algorithmVeld/reconstruction/MeshMerge.h"
 #include "algorithmVeld/reconstruction/detail/DelaunayFan.h"
 #include "algorithmVeld/reconstruction/detail/ElementOrder.h"
-#include "algorithmVeld/reconstruction/detail/StitchRounds.h"
+#include "algorithmVeld/reconstruction/detail/OrderedWork.h"
 
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <mutex>
+#include <optional>
 #include <utility>
 
 /// \file
@@ -21,6 +23,8 @@ namespace OrvaneAlgorithm
 namespace
 {
 
+using OpenMesh::FaceHandle;
+using OpenMesh::HalfedgeHandle;
 using OpenMesh::VertexHandle;
 
 /// The axis of the largest extent; of equal ones the first.
@@ -73,37 +77,108 @@ std::vector<VertexHandle> order_of_work(TriMesh const& mesh,
     return centres;
 }
 
-/// Stitches around border vertices, in rounds: those whose neighbourhoods are apart are planned in
-/// parallel while nobody changes the mesh, and one thread carries the plans out. At the end the new
-/// faces and edges get the numbers that they would have got one after the other.
+/// Unused edges and faces at the end of the mesh, which threads take in blocks. So the mesh's
+/// arrays don't move while threads read and link it.
+class ElementStore
+{
+public:
+    /// Edges and faces side by side, for one thread.
+    struct Block
+    {
+        HalfedgeHandle edge(VertexHandle from, VertexHandle to)
+        {
+            HalfedgeHandle const h(2 * (first_edge + edges++));
+            mesh->set_vertex_handle(h, to);
+            mesh->set_vertex_handle(mesh->opposite_halfedge_handle(h), from);
+            return h;
+        }
+        FaceHandle face() { return FaceHandle(first_face + faces++); }
+
+        TriMesh* mesh = nullptr;
+        int first_edge = 0;
+        int first_face = 0;
+        int edges = 0; ///< How many are used.
+        int faces = 0;
+    };
+
+    explicit ElementStore(TriMesh& mesh)
+        : mesh_(mesh), next_edge_(mesh.n_edges()), next_face_(mesh.n_faces())
+    {
+    }
+
+    /// Makes room for at least so many triangles. No thread may look at the mesh meanwhile.
+    void enlarge(std::size_t triangles)
+    {
+        mesh_.resize(mesh_.n_vertices(), mesh_.n_edges() + 3 * triangles,
+                     mesh_.n_faces() + triangles);
+    }
+
+    /// Takes what so many triangles can need. \return nothing if there is not so much left
+    std::optional<Block> take(std::size_t triangles)
+    {
+        std::lock_guard<std::mutex> const lock(mutex_);
+        if (next_face_ + triangles > mesh_.n_faces() ||
+            next_edge_ + 3 * triangles > mesh_.n_edges())
+        {
+            return std::nullopt;
+        }
+        Block const block{&mesh_, static_cast<int>(next_edge_), static_cast<int>(next_face_)};
+        next_edge_ += 3 * triangles;
+        next_face_ += triangles;
+        return block;
+    }
+
+private:
+    TriMesh& mesh_;
+    std::mutex mutex_;
+    std::size_t next_edge_;
+    std::size_t next_face_;
+};
+
+/// Stitches around border vertices, those in parallel whose neighbourhoods are apart. In the end
+/// the new faces and edges get the numbers that they would have got one after the other.
 class Stitch
 {
 public:
     Stitch(TriMesh& mesh, std::vector<VertexHandle> centres, detail::FanSettings const& settings)
-        : mesh_(mesh), centres_(std::move(centres)), settings_(settings)
+        : mesh_(mesh), centres_(std::move(centres)), settings_(settings), store_(mesh)
     {
-        std::vector<Vector3f> const points(mesh.points(), mesh.points() + mesh.n_vertices());
         tree_.set_sorted(false);
-        tree_.build_kdtree(points);
-        fan_of_thread_ =
-            std::vector<detail::DelaunayFan>(static_cast<std::size_t>(omp_get_max_threads()),
-                                             detail::DelaunayFan(mesh_, tree_, settings_));
+        tree_.build_kdtree(std::vector<Vector3f>(mesh.points(), mesh.points() + mesh.n_vertices()));
+        workers_ =
+            std::vector<Worker>(static_cast<std::size_t>(omp_get_max_threads()),
+                                Worker{detail::DelaunayFan(mesh_, tree_, settings_), {}, {}, 0});
     }
 
     void run()
     {
+        auto const n_edges = mesh_.n_edges();
+        auto const n_faces = mesh_.n_faces();
         // Nobody is stitched whose search would reach further.
-        detail::StitchRounds rounds(positions(), settings_.largest_radius);
-        mesh_.reserve_more(0, centres_.size(), centres_.size());
-        for (; !rounds.round().empty(); rounds.finish_round())
+        detail::OrderedWork work(positions(), settings_.largest_radius);
+        store_.enlarge(centres_.size());
+        while (!work.run([this](int turn) { return stitch(turn); }))
         {
-            plan(rounds.round());
-            carry_out(rounds.round());
+            store_.enlarge(centres_.size() + largest_fan());
         }
-        detail::order_by_turns(mesh_, added_);
+        std::vector<detail::AddedFaces> added;
+        for (auto const& worker : workers_)
+        {
+            added.insert(added.end(), worker.added.begin(), worker.added.end());
+        }
+        detail::order_by_turns(mesh_, n_edges, n_faces, std::move(added));
     }
 
 private:
+    /// What a thread has for itself.
+    struct Worker
+    {
+        detail::DelaunayFan fan;
+        std::vector<detail::FanTriangle> triangles;
+        std::vector<detail::AddedFaces> added;
+        std::size_t largest_fan = 0;
+    };
+
     std::vector<Vector3f> positions() const
     {
         std::vector<Vector3f> result;
@@ -115,43 +190,45 @@ private:
         return result;
     }
 
-    void plan(std::vector<int> const& round)
+    std::size_t largest_fan() const
     {
-        plans_.resize(std::max(plans_.size(), round.size()));
-        detail::parallel_for_uneven(
-            static_cast<std::ptrdiff_t>(round.size()),
-            [&](std::ptrdiff_t i)
-            {
-                auto const place = static_cast<std::size_t>(i);
-                auto& fan = fan_of_thread_[static_cast<std::size_t>(omp_get_thread_num())];
-                fan.plan(centres_[static_cast<std::size_t>(round[place])], plans_[place]);
-            });
+        std::size_t result = 0;
+        for (auto const& worker : workers_)
+        {
+            result = std::max(result, worker.largest_fan);
+        }
+        return result;
     }
 
-    void carry_out(std::vector<int> const& round)
+    /// \return false if there is no room for the triangles
+    bool stitch(int turn)
     {
-        for (std::size_t i = 0; i < round.size(); ++i)
+        auto const centre = centres_[static_cast<std::size_t>(turn)];
+        auto& worker = workers_[static_cast<std::size_t>(omp_get_thread_num())];
+        worker.fan.plan(centre, worker.triangles);
+        if (worker.triangles.empty())
         {
-            if (plans_[i].empty())
-            {
-                continue;
-            }
-            auto const edges = mesh_.n_edges();
-            auto const faces = mesh_.n_faces();
-            detail::add_fan(mesh_, centres_[static_cast<std::size_t>(round[i])], plans_[i],
-                            settings_.cos_normal_angle, {});
-            added_.push_back({round[i], static_cast<int>(mesh_.n_faces() - faces),
-                              static_cast<int>(mesh_.n_edges() - edges)});
+            return true;
         }
+        worker.largest_fan = std::max(worker.largest_fan, worker.triangles.size());
+        auto block = store_.take(worker.triangles.size());
+        if (!block)
+        {
+            return false;
+        }
+        detail::add_fan(mesh_, centre, worker.triangles, settings_.cos_normal_angle, *block,
+                        [](detail::FanTriangle const&) {});
+        worker.added.push_back(
+            {turn, block->first_face, block->faces, block->first_edge, block->edges});
+        return true;
     }
 
     TriMesh& mesh_;
     std::vector<VertexHandle> centres_;
     detail::FanSettings settings_;
     KdTree3f tree_;
-    std::vector<detail::DelaunayFan> fan_of_thread_;
-    std::vector<std::vector<detail::FanTriangle>> plans_; // By place in the round.
-    std::vector<detail::AddedFaces> added_;
+    ElementStore store_;
+    std::vector<Worker> workers_;
 };
 
 } // namespace

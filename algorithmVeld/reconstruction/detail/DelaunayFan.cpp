@@ -1,7 +1,5 @@
 #include "algorithmVeld/reconstruction/detail/DelaunayFan.h"
 
-#include "algorithmVeld/HoleFilling/detail/EarGeometry.h"
-#include "algorithmVeld/common/detail/AddFace.h"
 #include "algorithmVeld/common/detail/LocalFrame.h"
 
 #include <algorithm>
@@ -436,26 +434,6 @@ bool DelaunayFan::agrees_with_normals(FanTriangle const& triangle) const
         }
     }
     return true;
-}
-
-void add_fan(TriMesh& mesh, OpenMesh::VertexHandle centre,
-             std::vector<FanTriangle> const& triangles, float cos_normal_angle,
-             std::function<void(FanTriangle const&)> const& refused)
-{
-    auto const first_face = static_cast<int>(mesh.n_faces());
-    for (auto const& triangle : triangles)
-    {
-        // The plan has asked the faces that were there; those of this fan are new around it.
-        bool agrees = true;
-        for (int f = first_face; agrees && f < static_cast<int>(mesh.n_faces()); ++f)
-        {
-            agrees = face_agrees(mesh, OpenMesh::FaceHandle(f), triangle.normal, cos_normal_angle);
-        }
-        if (agrees && !add_face_checked(mesh, centre, triangle.a, triangle.b).is_valid() && refused)
-        {
-            refused(triangle);
-        }
-    }
 }
 
 } // namespace OrvaneAlgorithm::detail

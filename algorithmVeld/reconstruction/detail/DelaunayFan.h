@@ -1,11 +1,14 @@
 #pragma once
 
+#include "algorithmVeld/HoleFilling/detail/EarGeometry.h"
 #include "algorithmVeld/HoleFilling/detail/MeshPatch.h"
 #include "algorithmVeld/common/KdTree3f.h"
 #include "algorithmVeld/common/TriMesh.h"
+#include "algorithmVeld/common/detail/AddFace.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
@@ -154,9 +157,35 @@ private:
 
 /// Adds the triangles of a fan to the mesh, in their order, as far as they agree with each other
 /// and the mesh can take them.
-/// \param refused called with each triangle that the mesh could not take; may be empty
+/// \param elements gives new edges and faces
+/// \param refused called with each triangle that the mesh could not take
+template <typename Elements, typename Refused>
 void add_fan(TriMesh& mesh, OpenMesh::VertexHandle centre,
-             std::vector<FanTriangle> const& triangles, float cos_normal_angle,
-             std::function<void(FanTriangle const&)> const& refused);
+             std::vector<FanTriangle> const& triangles, float cos_normal_angle, Elements& elements,
+             Refused const& refused)
+{
+    std::vector<OpenMesh::FaceHandle> added;
+    for (auto const& triangle : triangles)
+    {
+        // The plan has asked the faces that were there; those of this fan are new around it.
+        bool const agrees =
+            std::all_of(added.begin(), added.end(),
+                        [&](OpenMesh::FaceHandle face)
+                        { return face_agrees(mesh, face, triangle.normal, cos_normal_angle); });
+        if (!agrees)
+        {
+            continue;
+        }
+        auto const face = add_face_checked(mesh, centre, triangle.a, triangle.b, elements);
+        if (face.is_valid())
+        {
+            added.push_back(face);
+        }
+        else
+        {
+            refused(triangle);
+        }
+    }
+}
 
 } // namespace OrvaneAlgorithm::detail

@@ -18,67 +18,54 @@ using OpenMesh::VertexHandle;
 class Numbering
 {
 public:
-    Numbering(TriMesh const& mesh, std::vector<AddedFaces> const& added)
+    /// \param added in the order of their turns
+    Numbering(TriMesh const& mesh, std::size_t n_edges, std::size_t n_faces,
+              std::vector<AddedFaces> const& added)
+        : old_edges_(static_cast<int>(n_edges)),
+          old_faces_(static_cast<int>(n_faces)),
+          edges_(mesh.n_edges() - n_edges, -1),
+          faces_(mesh.n_faces() - n_faces, -1),
+          n_edges_(old_edges_),
+          n_faces_(old_faces_)
     {
         for (auto const& entry : added)
         {
-            first_edge_ += entry.edges;
-            first_face_ += entry.faces;
+            auto const edge = edges_.begin() + (entry.first_edge - old_edges_);
+            auto const face = faces_.begin() + (entry.first_face - old_faces_);
+            std::iota(edge, edge + entry.edges, n_edges_);
+            std::iota(face, face + entry.faces, n_faces_);
+            n_edges_ += entry.edges;
+            n_faces_ += entry.faces;
         }
-        edges_.resize(static_cast<std::size_t>(first_edge_));
-        faces_.resize(static_cast<std::size_t>(first_face_));
-        first_edge_ = static_cast<int>(mesh.n_edges()) - first_edge_;
-        first_face_ = static_cast<int>(mesh.n_faces()) - first_face_;
-        number(added);
     }
 
-    int first_edge() const { return first_edge_; }
-    int first_face() const { return first_face_; }
+    std::size_t n_edges() const { return static_cast<std::size_t>(n_edges_); }
+    std::size_t n_faces() const { return static_cast<std::size_t>(n_faces_); }
+
+    bool is_new(HalfedgeHandle h) const { return h.idx() >= 2 * old_edges_; }
 
     HalfedgeHandle operator()(HalfedgeHandle h) const
     {
-        int const edge = h.idx() / 2 - first_edge_;
-        return edge < 0 ? h
-                        : HalfedgeHandle(2 * edges_[static_cast<std::size_t>(edge)] + h.idx() % 2);
+        return is_new(h)
+                   ? HalfedgeHandle(2 * edges_[static_cast<std::size_t>(h.idx() / 2 - old_edges_)] +
+                                    h.idx() % 2)
+                   : h;
     }
 
     FaceHandle operator()(FaceHandle face) const
     {
-        int const i = face.idx() - first_face_;
-        return i < 0 ? face : FaceHandle(faces_[static_cast<std::size_t>(i)]);
+        return face.idx() >= old_faces_
+                   ? FaceHandle(faces_[static_cast<std::size_t>(face.idx() - old_faces_)])
+                   : face;
     }
 
 private:
-    void number(std::vector<AddedFaces> const& added)
-    {
-        std::vector<std::size_t> by_turn(added.size());
-        std::iota(by_turn.begin(), by_turn.end(), std::size_t{0});
-        std::sort(by_turn.begin(), by_turn.end(),
-                  [&](std::size_t a, std::size_t b) { return added[a].turn < added[b].turn; });
-        std::vector<AddedFaces> numbers(added.size()); // The first ones of each entry.
-        int edge = first_edge_;
-        int face = first_face_;
-        for (auto const i : by_turn)
-        {
-            numbers[i] = {added[i].turn, face, edge};
-            edge += added[i].edges;
-            face += added[i].faces;
-        }
-        auto next_edge = edges_.begin();
-        auto next_face = faces_.begin();
-        for (std::size_t i = 0; i < added.size(); ++i)
-        {
-            std::iota(next_edge, next_edge + added[i].edges, numbers[i].edges);
-            std::iota(next_face, next_face + added[i].faces, numbers[i].faces);
-            next_edge += added[i].edges;
-            next_face += added[i].faces;
-        }
-    }
-
-    int first_edge_ = 0;
-    int first_face_ = 0;
-    std::vector<int> edges_;
+    int old_edges_;
+    int old_faces_;
+    std::vector<int> edges_; // By old number.
     std::vector<int> faces_;
+    int n_edges_;
+    int n_faces_;
 };
 
 /// The links of a halfedge as they were.
@@ -110,36 +97,42 @@ struct Links
     std::vector<FaceLinks> faces;
 };
 
-Links collect(TriMesh const& mesh, Numbering const& numbering)
+Links collect(TriMesh const& mesh, Numbering const& numbering, std::vector<AddedFaces> const& added)
 {
     Links links;
-    for (int i = 2 * numbering.first_edge(); i < static_cast<int>(mesh.n_halfedges()); ++i)
+    for (auto const& entry : added)
     {
-        HalfedgeHandle const h(i);
-        auto const to = mesh.to_vertex_handle(h);
-        links.halfedges.push_back({h, mesh.next_halfedge_handle(h), mesh.prev_halfedge_handle(h),
-                                   to, mesh.face_handle(h)});
-        if (mesh.halfedge_handle(to).idx() >= 2 * numbering.first_edge())
+        for (int i = 2 * entry.first_edge; i < 2 * (entry.first_edge + entry.edges); ++i)
         {
-            links.vertices.push_back({to, mesh.halfedge_handle(to)});
+            HalfedgeHandle const h(i);
+            auto const to = mesh.to_vertex_handle(h);
+            links.halfedges.push_back({h, mesh.next_halfedge_handle(h),
+                                       mesh.prev_halfedge_handle(h), to, mesh.face_handle(h)});
+            if (numbering.is_new(mesh.halfedge_handle(to)))
+            {
+                links.vertices.push_back({to, mesh.halfedge_handle(to)});
+            }
         }
-    }
-    for (int i = numbering.first_face(); i < static_cast<int>(mesh.n_faces()); ++i)
-    {
-        FaceHandle const face(i);
-        auto const h = mesh.halfedge_handle(face);
-        links.faces.push_back(
-            {face, {{h, mesh.next_halfedge_handle(h), mesh.prev_halfedge_handle(h)}}});
+        for (int i = entry.first_face; i < entry.first_face + entry.faces; ++i)
+        {
+            FaceHandle const face(i);
+            auto const h = mesh.halfedge_handle(face);
+            links.faces.push_back(
+                {face, {{h, mesh.next_halfedge_handle(h), mesh.prev_halfedge_handle(h)}}});
+        }
     }
     return links;
 }
 
 } // namespace
 
-void order_by_turns(TriMesh& mesh, std::vector<AddedFaces> const& added)
+void order_by_turns(TriMesh& mesh, std::size_t n_edges, std::size_t n_faces,
+                    std::vector<AddedFaces> added)
 {
-    Numbering const numbering(mesh, added);
-    Links const links = collect(mesh, numbering);
+    std::sort(added.begin(), added.end(),
+              [](AddedFaces const& a, AddedFaces const& b) { return a.turn < b.turn; });
+    Numbering const numbering(mesh, n_edges, n_faces, added);
+    Links const links = collect(mesh, numbering, added);
     for (auto const& old : links.halfedges)
     {
         auto const h = numbering(old.self);
@@ -169,6 +162,7 @@ void order_by_turns(TriMesh& mesh, std::vector<AddedFaces> const& added)
     {
         mesh.set_halfedge_handle(old.self, numbering(old.halfedge));
     }
+    mesh.resize(mesh.n_vertices(), numbering.n_edges(), numbering.n_faces());
 }
 
 } // namespace OrvaneAlgorithm::detail
