@@ -8,6 +8,7 @@
 #include "algorithmVeld/reconstruction/detail/BorderFilter.h"
 #include "algorithmVeld/reconstruction/detail/FrameTriangulation.h"
 
+#include <exception>
 #include <string>
 
 namespace OrvaneAlgorithm
@@ -23,6 +24,26 @@ auto timed(char const* step, Stage const& stage)
     detail::StepTimer const timer(step, "mesh-merge");
     return stage();
 }
+
+/// Empties the mesh if an exception leaves the scope, for half of a merge is of no use.
+class EmptiedOnException
+{
+public:
+    explicit EmptiedOnException(TriMesh& mesh) : mesh_(mesh) {}
+    ~EmptiedOnException()
+    {
+        if (std::uncaught_exceptions() > exceptions_)
+        {
+            mesh_.clear();
+        }
+    }
+    EmptiedOnException(EmptiedOnException const&) = delete;
+    EmptiedOnException& operator=(EmptiedOnException const&) = delete;
+
+private:
+    TriMesh& mesh_;
+    int exceptions_ = std::uncaught_exceptions();
+};
 
 } // namespace
 
@@ -63,6 +84,7 @@ RetVal MeshMerge::mesh_merge(std::vector<RangeData const*> const& ranges, double
     detail::log("mesh_merge() ..\n");
     detail::StepTimer const timer("mesh-merge");
     mesh.clear();
+    EmptiedOnException const emptied(mesh);
     FrameNumbers const frame_numbers(*this, mesh);
     if (!timed("rge-to-mesh", [&] { return convert_rge_to_mesh(ranges, mesh); }))
     {

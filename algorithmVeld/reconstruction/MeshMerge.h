@@ -48,8 +48,8 @@ public:
     /// \param vertex_frames replaced: for each vertex of the mesh the position of its frame in
     ///        `ranges`. Left alone on failure.
     /// \return `RET_SUCCESS`, or `RET_INVALID_INPUT` if there is no frame or one lacks normals
-    /// \throw std::out_of_range if a channel of a frame that is on is shorter than the frame; the
-    ///        mesh is empty then
+    /// \throw std::out_of_range if a channel of a frame that is on is shorter than the frame. The
+    ///        mesh is empty after any exception, also one of a sink or an observer of steps.
     RetVal mesh_merge(std::vector<RangeData const*> const& ranges, double stitch_radius,
                       TriMesh& mesh, bool verbose, int max_hole_edges, int min_component_size,
                       double long_edge_length, std::vector<int>& vertex_frames);

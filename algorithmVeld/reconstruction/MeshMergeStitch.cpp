@@ -109,6 +109,8 @@ public:
     /// Makes room for at least so many triangles. No thread may look at the mesh meanwhile.
     void enlarge(std::size_t triangles)
     {
+        // Growing in one step by what is wanted, not to twice the size.
+        mesh_.reserve_more(0, 3 * triangles, triangles);
         mesh_.resize(mesh_.n_vertices(), mesh_.n_edges() + 3 * triangles,
                      mesh_.n_faces() + triangles);
     }
@@ -141,23 +143,21 @@ class Stitch
 {
 public:
     Stitch(TriMesh& mesh, std::vector<VertexHandle> centres, detail::FanSettings const& settings)
-        : mesh_(mesh), centres_(std::move(centres)), settings_(settings), store_(mesh)
+        : mesh_(mesh),
+          centres_(std::move(centres)),
+          settings_(settings),
+          store_(mesh),
+          n_edges_(mesh.n_edges()),
+          n_faces_(mesh.n_faces())
     {
         tree_.set_sorted(false);
-        tree_.build_kdtree(std::vector<Vector3f>(mesh.points(), mesh.points() + mesh.n_vertices()));
-        workers_ =
-            std::vector<Worker>(static_cast<std::size_t>(omp_get_max_threads()),
-                                Worker{detail::DelaunayFan(mesh_, tree_, settings_), {}, {}, 0});
+        // The tree takes one thread, and as long as all the rest.
+        detail::parallel_for_uneven(2, [this](std::ptrdiff_t i) { i == 0 ? plant() : prepare(); });
     }
 
     void run()
     {
-        auto const n_edges = mesh_.n_edges();
-        auto const n_faces = mesh_.n_faces();
-        // Nobody is stitched whose search would reach further.
-        detail::OrderedWork work(positions(), settings_.largest_radius);
-        store_.enlarge(centres_.size());
-        while (!work.run([this](int turn) { return stitch(turn); }))
+        while (!work_->run([this](int turn) { return stitch(turn); }))
         {
             store_.enlarge(centres_.size() + largest_fan());
         }
@@ -166,7 +166,7 @@ public:
         {
             added.insert(added.end(), worker.added.begin(), worker.added.end());
         }
-        detail::order_by_turns(mesh_, n_edges, n_faces, std::move(added));
+        detail::order_by_turns(mesh_, n_edges_, n_faces_, std::move(added));
     }
 
 private:
@@ -179,15 +179,26 @@ private:
         std::size_t largest_fan = 0;
     };
 
-    std::vector<Vector3f> positions() const
+    void plant()
     {
-        std::vector<Vector3f> result;
-        result.reserve(centres_.size());
+        tree_.build_kdtree(
+            std::vector<Vector3f>(mesh_.points(), mesh_.points() + mesh_.n_vertices()));
+    }
+
+    void prepare()
+    {
+        std::vector<Vector3f> positions;
+        positions.reserve(centres_.size());
         for (auto const centre : centres_)
         {
-            result.push_back(mesh_.point(centre));
+            positions.push_back(mesh_.point(centre));
         }
-        return result;
+        // Nobody is stitched whose search would reach further.
+        work_.emplace(positions, settings_.largest_radius);
+        store_.enlarge(centres_.size());
+        workers_ =
+            std::vector<Worker>(static_cast<std::size_t>(omp_get_max_threads()),
+                                Worker{detail::DelaunayFan(mesh_, tree_, settings_), {}, {}, 0});
     }
 
     std::size_t largest_fan() const
@@ -228,6 +239,9 @@ private:
     detail::FanSettings settings_;
     KdTree3f tree_;
     ElementStore store_;
+    std::size_t n_edges_; // Before the stitch.
+    std::size_t n_faces_;
+    std::optional<detail::OrderedWork> work_;
     std::vector<Worker> workers_;
 };
 
