@@ -30,3 +30,6 @@
 #include "algorithmVeld/common/solver.h"
 #include "algorithmVeld/hole_detection/FindHoles.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
+#include "algorithmVeld/reconstruction/PointCloud2RangeData.h"
+#include "algorithmVeld/util/UtilTool.h"
+#include "algorithmVeld/util/WinCallWrapper.h"
