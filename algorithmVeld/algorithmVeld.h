@@ -27,6 +27,7 @@
 #include "algorithmVeld/common/mesh_conversion.h"
 #include "algorithmVeld/common/mesh_io.h"
 #include "algorithmVeld/common/random_selection.h"
+#include "algorithmVeld/common/range_scan_io.h"
 #include "algorithmVeld/common/solver.h"
 #include "algorithmVeld/hole_detection/FindHoles.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
