@@ -1,12 +1,12 @@
 #include "algorithmVeld/HoleFilling/EarClipping.h"
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
-#include "benchmarks/support/bumpy_sphere.h"
+#include "benchmarks/support/scans.h"
 
 #include <benchmark/benchmark.h>
 
 #include <omp.h>
 
-#include <map>
+#include <cmath>
 
 /// \file
 /// Closing all holes of a scan with ears, by the parallel and by the serial class, and one border
@@ -18,26 +18,8 @@ namespace
 using OrvaneAlgorithm::EarClipping;
 using OrvaneAlgorithm::EarTrimming;
 using OrvaneAlgorithm::TriMesh;
-
-/// Meshes are made once for all benchmarks of their size: one hole of 30 edges for 900 faces.
-TriMesh const& mesh_of(int faces)
-{
-    static std::map<int, TriMesh> meshes;
-    auto found = meshes.find(faces);
-    if (found == meshes.end())
-    {
-        found = meshes.emplace(faces, veld_benchmark::bumpy_sphere(faces, faces / 900, 30)).first;
-    }
-    return found->second;
-}
-
-/// A copy with the room that the mesh reader leaves: three edges and two faces a vertex.
-TriMesh as_read(TriMesh const& mesh)
-{
-    TriMesh copy = mesh;
-    copy.reserve(copy.n_vertices(), 3 * copy.n_vertices(), 2 * copy.n_vertices());
-    return copy;
-}
+using veld_benchmark::as_read;
+using veld_benchmark::scan_with_holes;
 
 template <typename Fill>
 void run(benchmark::State& state, TriMesh const& mesh, Fill const& fill)
@@ -66,7 +48,7 @@ void ear_trimming(benchmark::State& state)
 {
     int const threads = omp_get_max_threads();
     omp_set_num_threads(static_cast<int>(state.range(1)));
-    run(state, mesh_of(static_cast<int>(state.range(0))),
+    run(state, scan_with_holes(static_cast<int>(state.range(0))),
         [](TriMesh& mesh)
         {
             EarTrimming trimming;
@@ -77,7 +59,7 @@ void ear_trimming(benchmark::State& state)
 
 void ear_clipping(benchmark::State& state)
 {
-    run(state, mesh_of(static_cast<int>(state.range(0))),
+    run(state, scan_with_holes(static_cast<int>(state.range(0))),
         [](TriMesh& mesh)
         {
             EarClipping clipping;

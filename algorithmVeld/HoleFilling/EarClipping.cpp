@@ -492,26 +492,14 @@ bool EarClipping::compute_angle_and_edge_len(TriMesh const& mesh, OpenMesh::Vert
                                              float& edge_len) const
 {
     auto const corner = detail::measure_corner(mesh, cur, prev, next);
-    switch (corner.status)
+    if (corner.status != detail::CornerStatus::MEASURED)
     {
-    case detail::CornerStatus::MEASURED:
-        angle = corner.angle;
-        edge_len = corner.edge_len;
-        return true;
-    case detail::CornerStatus::SHORT_SIDE:
-        log("wrong edge length [%s (%d)]\n", __FILE__, __LINE__);
-        return false;
-    case detail::CornerStatus::NO_HALFEDGE:
-        log("unmatched halfedge [%s (%d)]\n", __FILE__, __LINE__);
-        return false;
-    case detail::CornerStatus::NOT_A_TRIANGLE:
-        log("unexpected ploygon [%s (%d)]\n", __FILE__, __LINE__);
-        return false;
-    case detail::CornerStatus::SHORT_FACE_SIDE:
-        log("wrong edge length.\n");
+        log(detail::corner_message(corner.status, __FILE__, __LINE__).c_str());
         return false;
     }
-    return false;
+    angle = corner.angle;
+    edge_len = corner.edge_len;
+    return true;
 }
 
 /// Marks the loop that passes from one vertex to another, so that the scan leaves it alone.

@@ -5,6 +5,7 @@
 #include "algorithmVeld/HoleFilling/detail/MeshPatch.h"
 #include "algorithmVeld/HoleFilling/detail/OpenLoops.h"
 #include "algorithmVeld/common/detail/AddFace.h"
+#include "algorithmVeld/common/detail/DisjointSets.h"
 #include "algorithmVeld/common/detail/Log.h"
 #include "algorithmVeld/common/detail/ParallelFor.h"
 #include "algorithmVeld/hole_detection/detail/BoundaryLoops.h"
@@ -68,9 +69,8 @@ class Clusters
 {
 public:
     Clusters(TriMesh const& mesh, std::vector<detail::BoundaryLoop> const& holes)
-        : mesh_(mesh), parent_(holes.size()), first_at_vertex_(mesh.n_vertices(), -1)
+        : mesh_(mesh), sets_(holes.size()), first_at_vertex_(mesh.n_vertices(), -1)
     {
-        std::iota(parent_.begin(), parent_.end(), 0);
     }
 
     void add(std::size_t hole, detail::BoundaryLoop const& loop)
@@ -82,7 +82,7 @@ public:
             {
                 first_at_vertex_[vertex] = static_cast<int>(hole);
             }
-            join(static_cast<std::size_t>(first_at_vertex_[vertex]), hole);
+            sets_.join(first_at_vertex_[vertex], static_cast<int>(hole));
         }
         added_.push_back(hole);
     }
@@ -91,10 +91,10 @@ public:
     std::vector<std::vector<std::size_t>> lists()
     {
         std::vector<std::vector<std::size_t>> result;
-        std::vector<std::size_t> list_of(parent_.size());
+        std::vector<std::size_t> list_of(sets_.size());
         for (auto const hole : added_)
         {
-            auto const first = root(hole);
+            auto const first = static_cast<std::size_t>(sets_.root(static_cast<int>(hole)));
             if (first == hole)
             {
                 list_of[hole] = result.size();
@@ -106,26 +106,8 @@ public:
     }
 
 private:
-    std::size_t root(std::size_t hole)
-    {
-        while (parent_[hole] != hole)
-        {
-            parent_[hole] = parent_[parent_[hole]];
-            hole = parent_[hole];
-        }
-        return hole;
-    }
-
-    /// The lower number becomes the root, so that a root comes before its list.
-    void join(std::size_t a, std::size_t b)
-    {
-        a = root(a);
-        b = root(b);
-        parent_[std::max(a, b)] = std::min(a, b);
-    }
-
     TriMesh const& mesh_;
-    std::vector<std::size_t> parent_;
+    detail::DisjointSets sets_;
     std::vector<int> first_at_vertex_;
     std::vector<std::size_t> added_;
 };
@@ -419,26 +401,14 @@ bool EarTrimming::compute_angle_and_edge_len(TriMesh const& mesh, OpenMesh::Vert
                                              float& edge_len, TrimPlan& plan) const
 {
     auto const corner = detail::measure_corner(mesh, cur, prev, next);
-    switch (corner.status)
+    if (corner.status != detail::CornerStatus::MEASURED)
     {
-    case detail::CornerStatus::MEASURED:
-        angle = corner.angle;
-        edge_len = corner.edge_len;
-        return true;
-    case detail::CornerStatus::SHORT_SIDE:
-        plan.log("wrong edge length [%s (%d)]\n", __FILE__, __LINE__);
-        return false;
-    case detail::CornerStatus::NO_HALFEDGE:
-        plan.log("unmatched halfedge [%s (%d)]\n", __FILE__, __LINE__);
-        return false;
-    case detail::CornerStatus::NOT_A_TRIANGLE:
-        plan.log("unexpected ploygon [%s (%d)]\n", __FILE__, __LINE__);
-        return false;
-    case detail::CornerStatus::SHORT_FACE_SIDE:
-        plan.log("wrong edge length.\n");
+        plan.log(detail::corner_message(corner.status, __FILE__, __LINE__).c_str());
         return false;
     }
-    return false;
+    angle = corner.angle;
+    edge_len = corner.edge_len;
+    return true;
 }
 
 // ------------------------------------------------------------------------------------ carrying out

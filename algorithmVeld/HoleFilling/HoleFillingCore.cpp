@@ -53,7 +53,15 @@ void update_normals(TriMesh& mesh)
                                       mesh.set_normal(face, mesh.calc_face_normal(face));
                                   }
                               });
-    mesh.update_vertex_normals();
+    detail::parallel_for_even(static_cast<std::ptrdiff_t>(mesh.n_vertices()),
+                              [&](std::ptrdiff_t i)
+                              {
+                                  OpenMesh::VertexHandle const vertex(static_cast<int>(i));
+                                  if (!detail::is_deleted(mesh, vertex))
+                                  {
+                                      mesh.set_normal(vertex, mesh.calc_vertex_normal(vertex));
+                                  }
+                              });
 }
 
 /// Writes faces and their vertices as text OBJ. \return false if the file cannot be written

@@ -1,8 +1,10 @@
 #include "algorithmVeld/api/algorithms.h"
 
+#include "algorithmVeld/ExtractStick/ExtractStick.h"
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 #include "algorithmVeld/cleanup/PatchEditor.h"
+#include "algorithmVeld/cleanup/RemoveBoundary.h"
 #include "algorithmVeld/cleanup/VertexEditor.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
 #include "algorithmVeld/reconstruction/MeshMerge.h"
@@ -17,6 +19,14 @@ RetVal ear_clipping(TriMesh& mesh, bool use_node_num, bool use_edge_length, bool
     trimming.ear_trimming(mesh, use_node_num, use_edge_length, use_norm, node_num_thr,
                           edge_length_thr, norm_thr);
     return RET_SUCCESS;
+}
+
+RetVal extract_sticks(TriMesh& mesh, Verts const& marker_points,
+                      std::vector<Vector2f> const& stick_sizes, std::vector<TriMesh>& sticks,
+                      bool positive_z, bool verbose)
+{
+    ExtractStick extractor;
+    return extractor.extract_sticks(mesh, marker_points, stick_sizes, sticks, positive_z, verbose);
 }
 
 RetVal fill_holes_core(TriMesh& mesh, Holes const& holes, int rings,
@@ -79,6 +89,30 @@ RetVal mesh_merge(std::vector<RangeData const*> const& ranges, double stitch_rad
     MeshMerge merger;
     return merger.mesh_merge(ranges, stitch_radius, mesh, verbose, max_hole_edges,
                              min_component_size, long_edge_length, vertex_frames);
+}
+
+RetVal remove_marker_cloud(Cloud& cloud, Verts const& marker_points, Verts const& marker_normals,
+                           double radius, bool use_normals, double normal_dot_thr, bool verbose)
+{
+    return RemoveBoundary::remove_marker_cloud(cloud, marker_points, marker_normals, radius,
+                                               use_normals, normal_dot_thr, verbose);
+}
+
+RetVal remove_marker_mesh(BaseTriMesh& mesh, Verts const& marker_points,
+                          Verts const& marker_normals, double radius, bool use_normals,
+                          double normal_dot_thr, bool verbose)
+{
+    return use_normals ? RemoveBoundary::remove_marker_mesh_ex(mesh, marker_points, marker_normals,
+                                                               radius, normal_dot_thr, verbose)
+                       : RemoveBoundary::remove_marker_mesh(mesh, marker_points, radius, verbose);
+}
+
+RetVal remove_marker_mesh(TriMesh& mesh, Verts const& marker_points, Verts const& marker_normals,
+                          double radius, bool use_normals, double normal_dot_thr, bool verbose)
+{
+    return use_normals ? RemoveBoundary::remove_marker_mesh_ex(mesh, marker_points, marker_normals,
+                                                               radius, normal_dot_thr, verbose)
+                       : RemoveBoundary::remove_marker_mesh(mesh, marker_points, radius, verbose);
 }
 
 RetVal remove_non_manifold_verts(TriMesh& mesh, bool verbose)

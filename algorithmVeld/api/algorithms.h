@@ -1,6 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/api/RetVal.h"
+#include "algorithmVeld/common/BaseTriMesh.h"
 #include "algorithmVeld/common/RangeData.h"
 #include "algorithmVeld/common/TriMesh.h"
 
@@ -20,6 +21,28 @@ namespace OrvaneAlgorithm
 ALGORITHMVELD_API RetVal ear_clipping(TriMesh& mesh, bool use_node_num, bool use_edge_length,
                                       bool use_norm, int node_num_thr, double edge_length_thr,
                                       double norm_thr);
+
+/// Cuts sticks, small upright cylinders, out of a scanned mesh.
+///
+/// From the vertex nearest to each seed point the search climbs along z, over vertices that do not
+/// lie lower than the one before, to the stick's tip. A face belongs to the stick if it hangs
+/// together with the tip by such faces, if none of its vertices is farther from the tip than the
+/// stick's far rim in a straight line, and if one of them is nearer than that along the edges. The
+/// far rim lies at sqrt(diameter^2 / 4 + height^2).
+/// \param mesh keeps its geometry; its status attributes are requested for the time of the call
+/// \param marker_points a point on each stick, in the mesh's unit, millimetres
+/// \param stick_sizes of each stick the diameter and the height, in the same unit
+/// \param sticks one mesh for each point, with the standard attributes that the source has: points,
+///        colours and normals are copied, in the order of the source; all others are zero
+/// \param positive_z whether the tips lie towards +z
+/// \param verbose whether to print and to log; `gPH` is not looked at
+/// \return `RET_SUCCESS`; `RET_INVALID_INPUT`, with `sticks` left alone, without points or if the
+///         numbers of points and sizes differ; `RET_FAILED` if no vertex is nearest to a point, as
+///         in a mesh without finite points: the sticks before it are complete, the others empty
+ALGORITHMVELD_API RetVal extract_sticks(TriMesh& mesh, Verts const& marker_points,
+                                        std::vector<Vector2f> const& stick_sizes,
+                                        std::vector<TriMesh>& sticks, bool positive_z,
+                                        bool verbose);
 
 /// Fills holes with a triangulated, refined and faired surface; see
 /// `HoleFillingCore::fill_holes_core`.
@@ -60,6 +83,20 @@ ALGORITHMVELD_API RetVal mesh_merge(std::vector<RangeData const*> const& ranges,
                                     double stitch_radius, TriMesh& mesh, bool verbose,
                                     int max_hole_edges, int min_component_size,
                                     double long_edge_length, std::vector<int>& vertex_frames);
+
+/// Removes the points near markers; see `RemoveBoundary::remove_marker_cloud`.
+ALGORITHMVELD_API RetVal remove_marker_cloud(Cloud& cloud, Verts const& marker_points,
+                                             Verts const& marker_normals, double radius,
+                                             bool use_normals, double normal_dot_thr, bool verbose);
+
+/// Removes what lies near markers: without `use_normals` as `RemoveBoundary::remove_marker_mesh`,
+/// which does not look at the normals, otherwise as `RemoveBoundary::remove_marker_mesh_ex`.
+ALGORITHMVELD_API RetVal remove_marker_mesh(BaseTriMesh& mesh, Verts const& marker_points,
+                                            Verts const& marker_normals, double radius,
+                                            bool use_normals, double normal_dot_thr, bool verbose);
+ALGORITHMVELD_API RetVal remove_marker_mesh(TriMesh& mesh, Verts const& marker_points,
+                                            Verts const& marker_normals, double radius,
+                                            bool use_normals, double normal_dot_thr, bool verbose);
 
 /// Removes vertices at which several fans of faces meet; see
 /// `VertexEditor::remove_non_manifold_verts`.

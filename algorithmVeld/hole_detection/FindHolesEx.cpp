@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/KdTree3f.h"
 #include "algorithmVeld/common/detail/Log.h"
+#include "algorithmVeld/common/detail/MeshScope.h"
 #include "algorithmVeld/common/detail/ParallelFor.h"
 #include "algorithmVeld/hole_detection/detail/BoundaryLoops.h"
 #include "algorithmVeld/hole_detection/detail/HoleCentres.h"
@@ -79,21 +80,6 @@ HalfedgeHandle nearest_boundary_halfedge(TriMesh const& mesh, std::vector<int> c
         }
     }
     return found;
-}
-
-/// Asks for normals that the mesh lacks. They stay: the next call finds them.
-void provide_vertex_normals(TriMesh& mesh)
-{
-    if (!mesh.has_face_normals())
-    {
-        mesh.request_face_normals();
-        mesh.update_face_normals();
-    }
-    if (!mesh.has_vertex_normals())
-    {
-        mesh.request_vertex_normals();
-        mesh.update_vertex_normals();
-    }
 }
 
 /// The sum of the hole's vertex normals, normalised; zero where they cancel out.
@@ -231,7 +217,7 @@ RetVal FindHolesEx::find_marker_holes(TriMesh& mesh, std::vector<Vector3f> const
     std::vector<Vector3f> normals;
     if (use_normals)
     {
-        provide_vertex_normals(mesh);
+        detail::provide_normals(mesh);
         normals = hole_normals(mesh, candidates);
     }
     auto const agrees = [&](std::size_t marker, std::size_t hole)

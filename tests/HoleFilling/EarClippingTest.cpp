@@ -1,10 +1,13 @@
 #include "algorithmVeld/HoleFilling/EarClipping.h"
 #include "ear_meshes.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/steps.h"
 #include "tests/support/temp_dir.h"
 
 #include <gmock/gmock.h>
 
+#include <fstream>
+#include <iterator>
 #include <limits>
 
 using namespace OrvaneAlgorithm;
@@ -53,6 +56,55 @@ std::vector<std::string> files_in(TempDir const& directory)
         names.push_back(entry.path().filename().string());
     }
     return names;
+}
+
+std::string content(std::string const& path)
+{
+    std::ifstream file(path);
+    EXPECT_TRUE(file) << path;
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// A mesh with its settings that makes each kind of failure happen.
+struct Failure
+{
+    char const* name;
+    TriMesh mesh;
+    EarClipping clipping;
+};
+
+/// The cell in the middle of a grid whose rim falls off by at least atan(3) = 71.6 degrees.
+TriMesh square_hole_on_a_table()
+{
+    TriMesh mesh = square_hole();
+    for (int const v : {0, 1, 2, 3, 4, 7, 8, 11, 12, 13, 14, 15})
+    {
+        mesh.point(vh(v)).z() = -3.0F;
+    }
+    return mesh;
+}
+
+/// Two triangles on one vertex, where the first walk begins: it comes back after three corners.
+/// Its face would leave the other triangle hanging on an inner vertex.
+TriMesh two_triangles_from_their_vertex()
+{
+    return make_mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {-1, 0, 0}, {0, -1, 0}},
+                     {{1, 0, 2}, {0, 4, 3}});
+}
+
+std::vector<Failure> failures()
+{
+    auto too_long = holes_only();
+    too_long.set_edge_length_constraint(true);
+    too_long.set_edge_length_thr(1.0);
+    auto against_normals = holes_only();
+    against_normals.set_angle_thr(70.0);
+    return {{"wide corner", open_cone(8), EarClipping()},
+            {"long edge", square_hole(), too_long},
+            {"normals", square_hole_on_a_table(), against_normals},
+            {"refused ear", half_covered_tube(), EarClipping()},
+            {"refused loop of three", two_triangles_from_their_vertex(), EarClipping()},
+            {"refused last face", gap_between_three_fans(), EarClipping()}};
 }
 
 std::string counters(int partial, int full, int failed, int succeeded)
@@ -218,6 +270,35 @@ TEST(EarClipping, LoopBehindALongEdgeIsTriedOnce)
     EXPECT_EQ(clipping.open_holes().back().reason, OpenReason::EDGE_TOO_LONG);
 }
 
+TEST(EarClipping, ClosingEdgeMayBeAsLongAsTheLimitInFloat)
+{
+    // The closing edge is the float nearest to the root of 2, which lies above 1.4142135. As
+    // floats they are the same number, so that the edge is no longer than the limit.
+    static_assert(static_cast<double>(1.4142135F) > 1.4142135, "nothing is tested otherwise");
+    for (auto const& [limit, filled] : {std::pair(1.4142135, true), std::pair(1.4142134, false)})
+    {
+        SCOPED_TRACE(limit);
+        TriMesh mesh = square_hole();
+        auto const before = mesh.n_faces();
+        auto clipping = holes_only();
+        clipping.set_edge_length_constraint(true);
+        clipping.set_edge_length_thr(limit);
+        clipping.fill_hole(mesh);
+        EXPECT_EQ(mesh.n_faces(), filled ? before + 2 : before);
+    }
+}
+
+TEST(EarClipping, LastTriangleIsAddedWithoutAnyTest)
+{
+    TriMesh mesh = square_hole_with_a_steep_half();
+    auto const before = mesh.n_faces();
+    EarClipping clipping;
+    clipping.set_max_perimeter(11.0);
+    EXPECT_FALSE(clipping.consistency_normal(mesh, vh(9), vh(6), vh(10), 60.0F));
+    clipping.fill_hole(mesh, false, true, true, 20, 1.5, 60.0);
+    EXPECT_EQ(faces_from(mesh, before), (Faces{{5, 6, 9}, {6, 10, 9}}));
+}
+
 TEST(EarClipping, RestOfALoopBehindALongEdgeIsNotMetAgain)
 {
     // A hole of 2 x 2 cells loses two corners; then the middle of the side between them is the
@@ -239,15 +320,11 @@ TEST(EarClipping, EarAgainstTheNormalsEndsTheAttempt)
 {
     // The faces around the hole fall off by at least atan(3) = 71.6 degrees, the ears are level.
     TempDir const directory;
-    TriMesh mesh = square_hole();
+    TriMesh mesh = square_hole_on_a_table();
     RunCapture const log;
     gPH.debug_dir = directory.path().string();
     auto clipping = holes_only();
     clipping.set_angle_thr(70.0);
-    for (int const v : {0, 1, 2, 3, 4, 7, 8, 11, 12, 13, 14, 15})
-    {
-        mesh.point(vh(v)).z() = -3.0F;
-    }
     clipping.fill_hole(mesh);
     EXPECT_THAT(log.text(), ContainsRegex("norm inconformity" + place));
     EXPECT_THAT(log.text(), EndsWith(counters(0, 2, 0, 0)));
@@ -323,11 +400,8 @@ TEST(EarClipping, ScanTakesABoundaryThatTouchesItselfAsANest)
 
 TEST(EarClipping, LoopOfThreeThatTheMeshRefusesIsDumped)
 {
-    // Two triangles on one vertex, where the first walk begins: it comes back after three corners.
-    // Its face would leave the other triangle hanging on an inner vertex.
     TempDir const directory;
-    TriMesh mesh = make_mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {-1, 0, 0}, {0, -1, 0}},
-                             {{1, 0, 2}, {0, 4, 3}});
+    TriMesh mesh = two_triangles_from_their_vertex();
     RunCapture const log;
     gPH.debug_dir = directory.path().string();
     EarClipping clipping;
@@ -367,6 +441,54 @@ TEST(EarClipping, CoincidingCornersFailBeforeAnyFaceIsAdded)
     EXPECT_THAT(log.text(), ContainsRegex("wrong edge length" + place +
                                           "fail to compute and edge length" + place));
     EXPECT_EQ(clipping.open_holes().back().reason, OpenReason::DEGENERATE_CORNER);
+}
+
+TEST(EarClipping, NeighbourThatCannotBeMeasuredAnewEndsTheAttempt)
+{
+    // 5 and 10 all but coincide. The ear at 6, narrow because it opens onto nothing, leaves 5
+    // beside 10. The rest has three corners and is closed untested when the scan meets it.
+    TriMesh mesh = square_hole();
+    mesh.set_point(vh(10), mesh.point(vh(5)) + Vector3f(0, 0, 0.000001F));
+    auto const before = mesh.n_faces();
+    RunCapture const log;
+    auto clipping = holes_only();
+    clipping.fill_hole(mesh);
+    EXPECT_THAT(log.text(), ContainsRegex("\nwrong edge length" + place +
+                                          "fail to update angle and edge length" + place));
+    EXPECT_EQ(faces_from(mesh, before), (Faces{{5, 6, 10}, {5, 10, 9}}));
+    EXPECT_THAT(log.text(), EndsWith(counters(0, 2, 0, 2)));
+}
+
+TEST(EarClipping, PolygonThatGoesRoundTwiceIsAnUnexpectedHole)
+{
+    // The ear at the first 5 leaves 6 10 9 5 6 10 9. The next one, at the first 6, closes a loop;
+    // each of the seven nodes has two corners at least among its 9, 6 and 10.
+    TempDir const directory;
+    TriMesh mesh = square_hole();
+    auto const before = mesh.n_faces();
+    auto nodes = handles({5, 6, 10, 9, 5, 6, 10, 9});
+    RunCapture const log;
+    gPH.debug_dir = directory.path().string();
+    EarClipping clipping;
+    EXPECT_FALSE(clipping.fill_polygon_hole(mesh, nodes));
+    EXPECT_THAT(log.text(), testing::MatchesRegex("  key_node_arr\\.size\\(\\) = 7\n"
+                                                  "   circle_list\\.size\\(\\) = 7\n"
+                                                  "\\$\\$\\$: unexpected hole type" +
+                                                  place));
+    EXPECT_THAT(files_in(directory), UnorderedElementsAre("unexpected-hole-start-node-6.obj"));
+    EXPECT_EQ(faces_from(mesh, before), (Faces{{5, 6, 9}, {6, 10, 9}}));
+}
+
+TEST(EarClipping, WaysOutOfTwoVerticesAreNoTouchingVertex)
+{
+    // The list passes 0 three times and 2 twice. The ear at 1 closes the gap 0 1 2; of the nodes
+    // beside it, the one that comes in from outside stands at 2 and the one that goes out at 0.
+    TriMesh mesh = gap_between_three_fans();
+    auto nodes = handles({1, 2, 0, 7, 6, 0, 4, 2, 5});
+    RunCapture const log;
+    EarClipping clipping;
+    EXPECT_FALSE(clipping.fill_polygon_hole(mesh, nodes));
+    EXPECT_THAT(log.text(), testing::MatchesRegex("unmatched hole type" + place));
 }
 
 TEST(EarClipping, FaceBesideWithCoincidingCornersHasAMessageWithoutAPlace)
@@ -561,6 +683,39 @@ TEST(EarClipping, SettingsAreShownLineByLine)
                           "====================</Ear Clipping Param >====================\n");
 }
 
+TEST(EarClipping, NewOneTestsTheNormalsOnly)
+{
+    RunCapture const log;
+    EarClipping().show_param();
+    EXPECT_EQ(log.text(), "====================< Ear Clipping Param >====================\n"
+                          "use node num constraint:    0\n"
+                          "node num thr:               20\n\n"
+                          "use edge length constraint: 0\n"
+                          "edge length thr:            0.600000\n\n"
+                          "use norm constraint:        1\n"
+                          "norm thr:                   150.000000\n"
+                          "====================</Ear Clipping Param >====================\n");
+}
+
+TEST(EarClipping, SixSettingsOfARunAreStoredAndShown)
+{
+    TriMesh mesh = sphere(0);
+    EarClipping clipping;
+    clipping.fill_hole(mesh, true, true, false, 7, 0.25, 30.5);
+    RunCapture const log;
+    clipping.fill_hole(mesh);
+    EXPECT_EQ(log.text(), "fill_hole() ..\n"
+                          "====================< Ear Clipping Param >====================\n"
+                          "use node num constraint:    1\n"
+                          "node num thr:               7\n\n"
+                          "use edge length constraint: 1\n"
+                          "edge length thr:            0.250000\n\n"
+                          "use norm constraint:        0\n"
+                          "norm thr:                   30.500000\n"
+                          "====================</Ear Clipping Param >====================\n" +
+                              counters(0, 0, 0, 0));
+}
+
 TEST(EarClipping, RunBeginsWithItsNameAndSettings)
 {
     TriMesh mesh = sphere(1);
@@ -574,16 +729,109 @@ TEST(EarClipping, RunBeginsWithItsNameAndSettings)
     EXPECT_THAT(gLH.report_steps(), HasSubstr("Plane-Type-Hole"));
 }
 
+TEST(EarClipping, ItsOneStepStandsAtTheTop)
+{
+    // Also where the caller is in a step of its own.
+    TriMesh mesh = open_cone(8);
+    StepsHeard const steps;
+    EarClipping clipping;
+    gLH.startSpecStepTimer("caller", "");
+    clipping.fill_hole(mesh);
+    clipping.fill_hole(mesh, true, false, true, 3, 0.6, 150.0);
+    gLH.lapSpecStepTimer("caller");
+    EXPECT_EQ(outline(gLH), "caller Plane-Type-Hole");
+    EXPECT_THAT(steps.events(),
+                testing::ElementsAre("+caller/", "+Plane-Type-Hole/", "-Plane-Type-Hole/",
+                                     "+Plane-Type-Hole/", "-Plane-Type-Hole/", "-caller/"));
+}
+
 TEST(EarClipping, NothingIsPrintedOrDumpedWhileLoggingIsOff)
 {
+    for (auto& failure : failures())
+    {
+        SCOPED_TRACE(failure.name);
+        TriMesh with_dumps = failure.mesh;
+        {
+            TempDir const directory;
+            LogCapture const log;
+            gPH.debug_dir = directory.path().string();
+            failure.clipping.fill_hole(with_dumps);
+            EXPECT_THAT(files_in(directory), testing::Not(IsEmpty()));
+        }
+        TempDir const directory;
+        LogCapture const log(false);
+        gPH.debug_dir = directory.path().string();
+        failure.clipping.fill_hole(failure.mesh);
+        EXPECT_EQ(log.text(), "");
+        EXPECT_THAT(files_in(directory), IsEmpty());
+        EXPECT_EQ(fingerprint(failure.mesh), fingerprint(with_dumps));
+    }
+}
+
+TEST(EarClipping, EachDumpThatCannotBeWrittenIsLoggedAndChangesNothing)
+{
+    for (auto& failure : failures())
+    {
+        SCOPED_TRACE(failure.name);
+        TempDir const directory;
+        TriMesh with_dumps = failure.mesh;
+        std::vector<std::string> names;
+        {
+            LogCapture const log;
+            gPH.debug_dir = directory.path().string();
+            failure.clipping.fill_hole(with_dumps);
+            names = files_in(directory);
+        }
+        LogCapture const log;
+        gPH.debug_dir = directory.file("missing");
+        failure.clipping.fill_hole(failure.mesh);
+        for (auto const& name : names)
+        {
+            EXPECT_GE(log.count("fail to write '" + gPH.debug_dir + "/" + name + "'.\n"), 1);
+        }
+        EXPECT_EQ(fingerprint(failure.mesh), fingerprint(with_dumps));
+    }
+}
+
+TEST(EarClipping, DumpsOfATriangleHoldItAndItsSurroundings)
+{
+    // All of the tube lies within two rings of the refused triangle. Its corners come first, in
+    // the order previous, corner, next; the triangle is the first face.
     TempDir const directory;
-    TriMesh mesh = open_cone(8);
-    LogCapture const log(false);
+    TriMesh mesh = half_covered_tube();
+    LogCapture const log;
     gPH.debug_dir = directory.path().string();
     EarClipping clipping;
     clipping.fill_hole(mesh);
-    EXPECT_EQ(log.text(), "");
-    EXPECT_THAT(files_in(directory), IsEmpty());
+    std::string const stem = "hole-filling_fail-to-add-triangle-patch_radius-0.000000_[0-1-2]";
+    auto const text = content(directory.file(stem + ".obj"));
+    EXPECT_THAT(text, StartsWith("v 0.000000 0.000000 0.000000\n"
+                                 "v 1.000000 0.000000 0.000000\n"
+                                 "v 0.500000 0.900000 0.000000\n"
+                                 "v 0.000000 0.000000 -1.000000\n"
+                                 "v 1.000000 0.000000 -1.000000\n"
+                                 "v 0.500000 0.900000 -1.000000\n"
+                                 "v 0.500000 0.300000 2.000000\n"
+                                 "f 1 2 3\n"));
+    EXPECT_EQ(std::count(text.begin(), text.end(), 'f'), 1 + 8);
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 7 + 1 + 8);
+    EXPECT_EQ(content(directory.file(stem + "_with-failed-face.obj")), text);
+}
+
+TEST(EarClipping, DumpsOfCornersHoldTheirSurroundings)
+{
+    // Two rings around a side of the hole in a grid of 3 x 3 cells are all of its 8 cells. No
+    // triangle is added to them.
+    TempDir const directory;
+    TriMesh mesh = square_hole();
+    LogCapture const log;
+    gPH.debug_dir = directory.path().string();
+    auto clipping = holes_only();
+    clipping.set_edge_length_constraint(true);
+    clipping.fill_hole(mesh);
+    auto const text = content(directory.file("failed_simple_loop_closure_hole-start-node-5.obj"));
+    EXPECT_EQ(std::count(text.begin(), text.end(), 'v'), 16);
+    EXPECT_EQ(std::count(text.begin(), text.end(), 'f'), 16);
 }
 
 TEST(EarClipping, MeshKeepsNoPropertyOfTheRun)

@@ -86,6 +86,43 @@ TEST(EarGeometry, CoincidingCornersAreTooShort)
     EXPECT_EQ(hole.corner(5, 9, 6).status, CornerStatus::MEASURED);
 }
 
+TEST(EarGeometry, ShortestSideIsComparedInDouble)
+{
+    // The float nearest to 1e-5 lies below it: a comparison in float would let it pass.
+    constexpr float limit = 1e-5F;
+    static_assert(static_cast<double>(limit) < 1e-5, "the other way round nothing is tested");
+    SquareHole hole;
+    for (int const moved : {6, 9})
+    {
+        SquareHole around_origin;
+        around_origin.mesh.set_point(vh(5), Vector3f(0, 0, 0));
+        around_origin.mesh.set_point(vh(moved), Vector3f(0, limit, 0));
+        EXPECT_EQ(around_origin.corner(5, 9, 6).status, CornerStatus::SHORT_SIDE);
+        around_origin.mesh.set_point(vh(moved), Vector3f(0, std::nextafter(limit, 1.0F), 0));
+        EXPECT_EQ(around_origin.corner(5, 9, 6).status, CornerStatus::MEASURED);
+    }
+    // The face beside 9 -> 5 is (4, 5, 9); its middle corner is compared with both others.
+    hole.mesh.set_point(vh(4), Vector3f(0, 0, 0));
+    hole.mesh.set_point(vh(5), Vector3f(0, limit, 0));
+    EXPECT_EQ(hole.corner(5, 9, 6).status, CornerStatus::SHORT_FACE_SIDE);
+    hole.mesh.set_point(vh(5), Vector3f(0, std::nextafter(limit, 1.0F), 0));
+    EXPECT_EQ(hole.corner(5, 9, 6).status, CornerStatus::MEASURED);
+}
+
+TEST(EarGeometry, EachFailureHasItsLine)
+{
+    EXPECT_EQ(detail::corner_message(CornerStatus::SHORT_SIDE, "a/b.cpp", 12),
+              "wrong edge length [a/b.cpp (12)]\n");
+    EXPECT_EQ(detail::corner_message(CornerStatus::NO_HALFEDGE, "a/b.cpp", 12),
+              "unmatched halfedge [a/b.cpp (12)]\n");
+    EXPECT_EQ(detail::corner_message(CornerStatus::NOT_A_TRIANGLE, "a/b.cpp", 12),
+              "unexpected ploygon [a/b.cpp (12)]\n");
+    // This one has never told its place.
+    EXPECT_EQ(detail::corner_message(CornerStatus::SHORT_FACE_SIDE, "a/b.cpp", 12),
+              "wrong edge length.\n");
+    EXPECT_EQ(detail::corner_message(CornerStatus::MEASURED, "a/b.cpp", 12), "");
+}
+
 TEST(EarGeometry, CornersWithoutAnEdgeBetweenThemAreRefused)
 {
     EXPECT_EQ(SquareHole().corner(5, 10, 6).status, CornerStatus::NO_HALFEDGE);
@@ -186,6 +223,32 @@ TEST(EarGeometry, SliverIsRefusedAtASineOfOneThousandth)
     EXPECT_TRUE(agrees(mesh, 180.0));
     mesh.set_point(vh(4), Vector3f(1, 0.0009F, 0));
     EXPECT_FALSE(agrees(mesh, 180.0));
+}
+
+TEST(EarGeometry, SineOfASliverIsComparedInDouble)
+{
+    // The float nearest to 0.001 lies above it, so that a limit in float would refuse some
+    // triangles that are none. Of many nearly right lengths some tell the two apart.
+    TriMesh mesh = lone_triangle();
+    mesh.add_vertex(Vector3f(1, 0, 0));
+    mesh.add_vertex(Vector3f(0, 0, 0));
+    int told_apart = 0;
+    for (int i = 0; i < 2000; ++i)
+    {
+        float const length = 1.0F + static_cast<float>(i) / 2048.0F;
+        float const in_float = 0.001F * Vector3f(length, 0.001F * length, 0).norm();
+        for (float const height :
+             {std::nextafter(in_float, 0.0F), in_float, std::nextafter(in_float, 1.0F)})
+        {
+            // Twice its area is its height, for the side along the axis is 1 long.
+            mesh.set_point(vh(4), Vector3f(length, height, 0));
+            float const side = mesh.point(vh(4)).norm();
+            bool const sliver = 0.001 * static_cast<double>(side) > static_cast<double>(height);
+            EXPECT_EQ(agrees(mesh, 180.0), !sliver) << length << " " << height;
+            told_apart += sliver != (0.001F * side > height) ? 1 : 0;
+        }
+    }
+    EXPECT_GT(told_apart, 0);
 }
 
 TEST(EarGeometry, NormalOfVerticesThatAreNotThereAgreesWithNothing)

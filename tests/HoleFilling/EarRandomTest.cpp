@@ -4,8 +4,7 @@
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_dir.h"
-
-#include <omp.h>
+#include "tests/support/threads.h"
 
 #include <gmock/gmock.h>
 
@@ -14,19 +13,6 @@ using namespace veld_test;
 
 namespace
 {
-
-/// Runs with a number of threads, and puts the old number back.
-class Threads
-{
-public:
-    explicit Threads(int n) : before_(omp_get_max_threads()) { omp_set_num_threads(n); }
-    ~Threads() { omp_set_num_threads(before_); }
-    Threads(Threads const&) = delete;
-    Threads& operator=(Threads const&) = delete;
-
-private:
-    int before_;
-};
 
 reference::Settings random_settings(std::mt19937& random)
 {
@@ -176,6 +162,89 @@ TEST(EarRandom, ClippingIsTheSameAsWithPlainListsAndSearches)
           OpenReason::NORMALS_DISAGREE, OpenReason::FACE_REFUSED})
     {
         EXPECT_GT(reasons[reason], 0) << to_string(reason);
+    }
+}
+
+TEST(EarRandom, ScatteredTrianglesReachTheWaysInWhichTheListOfCornersFails)
+{
+    // Triangles of a sphere that hang together by single corners: their boundaries pass the same
+    // vertices again and again, so that a link finds the wrong node of a vertex, or none.
+    struct Case
+    {
+        std::string text;
+        bool norm;
+        std::vector<Triangle> triangles;
+    };
+    std::vector<Case> const cases{
+        {"unmatched hole type",
+         false,
+         {{2, 15, 9}, {5, 16, 15}, {5, 14, 17}, {2, 9, 7}, {11, 16, 17}, {1, 9, 16}}},
+        {"unmatched node size",
+         false,
+         {{1, 10, 9},
+          {3, 13, 12},
+          {3, 11, 17},
+          {3, 17, 13},
+          {7, 9, 10},
+          {6, 7, 8},
+          {4, 12, 8},
+          {10, 11, 12},
+          {0, 8, 13}}},
+        {"fail to find previous node",
+         true,
+         {{1, 9, 16},
+          {1, 11, 10},
+          {0, 8, 13},
+          {11, 16, 17},
+          {3, 13, 12},
+          {6, 7, 8},
+          {3, 12, 11},
+          {7, 9, 10}}},
+        {"fail to find next node",
+         false,
+         {{2, 9, 7},
+          {4, 7, 10},
+          {6, 14, 15},
+          {1, 10, 9},
+          {11, 16, 17},
+          {10, 11, 12},
+          {5, 16, 15},
+          {9, 15, 16}}},
+        {"\\$\\$\\$: unexpected hole type",
+         true,
+         {{6, 7, 8},
+          {7, 9, 10},
+          {3, 17, 13},
+          {1, 11, 10},
+          {9, 15, 16},
+          {4, 10, 12},
+          {5, 17, 16},
+          {3, 12, 11}}}};
+    TriMesh const ball = sphere(1);
+    std::vector<Vector3f> const points(ball.points(), ball.points() + ball.n_vertices());
+    TempDir const directory;
+    for (auto const& c : cases)
+    {
+        SCOPED_TRACE(c.text);
+        TriMesh const before = mesh_as_far_as_it_goes(points, c.triangles);
+        ASSERT_EQ(before.n_faces(), c.triangles.size());
+        reference::Settings settings;
+        settings.norm = c.norm;
+        TriMesh expected = before;
+        reference::Clipping().run(expected, settings);
+
+        TriMesh mesh = before;
+        EarClipping clipping;
+        LogCapture const log;
+        gPH.debug_dir = directory.file("missing");
+        clipping.fill_hole(mesh, false, false, c.norm, settings.node_num_thr,
+                           settings.edge_length_thr, settings.norm_thr);
+        EXPECT_EQ(fingerprint(mesh), fingerprint(expected));
+        EXPECT_THAT(log.text(), testing::ContainsRegex("\n" + c.text +
+                                                       " \\[[^ ]*HoleFilling/EarClipping\\.cpp "
+                                                       "\\([0-9]+\\)\\]\n"));
+        expect_only_added_to(before, mesh);
+        expect_all_loops_explained(mesh, clipping);
     }
 }
 

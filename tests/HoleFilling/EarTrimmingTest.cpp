@@ -1,6 +1,7 @@
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
 #include "ear_meshes.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/steps.h"
 
 #include <gmock/gmock.h>
 
@@ -76,6 +77,32 @@ TEST(EarTrimming, DefaultsHaveAllThreeLimitsOn)
     trimming.set_edge_length_constraint(false);
     trimming.ear_trimming(border);
     EXPECT_EQ(trimming.open_holes().at(0).reason, OpenReason::NORMALS_DISAGREE);
+}
+
+TEST(EarTrimming, SixSettingsOfARunAreStored)
+{
+    // Each run is stopped by one of the settings, and so is the run after it on a new mesh.
+    struct Case
+    {
+        bool node_num;
+        bool edge_length;
+        bool norm;
+        OpenReason reason;
+    };
+    for (auto const& c : {Case{true, false, false, OpenReason::TOO_MANY_EDGES},
+                          Case{false, true, false, OpenReason::EDGE_TOO_LONG},
+                          Case{false, false, true, OpenReason::NORMALS_DISAGREE}})
+    {
+        SCOPED_TRACE(to_string(c.reason));
+        EarTrimming trimming;
+        TriMesh mesh = open_cone(8, 2.0F);
+        trimming.ear_trimming(mesh, c.node_num, c.edge_length, c.norm, 7, 0.25, 5.0);
+        TriMesh next = open_cone(8, 2.0F);
+        trimming.ear_trimming(next);
+        ASSERT_EQ(trimming.open_holes().size(), 1U);
+        EXPECT_EQ(trimming.open_holes()[0].reason, c.reason);
+        EXPECT_EQ(fingerprint(next), fingerprint(mesh));
+    }
 }
 
 TEST(EarTrimming, SquareHoleIsCutAtItsFirstCornerOfEqualOnes)
@@ -168,6 +195,16 @@ TEST(EarTrimming, ClosingEdgeMayBeAsLongAsTheLimitInFloat)
     trimming.set_edge_length_thr(1.4142135);
     trimming.ear_trimming(mesh);
     EXPECT_EQ(trimming.open_holes().size(), 1U); // the border of the grid
+}
+
+TEST(EarTrimming, LastTriangleIsAddedWithoutAnyTest)
+{
+    TriMesh mesh = square_hole_with_a_steep_half();
+    auto const before = mesh.n_faces();
+    EarTrimming trimming;
+    EXPECT_FALSE(trimming.consistency_normal(mesh, vh(9), vh(6), vh(10), 60.0));
+    trimming.ear_trimming(mesh, true, true, true, 4, 1.5, 60.0);
+    EXPECT_EQ(faces_from(mesh, before), (Faces{{5, 6, 9}, {6, 10, 9}}));
 }
 
 TEST(EarTrimming, HoleThatRunsIntoALimitKeepsItsFacesAndTheNextCallGoesOn)
@@ -432,6 +469,44 @@ TEST(EarTrimming, MessagesNameTheirPlaceInTheSource)
                               "\\[[^ ]*HoleFilling/EarTrimming\\.cpp \\([0-9]+\\)\\]\n"));
 }
 
+TEST(EarTrimming, FaceBesideWithCoincidingCornersHasAMessageWithoutAPlace)
+{
+    // The face beside 9 -> 5 is (4, 5, 9).
+    TriMesh mesh = square_hole();
+    mesh.set_point(vh(4), mesh.point(vh(5)));
+    LogCapture const log;
+    auto trimming = small_holes_only();
+    trimming.ear_trimming(mesh);
+    EXPECT_THAT(log.text(), ContainsRegex("\nwrong edge length\\.\n  strange hole: \\["));
+}
+
+TEST(EarTrimming, EdgesWithoutFacesHaveNoTriangleBeside)
+{
+    // A square of edges is two loops of four corners, one on either side. None of the first can be
+    // measured; its first ear stops there, and puts a face beside two sides of the other loop.
+    TriMesh mesh = square_of_wire();
+    LogCapture const log;
+    auto trimming = without_limits();
+    trimming.ear_trimming(mesh);
+    EXPECT_EQ(log.count("  strange hole: ["), 4 + 2);
+    EXPECT_THAT(log.text(), ContainsRegex("unexpected ploygon \\[[^ ]*HoleFilling/EarTrimming"
+                                          "\\.cpp \\([0-9]+\\)\\]\n  strange hole: "));
+}
+
+TEST(EarTrimming, CornerWhoseEdgesCannotBeReachedIsAStrangeOne)
+{
+    // 9 has lost its way to its edges, so that none from 9 to 5 is found. The hole is passed all
+    // the same, for it is walked along its halfedges.
+    TriMesh mesh = square_hole();
+    mesh.set_halfedge_handle(vh(9), OpenMesh::HalfedgeHandle());
+    LogCapture const log;
+    auto trimming = small_holes_only();
+    trimming.ear_trimming(mesh);
+    EXPECT_THAT(log.text(),
+                ContainsRegex("unmatched halfedge \\[[^ ]*HoleFilling/EarTrimming\\.cpp "
+                              "\\([0-9]+\\)\\]\n  strange hole: "));
+}
+
 TEST(EarTrimming, NothingIsPrintedWhileLoggingIsOff)
 {
     TriMesh mesh = square_hole();
@@ -442,14 +517,19 @@ TEST(EarTrimming, NothingIsPrintedWhileLoggingIsOff)
     EXPECT_EQ(log.text(), "");
 }
 
-TEST(EarTrimming, BothStepsAreTimed)
+TEST(EarTrimming, ItsTwoStepsStandAtTheTop)
 {
-    gLH.clear_steps();
+    // Also where the caller is in a step of its own.
     TriMesh mesh = square_hole();
+    StepsHeard const steps;
     EarTrimming trimming;
+    gLH.startSpecStepTimer("caller", "");
     trimming.ear_trimming(mesh);
-    EXPECT_THAT(gLH.report_steps(), HasSubstr("find-all-holes-ordered-halfedges"));
-    EXPECT_THAT(gLH.report_steps(), HasSubstr("fill-holes"));
+    gLH.lapSpecStepTimer("caller");
+    EXPECT_EQ(outline(gLH), "caller find-all-holes-ordered-halfedges fill-holes");
+    EXPECT_THAT(steps.events(), ElementsAre("+caller/", "+find-all-holes-ordered-halfedges/",
+                                            "-find-all-holes-ordered-halfedges/", "+fill-holes/",
+                                            "-fill-holes/", "-caller/"));
 }
 
 TEST(EarTrimming, MeshKeepsNoPropertyOfTheRun)

@@ -169,6 +169,16 @@ TEST(MeshPatch, HoldsNothingFarFromItsCentres)
     EXPECT_FALSE(patch.to_patch(vh(200)).is_valid());
 }
 
+TEST(MeshPatch, IsolatedCentreStaysIsolatedBesideTheFirstEdge)
+{
+    // The first edge of the mesh is 0 1; among the copied ones it is not the first.
+    TriMesh mesh = grid(2, 1);
+    auto const lonely = mesh.add_vertex(Vector3f(9, 9, 9));
+    MeshPatch patch;
+    patch.copy(mesh, {vh(5), vh(0), lonely});
+    EXPECT_FALSE(patch.mesh().halfedge_handle(patch.to_patch(lonely)).is_valid());
+}
+
 TEST(MeshPatch, IsolatedCentreIsCopiedAlone)
 {
     TriMesh mesh;

@@ -1,9 +1,10 @@
 #pragma once
 
-#include "tests/support/mesh_links.h"
+#include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
 
 #include <algorithm>
+#include <cstring>
 #include <random>
 #include <set>
 #include <vector>
@@ -13,6 +14,26 @@
 
 namespace veld_test
 {
+
+/// Corners of the faces from a number on.
+inline std::vector<Triangle> faces_from(TriMesh const& mesh, std::size_t first)
+{
+    std::vector<Triangle> result;
+    for (auto f = first; f < mesh.n_faces(); ++f)
+    {
+        Triangle corners{};
+        auto h = mesh.halfedge_handle(OpenMesh::FaceHandle(static_cast<int>(f)));
+        for (auto& corner : corners)
+        {
+            h = mesh.next_halfedge_handle(h);
+            corner = mesh.from_vertex_handle(h).idx();
+        }
+        std::rotate(corners.begin(), std::min_element(corners.begin(), corners.end()),
+                    corners.end());
+        result.push_back(corners);
+    }
+    return result;
+}
 
 /// What an oriented manifold looks like to the half-edge structure; empty if all is well.
 inline std::string broken_link(TriMesh const& mesh)
@@ -196,6 +217,43 @@ inline TriMesh half_covered_tube()
          {0.5F, 0.9F, -1},
          {0.5F, 0.3F, 2}},
         {{3, 4, 1}, {3, 1, 0}, {4, 5, 2}, {4, 2, 1}, {5, 3, 0}, {5, 0, 2}, {3, 5, 4}, {2, 0, 6}});
+}
+
+/// The hole 5 6 10 9 in a grid of 3 x 3 cells, its corner 5 narrowed to 48.9 degrees and 10 lifted.
+/// The ear at 5 lies flat and closes with an edge of the root of 2; the faces around its corners
+/// are up to 54.7 degrees off. The triangle that is left is 65 degrees off one of the faces beside
+/// it, and two of its sides are 1.62 long.
+inline TriMesh square_hole_with_a_steep_half()
+{
+    TriMesh mesh = grid_with_hole(1);
+    mesh.set_point(vh(5), Vector3f(0.4F, 0.4F, 0));
+    mesh.set_point(vh(10), Vector3f(2.25F, 2.25F, 1));
+    return mesh;
+}
+
+/// Four vertices in a square, joined by edges that carry no faces on either side.
+inline TriMesh square_of_wire()
+{
+    TriMesh mesh;
+    for (auto const& p :
+         {Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(1, 1, 0), Vector3f(0, 1, 0)})
+    {
+        mesh.add_vertex(p);
+    }
+    std::vector<OpenMesh::HalfedgeHandle> sides;
+    for (int i = 0; i < 4; ++i)
+    {
+        sides.push_back(mesh.new_edge(vh(i), vh((i + 1) % 4)));
+        mesh.set_halfedge_handle(vh(i), sides.back());
+    }
+    for (std::size_t i = 0; i < 4; ++i)
+    {
+        auto const next = sides[(i + 1) % 4];
+        mesh.set_next_halfedge_handle(sides[i], next);
+        mesh.set_next_halfedge_handle(mesh.opposite_halfedge_handle(next),
+                                      mesh.opposite_halfedge_handle(sides[i]));
+    }
+    return mesh;
 }
 
 } // namespace veld_test

@@ -74,3 +74,16 @@ TEST(FillHolesCoreApi, SwitchOfTheLogStaysForTheNextCall)
     ear_clipping(mesh, true, true, true, 20, 0.6, 150.0);
     EXPECT_EQ(log.count("ear_trimming() ..\n"), 1);
 }
+
+TEST(FillHolesCoreApi, SwitchOfTheLogStaysAfterASingleHoleToo)
+{
+    LogCapture const log(false);
+    TriMesh mesh = grid_with_hole(3);
+    Faces faces;
+    Vertices verts;
+    Vertices patch;
+    fill_single_hole_core(mesh, {}, 3, faces, verts, patch, true);
+    EXPECT_TRUE(gPH.log_enabled);
+    fill_single_hole_core(mesh, {}, 3, faces, verts, patch, false);
+    EXPECT_FALSE(gPH.log_enabled);
+}

@@ -1,6 +1,6 @@
 #include "algorithmVeld/common/detail/AddFace.h"
 
-#include "tests/support/mesh_links.h"
+#include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
 
 #include <gtest/gtest.h>

@@ -114,6 +114,22 @@ TEST(KdTree3f, radius_is_exclusive)
     expect_nothing(search(tree, {0, 0, 0}, 0));
 }
 
+TEST(KdTree3f, radius_is_squared_in_float)
+{
+    // A point that is exactly as far away as the radius has the same square in float, whether that
+    // was rounded up or down. The exact square of the radius would let those in that were rounded
+    // down.
+    int rounded_down = 0;
+    for (int i = 1; i < 200; ++i)
+    {
+        float const radius = static_cast<float>(i) * 0.1F;
+        double const exact = static_cast<double>(radius) * static_cast<double>(radius);
+        rounded_down += static_cast<double>(radius * radius) < exact ? 1 : 0;
+        expect_nothing(search(tree_of({{radius, 0, 0}}), {0, 0, 0}, radius));
+    }
+    EXPECT_GT(rounded_down, 0);
+}
+
 TEST(KdTree3f, impossible_arguments_find_nothing_and_clear_the_outputs)
 {
     KdTree3f const tree = tree_of({{0, 0, 0}, {1, 0, 0}});

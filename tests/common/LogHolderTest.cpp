@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/detail/Log.h"
 #include "algorithmVeld/common/detail/ParallelFor.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/steps.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,6 +17,7 @@
 using namespace OrvaneAlgorithm;
 using nlohmann::json;
 using testing::HasSubstr;
+using veld_test::outline;
 
 namespace
 {
@@ -30,26 +32,6 @@ struct Log
     LogHolder log;
     std::string text;
 };
-
-/// The steps as "name(child child(...))", without times.
-std::string outline(json const& steps)
-{
-    std::string text;
-    for (auto const& step : steps)
-    {
-        text += (text.empty() ? "" : " ") + step["name"].get<std::string>();
-        if (!step["children"].empty())
-        {
-            text += "(" + outline(step["children"]) + ")";
-        }
-    }
-    return text;
-}
-
-std::string outline(LogHolder const& log)
-{
-    return outline(json::parse(log.steps_as_json()));
-}
 
 void lap(LogHolder& log, std::string const& step, std::string const& parent)
 {

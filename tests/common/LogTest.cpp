@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/detail/ParallelFor.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/standard_output.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -111,6 +112,21 @@ TEST(ScopedStepTimer, exception_on_its_way_wins_over_that_of_the_observer)
             throw std::runtime_error("first");
         },
         std::runtime_error);
+}
+
+TEST(LogAndPrintLine, gives_the_same_text_to_the_log_and_to_standard_output)
+{
+    veld_test::LogCapture const log;
+    std::string const printed = veld_test::output_of(
+        []
+        {
+            detail::log_and_print_line(true, "100 %d percent\n");
+            detail::log_and_print_line(true, "%d of %s\n", 3, "50 %d");
+            detail::log_and_print_line(false, "nothing\n");
+            detail::log_and_print_line(false, "%d\n", 4);
+        });
+    EXPECT_EQ(printed, "100 %d percent\n3 of 50 %d\n");
+    EXPECT_EQ(log.text(), printed);
 }
 
 TEST(ParamHolder, host_sets_directories_and_the_log_switch)

@@ -1,5 +1,6 @@
 #include "algorithmVeld/common/detail/MeshScope.h"
 
+#include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
 
 #include <gtest/gtest.h>
@@ -124,4 +125,65 @@ TEST(DeletionScope, statuses_of_the_host_stay)
     EXPECT_TRUE(mesh.status(veld_test::vh(4)).selected());
     mesh.release_vertex_status();
     EXPECT_TRUE(has_no_status(mesh));
+}
+
+TEST(DeletionScope, leaves_the_status_of_halfedges_out_where_it_is_told_to)
+{
+    TriMesh mesh = veld_test::grid(2, 2);
+    {
+        DeletionScope const scope(mesh, detail::HalfedgeStatus::LEFT_OUT);
+        EXPECT_FALSE(mesh.has_halfedge_status());
+        EXPECT_TRUE(mesh.has_vertex_status() && mesh.has_edge_status() && mesh.has_face_status());
+    }
+    EXPECT_TRUE(has_no_status(mesh));
+}
+
+// OpenMesh ends the process when a face is deleted twice.
+TEST(CheckedDeletion, a_second_deletion_and_wrong_handles_do_no_harm)
+{
+    TriMesh mesh = veld_test::grid(2, 2);
+    DeletionScope const scope(mesh);
+    for (int turn = 0; turn < 2; ++turn)
+    {
+        detail::delete_face_checked(mesh, OpenMesh::FaceHandle(0),
+                                    detail::IsolatedVertices::DELETED);
+        detail::delete_vertex_checked(mesh, veld_test::vh(0), detail::IsolatedVertices::DELETED);
+    }
+    for (int const wrong : {-1, 99})
+    {
+        detail::delete_face_checked(mesh, OpenMesh::FaceHandle(wrong),
+                                    detail::IsolatedVertices::DELETED);
+        detail::delete_vertex_checked(mesh, veld_test::vh(wrong),
+                                      detail::IsolatedVertices::DELETED);
+    }
+    // A face that was only marked, with all its links, is met round its corners.
+    mesh.status(OpenMesh::FaceHandle(7)).set_deleted(true);
+    detail::delete_vertex_checked(mesh, veld_test::vh(8), detail::IsolatedVertices::DELETED);
+    EXPECT_TRUE(mesh.status(veld_test::vh(8)).deleted());
+}
+
+TEST(CheckedDeletion, links_are_those_of_the_mesh_s_own_deletion)
+{
+    for (int v = 0; v < 25; ++v)
+    {
+        for (bool const isolated : {false, true})
+        {
+            TriMesh a = veld_test::pinched_pair();
+            DeletionScope const scope_a(a);
+            TriMesh b = veld_test::pinched_pair();
+            DeletionScope const scope_b(b);
+            auto const kind =
+                isolated ? detail::IsolatedVertices::DELETED : detail::IsolatedVertices::KEPT;
+            for (int const vertex : {v, 12, 24 - v})
+            {
+                detail::delete_vertex_checked(a, veld_test::vh(vertex), kind);
+                b.delete_vertex(veld_test::vh(vertex), isolated);
+            }
+            EXPECT_EQ(veld_test::fingerprint(a), veld_test::fingerprint(b));
+            for (auto const w : a.all_vertices())
+            {
+                EXPECT_EQ(a.status(w).deleted(), b.status(w).deleted());
+            }
+        }
+    }
 }

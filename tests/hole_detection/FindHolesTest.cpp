@@ -3,6 +3,7 @@
 #include "tests/support/holes.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/meshes.h"
+#include "tests/support/steps.h"
 
 #include <limits>
 
@@ -157,6 +158,33 @@ TEST(FindHolesStart, ALoopAtTheLimitIsNotNear)
     EXPECT_EQ(starts.size(), 2U);
 }
 
+TEST(FindHolesStart, ABoundaryThatTouchesItselfHasOneCentre)
+{
+    // Its walk is 1 0 4 3 0 2: the vertex 0 counts twice, and the mean of the six is (-1, -0.5, 0).
+    // The five vertices have their mean at (-1.2, -0.6, 0).
+    TriMesh mesh = lopsided_bow_tie();
+    std::vector<VertexHandle> starts;
+    EXPECT_EQ(FindHoles::find_holes(mesh, {{-1, -0.5F, 0}}, 0.05, starts, false), RET_SUCCESS);
+    EXPECT_EQ(indices(starts), std::vector<int>{0});
+    // The middles of its two loops are nothing to it.
+    EXPECT_EQ(FindHoles::find_holes(mesh, {{2, 1, 0}, {-4, -2, 0}, {-1.2F, -0.6F, 0}}, 0.05, starts,
+                                    false),
+              RET_INVALID_INPUT);
+    EXPECT_TRUE(starts.empty());
+}
+
+TEST(FindHolesStart, CentresFarFromTheOriginAreSummedInDouble)
+{
+    TriMesh mesh = disc_far_away();
+    Holes holes;
+    FindHoles::find_holes(mesh, holes, false);
+    ASSERT_EQ(holes.size(), 1U);
+    Vector3f const centre = exact_mean(mesh, holes[0]);
+    ASSERT_GT((mean_in_float(mesh, holes[0]) - centre).norm(), 0.1F);
+    std::vector<VertexHandle> starts;
+    EXPECT_EQ(FindHoles::find_holes(mesh, {centre}, 0.002, starts, false), RET_SUCCESS);
+}
+
 TEST(FindHolesStart, AClosedOrEmptyMeshHasNoLoopNearAnything)
 {
     for (TriMesh mesh : {tetrahedron(), TriMesh()})
@@ -217,6 +245,22 @@ TEST(FindHoles, LeavesNoPropertyBehind)
     FindHoles::find_holes(mesh, {{0, 0, 0}}, 10.0, starts, false);
     FindHoles().find_simple_holes(mesh, holes, false);
     EXPECT_EQ(count_properties(mesh), before);
+}
+
+TEST(FindHoles, TimesNoSteps)
+{
+    TriMesh mesh = pinched_pair();
+    Holes holes;
+    std::vector<VertexHandle> starts;
+    StepsHeard const steps;
+    FindHoles::find_holes(mesh, holes, false);
+    FindHoles::find_holes(mesh, {{0, 0, 0}}, 10.0, starts, false);
+    FindHoles().find_simple_holes(mesh, holes, false);
+    FindHolesEx::find_holes(mesh, holes, false);
+    FindHolesEx::find_holes(mesh, 5.0, holes, false);
+    FindHolesEx::find_marker_holes(mesh, {{0, 0, 0}}, {}, 1.0, 1.0, false, 0.0, holes, false);
+    EXPECT_TRUE(steps.events().empty());
+    EXPECT_EQ(outline(gLH), "");
 }
 
 TEST(FindHoles, CopiesAndAssignments)

@@ -145,6 +145,39 @@ TEST(FindMarkerHoles, ACentreAtTheLimitDoesNotMatch)
     EXPECT_EQ(find(mesh, {above}, 0.500001).size(), 1U);
 }
 
+TEST(FindMarkerHoles, CentresFarFromTheOriginAreSummedInDouble)
+{
+    TriMesh mesh = disc_far_away();
+    Holes all;
+    FindHolesEx::find_holes(mesh, all, false);
+    ASSERT_EQ(all.size(), 1U);
+    Vector3f const centre = exact_mean(mesh, all[0]);
+    ASSERT_GT((mean_in_float(mesh, all[0]) - centre).norm(), 0.1F);
+    Holes holes;
+    EXPECT_EQ(
+        FindHolesEx::find_marker_holes(mesh, {centre}, {}, 0.002, 9.0, false, 0.0, holes, false),
+        RET_SUCCESS);
+    EXPECT_EQ(indices(holes), indices(all));
+}
+
+TEST(FindMarkerHoles, LoopsOfABoundaryThatTouchesItselfHaveACentreEach)
+{
+    TriMesh mesh = lopsided_bow_tie();
+    Holes all;
+    FindHolesEx::find_holes(mesh, all, false);
+    ASSERT_EQ(indices(all), (std::vector<std::vector<int>>{{0, 4, 3}, {1, 0, 2}}));
+    Holes holes;
+    // The longer loop has a perimeter of 20.5, the circle one of 25.1.
+    auto const near = [&](Vector3f const& marker)
+    {
+        FindHolesEx::find_marker_holes(mesh, {marker}, {}, 0.05, 4.0, false, 0.0, holes, false);
+        return indices(holes);
+    };
+    EXPECT_EQ(near({-4, -2, 0}), (std::vector<std::vector<int>>{{0, 4, 3}}));
+    EXPECT_EQ(near({2, 1, 0}), (std::vector<std::vector<int>>{{1, 0, 2}}));
+    EXPECT_TRUE(near({-1, -0.5F, 0}).empty());
+}
+
 TEST(FindMarkerHoles, HolesComeInTheirOwnOrderAndOnce)
 {
     TriMesh mesh = two_holes();
@@ -165,6 +198,15 @@ TEST(FindMarkerHoles, TheNormalHasToAgreeByMoreThanTheLimit)
     EXPECT_EQ(count_matching(mesh, {0, 0, -1}, -1.5), 1U);
     EXPECT_EQ(count_matching(mesh, {1, 0, 0}, 0.0), 0U); // square to it: exactly 0
     EXPECT_EQ(count_matching(mesh, {NOT_A_NUMBER, 0, 0}, -2.0), 0U);
+}
+
+TEST(FindMarkerHoles, TheLimitOfTheProductOfNormalsIsComparedInDouble)
+{
+    // The product is exactly 1 in float, and so would be this limit.
+    TriMesh mesh = two_holes();
+    double const limit = 1.0 - 1e-12;
+    ASSERT_EQ(static_cast<float>(limit), 1.0F);
+    EXPECT_EQ(count_matching(mesh, {0, 0, 1}, limit), 1U);
 }
 
 TEST(FindMarkerHoles, AHoleThatOneMarkerRefusesMayBeAnothers)
@@ -205,6 +247,25 @@ TEST(FindMarkerHoles, NormalsThatTheHostBroughtAreUsed)
     EXPECT_EQ(count_matching(mesh, {1, 0, 0}, 0.9), 1U);
     EXPECT_EQ(count_matching(mesh, {0, 0, 1}, 0.1), 0U);
     EXPECT_EQ(mesh.normal(vh(0)), Vector3f(1, 0, 0));
+}
+
+TEST(FindMarkerHoles, VertexNormalsThatTheHostBroughtAloneAreUsedAsTheyAre)
+{
+    TriMesh mesh = two_holes();
+    mesh.request_vertex_normals();
+    for (auto const v : mesh.vertices())
+    {
+        mesh.set_normal(v, {1, 0, 0});
+    }
+    EXPECT_EQ(count_matching(mesh, {1, 0, 0}, 0.9), 1U);
+    EXPECT_EQ(count_matching(mesh, {0, 0, 1}, 0.1), 0U);
+    for (auto const v : mesh.vertices())
+    {
+        ASSERT_EQ(mesh.normal(v), Vector3f(1, 0, 0));
+    }
+    // Those of the faces were missing, and stay.
+    ASSERT_TRUE(mesh.has_face_normals());
+    EXPECT_EQ(mesh.normal(OpenMesh::FaceHandle(0)), Vector3f(0, 0, 1));
 }
 
 TEST(FindMarkerHoles, NormalsThatCancelOutAgreeWithNothing)

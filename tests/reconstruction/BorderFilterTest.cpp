@@ -1,6 +1,7 @@
 #include "algorithmVeld/reconstruction/detail/BorderFilter.h"
 #include "algorithmVeld/common/detail/MeshScope.h"
-#include "tests/support/mesh_links.h"
+#include "tests/support/mesh_arrays.h"
+#include "tests/support/meshes.h"
 
 #include <gtest/gtest.h>
 

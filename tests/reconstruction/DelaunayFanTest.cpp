@@ -1,6 +1,7 @@
 #include "algorithmVeld/reconstruction/detail/DelaunayFan.h"
 #include "algorithmVeld/common/detail/LocalFrame.h"
-#include "tests/support/mesh_links.h"
+#include "tests/support/mesh_arrays.h"
+#include "tests/support/meshes.h"
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,6 @@
 #include "algorithmVeld/reconstruction/detail/ElementOrder.h"
-#include "tests/support/mesh_links.h"
+#include "tests/support/mesh_arrays.h"
+#include "tests/support/meshes.h"
 
 #include <gtest/gtest.h>
 

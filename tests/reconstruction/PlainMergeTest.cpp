@@ -1,6 +1,6 @@
 #include "algorithmVeld/reconstruction/MeshMerge.h"
 #include "tests/reconstruction/reference_merge.h"
-#include "tests/support/mesh_links.h"
+#include "tests/support/mesh_arrays.h"
 #include "tests/support/sanitizers.h"
 
 #include <gtest/gtest.h>

@@ -140,6 +140,49 @@ inline TriMesh bow_tie()
                      {{0, 1, 2}, {0, 3, 4}});
 }
 
+/// The same, where the loops, the boundary and the five vertices have different means.
+/// Loops: 0 4 3 around (-4, -2, 0) and 1 0 2 around (2, 1, 0).
+inline TriMesh lopsided_bow_tie()
+{
+    return make_mesh({{0, 0, 0}, {3, 0, 0}, {3, 3, 0}, {-6, 0, 0}, {-6, -6, 0}},
+                     {{0, 1, 2}, {0, 3, 4}});
+}
+
+/// A disc with a border of 20 000 vertices, far from the origin: three off the multiples of eight,
+/// which is all that a sum of as many such coordinates can hold in `float`.
+inline TriMesh disc_far_away()
+{
+    TriMesh mesh = open_cone(20000, 0.0F);
+    for (auto const v : mesh.vertices())
+    {
+        mesh.set_point(v, mesh.point(v) + Vector3f(4099, 8203, -4099));
+    }
+    return mesh;
+}
+
+/// Mean of the positions of vertices, summed in more digits than any of them has.
+inline Vector3f exact_mean(TriMesh const& mesh, std::vector<OpenMesh::VertexHandle> const& vertices)
+{
+    Eigen::Matrix<long double, 3, 1> sum = Eigen::Matrix<long double, 3, 1>::Zero();
+    for (auto const v : vertices)
+    {
+        sum += mesh.point(v).cast<long double>();
+    }
+    return (sum / static_cast<long double>(vertices.size())).cast<float>();
+}
+
+/// The same summed in `float`.
+inline Vector3f mean_in_float(TriMesh const& mesh,
+                              std::vector<OpenMesh::VertexHandle> const& vertices)
+{
+    Vector3f sum = Vector3f::Zero();
+    for (auto const v : vertices)
+    {
+        sum += mesh.point(v);
+    }
+    return sum / static_cast<float>(vertices.size());
+}
+
 /// A closed sphere of radius 1 around the origin: an octahedron divided `level` times.
 inline TriMesh sphere(int level)
 {

@@ -1,5 +1,6 @@
 #include "algorithmVeld/HoleFilling/detail/EarGeometry.h"
 
+#include "algorithmVeld/common/LogHolder.h"
 #include "algorithmVeld/common/detail/AddFace.h"
 
 #include <algorithm>
@@ -83,6 +84,28 @@ Corner measure_corner(TriMesh const& mesh, OpenMesh::VertexHandle cur, OpenMesh:
     bool const reflex = w.cross(u).dot(e2.cross(e1)) < 0.0F;
     return {CornerStatus::MEASURED, reflex ? static_cast<float>(2.0 * pi - angle) : angle,
             (mesh.point(prev) - mesh.point(next)).norm()};
+}
+
+std::string corner_message(CornerStatus status, char const* file, int line)
+{
+    char text[512] = "";
+    switch (status)
+    {
+    case CornerStatus::MEASURED:
+        break;
+    case CornerStatus::SHORT_SIDE:
+        format_line(text, "wrong edge length [%s (%d)]\n", file, line);
+        break;
+    case CornerStatus::NO_HALFEDGE:
+        format_line(text, "unmatched halfedge [%s (%d)]\n", file, line);
+        break;
+    case CornerStatus::NOT_A_TRIANGLE:
+        format_line(text, "unexpected ploygon [%s (%d)]\n", file, line);
+        break;
+    case CornerStatus::SHORT_FACE_SIDE:
+        return "wrong edge length.\n";
+    }
+    return text;
 }
 
 float cosine_of_degrees(double degrees)

@@ -2,10 +2,12 @@
 
 #include "algorithmVeld/common/TriMesh.h"
 
+#include <string>
+
 namespace OrvaneAlgorithm::detail
 {
 
-/// What came of measuring a corner. Each failure has a message of its own in the classes.
+/// What came of measuring a corner.
 enum class CornerStatus
 {
     MEASURED,
@@ -27,6 +29,10 @@ struct Corner
 /// hole is told by the face across the edge from `prev` to `cur`, never by a global normal.
 Corner measure_corner(TriMesh const& mesh, OpenMesh::VertexHandle cur, OpenMesh::VertexHandle prev,
                       OpenMesh::VertexHandle next);
+
+/// The line to log about a corner that could not be measured; empty for one that was.
+/// \param file \param line the place in the source of whoever measures
+std::string corner_message(CornerStatus status, char const* file, int line);
 
 /// The threshold of `consistency_normal` for an angle in degrees.
 float cosine_of_degrees(double degrees);

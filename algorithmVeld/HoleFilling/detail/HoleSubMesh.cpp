@@ -1,8 +1,7 @@
 #include "algorithmVeld/HoleFilling/detail/HoleSubMesh.h"
 
-#include "algorithmVeld/common/detail/AddFace.h"
+#include "algorithmVeld/common/detail/SubMesh.h"
 
-#include <array>
 #include <unordered_set>
 
 namespace OrvaneAlgorithm::detail
@@ -32,21 +31,13 @@ void add_channels(TriMesh const& mesh, HoleSubMesh& sub)
     sub.mesh.add_property(sub.vert_origin, "<vprop>");
 }
 
-bool copy_vertex(TriMesh const& mesh, OpenMesh::VertexHandle origin,
+bool take_vertex(TriMesh const& mesh, OpenMesh::VertexHandle origin,
                  OpenMesh::VPropHandleT<float> edge_len, HoleSubMesh& sub)
 {
-    auto const copy = sub.mesh.add_vertex(mesh.point(origin));
+    auto const copy = copy_vertex(mesh, origin, sub.mesh);
     if (!copy.is_valid())
     {
         return false;
-    }
-    if (mesh.has_vertex_colors())
-    {
-        sub.mesh.set_color(copy, mesh.color(origin));
-    }
-    if (mesh.has_vertex_normals())
-    {
-        sub.mesh.set_normal(copy, mesh.normal(origin));
     }
     sub.copies.emplace(origin.idx(), copy);
     sub.mesh.property(sub.vert_origin, copy) = origin;
@@ -62,22 +53,13 @@ OpenMesh::VertexHandle copy_of(HoleSubMesh const& sub, OpenMesh::VertexHandle or
     return copy == sub.copies.end() ? OpenMesh::VertexHandle() : copy->second;
 }
 
-bool copy_face(TriMesh const& mesh, OpenMesh::FaceHandle face, HoleSubMesh& sub)
+bool take_face(TriMesh const& mesh, OpenMesh::FaceHandle face, HoleSubMesh& sub)
 {
-    std::array<OpenMesh::VertexHandle, 3> corners;
-    std::size_t n = 0;
-    for (auto const vertex : mesh.fv_range(face))
-    {
-        corners[n++ % 3] = copy_of(sub, vertex);
-    }
-    auto const copy = add_face_checked(sub.mesh, corners[0], corners[1], corners[2]);
+    auto const copy = copy_face(
+        mesh, face, sub.mesh, [&](OpenMesh::VertexHandle origin) { return copy_of(sub, origin); });
     if (!copy.is_valid())
     {
         return false;
-    }
-    if (mesh.has_face_normals())
-    {
-        sub.mesh.set_normal(copy, mesh.normal(face));
     }
     sub.mesh.property(sub.face_new, copy) = false;
     return true;
@@ -114,11 +96,11 @@ RefusedElements make_sub_mesh(TriMesh const& mesh,
     RefusedElements refused;
     for (auto const vertex : vertices)
     {
-        refused.vertices += copy_vertex(mesh, vertex, edge_len, sub) ? 0 : 1;
+        refused.vertices += take_vertex(mesh, vertex, edge_len, sub) ? 0 : 1;
     }
     for (auto const face : faces)
     {
-        refused.faces += copy_face(mesh, face, sub) ? 0 : 1;
+        refused.faces += take_face(mesh, face, sub) ? 0 : 1;
     }
     sub.old_edges = sub.mesh.n_edges();
     return refused;

@@ -102,7 +102,8 @@ void MeshPatch::number_elements(TriMesh const& mesh,
 
 OpenMesh::HalfedgeHandle MeshPatch::to_patch(OpenMesh::HalfedgeHandle h) const
 {
-    int const edge = edges_.find(h.idx() / 2);
+    // A missing link, such as that of an isolated vertex, would pass for a side of edge 0.
+    int const edge = h.is_valid() ? edges_.find(h.idx() / 2) : -1;
     return edge < 0 ? OpenMesh::HalfedgeHandle() : OpenMesh::HalfedgeHandle(2 * edge + h.idx() % 2);
 }
 

@@ -57,8 +57,12 @@ public:
 
     bool affect(int i) const { return i >= kept_; }
 
-    /// New place of an element that is affected; -1 for one that is deleted.
-    int target(int i) const { return target_[static_cast<std::size_t>(i - kept_)]; }
+    /// New place of an element that is affected; -1 for one that is deleted or was never there.
+    int target(int i) const
+    {
+        auto const place = static_cast<std::size_t>(i - kept_);
+        return place < target_.size() ? target_[place] : -1;
+    }
 
 private:
     int kept_ = 0;

@@ -81,6 +81,36 @@ inline bool is_deleted(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
 {
     return mesh.has_vertex_status() && mesh.status(vertex).deleted();
 }
+inline bool is_deleted(TriMesh const& mesh, OpenMesh::EdgeHandle edge)
+{
+    return mesh.has_edge_status() && mesh.status(edge).deleted();
+}
+/// Hosts that delete faces need the status of edges, but not that of halfedges.
+inline bool is_deleted(TriMesh const& mesh, OpenMesh::HalfedgeHandle halfedge)
+{
+    return (mesh.has_halfedge_status() && mesh.status(halfedge).deleted()) ||
+           is_deleted(mesh, mesh.edge_handle(halfedge));
+}
+
+/// Requests the normals that the mesh lacks and, if any were lacking, computes both kinds, so that
+/// they agree. They stay: the next call finds them.
+inline void provide_normals(TriMesh& mesh)
+{
+    if (mesh.has_face_normals() && mesh.has_vertex_normals())
+    {
+        return;
+    }
+    if (!mesh.has_face_normals())
+    {
+        mesh.request_face_normals();
+    }
+    if (!mesh.has_vertex_normals())
+    {
+        mesh.request_vertex_normals();
+    }
+    mesh.update_face_normals();
+    mesh.update_vertex_normals();
+}
 
 /// What happens to a vertex that loses its last face.
 enum class IsolatedVertices

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <mutex>
+#include <thread>
 
 // The packages with the small set of libraries bring no headers.
 extern "C"
@@ -108,11 +109,17 @@ private:
 };
 
 /// The ordering draws random numbers from a state that all threads share: one analysis at a time
-/// makes it a function of the matrix.
+/// makes it a function of the matrix. It takes most of the time of a small system, so somebody is
+/// nearly always waiting, and not for long: to sleep and be woken would cost more.
 int analyse(System& system)
 {
     static std::mutex mutex;
-    std::lock_guard<std::mutex> const lock(mutex);
+    std::unique_lock<std::mutex> lock(mutex, std::try_to_lock);
+    while (!lock.owns_lock())
+    {
+        std::this_thread::yield();
+        lock.try_lock();
+    }
     return system.run(ANALYSE, nullptr);
 }
 

@@ -114,13 +114,10 @@ private:
     std::vector<unsigned> block_start_; ///< where the links of each block of halfedges begin
 };
 
-/// Hosts that delete faces need the status of edges, but not that of halfedges.
 bool is_skipped(TriMesh const& mesh, HalfedgeHandle h, HiddenHalfedges hidden)
 {
-    bool const skip_hidden = hidden == HiddenHalfedges::SKIPPED;
-    return (mesh.has_halfedge_status() &&
-            (mesh.status(h).deleted() || (skip_hidden && mesh.status(h).hidden()))) ||
-           (mesh.has_edge_status() && mesh.status(mesh.edge_handle(h)).deleted());
+    return is_deleted(mesh, h) || (hidden == HiddenHalfedges::SKIPPED &&
+                                   mesh.has_halfedge_status() && mesh.status(h).hidden());
 }
 
 /// Follows the boundary from `start` into `walk` and marks what it passes. A marked halfedge that

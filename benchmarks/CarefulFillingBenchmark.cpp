@@ -1,0 +1,70 @@
+#include "algorithmVeld/api/algorithms.h"
+#include "algorithmVeld/common/LogHolder.h"
+#include "benchmarks/support/scans.h"
+
+#include <benchmark/benchmark.h>
+
+#include <nlohmann/json.hpp>
+
+#include <omp.h>
+
+#include <string>
+
+/// \file
+/// Holes triangulated, refined and faired: the whole operation on a scan with many small holes,
+/// with the share of each stage in its time. Arguments: faces of the mesh, threads.
+
+namespace
+{
+
+using OrvaneAlgorithm::gLH;
+using OrvaneAlgorithm::Holes;
+using OrvaneAlgorithm::TriMesh;
+
+/// Adds the seconds of a step and of those below it to the counters.
+void add_steps(benchmark::State& state, nlohmann::json const& steps)
+{
+    for (auto const& step : steps)
+    {
+        state.counters[step["name"].get<std::string>() + "_ms"] =
+            1000.0 * step["seconds"].get<double>() / step["laps"].get<double>();
+        add_steps(state, step["children"]);
+    }
+}
+
+void fill_holes_core(benchmark::State& state)
+{
+    TriMesh const& mesh = veld_benchmark::scan_with_holes(static_cast<int>(state.range(0)));
+    int const threads = omp_get_max_threads();
+    omp_set_num_threads(static_cast<int>(state.range(1)));
+    std::size_t new_faces = 0;
+    gLH.clear_steps();
+    for (auto _ : state)
+    {
+        state.PauseTiming();
+        {
+            TriMesh copy = veld_benchmark::as_read(mesh);
+            Holes holes;
+            OrvaneAlgorithm::find_holes(copy, holes, false);
+            std::vector<std::vector<OpenMesh::FaceHandle>> faces;
+            Holes vertices;
+            Holes patches;
+            state.ResumeTiming();
+            OrvaneAlgorithm::fill_holes_core(copy, holes, 2, faces, vertices, patches, false);
+            state.PauseTiming();
+            new_faces = copy.n_faces() - mesh.n_faces();
+        }
+        state.ResumeTiming();
+    }
+    omp_set_num_threads(threads);
+    state.counters["new_faces"] = static_cast<double>(new_faces);
+    add_steps(state, nlohmann::json::parse(gLH.steps_as_json()));
+}
+
+} // namespace
+
+BENCHMARK(fill_holes_core)
+    ->ArgNames({"faces", "threads"})
+    ->ArgsProduct({{90000, 900000}, {1, 2}})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
