@@ -91,7 +91,7 @@ RetVal MeshMerge::mesh_merge(std::vector<RangeData const*> const& ranges, double
         detail::log("  fail to convert rge to mesh.\n");
         return RET_INVALID_INPUT;
     }
-    save(mesh, "00-initial-mesh", "save-initial-mesh");
+    save(mesh, "00-initial-mesh.stl", "save-initial-mesh");
     close_gaps(mesh, static_cast<float>(stitch_radius), max_hole_edges, min_component_size,
                static_cast<float>(long_edge_length));
     frame_numbers.copy_to(vertex_frames);
@@ -106,38 +106,38 @@ void MeshMerge::close_gaps(TriMesh& mesh, float stitch_radius, int max_hole_edge
     double const longest_ear_edge = ear_edge_factor * point_spacing;
 
     timed("delete-long-edge", [&] { delete_long_edge(mesh, long_edge_length); });
-    save(mesh, "10-long-edge-deleted-mesh", "save-long-edge-deleted-mesh");
+    save(mesh, "10-long-edge-deleted-mesh.stl", "save-long-edge-deleted-mesh");
 
     timed("border-stitch", [&] { border_stitch(mesh, stitch_radius); });
-    save(mesh, "20-stitched-mesh", "save-stitched-mesh");
+    save(mesh, "20-stitched-mesh.stl", "save-stitched-mesh");
 
     timed("mesh-filter", [&] { mesh_filter(mesh); });
-    save(mesh, "30-filtered-mesh", "save-filtered-mesh");
+    save(mesh, "30-filtered-mesh.stl", "save-filtered-mesh");
 
     timed("ear-trimming-round-1",
           [&] {
               ear_trimming(mesh, false, true, true, max_hole_edges, longest_ear_edge,
                            ear_normal_angle);
           });
-    save(mesh, "40-hole-filled-round-1-mesh", "save-hole-filled-round-1-mesh");
+    save(mesh, "40-hole-filled-round-1-mesh.stl", "save-hole-filled-round-1-mesh");
 
     timed("remove-small-components",
           [&] { PostProcessing().remove_small_objects(mesh, min_component_size); });
-    save(mesh, "50-small-components-removed-mesh", "save-small-components-removed-mesh");
+    save(mesh, "50-small-components-removed-mesh.stl", "save-small-components-removed-mesh");
 
     timed("ear-trimming-round-2",
           [&] {
               ear_trimming(mesh, true, false, false, max_hole_edges, longest_ear_edge,
                            ear_normal_angle);
           });
-    save(mesh, "60-hole-filled-round-2-mesh", "save-hole-filled-round-2-mesh");
+    save(mesh, "60-hole-filled-round-2-mesh.stl", "save-hole-filled-round-2-mesh");
 }
 
 void MeshMerge::save(TriMesh const& mesh, char const* name, char const* step) const
 {
     if (gPH.log_enabled && save_debug_meshes)
     {
-        detail::dump_mesh(mesh, gPH.result_dir + "/" + name + ".stl", step);
+        detail::dump_mesh(mesh, gPH.result_dir + "/" + name, step);
     }
 }
 
