@@ -79,7 +79,8 @@ public:
     void set_long_edge_factor(double spacings) { long_edge_factor_ = spacings; }
 
 private:
-    double measure_spacing(std::vector<RangeData const*> const& ranges) const;
+    std::vector<RangeData> take_out(std::vector<RangeData const*> const& ranges, double spacing,
+                                    std::vector<FrameCounts>& counts) const;
 
     double point_spacing_ = 0.0;
     double cover_factor_ = 1.0;
