@@ -36,6 +36,7 @@
 #include "algorithmVeld/common/solver.h"
 #include "algorithmVeld/hole_detection/FindHoles.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
+#include "algorithmVeld/reconstruction/FrameOverlap.h"
 #include "algorithmVeld/reconstruction/MeshMerge.h"
 #include "algorithmVeld/reconstruction/PointCloud2RangeData.h"
 #include "algorithmVeld/util/UtilTool.h"

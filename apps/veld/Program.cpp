@@ -163,7 +163,8 @@ int print_help(CLI::App const& program, CLI::Success const& help)
 
 int parse_and_run(int argc, char const* const* argv)
 {
-    CLI::App program("Reads 3D scans, finds their holes and closes them. Lengths are millimetres.", "veld");
+    CLI::App program("Reads 3D scans, finds their holes and closes them. Lengths are millimetres.",
+                     "veld");
     program.require_subcommand(1);
     program.set_version_flag("--version",
                              std::string("veld " VELD_VERSION "\ndirect solver: ") +
