@@ -92,29 +92,6 @@ void for_each_frame(std::vector<RangeData const*> const& ranges, Work const& wor
                                 [&](std::ptrdiff_t f) { work(static_cast<std::size_t>(f)); });
 }
 
-/// The median of the mean spacings of the frames that have one; 0 without any.
-double measure_spacing(std::vector<RangeData const*> const& ranges)
-{
-    constexpr int samples = 2000;
-    std::vector<double> means(ranges.size(), 0.0);
-    for_each_frame(ranges,
-                   [&](std::size_t f)
-                   {
-                       MatrixXi map;
-                       ranges[f]->create_vertices_index_map(map);
-                       RangeData_compute_mean_distance(*ranges[f], map, means[f], samples);
-                   });
-    means.erase(std::remove_if(means.begin(), means.end(), [](double m) { return !(m > 0.0); }),
-                means.end());
-    if (means.empty())
-    {
-        return 0.0;
-    }
-    auto const middle = means.begin() + static_cast<std::ptrdiff_t>(means.size() / 2);
-    std::nth_element(means.begin(), middle, means.end());
-    return *middle;
-}
-
 /// A copy of a frame with those points only that stay. Flags of its points stay what they are.
 RangeData copy_kept(RangeData const& frame, detail::FrameSurface const& surface, std::size_t first,
                     std::vector<char> const& stays)
@@ -168,7 +145,7 @@ RetVal FrameOverlap::remove_overlap(std::vector<RangeData const*> const& ranges,
     {
         return RET_INVALID_INPUT;
     }
-    double const spacing = point_spacing_ > 0.0 ? point_spacing_ : measure_spacing(ranges);
+    double const spacing = point_spacing_ > 0.0 ? point_spacing_ : measure_point_spacing(ranges);
     detail::log("  point spacing: %g\n", spacing);
     std::vector<FrameCounts> counts(ranges.size());
     auto kept = take_out(ranges, spacing, counts);
@@ -212,6 +189,28 @@ std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> cons
                        counts[f] = count(*ranges[f], kept[f], overlap, surface.first[f]);
                    });
     return kept;
+}
+
+double FrameOverlap::measure_point_spacing(std::vector<RangeData const*> const& ranges)
+{
+    constexpr int samples = 2000;
+    std::vector<double> means(ranges.size(), 0.0);
+    for_each_frame(ranges,
+                   [&](std::size_t f)
+                   {
+                       MatrixXi map;
+                       ranges[f]->create_vertices_index_map(map);
+                       RangeData_compute_mean_distance(*ranges[f], map, means[f], samples);
+                   });
+    means.erase(std::remove_if(means.begin(), means.end(), [](double m) { return !(m > 0.0); }),
+                means.end());
+    if (means.empty())
+    {
+        return 0.0;
+    }
+    auto const middle = means.begin() + static_cast<std::ptrdiff_t>(means.size() / 2);
+    std::nth_element(means.begin(), middle, means.end());
+    return *middle;
 }
 
 } // namespace OrvaneAlgorithm

@@ -54,6 +54,10 @@ public:
     RetVal remove_overlap(std::vector<RangeData const*> const& ranges,
                           std::vector<RangeData>& result);
 
+    /// Distance between neighbouring points: the median of the mean spacings of the frames. 0 if no
+    /// frame has neighbours. No frame may be a null pointer.
+    static double measure_point_spacing(std::vector<RangeData const*> const& ranges);
+
     /// What the last run did to each frame, in their order.
     std::vector<FrameCounts> const& frame_counts() const { return frame_counts_; }
     /// The spacing that the last run worked with; 0 if there was none to measure.

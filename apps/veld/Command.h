@@ -47,6 +47,7 @@ std::unique_ptr<Command> make_info_command();
 std::unique_ptr<Command> make_holes_command();
 std::unique_ptr<Command> make_fill_command();
 std::unique_ptr<Command> make_frames_command();
+std::unique_ptr<Command> make_merge_command();
 std::unique_ptr<Command> make_render_command();
 std::unique_ptr<Command> make_demo_command();
 

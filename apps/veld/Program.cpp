@@ -50,6 +50,8 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
     add_command(program, entries, make_fill_command(), "fill", "Close the holes of a mesh");
     add_command(program, entries, make_frames_command(), "frames",
                 "Turn the frames of a scan into .rge files");
+    add_command(program, entries, make_merge_command(), "merge",
+                "Merge the frames of a scan into one mesh");
     add_command(program, entries, make_render_command(), "render",
                 "Draw a mesh, its holes in colour");
     add_command(program, entries, make_demo_command(), "demo",

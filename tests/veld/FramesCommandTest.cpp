@@ -869,16 +869,6 @@ TEST(FramesCommand, VerboseJsonIsTheOnlyStandardOutput)
 
 // Real scans.
 
-bool without_real_data()
-{
-    if (real_data_dir().empty())
-    {
-        std::cout << "left out: VELD_TEST_DATA is not set\n";
-        return true;
-    }
-    return false;
-}
-
 /// The matrices of a file with a name and 16 numbers for each.
 std::map<std::string, Eigen::Matrix4d> published_poses(std::string const& path)
 {
