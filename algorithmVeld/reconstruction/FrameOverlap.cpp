@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 namespace OrvaneAlgorithm
 {
@@ -92,6 +93,66 @@ void for_each_frame(std::vector<RangeData const*> const& ranges, Work const& wor
                                 [&](std::ptrdiff_t f) { work(static_cast<std::size_t>(f)); });
 }
 
+/// The value in the middle; 0 of an empty list.
+double median(std::vector<double> values)
+{
+    if (values.empty())
+    {
+        return 0.0;
+    }
+    auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/// Distances from evenly spread points of a frame to their neighbours to the right and below.
+std::vector<double> grid_distances(RangeData const& frame)
+{
+    constexpr std::size_t samples = 2000;
+    MatrixXi map;
+    frame.create_vertices_index_map(map);
+    std::vector<double> distances;
+    std::size_t const n = std::min(frame.get_vn(), frame.vUV.size());
+    std::size_t const step = std::max<std::size_t>(1, n / samples);
+    auto const add = [&](std::size_t i, long long row, long long col)
+    {
+        bool const inside = row >= 0 && col >= 0 && row < map.rows() && col < map.cols();
+        if (inside && map(row, col) >= 0)
+        {
+            auto const other = static_cast<std::size_t>(map(row, col));
+            double const distance =
+                (frame.vCoord[other].cast<double>() - frame.vCoord[i].cast<double>()).norm();
+            // NaN has no place in an order.
+            if (std::isfinite(distance))
+            {
+                distances.push_back(distance);
+            }
+        }
+    };
+    for (std::size_t i = 0; i < n; i += step)
+    {
+        auto const [row, col] = frame.vUV[i];
+        add(i, row, col + 1LL);
+        add(i, row + 1LL, col);
+    }
+    return distances;
+}
+
+/// Mean distance between neighbours on the grid of a frame; 0 without any. Unlike
+/// `RangeData_compute_mean_distance` it leaves jumps of depth out, few of which weigh as much as
+/// all the others.
+double frame_spacing(RangeData const& frame)
+{
+    auto distances = grid_distances(frame);
+    double const jump = 3.0 * median(distances);
+    distances.erase(
+        std::remove_if(distances.begin(), distances.end(), [jump](double d) { return d > jump; }),
+        distances.end());
+    return distances.empty() ? 0.0
+                             : std::accumulate(distances.begin(), distances.end(), 0.0) /
+                                   static_cast<double>(distances.size());
+}
+
 /// A copy of a frame with those points only that stay. Flags of its points stay what they are.
 RangeData copy_kept(RangeData const& frame, detail::FrameSurface const& surface, std::size_t first,
                     std::vector<char> const& stays)
@@ -160,6 +221,7 @@ std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> cons
                                               double spacing,
                                               std::vector<FrameCounts>& counts) const
 {
+    int const border_cells = std::max(border_cells_, 0);
     detail::OverlapLimits limits;
     limits.spacing = spacing;
     limits.cover_factor = cover_factor_;
@@ -167,7 +229,7 @@ std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> cons
     limits.least_cosine = std::cos(normal_angle_thr_ * PI / 180.0);
     auto const surface = timed(
         "list-frames", [&]
-        { return detail::list_frame_surface(ranges, long_edge_factor_ * spacing, border_cells_); });
+        { return detail::list_frame_surface(ranges, long_edge_factor_ * spacing, border_cells); });
     auto const overlap =
         timed("find-overlap", [&] { return detail::find_overlap(surface, limits); });
     auto const advantage =
@@ -175,7 +237,7 @@ std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> cons
               [&]
               {
                   return detail::compare_frames(
-                      surface, overlap, detail::measure_quality(surface, spacing, border_cells_));
+                      surface, overlap, detail::measure_quality(surface, spacing, border_cells));
               });
     auto const stays = timed(
         "choose-points",
@@ -193,24 +255,12 @@ std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> cons
 
 double FrameOverlap::measure_point_spacing(std::vector<RangeData const*> const& ranges)
 {
-    constexpr int samples = 2000;
-    std::vector<double> means(ranges.size(), 0.0);
-    for_each_frame(ranges,
-                   [&](std::size_t f)
-                   {
-                       MatrixXi map;
-                       ranges[f]->create_vertices_index_map(map);
-                       RangeData_compute_mean_distance(*ranges[f], map, means[f], samples);
-                   });
-    means.erase(std::remove_if(means.begin(), means.end(), [](double m) { return !(m > 0.0); }),
-                means.end());
-    if (means.empty())
-    {
-        return 0.0;
-    }
-    auto const middle = means.begin() + static_cast<std::ptrdiff_t>(means.size() / 2);
-    std::nth_element(means.begin(), middle, means.end());
-    return *middle;
+    std::vector<double> spacings(ranges.size(), 0.0);
+    for_each_frame(ranges, [&](std::size_t f) { spacings[f] = frame_spacing(*ranges[f]); });
+    spacings.erase(
+        std::remove_if(spacings.begin(), spacings.end(), [](double s) { return !(s > 0.0); }),
+        spacings.end());
+    return median(std::move(spacings));
 }
 
 } // namespace OrvaneAlgorithm

@@ -6,6 +6,7 @@
 #include "MeshFiles.h"
 #include "Session.h"
 
+#include "algorithmVeld/cleanup/VertexEditor.h"
 #include "algorithmVeld/common/ParamHolder.h"
 #include "algorithmVeld/common/RetVal.h"
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
@@ -57,6 +58,18 @@ std::vector<RangeData const*> pointers(std::vector<RangeData> const& frames)
         list.push_back(&frame);
     }
     return list;
+}
+
+/// Takes out the few vertices at which several fans of faces meet, with their faces.
+void remove_pinches(Merged& result)
+{
+    OpenMesh::VPropHandleT<int> frame;
+    result.mesh.add_property(frame, "<vprop>");
+    result.mesh.property(frame).data_vector() = result.vertex_frames;
+    OrvaneAlgorithm::VertexEditor::remove_non_manifold_verts(result.mesh,
+                                                             OrvaneAlgorithm::gPH.log_enabled);
+    result.vertex_frames = result.mesh.property(frame).data_vector();
+    result.mesh.remove_property(frame);
 }
 
 class MergeCommand : public Command
@@ -205,6 +218,7 @@ private:
         {
             throw OperationError("the frames could not be merged");
         }
+        remove_pinches(result);
         if (result.mesh.n_faces() == 0)
         {
             throw OperationError(

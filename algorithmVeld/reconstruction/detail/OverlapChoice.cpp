@@ -55,7 +55,7 @@ public:
           overlap_(overlap),
           seen_in_(turn_round(overlap)),
           advantage_(advantage),
-          gap_(static_cast<float>(gap)),
+          square_gap_(static_cast<float>(gap * gap)),
           stays_(surface.size(), 1),
           seen_by_(surface.size())
     {
@@ -144,7 +144,7 @@ private:
                             {
                                 auto const other = static_cast<std::size_t>(j);
                                 return stays_[other] == 1 &&
-                                       distance_beside(surface_, i, other) < gap_;
+                                       square_distance_beside(surface_, i, other) < square_gap_;
                             });
     }
 
@@ -160,7 +160,7 @@ private:
     PointLists const& overlap_;
     PointLists seen_in_;
     std::vector<float> const& advantage_;
-    float gap_;
+    float square_gap_;
     std::vector<char> stays_;
     std::vector<int> seen_by_; ///< how many of each point's list stay
 };
@@ -175,8 +175,8 @@ std::vector<float> measure_quality(FrameSurface const& surface, double spacing, 
                    {
                        if (surface.spacing[i] > 0.0F)
                        {
-                           double const width = border_cells + 1;
-                           double const inside = std::min(1.0, (surface.depth[i] + 1) / width);
+                           double const width = border_cells + 1.0;
+                           double const inside = std::min(1.0, (surface.depth[i] + 1.0) / width);
                            double const ratio = spacing / static_cast<double>(surface.spacing[i]);
                            quality[i] = static_cast<float>(ratio * ratio * inside);
                        }

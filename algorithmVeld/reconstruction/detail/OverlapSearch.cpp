@@ -15,7 +15,7 @@ namespace
 
 /// Sampling coarser than this, against the mean, does not make points see farther: it bounds the
 /// reach of the search.
-constexpr double COARSEST = 2.0;
+constexpr double COARSEST = 1.5;
 /// More points than this in one voxel are duplicates, or frames so fine that a part of them tells
 /// as much; it bounds the work.
 constexpr std::size_t MOST_IN_VOXEL = 1024;
@@ -42,7 +42,7 @@ struct Placed
 class VoxelOrder
 {
 public:
-    VoxelOrder(FrameSurface const& surface, double side) : side_(side)
+    VoxelOrder(FrameSurface const& surface, double side)
     {
         for (std::size_t i = 0; i < surface.size(); ++i)
         {
@@ -129,17 +129,36 @@ private:
         }
     }
 
-    double side_;
     std::vector<Placed> placed_;
     std::vector<Key> keys_;
     std::vector<std::size_t> first_;
 };
 
+/// The step from one point to another, along the mean of their normals and beside it, squared.
+struct SplitStep
+{
+    float square_along = 0.0F;
+    float square_beside = 0.0F;
+};
+
+SplitStep split_step(Vector3f const& from, Vector3f const& from_normal, Vector3f const& to,
+                     Vector3f const& to_normal)
+{
+    Vector3f const step = to - from;
+    Vector3f const normal = from_normal + to_normal;
+    float const along = normal.dot(step);
+    float const square_length = normal.squaredNorm();
+    SplitStep result;
+    result.square_along = square_length > 0.0F ? along * along / square_length : 0.0F;
+    result.square_beside = std::max(0.0F, step.squaredNorm() - result.square_along);
+    return result;
+}
+
 /// A point beside another one.
 struct Foot
 {
     int frame = 0;
-    float distance = 0.0F;
+    float distance = 0.0F; ///< squared
     int point = 0;
 
     bool operator<(Foot const& other) const
@@ -163,9 +182,11 @@ class Searcher
 public:
     Searcher(FrameSurface const& surface, OverlapLimits const& limits, double reach)
         : surface_(surface),
-          limits_(limits),
           square_reach_(static_cast<float>(reach * reach)),
-          layer_distance_(static_cast<float>(limits.layer_factor * limits.spacing))
+          square_layer_(static_cast<float>(std::pow(limits.layer_factor * limits.spacing, 2))),
+          coarsest_(static_cast<float>(COARSEST * limits.spacing)),
+          cover_factor_(static_cast<float>(limits.cover_factor)),
+          least_cosine_(static_cast<float>(limits.least_cosine))
     {
     }
 
@@ -177,31 +198,40 @@ public:
     }
 
 private:
+    /// What is known of a point, in one place of memory.
     struct Candidate
     {
         Vector3f point;
+        Vector3f normal;
+        float spacing;
         int frame;
         int number;
     };
+
+    Candidate candidate(std::size_t i) const
+    {
+        return {surface_.point[i], surface_.normal[i], surface_.spacing[i], surface_.frame[i],
+                static_cast<int>(i)};
+    }
 
     void gather(std::size_t i)
     {
         if (surface_.spacing[i] > 0.0F && !surface_.normal[i].isZero(0.0F))
         {
-            around_.push_back({surface_.point[i], surface_.frame[i], static_cast<int>(i)});
+            around_.push_back(candidate(i));
         }
     }
 
     void search_point(std::size_t i, Part& part)
     {
         feet_.clear();
-        Vector3f const here = surface_.point[i];
-        int const frame = surface_.frame[i];
-        for (auto const& candidate : around_)
+        Candidate const mine = candidate(i);
+        for (auto const& other : around_)
         {
-            if (candidate.frame != frame && (candidate.point - here).squaredNorm() <= square_reach_)
+            if (other.frame != mine.frame &&
+                (other.point - mine.point).squaredNorm() <= square_reach_)
             {
-                try_foot(i, static_cast<std::size_t>(candidate.number));
+                try_foot(mine, other);
             }
         }
         if (!feet_.empty())
@@ -210,23 +240,19 @@ private:
         }
     }
 
-    void try_foot(std::size_t i, std::size_t foot)
+    void try_foot(Candidate const& mine, Candidate const& other)
     {
-        Vector3f const& mine = surface_.normal[i];
-        Vector3f const& other = surface_.normal[foot];
         // A point without a normal, at the fringe of a frame, is no side of a wall.
-        if (!mine.isZero(0.0F) && static_cast<double>(mine.dot(other)) < limits_.least_cosine)
+        if (!mine.normal.isZero(0.0F) && !(mine.normal.dot(other.normal) >= least_cosine_))
         {
             return;
         }
-        Vector3f const step = surface_.point[foot] - surface_.point[i];
-        float const along = std::abs((mine + other).normalized().dot(step));
-        float const beside = distance_beside(surface_, i, foot);
-        double const spacing = std::clamp<double>(
-            std::max(surface_.spacing[i], surface_.spacing[foot]), 0.0, COARSEST * limits_.spacing);
-        if (along <= layer_distance_ && beside <= limits_.cover_factor * spacing)
+        auto const step = split_step(mine.point, mine.normal, other.point, other.normal);
+        float const reach =
+            cover_factor_ * std::min(std::max(mine.spacing, other.spacing), coarsest_);
+        if (step.square_along <= square_layer_ && step.square_beside <= reach * reach)
         {
-            feet_.push_back({surface_.frame[foot], beside, static_cast<int>(foot)});
+            feet_.push_back({other.frame, step.square_beside, other.number});
         }
     }
 
@@ -248,9 +274,11 @@ private:
     }
 
     FrameSurface const& surface_;
-    OverlapLimits const& limits_;
     float square_reach_;
-    float layer_distance_;
+    float square_layer_;
+    float coarsest_;
+    float cover_factor_;
+    float least_cosine_;
     std::vector<Candidate> around_;
     std::vector<Foot> feet_;
 };
@@ -290,18 +318,18 @@ PointLists join_parts(std::vector<Part> const& parts, std::size_t n)
 
 } // namespace
 
-float distance_beside(FrameSurface const& surface, std::size_t a, std::size_t b)
+float square_distance_beside(FrameSurface const& surface, std::size_t a, std::size_t b)
 {
-    Vector3f const step = surface.point[b] - surface.point[a];
-    Vector3f const normal = (surface.normal[a] + surface.normal[b]).normalized();
-    return (step - normal * normal.dot(step)).norm();
+    return split_step(surface.point[a], surface.normal[a], surface.point[b], surface.normal[b])
+        .square_beside;
 }
 
 PointLists find_overlap(FrameSurface const& surface, OverlapLimits const& limits)
 {
     double const reach =
         limits.spacing * std::hypot(COARSEST * limits.cover_factor, limits.layer_factor);
-    if (!(reach > 0.0) || !std::isfinite(reach))
+    bool const is_possible = limits.cover_factor >= 0.0 && limits.layer_factor >= 0.0;
+    if (!is_possible || !(reach > 0.0) || !std::isfinite(reach))
     {
         return {std::vector<std::size_t>(surface.size() + 1, 0), {}};
     }

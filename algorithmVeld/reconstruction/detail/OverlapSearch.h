@@ -35,7 +35,7 @@ PointLists find_overlap(FrameSurface const& surface, OverlapLimits const& limits
 /// For each point the points in whose list it stands, in rising order.
 PointLists turn_round(PointLists const& lists);
 
-/// Distance between two points without what separates two layers along their normals.
-float distance_beside(FrameSurface const& surface, std::size_t a, std::size_t b);
+/// Square of the distance between two points without what separates two layers along their normals.
+float square_distance_beside(FrameSurface const& surface, std::size_t a, std::size_t b);
 
 } // namespace OrvaneAlgorithm::detail
