@@ -32,6 +32,14 @@ CLI::Option* add_checked(CLI::App& app, std::string const& name, Number& value,
             });
 }
 
+/// What is wrong with a whole number; empty if nothing is.
+std::string explain_integer(std::string const& text, int const* number, int min, int max)
+{
+    return number != nullptr && *number >= min && *number <= max
+               ? std::string()
+               : fmt::format("'{}' is not a whole number from {} to {}", text, min, max);
+}
+
 } // namespace
 
 void add_common_options(CLI::App& app, CommonOptions& options)
@@ -80,12 +88,34 @@ CLI::Option* add_integer(CLI::App& app, std::string const& name, int& value, int
 {
     return add_checked(app, name, value, description, "N",
                        [min, max](std::string const& text, int const* number)
-                       {
-                           return number != nullptr && *number >= min && *number <= max
-                                      ? std::string()
-                                      : fmt::format("'{}' is not a whole number from {} to {}",
-                                                    text, min, max);
-                       });
+                       { return explain_integer(text, number, min, max); });
+}
+
+CLI::Option* add_integers(CLI::App& app, std::string const& name, std::vector<int>& values, int min,
+                          int max, std::string const& description)
+{
+    auto const store = [&values](std::vector<std::string> const& texts)
+    {
+        for (auto const& text : texts)
+        {
+            parse_number(text, values.emplace_back());
+        }
+    };
+    return repeatable(app.add_option_function<std::vector<std::string>>(name, store, description))
+        ->type_name("N")
+        ->check(
+            [min, max](std::string const& text)
+            {
+                int number = 0;
+                bool const is_number = parse_number(text, number);
+                return explain_integer(text, is_number ? &number : nullptr, min, max);
+            });
+}
+
+CLI::Option* repeatable(CLI::Option* option)
+{
+    return option->expected(1)->allow_extra_args(false)->multi_option_policy(
+        CLI::MultiOptionPolicy::TakeAll);
 }
 
 } // namespace veld

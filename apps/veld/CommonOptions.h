@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace CLI
 {
@@ -37,5 +38,12 @@ CLI::Option* add_number(CLI::App& app, std::string const& name, double& value, d
 /// An option for a whole number between two bounds.
 CLI::Option* add_integer(CLI::App& app, std::string const& name, int& value, int min, int max,
                          std::string const& description);
+
+/// The same for an option that may be given several times, with one number each time.
+CLI::Option* add_integers(CLI::App& app, std::string const& name, std::vector<int>& values, int min,
+                          int max, std::string const& description);
+
+/// Lets an option for a list be given several times, with one value each time.
+CLI::Option* repeatable(CLI::Option* option);
 
 } // namespace veld

@@ -1,3 +1,4 @@
+#include "Cleaning.h"
 #include "Command.h"
 #include "CommonOptions.h"
 #include "DemoScan.h"
@@ -7,6 +8,7 @@
 #include "MeshHealth.h"
 #include "Picture.h"
 #include "Session.h"
+#include "Sticks.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -21,7 +23,9 @@ namespace veld
 namespace
 {
 
-constexpr int largest_small_hole = 12; // in edges; a marker of the scan has about nine
+constexpr int largest_small_hole = 12; // in edges
+constexpr int largest_speck = 20;      // in faces
+constexpr double foot_width = 1.2;     // of a stick, in mm
 
 class DemoCommand : public Command
 {
@@ -38,15 +42,31 @@ public:
 
     std::vector<std::string> outputs() const override
     {
-        return {file("scan.ply"), file("before.png"), file("filled.ply"), file("after.png")};
+        std::vector<std::string> files;
+        for (char const* name :
+             {"scan.ply", "markers.txt", "seeds.txt", "before.png", "stick-0.ply", "stick-1.ply",
+              "stick-2.ply", "cleaned.ply", "cleaned.png", "filled.ply", "after.png"})
+        {
+            files.push_back(file(name));
+        }
+        return files;
     }
 
     Json run(Console& console, Outputs& outputs) override
     {
         Json result;
-        TriMesh mesh;
-        result["scan"] = make_scan(mesh, outputs.add(file("scan.ply")), console);
+        DemoScan scan;
+        result["scan"] = make_scan(scan, outputs, console);
+        TriMesh& mesh = scan.mesh;
         result["before"] = draw(mesh, {}, outputs.add(file("before.png")), console);
+        auto const sticks = cut_sticks(mesh, file("scan.ply"), scan.sticks, StickTips::up);
+        result["sticks"] = save_sticks(sticks, outputs, console);
+        CleanResult const cleaned = clean(mesh, demo_clean_ups(scan, sticks), &CleanUp::on_mesh);
+        save_mesh(outputs.add(file("cleaned.ply")), mesh);
+        console.print(to_text(file("cleaned.ply"), cleaned));
+        result["clean"] = {{"file", file("cleaned.ply")}};
+        result["clean"].update(to_json(cleaned));
+        result["cleaned"] = draw(mesh, {}, outputs.add(file("cleaned.png")), console);
         FillResult const filled = fill(mesh);
         save_mesh(outputs.add(file("filled.ply")), mesh);
         result["fill"] = report_filling(file("filled.ply"), filled, console);
@@ -56,30 +76,106 @@ public:
     }
 
 private:
-    std::string file(char const* name) const { return (fs::path(directory_) / name).string(); }
+    std::string file(std::string const& name) const
+    {
+        return (fs::path(directory_) / name).string();
+    }
 
-    static Json make_scan(TriMesh& mesh, OutputFile const& file, Console& console)
+    Json make_scan(DemoScan& scan, Outputs& outputs, Console& console) const
     {
         {
             Step const step("make-scan");
-            mesh = make_demo_scan();
+            scan = make_demo_scan();
         }
-        save_mesh(file, mesh);
-        MeshHealth const health = measure_health(mesh);
-        console.print(fmt::format("{}: a damaged scan, {}, {}, {}, {}\n", file.path(),
+        save_mesh(outputs.add(file("scan.ply")), scan.mesh);
+        write_text_file(outputs.add(file("markers.txt")), marker_lines(scan.markers));
+        write_text_file(outputs.add(file("seeds.txt")), seed_lines(scan.sticks));
+        MeshHealth const health = measure_health(scan.mesh);
+        console.print(fmt::format("{}: a damaged scan, {}, {}, {}, {}, {}, {}\n", file("scan.ply"),
                                   counted(health.faces, "face"), counted(health.holes, "hole"),
                                   counted(health.components, "piece"),
-                                  counted(health.non_manifold_vertices, "non-manifold spot")));
-        return {{"file", file.path()},
+                                  counted(health.non_manifold_vertices, "non-manifold spot"),
+                                  counted(scan.markers.points.size(), "marker"),
+                                  counted(scan.sticks.points.size(), "stick")));
+        return {{"file", file("scan.ply")},
                 {"vertices", health.vertices},
                 {"faces", health.faces},
                 {"holes", health.holes},
                 {"components", health.components},
-                {"non_manifold_vertices", health.non_manifold_vertices}};
+                {"non_manifold_vertices", health.non_manifold_vertices},
+                {"markers", scan.markers.points.size()},
+                {"sticks", scan.sticks.points.size()}};
     }
 
-    /// Care for the larger holes, then ears for what is left: the small ones, where they are as
-    /// good and faster, and the rims of loose specks, where they see that there is no hole.
+    static std::string marker_lines(Markers const& markers)
+    {
+        std::string text = "# x y z nx ny nz\n";
+        for (std::size_t i = 0; i < markers.points.size(); ++i)
+        {
+            auto const& p = markers.points[i];
+            auto const& n = markers.normals[i];
+            text += fmt::format("{} {} {} {} {} {}\n", p.x(), p.y(), p.z(), n.x(), n.y(), n.z());
+        }
+        return text;
+    }
+
+    static std::string seed_lines(StickSeeds const& seeds)
+    {
+        std::string text = "# x y z diameter height\n";
+        for (std::size_t i = 0; i < seeds.points.size(); ++i)
+        {
+            auto const& p = seeds.points[i];
+            text += fmt::format("{} {} {} {} {}\n", p.x(), p.y(), p.z(), seeds.sizes[i].x(),
+                                seeds.sizes[i].y());
+        }
+        return text;
+    }
+
+    Json save_sticks(std::vector<TriMesh> const& sticks, Outputs& outputs, Console& console) const
+    {
+        Json list = Json::array();
+        for (std::size_t i = 0; i < sticks.size(); ++i)
+        {
+            std::string const path = file(fmt::format("stick-{}.ply", i));
+            save_mesh(outputs.add(path), sticks[i]);
+            console.print(to_text(path, sticks[i]));
+            list.push_back(to_json(path, sticks[i]));
+        }
+        return list;
+    }
+
+    /// First what is known, then, for the filling, the vertices that no walk round a hole can pass,
+    /// then what is loose, also what these held alone; at last the vertices that all this left.
+    static std::vector<CleanUp> demo_clean_ups(DemoScan const& scan,
+                                               std::vector<TriMesh> const& sticks)
+    {
+        MarkerSettings markers;
+        markers.radius = 1.1 * scan.marker_radius;
+        markers.use_normals = true;
+        return {surface_near_markers(scan.markers, markers), surface_of(sticks),
+                non_manifold_vertices(), small_pieces_by_faces(largest_speck),
+                small_pieces_by_vertices(1)};
+    }
+
+    /// Removes what was cut out, with the foot that it stands on: every vertex is a marker.
+    static CleanUp surface_of(std::vector<TriMesh> const& sticks)
+    {
+        Markers vertices;
+        for (auto const& stick : sticks)
+        {
+            for (auto const vertex : stick.vertices())
+            {
+                vertices.points.push_back(stick.point(vertex));
+            }
+        }
+        MarkerSettings settings;
+        settings.radius = foot_width;
+        CleanUp clean_up = surface_near_markers(vertices, settings);
+        clean_up.name = "sticks";
+        return clean_up;
+    }
+
+    /// Care for the larger holes, then ears for the small ones, where they are as good and faster.
     static FillResult fill(TriMesh& mesh)
     {
         FillSettings large;

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <map>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -24,6 +25,10 @@ constexpr double pi = 3.141592653589793;
 constexpr int subdivisions = 6; // 20 * 4^6 faces
 constexpr double radius = 42.0;
 constexpr double noise = 0.02;
+constexpr double marker_radius = 3.0;
+constexpr double marker_height = 0.45; // of the wrong surface over the true one
+constexpr double stick_diameter = 5.0;
+constexpr double stick_height = 9.0;
 constexpr double border_angle = 48.0; // of the cone below the object that no camera saw
 
 using Triangle = std::array<int, 3>;
@@ -258,6 +263,48 @@ void shape(Soup& sphere)
     }
 }
 
+/// The object's surface at a direction.
+Vector3d surface_point(Vector3d const& at)
+{
+    return at * surface_radius(at);
+}
+
+/// The normal of the surface around a direction, over a patch as wide as a marker.
+Vector3d surface_normal(Vector3d const& at)
+{
+    Vector3d const side = at.unitOrthogonal() * (marker_radius / radius);
+    Vector3d const other = at.cross(side);
+    Vector3d const across =
+        surface_point((at + side).normalized()) - surface_point((at - side).normalized());
+    Vector3d const along =
+        surface_point((at + other).normalized()) - surface_point((at - other).normalized());
+    return across.cross(along).normalized();
+}
+
+/// Spoils the surface where markers stick on it: the scanner sees their print as heights.
+Markers add_markers(Soup& soup)
+{
+    Markers markers;
+    for (auto const& at :
+         {direction(-25, 6), direction(33, 10), direction(-14, -21), direction(20, 36),
+          direction(70, -18), direction(-80, 12), direction(150, 22), direction(-150, 5)})
+    {
+        Vector3d const centre = surface_point(at);
+        Vector3d const normal = surface_normal(at);
+        markers.points.push_back(centre.cast<float>());
+        markers.normals.push_back(normal.cast<float>());
+        std::uint32_t number = 0;
+        for (auto& point : soup.points)
+        {
+            if ((point - centre).norm() < marker_radius)
+            {
+                point += normal * (marker_height * (1.0 + 0.6 * random_unit(++number)));
+            }
+        }
+    }
+    return markers;
+}
+
 /// A scrap of surface in the air: a fan of triangles around a point.
 /// \param corner the fan's first rim vertex, or -1 to make a new one
 void add_scrap(Soup& soup, Vector3d const& middle, double size, int sides, int open_sides,
@@ -342,6 +389,144 @@ void add_hanging_scrap(Soup& soup)
     add_scrap(soup, at + into, 2.2, 7, 3, corner);
 }
 
+/// Raises a round stick along z where the surface faces that way.
+class Stick
+{
+public:
+    /// \param at direction of its axis from the middle of the object
+    Stick(Soup& soup, Vector3d const& at) : soup_(soup), foot_(surface_point(at))
+    {
+        take_foot();
+        for (int level = 1; level <= levels; ++level)
+        {
+            raise_rim(level);
+        }
+        add_cap();
+    }
+
+    /// A point on it, halfway up.
+    Vector3d seed() const { return {foot_.x(), foot_.y(), top_ - 0.5 * stick_height}; }
+
+private:
+    static constexpr int levels = 10;
+    static constexpr double dome = 0.3; // the middle of the cap is so much higher than its edge
+
+    Vector3d& point(int i) { return soup_.points[static_cast<std::size_t>(i)]; }
+
+    double off_axis(Vector3d const& p) const
+    {
+        return std::hypot(p.x() - foot_.x(), p.y() - foot_.y());
+    }
+
+    /// Takes the triangles under the stick out of the surface.
+    void take_foot()
+    {
+        auto const is_under = [this](Triangle const& t)
+        {
+            return std::all_of(t.begin(), t.end(),
+                               [this](int i) {
+                                   return point(i).z() > 0.0 &&
+                                          off_axis(point(i)) < 0.5 * stick_diameter;
+                               });
+        };
+        auto const kept = std::stable_partition(soup_.triangles.begin(), soup_.triangles.end(),
+                                                [&](Triangle const& t) { return !is_under(t); });
+        cap_.assign(kept, soup_.triangles.end());
+        soup_.triangles.erase(kept, soup_.triangles.end());
+        for (auto const& t : cap_)
+        {
+            for (std::size_t i = 0; i < 3; ++i)
+            {
+                edges_.emplace(t[i], t[(i + 1) % 3]);
+                top_ = std::max(top_, point(t[i]).z() + stick_height);
+            }
+        }
+    }
+
+    bool is_rim(std::pair<int, int> const& edge) const
+    {
+        return edges_.count({edge.second, edge.first}) == 0;
+    }
+
+    /// The copy of a vertex on the level that is being raised.
+    int raised(int i, double height)
+    {
+        auto const [place, is_new] = raised_.emplace(i, static_cast<int>(soup_.points.size()));
+        if (is_new)
+        {
+            Vector3d p = point(i);
+            double const stretch = 0.5 * stick_diameter / off_axis(p);
+            p.x() = foot_.x() + (p.x() - foot_.x()) * stretch;
+            p.y() = foot_.y() + (p.y() - foot_.y()) * stretch;
+            p.z() += (top_ - p.z()) * height;
+            soup_.points.push_back(p);
+        }
+        return place->second;
+    }
+
+    void raise_rim(int level)
+    {
+        double const height = static_cast<double>(level) / levels;
+        auto const below = raised_;
+        raised_.clear();
+        auto const lower = [&](int i) { return below.empty() ? i : below.at(i); };
+        for (auto const& edge : edges_)
+        {
+            if (is_rim(edge))
+            {
+                int const a = raised(edge.first, height);
+                int const b = raised(edge.second, height);
+                soup_.triangles.push_back({lower(edge.first), lower(edge.second), b});
+                soup_.triangles.push_back({lower(edge.first), b, a});
+            }
+        }
+    }
+
+    void add_cap()
+    {
+        for (auto const& t : cap_)
+        {
+            Triangle lifted{};
+            std::transform(t.begin(), t.end(), lifted.begin(), [this](int i) { return lift(i); });
+            soup_.triangles.push_back(lifted);
+        }
+    }
+
+    /// The place of a vertex of the foot in the cap.
+    int lift(int i)
+    {
+        auto const [place, is_new] = raised_.emplace(i, static_cast<int>(soup_.points.size()));
+        if (is_new)
+        {
+            Vector3d p = point(i);
+            double const part = off_axis(p) / (0.5 * stick_diameter);
+            p.z() = top_ + dome * (1.0 - part * part);
+            soup_.points.push_back(p);
+        }
+        return place->second;
+    }
+
+    Soup& soup_;
+    Vector3d foot_;
+    double top_ = -1e9;
+    std::vector<Triangle> cap_;
+    std::set<std::pair<int, int>> edges_; ///< Of the cap, in the sense of its triangles.
+    std::map<int, int> raised_;           ///< From the foot to the highest level.
+};
+
+StickSeeds add_sticks(Soup& soup)
+{
+    StickSeeds seeds;
+    for (auto const& at : {direction(-12, 18), direction(28, -4), direction(2, -17)})
+    {
+        Stick const stick(soup, at);
+        seeds.points.push_back(stick.seed().cast<float>());
+        seeds.sizes.emplace_back(static_cast<float>(stick_diameter),
+                                 static_cast<float>(stick_height));
+    }
+    return seeds;
+}
+
 TriMesh to_mesh(Soup const& soup)
 {
     TriMesh mesh;
@@ -370,7 +555,7 @@ TriMesh to_mesh(Soup const& soup)
 
 } // namespace
 
-TriMesh make_demo_scan()
+DemoScan make_demo_scan()
 {
     Soup soup = icosahedron();
     for (int i = 0; i < subdivisions; ++i)
@@ -380,9 +565,14 @@ TriMesh make_demo_scan()
     cut_gaps(soup);
     cut_pinched_pair(soup);
     shape(soup);
+    DemoScan scan;
+    scan.markers = add_markers(soup);
+    scan.marker_radius = marker_radius;
+    scan.sticks = add_sticks(soup);
     add_hanging_scrap(soup);
     add_specks(soup);
-    return to_mesh(soup);
+    scan.mesh = to_mesh(soup);
+    return scan;
 }
 
 } // namespace veld

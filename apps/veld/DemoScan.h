@@ -1,14 +1,27 @@
 #pragma once
 
+#include "MarkerFile.h"
+#include "Sticks.h"
+
 #include "algorithmVeld/common/TriMesh.h"
 
 namespace veld
 {
 
+/// A scan with what its host knows of it.
+struct DemoScan
+{
+    OrvaneAlgorithm::TriMesh mesh;
+    Markers markers;
+    double marker_radius = 0.0; ///< Of all markers, millimetres.
+    StickSeeds sticks;
+};
+
 /// Makes the scan of an object that does not exist: a bumpy gourd, about 100 mm high, as a scanner
 /// would deliver it. It has the border where it stood on the table, holes of many sizes, two holes
-/// that touch at one vertex, a scrap that hangs on the rim by one vertex, loose specks, and noise.
-/// The same mesh in every call.
-OrvaneAlgorithm::TriMesh make_demo_scan();
+/// that touch at one vertex, a scrap that hangs on the rim by one vertex, loose specks, noise,
+/// adhesive markers, each a disc of wrong surface with a known centre and normal, and sticks, which
+/// stand along z. The same scan in every call.
+DemoScan make_demo_scan();
 
 } // namespace veld

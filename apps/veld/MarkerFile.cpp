@@ -1,14 +1,7 @@
 #include "MarkerFile.h"
 
 #include "Errors.h"
-#include "InputFile.h"
-#include "Numbers.h"
-
-#include <fmt/format.h>
-
-#include <locale>
-#include <sstream>
-#include <vector>
+#include "NumberLines.h"
 
 namespace veld
 {
@@ -18,31 +11,14 @@ using OrvaneAlgorithm::Vector3f;
 namespace
 {
 
-/// The finite numbers of a line up to its comment.
-/// \return false if something else stands there
-bool parse_numbers(std::string const& line, std::vector<float>& numbers)
+void add_marker(Markers& markers, NumberLine const& line, bool with_normals)
 {
-    std::istringstream words(line.substr(0, line.find('#')));
-    words.imbue(std::locale::classic());
-    for (std::string word; words >> word;)
-    {
-        float number = 0.0F;
-        if (!parse_number(word, number))
-        {
-            return false;
-        }
-        numbers.push_back(number);
-    }
-    return true;
-}
-
-void add_marker(Markers& markers, std::vector<float> const& numbers, std::string const& place,
-                bool with_normals)
-{
+    auto const& numbers = line.numbers;
     if (numbers.size() != 6 && (with_normals || numbers.size() != 3))
     {
-        throw InputError(place + (with_normals ? ": a marker with its normal is 'x y z nx ny nz'"
-                                               : ": a marker is 'x y z' or 'x y z nx ny nz'"));
+        throw InputError(line.place + (with_normals
+                                           ? ": a marker with its normal is 'x y z nx ny nz'"
+                                           : ": a marker is 'x y z' or 'x y z nx ny nz'"));
     }
     markers.points.emplace_back(numbers[0], numbers[1], numbers[2]);
     if (with_normals)
@@ -50,7 +26,7 @@ void add_marker(Markers& markers, std::vector<float> const& numbers, std::string
         Vector3f const normal(numbers[3], numbers[4], numbers[5]);
         if (!(normal.stableNorm() > 0.0F))
         {
-            throw InputError(place + ": the normal has no length");
+            throw InputError(line.place + ": the normal has no length");
         }
         markers.normals.push_back(normal.stableNormalized());
     }
@@ -60,25 +36,10 @@ void add_marker(Markers& markers, std::vector<float> const& numbers, std::string
 
 Markers read_markers(std::string const& path, bool with_normals)
 {
-    auto stream = open_input(path);
     Markers markers;
-    std::string line;
-    for (int number = 1; std::getline(stream, line); ++number)
+    for (auto const& line : read_number_lines(path))
     {
-        std::string const place = fmt::format("{}: line {}", path, number);
-        std::vector<float> numbers;
-        if (!parse_numbers(line, numbers))
-        {
-            throw InputError(place + ": is not a list of numbers");
-        }
-        if (!numbers.empty())
-        {
-            add_marker(markers, numbers, place, with_normals);
-        }
-    }
-    if (stream.bad())
-    {
-        throw InputError(path + ": cannot be read");
+        add_marker(markers, line, with_normals);
     }
     if (markers.points.empty())
     {

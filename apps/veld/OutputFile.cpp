@@ -182,11 +182,17 @@ void check_outputs(std::vector<std::string> const& outputs, std::vector<std::str
     }
 }
 
-void check_extension(std::string const& path, std::vector<std::string> const& extensions)
+std::string lower_extension(std::string const& path)
 {
     std::string extension = fs::path(path).extension().string();
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
+}
+
+void check_extension(std::string const& path, std::vector<std::string> const& extensions)
+{
+    std::string const extension = lower_extension(path);
     if (std::find(extensions.begin(), extensions.end(), extension) == extensions.end())
     {
         throw InputError(

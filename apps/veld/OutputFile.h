@@ -62,6 +62,9 @@ private:
 /// or each other. Called before the work, so that an hour of it is not lost on a typing error.
 void check_outputs(std::vector<std::string> const& outputs, std::vector<std::string> const& inputs);
 
+/// The extension of a path in small letters, with its dot.
+std::string lower_extension(std::string const& path);
+
 /// Refuses an output whose extension is none of the given ones (".ply", in either case).
 void check_extension(std::string const& path, std::vector<std::string> const& extensions);
 

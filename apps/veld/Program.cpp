@@ -48,6 +48,9 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
     add_command(program, entries, make_info_command(), "info", "Count a mesh and check its health");
     add_command(program, entries, make_holes_command(), "holes", "Find the holes of a mesh");
     add_command(program, entries, make_fill_command(), "fill", "Close the holes of a mesh");
+    add_command(program, entries, make_clean_command(), "clean",
+                "Remove specks, ragged rims and what markers left");
+    add_command(program, entries, make_sticks_command(), "sticks", "Cut sticks out of a mesh");
     add_command(program, entries, make_frames_command(), "frames",
                 "Turn the frames of a scan into .rge files");
     add_command(program, entries, make_merge_command(), "merge",
@@ -55,7 +58,7 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
     add_command(program, entries, make_render_command(), "render",
                 "Draw a mesh, its holes in colour");
     add_command(program, entries, make_demo_command(), "demo",
-                "Make a damaged scan, find its holes, close and draw them");
+                "Make a damaged scan, clean it, close its holes and draw it");
     return entries;
 }
 
@@ -165,7 +168,7 @@ int print_help(CLI::App const& program, CLI::Success const& help)
 
 int parse_and_run(int argc, char const* const* argv)
 {
-    CLI::App program("Reads 3D scans, finds their holes and closes them. Lengths are millimetres.",
+    CLI::App program("Merges, cleans and draws 3D scans, and closes their holes. Lengths are mm.",
                      "veld");
     program.require_subcommand(1);
     program.set_version_flag("--version",

@@ -196,6 +196,25 @@ TEST(BadArguments, WrongOptionsAreOneLine)
         {"fill", mesh, "-o", dir.file("out.ply"), "--max-perimeter", "1e999"},
         {"fill", mesh, "-o", dir.file("out.ply"), "--method", "core", "--rings", "-1"},
         {"fill", mesh, "-o", dir.file("out.ply"), "--method", "core", "--smooth", "c3"},
+        {"clean", mesh, "-o", dir.file("out.ply")},
+        {"clean", mesh, "--min-faces", "1"},
+        {"clean", mesh, "-o", dir.file("out.ply"), "--min-faces", "0"},
+        {"clean", mesh, "-o", dir.file("out.ply"), "--min-faces", "1", "2"},
+        {"clean", mesh, "-o", dir.file("out.ply"), "--min-faces", "1", "--min-faces", "x"},
+        {"clean", mesh, "-o", dir.file("out.ply"), "--min-vertices", "0x2"},
+        {"clean", mesh, "-o", dir.file("out.ply"), "--strong", "5"},
+        {"clean", mesh, "-o", dir.file("out.ply"), "--rings", "5", "--peel", "1"},
+        {"clean", mesh, "-o", dir.file("out.ply"), "--strong", "5", "--rings", "0"},
+        {"clean", mesh, "-o", dir.file("out.ply"), "--strong", "0", "--rings", "1"},
+        {"clean", mesh, "-o", dir.file("out.ply"), "--peel", "-1"},
+        {"clean", mesh, "-o", dir.file("out.ply"), "--non-manifold=false"},
+        {"clean", mesh, "-o", dir.file("out.ply"), "--markers", mesh},
+        {"clean", mesh, "-o", dir.file("out.ply"), "--peel", "1", "--marker-radius", "2"},
+        {"clean", mesh, "-o", dir.file("out.ply"), "--peel", "1", "--normals"},
+        {"clean", mesh, "-o", dir.file("out.ply"), "--markers", mesh, "--marker-radius", "2",
+         "--normal-dot", "0.5"},
+        {"sticks", mesh, "-o", dir.file("out")},
+        {"sticks", mesh, "--seeds", mesh},
         {"holes", mesh, "--distance", "1"},
         {"holes", mesh, "--markers", mesh},
         {"holes", mesh, "--normals"},
@@ -251,6 +270,10 @@ TEST(BadArguments, EmptyValueIsRefusedAndItsOptionNamed)
     expect_refused(run_veld({"render", mesh, "-o", out, "--view", ""}), "--view");
     expect_refused(run_veld({"fill", mesh, "-o", ""}), "--output");
     expect_refused(run_veld({"demo", "-o", ""}), "--output");
+    expect_refused(run_veld({"clean", mesh, "-o", out, "--markers", "", "--marker-radius", "1"}),
+                   "--markers");
+    expect_refused(run_veld({"clean", mesh, "-o", out, "--min-faces", ""}), "--min-faces");
+    expect_refused(run_veld({"sticks", mesh, "-o", out, "--seeds", ""}), "--seeds");
     expect_refused(run_veld({"info", ""}), "MESH");
     // The argument behind it is not its value.
     expect_refused(run_veld({"info", "--timings=", dir.file("times.json"), mesh}), "--timings");

@@ -11,7 +11,8 @@ using namespace veld_test;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-std::vector<std::string> const commands{"info", "holes", "fill", "render", "demo"};
+std::vector<std::string> const commands{"info",   "holes",  "fill", "clean",
+                                        "sticks", "render", "demo"};
 
 /// The command line of a help text's example, without the program's name.
 std::string example_of(std::string const& command)
@@ -36,6 +37,7 @@ TEST(CommonOptions, EveryHelpHasAnExampleThatRuns)
     {
         TempDir const dir;
         write_file(dir.file("scan.ply"), ply_text(grid_with_hole(2)));
+        write_file(dir.file("seeds.txt"), "0 0 0 6 15.5\n");
         std::string const example = example_of(command);
         EXPECT_EQ(example.rfind(command + " ", 0), 0U) << example;
         Outcome const run = run_veld_in(dir.path(), example);
