@@ -154,8 +154,8 @@ double frame_spacing(RangeData const& frame)
 }
 
 /// A copy of a frame with those points only that stay. Flags of its points stay what they are.
-RangeData copy_kept(RangeData const& frame, detail::FrameSurface const& surface, std::size_t first,
-                    std::vector<char> const& stays)
+RangeData copy_kept(RangeData const& frame, std::size_t first, std::vector<char> const& stays,
+                    std::vector<char> const& cells)
 {
     RangeData copy = frame;
     copy.disable_vFlag();
@@ -164,7 +164,7 @@ RangeData copy_kept(RangeData const& frame, detail::FrameSurface const& surface,
     for (std::size_t i = 0; i < frame.get_vn(); ++i)
     {
         copy.set_vDeleted(i, stays[first + i] == 0);
-        copy.cellFlag[i] = surface.cell[first + i];
+        copy.cellFlag[i] = cells[first + i];
         if (frame.has_vFlag && stays[first + i] == 1)
         {
             flags.push_back(detail::at(frame.vFlag, i));
@@ -243,11 +243,12 @@ std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> cons
         "choose-points",
         [&] { return detail::choose_points(surface, overlap, advantage, gap_factor_ * spacing); });
     detail::StepTimer const timer("copy-frames", "frame-overlap");
+    auto const cells = detail::cells_left(surface, stays);
     std::vector<RangeData> kept(ranges.size());
     for_each_frame(ranges,
                    [&](std::size_t f)
                    {
-                       kept[f] = copy_kept(*ranges[f], surface, surface.first[f], stays);
+                       kept[f] = copy_kept(*ranges[f], surface.first[f], stays, cells);
                        counts[f] = count(*ranges[f], kept[f], overlap, surface.first[f]);
                    });
     return kept;

@@ -16,10 +16,10 @@ namespace OrvaneAlgorithm
 /// which a stitch closes. The points that stay do not move.
 ///
 /// How well a frame saw a place is told by its own grid: how densely it sampled the surface there,
-/// which falls with the distance and with the slant of the view, and less near the frame's border.
-/// Where frames are about equal, the first of them stays. No place is lost: a point goes only while
-/// a point of another frame stays beside it, or, at a border, a neighbour of its own frame. Two
-/// points belong to one surface if their normals agree, so both sides of a thin wall stay.
+/// which falls with the distance and with the slant of the view; near its border a frame counts
+/// less. Where frames are about equal, the first of them stays. No place is lost: a point goes only
+/// while a point of another frame stays beside it, or, at a border, a neighbour of its own frame.
+/// Two points belong to one surface if their normals agree, so both sides of a thin wall stay.
 ///
 /// After the idea of zippering: G. Turk and M. Levoy, "Zippered polygon meshes from range images",
 /// SIGGRAPH 1994. There borders are clipped against each other; here they are left to the stitch.
@@ -45,9 +45,9 @@ public:
     ///        finite or too far out for their spacing to count (beyond 2^30 spacings) stay as they
     ///        are.
     /// \param result replaced by copies of the frames without the points that went, and with the
-    ///        flag taken from cells that lost a corner or are stretched over a jump of depth; grid
-    ///        and pose are those of the frame, and the points keep their order. Empty on failure
-    ///        and after an exception.
+    ///        flag taken from cells that lost a corner, are stretched over a jump of depth, or
+    ///        would hang on others by a corner alone; grid and pose are those of the frame, and the
+    ///        points keep their order. Empty on failure and after an exception.
     /// \return `RET_SUCCESS`, or `RET_INVALID_INPUT` if there is no frame, or one is a null pointer
     ///         or lacks normals
     /// \throw std::out_of_range if a channel of a frame is shorter than the frame
@@ -64,10 +64,10 @@ public:
     double used_point_spacing() const { return used_point_spacing_; }
 
     /// Distance between neighbouring points in millimetres, by which the other lengths are counted.
-    /// 0, the default: the median of the mean spacings of the frames.
+    /// 0, the default: the median of the mean spacings of the frames, jumps of depth left out.
     void set_point_spacing(double length) { point_spacing_ = length; }
     /// How far beside a point another frame has to have one to see the same place, in spacings as
-    /// they are there; 1 by default.
+    /// they are there (up to one and a half of the whole); 1 by default.
     void set_cover_factor(double spacings) { cover_factor_ = spacings; }
     /// How far two layers of one surface may lie from each other along the normal, in spacings;
     /// 2 by default. It has to be more than registration and noise put between them.
@@ -79,7 +79,8 @@ public:
     /// Width of the band along the border of a frame in which it counts less, in grid cells; 8 by
     /// default.
     void set_border_cells(int cells) { border_cells_ = cells; }
-    /// Cells with an edge longer than this, in spacings, are no surface; 5 by default.
+    /// Cells with an edge longer than this, in spacings, are stretched over a jump of depth, and no
+    /// surface; 8 by default, which is a view 7 degrees off the surface.
     void set_long_edge_factor(double spacings) { long_edge_factor_ = spacings; }
 
 private:
@@ -92,7 +93,7 @@ private:
     double normal_angle_thr_ = 60.0;
     double gap_factor_ = 0.7;
     int border_cells_ = 8;
-    double long_edge_factor_ = 5.0;
+    double long_edge_factor_ = 8.0;
     double used_point_spacing_ = 0.0;
     std::vector<FrameCounts> frame_counts_;
 };

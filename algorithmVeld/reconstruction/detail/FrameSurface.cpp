@@ -15,7 +15,7 @@ namespace
 
 using Corners = std::array<int, 4>;
 
-/// Step to each neighbour, against the clock from the right: row, column.
+/// Step to each neighbour, round from the right: row, column.
 constexpr std::array<std::array<int, 2>, 8> STEPS = {
     {{{0, 1}}, {{1, 1}}, {{1, 0}}, {{1, -1}}, {{0, -1}}, {{-1, -1}}, {{-1, 0}}, {{-1, 1}}}};
 
@@ -197,7 +197,83 @@ private:
     MatrixXi map_;
 };
 
+/// Takes cells away until none meets another in a corner alone.
+class PinchRemoval
+{
+public:
+    PinchRemoval(FrameSurface const& surface, std::vector<char>& cells)
+        : surface_(surface), cells_(cells)
+    {
+    }
+
+    void run(std::size_t first, std::size_t last)
+    {
+        for (std::size_t i = first; i < last; ++i)
+        {
+            open_.push_back(static_cast<int>(i));
+            while (!open_.empty())
+            {
+                auto const point = static_cast<std::size_t>(open_.back());
+                open_.pop_back();
+                check(point);
+            }
+        }
+    }
+
+private:
+    /// Takes the later cell away if two are left at a point, across from each other.
+    void check(std::size_t i)
+    {
+        auto const& n = surface_.neighbours[i];
+        // Round the point: the cells that start there, left of it, left above, above.
+        std::array<int, 4> const starts = {{static_cast<int>(i), n[4], n[5], n[6]}};
+        std::array<bool, 4> left{};
+        for (std::size_t k = 0; k < 4; ++k)
+        {
+            left[k] = starts[k] >= 0 && cells_[static_cast<std::size_t>(starts[k])] == 1;
+        }
+        if (left[0] == left[2] && left[1] == left[3] && left[0] != left[1])
+        {
+            take(static_cast<std::size_t>(left[0] ? starts[0] : starts[1]));
+        }
+    }
+
+    void take(std::size_t cell)
+    {
+        cells_[cell] = 0;
+        auto const& n = surface_.neighbours[cell];
+        open_.insert(open_.end(), {static_cast<int>(cell), n[0], n[1], n[2]});
+    }
+
+    FrameSurface const& surface_;
+    std::vector<char>& cells_;
+    std::vector<int> open_;
+};
+
 } // namespace
+
+std::vector<char> cells_left(FrameSurface const& surface, std::vector<char> const& stays)
+{
+    std::vector<char> cells(surface.size(), 0);
+    parallel_for_uneven(static_cast<std::ptrdiff_t>(surface.first.size()) - 1,
+                        [&](std::ptrdiff_t f)
+                        {
+                            auto const first = surface.first[static_cast<std::size_t>(f)];
+                            auto const last = surface.first[static_cast<std::size_t>(f) + 1];
+                            for (std::size_t i = first; i < last; ++i)
+                            {
+                                auto const& n = surface.neighbours[i];
+                                auto const stay = [&](int j)
+                                { return stays[static_cast<std::size_t>(j)] == 1; };
+                                cells[i] = surface.cell[i] == 1 && stays[i] == 1 && stay(n[0]) &&
+                                                   stay(n[1]) && stay(n[2])
+                                               ? 1
+                                               : 0;
+                            }
+                            PinchRemoval(surface, cells).run(first, last);
+                        });
+    return cells;
+}
 
 FrameSurface list_frame_surface(std::vector<RangeData const*> const& ranges, double longest_edge,
                                 int deepest)

@@ -36,4 +36,8 @@ struct FrameSurface
 FrameSurface list_frame_surface(std::vector<RangeData const*> const& ranges, double longest_edge,
                                 int deepest);
 
+/// Tells for each point whether the cell that starts there is left: it was surface, its corners
+/// stay, and it does not hang on others by a corner alone, at which a mesh would be pinched.
+std::vector<char> cells_left(FrameSurface const& surface, std::vector<char> const& stays);
+
 } // namespace OrvaneAlgorithm::detail

@@ -83,15 +83,19 @@ public:
     void visit_around(std::size_t voxel, Visit const& visit) const
     {
         Key const key = keys_[voxel];
+        Key const z = key & KEY_MASK;
         for (int dx = -1; dx <= 1; ++dx)
         {
             for (int dy = -1; dy <= 1; ++dy)
             {
-                for (int dz = -1; dz <= 1; ++dz)
+                Key const row = join(step(key >> (2 * KEY_BITS), dx), step(key >> KEY_BITS, dy), 0);
+                // Voxels along z follow each other, but where their numbers wrap around.
+                Key const below = z > 0 ? z - 1 : 0;
+                Key const above = z < KEY_MASK ? z + 1 : KEY_MASK;
+                visit_row(row | below, row | above, visit);
+                if (z == 0 || z == KEY_MASK)
                 {
-                    visit_some(join(step(key >> (2 * KEY_BITS), dx), step(key >> KEY_BITS, dy),
-                                    step(key, dz)),
-                               visit);
+                    visit_row(row | (KEY_MASK - z), row | (KEY_MASK - z), visit);
                 }
             }
         }
@@ -113,14 +117,18 @@ private:
     }
 
     template <typename Visit>
-    void visit_some(Key key, Visit const& visit) const
+    void visit_row(Key first, Key last, Visit const& visit) const
     {
-        auto const found = std::lower_bound(keys_.begin(), keys_.end(), key);
-        if (found == keys_.end() || *found != key)
+        auto key = std::lower_bound(keys_.begin(), keys_.end(), first);
+        for (; key != keys_.end() && *key <= last; ++key)
         {
-            return;
+            visit_some(static_cast<std::size_t>(key - keys_.begin()), visit);
         }
-        auto const voxel = static_cast<std::size_t>(found - keys_.begin());
+    }
+
+    template <typename Visit>
+    void visit_some(std::size_t voxel, Visit const& visit) const
+    {
         std::size_t const n = first_[voxel + 1] - first_[voxel];
         std::size_t const visited = std::min(n, MOST_IN_VOXEL);
         for (std::size_t k = 0; k < visited; ++k)
