@@ -124,15 +124,6 @@ TEST(DemoCommand, FileInTheDirectorysPlaceIsRefused)
     EXPECT_EQ(read_file(dir.file("demo")), "mine");
 }
 
-TEST(DemoCommand, TextNamesTheMethods)
-{
-    TempDir const dir;
-    Outcome const run = run_veld({"demo", "-o", dir.file("demo")});
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_THAT(run.out, testing::ContainsRegex("  trim closed [0-9]+ of the others"));
-    EXPECT_THAT(run.out, testing::ContainsRegex("  core closed [0-9]+ holes of more than"));
-}
-
 TEST(DemoCommand, TimingsAreNoOtherOutputOfTheDemo)
 {
     TempDir const dir;
@@ -147,13 +138,17 @@ TEST(DemoCommand, TimingsAreNoOtherOutputOfTheDemo)
     EXPECT_TRUE(files_in(dir.path()).empty());
 }
 
-TEST(DemoCommand, TimingsMayGoToTheDirectoryThatTheDemoMakes)
+TEST(DemoCommand, TextNamesTheStepsAndTimingsMayGoToTheDirectoryThatTheDemoMakes)
 {
     TempDir const dir;
     Outcome const run =
         run_veld({"demo", "-o", dir.file("new"), "--timings", dir.file("new/times.json")});
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_THAT(files_in(dir.file("new")), testing::Contains("times.json"));
+    EXPECT_THAT(run.out, testing::ContainsRegex("stick-2.ply: a stick of [0-9]+ faces"));
+    EXPECT_THAT(run.out, testing::ContainsRegex("  markers took [0-9]+ faces"));
+    EXPECT_THAT(run.out, testing::ContainsRegex("  trim closed [0-9]+ of the others"));
+    EXPECT_THAT(run.out, testing::ContainsRegex("  core closed [0-9]+ holes of more than"));
 }
 
 } // namespace

@@ -1,10 +1,12 @@
 #include "run_veld.h"
 
+#include "tests/support/markers.h"
 #include "tests/support/real_data.h"
 
 #include "algorithmVeld/common/mesh_io.h"
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <map>
 #include <set>
@@ -164,6 +166,102 @@ TEST(RealMeshes, FiveHolesOfTheFullRangeScanAreClosed)
     EXPECT_EQ(json["holes_after"], 0);
     // A loop of n edges takes n - 2 triangles; these have 80, 42, 40, 39 and 22 edges.
     EXPECT_EQ(json["new_faces"], 80 + 42 + 40 + 39 + 22 - 2 * 5);
+}
+
+TEST(RealMeshes, CleaningLeavesNoSpeckAndNoVertexWhereFansMeet)
+{
+    for (auto const& path : real_meshes())
+    {
+        TempDir const dir;
+        // Fans that come apart may leave specks, so these go last.
+        Outcome const run = run_veld({"clean", path, "-o", dir.file("out.ply"), "--non-manifold",
+                                      "--min-faces", "50", "--min-vertices", "1", "--json"});
+        ASSERT_EQ(run.status, 0) << path << run.err;
+        auto const json = run.json();
+        EXPECT_EQ(json["after"]["non_manifold_vertices"], 0) << path;
+        EXPECT_EQ(json["after"]["isolated_vertices"], 0) << path;
+        EXPECT_LE(json["after"]["components"], json["before"]["components"]) << path;
+        // Nothing is left to do.
+        auto const again = run_veld({"clean", dir.file("out.ply"), "-o", dir.file("again.ply"),
+                                     "--min-faces", "50", "--non-manifold", "--json"})
+                               .json();
+        EXPECT_EQ(again["after"], again["before"]) << path;
+        EXPECT_EQ(again["before"], json["after"]) << path;
+    }
+}
+
+/// How many points are nearer to one of the others than a limit.
+std::size_t count_near(TriMesh const& points, std::vector<Vector3f> const& others, double limit)
+{
+    std::size_t count = 0;
+    for (auto const v : points.vertices())
+    {
+        Vector3d const point = points.point(v).cast<double>();
+        count += std::any_of(others.begin(), others.end(),
+                             [&](Vector3f const& other)
+                             { return (point - other.cast<double>()).norm() < limit; })
+                     ? 1
+                     : 0;
+    }
+    return count;
+}
+
+TEST(RealMeshes, PointsNearMarkersGoFromTheCloudOfAScanner)
+{
+    if (real_data_dir().empty())
+    {
+        GTEST_SKIP() << "VELD_TEST_DATA is not set";
+    }
+    std::string const path = real_data("range_bunny/bun000.ply");
+    TriMesh const cloud = load(path);
+    ASSERT_GT(cloud.n_vertices(), 0U);
+    ASSERT_EQ(cloud.n_faces(), 0U);
+    std::vector<Vector3f> markers;
+    std::ostringstream text;
+    text.precision(9);
+    for (int const i : spread_vertices(cloud, 20))
+    {
+        markers.push_back(cloud.point(vh(i)));
+        text << markers.back().transpose() << "\n";
+    }
+    TempDir const dir;
+    write_file(dir.file("markers.txt"), text.str());
+    Outcome const run = run_veld({"clean", path, "-o", dir.file("out.ply"), "--markers",
+                                  dir.file("markers.txt"), "--marker-radius", "0.004", "--json"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    std::size_t const gone = cloud.n_vertices() - load(dir.file("out.ply")).n_vertices();
+    // Distances are compared in single precision.
+    EXPECT_GE(gone, count_near(cloud, markers, 0.004 * (1.0 - 1e-6)));
+    EXPECT_LE(gone, count_near(cloud, markers, 0.004 * (1.0 + 1e-6)));
+    EXPECT_GT(gone, 20U);
+}
+
+TEST(RealMeshes, SticksOfAScanAreAroundTheirSeeds)
+{
+    if (real_data_dir().empty())
+    {
+        GTEST_SKIP() << "VELD_TEST_DATA is not set";
+    }
+    // The ears of the figure.
+    TempDir const dir;
+    write_file(dir.file("seeds.txt"), "-2.2 -4.4 21.7 2 2.5\n3.0 -3.4 22.0 2 2.5\n");
+    Outcome const run =
+        run_veld({"sticks", real_data("meshes_holes/squirrel_noholes.ply"), "--seeds",
+                  dir.file("seeds.txt"), "-o", dir.path().string(), "--json"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    for (std::string const name : {"stick-0.ply", "stick-1.ply"})
+    {
+        auto const info = run_veld({"info", dir.file(name), "--json"}).json();
+        EXPECT_GT(info["faces"], 100) << name;
+        EXPECT_EQ(info["components"], 1) << name;
+        EXPECT_EQ(info["holes"], 1) << name;
+        // Not farther from the tip than the far rim of such a cylinder.
+        double const reach = std::sqrt(2.0 * 2.0 / 4.0 + 2.5 * 2.5) + 1e-5;
+        EXPECT_LE(info["bounding_box"]["max"][2].get<double>() -
+                      info["bounding_box"]["min"][2].get<double>(),
+                  reach)
+            << name;
+    }
 }
 
 } // namespace
