@@ -239,9 +239,11 @@ std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> cons
                   return detail::compare_frames(
                       surface, overlap, detail::measure_quality(surface, spacing, border_cells));
               });
-    auto const stays = timed(
-        "choose-points",
-        [&] { return detail::choose_points(surface, overlap, advantage, gap_factor_ * spacing); });
+    auto const stays = timed("choose-points",
+                             [&] {
+                                 return detail::choose_points(surface, overlap, advantage, spacing,
+                                                              gap_factor_ * spacing);
+                             });
     detail::StepTimer const timer("copy-frames", "frame-overlap");
     auto const cells = detail::cells_left(surface, stays);
     std::vector<RangeData> kept(ranges.size());

@@ -80,7 +80,7 @@ public:
     /// default.
     void set_border_cells(int cells) { border_cells_ = cells; }
     /// Cells with an edge longer than this, in spacings, are stretched over a jump of depth, and no
-    /// surface; 8 by default, which is a view 7 degrees off the surface.
+    /// surface; 6 by default, which is a view less than 10 degrees off the surface.
     void set_long_edge_factor(double spacings) { long_edge_factor_ = spacings; }
 
 private:
@@ -93,7 +93,7 @@ private:
     double normal_angle_thr_ = 60.0;
     double gap_factor_ = 0.7;
     int border_cells_ = 8;
-    double long_edge_factor_ = 8.0;
+    double long_edge_factor_ = 6.0;
     double used_point_spacing_ = 0.0;
     std::vector<FrameCounts> frame_counts_;
 };

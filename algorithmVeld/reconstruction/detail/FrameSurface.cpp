@@ -39,6 +39,13 @@ public:
 
     void run()
     {
+        // Channels reach to the last point; the access that tells so throws.
+        if (n_ > 0)
+        {
+            frame_.get_vNrv(n_ - 1);
+            at(frame_.vUV, n_ - 1);
+            at(frame_.cellFlag, n_ - 1);
+        }
         place_points();
         for (std::size_t i = 0; i < n_; ++i)
         {
@@ -81,11 +88,11 @@ private:
     /// Whether the flagged cell that starts at a vertex is complete and not stretched.
     bool is_surface(std::size_t i) const
     {
-        if (at(frame_.cellFlag, i) != 1)
+        if (frame_.cellFlag[i] != 1)
         {
             return false;
         }
-        auto const& uv = at(frame_.vUV, i);
+        auto const& uv = frame_.vUV[i];
         auto const corner = corners(uv.row, uv.col);
         if (corner[0] != static_cast<int>(i))
         {

@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/detail/ParallelFor.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 #include <tuple>
 
@@ -18,6 +19,8 @@ constexpr int SMOOTHING_ROUNDS = 10;
 /// noise.
 constexpr float EQUAL = 0.05F;
 constexpr float ALONE = 1.0F;
+/// In spacings: how far a point may lie from the neighbour on its own grid that stands for it.
+constexpr double NEAR = 2.0;
 
 /// Calls `body(i)` for all points in parallel.
 template <typename Body>
@@ -50,11 +53,12 @@ class Removal
 {
 public:
     Removal(FrameSurface const& surface, PointLists const& overlap,
-            std::vector<float> const& advantage, double gap)
+            std::vector<float> const& advantage, double spacing, double gap)
         : surface_(surface),
           overlap_(overlap),
           seen_in_(turn_round(overlap)),
           advantage_(advantage),
+          square_near_(static_cast<float>(std::pow(NEAR * spacing, 2))),
           square_gap_(static_cast<float>(gap * gap)),
           stays_(surface.size(), 1),
           seen_by_(surface.size())
@@ -115,16 +119,35 @@ private:
         return order;
     }
 
-    /// Whether a point that went is seen by this one only.
+    /// Whether a point that went has this one only beside it.
     bool is_needed(std::size_t i) const
     {
+        auto const& neighbours = surface_.neighbours[i];
         return std::any_of(seen_in_.begin(i), seen_in_.end(i),
-                           [&](int j)
-                           {
-                               auto const other = static_cast<std::size_t>(j);
-                               return stays_[other] == 0 && seen_by_[other] == 1 &&
-                                      !has_neighbour(other);
-                           });
+                           [&](int j) { return relies_on_one(j, 1, 0); }) ||
+               std::any_of(neighbours.begin(), neighbours.end(),
+                           [&](int j) { return j >= 0 && relies_on_one(j, 0, 1); });
+    }
+
+    /// Whether a point that went is seen by so many that stay, and so many near neighbours on its
+    /// own grid stay.
+    bool relies_on_one(int j, int seen_by, int near) const
+    {
+        auto const point = static_cast<std::size_t>(j);
+        return stays_[point] == 0 && seen_by_[point] == seen_by && near_neighbours(point) == near;
+    }
+
+    int near_neighbours(std::size_t i) const
+    {
+        auto const& neighbours = surface_.neighbours[i];
+        return static_cast<int>(std::count_if(
+            neighbours.begin(), neighbours.end(),
+            [&](int j)
+            {
+                auto const other = static_cast<std::size_t>(j);
+                return j >= 0 && stays_[other] == 1 &&
+                       (surface_.point[other] - surface_.point[i]).squaredNorm() <= square_near_;
+            }));
     }
 
     /// Whether a neighbour on the point's own grid stays.
@@ -136,7 +159,8 @@ private:
                            { return j >= 0 && stays_[static_cast<std::size_t>(j)] == 1; });
     }
 
-    /// Whether no point of another frame stays within the gap.
+    /// Whether no point of another frame stays within the gap, and none beside it is inside what
+    /// stays of its frame: points in the middle of cells would be clear of their corners.
     bool is_clear(std::size_t i) const
     {
         return std::none_of(overlap_.begin(i), overlap_.end(i),
@@ -144,8 +168,17 @@ private:
                             {
                                 auto const other = static_cast<std::size_t>(j);
                                 return stays_[other] == 1 &&
-                                       square_distance_beside(surface_, i, other) < square_gap_;
+                                       (square_distance_beside(surface_, i, other) < square_gap_ ||
+                                        is_inside(other));
                             });
+    }
+
+    bool is_inside(std::size_t i) const
+    {
+        auto const& neighbours = surface_.neighbours[i];
+        return std::all_of(neighbours.begin(), neighbours.end(),
+                           [&](int j)
+                           { return j >= 0 && stays_[static_cast<std::size_t>(j)] == 1; });
     }
 
     void set(std::size_t i, char stays)
@@ -160,6 +193,7 @@ private:
     PointLists const& overlap_;
     PointLists seen_in_;
     std::vector<float> const& advantage_;
+    float square_near_;
     float square_gap_;
     std::vector<char> stays_;
     std::vector<int> seen_by_; ///< how many of each point's list stay
@@ -227,9 +261,9 @@ std::vector<float> compare_frames(FrameSurface const& surface, PointLists const&
 }
 
 std::vector<char> choose_points(FrameSurface const& surface, PointLists const& overlap,
-                                std::vector<float> const& advantage, double gap)
+                                std::vector<float> const& advantage, double spacing, double gap)
 {
-    return Removal(surface, overlap, advantage, gap).run();
+    return Removal(surface, overlap, advantage, spacing, gap).run();
 }
 
 } // namespace OrvaneAlgorithm::detail

@@ -21,10 +21,11 @@ std::vector<float> compare_frames(FrameSurface const& surface, PointLists const&
 /// Chooses what stays: 1 for each point that does.
 ///
 /// The points that others saw better go first, then those that were seen equally well, of the last
-/// frame first. A point goes if a point beside it stays, and if none that went before it would be
-/// left alone. In the end, points come back where a gap between borders is wider than it need be.
-/// \param gap least distance between borders, in millimetres
+/// frame first. A point goes if a point of another frame beside it stays, and if each point that
+/// went before it still has one, or a near neighbour on its own grid. In the end, points come back
+/// where a gap between borders is wider than it need be. \param gap least distance between borders,
+/// in millimetres
 std::vector<char> choose_points(FrameSurface const& surface, PointLists const& overlap,
-                                std::vector<float> const& advantage, double gap);
+                                std::vector<float> const& advantage, double spacing, double gap);
 
 } // namespace OrvaneAlgorithm::detail

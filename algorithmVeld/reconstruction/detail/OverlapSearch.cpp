@@ -37,23 +37,37 @@ struct Placed
     }
 };
 
+/// What is known of a point, in one place of memory.
+struct Candidate
+{
+    Vector3f point;
+    int frame;
+    Vector3f normal;
+    float spacing;
+    int number;
+};
+
+Candidate candidate_of(FrameSurface const& surface, std::size_t i)
+{
+    return {surface.point[i], surface.frame[i], surface.normal[i], surface.spacing[i],
+            static_cast<int>(i)};
+}
+
 /// Points in the order of their voxels. Numbers of voxels wrap around at 2^21 along an axis, which
 /// only brings points together that are far from each other.
 class VoxelOrder
 {
 public:
+    /// A run of points that others may be seen by.
+    struct Run
+    {
+        Candidate const* begin;
+        Candidate const* end;
+    };
+
     VoxelOrder(FrameSurface const& surface, double side)
     {
-        for (std::size_t i = 0; i < surface.size(); ++i)
-        {
-            Vector3d const voxel = surface.point[i].cast<double>() / side;
-            // A comparison with NaN is false.
-            if ((voxel.array().abs() <= LARGEST).all())
-            {
-                placed_.push_back({key_of(voxel), static_cast<int>(i)});
-            }
-        }
-        std::sort(placed_.begin(), placed_.end());
+        place(surface, side);
         for (std::size_t k = 0; k < placed_.size(); ++k)
         {
             if (k == 0 || placed_[k].key != placed_[k - 1].key)
@@ -63,6 +77,7 @@ public:
             }
         }
         first_.push_back(placed_.size());
+        list_candidates(surface);
     }
 
     std::size_t voxels() const { return keys_.size(); }
@@ -77,25 +92,24 @@ public:
         }
     }
 
-    /// Calls `visit(point)` for the points of a voxel and of those around it, evenly spread ones
-    /// where a voxel holds too many.
-    template <typename Visit>
-    void visit_around(std::size_t voxel, Visit const& visit) const
+    /// Lists the candidates of a voxel and of those around it.
+    void find_around(std::size_t voxel, std::vector<Run>& runs) const
     {
+        runs.clear();
         Key const key = keys_[voxel];
         Key const z = key & KEY_MASK;
+        // Voxels along z follow each other, but where their numbers wrap around.
+        Key const below = z > 0 ? z - 1 : 0;
+        Key const above = z < KEY_MASK ? z + 1 : KEY_MASK;
         for (int dx = -1; dx <= 1; ++dx)
         {
             for (int dy = -1; dy <= 1; ++dy)
             {
                 Key const row = join(step(key >> (2 * KEY_BITS), dx), step(key >> KEY_BITS, dy), 0);
-                // Voxels along z follow each other, but where their numbers wrap around.
-                Key const below = z > 0 ? z - 1 : 0;
-                Key const above = z < KEY_MASK ? z + 1 : KEY_MASK;
-                visit_row(row | below, row | above, visit);
+                add_run(row | below, row | above, runs);
                 if (z == 0 || z == KEY_MASK)
                 {
-                    visit_row(row | (KEY_MASK - z), row | (KEY_MASK - z), visit);
+                    add_run(row | (KEY_MASK - z), row | (KEY_MASK - z), runs);
                 }
             }
         }
@@ -116,30 +130,63 @@ private:
         return join(number(0), number(1), number(2));
     }
 
-    template <typename Visit>
-    void visit_row(Key first, Key last, Visit const& visit) const
+    void place(FrameSurface const& surface, double side)
     {
-        auto key = std::lower_bound(keys_.begin(), keys_.end(), first);
-        for (; key != keys_.end() && *key <= last; ++key)
+        placed_.reserve(surface.size());
+        for (std::size_t i = 0; i < surface.size(); ++i)
         {
-            visit_some(static_cast<std::size_t>(key - keys_.begin()), visit);
+            Vector3d const voxel = surface.point[i].cast<double>() / side;
+            // A comparison with NaN is false.
+            if ((voxel.array().abs() <= LARGEST).all())
+            {
+                placed_.push_back({key_of(voxel), static_cast<int>(i)});
+            }
         }
+        std::sort(placed_.begin(), placed_.end());
     }
 
-    template <typename Visit>
-    void visit_some(std::size_t voxel, Visit const& visit) const
+    /// Evenly spread ones where a voxel holds too many.
+    void list_candidates(FrameSurface const& surface)
     {
-        std::size_t const n = first_[voxel + 1] - first_[voxel];
-        std::size_t const visited = std::min(n, MOST_IN_VOXEL);
-        for (std::size_t k = 0; k < visited; ++k)
+        candidates_.reserve(placed_.size());
+        for (std::size_t voxel = 0; voxel < keys_.size(); ++voxel)
         {
-            visit(static_cast<std::size_t>(placed_[first_[voxel] + k * n / visited].point));
+            first_candidate_.push_back(candidates_.size());
+            std::size_t const n = first_[voxel + 1] - first_[voxel];
+            std::size_t const listed = std::min(n, MOST_IN_VOXEL);
+            for (std::size_t k = 0; k < listed; ++k)
+            {
+                auto const i =
+                    static_cast<std::size_t>(placed_[first_[voxel] + k * n / listed].point);
+                if (surface.spacing[i] > 0.0F && !surface.normal[i].isZero(0.0F))
+                {
+                    candidates_.push_back(candidate_of(surface, i));
+                }
+            }
         }
+        first_candidate_.push_back(candidates_.size());
+    }
+
+    void add_run(Key first, Key last, std::vector<Run>& runs) const
+    {
+        auto const begin = std::lower_bound(keys_.begin(), keys_.end(), first);
+        auto end = begin;
+        while (end != keys_.end() && *end <= last)
+        {
+            ++end;
+        }
+        auto const candidate = [&](std::vector<Key>::const_iterator key) {
+            return candidates_.data() +
+                   first_candidate_[static_cast<std::size_t>(key - keys_.begin())];
+        };
+        runs.push_back({candidate(begin), candidate(end)});
     }
 
     std::vector<Placed> placed_;
     std::vector<Key> keys_;
-    std::vector<std::size_t> first_;
+    std::vector<std::size_t> first_; ///< place of each voxel's points
+    std::vector<Candidate> candidates_;
+    std::vector<std::size_t> first_candidate_; ///< place of each voxel's candidates
 };
 
 /// The step from one point to another, along the mean of their normals and beside it, squared.
@@ -184,7 +231,7 @@ struct Part
     std::vector<int> entries;
 };
 
-/// Searches voxel by voxel; what lies around a voxel is gathered once for all of its points.
+/// Searches voxel by voxel; what lies around a voxel is found once for all of its points.
 class Searcher
 {
 public:
@@ -200,46 +247,24 @@ public:
 
     void search(VoxelOrder const& order, std::size_t voxel, Part& part)
     {
-        around_.clear();
-        order.visit_around(voxel, [this](std::size_t i) { gather(i); });
+        order.find_around(voxel, around_);
         order.visit_own(voxel, [&](std::size_t i) { search_point(i, part); });
     }
 
 private:
-    /// What is known of a point, in one place of memory.
-    struct Candidate
-    {
-        Vector3f point;
-        Vector3f normal;
-        float spacing;
-        int frame;
-        int number;
-    };
-
-    Candidate candidate(std::size_t i) const
-    {
-        return {surface_.point[i], surface_.normal[i], surface_.spacing[i], surface_.frame[i],
-                static_cast<int>(i)};
-    }
-
-    void gather(std::size_t i)
-    {
-        if (surface_.spacing[i] > 0.0F && !surface_.normal[i].isZero(0.0F))
-        {
-            around_.push_back(candidate(i));
-        }
-    }
-
     void search_point(std::size_t i, Part& part)
     {
         feet_.clear();
-        Candidate const mine = candidate(i);
-        for (auto const& other : around_)
+        Candidate const mine = candidate_of(surface_, i);
+        for (auto const& run : around_)
         {
-            if (other.frame != mine.frame &&
-                (other.point - mine.point).squaredNorm() <= square_reach_)
+            for (auto const* other = run.begin; other != run.end; ++other)
             {
-                try_foot(mine, other);
+                if (other->frame != mine.frame &&
+                    (other->point - mine.point).squaredNorm() <= square_reach_)
+                {
+                    try_foot(mine, *other);
+                }
             }
         }
         if (!feet_.empty())
@@ -287,7 +312,7 @@ private:
     float coarsest_;
     float cover_factor_;
     float least_cosine_;
-    std::vector<Candidate> around_;
+    std::vector<VoxelOrder::Run> around_;
     std::vector<Foot> feet_;
 };
 
