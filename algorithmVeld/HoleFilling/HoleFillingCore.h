@@ -28,8 +28,12 @@ class PatchNeighbourhood;
 /// then faired together with a region around it as a patch of the whole mesh.
 ///
 /// A hole that cannot be filled is logged and left as it was, and the others go on. The mesh only
-/// grows: no element is deleted from it, and handles stay valid. The nine properties of a run stay
-/// on the mesh. Log lines are printed while `gPH.log_enabled` is true.
+/// grows: no element is deleted from it, and handles stay valid. Log lines are printed while
+/// `gPH.log_enabled` is true.
+///
+/// Two things are left to the caller. New vertices and faces have no normals after a call, and
+/// those of what moved are the old ones: `update_normals` of the mesh computes them. And each run
+/// adds nine properties to the mesh, which stay on it beside those of the runs before.
 ///
 /// An object works on one mesh at a time and is not to be copied in the middle of a run.
 class ALGORITHMVELD_API HoleFillingCore
@@ -66,6 +70,7 @@ public:
                            std::vector<std::vector<VertexHandle>>& patch_verts, bool verbose);
 
     /// The same, and tells of each given hole whether it was filled.
+    /// \param hole_filled one entry a given hole, in their order, also on failure: then all false
     RetVal fill_holes_core_ex(TriMesh& mesh, std::vector<std::vector<VertexHandle>> const& holes,
                               std::vector<bool>& hole_filled, int rings,
                               std::vector<std::vector<FaceHandle>>& new_faces,
@@ -73,12 +78,15 @@ public:
                               std::vector<std::vector<VertexHandle>>& patch_verts, bool verbose);
 
     /// Fills one hole. The arguments are those of `fill_holes_core`, for one hole.
+    /// \param new_verts always empty after success: the hole is the first legal one
+    /// \return `RET_SUCCESS` also for a legal hole that stays open: all lists are empty then
     RetVal fill_single_hole_core(TriMesh& mesh, std::vector<VertexHandle> const& hole, int rings,
                                  std::vector<FaceHandle>& new_faces,
                                  std::vector<VertexHandle>& new_verts,
                                  std::vector<VertexHandle>& patch_verts, bool verbose);
 
     /// The same, and tells whether the hole was filled.
+    /// \param filled false on failure
     RetVal fill_single_hole_core_ex(TriMesh& mesh, std::vector<VertexHandle> const& hole,
                                     bool& filled, int rings, std::vector<FaceHandle>& new_faces,
                                     std::vector<VertexHandle>& new_verts,
@@ -107,6 +115,7 @@ public:
     void set_triangulation_sample_num(int number) { triangulation_sample_num_ = number; }
     /// Whether holes of more than `hole_verts_thr` vertices are left open.
     void set_use_hole_vert_num_thr(bool use) { use_hole_vert_num_thr_ = use; }
+    /// Only logged; no hole is left open for its perimeter.
     void set_use_hole_perimeter_thr(bool use) { use_hole_perimeter_thr_ = use; }
     void set_hole_verts_thr(int vertices) { hole_verts_thr_ = vertices; }
     /// Patches of more vertices than this are not faired.

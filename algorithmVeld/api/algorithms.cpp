@@ -7,6 +7,7 @@
 #include "algorithmVeld/cleanup/RemoveBoundary.h"
 #include "algorithmVeld/cleanup/VertexEditor.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
+#include "algorithmVeld/reconstruction/MeshMerge.h"
 
 namespace OrvaneAlgorithm
 {
@@ -79,6 +80,15 @@ RetVal find_marker_holes(TriMesh& mesh, Verts const& marker_points, Verts const&
     FindHolesEx finder;
     return finder.find_marker_holes(mesh, marker_points, marker_normals, hole_match_thr,
                                     marker_radius, use_normals, normal_dot_thr, holes, verbose);
+}
+
+RetVal mesh_merge(std::vector<RangeData const*> const& ranges, double stitch_radius, TriMesh& mesh,
+                  bool verbose, int max_hole_edges, int min_component_size, double long_edge_length,
+                  std::vector<int>& vertex_frames)
+{
+    MeshMerge merger;
+    return merger.mesh_merge(ranges, stitch_radius, mesh, verbose, max_hole_edges,
+                             min_component_size, long_edge_length, vertex_frames);
 }
 
 RetVal remove_marker_cloud(Cloud& cloud, Verts const& marker_points, Verts const& marker_normals,

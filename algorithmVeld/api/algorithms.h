@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/api/RetVal.h"
 #include "algorithmVeld/common/BaseTriMesh.h"
+#include "algorithmVeld/common/RangeData.h"
 #include "algorithmVeld/common/TriMesh.h"
 
 #include <vector>
@@ -75,6 +76,13 @@ ALGORITHMVELD_API RetVal find_marker_holes(TriMesh& mesh, Verts const& marker_po
                                            Verts const& marker_normals, double hole_match_thr,
                                            double marker_radius, bool use_normals,
                                            double normal_dot_thr, Holes& holes, bool verbose);
+
+/// Merges registered range frames into one mesh; see `MeshMerge::mesh_merge`, which is run with its
+/// default settings.
+ALGORITHMVELD_API RetVal mesh_merge(std::vector<RangeData const*> const& ranges,
+                                    double stitch_radius, TriMesh& mesh, bool verbose,
+                                    int max_hole_edges, int min_component_size,
+                                    double long_edge_length, std::vector<int>& vertex_frames);
 
 /// Removes the points near markers; see `RemoveBoundary::remove_marker_cloud`.
 ALGORITHMVELD_API RetVal remove_marker_cloud(Cloud& cloud, Verts const& marker_points,

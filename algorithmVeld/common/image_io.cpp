@@ -17,10 +17,13 @@ namespace
 {
 
 using detail::Bytes;
+using detail::DepthImage;
 using detail::RgbImage;
 
 using WriteImage = bool (*)(std::ostream&, RgbImage const&);
-using ReadImage = bool (*)(Bytes const&, RgbImage&);
+
+template <typename AnyImage>
+using ReadImage = bool (*)(Bytes const&, AnyImage&);
 
 /// \return null for an unknown extension
 WriteImage writer_for(std::filesystem::path const& path)
@@ -41,10 +44,15 @@ bool begins_with(Bytes const& bytes, std::array<unsigned char, N> const& beginni
     return bytes.size() >= N && std::equal(beginning.begin(), beginning.end(), bytes.begin());
 }
 
-/// \return null for a format that is neither
-ReadImage reader_for(Bytes const& beginning)
+bool is_png(Bytes const& beginning)
 {
-    if (begins_with<8>(beginning, {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'}))
+    return begins_with<8>(beginning, {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'});
+}
+
+/// \return null for a format that is neither
+ReadImage<RgbImage> rgb_reader_for(Bytes const& beginning)
+{
+    if (is_png(beginning))
     {
         return detail::read_png;
     }
@@ -60,20 +68,17 @@ bool read_bytes(std::ifstream& stream, std::size_t n, Bytes& bytes)
     return static_cast<bool>(stream);
 }
 
-} // namespace
-
-int write_rgb_image(std::string const& path, Image<3, unsigned char> const& image)
+/// \return null for a format that is no PNG
+ReadImage<DepthImage> depth_reader_for(Bytes const& beginning)
 {
-    WriteImage const write = writer_for(path);
-    if (write == nullptr || image.empty())
-    {
-        return 1;
-    }
-    detail::AtomicFile file(path);
-    return file.stream() && write(file.stream(), image) && file.commit() ? 0 : 2;
+    return is_png(beginning) ? detail::read_png_depth : nullptr;
 }
 
-int read_rgb_image(std::string const& path, Image<3, unsigned char>& image)
+/// \param reader_for tells by a file's first bytes what reads it; null if nothing does
+/// \return as `read_rgb_image`
+template <typename AnyImage>
+int read_image(std::string const& path, ReadImage<AnyImage> (*reader_for)(Bytes const&),
+               AnyImage& image)
 {
     constexpr std::uintmax_t BEGINNING = 8;
     constexpr std::uintmax_t LONGEST_FILE = std::numeric_limits<std::int32_t>::max();
@@ -91,7 +96,7 @@ int read_rgb_image(std::string const& path, Image<3, unsigned char>& image)
     {
         return 1;
     }
-    ReadImage const read = reader_for(bytes);
+    auto const read = reader_for(bytes);
     if (read == nullptr)
     {
         return 1;
@@ -101,6 +106,29 @@ int read_rgb_image(std::string const& path, Image<3, unsigned char>& image)
                    read(bytes, image)
                ? 0
                : 2;
+}
+
+} // namespace
+
+int write_rgb_image(std::string const& path, Image<3, unsigned char> const& image)
+{
+    WriteImage const write = writer_for(path);
+    if (write == nullptr || image.empty())
+    {
+        return 1;
+    }
+    detail::AtomicFile file(path);
+    return file.stream() && write(file.stream(), image) && file.commit() ? 0 : 2;
+}
+
+int read_rgb_image(std::string const& path, Image<3, unsigned char>& image)
+{
+    return read_image(path, rgb_reader_for, image);
+}
+
+int read_depth_image(std::string const& path, Image<1, std::uint16_t>& image)
+{
+    return read_image(path, depth_reader_for, image);
 }
 
 } // namespace OrvaneAlgorithm

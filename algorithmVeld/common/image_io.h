@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/Image.h"
 #include "algorithmVeld/common/export.h"
 
+#include <cstdint>
 #include <string>
 
 namespace OrvaneAlgorithm
@@ -24,5 +25,10 @@ ALGORITHMVELD_API int write_rgb_image(std::string const& path,
 ///         format, 2 it is damaged or cut off, has more than 2^28 pixels, or holds no grey or RGB
 ///         (JPEG for print, CMYK)
 ALGORITHMVELD_API int read_rgb_image(std::string const& path, Image<3, unsigned char>& image);
+
+/// Reads a depth image: a PNG file of one grey channel of 16 bits. Values come as they are stored.
+/// \return 0 on success; otherwise the image is empty: 1 the file cannot be opened or is no PNG,
+///         2 it is damaged or cut off, has more than 2^28 pixels, or other channels
+ALGORITHMVELD_API int read_depth_image(std::string const& path, Image<1, std::uint16_t>& image);
 
 } // namespace OrvaneAlgorithm

@@ -5,14 +5,12 @@
 #include "algorithmVeld/common/detail/ObjWriter.h"
 #include "algorithmVeld/common/detail/QuietOpenMesh.h"
 #include "algorithmVeld/common/detail/TextCursor.h"
+#include "algorithmVeld/common/detail/WholeFile.h"
 #include "algorithmVeld/common/detail/openmesh_io.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
-#include <fstream>
 #include <limits>
-#include <new>
 
 namespace OrvaneAlgorithm
 {
@@ -56,52 +54,12 @@ Format const& format_of(fs::path const& path)
     throw MeshFileError("unknown mesh format (known:" + known + ")");
 }
 
-std::string system_message(int error)
-{
-    return error == 0 ? "unknown reason" : std::generic_category().message(error);
-}
-
 // Reading.
-
-std::string file_content(fs::path const& path)
-{
-    std::error_code error;
-    auto const status = fs::status(path, error);
-    if (status.type() == fs::file_type::not_found)
-    {
-        throw MeshFileError("no such file");
-    }
-    if (fs::is_directory(status))
-    {
-        throw MeshFileError("is a directory");
-    }
-    if (!fs::is_regular_file(status))
-    {
-        throw MeshFileError(error ? "cannot be read: " + error.message() : "is not a file");
-    }
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    auto const size = fs::file_size(path, error);
-    if (!file || error)
-    {
-        throw MeshFileError("cannot be read: " + system_message(errno));
-    }
-    if (size == 0)
-    {
-        throw MeshFileError("is empty");
-    }
-    std::string content(static_cast<std::size_t>(size), '\0');
-    if (!file.read(content.data(), static_cast<std::streamsize>(size)))
-    {
-        throw MeshFileError("cannot be read to its end");
-    }
-    return content;
-}
 
 detail::MeshSoup read_soup(fs::path const& path)
 {
     auto const& format = format_of(path);
-    auto soup = format.read(file_content(path));
+    auto soup = format.read(detail::file_content(path));
     detail::check_soup(soup);
     detail::clean_attributes(soup);
     return soup;
@@ -184,7 +142,7 @@ void require_good(detail::AtomicFile& file)
 {
     if (!file.stream() || file.error())
     {
-        auto const reason = file.error() ? file.error().message() : system_message(0);
+        auto const reason = file.error() ? file.error().message() : std::string("unknown reason");
         throw MeshFileError("cannot be written: " + reason);
     }
 }
@@ -226,43 +184,13 @@ void write_live_mesh(fs::path const& path, TriMesh const& mesh)
     require_good(file);
 }
 
-/// A line that no name in a file or of a file can break or colour.
-std::string printable(std::string line)
-{
-    for (char& c : line)
-    {
-        auto const code = static_cast<unsigned char>(c);
-        c = code < 0x20 || code == 0x7F ? '?' : c;
-    }
-    return line;
-}
-
-/// Runs `action`. \return what went wrong, as a line that names the file; empty if nothing did
-template <typename Action>
-std::string error_of(std::string const& path, Action const& action)
-{
-    try
-    {
-        action();
-        return {};
-    }
-    catch (std::bad_alloc const&)
-    {
-        return printable(path) + ": needs more memory than there is";
-    }
-    catch (std::exception const& error)
-    {
-        return printable(path + ": " + error.what());
-    }
-}
-
 } // namespace
 
 bool read_mesh(std::string const& path, TriMesh& mesh, MeshReadReport& report)
 {
     report = {};
     auto const read = [&] { report.faces_left_out = detail::build_mesh(read_soup(path), mesh); };
-    report.error = error_of(path, read);
+    report.error = detail::error_of(path, read);
     if (!report.error.empty())
     {
         mesh = TriMesh();
@@ -272,7 +200,7 @@ bool read_mesh(std::string const& path, TriMesh& mesh, MeshReadReport& report)
 
 bool write_mesh(std::string const& path, TriMesh const& mesh, std::string& error)
 {
-    error = error_of(path, [&] { write_live_mesh(path, mesh); });
+    error = detail::error_of(path, [&] { write_live_mesh(path, mesh); });
     return error.empty();
 }
 

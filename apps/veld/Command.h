@@ -46,6 +46,8 @@ public:
 std::unique_ptr<Command> make_info_command();
 std::unique_ptr<Command> make_holes_command();
 std::unique_ptr<Command> make_fill_command();
+std::unique_ptr<Command> make_frames_command();
+std::unique_ptr<Command> make_merge_command();
 std::unique_ptr<Command> make_clean_command();
 std::unique_ptr<Command> make_sticks_command();
 std::unique_ptr<Command> make_render_command();

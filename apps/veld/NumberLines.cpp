@@ -1,13 +1,12 @@
 #include "NumberLines.h"
 
 #include "Errors.h"
+#include "InputFile.h"
 #include "Numbers.h"
 
 #include <fmt/format.h>
 
-#include <array>
-#include <filesystem>
-#include <fstream>
+#include <locale>
 #include <sstream>
 
 namespace veld
@@ -34,44 +33,11 @@ bool parse_numbers(std::string const& line, std::vector<float>& numbers)
     return true;
 }
 
-/// The file, behind the byte order mark that some editors write.
-std::ifstream open_text(std::string const& path)
-{
-    std::error_code error;
-    auto const status = std::filesystem::status(path, error);
-    if (!std::filesystem::exists(status))
-    {
-        throw InputError(path + ": no such file");
-    }
-    if (std::filesystem::is_directory(status))
-    {
-        throw InputError(path + ": is a directory");
-    }
-    // Tested before it is opened: to open a pipe is to wait for the other end.
-    if (!std::filesystem::is_regular_file(status))
-    {
-        throw InputError(path + ": is not a file");
-    }
-    std::ifstream stream(path, std::ios::binary);
-    if (!stream)
-    {
-        throw InputError(path + ": cannot be opened");
-    }
-    std::array<char, 3> start{};
-    stream.read(start.data(), start.size());
-    if (!stream || start != std::array<char, 3>{'\xEF', '\xBB', '\xBF'})
-    {
-        stream.clear();
-        stream.seekg(0);
-    }
-    return stream;
-}
-
 } // namespace
 
 std::vector<NumberLine> read_number_lines(std::string const& path)
 {
-    auto stream = open_text(path);
+    auto stream = open_input(path);
     std::vector<NumberLine> lines;
     std::string line;
     for (int number = 1; std::getline(stream, line); ++number)

@@ -51,6 +51,10 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
     add_command(program, entries, make_clean_command(), "clean",
                 "Remove specks, ragged rims and what markers left");
     add_command(program, entries, make_sticks_command(), "sticks", "Cut sticks out of a mesh");
+    add_command(program, entries, make_frames_command(), "frames",
+                "Turn the frames of a scan into .rge files");
+    add_command(program, entries, make_merge_command(), "merge",
+                "Merge the frames of a scan into one mesh");
     add_command(program, entries, make_render_command(), "render",
                 "Draw a mesh, its holes in colour");
     add_command(program, entries, make_demo_command(), "demo",
@@ -164,7 +168,7 @@ int print_help(CLI::App const& program, CLI::Success const& help)
 
 int parse_and_run(int argc, char const* const* argv)
 {
-    CLI::App program("Cleans 3D scans, finds and closes their holes. Lengths are millimetres.",
+    CLI::App program("Merges, cleans and draws 3D scans, and closes their holes. Lengths are mm.",
                      "veld");
     program.require_subcommand(1);
     program.set_version_flag("--version",

@@ -575,3 +575,81 @@ TEST(ImageIo, RealDepthImageOfSixteenBitsIsRead)
     EXPECT_EQ(depth.width(), 640);
     EXPECT_EQ(depth.height(), 480);
 }
+
+// Depth images.
+
+using DepthImage = Image<1, std::uint16_t>;
+
+/// Reads bytes as a depth image into one that is not empty before.
+int depth_code_of(Bytes const& bytes, DepthImage& image)
+{
+    TempDir const dir;
+    write_bytes(dir.file("image"), bytes);
+    image = DepthImage(2, 2);
+    int const code = read_depth_image(dir.file("image"), image);
+    EXPECT_EQ(image.empty(), code != 0);
+    return code;
+}
+
+TEST(DepthImages, ValuesComeAsTheyAreStored)
+{
+    DepthImage image;
+    // Two rows of 0, 1, 258 and 65535, 256, 4660; high bytes first.
+    Bytes const rows{0, 0, 0, 0, 1, 1, 2, 0, 0xff, 0xff, 1, 0, 0x12, 0x34};
+    ASSERT_EQ(depth_code_of(PngFile(3, 2, 16, 0).finish(rows), image), 0);
+    EXPECT_EQ(image.width(), 3);
+    EXPECT_EQ(image.height(), 2);
+    EXPECT_EQ(std::vector<int>(image.data(), image.data() + 6),
+              (std::vector<int>{0, 1, 258, 65535, 256, 4660}));
+}
+
+TEST(DepthImages, OtherChannelsAreRefused)
+{
+    DepthImage image;
+    EXPECT_EQ(depth_code_of(PngFile(1, 1, 8, 0).finish({0, 9}), image), 2);
+    EXPECT_EQ(depth_code_of(PngFile(1, 1, 16, 4).finish({0, 0, 9, 0, 9}), image), 2);
+    EXPECT_EQ(depth_code_of(PngFile(1, 1, 16, 2).finish(Bytes(7, 0)), image), 2);
+    EXPECT_EQ(depth_code_of(encoded(gradient(3, 3), ".png"), image), 2);
+    EXPECT_EQ(depth_code_of(encoded(gradient(3, 3), ".jpg"), image), 1);
+}
+
+TEST(DepthImages, MissingForeignAndCutOffFiles)
+{
+    TempDir const dir;
+    DepthImage image(2, 2);
+    EXPECT_EQ(read_depth_image(dir.file("missing.png"), image), 1);
+    EXPECT_TRUE(image.empty());
+    EXPECT_EQ(depth_code_of({}, image), 1);
+    EXPECT_EQ(depth_code_of(Bytes(100, 'x'), image), 1);
+    Bytes const whole = PngFile(5, 1, 16, 0).finish({0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
+    for (std::size_t length = 8; length < whole.size(); ++length)
+    {
+        Bytes const cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+        EXPECT_EQ(depth_code_of(cut, image), 2) << length;
+    }
+    EXPECT_EQ(depth_code_of(PngFile(16000, 16000, 16, 0).finish(Bytes(100, 0)), image), 2);
+}
+
+TEST(DepthImages, RealOneAgreesWithTheLibrarysOwnReading)
+{
+    if (veld_test::real_data_dir().empty())
+    {
+        std::cout << "left out: VELD_TEST_DATA is not set\n";
+        return;
+    }
+    std::string const path = veld_test::real_data("rgbd_room/frame-000000.depth.png");
+    DepthImage depth;
+    ASSERT_EQ(read_depth_image(path, depth), 0);
+    ASSERT_EQ(depth.width(), 640);
+    ASSERT_EQ(depth.height(), 480);
+    RgbImage grey;
+    ASSERT_EQ(read_rgb_image(path, grey), 0);
+    for (int y = 0; y < 480; ++y)
+    {
+        for (int x = 0; x < 640; ++x)
+        {
+            // 65535 becomes 255, so a grey level is 257 depths wide.
+            ASSERT_NEAR(*depth.pixel(x, y) / 257.0, grey.pixel(x, y)[0], 0.51);
+        }
+    }
+}

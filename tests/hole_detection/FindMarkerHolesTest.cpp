@@ -249,10 +249,12 @@ TEST(FindMarkerHoles, NormalsThatTheHostBroughtAreUsed)
     EXPECT_EQ(mesh.normal(vh(0)), Vector3f(1, 0, 0));
 }
 
-TEST(FindMarkerHoles, VertexNormalsThatTheHostBroughtAloneAreUsedAsTheyAre)
+TEST(FindMarkerHoles, NormalsThatTheHostBroughtAreUsedAsTheyAre)
 {
     TriMesh mesh = two_holes();
+    mesh.request_face_normals();
     mesh.request_vertex_normals();
+    mesh.update_face_normals();
     for (auto const v : mesh.vertices())
     {
         mesh.set_normal(v, {1, 0, 0});
@@ -263,9 +265,21 @@ TEST(FindMarkerHoles, VertexNormalsThatTheHostBroughtAloneAreUsedAsTheyAre)
     {
         ASSERT_EQ(mesh.normal(v), Vector3f(1, 0, 0));
     }
-    // Those of the faces were missing, and stay.
+}
+
+TEST(FindMarkerHoles, BothKindsOfNormalsAreComputedWhereOneIsMissing)
+{
+    // So that they agree, whichever kind the host brought.
+    TriMesh mesh = two_holes();
+    mesh.request_vertex_normals();
+    for (auto const v : mesh.vertices())
+    {
+        mesh.set_normal(v, {1, 0, 0});
+    }
+    EXPECT_EQ(count_matching(mesh, {0, 0, 1}, 0.9), 1U);
     ASSERT_TRUE(mesh.has_face_normals());
     EXPECT_EQ(mesh.normal(OpenMesh::FaceHandle(0)), Vector3f(0, 0, 1));
+    EXPECT_EQ(mesh.normal(OpenMesh::VertexHandle(0)), Vector3f(0, 0, 1));
 }
 
 TEST(FindMarkerHoles, NormalsThatCancelOutAgreeWithNothing)

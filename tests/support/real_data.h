@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <iostream>
 #include <string>
 
 namespace veld_test
@@ -18,6 +19,17 @@ inline std::string real_data_dir()
 inline std::string real_data(std::string const& file)
 {
     return (std::filesystem::path(real_data_dir()) / file).string();
+}
+
+/// Whether tests on real scans have to be left out, which is said then.
+inline bool without_real_data()
+{
+    if (real_data_dir().empty())
+    {
+        std::cout << "left out: VELD_TEST_DATA is not set\n";
+        return true;
+    }
+    return false;
 }
 
 } // namespace veld_test

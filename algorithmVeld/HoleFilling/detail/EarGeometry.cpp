@@ -41,32 +41,6 @@ std::optional<std::array<Vector3f, 3>> triangle_at(TriMesh const& mesh, OpenMesh
     return h == first ? std::optional(corners) : std::nullopt;
 }
 
-/// Whether all triangles around a vertex agree with a normal of unit length.
-bool faces_agree(TriMesh const& mesh, OpenMesh::VertexHandle vertex, Vector3f const& normal,
-                 float cos_thr)
-{
-    auto const first = mesh.halfedge_handle(vertex);
-    if (!first.is_valid())
-    {
-        return true;
-    }
-    auto out = first;
-    do
-    {
-        if (auto const corners = triangle_at(mesh, mesh.face_handle(out)))
-        {
-            auto const& [r0, r1, r2] = *corners;
-            Vector3f const m = (r1 - r0).cross(r2 - r0);
-            if (m.norm() * cos_thr > m.dot(normal))
-            {
-                return false;
-            }
-        }
-        out = mesh.next_halfedge_handle(mesh.opposite_halfedge_handle(out));
-    } while (out != first);
-    return true;
-}
-
 } // namespace
 
 Corner measure_corner(TriMesh const& mesh, OpenMesh::VertexHandle cur, OpenMesh::VertexHandle prev,
@@ -139,6 +113,44 @@ float cosine_of_degrees(double degrees)
     return static_cast<float>(std::cos(degrees * pi / 180.0));
 }
 
+bool is_sliver(Vector3f const& e1, Vector3f const& e2, Vector3f const& normal)
+{
+    return e1.norm() * sliver_sine * e2.norm() > normal.norm();
+}
+
+bool face_agrees(TriMesh const& mesh, OpenMesh::FaceHandle face, Vector3f const& normal,
+                 float cos_thr)
+{
+    auto const corners = triangle_at(mesh, face);
+    if (!corners)
+    {
+        return true;
+    }
+    auto const& [r0, r1, r2] = *corners;
+    Vector3f const m = (r1 - r0).cross(r2 - r0);
+    return !(m.norm() * cos_thr > m.dot(normal));
+}
+
+bool faces_agree(TriMesh const& mesh, OpenMesh::VertexHandle vertex, Vector3f const& normal,
+                 float cos_thr)
+{
+    auto const first = mesh.halfedge_handle(vertex);
+    if (!first.is_valid())
+    {
+        return true;
+    }
+    auto out = first;
+    do
+    {
+        if (!face_agrees(mesh, mesh.face_handle(out), normal, cos_thr))
+        {
+            return false;
+        }
+        out = mesh.next_halfedge_handle(mesh.opposite_halfedge_handle(out));
+    } while (out != first);
+    return true;
+}
+
 bool consistency_normal(TriMesh const& mesh, OpenMesh::VertexHandle a, OpenMesh::VertexHandle b,
                         OpenMesh::VertexHandle c, float cos_thr)
 {
@@ -149,7 +161,7 @@ bool consistency_normal(TriMesh const& mesh, OpenMesh::VertexHandle a, OpenMesh:
     Vector3f const e1 = mesh.point(b) - mesh.point(a);
     Vector3f const e2 = mesh.point(c) - mesh.point(a);
     Vector3f normal = e1.cross(e2);
-    if (e1.norm() * sliver_sine * e2.norm() > normal.norm())
+    if (is_sliver(e1, e2, normal))
     {
         return false;
     }

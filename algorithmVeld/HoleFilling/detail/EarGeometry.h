@@ -37,6 +37,20 @@ std::string corner_message(CornerStatus status, char const* file, int line);
 /// The threshold of `consistency_normal` for an angle in degrees.
 float cosine_of_degrees(double degrees);
 
+/// Whether a triangle is a sliver: the sine of the angle between two sides is below 0.001.
+/// \param normal their cross product
+bool is_sliver(Vector3f const& e1, Vector3f const& e2, Vector3f const& normal);
+
+/// Whether the normal of a face is no farther off a normal of unit length than an angle; faces that
+/// are no triangles always agree.
+/// \param cos_thr cosine of the largest angle
+bool face_agrees(TriMesh const& mesh, OpenMesh::FaceHandle face, Vector3f const& normal,
+                 float cos_thr);
+
+/// Whether all faces around a vertex agree with a normal of unit length.
+bool faces_agree(TriMesh const& mesh, OpenMesh::VertexHandle vertex, Vector3f const& normal,
+                 float cos_thr);
+
 /// Whether a triangle is no sliver and its normal agrees with all faces around its three corners.
 /// \param cos_thr cosine of the largest angle between the normals
 bool consistency_normal(TriMesh const& mesh, OpenMesh::VertexHandle a, OpenMesh::VertexHandle b,

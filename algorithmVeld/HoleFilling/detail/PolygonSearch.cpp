@@ -3,6 +3,8 @@
 #include "algorithmVeld/HoleFilling/detail/SplitTables.h"
 #include "algorithmVeld/HoleFilling/detail/TriangleGeometry.h"
 
+#include <omp.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -45,7 +47,9 @@ bool is_needle(Vector3f const& a, Vector3f const& b, Vector3f const& c)
         {
             return false;
         }
-        if (sine2 < 2.9e-4F * two_longest) // 0.976 degrees
+        bool const is_straight = obtuse_a * obtuse_a > 0.963F * (ab2 * ac2) ||
+                                 obtuse_b * obtuse_b > 0.963F * (ab2 * bc2);
+        if (is_straight || sine2 < 2.9e-4F * two_longest) // 0.976 degrees
         {
             return true;
         }
@@ -54,9 +58,10 @@ bool is_needle(Vector3f const& a, Vector3f const& b, Vector3f const& c)
     return angles.max() > straight_angle || angles.min() < needle_angle;
 }
 
-/// Largest angle between a triangle and its neighbours, in radians.
-float largest_angle(Vector3f const& pi, Vector3f const& pm, Vector3f const& pj,
-                    NeighbourNormals const& neighbours)
+/// Largest angle between a triangle and its neighbours with what existing edges add, in degrees.
+float triangle_angle(Vector3f const& pi, Vector3f const& pm, Vector3f const& pj,
+                     NeighbourNormals const& neighbours, int existing_edges,
+                     TriangulationRule const& rule)
 {
     Vector3f const normal = (pi - pj).cross(pm - pj).normalized();
     Vector3f const unit = normal.normalized();
@@ -69,7 +74,15 @@ float largest_angle(Vector3f const& pi, Vector3f const& pm, Vector3f const& pj,
             largest = angle;
         }
     }
-    return largest;
+    if (rule.flat_weight && largest < straight_angle)
+    {
+        largest = 0.0F;
+    }
+    for (int k = 0; k < existing_edges; ++k)
+    {
+        largest += 6.2831855F;
+    }
+    return static_cast<float>(largest * 180.0 / 3.141592653589793);
 }
 
 /// The greatest float below a positive one; -1 below zero.
@@ -86,6 +99,85 @@ float just_below(float x)
     return x;
 }
 
+/// Lengths from the corners of a tile to those between them, for splits whose areas are computed
+/// side by side. They are computed when they are asked for, and then serve the whole tile.
+class TileLengths
+{
+public:
+    TileLengths(std::vector<Vector3f> const& points, SplitTables const& tables, std::size_t side)
+        : points_(&points),
+          tables_(&tables),
+          row_size_(tables.size() / tables.stride() + 1),
+          rows_(side * row_size_),
+          row_corner_(side, none_),
+          column_(tables.size()),
+          column_corner_(tables.stride(), none_)
+    {
+    }
+
+    /// Goes to the tile of the rows from `first_i` on and the columns before `end_j`.
+    void enter(std::size_t first_i, std::size_t end_j)
+    {
+        first_i_ = first_i;
+        end_j_ = end_j;
+        std::fill(row_corner_.begin(), row_corner_.end(), none_);
+        std::fill(column_corner_.begin(), column_corner_.end(), none_);
+    }
+
+    /// Lengths from corner i to the corners i + 1, i + 1 + stride, ..
+    float const* row(std::size_t i)
+    {
+        float* const row = &rows_[(i - first_i_) * row_size_];
+        if (row_corner_[i - first_i_] != i)
+        {
+            row_corner_[i - first_i_] = i;
+            measure(i, i + 1, end_j_, row);
+        }
+        return row;
+    }
+
+    /// Lengths from corner j to the corners m, m + stride, ..
+    float const* column(std::size_t j, std::size_t m)
+    {
+        std::size_t const stride = tables_->stride();
+        std::size_t const first = first_i_ + 1 + (m - first_i_ - 1) % stride;
+        if (column_corner_[m % stride] != j)
+        {
+            column_corner_[m % stride] = j;
+            measure(j, first, j, &column_[tables_->place(first)]);
+        }
+        return &column_[tables_->place(m)];
+    }
+
+private:
+    static constexpr std::size_t none_ = std::numeric_limits<std::size_t>::max();
+
+    /// Lengths from a corner to the corners first, first + stride, .. before end.
+    void measure(std::size_t corner, std::size_t first, std::size_t end, float* lengths) const
+    {
+        Vector3f const p = (*points_)[corner];
+        auto const [xs, ys, zs] = tables_->coordinates(first);
+        std::size_t const count = (end - first + tables_->stride() - 1) / tables_->stride();
+        for (std::size_t k = 0; k < count; ++k)
+        {
+            float const x = xs[k] - p.x();
+            float const y = ys[k] - p.y();
+            float const z = zs[k] - p.z();
+            lengths[k] = std::sqrt(x * x + (y * y + z * z)); // as the norm of a vector is computed
+        }
+    }
+
+    std::vector<Vector3f> const* points_;
+    SplitTables const* tables_;
+    std::size_t row_size_;
+    std::size_t first_i_ = 0;
+    std::size_t end_j_ = 0;
+    std::vector<float> rows_;
+    std::vector<std::size_t> row_corner_; ///< Whose lengths a row has.
+    std::vector<float> column_;
+    std::vector<std::size_t> column_corner_; ///< The same for each remainder.
+};
+
 /// The search for the best split of one sub-polygon i..j.
 ///
 /// The choice is defined by a scan in ascending order: a split replaces the best one if its angle
@@ -100,10 +192,11 @@ class PairSearch
 {
 public:
     PairSearch(PolygonRim const& rim, TriangulationRule const& rule, SplitTables const& tables,
-               std::size_t i, std::size_t j)
+               TileLengths& lengths, std::size_t i, std::size_t j)
         : rim_(rim),
           rule_(rule),
           tables_(tables),
+          lengths_(lengths),
           i_(i),
           j_(j),
           count_((j - i - 2) / tables.stride() + 1),
@@ -116,6 +209,7 @@ public:
         column_angle_ = tables.column_angle(column);
         column_area_ = tables.column_area(column);
         edge_exists_ = rim.edge_exist[i * rim.points.size() + j];
+        closes_polygon_ = i == 0 && j + 1 == rim.points.size();
     }
 
     void run()
@@ -141,30 +235,47 @@ private:
     /// Rounding is monotone, so no area added in front makes the sum smaller.
     float area_bound(std::size_t k) const { return row_area_[k] + column_area_[k]; }
 
-    /// A good split early on lets most others be skipped: the one that was best without corner j.
+    /// A good split early on lets most others be skipped: one that was best with a corner less.
     void look_at_promising()
     {
         if (count_ > 1)
         {
-            auto const m = static_cast<std::size_t>(tables_.split(i_, j_ - 1));
-            look_at((m - i_ - 1) / tables_.stride());
+            look_at_split(tables_.split(i_, j_ - 1));
+            look_at_split(tables_.split(i_ + tables_.stride(), j_));
         }
     }
 
+    void look_at_split(int m)
+    {
+        look_at((static_cast<std::size_t>(m) - i_ - 1) / tables_.stride());
+    }
+
+    /// The last block reaches back into the one before it: a split that is looked at twice loses
+    /// twice.
     void look_at_all()
     {
-        for (std::size_t begin = 0; begin < count_; begin += block_)
+        if (count_ < block_)
         {
-            std::size_t const end = std::min(begin + block_, count_);
-            int const open = count_open(begin, end);
-            if (open > 3)
-            {
-                look_at_smaller(begin, end);
-            }
-            else if (open > 0)
-            {
-                look_at_open(begin, end);
-            }
+            look_at_open(0, count_);
+            return;
+        }
+        for (std::size_t begin = 0; begin + block_ < count_; begin += block_)
+        {
+            look_at_block(begin);
+        }
+        look_at_block(count_ - block_);
+    }
+
+    void look_at_block(std::size_t begin)
+    {
+        int const open = count_open(begin);
+        if (open > 3)
+        {
+            look_at_smaller(begin);
+        }
+        else if (open > 0)
+        {
+            look_at_open(begin, begin + block_);
         }
     }
 
@@ -172,90 +283,136 @@ private:
     {
         for (std::size_t k = begin; k < end; ++k)
         {
-            if (count_open(k, k + 1) > 0)
+            if (is_open(k, area_limit(k)))
             {
                 look_at(k);
             }
         }
     }
 
-    /// The same where many splits are open: their areas are computed side by side first.
-    void look_at_smaller(std::size_t begin, std::size_t end)
+    /// The same where many splits are open: the areas of their triangles are computed side by side
+    /// first.
+    void look_at_smaller(std::size_t begin)
     {
         float areas[block_];
-        compute_areas(begin, end, areas);
-        for (std::size_t k = begin; k < end; ++k)
+        if (!compute_areas(begin, areas))
         {
-            bool const is_open = angle_bound(k) < best_.angle || areas[k - begin] <= area_limit(k);
-            if (is_open && count_open(k, k + 1) > 0)
+            return;
+        }
+        for (std::size_t k = begin; k < begin + block_; ++k)
+        {
+            float const area = areas[k - begin];
+            float const bound = angle_bound(k);
+            if (bound < best_.angle ||
+                (bound <= best_.angle + near_ && with_parts(area, k) <= area_limit(k)))
             {
-                look_at(k);
+                look_at(k, bound, area);
             }
         }
     }
 
-    /// Number of splits that could be better than the best, or as good and before it.
-    int count_open(std::size_t begin, std::size_t end) const
+    /// Number of splits of a block that could be better than the best, or as good and before it.
+    int count_open(std::size_t begin) const
     {
-        float const angle = best_.angle;
-        float const near = angle + near_;
-        float const area = area_limit(begin);
+        float const limit = area_limit(begin);
         int open = 0;
-        for (std::size_t k = begin; k < end; ++k)
+        for (std::size_t k = begin; k < begin + block_; ++k)
         {
-            float const a = row_angle_[k];
-            float const b = column_angle_[k];
-            int const is_near = static_cast<int>(a <= near) & static_cast<int>(b <= near);
-            int const is_less = static_cast<int>(a < angle) & static_cast<int>(b < angle);
-            int const is_small = static_cast<int>(row_area_[k] + column_area_[k] <= area);
-            open += is_near & (is_less | is_small);
+            open += static_cast<int>(is_open(k, limit));
         }
         return open;
+    }
+
+    /// Without branches, so that it can be asked for several splits side by side.
+    bool is_open(std::size_t k, float limit) const
+    {
+        float const a = row_angle_[k];
+        float const b = column_angle_[k];
+        float const near = best_.angle + near_;
+        int const is_near = static_cast<int>(a <= near) & static_cast<int>(b <= near);
+        int const is_less = static_cast<int>(a < best_.angle) & static_cast<int>(b < best_.angle);
+        int const is_small = static_cast<int>(area_bound(k) <= limit);
+        return (is_near & (is_less | is_small)) != 0;
     }
 
     /// Largest area with which split k, or one after it, is still of interest.
     float area_limit(std::size_t k) const { return k > best_k_ ? area_below_ : best_.area; }
 
-    /// Areas of splits without penalties.
-    void compute_areas(std::size_t begin, std::size_t end, float* areas) const
+    /// Areas of the triangles of a block's splits, without penalties.
+    /// \return whether one of the splits may win
+    bool compute_areas(std::size_t begin, float* areas)
     {
-        auto const [xs, ys, zs] = tables_.coordinates(i_ + 1);
+        float const* const im = lengths_.row(i_) + begin;
+        float const* const mj = lengths_.column(j_, i_ + 1) + begin;
         float const ji = (pi_ - pj_).norm();
-        for (std::size_t k = begin; k < end; ++k)
+        float const limit = area_limit(begin);
+        int open = 0;
+        for (std::size_t k = 0; k < block_; ++k)
         {
-            float const im = length(xs[k] - pi_.x(), ys[k] - pi_.y(), zs[k] - pi_.z());
-            float const mj = length(pj_.x() - xs[k], pj_.y() - ys[k], pj_.z() - zs[k]);
-            areas[k - begin] = triangle_area(im, mj, ji) + row_area_[k] + column_area_[k];
+            areas[k] = triangle_area(im[k], mj[k], ji);
+            int const is_less = static_cast<int>(row_angle_[begin + k] < best_.angle) &
+                                static_cast<int>(column_angle_[begin + k] < best_.angle);
+            open += is_less | static_cast<int>(with_parts(areas[k], begin + k) <= limit);
         }
+        return open > 0;
     }
-
-    /// As the norm of a vector is computed.
-    static float length(float x, float y, float z) { return std::sqrt(x * x + (y * y + z * z)); }
 
     /// Compares a split with the best by angle, area and place, and computes no more of it than
     /// that takes.
     void look_at(std::size_t k)
     {
-        float const bound = angle_bound(k);
+        look_at(k, angle_bound(k), triangle_area(pi_, rim_.points[corner(k)], pj_));
+    }
+
+    /// \param area of the triangle, without penalties
+    void look_at(std::size_t k, float bound, float area)
+    {
         if (bound > best_.angle)
         {
             note_runner_up(bound);
-            return;
         }
-        if (k == best_k_ || (bound == best_.angle && !may_be_smaller(k)) || is_too_steep(k))
+        else if (k != best_k_ && (bound < best_.angle || precedes(with_parts(area, k), k)))
+        {
+            look_closer(k, bound, with_needle(area, k));
+        }
+    }
+
+    /// \param area of the triangle, without the penalty of a fold
+    void look_closer(std::size_t k, float bound, float area)
+    {
+        SplitCost cost{bound, with_parts(area, k)};
+        if (bound == best_.angle && !precedes(cost.area, k))
         {
             return;
         }
-        SplitCost const cost = cost_of(k);
+        Steepness const steepness = steepness_of(k, bound);
+        if (steepness == Steepness::TOO_STEEP)
+        {
+            return;
+        }
+        if (steepness == Steepness::CLOSE_CALL)
+        {
+            float const angle = own_angle(k);
+            cost.angle = std::max(bound, angle);
+            if (angle > fold_angle)
+            {
+                cost.area = with_parts(area + rule_.bad_triangle_area, k);
+            }
+        }
         if (cost.angle > best_.angle)
         {
             note_runner_up(cost.angle);
         }
-        else if (cost.angle < best_.angle || cost.area < best_.area ||
-                 (cost.area == best_.area && k < best_k_))
+        else if (cost.angle < best_.angle || precedes(cost.area, k))
         {
             take(k, cost);
         }
+    }
+
+    /// Whether a split of the best angle is better than the best.
+    bool precedes(float area, std::size_t k) const
+    {
+        return area < best_.area || (area == best_.area && k < best_k_);
     }
 
     void note_runner_up(float angle) { runner_up_ = std::min(runner_up_, angle); }
@@ -272,12 +429,15 @@ private:
         area_below_ = just_below(cost.area);
     }
 
-    /// Whether the split's area, without penalties, leaves it a chance among equal angles.
-    bool may_be_smaller(std::size_t k) const
+    /// Area of a split from that of its triangle.
+    float with_parts(float area, std::size_t k) const
     {
-        Vector3f const& pm = rim_.points[corner(k)];
-        float const area = triangle_area(pi_, pm, pj_) + row_area_[k] + column_area_[k];
-        return area < best_.area || (area == best_.area && k < best_k_);
+        return area + row_area_[k] + column_area_[k];
+    }
+
+    float with_needle(float area, std::size_t k) const
+    {
+        return is_needle(pi_, rim_.points[corner(k)], pj_) ? area + rule_.bad_triangle_area : area;
     }
 
     /// Sets the cosine below which an angle is surely larger than the best. The margins are wide
@@ -290,28 +450,62 @@ private:
             usable ? std::cos(static_cast<float>(degrees * 0.017453292519943295)) - 4e-5F : -2.0F;
     }
 
-    /// Whether the triangle surely has a larger angle than the best split.
-    bool is_too_steep(std::size_t k) const
+    /// What the cosines tell of the angles at the split's triangle.
+    enum class Steepness
+    {
+        TOO_STEEP,   ///< One is surely larger than the best split's.
+        BELOW_BOUND, ///< All are surely smaller than those of the split's parts.
+        CLOSE_CALL   ///< They have to be computed.
+    };
+
+    Steepness steepness_of(std::size_t k, float bound) const
     {
         std::size_t const m = corner(k);
         int const existing = existing_edges(m);
         if (existing > (edge_exists_ ? 1 : 0))
         {
-            return best_.angle < 359.0F * static_cast<float>(existing);
-        }
-        if (cosine_limit_ < -1.0F)
-        {
-            return false;
+            return best_.angle < 359.0F * static_cast<float>(existing) ? Steepness::TOO_STEEP
+                                                                       : Steepness::CLOSE_CALL;
         }
         Vector3f const normal = (pi_ - pj_).cross(rim_.points[m] - pj_);
         float const square = normal.squaredNorm();
         if (!(square > 1e-30F && square < 1e30F))
         {
-            return false;
+            return Steepness::CLOSE_CALL;
         }
-        float const limit = cosine_limit_ * std::sqrt(square);
-        return normal.dot(tables_.normal(i_, m)) < limit ||
-               normal.dot(tables_.normal(m, j_)) < limit;
+        Vector3f const& left = tables_.normal(i_, m);
+        Vector3f const& right = tables_.normal(m, j_);
+        if (!is_unit(left) || !is_unit(right))
+        {
+            return Steepness::CLOSE_CALL;
+        }
+        float const length = std::sqrt(square);
+        float const cosine = std::min(normal.dot(left), normal.dot(right));
+        if (cosine < cosine_limit_ * length)
+        {
+            return Steepness::TOO_STEEP;
+        }
+        bool const is_inner = existing == 0 && !closes_polygon_;
+        return is_inner && cosine > cosine_above(bound) * length ? Steepness::BELOW_BOUND
+                                                                 : Steepness::CLOSE_CALL;
+    }
+
+    /// A face may be without a normal, or have one that is too short to be made a unit.
+    static bool is_unit(Vector3f const& u)
+    {
+        float const square = u.squaredNorm();
+        return square > 0.9999F && square < 1.0001F;
+    }
+
+    /// A cosine above which an angle is surely smaller than one in degrees, and no fold. The power
+    /// series up to a positive term is never smaller than the cosine.
+    static float cosine_above(float degrees)
+    {
+        float const angle = std::min(degrees, 180.0F) * 0.017453292F;
+        float const x = angle * angle;
+        float const series =
+            1.0F - x * (1.0F / 2 - x * (1.0F / 24 - x * (1.0F / 720 - x * (1.0F / 40320))));
+        return std::max(series, -0.97F) + 4e-5F;
     }
 
     int existing_edges(std::size_t m) const
@@ -319,22 +513,30 @@ private:
         return (edge_exists_ ? 1 : 0) + (rim_.edge_exist[m * rim_.points.size() + j_] ? 1 : 0);
     }
 
-    /// Cost of the sub-polygon with this split.
-    SplitCost cost_of(std::size_t k) const
+    /// Angle of the split's triangle.
+    float own_angle(std::size_t k) const
     {
         std::size_t const m = corner(k);
         NeighbourNormals neighbours;
         neighbours.add_unit(tables_.normal(i_, m));
         neighbours.add_unit(tables_.normal(m, j_));
-        if (i_ == 0 && j_ + 1 == rim_.points.size())
+        if (closes_polygon_)
         {
             neighbours.add(rim_.normals[j_]);
         }
-        SplitCost cost =
-            triangle_cost(pi_, rim_.points[m], pj_, neighbours, existing_edges(m), rule_);
-        cost.angle = std::max(angle_bound(k), cost.angle);
-        cost.area = cost.area + row_area_[k] + column_area_[k];
-        return cost;
+        return triangle_angle(pi_, rim_.points[m], pj_, neighbours, existing_edges(m), rule_);
+    }
+
+    /// Cost of the sub-polygon with this split.
+    SplitCost cost_of(std::size_t k) const
+    {
+        float const angle = own_angle(k);
+        float area = with_needle(triangle_area(pi_, rim_.points[corner(k)], pj_), k);
+        if (angle > fold_angle)
+        {
+            area += rule_.bad_triangle_area;
+        }
+        return {std::max(angle_bound(k), angle), with_parts(area, k)};
     }
 
     /// The scan behind the best split, where angles within the tolerance may win by their area.
@@ -367,6 +569,7 @@ private:
     PolygonRim const& rim_;
     TriangulationRule const& rule_;
     SplitTables const& tables_;
+    TileLengths& lengths_;
     std::size_t i_;
     std::size_t j_;
     std::size_t count_;
@@ -377,6 +580,7 @@ private:
     float const* column_angle_;
     float const* column_area_;
     bool edge_exists_;
+    bool closes_polygon_;
 
     static constexpr float none_ = std::numeric_limits<float>::infinity();
     SplitCost best_{none_, none_};
@@ -402,16 +606,26 @@ void set_sides(PolygonRim const& rim, SplitTables& tables)
     }
 }
 
+// Wider registers hold more splits. Each number is rounded as before, so the choice is the same.
+#if defined(__x86_64__) && defined(__GLIBC__) && defined(__GNUC__) && !defined(__clang__) &&       \
+    !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#define VELD_WIDE_REGISTERS __attribute__((target_clones("avx2", "default")))
+#else
+#define VELD_WIDE_REGISTERS
+#endif
+
 /// Solves the sub-polygons i..j of a tile. What they build on lies in it, left of it or below it.
-void solve_tile(PolygonRim const& rim, TriangulationRule const& rule, SplitTables& tables,
-                std::size_t first_i, std::size_t first_j, std::size_t side)
+VELD_WIDE_REGISTERS void solve_tile(PolygonRim const& rim, TriangulationRule const& rule,
+                                    SplitTables& tables, TileLengths& lengths, std::size_t first_i,
+                                    std::size_t first_j, std::size_t side)
 {
     std::size_t const end_j = std::min(first_j + side, tables.size());
+    lengths.enter(first_i, end_j);
     for (std::size_t j = std::max<std::size_t>(first_j, 2); j < end_j; ++j)
     {
         for (std::size_t i = std::min(first_i + side, j - 1); i-- > first_i;)
         {
-            PairSearch search(rim, rule, tables, i, j);
+            PairSearch search(rim, rule, tables, lengths, i, j);
             search.run();
             std::size_t const m = search.split();
             tables.set(i, j, search.cost(), static_cast<int>(m),
@@ -433,8 +647,10 @@ void solve(PolygonRim const& rim, TriangulationRule const& rule, SplitTables& ta
     {
         first_done[static_cast<std::size_t>(j)] = j + 1;
     }
-    bool const is_large = tables.size() >= 96;
-#pragma omp parallel num_threads(threads) if (threads > 1 && is_large)
+    int const used = tables.size() >= 96 ? std::max(threads, 1) : 1;
+    std::vector<TileLengths> lengths(static_cast<std::size_t>(used),
+                                     TileLengths(rim.points, tables, side));
+#pragma omp parallel num_threads(used) if (used > 1)
     for (auto j = static_cast<std::size_t>(next_column++); j < first_done.size();
          j = static_cast<std::size_t>(next_column++))
     {
@@ -444,7 +660,8 @@ void solve(PolygonRim const& rim, TriangulationRule const& rule, SplitTables& ta
             {
                 std::this_thread::yield();
             }
-            solve_tile(rim, rule, tables, static_cast<std::size_t>(i) * side, j * side, side);
+            solve_tile(rim, rule, tables, lengths[static_cast<std::size_t>(omp_get_thread_num())],
+                       static_cast<std::size_t>(i) * side, j * side, side);
             first_done[j].store(i, std::memory_order_release);
         }
     }
@@ -461,16 +678,7 @@ SplitCost triangle_cost(Vector3f const& pi, Vector3f const& pm, Vector3f const& 
     {
         area += rule.bad_triangle_area;
     }
-    float angle = largest_angle(pi, pm, pj, neighbours);
-    if (rule.flat_weight && angle < straight_angle)
-    {
-        angle = 0.0F;
-    }
-    for (int k = 0; k < existing_edges; ++k)
-    {
-        angle += 6.2831855F;
-    }
-    angle = static_cast<float>(angle * 180.0 / 3.141592653589793);
+    float const angle = triangle_angle(pi, pm, pj, neighbours, existing_edges, rule);
     if (angle > fold_angle)
     {
         area += rule.bad_triangle_area;

@@ -59,12 +59,17 @@ public:
     float const* row_angle(std::size_t i) const { return &row_angle_[row_[i]]; }
     float const* row_area(std::size_t i) const { return &row_area_[row_[i]]; }
 
-    /// Coordinates of the corners i, i + stride, .. that follow each other as in a column.
+    /// Place of a corner where all are sorted as in a column.
+    std::size_t place(std::size_t i) const
+    {
+        Place const& p = place_[i];
+        return p.remainder * (n_ / stride_) + std::min(p.remainder, n_ % stride_) + p.quotient;
+    }
+    /// Coordinates of the corners i, i + stride, .. that follow each other.
     std::array<float const*, 3> coordinates(std::size_t i) const
     {
-        std::size_t const at = place_[i].remainder * (n_ / stride_) +
-                               std::min(place_[i].remainder, n_ % stride_) + place_[i].quotient;
-        return {&coordinates_[0][at], &coordinates_[1][at], &coordinates_[2][at]};
+        std::size_t const k = place(i);
+        return {&coordinates_[0][k], &coordinates_[1][k], &coordinates_[2][k]};
     }
 
     int split(std::size_t i, std::size_t j) const { return lambda_[at(i, j)]; }

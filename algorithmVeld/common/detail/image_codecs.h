@@ -15,6 +15,7 @@ namespace OrvaneAlgorithm::detail
 {
 
 using RgbImage = Image<3, unsigned char>;
+using DepthImage = Image<1, std::uint16_t>;
 using Bytes = std::vector<unsigned char>;
 
 /// Larger images are refused: a damaged header must not take all memory.
@@ -28,6 +29,8 @@ bool write_png(std::ostream& stream, RgbImage const& image);
 /// hold no image that can be read
 bool read_jpeg(Bytes const& bytes, RgbImage& image);
 bool read_png(Bytes const& bytes, RgbImage& image);
+/// One grey channel of 16 bits, and nothing else.
+bool read_png_depth(Bytes const& bytes, DepthImage& image);
 
 /// Runs a step that calls a C library, whose errors come back as a jump to `jump`. The jump skips
 /// destructors, so the step makes no object that needs one.

@@ -1,5 +1,7 @@
 #include "algorithmVeld/common/detail/image_codecs.h"
 
+#include "algorithmVeld/common/detail/BinaryFile.h"
+
 #include <png.h>
 
 #include <cstring>
@@ -20,6 +22,45 @@ constexpr std::uint64_t MAX_EXPANSION = 1032;
 
 void on_warning(png_structp, png_const_charp) {}
 
+/// What a reader wants of a file's pixels: blue, green, red, whatever they are.
+struct ColourPixels
+{
+    using Image = RgbImage;
+    static constexpr std::size_t BYTES = 3;
+
+    static bool takes(png_structp, png_infop) { return true; }
+    static void convert(png_structp png)
+    {
+        png_set_scale_16(png);
+        png_set_palette_to_rgb(png);
+        png_set_expand_gray_1_2_4_to_8(png);
+        png_set_strip_alpha(png);
+        png_set_gray_to_rgb(png);
+        png_set_bgr(png);
+    }
+};
+
+/// One grey channel of 16 bits as numbers of the machine.
+struct DepthPixels
+{
+    using Image = DepthImage;
+    static constexpr std::size_t BYTES = 2;
+
+    static bool takes(png_structp png, png_infop info)
+    {
+        return png_get_bit_depth(png, info) == 16 &&
+               png_get_color_type(png, info) == PNG_COLOR_TYPE_GRAY;
+    }
+    static void convert(png_structp png)
+    {
+        if (host_is_little_endian())
+        {
+            png_set_swap(png); // the file's are big-endian
+        }
+    }
+};
+
+template <typename Pixels>
 class PngReader
 {
 public:
@@ -28,10 +69,11 @@ public:
     PngReader(PngReader const&) = delete;
     PngReader& operator=(PngReader const&) = delete;
 
-    bool read(RgbImage& image)
+    bool read(typename Pixels::Image& image)
     {
         std::uint64_t const n_bytes = left_;
-        if (!runs_without_error(jump_, [this] { read_header(); }) || !has_plausible_size(n_bytes))
+        if (!runs_without_error(jump_, [this] { read_header(); }) || !has_plausible_size(n_bytes) ||
+            !Pixels::takes(png_, info_))
         {
             return false;
         }
@@ -80,35 +122,26 @@ private:
 
     void make_room()
     {
-        image_ = RgbImage(static_cast<int>(png_get_image_width(png_, info_)),
-                          static_cast<int>(png_get_image_height(png_, info_)));
+        image_ = typename Pixels::Image(static_cast<int>(png_get_image_width(png_, info_)),
+                                        static_cast<int>(png_get_image_height(png_, info_)));
         for (int y = 0; y < image_.height(); ++y)
         {
-            rows_.push_back(image_.pixel(0, y));
+            rows_.push_back(reinterpret_cast<png_bytep>(image_.pixel(0, y)));
         }
     }
 
     void read_rows()
     {
-        convert_to_bgr();
+        Pixels::convert(png_);
         png_set_interlace_handling(png_);
         png_read_update_info(png_, info_);
-        if (png_get_rowbytes(png_, info_) != 3 * static_cast<std::size_t>(image_.width()))
+        if (png_get_rowbytes(png_, info_) !=
+            Pixels::BYTES * static_cast<std::size_t>(image_.width()))
         {
-            png_error(png_, "not colour");
+            png_error(png_, "other channels");
         }
         png_read_image(png_, rows_.data());
         png_read_end(png_, nullptr);
-    }
-
-    void convert_to_bgr()
-    {
-        png_set_scale_16(png_);
-        png_set_palette_to_rgb(png_);
-        png_set_expand_gray_1_2_4_to_8(png_);
-        png_set_strip_alpha(png_);
-        png_set_gray_to_rgb(png_);
-        png_set_bgr(png_);
     }
 
     unsigned char const* next_;
@@ -116,7 +149,7 @@ private:
     std::jmp_buf jump_{};
     png_structp png_ = nullptr;
     png_infop info_ = nullptr;
-    RgbImage image_;
+    typename Pixels::Image image_;
     std::vector<png_bytep> rows_;
 };
 
@@ -192,7 +225,12 @@ bool write_png(std::ostream& stream, RgbImage const& image)
 
 bool read_png(Bytes const& bytes, RgbImage& image)
 {
-    return PngReader(bytes).read(image);
+    return PngReader<ColourPixels>(bytes).read(image);
+}
+
+bool read_png_depth(Bytes const& bytes, DepthImage& image)
+{
+    return PngReader<DepthPixels>(bytes).read(image);
 }
 
 } // namespace OrvaneAlgorithm::detail

@@ -1,0 +1,211 @@
+#include "algorithmVeld/common/range_scan_io.h"
+
+#include "algorithmVeld/common/detail/PlyFile.h"
+#include "algorithmVeld/common/detail/WholeFile.h"
+
+#include <algorithm>
+
+namespace OrvaneAlgorithm
+{
+
+namespace
+{
+
+using namespace detail::ply;
+using detail::MeshFileError;
+using detail::MeshSoup;
+
+constexpr std::int64_t MAX_GRID_CELLS = std::int64_t{1} << 28;
+constexpr int NO_VERTEX = -1;
+
+struct GridSize
+{
+    std::int64_t rows = -1;
+    std::int64_t columns = -1;
+
+    std::uint64_t cells() const { return static_cast<std::uint64_t>(rows * columns); }
+};
+
+/// The number behind a key of the header's info lines.
+std::int64_t info_number(Header const& header, std::string_view key)
+{
+    for (auto const line : header.infos)
+    {
+        detail::TextCursor text(line);
+        text.next_line();
+        std::int64_t number = -1;
+        if (text.next_word() == key && detail::parse_number(text.next_word(), number) &&
+            number >= 0 && number <= MAX_GRID_CELLS)
+        {
+            return number;
+        }
+    }
+    throw MeshFileError("has no line 'obj_info " + std::string(key) + "' with a number of cells");
+}
+
+GridSize grid_size(Header const& header)
+{
+    GridSize size;
+    size.rows = info_number(header, "num_rows");
+    size.columns = info_number(header, "num_cols");
+    if (size.rows * size.columns > MAX_GRID_CELLS)
+    {
+        throw MeshFileError("has a grid that is too large");
+    }
+    return size;
+}
+
+bool is_grid(Element const& element)
+{
+    return element.name == "range_grid";
+}
+
+void check_elements(Header const& header, GridSize const& size)
+{
+    auto const& elements = header.elements;
+    auto const grid = std::find_if(elements.begin(), elements.end(), is_grid);
+    auto const is_vertex = [](Element const& element) { return element.name == "vertex"; };
+    if (std::count_if(elements.begin(), elements.end(), is_vertex) != 1 ||
+        std::count_if(elements.begin(), elements.end(), is_grid) != 1)
+    {
+        throw MeshFileError("does not declare one list of vertices and one range grid");
+    }
+    if (grid->properties.size() != 1 || !grid->properties.front().list_count)
+    {
+        throw MeshFileError("has a range grid that is no list of vertices");
+    }
+    if (grid->rows != size.cells())
+    {
+        throw MeshFileError("has a range grid of " + std::to_string(grid->rows) +
+                            " cells, but rows and columns for " + std::to_string(size.cells()));
+    }
+}
+
+/// The vertex of each cell, row by row.
+template <typename Source>
+std::vector<int> read_grid(Source& source, Element const& element)
+{
+    std::vector<int> grid;
+    auto const most = source.most_rows(1);
+    grid.reserve(static_cast<std::size_t>(std::min(element.rows, most)));
+    auto const& property = element.properties.front();
+    for (Row row{&element, 0}; row.number < element.rows; ++row.number)
+    {
+        source.begin_row(row);
+        auto const n = list_size(source, property, row);
+        if (n > 1)
+        {
+            throw MeshFileError(row.name() + " has more than one vertex");
+        }
+        grid.push_back(n == 0 ? NO_VERTEX : vertex_index(source.number(property.type), row));
+        if (n == 1 && grid.back() < 0)
+        {
+            throw MeshFileError(row.name() + " names a vertex that is not there");
+        }
+        source.end_row();
+    }
+    return grid;
+}
+
+void check_grid(std::vector<int> const& grid, std::size_t n_vertices)
+{
+    std::vector<char> is_used(n_vertices, 0);
+    for (std::size_t i = 0; i < grid.size(); ++i)
+    {
+        if (grid[i] == NO_VERTEX)
+        {
+            continue;
+        }
+        auto const vertex = static_cast<std::size_t>(grid[i]);
+        if (vertex >= n_vertices || is_used[vertex] != 0)
+        {
+            throw MeshFileError("range_grid " + std::to_string(i) + " names a vertex that is " +
+                                (vertex >= n_vertices ? "not there" : "in another cell"));
+        }
+        is_used[vertex] = 1;
+    }
+}
+
+bool is_complete(std::vector<int> const& grid, GridSize const& size, std::int64_t row,
+                 std::int64_t column)
+{
+    auto const is_set = [&](std::int64_t r, std::int64_t c)
+    { return grid[static_cast<std::size_t>(r * size.columns + c)] != NO_VERTEX; };
+    return row + 1 < size.rows && column + 1 < size.columns && is_set(row, column) &&
+           is_set(row, column + 1) && is_set(row + 1, column + 1) && is_set(row + 1, column);
+}
+
+RangeData frame_of(MeshSoup const& soup, std::vector<int> const& grid, GridSize const& size)
+{
+    RangeData frame;
+    frame.set_grid_size(static_cast<int>(size.rows), static_cast<int>(size.columns));
+    if (!soup.colors.empty())
+    {
+        frame.enable_vColor();
+    }
+    frame.reserve_vn(std::min(soup.points.size(), grid.size()));
+    for (std::size_t i = 0; i < grid.size(); ++i)
+    {
+        if (grid[i] == NO_VERTEX)
+        {
+            continue;
+        }
+        auto const from = static_cast<std::size_t>(grid[i]);
+        auto const row = static_cast<std::int64_t>(i) / size.columns;
+        auto const column = static_cast<std::int64_t>(i) % size.columns;
+        auto const vertex = frame.add_vCoord_and_vUV(
+            soup.points[from], {static_cast<int>(row), static_cast<int>(column)});
+        frame.set_cellFlag(vertex, static_cast<char>(is_complete(grid, size, row, column)));
+        if (frame.has_vColor)
+        {
+            frame.vColor[vertex] = soup.colors[from];
+        }
+    }
+    return frame;
+}
+
+RangeData read_scan(std::string const& content)
+{
+    auto const header = parse_header(content);
+    auto const size = grid_size(header);
+    check_elements(header, size);
+    MeshSoup soup;
+    std::vector<int> grid;
+    read_body(header,
+              [&](auto source)
+              {
+                  for (auto const& element : header.elements)
+                  {
+                      if (element.name == "vertex")
+                      {
+                          read_vertices(source, element, soup);
+                      }
+                      else if (is_grid(element))
+                      {
+                          grid = read_grid(source, element);
+                      }
+                      else
+                      {
+                          skip_element(source, element);
+                      }
+                  }
+                  if (!source.at_end())
+                  {
+                      throw MeshFileError("holds more than its header declares");
+                  }
+              });
+    check_grid(grid, soup.points.size());
+    detail::clean_attributes(soup);
+    return frame_of(soup, grid, size);
+}
+
+} // namespace
+
+bool read_range_ply(std::string const& path, RangeData& frame, std::string& error)
+{
+    frame = RangeData();
+    error = detail::error_of(path, [&] { frame = read_scan(detail::file_content(path)); });
+    return error.empty();
+}
+
+} // namespace OrvaneAlgorithm

@@ -1,0 +1,267 @@
+#include "algorithmVeld/reconstruction/FrameOverlap.h"
+
+#include "algorithmVeld/common/detail/Log.h"
+#include "algorithmVeld/common/detail/ParallelFor.h"
+#include "algorithmVeld/common/detail/checked.h"
+#include "algorithmVeld/reconstruction/detail/FrameSurface.h"
+#include "algorithmVeld/reconstruction/detail/FrameTriangulation.h"
+#include "algorithmVeld/reconstruction/detail/OverlapChoice.h"
+#include "algorithmVeld/reconstruction/detail/OverlapSearch.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+
+namespace OrvaneAlgorithm
+{
+
+namespace
+{
+
+constexpr double PI = 3.14159265358979323846;
+
+/// Runs one stage under its step.
+template <typename Stage>
+auto timed(char const* step, Stage const& stage)
+{
+    detail::StepTimer const timer(step, "frame-overlap");
+    return stage();
+}
+
+bool fits_numbering(std::vector<RangeData const*> const& ranges)
+{
+    std::size_t left = std::numeric_limits<int>::max();
+    return std::all_of(ranges.begin(), ranges.end(),
+                       [&](RangeData const* frame)
+                       {
+                           bool const fits = frame->get_vn() <= left;
+                           left -= fits ? frame->get_vn() : 0;
+                           return fits;
+                       });
+}
+
+/// Whether frames can be worked on; the log tells why not.
+bool are_usable(std::vector<RangeData const*> const& ranges)
+{
+    if (ranges.empty())
+    {
+        detail::log("  empty ranges.\n");
+        return false;
+    }
+    if (auto const frame = detail::frame_without_normals(ranges))
+    {
+        detail::log("  range %d missing vertex normal.\n", static_cast<int>(*frame));
+        return false;
+    }
+    if (!fits_numbering(ranges))
+    {
+        detail::log("  too many points.\n");
+        return false;
+    }
+    return true;
+}
+
+void log_counts(std::vector<FrameOverlap::FrameCounts> const& counts)
+{
+    std::size_t points = 0;
+    std::size_t removed = 0;
+    for (std::size_t f = 0; f < counts.size(); ++f)
+    {
+        detail::log("  range %zu: %zu of %zu points removed, %zu overlapped\n", f,
+                    counts[f].removed, counts[f].points, counts[f].overlapped);
+        points += counts[f].points;
+        removed += counts[f].removed;
+    }
+    detail::log("  removed points: %zu of %zu\n", removed, points);
+}
+
+std::size_t complete_cells(RangeData const& frame)
+{
+    MatrixXi map;
+    frame.create_vertices_index_map(map);
+    std::vector<std::vector<int>> quads;
+    frame.convert_to_quad(map, quads);
+    return quads.size();
+}
+
+/// Runs `work(f)` for each frame in parallel.
+template <typename Work>
+void for_each_frame(std::vector<RangeData const*> const& ranges, Work const& work)
+{
+    detail::parallel_for_uneven(static_cast<std::ptrdiff_t>(ranges.size()),
+                                [&](std::ptrdiff_t f) { work(static_cast<std::size_t>(f)); });
+}
+
+/// The value in the middle; 0 of an empty list.
+double median(std::vector<double> values)
+{
+    if (values.empty())
+    {
+        return 0.0;
+    }
+    auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/// Distances from evenly spread points of a frame to their neighbours to the right and below.
+std::vector<double> grid_distances(RangeData const& frame)
+{
+    constexpr std::size_t samples = 2000;
+    MatrixXi map;
+    frame.create_vertices_index_map(map);
+    std::vector<double> distances;
+    std::size_t const n = std::min(frame.get_vn(), frame.vUV.size());
+    std::size_t const step = std::max<std::size_t>(1, n / samples);
+    auto const add = [&](std::size_t i, long long row, long long col)
+    {
+        bool const inside = row >= 0 && col >= 0 && row < map.rows() && col < map.cols();
+        if (inside && map(row, col) >= 0)
+        {
+            auto const other = static_cast<std::size_t>(map(row, col));
+            double const distance =
+                (frame.vCoord[other].cast<double>() - frame.vCoord[i].cast<double>()).norm();
+            // NaN has no place in an order.
+            if (std::isfinite(distance))
+            {
+                distances.push_back(distance);
+            }
+        }
+    };
+    for (std::size_t i = 0; i < n; i += step)
+    {
+        auto const [row, col] = frame.vUV[i];
+        add(i, row, col + 1LL);
+        add(i, row + 1LL, col);
+    }
+    return distances;
+}
+
+/// Mean distance between neighbours on the grid of a frame; 0 without any. Unlike
+/// `RangeData_compute_mean_distance` it leaves jumps of depth out, few of which weigh as much as
+/// all the others.
+double frame_spacing(RangeData const& frame)
+{
+    auto distances = grid_distances(frame);
+    double const jump = 3.0 * median(distances);
+    distances.erase(
+        std::remove_if(distances.begin(), distances.end(), [jump](double d) { return d > jump; }),
+        distances.end());
+    return distances.empty() ? 0.0
+                             : std::accumulate(distances.begin(), distances.end(), 0.0) /
+                                   static_cast<double>(distances.size());
+}
+
+/// A copy of a frame with those points only that stay. Flags of its points stay what they are.
+RangeData copy_kept(RangeData const& frame, std::size_t first, std::vector<char> const& stays,
+                    std::vector<char> const& cells)
+{
+    RangeData copy = frame;
+    copy.disable_vFlag();
+    copy.enable_vFlag();
+    std::vector<unsigned char> flags;
+    for (std::size_t i = 0; i < frame.get_vn(); ++i)
+    {
+        copy.set_vDeleted(i, stays[first + i] == 0);
+        copy.cellFlag[i] = cells[first + i];
+        if (frame.has_vFlag && stays[first + i] == 1)
+        {
+            flags.push_back(detail::at(frame.vFlag, i));
+        }
+    }
+    copy.squeeze();
+    copy.disable_vFlag();
+    copy.has_vFlag = frame.has_vFlag;
+    copy.vFlag = std::move(flags);
+    return copy;
+}
+
+FrameOverlap::FrameCounts count(RangeData const& frame, RangeData const& kept,
+                                detail::PointLists const& overlap, std::size_t first)
+{
+    FrameOverlap::FrameCounts counts;
+    counts.points = frame.get_vn();
+    counts.removed = frame.get_vn() - kept.get_vn();
+    for (std::size_t i = 0; i < frame.get_vn(); ++i)
+    {
+        counts.overlapped += overlap.empty(first + i) ? 0 : 1;
+    }
+    counts.cells = complete_cells(frame);
+    counts.cells_left = complete_cells(kept);
+    return counts;
+}
+
+} // namespace
+
+RetVal FrameOverlap::remove_overlap(std::vector<RangeData const*> const& ranges,
+                                    std::vector<RangeData>& result)
+{
+    detail::log("remove_overlap() ..\n");
+    detail::StepTimer const timer("frame-overlap");
+    result.clear();
+    frame_counts_.clear();
+    used_point_spacing_ = 0.0;
+    if (!are_usable(ranges))
+    {
+        return RET_INVALID_INPUT;
+    }
+    double const spacing = point_spacing_ > 0.0 ? point_spacing_ : measure_point_spacing(ranges);
+    detail::log("  point spacing: %g\n", spacing);
+    std::vector<FrameCounts> counts(ranges.size());
+    auto kept = take_out(ranges, spacing, counts);
+    log_counts(counts);
+    result = std::move(kept);
+    frame_counts_ = std::move(counts);
+    used_point_spacing_ = spacing;
+    return RET_SUCCESS;
+}
+
+std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> const& ranges,
+                                              double spacing,
+                                              std::vector<FrameCounts>& counts) const
+{
+    int const border_cells = std::max(border_cells_, 0);
+    detail::OverlapLimits limits;
+    limits.spacing = spacing;
+    limits.cover_factor = cover_factor_;
+    limits.layer_factor = layer_factor_;
+    limits.least_cosine = std::cos(normal_angle_thr_ * PI / 180.0);
+    auto const surface = timed(
+        "list-frames", [&]
+        { return detail::list_frame_surface(ranges, long_edge_factor_ * spacing, border_cells); });
+    auto const overlap =
+        timed("find-overlap", [&] { return detail::find_overlap(surface, limits); });
+    auto const advantage =
+        timed("compare-frames",
+              [&]
+              {
+                  return detail::compare_frames(
+                      surface, overlap, detail::measure_quality(surface, spacing, border_cells));
+              });
+    auto const stays = timed(
+        "choose-points",
+        [&] { return detail::choose_points(surface, overlap, advantage, gap_factor_ * spacing); });
+    detail::StepTimer const timer("copy-frames", "frame-overlap");
+    auto const cells = detail::cells_left(surface, stays);
+    std::vector<RangeData> kept(ranges.size());
+    for_each_frame(ranges,
+                   [&](std::size_t f)
+                   {
+                       kept[f] = copy_kept(*ranges[f], surface.first[f], stays, cells);
+                       counts[f] = count(*ranges[f], kept[f], overlap, surface.first[f]);
+                   });
+    return kept;
+}
+
+double FrameOverlap::measure_point_spacing(std::vector<RangeData const*> const& ranges)
+{
+    std::vector<double> spacings(ranges.size(), 0.0);
+    for_each_frame(ranges, [&](std::size_t f) { spacings[f] = frame_spacing(*ranges[f]); });
+    spacings.erase(
+        std::remove_if(spacings.begin(), spacings.end(), [](double s) { return !(s > 0.0); }),
+        spacings.end());
+    return median(std::move(spacings));
+}
+
+} // namespace OrvaneAlgorithm

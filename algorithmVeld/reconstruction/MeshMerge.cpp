@@ -1,0 +1,186 @@
+#include "algorithmVeld/reconstruction/MeshMerge.h"
+
+#include "algorithmVeld/cleanup/PostProcessing.h"
+#include "algorithmVeld/common/detail/Compaction.h"
+#include "algorithmVeld/common/detail/Log.h"
+#include "algorithmVeld/common/detail/MeshDump.h"
+#include "algorithmVeld/common/detail/MeshScope.h"
+#include "algorithmVeld/reconstruction/detail/BorderFilter.h"
+#include "algorithmVeld/reconstruction/detail/FrameTriangulation.h"
+
+#include <exception>
+#include <string>
+
+namespace OrvaneAlgorithm
+{
+
+namespace
+{
+
+/// Runs one stage under its step.
+template <typename Stage>
+auto timed(char const* step, Stage const& stage)
+{
+    detail::StepTimer const timer(step, "mesh-merge");
+    return stage();
+}
+
+/// Empties the mesh if an exception leaves the scope, for half of a merge is of no use.
+class EmptiedOnException
+{
+public:
+    explicit EmptiedOnException(TriMesh& mesh) : mesh_(mesh) {}
+    ~EmptiedOnException()
+    {
+        if (std::uncaught_exceptions() > exceptions_)
+        {
+            mesh_.clear();
+        }
+    }
+    EmptiedOnException(EmptiedOnException const&) = delete;
+    EmptiedOnException& operator=(EmptiedOnException const&) = delete;
+
+private:
+    TriMesh& mesh_;
+    int exceptions_ = std::uncaught_exceptions();
+};
+
+} // namespace
+
+/// The frame of each vertex, on the mesh for a scope.
+class MeshMerge::FrameNumbers
+{
+public:
+    FrameNumbers(MeshMerge& owner, TriMesh& mesh) : owner_(owner), mesh_(mesh)
+    {
+        mesh_.add_property(owner_.vert_frame_prop, "<vprop>");
+    }
+    ~FrameNumbers() { mesh_.remove_property(owner_.vert_frame_prop); }
+    FrameNumbers(FrameNumbers const&) = delete;
+    FrameNumbers& operator=(FrameNumbers const&) = delete;
+
+    void copy_to(std::vector<int>& vertex_frames) const
+    {
+        vertex_frames.clear();
+        vertex_frames.resize(mesh_.n_vertices(), 0);
+        for (auto const vertex : mesh_.vertices())
+        {
+            vertex_frames[static_cast<std::size_t>(vertex.idx())] =
+                mesh_.property(owner_.vert_frame_prop, vertex);
+        }
+    }
+
+private:
+    MeshMerge& owner_;
+    TriMesh& mesh_;
+};
+
+RetVal MeshMerge::mesh_merge(std::vector<RangeData const*> const& ranges, double stitch_radius,
+                             TriMesh& mesh, bool verbose, int max_hole_edges,
+                             int min_component_size, double long_edge_length,
+                             std::vector<int>& vertex_frames)
+{
+    gPH.log_enabled = verbose;
+    detail::log("mesh_merge() ..\n");
+    detail::StepTimer const timer("mesh-merge");
+    mesh.clear();
+    EmptiedOnException const emptied(mesh);
+    FrameNumbers const frame_numbers(*this, mesh);
+    if (!timed("rge-to-mesh", [&] { return convert_rge_to_mesh(ranges, mesh); }))
+    {
+        detail::log("  fail to convert rge to mesh.\n");
+        return RET_INVALID_INPUT;
+    }
+    save(mesh, "00-initial-mesh.stl", "save-initial-mesh");
+    close_gaps(mesh, static_cast<float>(stitch_radius), max_hole_edges, min_component_size,
+               static_cast<float>(long_edge_length));
+    frame_numbers.copy_to(vertex_frames);
+    return RET_SUCCESS;
+}
+
+/// The stages on the one mesh. Small components go before the last round of trimming, which would
+/// close a piece of few edges all around.
+void MeshMerge::close_gaps(TriMesh& mesh, float stitch_radius, int max_hole_edges,
+                           int min_component_size, float long_edge_length)
+{
+    double const longest_ear_edge = ear_edge_factor * point_spacing;
+
+    timed("delete-long-edge", [&] { delete_long_edge(mesh, long_edge_length); });
+    save(mesh, "10-long-edge-deleted-mesh.stl", "save-long-edge-deleted-mesh");
+
+    timed("border-stitch", [&] { border_stitch(mesh, stitch_radius); });
+    save(mesh, "20-stitched-mesh.stl", "save-stitched-mesh");
+
+    timed("mesh-filter", [&] { mesh_filter(mesh); });
+    save(mesh, "30-filtered-mesh.stl", "save-filtered-mesh");
+
+    timed("ear-trimming-round-1",
+          [&] {
+              ear_trimming(mesh, false, true, true, max_hole_edges, longest_ear_edge,
+                           ear_normal_angle);
+          });
+    save(mesh, "40-hole-filled-round-1-mesh.stl", "save-hole-filled-round-1-mesh");
+
+    timed("remove-small-components",
+          [&] { PostProcessing().remove_small_objects(mesh, min_component_size); });
+    save(mesh, "50-small-components-removed-mesh.stl", "save-small-components-removed-mesh");
+
+    timed("ear-trimming-round-2",
+          [&] {
+              ear_trimming(mesh, true, false, false, max_hole_edges, longest_ear_edge,
+                           ear_normal_angle);
+          });
+    save(mesh, "60-hole-filled-round-2-mesh.stl", "save-hole-filled-round-2-mesh");
+}
+
+void MeshMerge::save(TriMesh const& mesh, char const* name, char const* step) const
+{
+    if (gPH.log_enabled && save_debug_meshes)
+    {
+        detail::dump_mesh(mesh, gPH.result_dir + "/" + name, step);
+    }
+}
+
+bool MeshMerge::convert_rge_to_mesh(std::vector<RangeData const*> const& ranges, TriMesh& mesh)
+{
+    detail::log("convert_rge_to_mesh() ..\n");
+    if (ranges.empty())
+    {
+        detail::log("  empty ranges.\n");
+        return false;
+    }
+    if (auto const frame = detail::frame_without_normals(ranges))
+    {
+        detail::log("  range %d missing vertex normal.\n", static_cast<int>(*frame));
+        return false;
+    }
+    detail::triangulate_frames(ranges, detail::ColourRule::ANY_FRAME, vert_frame_prop, mesh);
+    return true;
+}
+
+void MeshMerge::delete_long_edge(TriMesh& mesh, float length)
+{
+    detail::log("delete_long_edge() ..\n");
+    detail::DeletionScope const scope(mesh);
+    int const deleted =
+        detail::delete_long_border_edges(mesh, static_cast<double>(length), detail::EdgeWalk::ALL);
+    if (deleted > 0)
+    {
+        detail::compact(mesh);
+    }
+    detail::log("  deleted long edges: %d\n", deleted);
+}
+
+void MeshMerge::mesh_filter(TriMesh& mesh)
+{
+    detail::log("mesh_filter() ..\n");
+    detail::DeletionScope const scope(mesh);
+    int const vertices = detail::delete_thin_border_vertices(mesh);
+    int const faces = detail::delete_lone_faces(mesh);
+    if (vertices > 0 || faces > 0)
+    {
+        detail::compact(mesh);
+    }
+}
+
+} // namespace OrvaneAlgorithm

@@ -1,0 +1,104 @@
+#pragma once
+
+#include "algorithmVeld/HoleFilling/EarTrimming.h"
+#include "algorithmVeld/common/RangeData.h"
+#include "algorithmVeld/common/RetVal.h"
+#include "algorithmVeld/common/TriMesh.h"
+#include "algorithmVeld/common/export.h"
+
+#include <vector>
+
+namespace OrvaneAlgorithm
+{
+
+/// Turns registered range frames into one triangle mesh, without a volume between: the points of
+/// the frames become the vertices and stay where they are.
+///
+/// Each frame is triangulated on its own grid. Then what separates the frames is closed by local
+/// operations: long border edges are cut away, near borders are stitched by a fan of triangles
+/// around each border vertex (Delaunay in the plane of the surface there), stray border vertices
+/// and faces go, holes are closed by ears in two rounds, and small components go between the two.
+/// Frames that overlap keep all their layers.
+///
+/// Lengths are millimetres. The mesh is the same for any number of threads, as if the borders were
+/// stitched one after the other. An object keeps its settings between calls; it is not meant to be
+/// used from two threads at once, and two merges at once share the log switch.
+class ALGORITHMVELD_API MeshMerge : public EarTrimming
+{
+public:
+    MeshMerge() = default;
+    MeshMerge(MeshMerge const&) = default;
+    MeshMerge& operator=(MeshMerge const&) = default;
+    ~MeshMerge() = default;
+
+    /// Merges frames. It stores the settings of its last round of trimming as those of
+    /// `EarTrimming`, and `open_holes` tells what that round left open.
+    /// \param ranges the frames, each with vertex normals that look at the sensor, colours as they
+    ///        come. Grid cells run against the clock about the normals, see `RangeData`. A null
+    ///        pointer counts as a frame without normals.
+    /// \param stitch_radius half of the least distance in which a border vertex looks for others;
+    ///        of the size of the point spacing
+    /// \param mesh replaced. It gets vertex normals, and colours if any frame has them; vertices
+    ///        of frames without colours are black then. Empty on failure.
+    /// \param verbose written to the log switch of `gPH`, and left there
+    /// \param max_hole_edges holes up to this are closed at the end without further limits; larger
+    ///        ones only as far as the limits on ears allow
+    /// \param min_component_size components of so many faces or fewer are removed
+    /// \param long_edge_length border edges longer than this are cut away, with their faces
+    /// \param vertex_frames replaced: for each vertex of the mesh the position of its frame in
+    ///        `ranges`. Left alone on failure.
+    /// \return `RET_SUCCESS`, or `RET_INVALID_INPUT` if there is no frame or one lacks normals
+    /// \throw std::out_of_range if a channel of a frame that is on is shorter than the frame. The
+    ///        mesh is empty after any exception, also one of a sink or an observer of steps.
+    RetVal mesh_merge(std::vector<RangeData const*> const& ranges, double stitch_radius,
+                      TriMesh& mesh, bool verbose, int max_hole_edges, int min_component_size,
+                      double long_edge_length, std::vector<int>& vertex_frames);
+
+    /// Distance between neighbouring points of a scan; 0.12 by default. It scales the longest
+    /// stitched edge and the longest edge of an ear, and does not follow the stitch radius.
+    void set_point_spacing(double length) { point_spacing = length; }
+    /// Largest angle in degrees between a stitched face and those around its corners; 30 by
+    /// default.
+    void set_normal_angle_thr(float degrees) { normal_angle_thr = degrees; }
+    /// Longest edge across from a stitched vertex in point spacings, and the longest border edge of
+    /// a vertex that is stitched at all in stitch radii; 8 by default.
+    void set_neighbour_factor(int factor) { neighbour_factor = factor; }
+    /// Longest closing edge of an ear in the first round, in point spacings; 5 by default.
+    void set_ear_edge_factor(double factor) { ear_edge_factor = factor; }
+    /// Largest angle in degrees between an ear and the faces around its corners in the first round;
+    /// 150 by default.
+    void set_ear_normal_angle(double degrees) { ear_normal_angle = degrees; }
+    /// Whether to write the mesh after each stage to `result_dir` of `gPH`, while the log switch is
+    /// on. Off by default.
+    void set_save_debug_meshes(bool enabled) { save_debug_meshes = enabled; }
+
+protected:
+    // Hosts know these by name and place.
+    double point_spacing = 0.12;
+    float normal_angle_thr = 30.0F;
+    int neighbour_factor = 8;
+    double ear_edge_factor = 5.0;
+    double ear_normal_angle = 150.0;
+    // The first three never are on a mesh: threads keep in their own memory what a stitch needs.
+    OpenMesh::VPropHandleT<int> vert_state_prop;
+    OpenMesh::VPropHandleT<Vector2f> vert_local_prop;
+    OpenMesh::VPropHandleT<float> vert_angle_prop;
+    OpenMesh::VPropHandleT<int> vert_frame_prop; ///< Frame of each vertex, live during a merge.
+    bool save_debug_meshes = false;
+
+private:
+    class FrameNumbers;
+
+    bool convert_rge_to_mesh(std::vector<RangeData const*> const& ranges, TriMesh& mesh);
+    void delete_long_edge(TriMesh& mesh, float length);
+    void border_stitch(TriMesh& mesh, float radius);
+    void divide_mesh(TriMesh& mesh, std::vector<std::vector<OpenMesh::VertexHandle>>& slabs);
+    void mesh_filter(TriMesh& mesh);
+
+    void close_gaps(TriMesh& mesh, float stitch_radius, int max_hole_edges, int min_component_size,
+                    float long_edge_length);
+    std::vector<int> slab_numbers(TriMesh const& mesh) const;
+    void save(TriMesh const& mesh, char const* name, char const* step) const;
+};
+
+} // namespace OrvaneAlgorithm

@@ -1,0 +1,108 @@
+#include "algorithmVeld/common/LogHolder.h"
+#include "algorithmVeld/reconstruction/MeshMerge.h"
+#include "benchmarks/support/sphere_frames.h"
+
+#include <benchmark/benchmark.h>
+
+#include <omp.h>
+
+#include <cstdio>
+#include <string>
+
+/// \file
+/// Merging ten overlapping frames of 60 thousand points each, and sets of several such objects side
+/// by side, which shows how time grows. The share of each stage is in the counters.
+
+namespace
+{
+
+using OrvaneAlgorithm::gLH;
+using OrvaneAlgorithm::MeshMerge;
+using OrvaneAlgorithm::RangeData;
+using OrvaneAlgorithm::TriMesh;
+
+constexpr double spacing = 0.12;
+
+std::vector<RangeData> const& object()
+{
+    static std::vector<RangeData> const frames = veld_benchmark::sphere_frames(10, spacing);
+    return frames;
+}
+
+/// The object's frames several times, side by side.
+std::vector<RangeData> objects(int count)
+{
+    std::vector<RangeData> frames;
+    for (int i = 0; i < count; ++i)
+    {
+        for (auto frame : object())
+        {
+            auto pose = frame.get_rigidMatrix();
+            pose.set_translation(pose.get_translation() +
+                                 OrvaneAlgorithm::Vector3d(0, 60.0 * i, 0));
+            frame.set_rigidMatrix(pose);
+            frames.push_back(frame);
+        }
+    }
+    return frames;
+}
+
+/// Seconds of a step of the last run, from the report of steps.
+double seconds_of(std::string const& report, std::string const& step)
+{
+    auto const at = report.find("{\"name\":\"" + step + "\"");
+    auto const seconds = at == std::string::npos ? at : report.find("\"seconds\":", at);
+    return seconds == std::string::npos ? 0.0 : std::stod(report.substr(seconds + 10));
+}
+
+/// Arguments: objects, threads.
+void mesh_merge(benchmark::State& state)
+{
+    int const threads = omp_get_max_threads();
+    omp_set_num_threads(static_cast<int>(state.range(1)));
+    auto const frames = objects(static_cast<int>(state.range(0)));
+    std::vector<RangeData const*> ranges;
+    std::size_t points = 0;
+    for (auto const& frame : frames)
+    {
+        ranges.push_back(&frame);
+        points += frame.get_vn();
+    }
+    gLH.clear_steps();
+    std::size_t faces = 0;
+    std::size_t borders = 0;
+    for (auto _ : state)
+    {
+        TriMesh mesh;
+        std::vector<int> vertex_frames;
+        MeshMerge().mesh_merge(ranges, spacing, mesh, false, 20, 100, 5.0 * spacing, vertex_frames);
+        state.PauseTiming();
+        faces = mesh.n_faces();
+        borders = 0;
+        for (auto const edge : mesh.edges())
+        {
+            borders += edge.is_boundary() ? 1 : 0;
+        }
+        state.ResumeTiming();
+    }
+    auto const report = gLH.steps_as_json();
+    for (char const* step :
+         {"rge-to-mesh", "delete-long-edge", "border-stitch", "mesh-filter", "ear-trimming-round-1",
+          "remove-small-components", "ear-trimming-round-2"})
+    {
+        state.counters[step] = benchmark::Counter(1000.0 * seconds_of(report, step),
+                                                  benchmark::Counter::kAvgIterations);
+    }
+    state.counters["points"] = static_cast<double>(points);
+    state.counters["faces"] = static_cast<double>(faces);
+    state.counters["border_edges"] = static_cast<double>(borders);
+    omp_set_num_threads(threads);
+}
+
+} // namespace
+
+BENCHMARK(mesh_merge)
+    ->ArgNames({"objects", "threads"})
+    ->ArgsProduct({{1, 2}, {1, 2}})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);

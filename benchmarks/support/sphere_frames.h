@@ -1,0 +1,122 @@
+#pragma once
+
+#include "algorithmVeld/common/RangeData.h"
+
+#include <array>
+#include <cmath>
+#include <random>
+#include <vector>
+
+/// \file
+/// Range frames of a bumpy sphere, seen from several sides by a scanner with noise, drop-outs and a
+/// small error of registration. The same arguments give the same frames.
+
+namespace veld_benchmark
+{
+
+using OrvaneAlgorithm::Matrix3d;
+using OrvaneAlgorithm::RangeData;
+using OrvaneAlgorithm::Vector3d;
+using OrvaneAlgorithm::Vector3f;
+
+constexpr double sphere_radius = 20.0;
+
+/// Distance of the surface from the middle, in a direction.
+inline double bumpy_radius(Vector3d const& direction)
+{
+    return sphere_radius +
+           0.4 * std::sin(6.0 * direction.x()) * std::cos(5.0 * direction.y() + direction.z());
+}
+
+/// Where a sight line along -z meets the surface, in a frame that is turned by `rotation`; NaN if
+/// it passes by.
+inline double height_at(double x, double y, Matrix3d const& rotation)
+{
+    double z = 1.2 * sphere_radius;
+    for (int step = 0; step < 200; ++step)
+    {
+        Vector3d const p(x, y, z);
+        double const gap = p.norm() - bumpy_radius(rotation * p.normalized());
+        if (gap < 1e-6)
+        {
+            return z;
+        }
+        z -= 0.7 * gap;
+        if (z < 0.0)
+        {
+            break;
+        }
+    }
+    return std::nan("");
+}
+
+inline Matrix3d view(int i)
+{
+    // Directions spread evenly over the sphere, on a spiral.
+    double const golden = 2.399963229728653;
+    double const height = 1.0 - (2.0 * i + 1.0) / 10.0;
+    double const side = std::sqrt(std::max(0.0, 1.0 - height * height));
+    Vector3d const z(side * std::cos(golden * i), side * std::sin(golden * i), height);
+    Vector3d const x = z.unitOrthogonal();
+    Matrix3d rotation;
+    rotation << x, z.cross(x), z;
+    return rotation;
+}
+
+/// One frame: rows run upwards as the sensor, which looks along -z, sees them.
+inline RangeData sphere_frame(int number, double spacing, std::mt19937& random)
+{
+    std::normal_distribution<double> noise(0.0, 0.05 * spacing);
+    std::uniform_real_distribution<double> uniform(0.0, 1.0);
+    Matrix3d const rotation = view(number);
+    double const half = 0.85 * sphere_radius;
+    int const n = static_cast<int>(2.0 * half / spacing) + 1;
+    RangeData frame;
+    frame.set_grid_size(n, n);
+    for (int r = 0; r < n; ++r)
+    {
+        for (int c = 0; c < n; ++c)
+        {
+            double const x = -half + c * spacing;
+            double const y = -half + r * spacing;
+            double const z = height_at(x, y, rotation);
+            bool const seen =
+                x * x + y * y < half * half && std::isfinite(z) && uniform(random) > 0.001;
+            if (seen)
+            {
+                frame.add_vCoord_and_vUV(Vector3d(x, y, z + noise(random)).cast<float>(), {r, c});
+            }
+        }
+    }
+    OrvaneAlgorithm::MatrixXi map;
+    frame.create_vertices_index_map(map);
+    for (std::size_t i = 0; i < frame.get_vn(); ++i)
+    {
+        auto const [r, c] = frame.vUV[i];
+        bool const full = r + 1 < n && c + 1 < n && map(r, c + 1) >= 0 && map(r + 1, c) >= 0 &&
+                          map(r + 1, c + 1) >= 0;
+        frame.set_cellFlag(i, full ? 1 : 0);
+    }
+    frame.update_vNrv_from_grid();
+    OrvaneAlgorithm::RigidMatrix pose;
+    pose.set_rotation(rotation);
+    pose.set_translation(0.2 * spacing * Vector3d(noise(random), noise(random), noise(random)) /
+                         (0.05 * spacing));
+    frame.set_rigidMatrix(pose);
+    return frame;
+}
+
+/// Frames of about 60 thousand points each at a spacing of 0.12 mm; the number of points goes with
+/// the square of 0.12 / `spacing`.
+inline std::vector<RangeData> sphere_frames(int count, double spacing)
+{
+    std::mt19937 random(7);
+    std::vector<RangeData> frames;
+    for (int i = 0; i < count; ++i)
+    {
+        frames.push_back(sphere_frame(i, spacing, random));
+    }
+    return frames;
+}
+
+} // namespace veld_benchmark

@@ -1,0 +1,599 @@
+#include "algorithmVeld/reconstruction/FrameOverlap.h"
+#include "algorithmVeld/common/KdTree3f.h"
+#include "algorithmVeld/common/range_scan_io.h"
+#include "algorithmVeld/reconstruction/MeshMerge.h"
+#include "tests/reconstruction/frames.h"
+#include "tests/support/holes.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/real_data.h"
+
+#include <gmock/gmock.h>
+
+#include <omp.h>
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <limits>
+#include <sstream>
+#include <stdexcept>
+
+using namespace OrvaneAlgorithm;
+using namespace veld_test;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace
+{
+
+constexpr float NAN_FLOAT = std::numeric_limits<float>::quiet_NaN();
+
+std::vector<RangeData> without_overlap(std::vector<RangeData> const& frames,
+                                       FrameOverlap operation = FrameOverlap())
+{
+    std::vector<RangeData> result;
+    EXPECT_EQ(operation.remove_overlap(pointers(frames), result), RET_SUCCESS);
+    EXPECT_EQ(result.size(), frames.size());
+    return result;
+}
+
+std::size_t points_of(std::vector<RangeData> const& frames)
+{
+    std::size_t n = 0;
+    for (auto const& frame : frames)
+    {
+        n += frame.get_vn();
+    }
+    return n;
+}
+
+template <typename Value>
+bool same_bytes(std::vector<Value> const& a, std::vector<Value> const& b)
+{
+    return a.size() == b.size() &&
+           (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(Value)) == 0);
+}
+
+bool same_bytes(RangeData const& a, RangeData const& b)
+{
+    return same_bytes(a.vCoord, b.vCoord) && a.has_vNormal == b.has_vNormal &&
+           same_bytes(a.vNrv, b.vNrv) && a.has_vColor == b.has_vColor &&
+           same_bytes(a.vColor, b.vColor) && a.has_vFlag == b.has_vFlag &&
+           same_bytes(a.vFlag, b.vFlag) && same_bytes(a.vUV, b.vUV) &&
+           same_bytes(a.cellFlag, b.cellFlag) && a.grid_rows == b.grid_rows &&
+           a.grid_cols == b.grid_cols && a.pose.get_rotation() == b.pose.get_rotation() &&
+           a.pose.get_translation() == b.pose.get_translation();
+}
+
+bool same_bytes(std::vector<RangeData> const& a, std::vector<RangeData> const& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](RangeData const& x, RangeData const& y) { return same_bytes(x, y); });
+}
+
+std::vector<Vector3f> global_points(RangeData const& frame)
+{
+    std::vector<Vector3f> points(frame.get_vn());
+    for (std::size_t i = 0; i < frame.get_vn(); ++i)
+    {
+        frame.get_global_vCoord(i, points[i]);
+    }
+    return points;
+}
+
+/// The largest distance from a point of `frames` to the points of `kept`.
+float farthest_from(std::vector<RangeData> const& frames, std::vector<RangeData> const& kept)
+{
+    std::vector<Vector3f> points;
+    for (auto const& frame : kept)
+    {
+        auto const own = global_points(frame);
+        points.insert(points.end(), own.begin(), own.end());
+    }
+    KdTree3f tree;
+    tree.build_kdtree(points);
+    float farthest = 0.0F;
+    for (auto const& frame : frames)
+    {
+        for (auto const& point : global_points(frame))
+        {
+            int index = -1;
+            float square = 0.0F;
+            EXPECT_TRUE(tree.nearest_search(point, index, square));
+            farthest = std::max(farthest, std::sqrt(square));
+        }
+    }
+    return farthest;
+}
+
+/// The least distance between points of different frames.
+float nearest_across(std::vector<RangeData> const& frames)
+{
+    float nearest = std::numeric_limits<float>::infinity();
+    for (std::size_t a = 0; a < frames.size(); ++a)
+    {
+        KdTree3f tree;
+        tree.build_kdtree(global_points(frames[a]));
+        for (std::size_t b = a + 1; b < frames.size(); ++b)
+        {
+            for (auto const& point : global_points(frames[b]))
+            {
+                int index = -1;
+                float square = 0.0F;
+                if (tree.nearest_search(point, index, square))
+                {
+                    nearest = std::min(nearest, std::sqrt(square));
+                }
+            }
+        }
+    }
+    return nearest;
+}
+
+struct Threads
+{
+    explicit Threads(int n) : before(omp_get_max_threads()) { omp_set_num_threads(n); }
+    ~Threads() { omp_set_num_threads(before); }
+    Threads(Threads const&) = delete;
+    Threads& operator=(Threads const&) = delete;
+    int before;
+};
+
+RangeData turned_over(RangeData frame)
+{
+    for (auto& normal : frame.vNrv)
+    {
+        normal = -normal;
+    }
+    return frame;
+}
+
+// ---------------------------------------------------------------------------------------------
+
+TEST(FrameOverlap, NoFramesAreRefused)
+{
+    LogCapture const log;
+    std::vector<RangeData> result(1);
+    EXPECT_EQ(FrameOverlap().remove_overlap({}, result), RET_INVALID_INPUT);
+    EXPECT_THAT(result, IsEmpty());
+    EXPECT_THAT(log.text(), HasSubstr("  empty ranges.\n"));
+}
+
+TEST(FrameOverlap, AFrameWithoutNormalsIsRefusedAndNamed)
+{
+    std::vector<RangeData> frames = {flat_frame(5, 5, 1.0F), flat_frame(5, 5, 1.0F)};
+    frames[1].disable_vNormal();
+    LogCapture const log;
+    std::vector<RangeData> result(1);
+    EXPECT_EQ(FrameOverlap().remove_overlap(pointers(frames), result), RET_INVALID_INPUT);
+    EXPECT_THAT(result, IsEmpty());
+    EXPECT_THAT(log.text(), HasSubstr("  range 1 missing vertex normal.\n"));
+}
+
+TEST(FrameOverlap, ANullPointerIsAFrameWithoutNormals)
+{
+    std::vector<RangeData> result(1);
+    EXPECT_EQ(FrameOverlap().remove_overlap({nullptr}, result), RET_INVALID_INPUT);
+    EXPECT_THAT(result, IsEmpty());
+}
+
+TEST(FrameOverlap, AShortChannelThrowsAndLeavesNoResult)
+{
+    std::vector<RangeData> frames = {flat_frame(5, 5, 1.0F)};
+    std::vector<RangeData> result(1);
+    frames[0].cellFlag.pop_back();
+    EXPECT_THROW(FrameOverlap().remove_overlap(pointers(frames), result), std::out_of_range);
+    EXPECT_THAT(result, IsEmpty());
+    frames[0] = flat_frame(5, 5, 1.0F);
+    frames[0].vNrv.pop_back();
+    EXPECT_THROW(FrameOverlap().remove_overlap(pointers(frames), result), std::out_of_range);
+    frames[0] = flat_frame(5, 5, 1.0F);
+    frames[0].vUV.pop_back();
+    EXPECT_THROW(FrameOverlap().remove_overlap(pointers(frames), result), std::out_of_range);
+}
+
+TEST(FrameOverlap, OneFrameStaysAsItIs)
+{
+    std::vector<RangeData> const frames = {flat_frame(12, 9, 0.5F)};
+    EXPECT_TRUE(same_bytes(without_overlap(frames), frames));
+}
+
+TEST(FrameOverlap, FramesApartStayAsTheyAre)
+{
+    std::vector<RangeData> const frames = {flat_frame(12, 9, 0.5F),
+                                           flat_frame(12, 9, 0.5F, Vector3f(10, 0, 0))};
+    EXPECT_TRUE(same_bytes(without_overlap(frames), frames));
+}
+
+TEST(FrameOverlap, EmptyFramesStayEmptyAmongOthers)
+{
+    RangeData empty;
+    empty.enable_vNormal();
+    std::vector<RangeData> const frames = {empty, flat_frame(12, 9, 0.5F), empty};
+    EXPECT_TRUE(same_bytes(without_overlap(frames), frames));
+    EXPECT_TRUE(same_bytes(without_overlap({empty}), {empty}));
+}
+
+TEST(FrameOverlap, OfFramesThatAreTheSameTheFirstStays)
+{
+    std::vector<RangeData> const frames(3, flat_frame(30, 30, 0.5F));
+    auto const kept = without_overlap(frames);
+    EXPECT_TRUE(same_bytes(kept[0], frames[0]));
+    EXPECT_EQ(kept[1].get_vn(), 0U);
+    EXPECT_EQ(kept[2].get_vn(), 0U);
+}
+
+// The denser frame saw better: it was nearer, or looked less aslant.
+TEST(FrameOverlap, TheDenserFrameStays)
+{
+    std::vector<RangeData> const frames = {flat_frame(41, 41, 0.75F), flat_frame(61, 61, 0.5F)};
+    auto const kept = without_overlap(frames);
+    EXPECT_TRUE(same_bytes(kept[1], frames[1]));
+    EXPECT_EQ(kept[0].get_vn(), 0U);
+}
+
+TEST(FrameOverlap, AFrameCountsLessTowardsItsBorder)
+{
+    // Two flat frames over each other for 20 mm, off each other by half a step: the line where they
+    // meet is in the middle of it, where both borders are equally far.
+    std::vector<RangeData> const frames = {flat_frame(61, 81, 0.5F),
+                                           flat_frame(61, 81, 0.5F, Vector3f(20.25F, 0.25F, 0))};
+    FrameOverlap operation;
+    operation.set_border_cells(40);
+    auto const kept = without_overlap(frames, operation);
+    float end = 0.0F;
+    float begin = 60.0F;
+    for (auto const& point : global_points(kept[0]))
+    {
+        end = point.y() > 10.0F && point.y() < 20.0F ? std::max(end, point.x()) : end;
+    }
+    for (auto const& point : global_points(kept[1]))
+    {
+        begin = point.y() > 10.0F && point.y() < 20.0F ? std::min(begin, point.x()) : begin;
+    }
+    EXPECT_NEAR(end, 30.0F, 2.5F);
+    EXPECT_NEAR(begin, 30.0F, 2.5F);
+    EXPECT_GT(begin, end);
+}
+
+TEST(FrameOverlap, TheGapBetweenBordersIsAboutOneSpacing)
+{
+    std::vector<RangeData> const frames = {flat_frame(61, 81, 0.5F),
+                                           flat_frame(61, 81, 0.5F, Vector3f(20.25F, 0.25F, 0))};
+    auto const kept = without_overlap(frames);
+    EXPECT_LT(points_of(kept), 61U * 81U * 2U - 61U * 36U);
+    EXPECT_GE(nearest_across(kept), 0.7F * 0.5F - 1e-4F);
+    EXPECT_LE(farthest_from(frames, kept), 1.0F * 0.5F + 1e-4F);
+}
+
+TEST(FrameOverlap, TheSeamOfTwoFlatFramesIsClosedByTheMerge)
+{
+    std::vector<RangeData> const frames = {flat_frame(61, 81, 0.5F),
+                                           flat_frame(61, 81, 0.5F, Vector3f(20.25F, 0.25F, 0))};
+    auto const kept = without_overlap(frames);
+    MeshMerge merger;
+    merger.set_point_spacing(0.5);
+    TriMesh mesh;
+    std::vector<int> vertex_frames;
+    merger.mesh_merge(pointers(kept), 0.5, mesh, false, 0, 10, 2.0, vertex_frames);
+    // One border is left, around both.
+    EXPECT_EQ(boundary_loops(mesh).size(), 1U);
+}
+
+// Normals tell the sides of a wall apart, however thin it is.
+TEST(FrameOverlap, BothSidesOfAThinWallStay)
+{
+    std::vector<RangeData> const frames = {
+        flat_frame(30, 30, 0.5F), turned_over(flat_frame(30, 30, 0.5F, Vector3f(0, 0, -0.2F)))};
+    EXPECT_TRUE(same_bytes(without_overlap(frames), frames));
+}
+
+TEST(FrameOverlap, LayersFartherApartThanTheLimitStay)
+{
+    std::vector<RangeData> const frames = {flat_frame(30, 30, 0.5F),
+                                           flat_frame(30, 30, 0.5F, Vector3f(0, 0, 1.2F))};
+    EXPECT_TRUE(same_bytes(without_overlap(frames), frames)) << "2 spacings are 1 mm";
+    FrameOverlap wider;
+    wider.set_layer_factor(3.0);
+    EXPECT_EQ(without_overlap(frames, wider)[1].get_vn(), 0U);
+}
+
+TEST(FrameOverlap, OfThreeLayersOneStaysEverywhere)
+{
+    std::vector<RangeData> frames;
+    for (int i = 0; i < 3; ++i)
+    {
+        auto const f = static_cast<float>(i);
+        frames.push_back(flat_frame(61, 61, 0.5F, Vector3f(7.1F * f, 4.3F * f, 0.1F * f)));
+    }
+    auto const kept = without_overlap(frames);
+    EXPECT_GT(nearest_across(kept), 0.3F);
+    EXPECT_LE(farthest_from(frames, kept), 0.75F);
+}
+
+TEST(FrameOverlap, PointsThatAreNotFiniteStayAndNothingElseChanges)
+{
+    std::vector<RangeData> frames(2, flat_frame(20, 20, 0.5F));
+    frames[1].vCoord[45].x() = NAN_FLOAT;
+    frames[1].vCoord[160].z() = std::numeric_limits<float>::infinity();
+    frames[1].vCoord[201].y() = 3e38F;
+    auto const kept = without_overlap(frames);
+    EXPECT_TRUE(same_bytes(kept[0], frames[0]));
+    ASSERT_EQ(kept[1].get_vn(), 3U);
+    EXPECT_TRUE(std::isnan(kept[1].vCoord[0].x()));
+    EXPECT_THAT(kept[1].cellFlag, testing::Each(0));
+}
+
+TEST(FrameOverlap, FramesOfNothingButBadPointsStay)
+{
+    auto bad = flat_frame(5, 5, 0.5F);
+    std::fill(bad.vCoord.begin(), bad.vCoord.end(), Vector3f::Constant(NAN_FLOAT));
+    auto zero = flat_frame(5, 5, 0.0F);
+    auto const kept = without_overlap({bad, zero, zero});
+    EXPECT_EQ(points_of(kept), 75U);
+}
+
+TEST(FrameOverlap, SettingsThatAreNoNumbersTakeNothing)
+{
+    std::vector<RangeData> const frames(2, flat_frame(20, 20, 0.5F));
+    FrameOverlap operation;
+    operation.set_cover_factor(std::nan(""));
+    EXPECT_EQ(points_of(without_overlap(frames, operation)), 800U);
+    operation.set_cover_factor(1.0);
+    operation.set_normal_angle_thr(std::nan(""));
+    EXPECT_EQ(points_of(without_overlap(frames, operation)), 800U);
+    operation.set_normal_angle_thr(60.0);
+    operation.set_border_cells(-5);
+    EXPECT_EQ(points_of(without_overlap(frames, operation)), 400U);
+}
+
+TEST(FrameOverlap, AZeroNormalAtTheFringeCoversNothingButIsCovered)
+{
+    std::vector<RangeData> frames(2, flat_frame(20, 20, 0.5F));
+    for (auto& normal : frames[0].vNrv)
+    {
+        normal.setZero();
+    }
+    auto const kept = without_overlap(frames);
+    EXPECT_EQ(kept[0].get_vn(), 0U);
+    EXPECT_TRUE(same_bytes(kept[1], frames[1]));
+}
+
+TEST(FrameOverlap, CellsStretchedOverAJumpLoseTheirFlag)
+{
+    auto frame = flat_frame(10, 10, 0.5F);
+    for (std::size_t i = 0; i < frame.get_vn(); ++i)
+    {
+        frame.vCoord[i].z() = frame.vUV[i].col < 5 ? 0.0F : -9.0F;
+    }
+    auto const kept = without_overlap({frame});
+    EXPECT_EQ(kept[0].get_vn(), 100U);
+    EXPECT_EQ(std::count(frame.cellFlag.begin(), frame.cellFlag.end(), 1), 81);
+    EXPECT_EQ(std::count(kept[0].cellFlag.begin(), kept[0].cellFlag.end(), 1), 72);
+}
+
+TEST(FrameOverlap, FramesThatStayAreLegalWithTheirChannelsInStep)
+{
+    std::vector<RangeData> frames = {flat_frame(61, 81, 0.5F),
+                                     flat_frame(61, 81, 0.5F, Vector3f(20.25F, 0.25F, 0))};
+    for (auto& frame : frames)
+    {
+        frame.enable_vColor();
+        frame.enable_vFlag();
+        for (std::size_t i = 0; i < frame.get_vn(); ++i)
+        {
+            frame.vColor[i] = 0.01F * frame.vCoord[i];
+            frame.vFlag[i] = static_cast<unsigned char>(frame.vUV[i].row % 3);
+        }
+    }
+    auto const kept = without_overlap(frames);
+    for (auto const& frame : kept)
+    {
+        EXPECT_TRUE(frame.is_legal());
+        EXPECT_EQ(frame.grid_rows, 61);
+        EXPECT_EQ(frame.grid_cols, 81);
+        ASSERT_EQ(frame.vFlag.size(), frame.get_vn());
+        for (std::size_t i = 0; i < frame.get_vn(); ++i)
+        {
+            EXPECT_EQ(frame.vColor[i], 0.01F * frame.vCoord[i]);
+            EXPECT_EQ(frame.vFlag[i], frame.vUV[i].row % 3);
+        }
+    }
+}
+
+TEST(FrameOverlap, CountsTellWhatBecameOfEachFrame)
+{
+    std::vector<RangeData> const frames = {flat_frame(30, 30, 0.5F), flat_frame(30, 30, 0.5F),
+                                           flat_frame(5, 5, 0.5F, Vector3f(50, 0, 0))};
+    FrameOverlap operation;
+    std::vector<RangeData> result;
+    operation.remove_overlap(pointers(frames), result);
+    EXPECT_NEAR(operation.used_point_spacing(), 0.5, 1e-6);
+    auto const& counts = operation.frame_counts();
+    ASSERT_EQ(counts.size(), 3U);
+    auto const numbers = [](FrameOverlap::FrameCounts const& c) {
+        return std::vector<std::size_t>{c.points, c.overlapped, c.removed, c.cells, c.cells_left};
+    };
+    EXPECT_THAT(numbers(counts[0]), ElementsAre(900, 900, 0, 841, 841));
+    EXPECT_THAT(numbers(counts[1]), ElementsAre(900, 900, 900, 841, 0));
+    EXPECT_THAT(numbers(counts[2]), ElementsAre(25, 0, 0, 16, 16));
+    operation.remove_overlap({}, result);
+    EXPECT_THAT(operation.frame_counts(), IsEmpty());
+    EXPECT_EQ(operation.used_point_spacing(), 0.0);
+}
+
+TEST(FrameOverlap, TheLogTellsWhatWasTaken)
+{
+    std::vector<RangeData> const frames(2, flat_frame(30, 30, 0.5F));
+    LogCapture const log;
+    without_overlap(frames);
+    EXPECT_EQ(log.text(), "remove_overlap() ..\n"
+                          "  point spacing: 0.5\n"
+                          "  range 0: 0 of 900 points removed, 900 overlapped\n"
+                          "  range 1: 900 of 900 points removed, 900 overlapped\n"
+                          "  removed points: 900 of 1800\n");
+}
+
+TEST(FrameOverlap, NothingIsLoggedWithTheSwitchOff)
+{
+    std::vector<RangeData> const frames(2, flat_frame(30, 30, 0.5F));
+    LogCapture const log(false);
+    without_overlap(frames);
+    EXPECT_THAT(log.text(), IsEmpty());
+}
+
+TEST(FrameOverlap, FramesAreOnlyRead)
+{
+    auto const frames = random_frames(3, 4, 40, 0.5F);
+    auto const before = frames;
+    without_overlap(frames);
+    EXPECT_TRUE(same_bytes(frames, before));
+}
+
+TEST(FrameOverlap, EveryPlaceKeepsAPointNearIt)
+{
+    for (unsigned seed = 0; seed < 10; ++seed)
+    {
+        auto const frames = random_frames(seed, 5, 40, 0.5F);
+        auto const kept = without_overlap(frames);
+        EXPECT_LT(points_of(kept), points_of(frames));
+        // One spacing to the side (where it is coarse, up to two) and two up.
+        EXPECT_LE(farthest_from(frames, kept), 2.83F * 0.7F) << "seed " << seed;
+    }
+}
+
+TEST(FrameOverlap, TheResultIsTheSameForAnyNumberOfThreads)
+{
+    auto const frames = random_frames(11, 6, 60, 0.5F);
+    std::vector<std::vector<RangeData>> results;
+    for (int const n : {1, 2, 8})
+    {
+        Threads const threads(n);
+        results.push_back(without_overlap(frames));
+    }
+    EXPECT_LT(points_of(results[0]), points_of(frames));
+    EXPECT_TRUE(same_bytes(results[0], results[1]));
+    EXPECT_TRUE(same_bytes(results[0], results[2]));
+}
+
+TEST(FrameOverlap, TheChoiceFollowsTheScale)
+{
+    auto const frames = random_frames(5, 4, 40, 0.5F);
+    auto doubled = frames;
+    for (auto& frame : doubled)
+    {
+        for (auto& point : frame.vCoord)
+        {
+            point *= 2.0F;
+        }
+    }
+    auto const kept = without_overlap(frames);
+    auto const kept_doubled = without_overlap(doubled);
+    for (std::size_t i = 0; i < kept.size(); ++i)
+    {
+        EXPECT_TRUE(same_bytes(kept[i].vUV, kept_doubled[i].vUV));
+    }
+}
+
+TEST(FrameOverlap, PosesPutFramesTogether)
+{
+    auto frame = flat_frame(30, 30, 0.5F);
+    RigidMatrix pose;
+    pose.set_rotation(Eigen::AngleAxisd(1.0, Vector3d::UnitX()).toRotationMatrix());
+    pose.set_translation(Vector3d(100, 0, 0));
+    auto moved = frame;
+    moved.set_rigidMatrix(pose);
+    auto const apart = without_overlap({frame, moved});
+    EXPECT_EQ(points_of(apart), 1800U);
+    frame.set_rigidMatrix(pose);
+    auto const together = without_overlap({frame, moved});
+    EXPECT_EQ(together[1].get_vn(), 0U);
+}
+
+// A second run finds next to nothing: what one leaves does not overlap.
+TEST(FrameOverlap, ASecondRunTakesNextToNothing)
+{
+    auto const frames = random_frames(7, 4, 60, 0.5F);
+    auto const once = without_overlap(frames);
+    auto const twice = without_overlap(once);
+    auto const taken = static_cast<double>(points_of(once) - points_of(twice));
+    EXPECT_LE(taken, 0.02 * static_cast<double>(points_of(once)));
+}
+
+TEST(FrameOverlap, ManyPointsInOnePlaceEndInTime)
+{
+    auto frame = flat_frame(200, 200, 0.5F);
+    auto heap = flat_frame(200, 200, 0.5F);
+    for (std::size_t i = 0; i < heap.get_vn(); ++i)
+    {
+        heap.vCoord[i] = heap.vUV[i].row < 150 ? Vector3f(50, 50, 0) : heap.vCoord[i];
+    }
+    auto const kept = without_overlap({frame, heap, heap});
+    EXPECT_GT(points_of(kept), 0U);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+std::vector<RangeData> bunny_frames()
+{
+    std::vector<RangeData> frames;
+    std::ifstream conf(real_data("range_bunny/bun.conf"));
+    for (std::string line; std::getline(conf, line);)
+    {
+        std::istringstream words(line);
+        std::string kind;
+        std::string file;
+        double t[3] = {};
+        double q[4] = {};
+        words >> kind >> file >> t[0] >> t[1] >> t[2] >> q[0] >> q[1] >> q[2] >> q[3];
+        if (kind != "bmesh")
+        {
+            continue;
+        }
+        RangeData frame;
+        std::string error;
+        EXPECT_TRUE(read_range_ply(real_data("range_bunny/" + file), frame, error)) << error;
+        for (auto& point : frame.vCoord)
+        {
+            point *= 1000.0F;
+        }
+        RigidMatrix pose;
+        pose.set_rotation(
+            Eigen::Quaterniond(q[3], q[0], q[1], q[2]).normalized().toRotationMatrix().transpose());
+        pose.set_translation(1000.0 * Vector3d(t[0], t[1], t[2]));
+        frame.set_rigidMatrix(pose);
+        frame.update_vNrv_from_grid();
+        frames.push_back(std::move(frame));
+    }
+    return frames;
+}
+
+TEST(FrameOverlap, RealFramesLoseTheirLayersAndNoPlace)
+{
+    if (real_data_dir().empty())
+    {
+        GTEST_SKIP() << "VELD_TEST_DATA is not set";
+    }
+    auto const frames = bunny_frames();
+    ASSERT_EQ(frames.size(), 10U);
+    FrameOverlap operation;
+    std::vector<RangeData> kept;
+    ASSERT_EQ(operation.remove_overlap(pointers(frames), kept), RET_SUCCESS);
+    double const spacing = operation.used_point_spacing();
+    EXPECT_NEAR(spacing, 0.6, 0.2);
+    // The surface of the object, 57 thousand square millimetres, at about 0.4 of them a point.
+    EXPECT_LT(points_of(kept), points_of(frames) / 2);
+    EXPECT_GT(points_of(kept), points_of(frames) / 5);
+    EXPECT_LE(farthest_from(frames, kept), 2.83 * spacing);
+    for (auto const& frame : kept)
+    {
+        EXPECT_TRUE(frame.is_legal());
+    }
+    Threads const one(1);
+    std::vector<RangeData> again;
+    FrameOverlap().remove_overlap(pointers(frames), again);
+    EXPECT_TRUE(same_bytes(kept, again));
+}
+
+} // namespace

@@ -1,0 +1,210 @@
+#include "run_veld.h"
+
+#include "algorithmVeld/common/CRangeDataIO.h"
+#include "tests/reconstruction/frames.h"
+#include "tests/support/real_data.h"
+
+#include <gmock/gmock.h>
+
+#include <map>
+#include <sstream>
+
+namespace
+{
+
+using namespace veld_test;
+using OrvaneAlgorithm::CRangeDataIO;
+using OrvaneAlgorithm::RangeData;
+using OrvaneAlgorithm::Vector3f;
+using testing::HasSubstr;
+
+namespace fs = std::filesystem;
+
+/// A folder of frames.
+class Frames : public TempDir
+{
+public:
+    explicit Frames(std::vector<RangeData> const& frames)
+    {
+        fs::create_directory(folder());
+        for (std::size_t i = 0; i < frames.size(); ++i)
+        {
+            fs::path const path = fs::path(folder()) / ("frame-" + std::to_string(i) + ".rge");
+            EXPECT_EQ(CRangeDataIO::write_rge(path.wstring(), frames[i]), 0);
+        }
+    }
+    std::string folder() const { return file("frames"); }
+
+    /// `veld merge` on them, with the merged mesh in `merged.ply`.
+    Outcome merge(std::vector<std::string> options = {"--json"}) const
+    {
+        options.insert(options.begin(), {"merge", folder(), "-o", file("merged.ply")});
+        return run_veld(options);
+    }
+};
+
+/// Cells are cut across q1-q3, so the first and the last corner of a sheet are in one face each,
+/// and such vertices go.
+constexpr int lost_corners = 2;
+
+/// Two flat frames of 21 x 21 points, 0.5 apart, side by side: the gap between them is one spacing.
+std::vector<RangeData> side_by_side()
+{
+    return {flat_frame(21, 21, 0.5F), flat_frame(21, 21, 0.5F, {10.5F, 0.0F, 0.0F})};
+}
+
+/// The second frame lies on the first, half of it, and hardly above.
+std::vector<RangeData> half_covered()
+{
+    return {flat_frame(21, 21, 0.5F), flat_frame(21, 21, 0.5F, {5.25F, 0.2F, 0.02F})};
+}
+
+TEST(MergeCommand, HasTheDocumentedKeys)
+{
+    Frames const frames(side_by_side());
+    Outcome const run = frames.merge();
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    auto const json = run.json();
+    EXPECT_THAT(keys_of(json), testing::UnorderedElementsAre("frames", "vertices", "faces", "holes",
+                                                             "seconds", "spacing", "stitch_radius",
+                                                             "long_edge", "overlap_removed"));
+    EXPECT_EQ(json["frames"], 2);
+    EXPECT_EQ(json["vertices"], 2 * 21 * 21 - lost_corners);
+    EXPECT_EQ(json["overlap_removed"], 0);
+}
+
+TEST(MergeCommand, FramesSideBySideBecomeOneSheet)
+{
+    Frames const frames(side_by_side());
+    auto const json = frames.merge().json();
+    // 20 x 20 cells each and 20 between them.
+    EXPECT_EQ(json["faces"], 2 * (2 * 400 + 20) - lost_corners);
+    EXPECT_EQ(json["holes"], 1);
+    auto const info = run_veld({"info", frames.file("merged.ply"), "--json"}).json();
+    EXPECT_EQ(info["components"], 1);
+    EXPECT_EQ(info["non_manifold_vertices"], 0);
+}
+
+TEST(MergeCommand, SpacingIsMeasuredAndTheThresholdsFollowIt)
+{
+    Frames const frames(side_by_side());
+    auto const json = frames.merge().json();
+    EXPECT_NEAR(json["spacing"].get<double>(), 0.5, 1e-6);
+    EXPECT_NEAR(json["stitch_radius"].get<double>(), 0.5, 1e-6);
+    EXPECT_NEAR(json["long_edge"].get<double>(), 2.5, 1e-6);
+    EXPECT_THAT(frames.merge({}).out, HasSubstr("spacing 0.5 mm, stitch radius 0.5 mm"));
+}
+
+TEST(MergeCommand, WhatIsGivenIsTaken)
+{
+    Frames const frames(side_by_side());
+    auto const json =
+        frames.merge({"--json", "--spacing", "0.4", "--stitch-radius", "0.1", "--long-edge", "3"})
+            .json();
+    EXPECT_EQ(json["spacing"], 0.4);
+    EXPECT_EQ(json["stitch_radius"], 0.1);
+    EXPECT_EQ(json["long_edge"], 3.0);
+    // Borders one spacing apart do not see each other within twice 0.1 mm.
+    EXPECT_LT(json["faces"].get<int>(), 2 * (2 * 400 + 20));
+}
+
+TEST(MergeCommand, SmallPiecesGo)
+{
+    Frames const frames({flat_frame(21, 21, 0.5F), flat_frame(3, 3, 0.5F, {50, 0, 0})});
+    EXPECT_EQ(frames.merge().json()["vertices"], 21 * 21 - lost_corners);
+    EXPECT_EQ(frames.merge({"--json", "--min-component", "0"}).json()["vertices"],
+              21 * 21 + 9 - 2 * lost_corners);
+}
+
+TEST(MergeCommand, OverlapIsTakenOutUnlessItIsKept)
+{
+    Frames const frames(half_covered());
+    auto const single = frames.merge().json();
+    EXPECT_GT(single["overlap_removed"].get<int>(), 150);
+    EXPECT_LT(single["overlap_removed"].get<int>(), 300);
+    auto const layers = frames.merge({"--json", "--keep-layers"}).json();
+    EXPECT_EQ(layers["overlap_removed"], 0);
+    EXPECT_EQ(layers["vertices"], 2 * (21 * 21 - lost_corners));
+    EXPECT_GT(layers["faces"].get<int>(), single["faces"].get<int>() + 200);
+    EXPECT_THAT(frames.merge({}).out, HasSubstr("points taken out"));
+    EXPECT_THAT(frames.merge({"--keep-layers"}).out, testing::Not(HasSubstr("taken out")));
+}
+
+TEST(MergeCommand, TheFrameOfEveryVertexIsWritten)
+{
+    Frames const frames(half_covered());
+    Outcome const run = frames.merge({"--json", "--frame-map", frames.file("map.txt")});
+    ASSERT_EQ(run.status, 0) << run.err;
+    std::istringstream text(read_file(frames.file("map.txt")));
+    std::map<int, int> count;
+    for (int frame = 0; text >> frame;)
+    {
+        ++count[frame];
+    }
+    EXPECT_EQ(count.size(), 2U);
+    EXPECT_EQ(count[0] + count[1], run.json()["vertices"].get<int>());
+}
+
+TEST(MergeCommand, SameBytesForAnyNumberOfThreads)
+{
+    Frames const frames(random_frames(3, 6, 40, 0.5F));
+    ASSERT_EQ(frames.merge({"--threads", "1", "--frame-map", frames.file("map.txt")}).status, 0);
+    std::string const mesh = read_file(frames.file("merged.ply"));
+    std::string const map = read_file(frames.file("map.txt"));
+    for (char const* const threads : {"2", "8"})
+    {
+        ASSERT_EQ(
+            frames.merge({"--threads", threads, "--frame-map", frames.file("map.txt")}).status, 0);
+        EXPECT_EQ(read_file(frames.file("merged.ply")), mesh);
+        EXPECT_EQ(read_file(frames.file("map.txt")), map);
+    }
+}
+
+void expect_error(Frames const& frames, Outcome const& run, int status, std::string const& text)
+{
+    EXPECT_EQ(run.status, status);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.error_lines(), 1) << run.err;
+    EXPECT_THAT(run.err, HasSubstr(text));
+    EXPECT_FALSE(fs::exists(frames.file("merged.ply")));
+}
+
+TEST(MergeCommand, ErrorsNameWhatIsWrong)
+{
+    Frames const frames(side_by_side());
+    expect_error(frames, frames.merge({"--min-component", "100000"}), 2, "--min-component");
+    expect_error(frames, frames.merge({"--spacing", "-1"}), 1, "--spacing");
+    expect_error(frames, frames.merge({"--method", "glue"}), 1, "--method");
+    expect_error(
+        frames, frames.merge({"--frame-map", (fs::path(frames.folder()) / "frame-0.rge").string()}),
+        1, "frame-0.rge");
+    expect_error(frames, frames.merge({"--frame-map", frames.file("merged.ply")}), 1, "merged.ply");
+    fs::create_directory(frames.file("empty"));
+    expect_error(frames, run_veld({"merge", frames.file("empty"), "-o", frames.file("merged.ply")}),
+                 1, "empty");
+    // Points without neighbours tell no spacing.
+    Frames const lone({flat_frame(1, 1, 1.0F)});
+    expect_error(lone, lone.merge({}), 1, "--spacing");
+}
+
+TEST(RealMerge, BunnyBecomesOneMesh)
+{
+    if (without_real_data())
+    {
+        return;
+    }
+    TempDir const dir;
+    std::string const merged = dir.file("bunny.ply");
+    Outcome const run = run_veld(
+        {"merge", real_data("range_bunny/bun.conf"), "-o", merged, "--scale", "1000", "--json"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.json()["frames"], 10);
+    // Most places were seen by several of the ten scans.
+    EXPECT_GT(run.json()["overlap_removed"].get<int>(), 362272 / 2);
+    auto const info = run_veld({"info", merged, "--json"}).json();
+    EXPECT_EQ(info["non_manifold_vertices"], 0);
+    EXPECT_EQ(info["isolated_vertices"], 0);
+}
+
+} // namespace
