@@ -217,7 +217,8 @@ int nearest_vertex(Soup const& soup, Vector3d const& at)
     return static_cast<int>(nearest - soup.points.begin());
 }
 
-/// Cuts two round gaps that touch at one vertex and nowhere else.
+/// Cuts two round gaps that leave of the surface between them a piece of two faces, which only a
+/// vertex at either end holds.
 void cut_pinched_pair(Soup& sphere)
 {
     constexpr double size = 1.9;

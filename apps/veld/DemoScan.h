@@ -19,9 +19,10 @@ struct DemoScan
 
 /// Makes the scan of an object that does not exist: a bumpy gourd, about 100 mm high, as a scanner
 /// would deliver it. It has the border where it stood on the table, holes of many sizes, two holes
-/// that touch at one vertex, a scrap that hangs on the rim by one vertex, loose specks, noise,
-/// adhesive markers, each a disc of wrong surface with a known centre and normal, and sticks, which
-/// stand along z. The same scan in every call.
+/// with a piece of two faces between them that only a vertex at either end holds, a scrap that
+/// hangs on the rim by one vertex, loose specks, noise, adhesive markers, each a disc of wrong
+/// surface with a known centre and normal, and sticks, which stand along z. The same scan in every
+/// call.
 DemoScan make_demo_scan();
 
 } // namespace veld
