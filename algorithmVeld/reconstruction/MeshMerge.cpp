@@ -80,11 +80,11 @@ RetVal MeshMerge::mesh_merge(std::vector<RangeData const*> const& ranges, double
                              int min_component_size, double long_edge_length,
                              std::vector<int>& vertex_frames)
 {
+    EmptiedOnException const emptied(mesh); // goes last, after all that may throw
     gPH.log_enabled = verbose;
     detail::log("mesh_merge() ..\n");
     detail::StepTimer const timer("mesh-merge");
     mesh.clear();
-    EmptiedOnException const emptied(mesh);
     FrameNumbers const frame_numbers(*this, mesh);
     if (!timed("rge-to-mesh", [&] { return convert_rge_to_mesh(ranges, mesh); }))
     {

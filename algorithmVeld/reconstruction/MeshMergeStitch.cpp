@@ -27,7 +27,7 @@ using OpenMesh::FaceHandle;
 using OpenMesh::HalfedgeHandle;
 using OpenMesh::VertexHandle;
 
-/// The axis of the largest extent; of equal ones the first.
+/// The axis of the largest extent. Of equal ones y goes before x, and both before z.
 Eigen::Index longest_axis(Vector3f const& extent)
 {
     Eigen::Index axis = extent.x() > extent.y() ? 0 : 1;
@@ -151,6 +151,10 @@ public:
           n_faces_(mesh.n_faces())
     {
         tree_.set_sorted(false);
+        // Not in the region below, where the number of threads of the next level would count.
+        workers_ =
+            std::vector<Worker>(static_cast<std::size_t>(omp_get_max_threads()),
+                                Worker{detail::DelaunayFan(mesh_, tree_, settings_), {}, {}, 0});
         // The tree takes one thread, and as long as all the rest.
         detail::parallel_for_uneven(2, [this](std::ptrdiff_t i) { i == 0 ? plant() : prepare(); });
     }
@@ -196,9 +200,6 @@ private:
         // Nobody is stitched whose search would reach further.
         work_.emplace(positions, settings_.largest_radius);
         store_.enlarge(centres_.size());
-        workers_ =
-            std::vector<Worker>(static_cast<std::size_t>(omp_get_max_threads()),
-                                Worker{detail::DelaunayFan(mesh_, tree_, settings_), {}, {}, 0});
     }
 
     std::size_t largest_fan() const

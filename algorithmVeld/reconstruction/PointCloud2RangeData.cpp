@@ -49,7 +49,8 @@ int number_in(std::string const& line)
 bool is_point(Vector3f const& point)
 {
     // False for a point with a NaN, too.
-    return point.cast<double>().cwiseAbs().sum() > 1e-5;
+    return static_cast<double>(std::abs(point.x()) + std::abs(point.y()) + std::abs(point.z())) >
+           1e-5;
 }
 
 } // namespace

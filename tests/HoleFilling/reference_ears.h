@@ -124,7 +124,7 @@ inline bool consistent(TriMesh const& mesh, VertexHandle a, VertexHandle b, Vert
             std::vector<Vector3f> r;
             for (auto h = mesh.cfh_iter(*it); h.is_valid(); ++h)
             {
-                r.push_back(mesh.point(mesh.from_vertex_handle(*h)));
+                r.push_back(mesh.point(mesh.to_vertex_handle(*h)));
             }
             if (r.size() != 3)
             {

@@ -126,7 +126,7 @@ bool face_agrees(TriMesh const& mesh, OpenMesh::FaceHandle face, Vector3f const&
     {
         return true;
     }
-    auto const& [r0, r1, r2] = *corners;
+    auto const& [r2, r0, r1] = *corners; // in the order in which circulators give them
     Vector3f const m = (r1 - r0).cross(r2 - r0);
     return !(m.norm() * cos_thr > m.dot(normal));
 }
