@@ -821,9 +821,8 @@ TEST(ExtractSticks, TimesEachStickAndTheStatistics)
 
 TEST(ExtractSticks, OfScansAreThoseOfThePlainSearch)
 {
-    if (real_data_dir().empty())
+    if (without_real_data())
     {
-        std::printf("VELD_TEST_DATA is not set: scans are left out\n");
         return;
     }
     for (std::string const file : {"bun_zipper_res2.ply", "diana.ply", "lion_head.ply"})

@@ -14,9 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
-#include <iostream>
 #include <set>
 #include <unordered_map>
 
@@ -40,9 +38,8 @@ using OpenMesh::VertexHandle;
 template <typename Check>
 void for_each_scan(Check const& check)
 {
-    if (veld_test::real_data_dir().empty())
+    if (veld_test::without_real_data())
     {
-        std::cout << "VELD_TEST_DATA is not set: no real scans\n";
         return;
     }
     std::vector<std::filesystem::path> files;

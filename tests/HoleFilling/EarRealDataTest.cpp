@@ -9,7 +9,6 @@
 #include <omp.h>
 
 #include <filesystem>
-#include <iostream>
 
 using namespace OrvaneAlgorithm;
 using namespace veld_test;
@@ -21,9 +20,8 @@ namespace
 std::vector<std::string> meshes_with_holes()
 {
     std::vector<std::string> files;
-    if (real_data_dir().empty())
+    if (without_real_data())
     {
-        std::cout << "VELD_TEST_DATA is not set: real scans are left out\n";
         return files;
     }
     for (auto const& entry : std::filesystem::directory_iterator(real_data("meshes_holes")))

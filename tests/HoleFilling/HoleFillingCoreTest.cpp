@@ -16,7 +16,6 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
-#include <iostream>
 #include <limits>
 #include <numeric>
 
@@ -684,9 +683,8 @@ TEST(DirectSolver, fails_for_a_singular_system_and_takes_an_empty_one)
 
 TEST(HoleFillingCoreOnRealScans, all_holes_are_closed_and_nothing_else_moves)
 {
-    if (veld_test::real_data_dir().empty())
+    if (veld_test::without_real_data())
     {
-        std::cout << "VELD_TEST_DATA is not set: no real scans\n";
         return;
     }
     for (auto const& entry :

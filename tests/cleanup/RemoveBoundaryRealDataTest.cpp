@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdio>
 #include <deque>
 #include <map>
 #include <numeric>
@@ -31,9 +30,8 @@ constexpr double AGREEMENT = 0.5;
 /// \return false, with a line that says so, where the data is not there
 bool read_scan(std::string const& file, TriMesh& mesh)
 {
-    if (real_data_dir().empty())
+    if (without_real_data())
     {
-        std::printf("VELD_TEST_DATA is not set: %s is left out\n", file.c_str());
         return false;
     }
     MeshReadReport report;

@@ -7,14 +7,11 @@
 #include <png.h>
 #include <zlib.h>
 
-#include <cstdio> // libjpeg's header needs it
-
 #include <jpeglib.h>
 
 #include <array>
 #include <cstdlib>
 #include <fstream>
-#include <iostream>
 #include <iterator>
 
 #if defined(__unix__)
@@ -527,9 +524,8 @@ TEST(ImageIo, PrintColoursAreRefused)
 
 TEST(ImageIo, RealJpegSurvivesBothFormats)
 {
-    if (veld_test::real_data_dir().empty())
+    if (veld_test::without_real_data())
     {
-        std::cout << "left out: VELD_TEST_DATA is not set\n";
         return;
     }
     RgbImage photo;
@@ -545,9 +541,8 @@ TEST(ImageIo, RealJpegSurvivesBothFormats)
 
 TEST(ImageIo, RealPngAgreesWithTheLibrarysOwnReading)
 {
-    if (veld_test::real_data_dir().empty())
+    if (veld_test::without_real_data())
     {
-        std::cout << "left out: VELD_TEST_DATA is not set\n";
         return;
     }
     std::string const path = veld_test::real_data("photos_temple_ring/templeSR0001.png");
@@ -565,9 +560,8 @@ TEST(ImageIo, RealPngAgreesWithTheLibrarysOwnReading)
 
 TEST(ImageIo, RealDepthImageOfSixteenBitsIsRead)
 {
-    if (veld_test::real_data_dir().empty())
+    if (veld_test::without_real_data())
     {
-        std::cout << "left out: VELD_TEST_DATA is not set\n";
         return;
     }
     RgbImage depth;
@@ -632,9 +626,8 @@ TEST(DepthImages, MissingForeignAndCutOffFiles)
 
 TEST(DepthImages, RealOneAgreesWithTheLibrarysOwnReading)
 {
-    if (veld_test::real_data_dir().empty())
+    if (veld_test::without_real_data())
     {
-        std::cout << "left out: VELD_TEST_DATA is not set\n";
         return;
     }
     std::string const path = veld_test::real_data("rgbd_room/frame-000000.depth.png");

@@ -9,7 +9,6 @@
 
 #include <cmath>
 #include <filesystem>
-#include <iostream>
 #include <limits>
 #include <string>
 #include <vector>
@@ -669,9 +668,8 @@ constexpr RealMesh real_meshes[] = {
 
 TEST(RealMeshes, are_read_whole)
 {
-    if (veld_test::real_data_dir().empty())
+    if (veld_test::without_real_data())
     {
-        std::cout << "left out: VELD_TEST_DATA names no folder with real scans\n";
         return;
     }
     for (auto const& expected : real_meshes)
@@ -690,9 +688,8 @@ TEST(RealMeshes, are_read_whole)
 
 TEST(RealMeshes, come_back_from_every_format)
 {
-    if (veld_test::real_data_dir().empty())
+    if (veld_test::without_real_data())
     {
-        std::cout << "left out: VELD_TEST_DATA names no folder with real scans\n";
         return;
     }
     auto const scan = read_path(veld_test::real_data("meshes_holes/squirrel_missing_tip.ply"));

@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <iostream>
 #include <limits>
 
 using namespace OrvaneAlgorithm;
@@ -247,9 +246,8 @@ TEST(RangePly, ChangedBytesDoNoHarm)
 
 TEST(RangePly, RealScansHaveTheirDocumentedSizes)
 {
-    if (veld_test::real_data_dir().empty())
+    if (veld_test::without_real_data())
     {
-        std::cout << "left out: VELD_TEST_DATA is not set\n";
         return;
     }
     struct Scan

@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-
 /// \file
 /// Holes of real scans.
 
@@ -19,9 +17,8 @@ namespace
 /// Reads a scan. \return false, with a line that says so, where the data is not there
 bool read_scan(std::string const& file, TriMesh& mesh, MeshReadReport& report)
 {
-    if (real_data_dir().empty())
+    if (without_real_data())
     {
-        std::printf("VELD_TEST_DATA is not set: %s is left out\n", file.c_str());
         return false;
     }
     EXPECT_TRUE(read_mesh(real_data("meshes_holes/" + file), mesh, report)) << report.error;
