@@ -37,9 +37,11 @@ endif()
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND NOT MSVC)
-  # Precompiled headers are cached too; that is what the settings are for.
+  # Precompiled headers are cached too; that is what the first setting is for. By the others builds
+  # with the same flags share what they compile, in whichever folder of whichever clone they are.
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
     CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+    "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1
     ${CCACHE_PROGRAM})
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(veld_compiler INTERFACE -fpch-preprocess)

@@ -1,0 +1,1 @@
+// A target of a precompiled header needs a source.
