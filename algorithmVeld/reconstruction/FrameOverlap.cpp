@@ -3,8 +3,10 @@
 #include "algorithmVeld/common/detail/Log.h"
 #include "algorithmVeld/common/detail/ParallelFor.h"
 #include "algorithmVeld/common/detail/checked.h"
+#include "algorithmVeld/common/detail/unit_vector.h"
 #include "algorithmVeld/reconstruction/detail/FrameSurface.h"
 #include "algorithmVeld/reconstruction/detail/FrameTriangulation.h"
+#include "algorithmVeld/reconstruction/detail/LayerAverage.h"
 #include "algorithmVeld/reconstruction/detail/OverlapChoice.h"
 #include "algorithmVeld/reconstruction/detail/OverlapSearch.h"
 
@@ -153,11 +155,25 @@ double frame_spacing(RangeData const& frame)
                                    static_cast<double>(distances.size());
 }
 
+/// Moves the points of a frame along their normals. No shifts leave them where they are.
+void shift_points(RangeData& frame, std::vector<float> const& shifts, std::size_t first)
+{
+    for (std::size_t i = 0; i < frame.get_vn() && !shifts.empty(); ++i)
+    {
+        float const shift = shifts[first + i];
+        if (shift != 0.0F)
+        {
+            frame.vCoord[i] += shift * detail::unit_or_zero(frame.vNrv[i].cast<double>());
+        }
+    }
+}
+
 /// A copy of a frame with those points only that stay. Flags of its points stay what they are.
 RangeData copy_kept(RangeData const& frame, std::size_t first, std::vector<char> const& stays,
-                    std::vector<char> const& cells)
+                    std::vector<char> const& cells, std::vector<float> const& shifts)
 {
     RangeData copy = frame;
+    shift_points(copy, shifts, first);
     copy.disable_vFlag();
     copy.enable_vFlag();
     std::vector<unsigned char> flags;
@@ -232,25 +248,30 @@ std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> cons
         { return detail::list_frame_surface(ranges, long_edge_factor_ * spacing, border_cells); });
     auto const overlap =
         timed("find-overlap", [&] { return detail::find_overlap(surface, limits); });
+    auto const quality = detail::measure_quality(surface, spacing, border_cells);
     auto const advantage =
-        timed("compare-frames",
-              [&]
-              {
-                  return detail::compare_frames(
-                      surface, overlap, detail::measure_quality(surface, spacing, border_cells));
-              });
+        timed("compare-frames", [&] { return detail::compare_frames(surface, overlap, quality); });
     auto const stays = timed("choose-points",
                              [&] {
                                  return detail::choose_points(surface, overlap, advantage, spacing,
                                                               gap_factor_ * spacing);
                              });
+    std::vector<float> shifts;
+    if (averages_layers_)
+    {
+        shifts = timed("average-layers",
+                       [&] {
+                           return detail::distances_to_mean(surface, overlap, quality, stays,
+                                                            layer_factor_ * spacing);
+                       });
+    }
     detail::StepTimer const timer("copy-frames", "frame-overlap");
     auto const cells = detail::cells_left(surface, stays);
     std::vector<RangeData> kept(ranges.size());
     for_each_frame(ranges,
                    [&](std::size_t f)
                    {
-                       kept[f] = copy_kept(*ranges[f], surface.first[f], stays, cells);
+                       kept[f] = copy_kept(*ranges[f], surface.first[f], stays, cells, shifts);
                        counts[f] = count(*ranges[f], kept[f], overlap, surface.first[f]);
                    });
     return kept;

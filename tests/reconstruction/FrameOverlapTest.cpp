@@ -446,6 +446,12 @@ TEST(FrameOverlap, StepsAreTimedUnderOneParent)
     without_overlap(frames);
     EXPECT_EQ(outline(gLH),
               "frame-overlap(list-frames find-overlap compare-frames choose-points copy-frames)");
+    FrameOverlap operation;
+    operation.set_averages_layers(true);
+    gLH.clear_steps();
+    without_overlap(frames, operation);
+    EXPECT_EQ(outline(gLH), "frame-overlap(list-frames find-overlap compare-frames choose-points "
+                            "average-layers copy-frames)");
 }
 
 TEST(FrameOverlap, NothingIsLoggedWithTheSwitchOff)
@@ -561,6 +567,207 @@ TEST(FrameOverlap, ManyPointsInOnePlaceEndInTime)
 }
 
 // ---------------------------------------------------------------------------------------------
+
+// ----------------------------------------------------------------------------- mean of the layers
+
+std::vector<RangeData> averaged(std::vector<RangeData> const& frames,
+                                FrameOverlap operation = FrameOverlap())
+{
+    operation.set_averages_layers(true);
+    return without_overlap(frames, operation);
+}
+
+TEST(FrameOverlap, PointsThatStayAreThoseOfTheFramesUnlessTheMeanIsAskedFor)
+{
+    auto const frames = random_frames(3, 4, 40, 0.5F);
+    auto const kept = without_overlap(frames);
+    auto const moved = averaged(frames);
+    bool any_moved = false;
+    for (std::size_t f = 0; f < frames.size(); ++f)
+    {
+        MatrixXi map;
+        frames[f].create_vertices_index_map(map);
+        // The mean changes nothing of the choice.
+        ASSERT_TRUE(same_bytes(kept[f].vUV, moved[f].vUV));
+        EXPECT_TRUE(same_bytes(kept[f].vNrv, moved[f].vNrv));
+        for (std::size_t i = 0; i < kept[f].get_vn(); ++i)
+        {
+            auto const source =
+                static_cast<std::size_t>(map(kept[f].vUV[i].row, kept[f].vUV[i].col));
+            EXPECT_EQ(kept[f].vCoord[i], frames[f].vCoord[source]);
+            any_moved = any_moved || moved[f].vCoord[i] != kept[f].vCoord[i];
+        }
+    }
+    EXPECT_TRUE(any_moved);
+}
+
+TEST(FrameOverlap, LayersThatWereSeenEquallyWellMeetInTheMiddle)
+{
+    auto const kept =
+        averaged({flat_frame(30, 30, 0.5F), flat_frame(30, 30, 0.5F, Vector3f(0, 0, 0.1F))});
+    ASSERT_EQ(kept[0].get_vn(), 900U);
+    EXPECT_EQ(kept[1].get_vn(), 0U);
+    auto const before = flat_frame(30, 30, 0.5F);
+    for (std::size_t i = 0; i < 900; ++i)
+    {
+        EXPECT_EQ(kept[0].vCoord[i].x(), before.vCoord[i].x());
+        EXPECT_EQ(kept[0].vCoord[i].y(), before.vCoord[i].y());
+        EXPECT_NEAR(kept[0].vCoord[i].z(), 0.05F, 1e-6F);
+    }
+}
+
+// Half the spacing is four times as many points a square, so the dense layer weighs 4 of 5.
+TEST(FrameOverlap, ADenserLayerWeighsMoreInTheMean)
+{
+    auto const kept =
+        averaged({flat_frame(41, 41, 1.0F), flat_frame(81, 81, 0.5F, Vector3f(0, 0, 0.1F))});
+    int inner = 0;
+    for (auto const& point : kept[1].vCoord)
+    {
+        bool const is_inner =
+            point.x() > 10.0F && point.x() < 30.0F && point.y() > 10.0F && point.y() < 30.0F;
+        if (is_inner)
+        {
+            ++inner;
+            EXPECT_NEAR(point.z(), 0.08F, 1e-6F);
+        }
+    }
+    EXPECT_EQ(inner, 39 * 39);
+}
+
+// One cell of the border band of eight in from the border a frame counts two ninths.
+TEST(FrameOverlap, ALayerWeighsLessTowardsItsBorder)
+{
+    auto const kept =
+        averaged({flat_frame(41, 41, 0.5F), flat_frame(41, 41, 0.5F, Vector3f(9.5F, 0, 0.1F))});
+    int checked = 0;
+    for (auto const& point : kept[0].vCoord)
+    {
+        // The second column of the other frame, in the middle of the first.
+        if (point.x() == 10.0F && point.y() > 5.0F && point.y() < 15.0F)
+        {
+            ++checked;
+            EXPECT_NEAR(point.z(), 0.1F * 2.0F / 11.0F, 1e-6F);
+        }
+    }
+    EXPECT_EQ(checked, 19);
+}
+
+TEST(FrameOverlap, WhereThereIsOneLayerNothingMoves)
+{
+    auto const frame = random_frames(2, 1, 30, 0.5F)[0];
+    EXPECT_TRUE(same_bytes(averaged({frame}), {frame}));
+    auto far = frame;
+    far.pose.set_translation(Vector3d(0, 0, 50));
+    EXPECT_TRUE(same_bytes(averaged({frame, far}), {frame, far}));
+}
+
+TEST(FrameOverlap, NoiseFallsWithTheNumberOfLayers)
+{
+    constexpr float sigma = 0.02F;
+    std::mt19937 random(5);
+    std::normal_distribution<float> noise(0.0F, sigma);
+    std::vector<RangeData> frames;
+    for (int f = 0; f < 9; ++f)
+    {
+        frames.push_back(make_frame(40, 40,
+                                    [&](int r, int c) {
+                                        return Vector3f(0.5F * static_cast<float>(c),
+                                                        0.5F * static_cast<float>(r),
+                                                        noise(random));
+                                    }));
+    }
+    auto const rms = [](std::vector<RangeData> const& kept)
+    {
+        double sum = 0.0;
+        for (auto const& frame : kept)
+        {
+            for (auto const& point : frame.vCoord)
+            {
+                sum += static_cast<double>(point.z() * point.z());
+            }
+        }
+        return std::sqrt(sum / static_cast<double>(points_of(kept)));
+    };
+    // A third of it with nine layers, if each told by a point of its own; three points of each make
+    // it less still.
+    EXPECT_GT(rms(without_overlap(frames)), 0.9F * sigma);
+    EXPECT_LT(rms(averaged(frames)), 0.36F * sigma);
+}
+
+TEST(FrameOverlap, PointsMoveAlongTheirNormalsHoweverFramesStand)
+{
+    RigidMatrix pose;
+    pose.set_rotation(Eigen::AngleAxisd(1.0, Vector3d(1, 2, 3).normalized()).toRotationMatrix());
+    pose.set_translation(Vector3d(10, -20, 5));
+    std::vector<RangeData> frames = {flat_frame(30, 30, 0.5F),
+                                     flat_frame(30, 30, 0.5F, Vector3f(0, 0, 0.1F))};
+    for (auto& frame : frames)
+    {
+        frame.set_rigidMatrix(pose);
+        // The length of a normal tells nothing.
+        for (auto& normal : frame.vNrv)
+        {
+            normal *= 3.0F;
+        }
+    }
+    auto const kept = averaged(frames);
+    ASSERT_EQ(kept[0].get_vn(), 900U);
+    for (auto const& point : kept[0].vCoord)
+    {
+        EXPECT_NEAR(point.z(), 0.05F, 1e-5F);
+    }
+}
+
+// The tangential plane of a steep neighbour leads away from the layer.
+TEST(FrameOverlap, PlanesFartherAwayThanALayerTellNothing)
+{
+    auto const flat = flat_frame(30, 30, 0.5F);
+    auto steep = flat_frame(30, 30, 0.5F, Vector3f(0.2F, 0, 0));
+    for (auto& normal : steep.vNrv)
+    {
+        normal = Vector3f(1, 0, 0);
+    }
+    FrameOverlap operation;
+    operation.set_normal_angle_thr(90.5);
+    for (auto const& frame : averaged({flat, steep}, operation))
+    {
+        for (auto const& point : frame.vCoord)
+        {
+            EXPECT_EQ(point.z(), 0.0F);
+        }
+    }
+}
+
+TEST(FrameOverlap, BadPointsSpoilNoMean)
+{
+    auto frames = random_frames(8, 5, 40, 0.5F);
+    frames[1].vCoord[200] = Vector3f(NAN_FLOAT, 0, 0);
+    frames[2].vNrv[300] = Vector3f::Zero();
+    frames[3].vNrv[400] = Vector3f(NAN_FLOAT, 0, 1);
+    int bad = 0;
+    for (auto const& frame : averaged(frames))
+    {
+        for (auto const& point : frame.vCoord)
+        {
+            bad += point.allFinite() ? 0 : 1;
+        }
+    }
+    EXPECT_EQ(bad, 1);
+}
+
+TEST(FrameOverlap, TheMeanIsTheSameForAnyNumberOfThreads)
+{
+    auto const frames = random_frames(11, 6, 60, 0.5F);
+    std::vector<std::vector<RangeData>> results;
+    for (int const n : {1, 2, 8})
+    {
+        Threads const threads(n);
+        results.push_back(averaged(frames));
+    }
+    EXPECT_TRUE(same_bytes(results[0], results[1]));
+    EXPECT_TRUE(same_bytes(results[0], results[2]));
+}
 
 std::vector<RangeData> bunny_frames()
 {
