@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 
 /// \file
@@ -22,10 +21,8 @@ namespace veld
 
 using OrvaneAlgorithm::CameraInParam;
 using OrvaneAlgorithm::Image;
-using OrvaneAlgorithm::Matrix3d;
 using OrvaneAlgorithm::RigidMatrix;
 using OrvaneAlgorithm::Vector3d;
-using OrvaneAlgorithm::Vector3f;
 
 namespace
 {

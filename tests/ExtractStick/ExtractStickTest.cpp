@@ -12,8 +12,6 @@
 #include <cmath>
 #include <deque>
 #include <limits>
-#include <map>
-#include <queue>
 #include <random>
 #include <set>
 
@@ -24,9 +22,7 @@
 using namespace OrvaneAlgorithm;
 using namespace veld_test;
 using OpenMesh::FaceHandle;
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::StartsWith;
 
 namespace
 {

@@ -913,14 +913,7 @@ TEST(RemoveNRings, PassesOverEdgesWithoutFaces)
     // Two vertices joined by an edge that has lost both of its faces: a boundary of two halfedges
     // with nothing across.
     TriMesh mesh = tetrahedron();
-    auto const a = mesh.add_vertex({5, 0, 0});
-    auto const b = mesh.add_vertex({6, 0, 0});
-    auto const h = mesh.new_edge(a, b);
-    auto const back = mesh.opposite_halfedge_handle(h);
-    mesh.set_next_halfedge_handle(h, back);
-    mesh.set_next_halfedge_handle(back, h);
-    mesh.set_halfedge_handle(a, h);
-    mesh.set_halfedge_handle(b, back);
+    add_lone_edge(mesh, {5, 0, 0}, {6, 0, 0});
     EXPECT_EQ(RemoveBoundary::remove_n_rings(mesh, 2, false), RET_SUCCESS);
     EXPECT_EQ(mesh.n_faces(), 4U);
     EXPECT_EQ(mesh.n_edges(), 7U);
