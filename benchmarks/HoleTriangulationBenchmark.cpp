@@ -20,7 +20,6 @@ namespace
 using OpenMesh::HalfedgeHandle;
 using OrvaneAlgorithm::HoleFillingCore;
 using OrvaneAlgorithm::TriMesh;
-using OrvaneAlgorithm::Vector3f;
 
 struct Hole
 {

@@ -8,7 +8,6 @@
 
 #include <fstream>
 #include <map>
-#include <string>
 
 #ifdef __unix__
 #include <fcntl.h>

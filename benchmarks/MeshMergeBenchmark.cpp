@@ -6,7 +6,6 @@
 
 #include <omp.h>
 
-#include <cstdio>
 #include <string>
 
 /// \file
@@ -18,34 +17,8 @@ namespace
 
 using OrvaneAlgorithm::gLH;
 using OrvaneAlgorithm::MeshMerge;
-using OrvaneAlgorithm::RangeData;
 using OrvaneAlgorithm::TriMesh;
-
-constexpr double spacing = 0.12;
-
-std::vector<RangeData> const& object()
-{
-    static std::vector<RangeData> const frames = veld_benchmark::sphere_frames(10, spacing);
-    return frames;
-}
-
-/// The object's frames several times, side by side.
-std::vector<RangeData> objects(int count)
-{
-    std::vector<RangeData> frames;
-    for (int i = 0; i < count; ++i)
-    {
-        for (auto frame : object())
-        {
-            auto pose = frame.get_rigidMatrix();
-            pose.set_translation(pose.get_translation() +
-                                 OrvaneAlgorithm::Vector3d(0, 60.0 * i, 0));
-            frame.set_rigidMatrix(pose);
-            frames.push_back(frame);
-        }
-    }
-    return frames;
-}
+using veld_benchmark::spacing;
 
 /// Seconds of a step of the last run, from the report of steps.
 double seconds_of(std::string const& report, std::string const& step)
@@ -60,14 +33,7 @@ void mesh_merge(benchmark::State& state)
 {
     int const threads = omp_get_max_threads();
     omp_set_num_threads(static_cast<int>(state.range(1)));
-    auto const frames = objects(static_cast<int>(state.range(0)));
-    std::vector<RangeData const*> ranges;
-    std::size_t points = 0;
-    for (auto const& frame : frames)
-    {
-        ranges.push_back(&frame);
-        points += frame.get_vn();
-    }
+    veld_benchmark::FrameSet const set(static_cast<int>(state.range(0)));
     gLH.clear_steps();
     std::size_t faces = 0;
     std::size_t borders = 0;
@@ -75,7 +41,8 @@ void mesh_merge(benchmark::State& state)
     {
         TriMesh mesh;
         std::vector<int> vertex_frames;
-        MeshMerge().mesh_merge(ranges, spacing, mesh, false, 20, 100, 5.0 * spacing, vertex_frames);
+        MeshMerge().mesh_merge(set.ranges, spacing, mesh, false, 20, 100, 5.0 * spacing,
+                               vertex_frames);
         state.PauseTiming();
         faces = mesh.n_faces();
         borders = 0;
@@ -93,7 +60,7 @@ void mesh_merge(benchmark::State& state)
         state.counters[step] = benchmark::Counter(1000.0 * seconds_of(report, step),
                                                   benchmark::Counter::kAvgIterations);
     }
-    state.counters["points"] = static_cast<double>(points);
+    state.counters["points"] = static_cast<double>(set.points);
     state.counters["faces"] = static_cast<double>(faces);
     state.counters["border_edges"] = static_cast<double>(borders);
     omp_set_num_threads(threads);

@@ -3,7 +3,6 @@
 #include "algorithmVeld/common/detail/Log.h"
 #include "algorithmVeld/common/detail/ObjText.h"
 
-#include <array>
 #include <queue>
 #include <set>
 #include <unordered_map>

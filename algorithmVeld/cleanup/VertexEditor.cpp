@@ -25,9 +25,10 @@ int count_gaps(TriMesh const& mesh, VertexHandle vertex)
     return gaps;
 }
 
-/// The vertices with more than one gap, in their order. One pass over the halfedges tells which can
-/// have more than one, since every gap has a halfedge that leaves the vertex; only those are looked
-/// at closely.
+/// The vertices with more than one gap, in their order, without what is marked deleted or hidden,
+/// as a walk over the mesh passes them. The mesh has its status attributes. One pass over the
+/// halfedges tells which can have more than one, since every gap has a halfedge that leaves the
+/// vertex; only those are looked at closely.
 std::vector<VertexHandle> non_manifold_vertices(TriMesh const& mesh)
 {
     std::vector<unsigned char> gaps(mesh.n_vertices(), 0);
@@ -46,7 +47,8 @@ std::vector<VertexHandle> non_manifold_vertices(TriMesh const& mesh)
     for (std::size_t v = 0; v < gaps.size(); ++v)
     {
         VertexHandle const vertex(static_cast<int>(v));
-        if (gaps[v] > 1 && !detail::is_deleted(mesh, vertex) && count_gaps(mesh, vertex) > 1)
+        auto const& status = mesh.status(vertex);
+        if (gaps[v] > 1 && !status.deleted() && !status.hidden() && count_gaps(mesh, vertex) > 1)
         {
             found.push_back(vertex);
         }

@@ -21,7 +21,9 @@ public:
     /// that get a second gap by it, and so on outwards. Afterwards every vertex has one gap or
     /// none. All vertices that had several gaps at the start go, also where the removal of a
     /// neighbour has already left them with one: a chain of triangles that hang on each other by
-    /// single vertices vanishes whole. Vertices that lose their last face go too.
+    /// single vertices vanishes whole. Vertices that lose their last face go too. A vertex that the
+    /// host has marked hidden is passed over at the start and goes only where the damage reaches
+    /// it.
     ///
     /// The mesh is changed in place and comes back compacted: gaps in the arrays are filled from
     /// the end, properties go with their elements, and what was marked deleted before goes too. A

@@ -273,49 +273,34 @@ void BaseTriMesh::update_FNrv()
 
 void BaseTriMesh::enable_fFlag()
 {
-    if (!has_fFlag)
-    {
-        fFlag.assign(get_fn(), 0);
-        has_fFlag = true;
-    }
+    detail::switch_on(has_fFlag, fFlag, get_fn(), static_cast<unsigned char>(0));
 }
 
 void BaseTriMesh::disable_fFlag()
 {
-    has_fFlag = false;
-    detail::release_memory(fFlag);
+    detail::switch_off(has_fFlag, fFlag);
 }
 
 void BaseTriMesh::enable_fNormal()
 {
-    if (!has_fNormal)
-    {
-        fNrv.assign(get_fn(), Vector3f::Zero());
-        has_fNormal = true;
-    }
+    detail::switch_on(has_fNormal, fNrv, get_fn(), Vector3f(Vector3f::Zero()));
 }
 
 void BaseTriMesh::disable_fNormal()
 {
-    has_fNormal = false;
-    detail::release_memory(fNrv);
+    detail::switch_off(has_fNormal, fNrv);
 }
 
 void BaseTriMesh::enable_texture()
 {
-    if (!has_texture)
-    {
-        face_texture_ids.assign(get_fn(), NO_TEXTURE);
-        has_texture = true;
-    }
+    detail::switch_on(has_texture, face_texture_ids, get_fn(), NO_TEXTURE);
 }
 
 void BaseTriMesh::disable_texture()
 {
-    has_texture = false;
+    detail::switch_off(has_texture, face_texture_ids);
     texture_image = Image<3, unsigned char>();
     detail::release_memory(texture_coords);
-    detail::release_memory(face_texture_ids);
 }
 
 void BaseTriMesh::set_texture_image(Image<3, unsigned char> const& image)

@@ -14,23 +14,6 @@ namespace
 
 Vector3f const ZERO = Vector3f::Zero();
 
-template <typename T>
-void switch_on(bool& is_on, std::vector<T>& channel, size_t n, T const& value)
-{
-    if (!is_on)
-    {
-        channel.assign(n, value);
-        is_on = true;
-    }
-}
-
-template <typename T>
-void switch_off(bool& is_on, std::vector<T>& channel)
-{
-    is_on = false;
-    detail::release_memory(channel);
-}
-
 bool all_finite(std::vector<Vector3f> const& vectors)
 {
     return std::all_of(vectors.begin(), vectors.end(),
@@ -246,32 +229,32 @@ void Cloud::set_vDeleted(size_t i, bool deleted)
 
 void Cloud::enable_vNormal()
 {
-    switch_on(has_vNormal, vNrv, get_vn(), ZERO);
+    detail::switch_on(has_vNormal, vNrv, get_vn(), ZERO);
 }
 
 void Cloud::disable_vNormal()
 {
-    switch_off(has_vNormal, vNrv);
+    detail::switch_off(has_vNormal, vNrv);
 }
 
 void Cloud::enable_vColor()
 {
-    switch_on(has_vColor, vColor, get_vn(), ZERO);
+    detail::switch_on(has_vColor, vColor, get_vn(), ZERO);
 }
 
 void Cloud::disable_vColor()
 {
-    switch_off(has_vColor, vColor);
+    detail::switch_off(has_vColor, vColor);
 }
 
 void Cloud::enable_vFlag()
 {
-    switch_on(has_vFlag, vFlag, get_vn(), static_cast<unsigned char>(0));
+    detail::switch_on(has_vFlag, vFlag, get_vn(), static_cast<unsigned char>(0));
 }
 
 void Cloud::disable_vFlag()
 {
-    switch_off(has_vFlag, vFlag);
+    detail::switch_off(has_vFlag, vFlag);
 }
 
 std::vector<char> Cloud::unflagged_vertices() const

@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/detail/AddFace.h"
 #include "algorithmVeld/common/detail/BinaryFile.h"
 #include "algorithmVeld/common/detail/BoundingBox.h"
+#include "algorithmVeld/common/detail/Compaction.h"
 #include "algorithmVeld/common/detail/MeshScope.h"
 
 #include <array>
@@ -210,7 +211,7 @@ void TriMesh::clear()
 
 void TriMesh::squeeze()
 {
-    garbage_collection(has_vertex_status(), has_edge_status(), has_face_status());
+    detail::compact(*this);
 }
 
 void TriMesh::get_boundBox(Vector3f& min, Vector3f& max) const
@@ -275,7 +276,7 @@ void TriMesh::repair_illegal()
             delete_vertex(vertex, false);
         }
     }
-    garbage_collection(true, true, true);
+    detail::compact(*this);
 }
 
 void TriMesh::rebuild_from_faces()

@@ -9,7 +9,6 @@
 #include "algorithmVeld/reconstruction/detail/FrameTriangulation.h"
 
 #include <exception>
-#include <string>
 
 namespace OrvaneAlgorithm
 {

@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 
 /// \file
@@ -23,10 +22,8 @@ namespace veld
 
 using OrvaneAlgorithm::CameraInParam;
 using OrvaneAlgorithm::Image;
-using OrvaneAlgorithm::Matrix3d;
 using OrvaneAlgorithm::RigidMatrix;
 using OrvaneAlgorithm::Vector3d;
-using OrvaneAlgorithm::Vector3f;
 
 namespace
 {

@@ -1,6 +1,5 @@
 #include "FrameGrid.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace veld

@@ -10,7 +10,6 @@ namespace veld
 
 using OrvaneAlgorithm::Holes;
 using OrvaneAlgorithm::TriMesh;
-using OrvaneAlgorithm::Vector3d;
 using OrvaneAlgorithm::Vector3f;
 
 Holes all_holes(TriMesh& mesh)

@@ -6,7 +6,6 @@
 #include "algorithmVeld/common/Image.h"
 #include "algorithmVeld/common/TriMesh.h"
 
-#include <string>
 #include <vector>
 
 namespace veld

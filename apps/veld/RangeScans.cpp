@@ -19,7 +19,6 @@
 namespace veld
 {
 
-using OrvaneAlgorithm::Matrix3d;
 using OrvaneAlgorithm::RigidMatrix;
 using OrvaneAlgorithm::Vector3d;
 

@@ -30,6 +30,20 @@ struct Surface
     std::vector<Triangle> triangles;
 };
 
+/// Takes the triangles out that are cut.
+inline void drop_triangles(Surface& sphere, std::vector<char> const& cut)
+{
+    std::size_t kept = 0;
+    for (std::size_t t = 0; t < cut.size(); ++t)
+    {
+        if (cut[t] == 0)
+        {
+            sphere.triangles[kept++] = sphere.triangles[t];
+        }
+    }
+    sphere.triangles.resize(kept);
+}
+
 /// One side of a cube of n x n cells, as keys of grid points: first one triangle of every cell,
 /// then the other, the diagonals alternating.
 inline void add_cube_side(int n, int axis, bool far_side, std::vector<std::array<int64_t, 3>>& out)
@@ -227,15 +241,7 @@ inline void cut_holes(Surface& sphere, int holes, int length)
             cut[t] = 1;
         }
     }
-    std::size_t kept = 0;
-    for (std::size_t t = 0; t < cut.size(); ++t)
-    {
-        if (cut[t] == 0)
-        {
-            sphere.triangles[kept++] = sphere.triangles[t];
-        }
-    }
-    sphere.triangles.resize(kept);
+    drop_triangles(sphere, cut);
 }
 
 /// Gives the unit sphere its size, bumps and noise of 3 % of an edge.

@@ -35,15 +35,7 @@ inline void pinch_vertices(Surface& sphere, int pinches)
             cut[star[0]] = cut[*other] = 1;
         }
     }
-    std::size_t kept = 0;
-    for (std::size_t t = 0; t < cut.size(); ++t)
-    {
-        if (cut[t] == 0)
-        {
-            sphere.triangles[kept++] = sphere.triangles[t];
-        }
-    }
-    sphere.triangles.resize(kept);
+    drop_triangles(sphere, cut);
 }
 
 /// Adds specks, each a fan of six triangles, at even distances in the order of the triangles: so a

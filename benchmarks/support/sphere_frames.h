@@ -2,7 +2,6 @@
 
 #include "algorithmVeld/common/RangeData.h"
 
-#include <array>
 #include <cmath>
 #include <random>
 #include <vector>
@@ -17,9 +16,11 @@ namespace veld_benchmark
 using OrvaneAlgorithm::Matrix3d;
 using OrvaneAlgorithm::RangeData;
 using OrvaneAlgorithm::Vector3d;
-using OrvaneAlgorithm::Vector3f;
 
 constexpr double sphere_radius = 20.0;
+
+/// Distance of neighbouring points of a frame, in mm.
+constexpr double spacing = 0.12;
 
 /// Distance of the surface from the middle, in a direction.
 inline double bumpy_radius(Vector3d const& direction)
@@ -64,7 +65,7 @@ inline Matrix3d view(int i)
 }
 
 /// One frame: rows run upwards as the sensor, which looks along -z, sees them.
-inline RangeData sphere_frame(int number, double spacing, std::mt19937& random)
+inline RangeData sphere_frame(int number, std::mt19937& random)
 {
     std::normal_distribution<double> noise(0.0, 0.05 * spacing);
     std::uniform_real_distribution<double> uniform(0.0, 1.0);
@@ -106,17 +107,46 @@ inline RangeData sphere_frame(int number, double spacing, std::mt19937& random)
     return frame;
 }
 
-/// Frames of about 60 thousand points each at a spacing of 0.12 mm; the number of points goes with
-/// the square of 0.12 / `spacing`.
-inline std::vector<RangeData> sphere_frames(int count, double spacing)
+/// Frames of about 60 thousand points each.
+inline std::vector<RangeData> sphere_frames(int count)
 {
     std::mt19937 random(7);
     std::vector<RangeData> frames;
     for (int i = 0; i < count; ++i)
     {
-        frames.push_back(sphere_frame(i, spacing, random));
+        frames.push_back(sphere_frame(i, random));
     }
     return frames;
 }
+
+/// Ten frames of a sphere, several times side by side.
+struct FrameSet
+{
+    explicit FrameSet(int spheres)
+    {
+        static std::vector<RangeData> const sphere = sphere_frames(10);
+        for (int i = 0; i < spheres; ++i)
+        {
+            for (auto frame : sphere)
+            {
+                auto pose = frame.get_rigidMatrix();
+                pose.set_translation(pose.get_translation() + Vector3d(0, 60.0 * i, 0));
+                frame.set_rigidMatrix(pose);
+                frames.push_back(frame);
+            }
+        }
+        for (auto const& frame : frames)
+        {
+            ranges.push_back(&frame);
+            points += frame.get_vn();
+        }
+    }
+    FrameSet(FrameSet const&) = delete;
+    FrameSet& operator=(FrameSet const&) = delete;
+
+    std::vector<RangeData> frames;
+    std::vector<RangeData const*> ranges; ///< The same, as the operations take them.
+    std::size_t points = 0;
+};
 
 } // namespace veld_benchmark

@@ -12,8 +12,6 @@
 #include <cmath>
 #include <deque>
 #include <limits>
-#include <map>
-#include <queue>
 #include <random>
 #include <set>
 
@@ -24,9 +22,7 @@
 using namespace OrvaneAlgorithm;
 using namespace veld_test;
 using OpenMesh::FaceHandle;
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::StartsWith;
 
 namespace
 {
@@ -363,6 +359,18 @@ TEST(ExtractSticks, DoesNotDescendOnTheWay)
     EXPECT_THAT(points_of(stick), testing::Not(testing::Contains(Point{8, 0, 1})));
 }
 
+// A height that is no number is not at least as high as another one.
+TEST(ExtractSticks, DoesNotClimbOverVerticesWithoutAHeight)
+{
+    TriMesh mesh = flat_row(8);
+    mesh.set_point(vh(8), Vector3f(8, 0, 1));
+    mesh.set_point(vh(4), Vector3f(4, 0, NOT_A_NUMBER));
+    mesh.set_point(vh(13), Vector3f(4, 1, NOT_A_NUMBER));
+    TriMesh const stick = cut_one(mesh, {0, 0, 0}, {0.0F, 2.0F});
+    EXPECT_THAT(points_of(stick), testing::Contains(Point{0, 0, 0}));
+    EXPECT_THAT(points_of(stick), testing::Not(testing::Contains(Point{8, 0, 1})));
+}
+
 TEST(ExtractSticks, AVertexThatLiesLowerIsClosedForAllWays)
 {
     // The seed 0 has two neighbours, at 7 and at 2, and both have the neighbour 3, at 5, behind
@@ -435,6 +443,47 @@ TEST(ExtractSticks, SquaresOfTheReachAreSingleTheirSumIsDouble)
         }
     }
     EXPECT_GT(tried, 5);
+}
+
+// A kite of two faces: the corners of the first lie at (x, y) and (x, -y) from the tip, in `float`
+// at another distance than in `double`. The reach is the one of the two that tells them apart.
+TEST(ExtractSticks, DistancesAreSingle)
+{
+    std::mt19937 random(5);
+    int above = 0;
+    int below = 0;
+    for (int i = 0; i < 4000; ++i)
+    {
+        float const x = 3.0F + static_cast<float>(random() % 1000) / 997.0F;
+        float const y = 2.0F + static_cast<float>(random() % 1000) / 991.0F;
+        float const single = std::sqrt(x * x + y * y);
+        double const exact = std::sqrt(static_cast<double>(x) * static_cast<double>(x) +
+                                       static_cast<double>(y) * static_cast<double>(y));
+        auto const rounded = static_cast<float>(exact);
+        TriMesh mesh = make_mesh({{0, 0, 0}, {x, y, 0}, {x, -y, 0}, {x + 0.25F, 0, 0}},
+                                 {{0, 2, 1}, {1, 2, 3}});
+        if (reach_of({0, single}) == single && static_cast<double>(single) < exact)
+        {
+            // In a straight line the reach itself is near enough; along the surface it is not.
+            EXPECT_EQ(cut_one(mesh, {0, 0, 0}, {0, single}).n_faces(), 1U);
+            ++above;
+        }
+        if (reach_of({0, rounded}) == rounded && single < rounded)
+        {
+            EXPECT_EQ(cut_one(mesh, {0, 0, 0}, {0, rounded}).n_faces(), 2U);
+            ++below;
+        }
+    }
+    EXPECT_GT(above, 100);
+    EXPECT_GT(below, 100);
+}
+
+// A distance that is no number is not farther than anything.
+TEST(ExtractSticks, AFaceWithAVertexThatIsNoPointStaysIfAnotherVertexIsNear)
+{
+    TriMesh mesh = flat_row(2);
+    mesh.set_point(vh(1), Vector3f(1, 0, NOT_A_NUMBER));
+    EXPECT_EQ(cut_one(mesh, {0, 0, 0}, REACH_5).n_faces(), 4U);
 }
 
 TEST(ExtractSticks, TheFarSideOfAThinWallIsCutOff)
@@ -640,6 +689,12 @@ TEST(ExtractSticks, WhatIsHiddenOrDeletedIsNotCopied)
     output_of([&] { extract_sticks(mesh, {{0, 0, 0}}, {{0, 9}}, sticks, true, true); });
     EXPECT_EQ(sticks[0].n_faces(), 5U);
     EXPECT_EQ(log.count("fail to add face ["), 1);
+    LogCapture const quiet;
+    std::string const printed = output_of(
+        [&] {
+            extract_sticks(mesh, {{0, 0, 0}}, {{0, 9}}, sticks, true, false);
+        });
+    EXPECT_EQ(printed + quiet.text(), "");
 }
 
 // Results
@@ -738,6 +793,20 @@ TEST(ExtractSticks, TellsAboutTheMeshAndTheSeedsTwice)
                           "dis = 2.000000\n");
     // Once to standard output and once to the log.
     EXPECT_EQ(printed, log.text());
+}
+
+// Of the 18 faces 10 have a boundary edge: 12 edges, and in two corners one face has two of them. A
+// boundary vertex alone does not count.
+TEST(ExtractSticks, CountsBoundaryFacesByTheirEdges)
+{
+    TriMesh mesh = grid(3, 3);
+    LogCapture const log(false);
+    std::vector<TriMesh> sticks;
+    output_of([&] { extract_sticks(mesh, {{2, 2, 0}}, {REACH_5}, sticks, true, true); });
+    EXPECT_THAT(log.text(), HasSubstr("\nNonBoundary:\n  Vertex: \t 4\n  Face: \t 8\n"
+                                      "  HalfEdge: \t 54\n  Edge: \t 21\n"
+                                      "\nBoundary:\n  Vertex: \t 12\n  Face: \t 10\n"
+                                      "  HalfEdge: \t 12\n  Edge: \t 12\n"));
 }
 
 TEST(ExtractSticks, CountsWhatIsNotDeletedAndListsEveryAttribute)

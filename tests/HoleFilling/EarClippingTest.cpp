@@ -617,14 +617,7 @@ TEST(EarClipping, NestThatFailsIsDumpedAndStillATrue)
 TEST(EarClipping, EdgeWithoutFacesIsAWrongLoop)
 {
     TriMesh mesh;
-    auto const a = mesh.add_vertex(Vector3f(0, 0, 0));
-    auto const b = mesh.add_vertex(Vector3f(1, 0, 0));
-    auto const h = mesh.new_edge(a, b);
-    auto const back = mesh.opposite_halfedge_handle(h);
-    mesh.set_next_halfedge_handle(h, back);
-    mesh.set_next_halfedge_handle(back, h);
-    mesh.set_halfedge_handle(a, h);
-    mesh.set_halfedge_handle(b, back);
+    add_lone_edge(mesh, {0, 0, 0}, {1, 0, 0});
     RunCapture const log;
     EarClipping clipping;
     clipping.fill_hole(mesh);

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
-
 using namespace OrvaneAlgorithm;
 using namespace veld_test;
 using detail::CornerStatus;

@@ -11,7 +11,6 @@ using namespace OrvaneAlgorithm;
 using namespace veld_test;
 using testing::ContainsRegex;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace

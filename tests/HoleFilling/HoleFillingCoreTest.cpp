@@ -17,7 +17,6 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
-#include <numeric>
 
 namespace
 {

@@ -4,7 +4,6 @@
 #include "tests/support/meshes.h"
 
 #include <algorithm>
-#include <cstring>
 #include <random>
 #include <set>
 #include <vector>

@@ -4,7 +4,6 @@
 #include "tests/HoleFilling/plain_triangulation.h"
 
 #include <array>
-#include <set>
 #include <vector>
 
 /// \file

@@ -3,8 +3,6 @@
 #include "ear_meshes.h"
 
 #include <list>
-#include <map>
-#include <string>
 
 /// \file
 /// The ear methods once more, as plainly as they can be written: a std::list, linear searches, the

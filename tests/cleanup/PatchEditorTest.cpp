@@ -230,6 +230,38 @@ TEST(SmallComponentsByVert, PiecesThatShareAVertexAreOneComponent)
     EXPECT_EQ(by_vert(mesh, 11), 0);
 }
 
+TEST(SmallComponentsByVert, AnEdgeWithoutFacesJoinsItsVertices)
+{
+    TriMesh mesh;
+    auto const a = mesh.add_vertex({5, 0, 0});
+    auto const b = mesh.add_vertex({6, 0, 0});
+    auto const h = mesh.new_edge(a, b);
+    auto const back = mesh.opposite_halfedge_handle(h);
+    mesh.set_next_halfedge_handle(h, back);
+    mesh.set_next_halfedge_handle(back, h);
+    mesh.set_halfedge_handle(a, h);
+    mesh.set_halfedge_handle(b, back);
+    EXPECT_EQ(by_vert(mesh, 1), 2);
+}
+
+// Of a row of three cells the middle one is marked deleted. Its edges join nothing any more.
+TEST(SmallComponents, WhatIsMarkedDeletedJoinsNothingAndIsNoComponent)
+{
+    TriMesh row = grid(3, 1);
+    detail::DeletionScope const status(row);
+    row.delete_face(OpenMesh::FaceHandle(2), true);
+    row.delete_face(OpenMesh::FaceHandle(3), true);
+    LogCapture const log(false);
+    TriMesh mesh = row;
+    PatchEditor::remove_small_components_by_vert(mesh, 4, true);
+    EXPECT_EQ(mesh.n_vertices(), 0U);
+    EXPECT_EQ(log.count("    # vert patch:                 2\n"), 1);
+    mesh = row;
+    PatchEditor::remove_small_components_by_face(mesh, 2, true);
+    EXPECT_EQ(mesh.n_vertices(), 0U);
+    EXPECT_EQ(log.count("    # face patch:                 2\n"), 1);
+}
+
 TEST(SmallComponentsByVert, LogsTheCountsBeforeAndAfter)
 {
     LogCapture const log(false);

@@ -120,6 +120,46 @@ TEST(SmallObjects, WhatWasMarkedDeletedGoesToo)
     remove_objects(mesh, 8);
 }
 
+// Walks over a mesh pass over what is hidden, walks from face to face do not.
+TEST(SmallObjects, HiddenFacesStartNoObjectButGoWithTheirs)
+{
+    TriMesh const plain = []
+    {
+        TriMesh mesh = grid(3, 3);
+        append(mesh, strip(5), Vector3f(50, 0, 0));
+        mesh.add_vertex(Vector3f(7, 7, 7));
+        mesh.request_vertex_status();
+        mesh.request_face_status();
+        mesh.request_edge_status();
+        return mesh;
+    }();
+    TriMesh mesh = plain;
+    for (int f = 18; f < 23; ++f)
+    {
+        mesh.status(OpenMesh::FaceHandle(f)).set_hidden(true);
+    }
+    EXPECT_EQ(remove_objects(mesh, 5), 23);
+    mesh = plain;
+    mesh.status(OpenMesh::FaceHandle(20)).set_hidden(true);
+    mesh.status(vh(23)).set_hidden(true);
+    EXPECT_EQ(remove_objects(mesh, 5), 18);
+    EXPECT_EQ(mesh.n_vertices(), 16U); // the vertex apart is gone, though hidden
+}
+
+TEST(SmallObjects, VerticesThatWereMarkedDeletedCountAsDeleted)
+{
+    // The walk that counts passes all vertices.
+    TriMesh mesh = grid(3, 3);
+    append(mesh, lone_triangle(), Vector3f(50, 0, 0));
+    detail::DeletionScope const status(mesh);
+    mesh.delete_face(OpenMesh::FaceHandle(18), true);
+    LogCapture const log;
+    output_of([&] { remove_objects(mesh, 10); });
+    EXPECT_EQ(log.text(), "remove_small_objects() ..\n"
+                          "    deleted faces: 0\n"
+                          " deleted vertices: 3\n");
+}
+
 TEST(SmallObjects, NormalsAndColoursOfWhatStaysAreThoseItHad)
 {
     TriMesh mesh = ragged_sphere(3, 11, 0.42);

@@ -1,7 +1,11 @@
 #include "algorithmVeld/cleanup/RemoveBoundary.h"
+#include "algorithmVeld/common/detail/MeshScope.h"
 #include "algorithmVeld/common/mesh_conversion.h"
+#include "dirty_meshes.h"
+#include "reference_cleanup.h"
 #include "tests/support/holes.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
 #include "tests/support/standard_output.h"
 
@@ -154,6 +158,57 @@ WatchedMesh watched(TriMesh const& mesh)
     return watched;
 }
 
+/// Three faces around vertex 0, side by side, with normals that the host says.
+TriMesh fan_with_normals(std::array<Vector3f, 3> const& normals)
+{
+    TriMesh mesh = make_mesh({{0, 0, 0}, {2, 0, 0}, {2, 2, 0}, {0, 2, 0}, {-2, 2, 0}},
+                             {{0, 1, 2}, {0, 2, 3}, {0, 3, 4}});
+    mesh.request_vertex_normals();
+    mesh.request_face_normals();
+    mesh.update_vertex_normals();
+    for (auto const face : mesh.faces())
+    {
+        mesh.set_normal(face, normals[static_cast<std::size_t>(face.idx())]);
+    }
+    return mesh;
+}
+
+/// A tube of three sides that is open below and has a lid on top: three faces with their edge below
+/// and three with their edge above for each of its stories.
+TriMesh tube(int stories)
+{
+    std::vector<Vector3f> points;
+    std::vector<Triangle> triangles;
+    for (int z = 0; z <= stories; ++z)
+    {
+        points.emplace_back(0.0F, 0.0F, static_cast<float>(z));
+        points.emplace_back(1.0F, 0.0F, static_cast<float>(z));
+        points.emplace_back(0.0F, 1.0F, static_cast<float>(z));
+    }
+    for (int a = 0; a < 3 * stories; a += 3)
+    {
+        for (int i = 0; i < 3; ++i)
+        {
+            int const j = (i + 1) % 3;
+            triangles.push_back({a + i, a + j, a + 3 + j});
+            triangles.push_back({a + i, a + 3 + j, a + 3 + i});
+        }
+    }
+    triangles.push_back({3 * stories, 3 * stories + 1, 3 * stories + 2});
+    return make_mesh(points, triangles);
+}
+
+/// Runs the careful form on both kinds of mesh. \return the numbers of faces that are left, of the
+/// half-edge mesh first
+std::pair<std::size_t, std::size_t> faces_left_near(TriMesh mesh, Vector3f const& marker_normal,
+                                                    double thr)
+{
+    BaseTriMesh array = array_of(mesh);
+    remove_pieces(mesh, {{0, 0, 0}}, {marker_normal}, 0.5, thr);
+    remove_pieces(array, {{0, 0, 0}}, {marker_normal}, 0.5, thr);
+    return {mesh.n_faces(), array.get_fn()};
+}
+
 int faces_left(int rings, int cells = 6)
 {
     TriMesh mesh = grid(cells, cells);
@@ -205,6 +260,29 @@ TEST(RemoveMarkerCloud, NormalsHaveToAgreeMoreThanTheThreshold)
     EXPECT_EQ(RemoveBoundary::remove_marker_cloud(cloud, {{0, 0, 0}}, {UP}, 10.0, true, 0.5, false),
               RET_SUCCESS);
     EXPECT_THAT(xs(cloud), ElementsAre(1, 2));
+}
+
+// In `float` the product of the two normals is 1, in `double` it would be 1 + 2^-24.
+TEST(RemoveMarkerCloud, TheDotProductIsSingleAndTheThresholdIsDouble)
+{
+    for (double const thr : {1.0, std::nextafter(1.0, 0.0)})
+    {
+        Cloud cloud = row_of_points(1);
+        cloud.enable_vNormal();
+        cloud.vNrv = {Vector3f(1, std::ldexp(1.0F, -24), 0)};
+        RemoveBoundary::remove_marker_cloud(cloud, {{0, 0, 0}}, {{1, 1, 0}}, 1.0, true, thr, false);
+        EXPECT_EQ(cloud.get_vn(), thr == 1.0 ? 1U : 0U);
+    }
+}
+
+TEST(RemoveMarkerCloud, AMeshThatIsHandedInAsACloudLosesItsFacesToo)
+{
+    // What is squeezed is the object that the cloud is, with its own way of doing it.
+    WatchedMesh mesh = watched(grid(2, 2));
+    remove_from(mesh, {{1, 1, 0}}, 0.5);
+    EXPECT_EQ(mesh.squeezed, 1);
+    EXPECT_EQ(mesh.get_vn(), 8U);
+    EXPECT_EQ(mesh.get_fn(), 2U);
 }
 
 TEST(RemoveMarkerCloud, EachMarkerHasItsOwnNormal)
@@ -503,6 +581,37 @@ TEST(RemoveMarkerPieces, APieceThatAgreesExactlyAsMuchAsTheThresholdStays)
     }
 }
 
+// 2^24 + 1 is 2^24 in `float`, so the sum points exactly along (1, 1) whatever it begins with, and
+// is no nearer to one axis. In `double` it would be.
+TEST(RemoveMarkerPieces, NormalsAreSummedInSingle)
+{
+    float const large = std::ldexp(1.0F, 24);
+    auto const left = std::pair<std::size_t, std::size_t>(3, 3);
+    Vector3f const x(1, 0, 0);
+    EXPECT_EQ(faces_left_near(fan_with_normals({x, {large, large, 0}, x}), {1, -1, 0}, 0.0), left);
+    // The faces of an array mesh are summed in rising order here: the large one first.
+    BaseTriMesh array = array_of(fan_with_normals({Vector3f(large, large, 0), x, x}));
+    remove_pieces(array, {{0, 0, 0}}, {{1, -1, 0}}, 0.5, 0.0);
+    EXPECT_EQ(array.get_fn(), 3U);
+}
+
+// In `float` the product is 1, in `double` it would be 1 + 2^-24.
+TEST(RemoveMarkerPieces, TheDotProductIsSingle)
+{
+    Vector3f const normal(1, std::ldexp(1.0F, -24), 0);
+    TriMesh const fan = fan_with_normals({normal, Vector3f::Zero(), Vector3f::Zero()});
+    EXPECT_EQ(faces_left_near(fan, {1, 1, 0}, 1.0), (std::pair<std::size_t, std::size_t>(3, 3)));
+    EXPECT_EQ(faces_left_near(fan, {1, 1, 0}, std::nextafter(1.0, 0.0)),
+              (std::pair<std::size_t, std::size_t>(0, 0)));
+}
+
+TEST(RemoveMarkerPieces, NormalsThatCancelOutHaveAProductOfZero)
+{
+    TriMesh const fan = fan_with_normals({UP, Vector3f::Zero(), DOWN});
+    EXPECT_EQ(faces_left_near(fan, UP, 0.0), (std::pair<std::size_t, std::size_t>(3, 3)));
+    EXPECT_EQ(faces_left_near(fan, UP, -0.5), (std::pair<std::size_t, std::size_t>(0, 0)));
+}
+
 TEST(RemoveMarkerPieces, HoldTheFacesWithAVertexNearerThanTheRadius)
 {
     // Of a row of four cells (0, 0) and (1, 0) are near; (2, 0) lies at exactly the radius. One
@@ -599,6 +708,20 @@ TEST(RemoveMarkerPieces, BothKindsOfNormalsAreComputedWhereOneIsMissing)
     EXPECT_EQ(mesh.n_faces(), 8U);
     EXPECT_EQ(mesh.normal(OpenMesh::FaceHandle(0)), UP);
     EXPECT_EQ(mesh.normal(OpenMesh::VertexHandle(0)), UP);
+}
+
+// Unlike in a half-edge mesh, one kind does not bring the other along.
+TEST(RemoveMarkerPieces, AnArrayMeshComputesEachKindOfNormalsOnlyWhereItIsMissing)
+{
+    BaseTriMesh array = array_of(grid(2, 2));
+    array.update_FNrv();
+    array.fNrv.assign(8, DOWN);
+    remove_pieces(array, {{1, 1, 0}}, {UP}, 50.0, 0.5);
+    EXPECT_EQ(array.get_fn(), 8U);
+    EXPECT_TRUE(array.has_fNormal);
+    EXPECT_FALSE(array.has_vNormal);
+    remove_pieces(array, {{1, 1, 0}}, {DOWN}, 50.0, 0.5);
+    EXPECT_EQ(array.get_fn(), 0U);
 }
 
 TEST(RemoveMarkerPieces, AnArrayMeshLosesItsNormalsBeforeItIsSqueezedAndItsFlagsAfterwards)
@@ -703,10 +826,42 @@ TEST(RemoveNRings, ANegativeNumberStillTakesTheBorderAndALargeOneTakesAll)
     EXPECT_EQ(faces_left(std::numeric_limits<int>::min()), 50);
     EXPECT_EQ(faces_left(100), 0);
     EXPECT_EQ(faces_left(std::numeric_limits<int>::max()), 0);
-    // Beyond 10 000 rings nobody counts: all that hangs together with a border goes.
-    TriMesh strip = grid(6000, 1);
-    RemoveBoundary::remove_n_rings(strip, 0, false);
-    EXPECT_EQ(strip.n_faces(), 0U);
+}
+
+// From the opening of the tube on, the faces of story k lie in the rings 2 k and 2 k + 1, and the
+// lid in ring 10 002. Rings are counted up to 10 000 only: what lies farther has this number too.
+TEST(RemoveNRings, BeyondTenThousandRingsNobodyCounts)
+{
+    TriMesh mesh = tube(5001);
+    RemoveBoundary::remove_n_rings(mesh, 9999, false);
+    EXPECT_EQ(mesh.n_faces(), 7U); // the last story and the lid
+    mesh = tube(5001);
+    RemoveBoundary::remove_n_rings(mesh, 10000, false);
+    EXPECT_EQ(mesh.n_faces(), 0U);
+}
+
+TEST(RemoveNRings, ABoundaryThatIsHiddenAltogetherIsPassedOver)
+{
+    TriMesh mesh = grid(6, 6);
+    mesh.request_halfedge_status();
+    std::vector<OpenMesh::HalfedgeHandle> boundary;
+    for (auto const h : mesh.halfedges())
+    {
+        if (mesh.is_boundary(h))
+        {
+            boundary.push_back(h);
+        }
+    }
+    for (auto const h : boundary)
+    {
+        mesh.status(h).set_hidden(true);
+    }
+    RemoveBoundary::remove_n_rings(mesh, 1, false);
+    EXPECT_EQ(mesh.n_faces(), 72U);
+    // One halfedge that is not hidden leads round all the others.
+    mesh.status(boundary.back()).set_hidden(false);
+    RemoveBoundary::remove_n_rings(mesh, 1, false);
+    EXPECT_EQ(mesh.n_faces(), 32U);
 }
 
 TEST(RemoveNRings, LeavesAClosedMeshAlone)
@@ -758,14 +913,7 @@ TEST(RemoveNRings, PassesOverEdgesWithoutFaces)
     // Two vertices joined by an edge that has lost both of its faces: a boundary of two halfedges
     // with nothing across.
     TriMesh mesh = tetrahedron();
-    auto const a = mesh.add_vertex({5, 0, 0});
-    auto const b = mesh.add_vertex({6, 0, 0});
-    auto const h = mesh.new_edge(a, b);
-    auto const back = mesh.opposite_halfedge_handle(h);
-    mesh.set_next_halfedge_handle(h, back);
-    mesh.set_next_halfedge_handle(back, h);
-    mesh.set_halfedge_handle(a, h);
-    mesh.set_halfedge_handle(b, back);
+    add_lone_edge(mesh, {5, 0, 0}, {6, 0, 0});
     EXPECT_EQ(RemoveBoundary::remove_n_rings(mesh, 2, false), RET_SUCCESS);
     EXPECT_EQ(mesh.n_faces(), 4U);
     EXPECT_EQ(mesh.n_edges(), 7U);
@@ -777,6 +925,32 @@ TEST(RemoveNRings, LogsOneLine)
     TriMesh mesh = grid(6, 6);
     RemoveBoundary::remove_n_rings(mesh, 2, true);
     EXPECT_EQ(log.text(), "remove_n_rings( 2-rings ) ..\n");
+}
+
+// Faces are deleted in the order of their indices: from which halfedge on a vertex with several
+// fans is walked round afterwards depends on it.
+TEST(RemoveBoundary, EveryLinkIsThatOfThePlainWay)
+{
+    for (unsigned seed = 0; seed < 200; ++seed)
+    {
+        SCOPED_TRACE(seed);
+        TriMesh const ragged = ragged_sphere(seed % 4 == 0 ? 3 : 2, seed, 0.02 + seed % 10 * 0.04);
+        TriMesh mesh = ragged;
+        TriMesh expected = ragged;
+        int const rings = static_cast<int>(seed % 3);
+        RemoveBoundary::remove_n_rings(mesh, rings, false);
+        reference::n_rings(expected, rings);
+        EXPECT_EQ(fingerprint(mesh), fingerprint(expected));
+
+        mesh = ragged;
+        detail::provide_normals(mesh);
+        expected = mesh;
+        std::vector<Vector3f> const points{{1, 0, 0}, {0.6F, 0.6F, 0.5F}, {0, -0.3F, 0.9F}};
+        std::vector<Vector3f> const normals{{1, 0, 0}, {0.6F, 0.6F, 0.5F}, {0, 0, 1}};
+        remove_pieces(mesh, points, normals, 0.77, 0.613);
+        reference::marker_pieces(expected, points, normals, 0.77F, 0.613);
+        EXPECT_EQ(fingerprint(mesh), fingerprint(expected));
+    }
 }
 
 TEST(RemoveBoundary, PrintsNothingUnlessVerboseAndLeavesTheLogSwitchAlone)

@@ -163,6 +163,25 @@ TEST(NonManifoldVerts, WhatWasMarkedDeletedGoesTooAndMakesNoGap)
     EXPECT_EQ(ear.n_vertices(), 3U);
 }
 
+// Walks over a mesh pass over what is hidden, so a hidden vertex goes only with a neighbour.
+TEST(NonManifoldVerts, AVertexThatTheHostHasHiddenIsPassedOver)
+{
+    TriMesh mesh = bow_tie();
+    detail::DeletionScope const status(mesh);
+    mesh.status(vh(0)).set_hidden(true);
+    clean(mesh);
+    EXPECT_EQ(mesh.n_faces(), 2U);
+    EXPECT_EQ(mesh.n_vertices(), 5U);
+    // Vertices 1 and 3 of the chain have two gaps. Vertex 3 takes the second and the third face
+    // with it, after which vertex 1 has one gap and stays with the first.
+    TriMesh row = chain(3);
+    detail::DeletionScope const row_status(row);
+    row.status(vh(1)).set_hidden(true);
+    clean(row);
+    EXPECT_EQ(row.n_faces(), 1U);
+    EXPECT_EQ(row.n_vertices(), 3U);
+}
+
 // OpenMesh ends the process when such a face is deleted.
 TEST(NonManifoldVerts, AFaceThatIsMarkedDeletedButLinkedStopsNothing)
 {

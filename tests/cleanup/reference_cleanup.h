@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/TriMesh.h"
 
+#include <set>
 #include <vector>
 
 /// \file
@@ -270,6 +271,117 @@ inline void non_manifold_verts(TriMesh& mesh)
             queued[static_cast<std::size_t>(w.idx())] = false;
         }
     }
+}
+
+inline void delete_marked(TriMesh& mesh, std::vector<bool> const& marks)
+{
+    Session const session(mesh);
+    for (FaceHandle const f : mesh.all_faces())
+    {
+        if (marks[static_cast<std::size_t>(f.idx())])
+        {
+            mesh.delete_face(f, false);
+        }
+    }
+}
+
+/// One boundary after the other; what a face was numbered for one of them is kept for the next.
+inline void n_rings(TriMesh& mesh, int ring_num)
+{
+    std::vector<bool> visited(mesh.n_halfedges(), false);
+    std::vector<bool> removed(mesh.n_faces(), false);
+    std::vector<int> rings(mesh.n_faces(), 10000);
+    auto const at = [](FaceHandle f) { return static_cast<std::size_t>(f.idx()); };
+    for (OpenMesh::HalfedgeHandle const start : mesh.all_halfedges())
+    {
+        std::vector<FaceHandle> queue;
+        std::set<int> queued;
+        for (auto h = start; mesh.is_boundary(h) && !visited[static_cast<std::size_t>(h.idx())];
+             h = mesh.next_halfedge_handle(h))
+        {
+            visited[static_cast<std::size_t>(h.idx())] = true;
+            auto const f = mesh.face_handle(mesh.opposite_halfedge_handle(h));
+            if (f.is_valid() && queued.insert(f.idx()).second)
+            {
+                queue.push_back(f);
+                removed[at(f)] = true;
+                rings[at(f)] = 0;
+            }
+        }
+        for (std::size_t i = 0; i < queue.size(); ++i)
+        {
+            for (auto it = mesh.ff_iter(queue[i]); it.is_valid(); ++it)
+            {
+                if (rings[at(*it)] > rings[at(queue[i])] + 1)
+                {
+                    rings[at(*it)] = rings[at(queue[i])] + 1;
+                }
+                if (rings[at(*it)] <= ring_num && queued.insert(it->idx()).second)
+                {
+                    queue.push_back(*it);
+                    removed[at(*it)] = true;
+                }
+            }
+        }
+    }
+    delete_marked(mesh, removed);
+}
+
+/// The mesh has its normals.
+inline void marker_pieces(TriMesh& mesh, std::vector<OrvaneAlgorithm::Vector3f> const& points,
+                          std::vector<OrvaneAlgorithm::Vector3f> const& normals, float radius,
+                          double normal_dot_thr)
+{
+    std::vector<bool> in_radius(mesh.n_faces(), false);
+    std::vector<bool> removed(mesh.n_faces(), false);
+    std::vector<int> pieces(mesh.n_faces(), -1);
+    auto const at = [](FaceHandle f) { return static_cast<std::size_t>(f.idx()); };
+    for (std::size_t m = 0; m < points.size(); ++m)
+    {
+        std::vector<FaceHandle> list;
+        for (auto const v : mesh.vertices())
+        {
+            if ((mesh.point(v) - points[m]).squaredNorm() < radius * radius)
+            {
+                list.insert(list.end(), mesh.vf_begin(v), mesh.vf_end(v));
+            }
+        }
+        for (auto const f : list)
+        {
+            in_radius[at(f)] = true;
+        }
+        int n_pieces = 0;
+        for (auto const first : list)
+        {
+            if (pieces[at(first)] >= 0)
+            {
+                continue;
+            }
+            std::vector<FaceHandle> queue{first};
+            pieces[at(first)] = n_pieces;
+            OrvaneAlgorithm::Vector3f sum = mesh.normal(first);
+            for (std::size_t i = 0; i < queue.size(); ++i)
+            {
+                for (auto it = mesh.ff_iter(queue[i]); it.is_valid(); ++it)
+                {
+                    if (in_radius[at(*it)] && pieces[at(*it)] < 0)
+                    {
+                        pieces[at(*it)] = n_pieces;
+                        queue.push_back(*it);
+                        sum += mesh.normal(*it);
+                    }
+                }
+            }
+            bool const goes =
+                static_cast<double>(sum.normalized().dot(normals[m])) > normal_dot_thr;
+            for (auto const f : queue)
+            {
+                removed[at(f)] = goes;
+            }
+            ++n_pieces;
+        }
+    }
+    delete_marked(mesh, removed);
 }
 
 } // namespace veld_test::reference

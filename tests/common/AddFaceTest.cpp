@@ -9,11 +9,15 @@
 
 using namespace OrvaneAlgorithm;
 using detail::add_face_checked;
-using detail::can_add_face;
 using veld_test::vh;
 
 namespace
 {
+
+bool can_add_face(TriMesh const& mesh, std::array<OpenMesh::VertexHandle, 3> const& corners)
+{
+    return detail::NewTriangle(mesh, corners).fits();
+}
 
 TriMesh loose_vertices(int n)
 {

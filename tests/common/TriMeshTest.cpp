@@ -186,6 +186,24 @@ TEST(TriMesh, squeeze_with_some_status_and_nothing_deleted_changes_nothing)
     expect_same(mesh, before);
 }
 
+TEST(TriMesh, squeeze_with_status_of_vertices_alone_fills_their_gaps_from_the_end)
+{
+    TriMesh mesh = grid(2, 2);
+    for (int i = 0; i < 3; ++i)
+    {
+        mesh.add_vertex({static_cast<float>(i), 9, 9});
+    }
+    TriMesh const before = mesh;
+    mesh.request_vertex_status();
+    mesh.status(vh(9)).set_deleted(true);
+    mesh.squeeze();
+    ASSERT_EQ(mesh.n_vertices(), 11U);
+    EXPECT_EQ(mesh.point(vh(9)), Vector3f(2, 9, 9));
+    EXPECT_EQ(mesh.point(vh(10)), Vector3f(1, 9, 9));
+    EXPECT_EQ(mesh.n_faces(), before.n_faces());
+    EXPECT_TRUE(mesh.is_legal());
+}
+
 TEST(TriMesh, squeeze_removes_what_is_marked_deleted)
 {
     TriMesh mesh = grid(3, 3);

@@ -14,7 +14,6 @@
 #include <vector>
 
 using namespace OrvaneAlgorithm;
-using testing::HasSubstr;
 using veld_test::big_endian_bytes;
 using veld_test::bytes;
 using veld_test::read_content;

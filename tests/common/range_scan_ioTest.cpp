@@ -6,8 +6,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <limits>
-
 using namespace OrvaneAlgorithm;
 using testing::ElementsAre;
 using testing::HasSubstr;

@@ -7,7 +7,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <fstream>
 #include <limits>
 #include <sstream>
@@ -85,6 +84,18 @@ private:
 std::string const identity_12 = "1 0 0 0 1 0 0 0 1 0 0 0";
 std::string const identity_16 = "1 0 0 0  0 1 0 0  0 0 1 0  0 0 0 1";
 
+/// The frame that one pixel and a pose make.
+PointCloud2RangeData frame_with_pose(Poses form, int number, std::string const& pose)
+{
+    Scan const scan(1, 1);
+    scan.write_plane(number, 5);
+    scan.write_pose(number, pose);
+    auto frames = scan.reader(form, number, number);
+    frames.Initialize();
+    EXPECT_TRUE(frames.processPointCloud());
+    return frames;
+}
+
 Matrix3d rows(double a, double b, double c, double d, double e, double f, double g, double h,
               double i)
 {
@@ -97,12 +108,7 @@ Matrix3d rows(double a, double b, double c, double d, double e, double f, double
 
 TEST(PointCloud2RangeData, TwelveValuesAreTheRotationAndThenTheTranslation)
 {
-    Scan const scan(1, 1);
-    scan.write_plane(3, 5);
-    scan.write_pose(3, "1 2 3\n4 5 6\n7 8 9\n10 11 12");
-    auto frames = scan.reader(Poses::twelve, 3, 3);
-    frames.Initialize();
-    EXPECT_TRUE(frames.processPointCloud());
+    auto frames = frame_with_pose(Poses::twelve, 3, "1 2 3\n4 5 6\n7 8 9\n10 11 12");
     ASSERT_EQ(frames.get_frames(), 1U);
     auto const& pose = frames.get_rangeData(0).get_rigidMatrix();
     EXPECT_EQ(pose.get_rotation(), rows(1, 2, 3, 4, 5, 6, 7, 8, 9));
@@ -130,12 +136,9 @@ TEST(PointCloud2RangeData, CommonFileHoldsRowsOfRotationAndTranslation)
 
 TEST(PointCloud2RangeData, SixteenValuesAreAMatrixByRows)
 {
-    Scan const scan(1, 1);
-    scan.write_plane(4, 5);
-    scan.write_pose(4, "scan 9 of 12\n== frame no. 4, mm\n1 2 3 10 4 5 6 11 7 8 9 12 0 0 0 1\n");
-    auto frames = scan.reader(Poses::sixteen, 4, 4);
-    frames.Initialize();
-    EXPECT_TRUE(frames.processPointCloud());
+    auto frames =
+        frame_with_pose(Poses::sixteen, 4,
+                        "scan 9 of 12\n== frame no. 4, mm\n1 2 3 10 4 5 6 11 7 8 9 12 0 0 0 1\n");
     auto const& pose = frames.get_rangeData(0).get_rigidMatrix();
     EXPECT_EQ(pose.get_rotation(), rows(1, 2, 3, 4, 5, 6, 7, 8, 9));
     EXPECT_EQ(pose.get_translation(), Vector3d(10, 11, 12));
@@ -157,12 +160,8 @@ TEST(PointCloud2RangeData, LongHeaderLineGoesOnInTheNext)
 {
     // A header line is read in pieces of 511 characters: what is left of a long first line is the
     // second, and the true second one is read as values of the matrix.
-    Scan const scan(1, 1);
-    scan.write_plane(4, 5);
-    scan.write_pose(4, "1" + std::string(510, 'x') + "4\n2 0 0 0  0 1 0 0  0 0 1 0  0 0 0 1");
-    auto frames = scan.reader(Poses::sixteen, 4, 4);
-    frames.Initialize();
-    EXPECT_TRUE(frames.processPointCloud());
+    auto frames = frame_with_pose(
+        Poses::sixteen, 4, "1" + std::string(510, 'x') + "4\n2 0 0 0  0 1 0 0  0 0 1 0  0 0 0 1");
     EXPECT_EQ(frames.get_rangeData(0).get_rigidMatrix().get_rotation()(0, 0), 2.0);
 }
 
@@ -372,12 +371,7 @@ TEST(PointCloud2RangeData, HeaderLineWithoutADigitThrows)
 
 TEST(PointCloud2RangeData, HeaderNumberThatIsTooLargeIsNoFrames)
 {
-    Scan const scan(1, 1);
-    scan.write_plane(4, 5);
-    scan.write_pose(4, "1\n99999999999999999999\n" + identity_16);
-    auto frames = scan.reader(Poses::sixteen, 4, 4);
-    frames.Initialize();
-    EXPECT_TRUE(frames.processPointCloud());
+    auto frames = frame_with_pose(Poses::sixteen, 4, "1\n99999999999999999999\n" + identity_16);
     EXPECT_EQ(frames.get_rangeData(0).get_vn(), 0U);
 }
 
@@ -385,24 +379,14 @@ TEST(PointCloud2RangeData, HeaderNumberThatIsTooLargeIsNoFrames)
 
 TEST(PointCloud2RangeData, ShortPoseFileGivesZeros)
 {
-    Scan const scan(1, 1);
-    scan.write_plane(1, 5);
-    scan.write_pose(1, "1 0 0 0 1 0 0 0 1 10");
-    auto frames = scan.reader(Poses::twelve, 1, 1);
-    frames.Initialize();
-    EXPECT_TRUE(frames.processPointCloud());
+    auto frames = frame_with_pose(Poses::twelve, 1, "1 0 0 0 1 0 0 0 1 10");
     EXPECT_EQ(frames.get_rangeData(0).get_rigidMatrix().get_translation(), Vector3d(10, 0, 0));
     EXPECT_EQ(frames.get_frame_input(0).pose_values_missing, 2);
 }
 
 TEST(PointCloud2RangeData, EmptyPoseFileStillMakesAFrame)
 {
-    Scan const scan(1, 1);
-    scan.write_plane(1, 5);
-    scan.write_pose(1, "");
-    auto frames = scan.reader(Poses::twelve, 1, 1);
-    frames.Initialize();
-    EXPECT_TRUE(frames.processPointCloud());
+    auto frames = frame_with_pose(Poses::twelve, 1, "");
     EXPECT_EQ(frames.get_rangeData(0).get_vn(), 1U);
     EXPECT_EQ(frames.get_rangeData(0).get_rigidMatrix().get_rotation(), Matrix3d::Zero());
     EXPECT_EQ(frames.get_frame_input(0).pose_values_missing, 12);

@@ -21,7 +21,6 @@ namespace veld_test::reference
 {
 
 using Eigen::Matrix3f;
-using OpenMesh::HalfedgeHandle;
 using OpenMesh::VertexHandle;
 using OrvaneAlgorithm::KdTree3f;
 using OrvaneAlgorithm::Vector2f;

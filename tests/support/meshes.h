@@ -43,6 +43,19 @@ inline TriMesh make_mesh(std::vector<Vector3f> const& points,
     return mesh;
 }
 
+/// An edge without faces between two new vertices: a boundary of two halfedges.
+inline void add_lone_edge(TriMesh& mesh, Vector3f const& from, Vector3f const& to)
+{
+    auto const a = mesh.add_vertex(from);
+    auto const b = mesh.add_vertex(to);
+    auto const h = mesh.new_edge(a, b);
+    auto const back = mesh.opposite_halfedge_handle(h);
+    mesh.set_next_halfedge_handle(h, back);
+    mesh.set_next_halfedge_handle(back, h);
+    mesh.set_halfedge_handle(a, h);
+    mesh.set_halfedge_handle(b, back);
+}
+
 /// One triangle.
 inline TriMesh lone_triangle()
 {

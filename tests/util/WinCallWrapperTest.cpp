@@ -16,7 +16,6 @@ using testing::IsEmpty;
 namespace
 {
 
-using Paths = std::vector<std::wstring>;
 namespace fs = std::filesystem;
 
 /// A directory with three plain files, two of them with the extension, and two directories.

@@ -6,8 +6,6 @@
 #include <gmock/gmock.h>
 #include <zlib.h>
 
-#include <cmath>
-#include <iostream>
 #include <limits>
 #include <map>
 

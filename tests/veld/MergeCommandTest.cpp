@@ -15,7 +15,6 @@ namespace
 using namespace veld_test;
 using OrvaneAlgorithm::CRangeDataIO;
 using OrvaneAlgorithm::RangeData;
-using OrvaneAlgorithm::Vector3f;
 using testing::HasSubstr;
 
 namespace fs = std::filesystem;

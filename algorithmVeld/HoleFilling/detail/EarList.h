@@ -2,7 +2,6 @@
 
 #include "algorithmVeld/HoleFilling/HoleNode.h"
 
-#include <array>
 #include <cstddef>
 #include <vector>
 

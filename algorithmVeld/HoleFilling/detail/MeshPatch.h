@@ -2,7 +2,6 @@
 
 #include "algorithmVeld/common/TriMesh.h"
 
-#include <cstdint>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail

@@ -194,12 +194,6 @@ private:
     std::size_t n_links_ = 0;
 };
 
-/// Whether the mesh can take a triangle.
-inline bool can_add_face(TriMesh const& mesh, std::array<OpenMesh::VertexHandle, 3> const& corners)
-{
-    return NewTriangle(mesh, corners).fits();
-}
-
 /// Adds a triangle if the mesh can take it.
 /// \param elements gives the new edges and the face
 /// \return an invalid handle if it cannot

@@ -9,7 +9,6 @@
 #include <random>
 #include <string>
 #include <system_error>
-#include <utility>
 
 namespace OrvaneAlgorithm::detail
 {

@@ -3,7 +3,6 @@
 #include "algorithmVeld/common/detail/BinaryFile.h"
 
 #include <cstddef>
-#include <utility>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
@@ -14,6 +13,25 @@ template <typename T>
 void release_memory(std::vector<T>& values)
 {
     std::vector<T>().swap(values);
+}
+
+/// Switches a channel on with `n` entries, unless it is on already.
+template <typename T>
+void switch_on(bool& is_on, std::vector<T>& channel, std::size_t n, T const& value)
+{
+    if (!is_on)
+    {
+        channel.assign(n, value);
+        is_on = true;
+    }
+}
+
+/// Switches a channel off and gives its memory back.
+template <typename T>
+void switch_off(bool& is_on, std::vector<T>& channel)
+{
+    is_on = false;
+    release_memory(channel);
 }
 
 /// Keeps the entries that are marked, in their order. Entries that no mark belongs to go.

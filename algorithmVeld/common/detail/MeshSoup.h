@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <limits>
 #include <stdexcept>
-#include <string>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail

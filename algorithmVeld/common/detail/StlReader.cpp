@@ -2,8 +2,6 @@
 #include "algorithmVeld/common/detail/MeshReaders.h"
 #include "algorithmVeld/common/detail/TextCursor.h"
 
-#include <algorithm>
-
 namespace OrvaneAlgorithm::detail
 {
 

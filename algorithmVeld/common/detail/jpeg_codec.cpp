@@ -1,6 +1,5 @@
 #include "algorithmVeld/common/detail/image_codecs.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio> // libjpeg's header needs it
 

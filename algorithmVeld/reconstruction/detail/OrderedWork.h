@@ -3,7 +3,6 @@
 #include "algorithmVeld/common/types.h"
 
 #include <condition_variable>
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <mutex>
