@@ -1,5 +1,7 @@
 #include "AmbientOcclusion.h"
 
+#include "Scatter.h"
+
 #include <cmath>
 
 namespace veld
@@ -31,16 +33,6 @@ float fraction(float value)
 }
 
 } // namespace
-
-std::uint32_t scatter_bits(std::uint32_t number)
-{
-    number ^= number >> 16;
-    number *= 0x7feb352dU;
-    number ^= number >> 15;
-    number *= 0x846ca68bU;
-    number ^= number >> 16;
-    return number;
-}
 
 float AmbientOcclusion::openness(Vector3f const& place, Vector3f const& normal, std::uint32_t pixel,
                                  int first, int count) const

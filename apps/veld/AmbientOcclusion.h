@@ -33,7 +33,4 @@ private:
     int rays_per_pixel_;
 };
 
-/// A number that looks random but is a function of its input.
-std::uint32_t scatter_bits(std::uint32_t number);
-
 } // namespace veld

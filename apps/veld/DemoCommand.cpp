@@ -1,18 +1,25 @@
 #include "Cleaning.h"
 #include "Command.h"
 #include "CommonOptions.h"
-#include "DemoScan.h"
+#include "DemoObject.h"
 #include "Filling.h"
+#include "ForEachIndex.h"
+#include "FrameSource.h"
+#include "GourdSurface.h"
 #include "HoleSummary.h"
+#include "Merging.h"
 #include "MeshFiles.h"
 #include "MeshHealth.h"
 #include "Picture.h"
 #include "Session.h"
 #include "Sticks.h"
+#include "TextFrameFiles.h"
+#include "VirtualScanner.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -24,8 +31,55 @@ namespace
 {
 
 constexpr int largest_small_hole = 12; // in edges
-constexpr int largest_speck = 20;      // in faces
-constexpr double foot_width = 1.2;     // of a stick, in mm
+constexpr int largest_speck = 600;     // in faces
+constexpr double foot_width = 2.0;     // of a stick, in mm
+
+/// Two rings of views: one a little from below, one from above.
+std::vector<ScannerView> scanner_views()
+{
+    std::vector<ScannerView> views;
+    for (int i = 0; i < 8; ++i)
+    {
+        views.push_back({45.0 * i, -5.0});
+    }
+    for (int i = 0; i < 6; ++i)
+    {
+        views.push_back({30.0 + 60.0 * i, 42.0});
+    }
+    return views;
+}
+
+/// How far the vertices of a mesh are from the true surface, in millimetres.
+struct Deviation
+{
+    double mean = 0.0;
+    double percentile_99 = 0.0;
+};
+
+Deviation measure_deviation(TriMesh const& mesh)
+{
+    constexpr std::size_t share = 1024; // vertices at a time
+    Step const step("measure-deviation");
+    std::size_t const n = mesh.n_vertices();
+    std::vector<double> distances(n);
+    for_each_index((n + share - 1) / share,
+                   [&](std::size_t part)
+                   {
+                       for (std::size_t i = part * share; i < std::min(n, (part + 1) * share); ++i)
+                       {
+                           auto const vertex = mesh.vertex_handle(static_cast<unsigned int>(i));
+                           distances[i] = distance_to_gourd(mesh.point(vertex).cast<double>());
+                       }
+                   });
+    Deviation deviation;
+    std::sort(distances.begin(), distances.end());
+    for (double const distance : distances)
+    {
+        deviation.mean += distance / static_cast<double>(n);
+    }
+    deviation.percentile_99 = n > 0 ? distances[(n - 1) * 99 / 100] : 0.0;
+    return deviation;
+}
 
 class DemoCommand : public Command
 {
@@ -33,16 +87,16 @@ public:
     void add_options(CLI::App& app) override
     {
         app.add_option("-o,--output", directory_,
-                       "Directory for the meshes and pictures (default: ./veld-demo)")
+                       "Directory for the frames, meshes and pictures (default: ./veld-demo)")
             ->type_name("DIR");
         set_example(app, "demo -o veld-demo");
     }
 
-    std::string directory() const override { return directory_; }
+    std::string directory() const override { return file("frames"); }
 
     std::vector<std::string> outputs() const override
     {
-        std::vector<std::string> files;
+        std::vector<std::string> files = frame_files().all();
         for (char const* name :
              {"scan.ply", "markers.txt", "seeds.txt", "before.png", "stick-0.ply", "stick-1.ply",
               "stick-2.ply", "cleaned.ply", "cleaned.png", "filled.ply", "after.png"})
@@ -55,13 +109,15 @@ public:
     Json run(Console& console, Outputs& outputs) override
     {
         Json result;
-        DemoScan scan;
-        result["scan"] = make_scan(scan, outputs, console);
-        TriMesh& mesh = scan.mesh;
+        DemoObject const object = make_object();
+        FrameSet const frames = scan(object, outputs, console, result);
+        TriMesh mesh = merge(frames, outputs, console, result);
+        save_knowledge(object, outputs);
+        result["scan"] = report_scan(mesh, object, console);
         result["before"] = draw(mesh, {}, outputs.add(file("before.png")), console);
-        auto const sticks = cut_sticks(mesh, file("scan.ply"), scan.sticks, StickTips::up);
+        auto const sticks = cut_sticks(mesh, file("scan.ply"), object.sticks(), StickTips::up);
         result["sticks"] = save_sticks(sticks, outputs, console);
-        CleanResult const cleaned = clean(mesh, demo_clean_ups(scan, sticks), &CleanUp::on_mesh);
+        CleanResult const cleaned = clean(mesh, demo_clean_ups(object, sticks), &CleanUp::on_mesh);
         save_mesh(outputs.add(file("cleaned.ply")), mesh);
         console.print(to_text(file("cleaned.ply"), cleaned));
         result["clean"] = {{"file", file("cleaned.ply")}};
@@ -70,6 +126,7 @@ public:
         FillResult const filled = fill(mesh);
         save_mesh(outputs.add(file("filled.ply")), mesh);
         result["fill"] = report_filling(file("filled.ply"), filled, console);
+        result["deviation"] = report_deviation(measure_deviation(mesh), console);
         result["after"] =
             draw(mesh, mark_passes(mesh, filled), outputs.add(file("after.png")), console);
         return result;
@@ -81,30 +138,89 @@ private:
         return (fs::path(directory_) / name).string();
     }
 
-    Json make_scan(DemoScan& scan, Outputs& outputs, Console& console) const
+    TextFrameFiles frame_files() const { return {file("frames"), scanner_views().size()}; }
+
+    static DemoObject make_object()
     {
+        Step const step("make-object");
+        return {};
+    }
+
+    /// Scans the object, writes the frames, and reads them as any other host would.
+    FrameSet scan(DemoObject const& object, Outputs& outputs, Console& console, Json& result) const
+    {
+        VirtualScanner const scanner({}, Vector3d(0.0, 17.0, 0.0));
+        std::vector<ScannedFrame> frames;
         {
-            Step const step("make-scan");
-            scan = make_demo_scan();
+            Step const step("scan-object");
+            frames = scanner.scan(object, scanner_views());
         }
-        save_mesh(outputs.add(file("scan.ply")), scan.mesh);
-        write_text_file(outputs.add(file("markers.txt")), marker_lines(scan.markers));
-        write_text_file(outputs.add(file("seeds.txt")), seed_lines(scan.sticks));
-        MeshHealth const health = measure_health(scan.mesh);
-        console.print(fmt::format("{}: a damaged scan, {}, {}, {}, {}, {}, {}\n", file("scan.ply"),
-                                  counted(health.faces, "face"), counted(health.holes, "hole"),
+        FrameSourceOptions source;
+        {
+            Step const step("write-frames");
+            source.source = frame_files().save(frames, outputs);
+        }
+        FrameSet set = load_frames(source, console);
+        result["frames"] = report_frames(set, console);
+        return set;
+    }
+
+    Json report_frames(FrameSet const& set, Console& console) const
+    {
+        TextFrameFiles const files = frame_files();
+        Json list = Json::array();
+        std::size_t points = 0;
+        for (std::size_t i = 0; i < set.frames.size(); ++i)
+        {
+            RangeData const& frame = set.frames[i].data;
+            points += frame.get_vn();
+            list.push_back({{"file", files.points(i)},
+                            {"vertices", frame.get_vn()},
+                            {"rows", frame.grid_rows},
+                            {"columns", frame.grid_cols}});
+        }
+        RangeData const& first = set.frames.at(0).data;
+        console.print(fmt::format("{}: {} of {} on {} x {}\n", files.description(),
+                                  counted(list.size(), "frame"), counted(points, "point"),
+                                  first.grid_rows, first.grid_cols));
+        return list;
+    }
+
+    TriMesh merge(FrameSet const& frames, Outputs& outputs, Console& console, Json& result) const
+    {
+        MergeSettings settings;
+        settings.max_hole_edges = 0; // they are the filling's
+        MergeResult merged = merge_frames(frames.frames, frame_files().description(), settings);
+        save_mesh(outputs.add(file("scan.ply")), merged.mesh);
+        console.print(to_text(file("scan.ply"), merged));
+        result["merge"] = to_json(merged);
+        return std::move(merged.mesh);
+    }
+
+    /// What a host knows of its scan.
+    void save_knowledge(DemoObject const& object, Outputs& outputs) const
+    {
+        write_text_file(outputs.add(file("markers.txt")), marker_lines(object.markers()));
+        write_text_file(outputs.add(file("seeds.txt")), seed_lines(object.sticks()));
+    }
+
+    Json report_scan(TriMesh& mesh, DemoObject const& object, Console& console) const
+    {
+        MeshHealth const health = measure_health(mesh);
+        std::size_t const markers = object.markers().points.size();
+        std::size_t const sticks = object.sticks().points.size();
+        console.print(fmt::format("  {}, {}, {} and {} on it\n",
                                   counted(health.components, "piece"),
                                   counted(health.non_manifold_vertices, "non-manifold spot"),
-                                  counted(scan.markers.points.size(), "marker"),
-                                  counted(scan.sticks.points.size(), "stick")));
+                                  counted(markers, "marker"), counted(sticks, "stick")));
         return {{"file", file("scan.ply")},
                 {"vertices", health.vertices},
                 {"faces", health.faces},
                 {"holes", health.holes},
                 {"components", health.components},
                 {"non_manifold_vertices", health.non_manifold_vertices},
-                {"markers", scan.markers.points.size()},
-                {"sticks", scan.sticks.points.size()}};
+                {"markers", markers},
+                {"sticks", sticks}};
     }
 
     static std::string marker_lines(Markers const& markers)
@@ -146,13 +262,13 @@ private:
 
     /// First what is known, then, for the filling, the vertices that no walk round a hole can pass,
     /// then what is loose, also what these held alone; at last the vertices that all this left.
-    static std::vector<CleanUp> demo_clean_ups(DemoScan const& scan,
+    static std::vector<CleanUp> demo_clean_ups(DemoObject const& object,
                                                std::vector<TriMesh> const& sticks)
     {
         MarkerSettings markers;
-        markers.radius = 1.1 * scan.marker_radius;
+        markers.radius = 1.1 * DemoObject::marker_radius;
         markers.use_normals = true;
-        return {surface_near_markers(scan.markers, markers), surface_of(sticks),
+        return {surface_near_markers(object.markers(), markers), surface_of(sticks),
                 non_manifold_vertices(), small_pieces_by_faces(largest_speck),
                 small_pieces_by_vertices(1)};
     }
@@ -205,6 +321,13 @@ private:
         json["large_holes"]["min_edges"] = largest_small_hole + 1;
         json["other_holes"] = to_json(others);
         return json;
+    }
+
+    static Json report_deviation(Deviation const& deviation, Console& console)
+    {
+        console.print(fmt::format("  {:.3f} mm from the true surface, 99 % within {:.3f} mm\n",
+                                  deviation.mean, deviation.percentile_99));
+        return {{"mean", deviation.mean}, {"percentile_99", deviation.percentile_99}};
     }
 
     /// The faces of each method in its own colour. They stand behind the old ones, pass by pass.

@@ -1,4 +1,5 @@
 #include "Errors.h"
+#include "ForEachIndex.h"
 #include "FrameLoaders.h"
 #include "InputFile.h"
 #include "JsonFields.h"
@@ -190,7 +191,7 @@ LoadedSource load_depth_images(std::string const& path, Json const& cameras)
     {
         throw InputError(path + ": no view has a depth image ('depth')");
     }
-    for_each_frame(source.frames.size(),
+    for_each_index(source.frames.size(),
                    [&](std::size_t i) { load_view(source.frames[i], *with_depth[i], unit); });
     return source;
 }

@@ -1,4 +1,5 @@
 #include "FrameFiles.h"
+#include "ForEachIndex.h"
 
 #include "Errors.h"
 #include "FrameLoaders.h"
@@ -104,7 +105,7 @@ LoadedSource load_rge_folder(std::string const& folder)
         throw InputError(folder + ": holds no .rge files and no cameras.json");
     }
     source.frames.resize(source.files.size());
-    for_each_frame(source.frames.size(),
+    for_each_index(source.frames.size(),
                    [&source](std::size_t i)
                    {
                        LoadedFrame& frame = source.frames[i];

@@ -4,7 +4,6 @@
 #include "Json.h"
 
 #include <cstddef>
-#include <exception>
 #include <string>
 #include <vector>
 
@@ -35,30 +34,5 @@ LoadedSource load_rge_folder(std::string const& folder);
 LoadedSource load_range_scans(std::string const& conf);
 LoadedSource load_text_frames(std::string const& path, Json const& description);
 LoadedSource load_depth_images(std::string const& path, Json const& cameras);
-
-/// Runs `work(i)` for i from 0 to `n` - 1, several at a time. What one of them throws is thrown
-/// when all are done.
-template <typename Work>
-void for_each_frame(std::size_t n, Work const& work)
-{
-    std::exception_ptr failure;
-#pragma omp parallel for schedule(dynamic, 1)
-    for (std::ptrdiff_t i = 0; i < static_cast<std::ptrdiff_t>(n); ++i)
-    {
-        try
-        {
-            work(static_cast<std::size_t>(i));
-        }
-        catch (...)
-        {
-#pragma omp critical
-            failure = std::current_exception();
-        }
-    }
-    if (failure)
-    {
-        std::rethrow_exception(failure);
-    }
-}
 
 } // namespace veld

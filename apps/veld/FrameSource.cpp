@@ -1,4 +1,5 @@
 #include "FrameSource.h"
+#include "ForEachIndex.h"
 
 #include "CommonOptions.h"
 #include "Errors.h"
@@ -128,7 +129,7 @@ void finish_frame(LoadedFrame& frame, double scale)
 void warn_of_units(std::string const& source, FrameSet const& set, Console& console)
 {
     std::vector<double> spacings(set.frames.size());
-    for_each_frame(spacings.size(),
+    for_each_index(spacings.size(),
                    [&](std::size_t i) { spacings[i] = spacing_of(set.frames[i].data); });
     auto const middle = spacings.begin() + static_cast<std::ptrdiff_t>(spacings.size() / 2);
     std::nth_element(spacings.begin(), middle, spacings.end());
@@ -158,7 +159,7 @@ FrameSet load_frames(FrameSourceOptions const& options, Console& console)
 {
     Step const step("read-frames");
     LoadedSource loaded = load_source(options.source);
-    for_each_frame(loaded.frames.size(),
+    for_each_index(loaded.frames.size(),
                    [&](std::size_t i) { finish_frame(loaded.frames[i], options.scale); });
     FrameSet set;
     set.files = std::move(loaded.files);

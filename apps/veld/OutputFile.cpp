@@ -96,6 +96,11 @@ OutputFile::OutputFile(std::string const& path)
 {
 }
 
+OutputFile::OutputFile(std::string const& path, fs::path temporary)
+    : path_(path), target_(behind_links(path)), temporary_(std::move(temporary))
+{
+}
+
 OutputFile::~OutputFile()
 {
     std::error_code ignored;
@@ -120,6 +125,7 @@ void OutputFile::commit()
 Outputs::~Outputs()
 {
     files_.clear();
+    remove_stagings();
     std::error_code ignored;
     for (auto directory = directories_.rbegin(); directory != directories_.rend(); ++directory)
     {
@@ -151,12 +157,42 @@ OutputFile const& Outputs::add(std::string const& path)
     return *files_.back();
 }
 
+std::string Outputs::make_staging(std::string const& directory)
+{
+    fs::path const staging = name_beside(fs::path(directory) / "staging");
+    std::error_code error;
+    if (!fs::create_directory(staging, error))
+    {
+        throw OperationError(directory + ": cannot be written there");
+    }
+    stagings_.push_back(staging);
+    return staging.string();
+}
+
+OutputFile const& Outputs::add_staged(std::string const& path, std::string const& staging)
+{
+    files_.push_back(
+        std::make_unique<OutputFile>(path, fs::path(staging) / fs::path(path).filename()));
+    return *files_.back();
+}
+
+void Outputs::remove_stagings()
+{
+    std::error_code ignored;
+    for (auto const& staging : stagings_)
+    {
+        fs::remove(staging, ignored);
+    }
+    stagings_.clear();
+}
+
 void Outputs::commit()
 {
     for (auto const& file : files_)
     {
         file->commit();
     }
+    remove_stagings();
     directories_.clear();
 }
 

@@ -16,6 +16,8 @@ public:
     /// \param path the final name; a symbolic link stays one, and what it points to is replaced.
     ///        The temporary name has the same extension, and is short whatever this one is.
     explicit OutputFile(std::string const& path);
+    /// \param path the final name \param temporary the one until then, on the same volume
+    OutputFile(std::string const& path, std::filesystem::path temporary);
     ~OutputFile();
     OutputFile(OutputFile const&) = delete;
     OutputFile& operator=(OutputFile const&) = delete;
@@ -50,12 +52,22 @@ public:
     /// A further file.
     OutputFile const& add(std::string const& path);
 
+    /// Makes a temporary directory in `directory`, for files that are read again before they are in
+    /// their places: there they have their own names. It goes when they have gone from it.
+    std::string make_staging(std::string const& directory);
+
+    /// A further file, which is in the staging directory until it is committed.
+    OutputFile const& add_staged(std::string const& path, std::string const& staging);
+
     /// Puts all files in their places, in the order in which they were added.
     void commit();
 
 private:
+    void remove_stagings();
+
     std::vector<std::unique_ptr<OutputFile>> files_;
     std::vector<std::filesystem::path> directories_; ///< Made here, the upper ones first.
+    std::vector<std::filesystem::path> stagings_;
 };
 
 /// Refuses outputs that cannot be written, that are no plain files, or that are one of the inputs

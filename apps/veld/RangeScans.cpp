@@ -1,4 +1,5 @@
 #include "Errors.h"
+#include "ForEachIndex.h"
 #include "FrameLoaders.h"
 #include "InputFile.h"
 #include "Numbers.h"
@@ -118,7 +119,7 @@ LoadedSource load_range_scans(std::string const& conf)
     {
         throw InputError(conf + ": names no range scan: 'bmesh FILE tx ty tz qx qy qz qw'");
     }
-    for_each_frame(source.frames.size(), [&source](std::size_t i) { load_scan(source.frames[i]); });
+    for_each_index(source.frames.size(), [&source](std::size_t i) { load_scan(source.frames[i]); });
     return source;
 }
 
