@@ -31,8 +31,8 @@ namespace
 {
 
 constexpr int largest_small_hole = 12; // in edges
-constexpr int largest_speck = 20;      // in faces
-constexpr double foot_width = 1.2;     // of a stick, in mm
+constexpr int largest_speck = 600;     // in faces
+constexpr double foot_width = 2.0;     // of a stick, in mm
 
 /// Two rings of views: one a little from below, one from above.
 std::vector<ScannerView> scanner_views()
@@ -87,7 +87,7 @@ public:
     void add_options(CLI::App& app) override
     {
         app.add_option("-o,--output", directory_,
-                       "Directory for the meshes and pictures (default: ./veld-demo)")
+                       "Directory for the frames, meshes and pictures (default: ./veld-demo)")
             ->type_name("DIR");
         set_example(app, "demo -o veld-demo");
     }
@@ -188,7 +188,9 @@ private:
 
     TriMesh merge(FrameSet const& frames, Outputs& outputs, Console& console, Json& result) const
     {
-        MergeResult merged = merge_frames(frames.frames, frame_files().description(), {});
+        MergeSettings settings;
+        settings.max_hole_edges = 0; // they are the filling's
+        MergeResult merged = merge_frames(frames.frames, frame_files().description(), settings);
         save_mesh(outputs.add(file("scan.ply")), merged.mesh);
         console.print(to_text(file("scan.ply"), merged));
         result["merge"] = to_json(merged);

@@ -115,13 +115,17 @@ std::array<Vector3d, 3> stick_places()
     return {direction(-12, 18), direction(28, -4), direction(2, -17)};
 }
 
-/// A round stick along z, from inside the gourd up, with a slightly domed cap.
+/// A round stick along z, from inside the gourd up, with a rounded rim and a slightly domed cap.
 Soup make_stick(Vector3d const& foot)
 {
     constexpr std::uint32_t sides = 64;
+    constexpr int rim_steps = 6;
     constexpr int cap_rings = 8;
-    constexpr double root = 8.0; // below the foot
-    constexpr double dome = 0.3; // the middle of the cap is so much higher than its edge
+    constexpr std::uint32_t rims = 1 + rim_steps + cap_rings + 1;
+    constexpr double root = 8.0;     // below the foot
+    constexpr double rounding = 0.8; // radius of the rim
+    constexpr double dome = 0.3;     // the middle of the cap is so much higher than its edge
+    constexpr double flat = 0.5 * stick_diameter - rounding;
     Soup soup;
     auto const add_rim = [&](double radius, double height)
     {
@@ -132,12 +136,18 @@ Soup make_stick(Vector3d const& foot)
         }
     };
     add_rim(0.5 * stick_diameter, -root);
+    for (int step = 0; step < rim_steps; ++step)
+    {
+        double const angle = 0.5 * pi * step / rim_steps;
+        add_rim(flat + rounding * std::cos(angle),
+                stick_height - dome - rounding * (1.0 - std::sin(angle)));
+    }
     for (int ring = cap_rings; ring >= 0; --ring)
     {
         double const part = static_cast<double>(ring) / cap_rings;
-        add_rim(0.5 * stick_diameter * part, stick_height + dome * (1.0 - part * part));
+        add_rim(flat * part, stick_height - dome * part * part);
     }
-    for (std::uint32_t lower = 0; lower < (cap_rings + 1) * sides; lower += sides)
+    for (std::uint32_t lower = 0; lower < (rims - 1) * sides; lower += sides)
     {
         for (std::uint32_t i = 0; i < sides; ++i)
         {
@@ -168,8 +178,8 @@ void add_lint(Soup& soup)
         double azimuth, elevation, height, size;
     };
     for (auto const& lint :
-         {Lint{-58, 48, 7.0, 1.7}, Lint{-47, 56, 10.0, 1.4}, Lint{62, 40, 6.0, 1.8},
-          Lint{70, 30, 9.0, 1.4}, Lint{-75, -8, 8.0, 1.5}, Lint{150, 40, 7.0, 1.6}})
+         {Lint{-58, 48, 8.0, 2.4}, Lint{-47, 56, 11.0, 2.1}, Lint{62, 40, 7.0, 2.6},
+          Lint{70, 30, 10.0, 2.0}, Lint{-75, -8, 9.0, 2.3}, Lint{150, 40, 8.0, 2.5}})
     {
         Vector3d const at = direction(lint.azimuth, lint.elevation);
         soup.append(make_lint(gourd_point(at) + at * lint.height, lint.size));

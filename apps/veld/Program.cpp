@@ -57,8 +57,9 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
                 "Merge the frames of a scan into one mesh");
     add_command(program, entries, make_render_command(), "render",
                 "Draw a mesh, its holes in colour");
-    add_command(program, entries, make_demo_command(), "demo",
-                "Make a damaged scan, clean it, close its holes and draw it");
+    add_command(
+        program, entries, make_demo_command(), "demo",
+        "Scan an object made by code, merge its frames, clean the mesh, close its holes, draw it");
     return entries;
 }
 

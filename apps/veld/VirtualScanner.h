@@ -33,10 +33,10 @@ public:
 /// What a scanner is like. Lengths are millimetres, angles degrees.
 struct ScannerSettings
 {
-    int rows = 300;
-    int columns = 280;
+    int rows = 270;
+    int columns = 252;
     double distance = 400.0;           ///< From the middle of what it looks at.
-    double spacing = 0.45;             ///< Of the rays there.
+    double spacing = 0.5;              ///< Of the rays there.
     double noise = 0.03;               ///< Standard deviation along the ray.
     double largest_slant = 72.0;       ///< Between ray and normal; what is farther gives nothing.
     double depth_jump = 2.5;           ///< Where neighbours differ by more, neither is measured.

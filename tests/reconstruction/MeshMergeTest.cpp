@@ -10,8 +10,11 @@
 
 #include <gmock/gmock.h>
 
+#include <omp.h>
+
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <set>
@@ -238,30 +241,67 @@ TEST_F(MeshMergeTest, ChannelShorterThanItsFrameThrowsAndLeavesTheMeshEmpty)
     }
 }
 
-// A host breaks a merge off by an observer that throws.
+// A host breaks a merge off by an observer that throws, at the start of a step or at its end. The
+// end of the whole merge is the last that can go wrong.
 TEST_F(MeshMergeTest, MergeThatIsBrokenOffLeavesAnEmptyMesh)
 {
     auto const ranges = random_frames(10, 2, 12, 0.12F);
-    for (char const* step : {"rge-to-mesh", "border-stitch", "ear-trimming-round-2"})
+    for (std::string const step :
+         {"mesh-merge", "rge-to-mesh", "delete-long-edge", "border-stitch", "mesh-filter",
+          "ear-trimming-round-1", "remove-small-components", "ear-trimming-round-2"})
     {
-        gLH.set_step_observer(
-            [&](StepEvent const& event)
-            {
-                if (event.started && event.step == step)
+        for (bool const started : {true, false})
+        {
+            gLH.set_step_observer(
+                [&](StepEvent const& event)
                 {
-                    throw std::runtime_error("stop");
+                    if (event.started == started && event.step == step)
+                    {
+                        throw std::runtime_error("stop");
+                    }
+                });
+            OpenMerge merger;
+            TriMesh mesh = tetrahedron();
+            std::vector<int> frames{1};
+            EXPECT_THROW(
+                merger.mesh_merge(pointers(ranges), 0.12, mesh, false, 10, 10, 0.5, frames),
+                std::runtime_error);
+            gLH.set_step_observer({});
+            EXPECT_EQ(mesh.n_vertices(), 0U) << step << started;
+            if (step != "mesh-merge" || started)
+            {
+                EXPECT_THAT(frames, ElementsAre(1)) << step << started;
+            }
+            EXPECT_FALSE(merger.has_property());
+            EXPECT_THAT(gLH.steps_as_json(), testing::Not(HasSubstr("\"running\":1")));
+        }
+    }
+}
+
+// What the mesh held is lost also where the very first line cannot be logged.
+TEST_F(MeshMergeTest, SinkThatThrowsLeavesAnEmptyMesh)
+{
+    auto const ranges = random_frames(10, 2, 12, 0.12F);
+    for (std::string const line : {"mesh_merge() ..\n", "convert_rge_to_mesh() ..\n",
+                                   "divide_mesh() ..\n", "mesh_filter() ..\n"})
+    {
+        gLH.set_sink(
+            [&](std::string const& text)
+            {
+                if (text == line)
+                {
+                    throw std::runtime_error("full");
                 }
             });
         OpenMerge merger;
-        TriMesh mesh;
+        TriMesh mesh = tetrahedron();
         std::vector<int> frames{1};
-        EXPECT_THROW(merger.mesh_merge(pointers(ranges), 0.12, mesh, false, 10, 10, 0.5, frames),
+        EXPECT_THROW(merger.mesh_merge(pointers(ranges), 0.12, mesh, true, 10, 10, 0.5, frames),
                      std::runtime_error);
-        gLH.set_step_observer({});
-        EXPECT_EQ(mesh.n_vertices(), 0U) << step;
-        EXPECT_THAT(frames, ElementsAre(1)) << step;
+        gLH.set_sink({});
+        EXPECT_EQ(mesh.n_vertices(), 0U) << line;
+        EXPECT_THAT(frames, ElementsAre(1)) << line;
         EXPECT_FALSE(merger.has_property());
-        EXPECT_THAT(gLH.steps_as_json(), testing::Not(HasSubstr("\"running\":1")));
     }
 }
 
@@ -273,6 +313,20 @@ TEST_F(MeshMergeTest, FramesWithoutPointsGiveAnEmptyMesh)
     EXPECT_EQ(result.value, RET_SUCCESS);
     EXPECT_EQ(result.mesh.n_vertices(), 0U);
     EXPECT_THAT(result.frames, IsEmpty());
+}
+
+TEST_F(MeshMergeTest, FrameWithoutPointsBetweenOthersKeepsItsPlaceInTheList)
+{
+    RangeData empty;
+    empty.has_vNormal = true;
+    auto const result = merge({flat_frame(4, 4, 1.0F), empty, flat_frame(4, 4, 1.0F, {50, 0, 0})});
+    EXPECT_EQ(result.value, RET_SUCCESS);
+    ASSERT_EQ(result.mesh.n_vertices(), 28U);
+    for (auto const v : result.mesh.vertices())
+    {
+        EXPECT_EQ(result.frames[static_cast<std::size_t>(v.idx())],
+                  result.mesh.point(v).x() < 25.0F ? 0 : 2);
+    }
 }
 
 // ---------------------------------------------------------------------------- frames to triangles
@@ -481,6 +535,50 @@ TEST(MeshMerge, LengthLimitBeyondAllEdgesDeletesNone)
     auto const result = merge({flat_frame(4, 4, 1.0F)}, settings);
     EXPECT_EQ(result.mesh.n_faces(), 16U);
     EXPECT_EQ(log.count("  deleted long edges: 0\n"), 1);
+}
+
+// The limit becomes a float first: an edge of that very float is not longer.
+TEST(MeshMerge, LengthLimitIsRoundedToFloat)
+{
+    LogCapture const log(false);
+    Settings settings;
+    settings.verbose = true;
+    settings.long_edge_length = 0.1; // less than the float nearest to it
+    merge({flat_frame(2, 2, 0.1F)}, settings);
+    EXPECT_EQ(log.count("  deleted long edges: 0\n"), 1);
+}
+
+// The squares of the diagonals are 1 and the next float; their roots are both 1.
+TEST(MeshMerge, DiagonalsAreComparedAsLengthsInFloat)
+{
+    LogCapture const log(false);
+    TempDir const dir;
+    gPH.result_dir = dir.path().string();
+    MeshMerge merger;
+    merger.set_save_debug_meshes(true);
+    Settings settings;
+    settings.verbose = true;
+    std::vector<Vector3f> const corners{
+        {0, 0, 0}, {0.5F, -0.5F, 0}, {0.5F, 0.5F, 0.00034527F}, {1, 0, 0}};
+    ASSERT_GT((corners[1] - corners[2]).squaredNorm(), 1.0F);
+    merge({make_frame(2, 2,
+                      [&](int r, int c) { return corners[static_cast<std::size_t>(2 * r + c)]; })},
+          settings, merger);
+    TriMesh mesh;
+    MeshReadReport report;
+    ASSERT_TRUE(read_mesh(dir.file("00-initial-mesh.stl"), mesh, report)) << report.error;
+    ASSERT_EQ(mesh.n_faces(), 2U);
+    for (auto const f : mesh.faces())
+    {
+        std::vector<Vector3f> found;
+        for (auto const v : f.vertices())
+        {
+            found.push_back(mesh.point(v));
+        }
+        // Equal lengths are cut across the second diagonal, from corner 1 to corner 3 of the cell.
+        EXPECT_THAT(found, testing::Contains(corners[1]));
+        EXPECT_THAT(found, testing::Contains(corners[2]));
+    }
 }
 
 TEST(MeshMerge, LongBorderEdgesAreCountedAndTheirVerticesGoInTheFilter)
@@ -750,6 +848,33 @@ TEST_F(MeshMergeTest, FramesInOnePlaceAndPointsInOnePointDoNoHarm)
         12, 12, [](int r, int c) { return Vector3f(0.1F * static_cast<float>(r + c), 0, 0); });
     EXPECT_EQ(merge({line, line}, settings).value, RET_SUCCESS);
 }
+
+#if !defined(_WIN32)
+// A host that lets its own regions have one thread each gives the numbers of threads as a list:
+// one level's number says nothing about the next. It is read once, when the process starts, so the
+// merge runs in a process of its own.
+TEST(MeshMergeDeathTest, NumbersOfThreadsThatDifferByLevelMakeTheSameMesh)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    char const* const before = std::getenv("OMP_NUM_THREADS");
+    std::string const old = before == nullptr ? "" : before;
+    setenv("OMP_NUM_THREADS", "4,1", 1);
+    EXPECT_EXIT(
+        {
+            auto const ranges = random_frames(11, 4, 40, 0.1F);
+            Settings settings;
+            settings.stitch_radius = 0.1;
+            settings.long_edge_length = 0.5;
+            bool const has_four = omp_get_max_threads() == 4;
+            auto const many = fingerprint(merge(ranges, settings).mesh);
+            omp_set_num_threads(1);
+            bool const same = many == fingerprint(merge(ranges, settings).mesh);
+            std::_Exit(has_four && same ? 7 : 1);
+        },
+        testing::ExitedWithCode(7), "");
+    before == nullptr ? unsetenv("OMP_NUM_THREADS") : setenv("OMP_NUM_THREADS", old.c_str(), 1);
+}
+#endif
 
 // More triangles come than there was room for: the threads stop, room is made, and they go on.
 TEST_F(MeshMergeTest, ManyMoreTrianglesThanBorderVerticesFit)

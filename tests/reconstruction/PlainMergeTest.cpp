@@ -32,6 +32,7 @@ protected:
             merger.set_point_spacing(s.point_spacing);
             merger.set_normal_angle_thr(s.normal_angle_thr);
             merger.set_neighbour_factor(s.neighbour_factor);
+            merger.set_ear_edge_factor(s.ear_edge_factor);
             TriMesh mesh;
             std::vector<int> vertex_frames;
             ASSERT_EQ(merger.mesh_merge(pointers(frames), s.stitch_radius, mesh, false,
@@ -88,6 +89,39 @@ TEST_P(PlainMerge, SameMeshWhereASearchIsWiderThanASlab)
     settings.stitch_radius = 0.15;
     settings.long_edge_length = 0.3;
     compare(random_frames(100U + static_cast<unsigned>(GetParam()), 3, 20, 0.1F), settings);
+}
+
+// Slabs are cut along y where no side of the box is longer, and their width knows nothing of the
+// longest ear. Both show in the order of the faces.
+TEST_P(PlainMerge, SameMeshInABoxOfEqualSides)
+{
+    reference::MergeSettings settings;
+    settings.point_spacing = 0.05;
+    settings.stitch_radius = 0.1;
+    settings.ear_edge_factor = 3.0;
+    auto frames = random_frames(200U + static_cast<unsigned>(GetParam()), 3, 20, 0.1F);
+    frames.push_back(flat_frame(1, 1, 1.0F, {-8, -8, -8}));
+    frames.push_back(flat_frame(1, 1, 1.0F, {8, 8, 8}));
+    compare(frames, settings);
+}
+
+// With an outlier there are more slabs than vertices, and numbers are left out. Which slabs are
+// even stays the same, and with it the order of the faces.
+TEST_P(PlainMerge, SameMeshWithEmptySlabsBetweenFramesAndAnOutlier)
+{
+    reference::MergeSettings settings;
+    settings.point_spacing = 0.1;
+    settings.stitch_radius = 0.1;
+    auto frames = random_frames(300U + static_cast<unsigned>(GetParam()), 4, 12, 0.1F);
+    for (std::size_t i = 2; i < frames.size(); ++i)
+    {
+        for (auto& p : frames[i].vCoord)
+        {
+            p.x() += 4.0F * static_cast<float>(2 + GetParam() % 4);
+        }
+    }
+    frames.push_back(flat_frame(1, 1, 1.0F, {40000.0F, 0, 0}));
+    compare(frames, settings);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "tests/support/log_capture.h"
 #include "tests/support/standard_output.h"
+#include "tests/support/steps.h"
 #include "tests/support/temp_dir.h"
 
 #include <gmock/gmock.h>
@@ -165,6 +166,23 @@ TEST(PointCloud2RangeData, LongHeaderLineGoesOnInTheNext)
     EXPECT_EQ(frames.get_rangeData(0).get_rigidMatrix().get_rotation()(0, 0), 2.0);
 }
 
+TEST(PointCloud2RangeData, HeaderLineThatFitsWithItsEndIsOneLine)
+{
+    // 510 characters and the end of the line are read in one go; of 511 the end would be left, as
+    // a second line without a number.
+    Scan const scan(1, 1);
+    scan.write_plane(4, 5);
+    scan.write_pose(4, "1" + std::string(509, 'x') + "\n4\n" + identity_16);
+    auto frames = scan.reader(Poses::sixteen, 4, 4);
+    frames.Initialize();
+    EXPECT_TRUE(frames.processPointCloud());
+    EXPECT_EQ(frames.get_rangeData(0).get_vn(), 1U);
+    scan.write_pose(4, "1" + std::string(510, 'x') + "\n4\n" + identity_16);
+    auto longer = scan.reader(Poses::sixteen, 4, 4);
+    longer.Initialize();
+    EXPECT_THROW(longer.processPointCloud(), std::out_of_range);
+}
+
 TEST(PointCloud2RangeData, LongWordOfTheCommonFileIsReadInPieces)
 {
     // The rest of a longer word stands where the frame's number should: the record is empty, and
@@ -220,6 +238,25 @@ TEST(PointCloud2RangeData, PixelAtTheOriginHasNoPointAndItsCellsAreNotComplete)
     EXPECT_EQ(frame.vUV.at(2).col, 0);
 }
 
+TEST(PointCloud2RangeData, CellNeedsEachOfItsFourCorners)
+{
+    for (int const gap : {0, 1, 2, 3})
+    {
+        Scan const scan(2, 2);
+        std::string points;
+        for (int i = 0; i < 4; ++i)
+        {
+            points += i == gap ? "0 0 0 0 0 0 " : "1 2 3 0 0 0 ";
+        }
+        scan.write_points(1, points);
+        scan.write_pose(1, identity_12);
+        auto frames = scan.reader(Poses::twelve, 1, 1);
+        frames.Initialize();
+        EXPECT_TRUE(frames.processPointCloud());
+        EXPECT_THAT(frames.get_rangeData(0).cellFlag, ElementsAre(0, 0, 0)) << gap;
+    }
+}
+
 TEST(PointCloud2RangeData, PointIsWhereTheAbsoluteCoordinatesAddUpToMoreThanTheLimit)
 {
     Scan const scan(1, 5);
@@ -237,6 +274,24 @@ TEST(PointCloud2RangeData, PointIsWhereTheAbsoluteCoordinatesAddUpToMoreThanTheL
         columns.push_back(cell.col);
     }
     EXPECT_THAT(columns, ElementsAre(1, 2, 4)); // NaN compares with nothing
+}
+
+TEST(PointCloud2RangeData, CoordinatesAreAddedInFloatAndComparedInDouble)
+{
+    // The float nearest to 1e-5 is 2.5e-13 less than 1e-5, and the next one is 9.1e-13 above that.
+    // 3e-13 more are beyond the limit, but the sum of floats stays where it was; 5e-13 more make it
+    // the next float.
+    Scan const scan(1, 4);
+    scan.write_points(1, "1e-5 3e-13 0 0 0 0  1e-5 5e-13 0 0 0 0  -1e-5 0 -3e-13 0 0 0 "
+                         "-1e-5 0 -5e-13 0 0 0");
+    scan.write_pose(1, identity_12);
+    auto frames = scan.reader(Poses::twelve, 1, 1);
+    frames.Initialize();
+    EXPECT_TRUE(frames.processPointCloud());
+    auto const& frame = frames.get_rangeData(0);
+    ASSERT_EQ(frame.get_vn(), 2U);
+    EXPECT_EQ(frame.vUV[0].col, 1);
+    EXPECT_EQ(frame.vUV[1].col, 3);
 }
 
 TEST(PointCloud2RangeData, RowsComeBeforeColumnsInTheSetter)
@@ -343,6 +398,7 @@ TEST(PointCloud2RangeData, HeaderWithAnotherNumberLeavesTheFrameEmpty)
     EXPECT_EQ(log.count("orvaneMat.curFrameId (5) != frameId (4)\n"
                         "  fail to get matrix of frame 4.\n"),
               1);
+    EXPECT_EQ(log.count("fail to get matrix"), 1);
     EXPECT_FALSE(frames.get_frame_input(0).has_pose);
 }
 
@@ -376,6 +432,19 @@ TEST(PointCloud2RangeData, HeaderNumberThatIsTooLargeIsNoFrames)
 }
 
 // Files that are short or damaged.
+
+TEST(PointCloud2RangeData, CommonRecordWithoutANumberHasNoPoseEvenIfItsValuesAreThere)
+{
+    // ".5" is no frame number, but the first value: twelve values are read all the same.
+    Scan const scan(1, 1);
+    scan.write("rt.txt", "frame .5 0 0 0 0 1 0 0 0 0 1 0 frame 3 " + identity_12);
+    auto frames = scan.reader(Poses::common, 0, 0);
+    frames.Initialize();
+    frames.processPointCloud();
+    EXPECT_THAT(frames.get_frame_id_arr(), ElementsAre(0, 3));
+    EXPECT_EQ(frames.get_frame_input(0).pose_values_missing, 12);
+    EXPECT_EQ(frames.get_frame_input(1).pose_values_missing, 0);
+}
 
 TEST(PointCloud2RangeData, ShortPoseFileGivesZeros)
 {
@@ -556,6 +625,7 @@ TEST(PointCloud2RangeData, SecondRunAppendsToTheListAndFails)
     EXPECT_EQ(frames.get_rangeData(2).get_vn(), 0U);
     EXPECT_EQ(log.count("  fail to get matrix of frame 1.\n"), 1);
     EXPECT_EQ(log.count("  fail to get matrix of frame 2.\n"), 1);
+    EXPECT_EQ(log.count("curFrameId"), 0); // there is no record whose number could differ
     EXPECT_THAT(log.text(), HasSubstr("    mRangeDataArr.size():    4\n"
                                       "    mMatrixArr.size():       2\n"));
 }
@@ -700,6 +770,32 @@ TEST(PointCloud2RangeData, StepsStandUnderLoading)
     EXPECT_LT(at("\"load-point-cloud-files\""), at("\"pc2rd-create-image\""));
     EXPECT_NE(at("\"pc2rd-create-image\""), std::string::npos);
     gLH.clear_steps();
+}
+
+TEST(PointCloud2RangeData, CountingTheVerticesIsAStepOfItsOwnOnlyWhereTheyAreTold)
+{
+    Scan const scan(1, 1);
+    scan.write_plane(1, 5);
+    scan.write_pose(1, identity_12);
+    for (bool const verbose : {true, false})
+    {
+        LogCapture const log(verbose);
+        veld_test::StepsHeard const heard;
+        auto frames = scan.reader(Poses::twelve, 1, 1);
+        frames.Initialize();
+        frames.processPointCloud();
+        std::vector<std::string> const before{
+            "+PC2RD-load-data/", "+load-matrix-files/PC2RD-load-data",
+            "-load-matrix-files/PC2RD-load-data", "+load-point-cloud-files/PC2RD-load-data"};
+        std::vector<std::string> expected = before;
+        if (verbose)
+        {
+            expected.insert(expected.end(), {"+pc2rd-create-image/", "-pc2rd-create-image/"});
+        }
+        expected.insert(expected.end(),
+                        {"-load-point-cloud-files/PC2RD-load-data", "-PC2RD-load-data/"});
+        EXPECT_EQ(heard.events(), expected) << verbose;
+    }
 }
 
 } // namespace

@@ -147,6 +147,20 @@ TEST(TextScanner, NumbersOverTheBoundsOfThePiecesInMemory)
     }
 }
 
+TEST(TextScanner, NumberThatThePieceCutsAnywhereIsOneNumber)
+{
+    // The first piece has 2^18 characters. Of a number that it cuts at its exponent the beginning
+    // is a number, too.
+    std::string const number = "1234.5e+02";
+    for (std::size_t in_first = 0; in_first <= number.size(); ++in_first)
+    {
+        Text const file(std::string((std::size_t{1} << 18U) - in_first, ' ') + number + " 8");
+        auto text = file.scanner();
+        EXPECT_EQ(next_float(text), 123450.0F) << in_first;
+        EXPECT_EQ(next_float(text), 8.0F) << in_first;
+    }
+}
+
 TEST(TextScanner, OnlyPlainFilesAreOpened)
 {
     veld_test::TempDir const dir;

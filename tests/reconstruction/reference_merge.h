@@ -30,6 +30,7 @@ struct MergeSettings
     double point_spacing = 0.12;
     float normal_angle_thr = 30.0F;
     int neighbour_factor = 8;
+    double ear_edge_factor = 5.0;
     double stitch_radius = 0.12;
     int max_hole_edges = 10;
     int min_component_size = 5;
@@ -114,7 +115,7 @@ inline bool consistent(TriMesh const& mesh, VertexHandle va, VertexHandle vb, Ve
             std::vector<Vector3f> p;
             for (auto it = mesh.cfh_iter(*f); it.is_valid(); ++it)
             {
-                p.push_back(mesh.point(mesh.from_vertex_handle(*it)));
+                p.push_back(mesh.point(mesh.to_vertex_handle(*it)));
             }
             Vector3f const m = (p[1] - p[0]).cross(p[2] - p[0]);
             if (m.norm() * cos_thr > m.dot(n))
@@ -569,10 +570,10 @@ inline void mesh_merge(std::vector<RangeData> const& frames, MergeSettings const
     filter(mesh);
     OrvaneAlgorithm::EarTrimming trimming;
     trimming.ear_trimming(mesh, false, true, true, settings.max_hole_edges,
-                          5.0 * settings.point_spacing, 150.0);
+                          settings.ear_edge_factor * settings.point_spacing, 150.0);
     OrvaneAlgorithm::PostProcessing().remove_small_objects(mesh, settings.min_component_size);
     trimming.ear_trimming(mesh, true, false, false, settings.max_hole_edges,
-                          5.0 * settings.point_spacing, 150.0);
+                          settings.ear_edge_factor * settings.point_spacing, 150.0);
     vertex_frames.clear();
     for (auto const v : mesh.vertices())
     {

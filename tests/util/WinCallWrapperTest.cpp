@@ -119,6 +119,19 @@ TEST(GetFileArr, ListsFilesWithTheExtensionInAnyCase)
     EXPECT_THAT(WinCallWrapper::get_file_arr(folder.wide(), L".none", false), IsEmpty());
 }
 
+TEST(GetFileArr, CapitalsComeFirst)
+{
+    // Names are ordered as they are, character by character.
+    veld_test::TempDir const folder;
+    for (char const* const name : {"a.rge", "B.rge", "c.rge"})
+    {
+        std::ofstream(folder.path() / name) << "x";
+    }
+    std::wstring const dir = folder.path().wstring();
+    EXPECT_THAT(WinCallWrapper::get_file_arr(dir, L".rge", false),
+                ElementsAre(dir + L"/B.rge", dir + L"/a.rge", dir + L"/c.rge"));
+}
+
 TEST(GetFileArr, ExtensionItselfIsNotLowered)
 {
     // The name is lowered and the extension is not, so capitals match nothing.

@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <limits>
 #include <map>
 #include <sstream>
 
@@ -206,6 +207,63 @@ TEST(MergeCommand, ErrorsNameWhatIsWrong)
     // Points without neighbours tell no spacing.
     Frames const lone({flat_frame(1, 1, 1.0F)});
     expect_error(lone, lone.merge({}), 1, "--spacing");
+}
+
+TEST(MergeCommand, FramesThatCannotBeUsedAreNamedAndTheOthersMerged)
+{
+    auto ranges = side_by_side();
+    ranges.emplace_back(); // no points
+    ranges.push_back(flat_frame(21, 21, 0.5F, {30, 0, 0}));
+    for (auto& point : ranges.back().vCoord)
+    {
+        point.y() = std::numeric_limits<float>::quiet_NaN();
+    }
+    ranges.push_back(flat_frame(21, 21, 0.5F, {60, 0, 0}));
+    ranges.back().disable_vNormal();
+    Frames const frames(ranges);
+    Outcome const run = frames.merge();
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.error_lines(), 3) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("frame-2.rge: left out: it holds no points"));
+    EXPECT_THAT(run.err, HasSubstr("frame-3.rge: left out: it holds no points"));
+    EXPECT_THAT(run.err, HasSubstr("frame-4.rge: has no normals: computed from its grid"));
+    EXPECT_EQ(run.json()["frames"], 3);
+    EXPECT_EQ(run.json()["vertices"], 3 * 21 * 21 - 2 * lost_corners);
+}
+
+TEST(MergeCommand, TextFramesThatCannotBeUsedAreNamedAndTheOthersMerged)
+{
+    TempDir const dir;
+    fs::create_directory(dir.file("in"));
+    for (int const number : {1, 2, 3, 4})
+    {
+        std::ostringstream points;
+        // The last one is two pixels shorter than its grid says.
+        for (int i = 0; i < (number == 4 ? 98 : 100); ++i)
+        {
+            points << 0.5 * (i % 10) + 20 * number << " " << 0.5 * (i / 10) << " 100 0 0 0\n";
+        }
+        write_file(dir.file("in/c" + std::to_string(number) + ".asc"), points.str());
+    }
+    write_file(dir.file("in/p1.txt"), "1 0 0 0 1 0 0 0 1 0 0 0");
+    write_file(dir.file("in/p2.txt"), "1 0 0 0 1 0 0 0 1 0 0"); // and none for 3
+    write_file(dir.file("in/p4.txt"), "1 0 0 0 1 0 0 0 1 0 0 0");
+    nlohmann::json const scan{{"rows", 10},
+                              {"columns", 10},
+                              {"directory", "in"},
+                              {"points", {{"prefix", "c"}, {"suffix", ".asc"}}},
+                              {"poses", {{"form", "twelve"}, {"prefix", "p"}, {"suffix", ".txt"}}},
+                              {"first", 1},
+                              {"last", 4}};
+    write_file(dir.file("scan.json"), scan.dump());
+    Outcome const run = run_veld({"merge", dir.file("scan.json"), "-o", dir.file("merged.ply"),
+                                  "--json", "--min-component", "0"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.error_lines(), 3) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("frame 2: left out: its pose lacks 1 of 12 numbers"));
+    EXPECT_THAT(run.err, HasSubstr("frame 3: left out: there is no pose for it"));
+    EXPECT_THAT(run.err, HasSubstr("frame 4: its point file ends after 98 of 100 pixels"));
+    EXPECT_EQ(run.json()["frames"], 2);
 }
 
 TEST(RealMerge, BunnyBecomesOneMesh)
