@@ -25,9 +25,13 @@ public:
                        "stitch: near borders are closed by fans of triangles (default: stitch)")
             ->type_name("NAME")
             ->check(CLI::IsMember(std::vector<std::string>{"stitch"}));
-        app.add_flag("--keep-layers", keep_layers_,
-                     "Keep every layer where frames overlap; without it the frame that saw a place "
-                     "best stays there");
+        auto* const keep_layers =
+            app.add_flag("--keep-layers", keep_layers_,
+                         "Keep every layer where frames overlap; without it the frame that saw a "
+                         "place best stays there, moved to the mean of all that saw it");
+        app.add_flag("--keep-points", keep_points_,
+                     "Leave the points that stay where their frames have them, not at the mean")
+            ->excludes(keep_layers);
         add_thresholds(app);
         app.add_option("--frame-map", frame_map_,
                        "Write to FILE, as text, the number of the frame of each vertex, one a line")
@@ -50,7 +54,7 @@ public:
     {
         FrameSet const set = load_frames(source_, console);
         check_outputs(this->outputs(), set.files);
-        settings_.layers = keep_layers_ ? Layers::all : Layers::single;
+        settings_.layers = keep_layers_ ? Layers::all : keep_points_ ? Layers::best : Layers::mean;
         MergeResult const result = merge_frames(set.frames, source_.source, settings_);
         save_mesh(outputs.add(output_), result.mesh);
         if (!frame_map_.empty())
@@ -88,6 +92,7 @@ private:
     std::string method_ = "stitch";
     std::string frame_map_;
     bool keep_layers_ = false;
+    bool keep_points_ = false;
     MergeSettings settings_;
 };
 

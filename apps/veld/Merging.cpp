@@ -111,6 +111,7 @@ std::vector<RangeData> single_layer(std::vector<RangeData const*> const& frames,
 {
     FrameOverlap overlap;
     overlap.set_point_spacing(result.settings.spacing);
+    overlap.set_averages_layers(result.settings.layers == Layers::mean);
     std::vector<RangeData> single;
     if (overlap.remove_overlap(frames, single) != OrvaneAlgorithm::RET_SUCCESS)
     {
@@ -171,9 +172,11 @@ std::string to_text(std::string const& path, MergeResult const& result)
         "{}: {} of {}, spacing {:.6g} mm, stitch radius {:.6g} mm, edges up to {:.6g} mm\n", path,
         counted(result.frames, "frame"), counted(result.points, "point"), settings.spacing,
         settings.stitch_radius, settings.long_edge);
-    if (settings.layers == Layers::single)
+    if (settings.layers != Layers::all)
     {
-        text += fmt::format("  overlap: {} taken out\n", counted(result.removed, "point"));
+        text += fmt::format(
+            "  overlap: {} taken out{}\n", counted(result.removed, "point"),
+            settings.layers == Layers::mean ? ", the others moved to the mean of the layers" : "");
     }
     return text + fmt::format("  {} and {}, {} left open, in {:.3f} s\n",
                               counted(result.mesh.n_vertices(), "point"),

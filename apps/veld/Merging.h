@@ -15,14 +15,15 @@ namespace veld
 /// What is done where frames overlap.
 enum class Layers
 {
-    single, ///< The frame that saw a place best stays there.
-    all     ///< Every frame keeps its layer.
+    mean, ///< The frame that saw a place best stays there, moved to the mean of all that saw it.
+    best, ///< The frame that saw a place best stays there.
+    all   ///< Every frame keeps its layer.
 };
 
 /// How frames become one mesh.
 struct MergeSettings
 {
-    Layers layers = Layers::single;
+    Layers layers = Layers::mean;
     double spacing = 0.0;       ///< Millimetres between neighbouring points; 0: measured.
     double stitch_radius = 0.0; ///< Millimetres; 0: by the spacing.
     double long_edge = 0.0;     ///< Millimetres; 0: by the spacing.

@@ -131,6 +131,27 @@ TEST(MergeCommand, OverlapIsTakenOutUnlessItIsKept)
     EXPECT_THAT(frames.merge({"--keep-layers"}).out, testing::Not(HasSubstr("taken out")));
 }
 
+TEST(MergeCommand, PointsMoveToTheMeanOfTheLayersUnlessTheyAreKept)
+{
+    Frames const frames({flat_frame(21, 21, 0.5F), flat_frame(21, 21, 0.5F, {0, 0, 0.1F})});
+    auto const expect_heights =
+        [&](std::vector<std::string> const& options, double low, double high)
+    {
+        Outcome const run = frames.merge(options);
+        EXPECT_EQ(run.status, 0) << run.err;
+        auto const box =
+            run_veld({"info", frames.file("merged.ply"), "--json"}).json()["bounding_box"];
+        EXPECT_NEAR(box["min"][2].get<double>(), low, 1e-6);
+        EXPECT_NEAR(box["max"][2].get<double>(), high, 1e-6);
+        return run.out;
+    };
+    EXPECT_THAT(expect_heights({}, 0.05, 0.05), HasSubstr("mean of the layers"));
+    EXPECT_THAT(expect_heights({"--keep-points"}, 0.0, 0.0),
+                testing::Not(HasSubstr("mean of the layers")));
+    expect_heights({"--keep-layers"}, 0.0, 0.1);
+    EXPECT_EQ(frames.merge({"--keep-layers", "--keep-points"}).status, 1);
+}
+
 TEST(MergeCommand, TheFrameOfEveryVertexIsWritten)
 {
     Frames const frames(half_covered());
