@@ -37,12 +37,17 @@ endif()
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND NOT MSVC)
-  # Precompiled headers are cached too; that is what the first setting is for. By the others builds
-  # with the same flags share what they compile, in whichever folder of whichever clone they are.
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
-    CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
-    "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1
-    ${CCACHE_PROGRAM})
+  # Precompiled headers are cached too; that is what the setting is for.
+  set(ccache_settings
+    CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime)
+  if(CMAKE_GENERATOR MATCHES "Ninja")
+    # Builds with the same flags share what they compile, in whichever folder of whichever clone
+    # they are: ccache makes paths relative to the folder in which all of it is compiled.
+    list(APPEND ccache_settings "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1)
+    set(VELD_RELATIVE_PATHS ON)
+  endif()
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+    ${CMAKE_COMMAND} -E env ${ccache_settings} ${CCACHE_PROGRAM})
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(veld_compiler INTERFACE -fpch-preprocess)
   else()
