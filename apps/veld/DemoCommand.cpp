@@ -89,6 +89,8 @@ public:
         app.add_option("-o,--output", directory_,
                        "Directory for the frames, meshes and pictures (default: ./veld-demo)")
             ->type_name("DIR");
+        add_integer(app, "--width", width_, 16, 16384,
+                    "Pixels across the pictures, three quarters as high (default: 1200)");
         set_example(app, "demo -o veld-demo");
     }
 
@@ -341,10 +343,13 @@ private:
         return marks;
     }
 
-    static Json draw(TriMesh const& mesh, std::vector<char> const& marks, OutputFile const& file,
-                     Console& console)
+    Json draw(TriMesh const& mesh, std::vector<char> const& marks, OutputFile const& file,
+              Console& console)
     {
         PictureSettings settings;
+        settings.width = width_;
+        settings.height = width_ * 3 / 4;
+        settings.line_width *= width_ / 1200.0;
         settings.view = {8.0, 14.0, UpAxis::y};
         save_picture(file, draw_picture(mesh, settings, marks));
         console.print(file.path() + ": drawn\n");
@@ -352,6 +357,7 @@ private:
     }
 
     std::string directory_ = "veld-demo";
+    int width_ = 1200; ///< Of the pictures, in pixels.
 };
 
 } // namespace

@@ -174,7 +174,7 @@ TEST(CommonOptions, NoOutputAppearsWhereTheReportIsLost)
             "/dev/full");
         EXPECT_EQ(run.status, 2);
     }
-    EXPECT_EQ(run_veld({"demo", "-o", dir.file("demo")}, "/dev/full").status, 2);
+    EXPECT_EQ(run_veld({"demo", "-o", dir.file("demo"), "--width", "240"}, "/dev/full").status, 2);
     EXPECT_THAT(files_in(dir.path()), ElementsAre("mesh.ply", "old.ply"));
     EXPECT_EQ(read_file(dir.file("old.ply")), "earlier result");
 }

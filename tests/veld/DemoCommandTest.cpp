@@ -18,7 +18,8 @@ constexpr std::size_t views = 14;
 struct SharedDemo
 {
     TempDir dir;
-    Outcome run = run_veld({"demo", "-o", dir.file("demo"), "--json", "--threads", "3"});
+    Outcome run =
+        run_veld({"demo", "-o", dir.file("demo"), "--width", "240", "--json", "--threads", "3"});
 
     std::string file(std::string const& name) const { return dir.file("demo/" + name); }
 };
@@ -249,8 +250,8 @@ TEST(DemoCommand, TimingsAreNoOtherOutputOfTheDemo)
 TEST(DemoCommand, TextNamesTheStepsAndTimingsGoToItsDirectoryAndThreadsChangeNoByte)
 {
     TempDir const dir;
-    Outcome const run = run_veld(
-        {"demo", "-o", dir.file("new"), "--threads", "1", "--timings", dir.file("new/times.json")});
+    Outcome const run = run_veld({"demo", "-o", dir.file("new"), "--width", "240", "--threads", "1",
+                                  "--timings", dir.file("new/times.json")});
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_THAT(files_in(dir.file("new")), testing::Contains("times.json"));
     EXPECT_THAT(run.out, testing::ContainsRegex("frames.json: 14 frames of [0-9]+ points"));
