@@ -2,13 +2,15 @@
 #include "algorithmVeld/common/mesh_io.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
 
 /// \file
 /// Distances between two surfaces, both ways: from the vertices of each to the triangles of the
-/// other one. Prints mean and 99th percentile in the unit of the first mesh.
+/// other one. Prints mean, root of the mean square and 99th percentile in the unit of the first
+/// mesh.
 
 namespace
 {
@@ -99,11 +101,15 @@ void print_distances(char const* name, TriMesh const& from, TriMesh const& to)
     }
     std::sort(distances.begin(), distances.end());
     double sum = 0.0;
-    for (float const d : distances)
+    double squares = 0.0;
+    for (float const distance : distances)
     {
+        auto const d = static_cast<double>(distance);
         sum += d;
+        squares += d * d;
     }
-    std::printf("%s mean %.3f p99 %.3f\n", name, sum / static_cast<double>(distances.size()),
+    auto const count = static_cast<double>(distances.size());
+    std::printf("%s mean %.3f rms %.3f p99 %.3f\n", name, sum / count, std::sqrt(squares / count),
                 static_cast<double>(distances[(distances.size() - 1) * 99 / 100]));
 }
 
