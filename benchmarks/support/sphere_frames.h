@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <random>
+#include <utility>
 #include <vector>
 
 /// \file
@@ -119,33 +120,41 @@ inline std::vector<RangeData> sphere_frames(int count)
     return frames;
 }
 
-/// Ten frames of a sphere, several times side by side.
+/// The frames of several spheres side by side.
+inline std::vector<RangeData> spheres_side_by_side(int spheres)
+{
+    static std::vector<RangeData> const sphere = sphere_frames(10);
+    std::vector<RangeData> frames;
+    for (int i = 0; i < spheres; ++i)
+    {
+        for (auto frame : sphere)
+        {
+            auto pose = frame.get_rigidMatrix();
+            pose.set_translation(pose.get_translation() + Vector3d(0, 60.0 * i, 0));
+            frame.set_rigidMatrix(pose);
+            frames.push_back(frame);
+        }
+    }
+    return frames;
+}
+
+/// Frames as the operations take them.
 struct FrameSet
 {
-    explicit FrameSet(int spheres)
+    explicit FrameSet(std::vector<RangeData> list) : frames(std::move(list))
     {
-        static std::vector<RangeData> const sphere = sphere_frames(10);
-        for (int i = 0; i < spheres; ++i)
-        {
-            for (auto frame : sphere)
-            {
-                auto pose = frame.get_rigidMatrix();
-                pose.set_translation(pose.get_translation() + Vector3d(0, 60.0 * i, 0));
-                frame.set_rigidMatrix(pose);
-                frames.push_back(frame);
-            }
-        }
         for (auto const& frame : frames)
         {
             ranges.push_back(&frame);
             points += frame.get_vn();
         }
     }
+    explicit FrameSet(int spheres) : FrameSet(spheres_side_by_side(spheres)) {}
     FrameSet(FrameSet const&) = delete;
     FrameSet& operator=(FrameSet const&) = delete;
 
     std::vector<RangeData> frames;
-    std::vector<RangeData const*> ranges; ///< The same, as the operations take them.
+    std::vector<RangeData const*> ranges; ///< The same.
     std::size_t points = 0;
 };
 

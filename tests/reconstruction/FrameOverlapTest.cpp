@@ -1,8 +1,8 @@
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
 #include "algorithmVeld/common/KdTree3f.h"
-#include "algorithmVeld/common/range_scan_io.h"
 #include "algorithmVeld/reconstruction/MeshMerge.h"
 #include "tests/reconstruction/frames.h"
+#include "tests/reconstruction/real_frames.h"
 #include "tests/support/holes.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/real_data.h"
@@ -13,9 +13,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <limits>
-#include <sstream>
 #include <stdexcept>
 
 using namespace OrvaneAlgorithm;
@@ -769,47 +767,13 @@ TEST(FrameOverlap, TheMeanIsTheSameForAnyNumberOfThreads)
     EXPECT_TRUE(same_bytes(results[0], results[2]));
 }
 
-std::vector<RangeData> bunny_frames()
-{
-    std::vector<RangeData> frames;
-    std::ifstream conf(real_data("range_bunny/bun.conf"));
-    for (std::string line; std::getline(conf, line);)
-    {
-        std::istringstream words(line);
-        std::string kind;
-        std::string file;
-        double t[3] = {};
-        double q[4] = {};
-        words >> kind >> file >> t[0] >> t[1] >> t[2] >> q[0] >> q[1] >> q[2] >> q[3];
-        if (kind != "bmesh")
-        {
-            continue;
-        }
-        RangeData frame;
-        std::string error;
-        EXPECT_TRUE(read_range_ply(real_data("range_bunny/" + file), frame, error)) << error;
-        for (auto& point : frame.vCoord)
-        {
-            point *= 1000.0F;
-        }
-        RigidMatrix pose;
-        pose.set_rotation(
-            Eigen::Quaterniond(q[3], q[0], q[1], q[2]).normalized().toRotationMatrix().transpose());
-        pose.set_translation(1000.0 * Vector3d(t[0], t[1], t[2]));
-        frame.set_rigidMatrix(pose);
-        frame.update_vNrv_from_grid();
-        frames.push_back(std::move(frame));
-    }
-    return frames;
-}
-
 TEST(FrameOverlap, RealFramesLoseTheirLayersAndNoPlace)
 {
     if (without_real_data())
     {
         return;
     }
-    auto const frames = bunny_frames();
+    auto const frames = real_bunny_frames();
     ASSERT_EQ(frames.size(), 10U);
     FrameOverlap operation;
     std::vector<RangeData> kept;
