@@ -123,26 +123,34 @@ void PostProcessing::decide_object(TriMesh& mesh, FaceHandle first, std::vector<
     }
 }
 
-/// Grows the faces over their edges, up to the whole object. \return true, with the face that was
-/// hit, if a face was met whose object is settled already
+/// Grows the faces over their edges: up to the whole object, or until it is too large to go, which
+/// settles it. The faces that are left of a large object meet those that are settled, and so are
+/// spared a search whose front lies all over the memory. \return true, with the face that was hit,
+/// if a face was met whose object is settled already
 bool PostProcessing::face_BFS(TriMesh& mesh, std::vector<FaceHandle>& faces, FaceHandle& hit) const
 {
-    return !detail::grow_faces(mesh, faces,
-                               [&](FaceHandle, FaceHandle other)
-                               {
-                                   if (mesh.property(decided_, other))
-                                   {
-                                       hit = other;
-                                       return Growth::STOP;
-                                   }
-                                   auto in_queue = mesh.property(in_queue_, other);
-                                   if (in_queue)
-                                   {
-                                       return Growth::PASS;
-                                   }
-                                   in_queue = true;
-                                   return Growth::TAKE;
-                               });
+    hit.invalidate();
+    detail::grow_faces(mesh, faces,
+                       [&](FaceHandle, FaceHandle other)
+                       {
+                           if (mesh.property(decided_, other))
+                           {
+                               hit = other;
+                               return Growth::STOP;
+                           }
+                           auto in_queue = mesh.property(in_queue_, other);
+                           if (in_queue)
+                           {
+                               return Growth::PASS;
+                           }
+                           if (static_cast<int>(faces.size()) > face_limit_)
+                           {
+                               return Growth::STOP;
+                           }
+                           in_queue = true;
+                           return Growth::TAKE;
+                       });
+    return hit.is_valid();
 }
 
 } // namespace OrvaneAlgorithm
