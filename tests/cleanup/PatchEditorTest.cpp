@@ -233,14 +233,7 @@ TEST(SmallComponentsByVert, PiecesThatShareAVertexAreOneComponent)
 TEST(SmallComponentsByVert, AnEdgeWithoutFacesJoinsItsVertices)
 {
     TriMesh mesh;
-    auto const a = mesh.add_vertex({5, 0, 0});
-    auto const b = mesh.add_vertex({6, 0, 0});
-    auto const h = mesh.new_edge(a, b);
-    auto const back = mesh.opposite_halfedge_handle(h);
-    mesh.set_next_halfedge_handle(h, back);
-    mesh.set_next_halfedge_handle(back, h);
-    mesh.set_halfedge_handle(a, h);
-    mesh.set_halfedge_handle(b, back);
+    add_lone_edge(mesh, {5, 0, 0}, {6, 0, 0});
     EXPECT_EQ(by_vert(mesh, 1), 2);
 }
 
