@@ -13,8 +13,8 @@
 #include <stdexcept>
 
 /// \file
-/// From frames in memory to the final mesh, as `veld merge` does it: the spacing is measured, the
-/// overlap taken out, and the rest, at the mean of the layers, is merged. The frames are those of a
+/// From frames in memory to the final mesh: the spacing is measured, the overlap taken out, and the
+/// rest, at the mean of the layers, is merged. The frames are those of a
 /// sphere or, where the variable VELD_FRAMES names a folder of `.rge` files (`veld frames` makes
 /// one of any scan), these.
 
@@ -66,7 +66,10 @@ std::vector<RangeData> single_layer(FrameSet const& set, double spacing)
     overlap.set_point_spacing(spacing);
     overlap.set_averages_layers(true);
     std::vector<RangeData> single;
-    overlap.remove_overlap(set.ranges, single);
+    if (overlap.remove_overlap(set.ranges, single) != OrvaneAlgorithm::RET_SUCCESS)
+    {
+        throw std::runtime_error("the frames cannot be used");
+    }
     return single;
 }
 
@@ -85,8 +88,12 @@ void frames_to_mesh(benchmark::State& state)
         merger.set_point_spacing(spacing);
         TriMesh mesh;
         std::vector<int> vertex_frames;
-        merger.mesh_merge(single.ranges, spacing, mesh, false, 30, 100, 5.0 * spacing,
-                          vertex_frames);
+        if (merger.mesh_merge(single.ranges, spacing, mesh, false, 30, 100, 5.0 * spacing,
+                              vertex_frames) != OrvaneAlgorithm::RET_SUCCESS)
+        {
+            state.SkipWithError("the frames cannot be merged");
+            break;
+        }
         faces = mesh.n_faces();
     }
     state.counters["points"] = static_cast<double>(set.points);

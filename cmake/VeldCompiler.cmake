@@ -40,9 +40,11 @@ if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND NOT MSVC)
   # Precompiled headers are cached too; that is what the setting is for.
   set(ccache_settings
     CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime)
-  if(CMAKE_GENERATOR MATCHES "Ninja")
-    # Builds with the same flags share what they compile, in whichever folder of whichever clone
-    # they are: ccache makes paths relative to the folder in which all of it is compiled.
+  if(CMAKE_GENERATOR MATCHES "Ninja" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU"
+      AND CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT DEFINED ENV{CCACHE_BASEDIR})
+    # Builds with the same flags share what they compile, in whichever folder they are: ccache makes
+    # paths relative to the folder in which all of it is compiled. Debug information would name the
+    # folder that was first, and clang's precompiled headers hold paths.
     list(APPEND ccache_settings "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1)
     set(VELD_RELATIVE_PATHS ON)
   endif()

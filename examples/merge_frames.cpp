@@ -24,11 +24,19 @@ std::vector<RangeData const*> pointers(std::vector<RangeData> const& frames)
     return list;
 }
 
+/// 0 for what is no number from 1 to 9999.
+int small_number(char const* text)
+{
+    long const number = std::strtol(text, nullptr, 10);
+    return number > 0 && number < 10000 ? static_cast<int>(number) : 0;
+}
+
 bool read_frames(char** arguments, std::vector<RangeData>& frames)
 {
-    int const rows = std::atoi(arguments[2]);
-    int const columns = std::atoi(arguments[3]);
-    int const last = std::atoi(arguments[4]);
+    int const rows = small_number(arguments[2]);
+    int const columns = small_number(arguments[3]);
+    int const last = small_number(arguments[4]);
+    auto const pixels = static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns);
     // [read]
     PointCloud2RangeData reader;
     reader.set_ImageSize(rows, columns);
@@ -38,15 +46,18 @@ bool read_frames(char** arguments, std::vector<RangeData>& frames)
     reader.set_FrameIdInfo(1, last);
     reader.set_rt_file_with_12_params(true);
     reader.Initialize();
-    bool const all_agree = reader.processPointCloud();
+    bool whole = reader.processPointCloud();
 
-    for (std::size_t i = 0; i < reader.get_frames(); ++i)
+    for (int i = 0; i < static_cast<int>(reader.get_frames()); ++i)
     {
-        frames.push_back(reader.get_rangeData(static_cast<int>(i)));
+        auto const& input = reader.get_frame_input(i);
+        whole = whole && input.has_pose && input.pose_values_missing == 0 &&
+                input.points_read == pixels;
+        frames.push_back(reader.get_rangeData(i));
         frames.back().update_vNrv_from_grid();
     }
     // [read]
-    return all_agree && !frames.empty();
+    return whole && static_cast<int>(frames.size()) == last;
 }
 
 } // namespace
@@ -56,7 +67,7 @@ int main(int argc, char** argv)
     std::vector<RangeData> frames;
     if (argc != 6 || !read_frames(argv, frames))
     {
-        std::cerr << (argc == 6 ? "the frames cannot be read"
+        std::cerr << (argc == 6 ? "the frames cannot be read whole"
                                 : "usage: merge_frames DIR ROWS COLUMNS LAST OUT")
                   << '\n';
         return 1;

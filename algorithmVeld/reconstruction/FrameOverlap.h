@@ -86,7 +86,8 @@ public:
     void set_long_edge_factor(double spacings) { long_edge_factor_ = spacings; }
     /// Whether each point that stays moves along its normal to the mean of the layers that saw its
     /// place, each weighted by how well it did. Noise, and what registration left between frames,
-    /// become less the more frames saw a place. False by default: points are those of the frames.
+    /// become less the more frames saw a place. Normals stay those of the frame, and what is
+    /// surface is judged before. False by default: points are those of the frames.
     void set_averages_layers(bool averages) { averages_layers_ = averages; }
 
 private:

@@ -116,6 +116,16 @@ void OutputFile::commit()
         fs::permissions(temporary_, earlier.permissions(), error);
     }
     fs::rename(temporary_, target_, error);
+    if (error == std::errc::cross_device_link)
+    {
+        // A link that leads to another volume: what it names changes in one step all the same.
+        auto const beside = name_beside(target_);
+        fs::copy_file(temporary_, beside, fs::copy_options::overwrite_existing, error);
+        if (!error)
+        {
+            fs::rename(beside, target_, error);
+        }
+    }
     if (error)
     {
         throw OperationError(path_ + ": cannot be written: " + error.message());

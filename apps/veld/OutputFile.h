@@ -16,7 +16,7 @@ public:
     /// \param path the final name; a symbolic link stays one, and what it points to is replaced.
     ///        The temporary name has the same extension, and is short whatever this one is.
     explicit OutputFile(std::string const& path);
-    /// \param path the final name \param temporary the one until then, on the same volume
+    /// \param path the final name \param temporary the one until then
     OutputFile(std::string const& path, std::filesystem::path temporary);
     ~OutputFile();
     OutputFile(OutputFile const&) = delete;

@@ -754,6 +754,21 @@ TEST(FrameOverlap, BadPointsSpoilNoMean)
     EXPECT_EQ(bad, 1);
 }
 
+// The square of how much denser than that the frames are is beyond all floats.
+TEST(FrameOverlap, AHugeSpacingSpoilsNoMean)
+{
+    FrameOverlap operation;
+    operation.set_point_spacing(1.6e19);
+    auto const kept = averaged({flat_frame(30, 30, 0.8F), flat_frame(30, 30, 1.0F)}, operation);
+    for (auto const& frame : kept)
+    {
+        for (auto const& point : frame.vCoord)
+        {
+            EXPECT_EQ(point.z(), 0.0F);
+        }
+    }
+}
+
 TEST(FrameOverlap, TheMeanIsTheSameForAnyNumberOfThreads)
 {
     auto const frames = random_frames(11, 6, 60, 0.5F);

@@ -18,6 +18,8 @@ constexpr int SMOOTHING_ROUNDS = 10;
 /// noise.
 constexpr float EQUAL = 0.05F;
 constexpr float ALONE = 1.0F;
+/// In spacings: a surface that is sampled more densely than one in this counts no more.
+constexpr double DENSEST = 1e9;
 /// In spacings: how far a point may lie from the neighbour on its own grid that stands for it.
 constexpr double NEAR = 2.0;
 
@@ -210,7 +212,9 @@ std::vector<float> measure_quality(FrameSurface const& surface, double spacing, 
                        {
                            double const width = border_cells + 1.0;
                            double const inside = std::min(1.0, (surface.depth[i] + 1.0) / width);
-                           double const ratio = spacing / static_cast<double>(surface.spacing[i]);
+                           // Its square has to be a number that can be compared and weighed.
+                           double const ratio =
+                               std::min(DENSEST, spacing / static_cast<double>(surface.spacing[i]));
                            quality[i] = static_cast<float>(ratio * ratio * inside);
                        }
                    });
