@@ -651,6 +651,32 @@ TEST(FrameOverlap, ALayerWeighsLessTowardsItsBorder)
     EXPECT_EQ(checked, 19);
 }
 
+// The other layer is 0.1 and 0.2 high in turn. Of two columns beside a point, 0.1 and 0.4 away, the
+// near one weighs 1 / (0.05^2 + 0.1^2) and the other 1 / (0.05^2 + 0.4^2), that is 13 to 1; its
+// cells are a little larger, so it weighs 0.981 of the own layer.
+TEST(FrameOverlap, OfALayerTheNearestPointsTellTheMost)
+{
+    auto const wave =
+        make_frame(30, 30,
+                   [](int r, int c)
+                   {
+                       return Vector3f(0.5F * static_cast<float>(c) + 0.1F,
+                                       0.5F * static_cast<float>(r), c % 2 == 0 ? 0.1F : 0.2F);
+                   });
+    auto const kept = averaged({flat_frame(30, 30, 0.5F), wave});
+    int inner = 0;
+    for (std::size_t i = 0; i < kept[0].get_vn(); ++i)
+    {
+        auto const [row, col] = kept[0].vUV[i];
+        if (row >= 10 && row < 20 && col >= 10 && col < 20)
+        {
+            ++inner;
+            EXPECT_NEAR(kept[0].vCoord[i].z(), col % 2 == 0 ? 0.05306F : 0.09547F, 1e-4F);
+        }
+    }
+    EXPECT_EQ(inner, 100);
+}
+
 TEST(FrameOverlap, WhereThereIsOneLayerNothingMoves)
 {
     auto const frame = random_frames(2, 1, 30, 0.5F)[0];
@@ -724,10 +750,11 @@ TEST(FrameOverlap, PlanesFartherAwayThanALayerTellNothing)
     auto steep = flat_frame(30, 30, 0.5F, Vector3f(0.2F, 0, 0));
     for (auto& normal : steep.vNrv)
     {
-        normal = Vector3f(1, 0, 0);
+        // A fifth of a millimetre to the side its plane is four millimetres up.
+        normal = Vector3f(0.99875F, 0, 0.05F);
     }
     FrameOverlap operation;
-    operation.set_normal_angle_thr(90.5);
+    operation.set_normal_angle_thr(89.0);
     for (auto const& frame : averaged({flat, steep}, operation))
     {
         for (auto const& point : frame.vCoord)

@@ -508,7 +508,8 @@ TEST(MeshMerge, DebugMeshesAreSavedOnlyWithBothSwitches)
     }
 }
 
-TEST(MeshMerge, DebugMeshOfTheFramesHoldsAllTheirTriangles)
+/// The mesh after a stage of a merge, from the file that is written there.
+TriMesh debug_mesh(std::vector<RangeData> const& frames, std::string const& stage)
 {
     LogCapture const log(false);
     TempDir const dir;
@@ -517,13 +518,19 @@ TEST(MeshMerge, DebugMeshOfTheFramesHoldsAllTheirTriangles)
     merger.set_save_debug_meshes(true);
     Settings settings;
     settings.verbose = true;
-    merge({flat_frame(4, 4, 1.0F), flat_frame(2, 2, 1.0F, {9, 9, 0})}, settings, merger);
+    merge(frames, settings, merger);
     TriMesh mesh;
     MeshReadReport report;
-    ASSERT_TRUE(read_mesh(dir.file("00-initial-mesh.stl"), mesh, report)) << report.error;
-    EXPECT_EQ(mesh.n_faces(), 20U);
-    ASSERT_TRUE(read_mesh(dir.file("30-filtered-mesh.stl"), mesh, report)) << report.error;
-    EXPECT_EQ(mesh.n_faces(), 16U) << "two corners of the large frame, both faces of the small one";
+    EXPECT_TRUE(read_mesh(dir.file(stage + ".stl"), mesh, report)) << report.error;
+    return mesh;
+}
+
+TEST(MeshMerge, DebugMeshOfTheFramesHoldsAllTheirTriangles)
+{
+    std::vector<RangeData> const frames{flat_frame(4, 4, 1.0F), flat_frame(2, 2, 1.0F, {9, 9, 0})};
+    EXPECT_EQ(debug_mesh(frames, "00-initial-mesh").n_faces(), 20U);
+    EXPECT_EQ(debug_mesh(frames, "30-filtered-mesh").n_faces(), 16U)
+        << "two corners of the large frame, both faces of the small one";
 }
 
 TEST(MeshMerge, LengthLimitBeyondAllEdgesDeletesNone)
@@ -551,22 +558,12 @@ TEST(MeshMerge, LengthLimitIsRoundedToFloat)
 // The squares of the diagonals are 1 and the next float; their roots are both 1.
 TEST(MeshMerge, DiagonalsAreComparedAsLengthsInFloat)
 {
-    LogCapture const log(false);
-    TempDir const dir;
-    gPH.result_dir = dir.path().string();
-    MeshMerge merger;
-    merger.set_save_debug_meshes(true);
-    Settings settings;
-    settings.verbose = true;
     std::vector<Vector3f> const corners{
         {0, 0, 0}, {0.5F, -0.5F, 0}, {0.5F, 0.5F, 0.00034527F}, {1, 0, 0}};
     ASSERT_GT((corners[1] - corners[2]).squaredNorm(), 1.0F);
-    merge({make_frame(2, 2,
-                      [&](int r, int c) { return corners[static_cast<std::size_t>(2 * r + c)]; })},
-          settings, merger);
-    TriMesh mesh;
-    MeshReadReport report;
-    ASSERT_TRUE(read_mesh(dir.file("00-initial-mesh.stl"), mesh, report)) << report.error;
+    auto const frame = make_frame(
+        2, 2, [&](int r, int c) { return corners[static_cast<std::size_t>(2 * r + c)]; });
+    TriMesh const mesh = debug_mesh({frame}, "00-initial-mesh");
     ASSERT_EQ(mesh.n_faces(), 2U);
     for (auto const f : mesh.faces())
     {

@@ -12,6 +12,8 @@ namespace
 using namespace veld_test;
 using testing::ElementsAre;
 
+namespace fs = std::filesystem;
+
 constexpr std::size_t views = 14;
 
 /// One run of the demo that the tests share: its pictures take seconds.
@@ -250,6 +252,11 @@ TEST(DemoCommand, TimingsAreNoOtherOutputOfTheDemo)
 TEST(DemoCommand, TextNamesTheStepsAndTimingsGoToItsDirectoryAndThreadsChangeNoByte)
 {
     TempDir const dir;
+    // A link stays one, also to another volume, as the second is on most systems.
+    fs::path const volume = fs::is_directory("/dev/shm") ? "/dev/shm" : fs::temp_directory_path();
+    fs::path const points = volume / (dir.path().filename().string() + ".asc");
+    fs::create_directories(dir.file("new/frames"));
+    fs::create_symlink(points, dir.file("new/frames/cloud1.asc"));
     Outcome const run = run_veld({"demo", "-o", dir.file("new"), "--width", "240", "--threads", "1",
                                   "--timings", dir.file("new/times.json")});
     ASSERT_EQ(run.status, 0) << run.err;
@@ -261,6 +268,8 @@ TEST(DemoCommand, TextNamesTheStepsAndTimingsGoToItsDirectoryAndThreadsChangeNoB
     EXPECT_THAT(run.out, testing::ContainsRegex("  markers took [0-9]+ faces"));
     EXPECT_THAT(run.out, testing::ContainsRegex("  trim closed [0-9]+ of the others"));
     EXPECT_THAT(run.out, testing::ContainsRegex("  core closed [0-9]+ holes of more than"));
+
+    EXPECT_TRUE(fs::is_symlink(dir.file("new/frames/cloud1.asc")));
 
     auto const& demo = shared_demo();
     for (std::string const folder : {"", "frames/"})
@@ -275,6 +284,7 @@ TEST(DemoCommand, TextNamesTheStepsAndTimingsGoToItsDirectoryAndThreadsChangeNoB
             }
         }
     }
+    EXPECT_TRUE(fs::remove(points));
 }
 
 } // namespace
