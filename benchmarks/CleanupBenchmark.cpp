@@ -1,6 +1,6 @@
 #include "algorithmVeld/algorithmVeld.h"
-#include "algorithmVeld/common/detail/Compaction.h"
-#include "algorithmVeld/common/detail/MeshScope.h"
+#include "algorithmVeld/common/mesh/Compaction.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
 #include "benchmarks/support/dirty_sphere.h"
 
 #include <benchmark/benchmark.h>

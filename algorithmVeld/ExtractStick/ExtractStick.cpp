@@ -1,11 +1,11 @@
 #include "algorithmVeld/ExtractStick/ExtractStick.h"
 
 #include "algorithmVeld/common/KdTree3f.h"
-#include "algorithmVeld/common/detail/FaceSearch.h"
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/MeshInfo.h"
-#include "algorithmVeld/common/detail/MeshScope.h"
-#include "algorithmVeld/common/detail/SubMesh.h"
+#include "algorithmVeld/common/mesh/FaceSearch.h"
+#include "algorithmVeld/common/mesh/MeshInfo.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/mesh/SubMesh.h"
+#include "algorithmVeld/common/running/Log.h"
 
 #include <algorithm>
 #include <cmath>

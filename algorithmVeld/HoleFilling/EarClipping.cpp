@@ -1,13 +1,13 @@
 #include "algorithmVeld/HoleFilling/EarClipping.h"
 
-#include "algorithmVeld/HoleFilling/detail/EarGeometry.h"
-#include "algorithmVeld/HoleFilling/detail/EarList.h"
-#include "algorithmVeld/HoleFilling/detail/OpenLoops.h"
+#include "algorithmVeld/HoleFilling/ears/EarList.h"
+#include "algorithmVeld/HoleFilling/ears/OpenLoops.h"
 #include "algorithmVeld/MeshAssistant/MeshAssistant.h"
-#include "algorithmVeld/common/detail/AddFace.h"
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/MeshScope.h"
-#include "algorithmVeld/hole_detection/detail/BoundaryLoops.h"
+#include "algorithmVeld/common/mesh/AddFace.h"
+#include "algorithmVeld/common/mesh/EarGeometry.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
 
 #include <cmath>
 #include <set>

@@ -1,14 +1,14 @@
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
 
-#include "algorithmVeld/HoleFilling/detail/EarGeometry.h"
-#include "algorithmVeld/HoleFilling/detail/EarList.h"
-#include "algorithmVeld/HoleFilling/detail/MeshPatch.h"
-#include "algorithmVeld/HoleFilling/detail/OpenLoops.h"
-#include "algorithmVeld/common/detail/AddFace.h"
-#include "algorithmVeld/common/detail/DisjointSets.h"
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/ParallelFor.h"
-#include "algorithmVeld/hole_detection/detail/BoundaryLoops.h"
+#include "algorithmVeld/HoleFilling/ears/EarList.h"
+#include "algorithmVeld/HoleFilling/ears/OpenLoops.h"
+#include "algorithmVeld/common/arrays/DisjointSets.h"
+#include "algorithmVeld/common/mesh/AddFace.h"
+#include "algorithmVeld/common/mesh/EarGeometry.h"
+#include "algorithmVeld/common/mesh/MeshPatch.h"
+#include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/ParallelFor.h"
+#include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
 
 #include <algorithm>
 #include <array>

@@ -1,12 +1,12 @@
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 
-#include "algorithmVeld/HoleFilling/detail/HoleRegion.h"
-#include "algorithmVeld/HoleFilling/detail/HoleSubMesh.h"
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/MeshDump.h"
-#include "algorithmVeld/common/detail/ObjText.h"
-#include "algorithmVeld/common/detail/ParallelFor.h"
-#include "algorithmVeld/common/detail/checked.h"
+#include "algorithmVeld/HoleFilling/careful/HoleRegion.h"
+#include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
+#include "algorithmVeld/common/arrays/checked.h"
+#include "algorithmVeld/common/mesh_files/MeshDump.h"
+#include "algorithmVeld/common/mesh_files/ObjText.h"
+#include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/ParallelFor.h"
 
 #include <algorithm>
 #include <map>

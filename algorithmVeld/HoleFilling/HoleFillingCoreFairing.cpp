@@ -2,10 +2,10 @@
 
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 
-#include "algorithmVeld/HoleFilling/detail/LaplaceSystem.h"
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/ParallelFor.h"
-#include "algorithmVeld/common/detail/Pardiso.h"
+#include "algorithmVeld/HoleFilling/careful/LaplaceSystem.h"
+#include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/ParallelFor.h"
+#include "algorithmVeld/common/solver/Pardiso.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,10 +1,10 @@
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 
-#include "algorithmVeld/HoleFilling/detail/HoleRefinement.h"
-#include "algorithmVeld/HoleFilling/detail/HoleTriangulation.h"
-#include "algorithmVeld/HoleFilling/detail/TriangleGeometry.h"
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/MeshScope.h"
+#include "algorithmVeld/HoleFilling/careful/HoleRefinement.h"
+#include "algorithmVeld/HoleFilling/careful/HoleTriangulation.h"
+#include "algorithmVeld/common/geometry/TriangleGeometry.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/running/Log.h"
 
 namespace OrvaneAlgorithm
 {

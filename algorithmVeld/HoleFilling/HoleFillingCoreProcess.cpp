@@ -2,11 +2,11 @@
 
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 
-#include "algorithmVeld/HoleFilling/detail/HoleWork.h"
-#include "algorithmVeld/common/detail/AddFace.h"
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/MeshDump.h"
-#include "algorithmVeld/common/detail/ParallelFor.h"
+#include "algorithmVeld/HoleFilling/careful/HoleWork.h"
+#include "algorithmVeld/common/mesh/AddFace.h"
+#include "algorithmVeld/common/mesh_files/MeshDump.h"
+#include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/ParallelFor.h"
 
 #include <algorithm>
 

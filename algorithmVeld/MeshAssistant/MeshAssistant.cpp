@@ -1,7 +1,7 @@
 #include "algorithmVeld/MeshAssistant/MeshAssistant.h"
 
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/ObjText.h"
+#include "algorithmVeld/common/mesh_files/ObjText.h"
+#include "algorithmVeld/common/running/Log.h"
 
 #include <queue>
 #include <set>

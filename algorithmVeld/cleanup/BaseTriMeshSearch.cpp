@@ -1,8 +1,8 @@
 #include "algorithmVeld/cleanup/BaseTriMeshSearch.h"
 
 #include "algorithmVeld/common/ScopeTimer.h"
-#include "algorithmVeld/common/detail/ParallelFor.h"
-#include "algorithmVeld/common/detail/checked.h"
+#include "algorithmVeld/common/arrays/checked.h"
+#include "algorithmVeld/common/running/ParallelFor.h"
 
 #include <algorithm>
 #include <cstdio>

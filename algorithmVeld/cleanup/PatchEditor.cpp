@@ -1,11 +1,11 @@
 #include "algorithmVeld/cleanup/PatchEditor.h"
 
-#include "algorithmVeld/cleanup/detail/MeshCounts.h"
-#include "algorithmVeld/common/detail/Compaction.h"
-#include "algorithmVeld/common/detail/DisjointSets.h"
-#include "algorithmVeld/common/detail/FaceSearch.h"
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/MeshScope.h"
+#include "algorithmVeld/common/arrays/DisjointSets.h"
+#include "algorithmVeld/common/mesh/Compaction.h"
+#include "algorithmVeld/common/mesh/FaceSearch.h"
+#include "algorithmVeld/common/mesh/MeshCounts.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/running/Log.h"
 
 #include <limits>
 #include <vector>

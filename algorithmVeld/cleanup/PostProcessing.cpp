@@ -1,9 +1,9 @@
 #include "algorithmVeld/cleanup/PostProcessing.h"
 
-#include "algorithmVeld/common/detail/Compaction.h"
-#include "algorithmVeld/common/detail/FaceSearch.h"
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/MeshScope.h"
+#include "algorithmVeld/common/mesh/Compaction.h"
+#include "algorithmVeld/common/mesh/FaceSearch.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/running/Log.h"
 
 namespace OrvaneAlgorithm
 {

@@ -2,12 +2,12 @@
 
 #include "algorithmVeld/cleanup/BaseTriMeshSearch.h"
 #include "algorithmVeld/common/KdTree3f.h"
-#include "algorithmVeld/common/detail/ChannelScope.h"
-#include "algorithmVeld/common/detail/Compaction.h"
-#include "algorithmVeld/common/detail/FaceSearch.h"
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/MeshScope.h"
-#include "algorithmVeld/hole_detection/detail/BoundaryLoops.h"
+#include "algorithmVeld/common/arrays/ChannelScope.h"
+#include "algorithmVeld/common/mesh/Compaction.h"
+#include "algorithmVeld/common/mesh/FaceSearch.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
 
 #include <algorithm>
 

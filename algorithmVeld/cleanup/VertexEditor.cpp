@@ -1,9 +1,9 @@
 #include "algorithmVeld/cleanup/VertexEditor.h"
 
-#include "algorithmVeld/cleanup/detail/MeshCounts.h"
-#include "algorithmVeld/common/detail/Compaction.h"
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/MeshScope.h"
+#include "algorithmVeld/common/mesh/Compaction.h"
+#include "algorithmVeld/common/mesh/MeshCounts.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/running/Log.h"
 
 namespace OrvaneAlgorithm
 {

@@ -1,7 +1,7 @@
 #include "algorithmVeld/common/BaseData.h"
 
-#include "algorithmVeld/common/detail/BinaryFile.h"
-#include "algorithmVeld/common/detail/wide_path.h"
+#include "algorithmVeld/common/files/BinaryFile.h"
+#include "algorithmVeld/common/files/wide_path.h"
 
 #include <filesystem>
 #include <system_error>

@@ -1,8 +1,8 @@
 #include "algorithmVeld/common/CRangeDataIO.h"
 
-#include "algorithmVeld/common/detail/BinaryFile.h"
-#include "algorithmVeld/common/detail/Channels.h"
-#include "algorithmVeld/common/detail/wide_path.h"
+#include "algorithmVeld/common/arrays/Channels.h"
+#include "algorithmVeld/common/files/BinaryFile.h"
+#include "algorithmVeld/common/files/wide_path.h"
 
 #include <array>
 #include <cstdint>

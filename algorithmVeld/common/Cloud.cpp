@@ -1,8 +1,8 @@
 #include "algorithmVeld/common/Cloud.h"
 
-#include "algorithmVeld/common/detail/BoundingBox.h"
-#include "algorithmVeld/common/detail/Channels.h"
-#include "algorithmVeld/common/detail/checked.h"
+#include "algorithmVeld/common/arrays/Channels.h"
+#include "algorithmVeld/common/arrays/checked.h"
+#include "algorithmVeld/common/geometry/BoundingBox.h"
 
 #include <algorithm>
 

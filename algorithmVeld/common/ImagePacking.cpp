@@ -1,6 +1,6 @@
 #include "algorithmVeld/common/ImagePacking.h"
 
-#include "algorithmVeld/common/detail/Skyline.h"
+#include "algorithmVeld/common/arrays/Skyline.h"
 
 #include <algorithm>
 #include <array>

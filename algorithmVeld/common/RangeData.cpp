@@ -1,8 +1,8 @@
 #include "algorithmVeld/common/RangeData.h"
 
-#include "algorithmVeld/common/detail/Channels.h"
-#include "algorithmVeld/common/detail/checked.h"
-#include "algorithmVeld/common/detail/unit_vector.h"
+#include "algorithmVeld/common/arrays/Channels.h"
+#include "algorithmVeld/common/arrays/checked.h"
+#include "algorithmVeld/common/geometry/unit_vector.h"
 
 #include <algorithm>
 #include <array>

@@ -1,10 +1,10 @@
 #include "algorithmVeld/common/TriMesh.h"
 
-#include "algorithmVeld/common/detail/AddFace.h"
-#include "algorithmVeld/common/detail/BinaryFile.h"
-#include "algorithmVeld/common/detail/BoundingBox.h"
-#include "algorithmVeld/common/detail/Compaction.h"
-#include "algorithmVeld/common/detail/MeshScope.h"
+#include "algorithmVeld/common/files/BinaryFile.h"
+#include "algorithmVeld/common/geometry/BoundingBox.h"
+#include "algorithmVeld/common/mesh/AddFace.h"
+#include "algorithmVeld/common/mesh/Compaction.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
 
 #include <array>
 #include <type_traits>

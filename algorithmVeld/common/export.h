@@ -3,7 +3,9 @@
 /// \file
 /// `ALGORITHMVELD_API` marks what the shared library shows to its hosts. Everything else is hidden.
 
-#if defined(_WIN32)
+#if defined(ALGORITHMVELD_STATIC)
+#define ALGORITHMVELD_API
+#elif defined(_WIN32)
 #if defined(algorithmVeld_EXPORTS)
 #define ALGORITHMVELD_API __declspec(dllexport)
 #else

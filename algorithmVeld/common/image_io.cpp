@@ -1,8 +1,8 @@
 #include "algorithmVeld/common/image_io.h"
 
-#include "algorithmVeld/common/detail/AtomicFile.h"
-#include "algorithmVeld/common/detail/TextCursor.h"
-#include "algorithmVeld/common/detail/image_codecs.h"
+#include "algorithmVeld/common/files/AtomicFile.h"
+#include "algorithmVeld/common/files/TextCursor.h"
+#include "algorithmVeld/common/image_files/image_codecs.h"
 
 #include <algorithm>
 #include <array>

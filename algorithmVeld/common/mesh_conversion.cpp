@@ -1,7 +1,7 @@
 #include "algorithmVeld/common/mesh_conversion.h"
 
-#include "algorithmVeld/common/detail/AddFace.h"
-#include "algorithmVeld/common/detail/MeshScope.h"
+#include "algorithmVeld/common/mesh/AddFace.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
 
 namespace OrvaneAlgorithm
 {

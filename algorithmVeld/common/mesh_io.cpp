@@ -1,12 +1,12 @@
 #include "algorithmVeld/common/mesh_io.h"
 
-#include "algorithmVeld/common/detail/AtomicFile.h"
-#include "algorithmVeld/common/detail/MeshReaders.h"
-#include "algorithmVeld/common/detail/ObjWriter.h"
-#include "algorithmVeld/common/detail/QuietOpenMesh.h"
-#include "algorithmVeld/common/detail/TextCursor.h"
-#include "algorithmVeld/common/detail/WholeFile.h"
-#include "algorithmVeld/common/detail/openmesh_io.h"
+#include "algorithmVeld/common/files/AtomicFile.h"
+#include "algorithmVeld/common/files/TextCursor.h"
+#include "algorithmVeld/common/files/WholeFile.h"
+#include "algorithmVeld/common/mesh_files/MeshReaders.h"
+#include "algorithmVeld/common/mesh_files/ObjWriter.h"
+#include "algorithmVeld/common/mesh_files/QuietOpenMesh.h"
+#include "algorithmVeld/common/mesh_files/openmesh_io.h"
 
 #include <algorithm>
 #include <filesystem>

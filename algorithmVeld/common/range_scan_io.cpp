@@ -1,7 +1,7 @@
 #include "algorithmVeld/common/range_scan_io.h"
 
-#include "algorithmVeld/common/detail/PlyFile.h"
-#include "algorithmVeld/common/detail/WholeFile.h"
+#include "algorithmVeld/common/files/WholeFile.h"
+#include "algorithmVeld/common/mesh_files/PlyFile.h"
 
 #include <algorithm>
 

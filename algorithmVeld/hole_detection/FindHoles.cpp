@@ -1,8 +1,8 @@
 #include "algorithmVeld/hole_detection/FindHoles.h"
 
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/hole_detection/detail/BoundaryLoops.h"
-#include "algorithmVeld/hole_detection/detail/HoleCentres.h"
+#include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
+#include "algorithmVeld/hole_detection/loops/HoleCentres.h"
 
 #include <algorithm>
 

@@ -1,11 +1,11 @@
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
 
 #include "algorithmVeld/common/KdTree3f.h"
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/MeshScope.h"
-#include "algorithmVeld/common/detail/ParallelFor.h"
-#include "algorithmVeld/hole_detection/detail/BoundaryLoops.h"
-#include "algorithmVeld/hole_detection/detail/HoleCentres.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/ParallelFor.h"
+#include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
+#include "algorithmVeld/hole_detection/loops/HoleCentres.h"
 
 #include <limits>
 

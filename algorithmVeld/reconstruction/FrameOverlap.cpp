@@ -1,14 +1,14 @@
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
 
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/ParallelFor.h"
-#include "algorithmVeld/common/detail/checked.h"
-#include "algorithmVeld/common/detail/unit_vector.h"
-#include "algorithmVeld/reconstruction/detail/FrameSurface.h"
-#include "algorithmVeld/reconstruction/detail/FrameTriangulation.h"
-#include "algorithmVeld/reconstruction/detail/LayerAverage.h"
-#include "algorithmVeld/reconstruction/detail/OverlapChoice.h"
-#include "algorithmVeld/reconstruction/detail/OverlapSearch.h"
+#include "algorithmVeld/common/arrays/checked.h"
+#include "algorithmVeld/common/geometry/unit_vector.h"
+#include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/ParallelFor.h"
+#include "algorithmVeld/reconstruction/frames/FrameTriangulation.h"
+#include "algorithmVeld/reconstruction/overlap/FrameSurface.h"
+#include "algorithmVeld/reconstruction/overlap/LayerAverage.h"
+#include "algorithmVeld/reconstruction/overlap/OverlapChoice.h"
+#include "algorithmVeld/reconstruction/overlap/OverlapSearch.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,12 +1,12 @@
 #include "algorithmVeld/reconstruction/MeshMerge.h"
 
 #include "algorithmVeld/cleanup/PostProcessing.h"
-#include "algorithmVeld/common/detail/Compaction.h"
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/MeshDump.h"
-#include "algorithmVeld/common/detail/MeshScope.h"
-#include "algorithmVeld/reconstruction/detail/BorderFilter.h"
-#include "algorithmVeld/reconstruction/detail/FrameTriangulation.h"
+#include "algorithmVeld/common/mesh/Compaction.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/mesh_files/MeshDump.h"
+#include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/reconstruction/frames/BorderFilter.h"
+#include "algorithmVeld/reconstruction/frames/FrameTriangulation.h"
 
 #include <exception>
 

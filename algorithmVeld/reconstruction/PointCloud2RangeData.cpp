@@ -1,9 +1,9 @@
 #include "algorithmVeld/reconstruction/PointCloud2RangeData.h"
 
-#include "algorithmVeld/common/detail/Log.h"
-#include "algorithmVeld/common/detail/checked.h"
-#include "algorithmVeld/reconstruction/detail/TextScanner.h"
-#include "algorithmVeld/util/detail/series_name.h"
+#include "algorithmVeld/common/arrays/checked.h"
+#include "algorithmVeld/common/files/series_name.h"
+#include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/reconstruction/frames/TextScanner.h"
 
 #include <algorithm>
 #include <charconv>

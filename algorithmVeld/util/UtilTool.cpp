@@ -1,6 +1,6 @@
 #include "algorithmVeld/util/UtilTool.h"
 
-#include "algorithmVeld/util/detail/series_name.h"
+#include "algorithmVeld/common/files/series_name.h"
 
 #include <charconv>
 #include <limits>

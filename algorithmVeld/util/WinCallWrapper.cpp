@@ -1,7 +1,7 @@
 #include "algorithmVeld/util/WinCallWrapper.h"
 
 #include "algorithmVeld/common/LogHolder.h"
-#include "algorithmVeld/common/detail/wide_path.h"
+#include "algorithmVeld/common/files/wide_path.h"
 
 #include <algorithm>
 #include <cstdio>

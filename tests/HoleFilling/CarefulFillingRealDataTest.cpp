@@ -1,5 +1,5 @@
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
-#include "algorithmVeld/HoleFilling/detail/LaplaceSystem.h"
+#include "algorithmVeld/HoleFilling/careful/LaplaceSystem.h"
 #include "algorithmVeld/common/mesh_io.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
 #include "tests/support/log_capture.h"

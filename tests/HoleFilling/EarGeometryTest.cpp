@@ -1,4 +1,4 @@
-#include "algorithmVeld/HoleFilling/detail/EarGeometry.h"
+#include "algorithmVeld/common/mesh/EarGeometry.h"
 #include "ear_meshes.h"
 
 #include <gtest/gtest.h>

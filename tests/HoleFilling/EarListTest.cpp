@@ -1,4 +1,4 @@
-#include "algorithmVeld/HoleFilling/detail/EarList.h"
+#include "algorithmVeld/HoleFilling/ears/EarList.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "algorithmVeld/HoleFilling/detail/MeshPatch.h"
+#include "algorithmVeld/common/mesh/MeshPatch.h"
 #include "ear_meshes.h"
 
 #include <gtest/gtest.h>

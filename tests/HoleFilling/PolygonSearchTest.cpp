@@ -1,4 +1,4 @@
-#include "algorithmVeld/HoleFilling/detail/PolygonSearch.h"
+#include "algorithmVeld/HoleFilling/careful/PolygonSearch.h"
 #include "tests/HoleFilling/plain_triangulation.h"
 #include "tests/support/sanitizers.h"
 

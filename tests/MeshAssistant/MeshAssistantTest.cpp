@@ -1,5 +1,5 @@
 #include "algorithmVeld/MeshAssistant/MeshAssistant.h"
-#include "algorithmVeld/common/detail/ObjText.h"
+#include "algorithmVeld/common/mesh_files/ObjText.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/meshes.h"
 #include "tests/support/temp_dir.h"

@@ -1,6 +1,6 @@
 #include "algorithmVeld/cleanup/VertexEditor.h"
 
-#include "algorithmVeld/common/detail/MeshScope.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
 #include "dirty_meshes.h"
 #include "reference_cleanup.h"
 #include "tests/support/holes.h"

@@ -1,4 +1,4 @@
-#include "algorithmVeld/common/detail/AddFace.h"
+#include "algorithmVeld/common/mesh/AddFace.h"
 
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"

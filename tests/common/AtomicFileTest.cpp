@@ -1,4 +1,4 @@
-#include "algorithmVeld/common/detail/AtomicFile.h"
+#include "algorithmVeld/common/files/AtomicFile.h"
 
 #include "tests/support/mesh_files.h"
 #include "tests/support/temp_dir.h"

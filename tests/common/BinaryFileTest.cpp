@@ -1,4 +1,4 @@
-#include "algorithmVeld/common/detail/BinaryFile.h"
+#include "algorithmVeld/common/files/BinaryFile.h"
 
 #include "algorithmVeld/common/types.h"
 #include "swap_support.h"

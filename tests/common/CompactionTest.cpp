@@ -1,6 +1,6 @@
-#include "algorithmVeld/common/detail/Compaction.h"
+#include "algorithmVeld/common/mesh/Compaction.h"
 
-#include "algorithmVeld/common/detail/MeshScope.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
 

@@ -1,6 +1,6 @@
-#include "algorithmVeld/common/detail/FaceSearch.h"
+#include "algorithmVeld/common/mesh/FaceSearch.h"
 
-#include "algorithmVeld/common/detail/DisjointSets.h"
+#include "algorithmVeld/common/arrays/DisjointSets.h"
 #include "tests/support/meshes.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "algorithmVeld/common/KdTree3f.h"
 
-#include "algorithmVeld/common/detail/ParallelFor.h"
+#include "algorithmVeld/common/running/ParallelFor.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "algorithmVeld/common/detail/Log.h"
+#include "algorithmVeld/common/running/Log.h"
 
-#include "algorithmVeld/common/detail/ParallelFor.h"
+#include "algorithmVeld/common/running/ParallelFor.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/standard_output.h"
 

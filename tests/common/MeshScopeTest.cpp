@@ -1,4 +1,4 @@
-#include "algorithmVeld/common/detail/MeshScope.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
 
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"

@@ -1,4 +1,4 @@
-#include "algorithmVeld/common/detail/ParallelFor.h"
+#include "algorithmVeld/common/running/ParallelFor.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "algorithmVeld/common/detail/TextCursor.h"
+#include "algorithmVeld/common/files/TextCursor.h"
 
 #include <gtest/gtest.h>
 

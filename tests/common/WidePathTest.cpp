@@ -1,5 +1,5 @@
 #include "algorithmVeld/common/Cloud.h"
-#include "algorithmVeld/common/detail/wide_path.h"
+#include "algorithmVeld/common/files/wide_path.h"
 
 #include "tests/support/temp_dir.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/common/BaseData.h"
-#include "algorithmVeld/common/detail/wide_path.h"
+#include "algorithmVeld/common/files/wide_path.h"
 
 #include <filesystem>
 #include <fstream>

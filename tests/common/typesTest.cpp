@@ -5,7 +5,7 @@
 #include "algorithmVeld/common/RetVal.h"
 #include "algorithmVeld/common/RigidMatrix.h"
 #include "algorithmVeld/common/TriMesh.h"
-#include "algorithmVeld/common/detail/checked.h"
+#include "algorithmVeld/common/arrays/checked.h"
 
 #include <gtest/gtest.h>
 

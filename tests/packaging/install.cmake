@@ -6,7 +6,7 @@ execute_process(
 
 file(GLOB_RECURSE installed RELATIVE "${PREFIX}" "${PREFIX}/*")
 foreach(file IN LISTS installed)
-  if(file MATCHES "/detail/")
+  if(file MATCHES "^include/algorithmVeld/[^/]+/[^/]+/")
     message(FATAL_ERROR "${file} is the library's own and must not be installed")
   endif()
 endforeach()

@@ -1,5 +1,5 @@
-#include "algorithmVeld/reconstruction/detail/BorderFilter.h"
-#include "algorithmVeld/common/detail/MeshScope.h"
+#include "algorithmVeld/reconstruction/frames/BorderFilter.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
 

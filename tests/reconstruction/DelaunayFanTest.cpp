@@ -1,5 +1,5 @@
-#include "algorithmVeld/reconstruction/detail/DelaunayFan.h"
-#include "algorithmVeld/common/detail/LocalFrame.h"
+#include "algorithmVeld/reconstruction/stitch/DelaunayFan.h"
+#include "algorithmVeld/common/geometry/LocalFrame.h"
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
 

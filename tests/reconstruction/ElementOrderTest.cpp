@@ -1,4 +1,4 @@
-#include "algorithmVeld/reconstruction/detail/ElementOrder.h"
+#include "algorithmVeld/common/mesh/ElementOrder.h"
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
 

@@ -1,4 +1,4 @@
-#include "algorithmVeld/reconstruction/detail/OrderedWork.h"
+#include "algorithmVeld/common/running/OrderedWork.h"
 
 #include <gtest/gtest.h>
 

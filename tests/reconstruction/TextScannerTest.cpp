@@ -1,4 +1,4 @@
-#include "algorithmVeld/reconstruction/detail/TextScanner.h"
+#include "algorithmVeld/reconstruction/frames/TextScanner.h"
 
 #include "tests/support/temp_dir.h"
 

@@ -1,0 +1,128 @@
+#include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
+
+#include "algorithmVeld/common/mesh/SubMesh.h"
+
+#include <unordered_set>
+
+namespace OrvaneAlgorithm::detail
+{
+
+namespace
+{
+
+void add_channels(TriMesh const& mesh, HoleSubMesh& sub)
+{
+    if (mesh.has_vertex_colors())
+    {
+        sub.mesh.request_vertex_colors();
+    }
+    if (mesh.has_vertex_normals())
+    {
+        sub.mesh.request_vertex_normals();
+    }
+    if (mesh.has_face_normals())
+    {
+        sub.mesh.request_face_normals();
+    }
+    sub.mesh.add_property(sub.face_new, "<fprop>");
+    sub.mesh.add_property(sub.vert_new, "<vprop>");
+    sub.mesh.add_property(sub.vert_boundary, "<vprop>");
+    sub.mesh.add_property(sub.vert_edge_len, "<vprop>");
+    sub.mesh.add_property(sub.vert_origin, "<vprop>");
+}
+
+bool take_vertex(TriMesh const& mesh, OpenMesh::VertexHandle origin,
+                 OpenMesh::VPropHandleT<float> edge_len, HoleSubMesh& sub)
+{
+    auto const copy = copy_vertex(mesh, origin, sub.mesh);
+    if (!copy.is_valid())
+    {
+        return false;
+    }
+    sub.copies.emplace(origin.idx(), copy);
+    sub.mesh.property(sub.vert_origin, copy) = origin;
+    sub.mesh.property(sub.vert_new, copy) = false;
+    sub.mesh.property(sub.vert_boundary, copy) = false;
+    sub.mesh.property(sub.vert_edge_len, copy) = mesh.property(edge_len, origin);
+    return true;
+}
+
+OpenMesh::VertexHandle copy_of(HoleSubMesh const& sub, OpenMesh::VertexHandle origin)
+{
+    auto const copy = sub.copies.find(origin.idx());
+    return copy == sub.copies.end() ? OpenMesh::VertexHandle() : copy->second;
+}
+
+bool take_face(TriMesh const& mesh, OpenMesh::FaceHandle face, HoleSubMesh& sub)
+{
+    auto const copy = copy_face(
+        mesh, face, sub.mesh, [&](OpenMesh::VertexHandle origin) { return copy_of(sub, origin); });
+    if (!copy.is_valid())
+    {
+        return false;
+    }
+    sub.mesh.property(sub.face_new, copy) = false;
+    return true;
+}
+
+} // namespace
+
+std::vector<OpenMesh::VertexHandle> vertices_of(TriMesh const& mesh,
+                                                std::vector<OpenMesh::FaceHandle> const& faces)
+{
+    std::unordered_set<int> seen;
+    seen.reserve(faces.size());
+    std::vector<OpenMesh::VertexHandle> vertices;
+    for (auto const face : faces)
+    {
+        for (auto const vertex : mesh.fv_range(face))
+        {
+            if (seen.insert(vertex.idx()).second)
+            {
+                vertices.push_back(vertex);
+            }
+        }
+    }
+    return vertices;
+}
+
+RefusedElements make_sub_mesh(TriMesh const& mesh,
+                              std::vector<OpenMesh::VertexHandle> const& vertices,
+                              std::vector<OpenMesh::FaceHandle> const& faces,
+                              OpenMesh::VPropHandleT<float> edge_len, HoleSubMesh& sub)
+{
+    add_channels(mesh, sub);
+    sub.copies.reserve(vertices.size());
+    RefusedElements refused;
+    for (auto const vertex : vertices)
+    {
+        refused.vertices += take_vertex(mesh, vertex, edge_len, sub) ? 0 : 1;
+    }
+    for (auto const face : faces)
+    {
+        refused.faces += take_face(mesh, face, sub) ? 0 : 1;
+    }
+    sub.old_edges = sub.mesh.n_edges();
+    return refused;
+}
+
+bool map_loop(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop,
+              HoleSubMesh& sub)
+{
+    for (auto const h : loop)
+    {
+        auto const from = copy_of(sub, mesh.from_vertex_handle(h));
+        auto const to = copy_of(sub, mesh.to_vertex_handle(h));
+        bool const known = from.is_valid() && to.is_valid();
+        auto const copy = known ? sub.mesh.find_halfedge(from, to) : OpenMesh::HalfedgeHandle();
+        if (!copy.is_valid())
+        {
+            return false;
+        }
+        sub.mesh.property(sub.vert_boundary, from) = true;
+        sub.loop.push_back(copy);
+    }
+    return true;
+}
+
+} // namespace OrvaneAlgorithm::detail

@@ -1,0 +1,245 @@
+#include "algorithmVeld/HoleFilling/careful/HoleTriangulation.h"
+
+#include "algorithmVeld/common/arrays/checked.h"
+#include "algorithmVeld/common/geometry/TriangleGeometry.h"
+#include "algorithmVeld/common/mesh/AddFace.h"
+#include "algorithmVeld/common/running/Log.h"
+
+#include <omp.h>
+
+#include <utility>
+
+namespace OrvaneAlgorithm::detail
+{
+namespace
+{
+
+using OpenMesh::FaceHandle;
+using OpenMesh::HalfedgeHandle;
+using OpenMesh::VertexHandle;
+
+/// The temporary properties of the set-up.
+struct RimMarks
+{
+    OpenMesh::VPropHandleT<bool> on_hole;
+    OpenMesh::VPropHandleT<int> hole_index;
+    OpenMesh::VPropHandleT<int> count;
+    OpenMesh::EPropHandleT<bool> hole_edge;
+
+    explicit RimMarks(TriMesh& mesh)
+    {
+        mesh.add_property(on_hole, "<vprop>");
+        mesh.add_property(hole_index, "<vprop>");
+        mesh.add_property(count, "<vprop>");
+        mesh.add_property(hole_edge, "<eprop>");
+        for (auto const v : mesh.all_vertices())
+        {
+            mesh.property(on_hole, v) = false;
+            mesh.property(hole_index, v) = -1;
+            mesh.property(count, v) = 0;
+        }
+        for (auto const e : mesh.all_edges())
+        {
+            mesh.property(hole_edge, e) = false;
+        }
+    }
+
+    void remove(TriMesh& mesh)
+    {
+        mesh.remove_property(on_hole);
+        mesh.remove_property(hole_index);
+        mesh.remove_property(count);
+        mesh.remove_property(hole_edge);
+    }
+};
+
+bool refuse_rim()
+{
+    log_line(gPH.log_enabled, "  !!!error: invalid face handle [%s (%d)]\n", __FILE__, __LINE__);
+    return false;
+}
+
+/// Marks the corners and edges of the loop and collects its vertices and outer faces.
+bool mark_rim(TriMesh& mesh, std::vector<HalfedgeHandle> const& loop, RimMarks& marks,
+              HolePolygon& polygon)
+{
+    for (std::size_t k = 0; k < loop.size(); ++k)
+    {
+        if (!mesh.is_valid_handle(loop[k]))
+        {
+            return refuse_rim();
+        }
+        auto const v = mesh.from_vertex_handle(loop[k]);
+        polygon.verts.push_back(v);
+        int const count = ++mesh.property(marks.count, v);
+        if (mesh.property(marks.on_hole, v))
+        {
+            log_line(gPH.log_enabled, "   @@@complex hole (vert[%d] appear %d times) [%s (%d)]\n",
+                     v.idx(), count, __FILE__, __LINE__);
+        }
+        mesh.property(marks.on_hole, v) = true;
+        mesh.property(marks.hole_index, v) = static_cast<int>(k);
+        mesh.property(marks.hole_edge, mesh.edge_handle(loop[k])) = true;
+        auto const f = mesh.face_handle(mesh.opposite_halfedge_handle(loop[k]));
+        if (!f.is_valid())
+        {
+            return refuse_rim();
+        }
+        polygon.faces.push_back(f);
+    }
+    return true;
+}
+
+/// Notes the corners that a face beside the hole joins already.
+void find_existing_edges(TriMesh& mesh, RimMarks const& marks, HolePolygon& polygon)
+{
+    std::size_t const n = polygon.verts.size();
+    polygon.edge_exist.assign(n * n, false);
+    for (auto const f : polygon.faces)
+    {
+        for (auto const h : mesh.fh_range(f))
+        {
+            bool const joins_corners = !mesh.property(marks.hole_edge, h.edge()) &&
+                                       mesh.property(marks.on_hole, h.from()) &&
+                                       mesh.property(marks.on_hole, h.to());
+            if (joins_corners)
+            {
+                auto const a = static_cast<std::size_t>(mesh.property(marks.hole_index, h.from()));
+                auto const b = static_cast<std::size_t>(mesh.property(marks.hole_index, h.to()));
+                polygon.edge_exist[a * n + b] = true;
+                polygon.edge_exist[b * n + a] = true;
+            }
+        }
+    }
+}
+
+/// Normal of a face, also of a mesh that has not stored any.
+Vector3f normal_of(TriMesh const& mesh, FaceHandle f)
+{
+    return mesh.has_face_normals() ? mesh.normal(f) : mesh.calc_face_normal(f);
+}
+
+/// Normal of the triangle that lies on the side a-b of its neighbour: the face beyond the rim, or
+/// the triangle that the split of a..b has chosen.
+Vector3f neighbour_normal(TriMesh const& mesh, std::vector<VertexHandle> const& verts,
+                          std::vector<FaceHandle> const& faces, std::vector<int> const& lambda,
+                          std::size_t a, std::size_t b)
+{
+    if (b == a + 1)
+    {
+        return normal_of(mesh, at(faces, a));
+    }
+    std::size_t const split =
+        b == a + 2 ? a + 1 : static_cast<std::size_t>(at(lambda, a * verts.size() + b));
+    return reversed_normal(mesh.point(at(verts, b)), mesh.point(at(verts, split)),
+                           mesh.point(at(verts, a)));
+}
+
+/// What the search needs of the polygon; the table of edges moves over.
+PolygonRim take_rim(TriMesh const& mesh, HolePolygon& polygon)
+{
+    PolygonRim rim;
+    rim.edge_exist = std::move(polygon.edge_exist);
+    for (std::size_t k = 0; k < polygon.verts.size(); ++k)
+    {
+        rim.points.push_back(mesh.point(polygon.verts[k]));
+        rim.normals.push_back(normal_of(mesh, polygon.faces[k]));
+    }
+    return rim;
+}
+
+} // namespace
+
+bool find_hole_polygon(TriMesh& mesh, std::vector<HalfedgeHandle> const& loop, HolePolygon& polygon)
+{
+    polygon = {};
+    RimMarks marks(mesh);
+    if (!mark_rim(mesh, loop, marks, polygon))
+    {
+        return false;
+    }
+    find_existing_edges(mesh, marks, polygon);
+    marks.remove(mesh);
+    return true;
+}
+
+SplitCost split_cost(TriMesh const& mesh, std::vector<VertexHandle> const& verts,
+                     std::vector<FaceHandle> const& faces, std::vector<int> const& lambda,
+                     std::size_t i, std::size_t m, std::size_t j,
+                     std::vector<bool> const& edge_exist, TriangulationRule const& rule)
+{
+    std::size_t const n = verts.size();
+    NeighbourNormals neighbours;
+    neighbours.add(neighbour_normal(mesh, verts, faces, lambda, i, m));
+    neighbours.add(neighbour_normal(mesh, verts, faces, lambda, m, j));
+    if (i == 0 && j + 1 == n)
+    {
+        neighbours.add(normal_of(mesh, at(faces, j)));
+    }
+    int const existing = (at(edge_exist, i * n + j) ? 1 : 0) + (at(edge_exist, m * n + j) ? 1 : 0);
+    return triangle_cost(mesh.point(at(verts, i)), mesh.point(at(verts, m)),
+                         mesh.point(at(verts, j)), neighbours, existing, rule);
+}
+
+std::vector<PolygonTriangle> chosen_triangles(std::vector<int> const& lambda, std::size_t n,
+                                              std::size_t i, std::size_t j)
+{
+    std::vector<PolygonTriangle> triangles;
+    visit_triangles(
+        i, j, [&](std::size_t a, std::size_t b) { return at(lambda, a * n + b); },
+        [&](std::size_t a, std::size_t m, std::size_t b) {
+            triangles.push_back({static_cast<int>(a), static_cast<int>(m), static_cast<int>(b)});
+        });
+    return triangles;
+}
+
+void add_polygon_triangles(TriMesh& mesh, std::vector<VertexHandle> const& verts,
+                           std::vector<PolygonTriangle> const& triangles,
+                           OpenMesh::FPropHandleT<bool> face_new, RefusedTriangle const& refused)
+{
+    for (auto const& [i, m, j] : triangles)
+    {
+        auto const a = at(verts, static_cast<std::size_t>(i));
+        auto const b = at(verts, static_cast<std::size_t>(m));
+        auto const c = at(verts, static_cast<std::size_t>(j));
+        auto const f = add_face_checked(mesh, a, b, c);
+        if (f.is_valid())
+        {
+            mesh.property(face_new, f) = true;
+        }
+        else if (refused)
+        {
+            refused(a, b, c);
+        }
+    }
+}
+
+bool triangulate_hole(TriMesh& mesh, std::vector<HalfedgeHandle> const& loop,
+                      OpenMesh::FPropHandleT<bool> face_new, TriangulationRule const& rule,
+                      RefusedTriangle const& refused)
+{
+    int const n = static_cast<int>(loop.size());
+    log_line(gPH.log_enabled, "hole_triangulation() for hole with ( %d ) vertices ..\n", n);
+    HolePolygon polygon;
+    if (!find_hole_polygon(mesh, loop, polygon))
+    {
+        return false;
+    }
+    // Holes are filled in parallel; a hole that is alone gets all threads.
+    int const threads = omp_in_parallel() != 0 ? 1 : omp_get_max_threads();
+    auto const fill = best_polygon_fill(take_rim(mesh, polygon), rule, threads);
+    log_line(gPH.log_enabled,
+             "    Best weight (angle / area) of hole with ( %d ) vertices:    %f / %f\n", n,
+             static_cast<double>(fill.cost.angle), static_cast<double>(fill.cost.area));
+    if (fill.cost.angle > fold_angle)
+    {
+        log_line(gPH.log_enabled,
+                 "    !!!skip hole with ( %d ) vertices, dihedral angle = %12.6f  [%s (%d)]\n", n,
+                 static_cast<double>(fill.cost.angle), __FILE__, __LINE__);
+        return false;
+    }
+    add_polygon_triangles(mesh, polygon.verts, fill.triangles, face_new, refused);
+    return true;
+}
+
+} // namespace OrvaneAlgorithm::detail

@@ -1,0 +1,66 @@
+#include "algorithmVeld/common/files/WholeFile.h"
+
+#include <cerrno>
+#include <fstream>
+#include <system_error>
+
+namespace OrvaneAlgorithm::detail
+{
+
+namespace
+{
+
+std::string system_message(int error)
+{
+    return error == 0 ? "unknown reason" : std::generic_category().message(error);
+}
+
+} // namespace
+
+std::string file_content(std::filesystem::path const& path)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    auto const status = fs::status(path, error);
+    if (status.type() == fs::file_type::not_found)
+    {
+        throw MeshFileError("no such file");
+    }
+    if (fs::is_directory(status))
+    {
+        throw MeshFileError("is a directory");
+    }
+    if (!fs::is_regular_file(status))
+    {
+        throw MeshFileError(error ? "cannot be read: " + error.message() : "is not a file");
+    }
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    auto const size = fs::file_size(path, error);
+    if (!file || error)
+    {
+        throw MeshFileError("cannot be read: " + system_message(errno));
+    }
+    if (size == 0)
+    {
+        throw MeshFileError("is empty");
+    }
+    std::string content(static_cast<std::size_t>(size), '\0');
+    if (!file.read(content.data(), static_cast<std::streamsize>(size)))
+    {
+        throw MeshFileError("cannot be read to its end");
+    }
+    return content;
+}
+
+std::string printable(std::string line)
+{
+    for (char& c : line)
+    {
+        auto const code = static_cast<unsigned char>(c);
+        c = code < 0x20 || code == 0x7F ? '?' : c;
+    }
+    return line;
+}
+
+} // namespace OrvaneAlgorithm::detail

@@ -1,0 +1,367 @@
+#pragma once
+
+#include "algorithmVeld/common/files/ByteCursor.h"
+#include "algorithmVeld/common/files/TextCursor.h"
+#include "algorithmVeld/common/mesh_files/MeshSoup.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <iterator>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// \file
+/// The parts of a PLY file: its header, its values, and the element `vertex`. What else a file has
+/// to hold is the business of its readers. All throw `MeshFileError`.
+
+namespace OrvaneAlgorithm::detail::ply
+{
+
+enum class Encoding
+{
+    ascii,
+    little_endian,
+    big_endian
+};
+
+enum class Type
+{
+    int8,
+    uint8,
+    int16,
+    uint16,
+    int32,
+    uint32,
+    float32,
+    float64
+};
+
+struct Property
+{
+    std::string name;
+    Type type = Type::float32;
+    std::optional<Type> list_count; ///< type of the list's length; none for a single value
+};
+
+struct Element
+{
+    std::string name;
+    std::uint64_t rows = 0;
+    std::vector<Property> properties;
+};
+
+struct Header
+{
+    Encoding encoding = Encoding::ascii;
+    std::vector<Element> elements;
+    std::vector<std::string_view> infos; ///< what stands behind `obj_info`, line by line
+    std::string_view body;
+};
+
+/// Reads the header, from which the texts in it keep pointing to the content.
+Header parse_header(std::string_view content);
+
+// The values: two sources, which tell where a file ends too early.
+
+/// The row that is being read, for messages.
+struct Row
+{
+    Element const* element = nullptr;
+    std::uint64_t number = 0;
+
+    std::string name() const { return element->name + " " + std::to_string(number); }
+    [[noreturn]] void refuse_end() const { throw MeshFileError("ends in the middle of " + name()); }
+};
+
+class BinarySource
+{
+public:
+    BinarySource(std::string_view body, bool big_endian) : bytes_(body, big_endian) {}
+
+    void begin_row(Row const& row) { row_ = row; }
+    void end_row() {}
+
+    double number(Type type)
+    {
+        switch (type)
+        {
+        case Type::int8:
+            return take<std::int8_t>();
+        case Type::uint8:
+            return take<std::uint8_t>();
+        case Type::int16:
+            return take<std::int16_t>();
+        case Type::uint16:
+            return take<std::uint16_t>();
+        case Type::int32:
+            return take<std::int32_t>();
+        case Type::uint32:
+            return take<std::uint32_t>();
+        case Type::float32:
+            return take<float>();
+        case Type::float64:
+            return take<double>();
+        }
+        return 0;
+    }
+
+    /// The most rows of at least `values` values that can follow.
+    std::uint64_t most_rows(std::size_t values) const { return bytes_.left() / values; }
+
+    bool at_end() const { return bytes_.left() == 0; }
+
+private:
+    template <typename Number>
+    Number take()
+    {
+        if (bytes_.left() < sizeof(Number))
+        {
+            row_.refuse_end();
+        }
+        return bytes_.take<Number>();
+    }
+
+    ByteCursor bytes_;
+    Row row_;
+};
+
+class AsciiSource
+{
+public:
+    explicit AsciiSource(std::string_view body) : text_(body) {}
+
+    void begin_row(Row const& row)
+    {
+        row_ = row;
+        if (!text_.next_line_with_words())
+        {
+            row_.refuse_end();
+        }
+    }
+
+    void end_row()
+    {
+        if (!text_.next_word().empty())
+        {
+            throw MeshFileError(row_.name() + " has more values than the header declares");
+        }
+    }
+
+    double number(Type type)
+    {
+        auto const word = text_.next_word();
+        if (word.empty())
+        {
+            if (text_.rest().empty())
+            {
+                row_.refuse_end();
+            }
+            throw MeshFileError(row_.name() + " has fewer values than the header declares");
+        }
+        double value = 0;
+        float single = 0;
+        // Rounded once, from the text to the type that the header declares.
+        bool const is_number =
+            type == Type::float32 ? parse_number(word, single) : parse_number(word, value);
+        if (!is_number)
+        {
+            throw MeshFileError(row_.name() + " has a value that is no number");
+        }
+        return type == Type::float32 ? single : value;
+    }
+
+    std::uint64_t most_rows(std::size_t values) const
+    {
+        return (text_.rest().size() + 1) / (2 * values);
+    }
+
+    bool at_end() const { return !TextCursor(text_).next_line_with_words(); }
+
+private:
+    TextCursor text_;
+    Row row_;
+};
+
+// The elements.
+
+enum Slot : unsigned char
+{
+    x,
+    y,
+    z,
+    nx,
+    ny,
+    nz,
+    red,
+    green,
+    blue,
+    slots,
+    ignored = slots
+};
+
+inline Slot slot_of(Property const& property)
+{
+    static char const* const names[] = {"x", "y", "z", "nx", "ny", "nz", "red", "green", "blue"};
+    auto const* const found = std::find(std::begin(names), std::end(names), property.name);
+    return property.list_count ? ignored : static_cast<Slot>(found - std::begin(names));
+}
+
+/// How a colour of the type becomes one from 0 to 1.
+inline double colour_scale(Type type)
+{
+    switch (type)
+    {
+    case Type::float32:
+    case Type::float64:
+        return 1;
+    case Type::int16:
+    case Type::uint16:
+        return 1.0 / std::numeric_limits<std::uint16_t>::max();
+    default:
+        return 1.0 / std::numeric_limits<std::uint8_t>::max();
+    }
+}
+
+inline float to_float(double value)
+{
+    constexpr double largest = std::numeric_limits<float>::max();
+    bool const fits = !(std::abs(value) > largest);
+    return fits ? static_cast<float>(value) : std::numeric_limits<float>::infinity();
+}
+
+template <typename Source>
+std::uint64_t list_size(Source& source, Property const& property, Row const& row)
+{
+    double const size = source.number(*property.list_count);
+    if (!(size >= 0 && size <= std::numeric_limits<std::uint32_t>::max()))
+    {
+        throw MeshFileError(row.name() + " has a list of impossible length");
+    }
+    return static_cast<std::uint64_t>(size);
+}
+
+template <typename Source>
+void skip_property(Source& source, Property const& property, Row const& row)
+{
+    std::uint64_t const n = property.list_count ? list_size(source, property, row) : 1;
+    for (std::uint64_t i = 0; i < n; ++i)
+    {
+        source.number(property.type);
+    }
+}
+
+template <typename Source>
+void skip_element(Source& source, Element const& element)
+{
+    if (element.properties.empty())
+    {
+        return;
+    }
+    for (Row row{&element, 0}; row.number < element.rows; ++row.number)
+    {
+        source.begin_row(row);
+        for (auto const& property : element.properties)
+        {
+            skip_property(source, property, row);
+        }
+        source.end_row();
+    }
+}
+
+/// Which property goes where in a vertex.
+class VertexLayout
+{
+public:
+    explicit VertexLayout(Element const& element)
+    {
+        for (auto const& property : element.properties)
+        {
+            auto const slot = slot_of(property);
+            slots_.push_back(slot);
+            scales_.push_back(slot == ignored || slot < red ? 1 : colour_scale(property.type));
+        }
+        if (!has(x) || !has(y) || !has(z))
+        {
+            throw MeshFileError("has vertices without the coordinates x, y and z");
+        }
+    }
+
+    bool has_normals() const { return has(nx) && has(ny) && has(nz); }
+    bool has_colors() const { return has(red) && has(green) && has(blue); }
+    Slot slot(std::size_t property) const { return slots_[property]; }
+    double scale(std::size_t property) const { return scales_[property]; }
+
+private:
+    bool has(Slot slot) const
+    {
+        return std::find(slots_.begin(), slots_.end(), slot) != slots_.end();
+    }
+
+    std::vector<Slot> slots_;
+    std::vector<double> scales_;
+};
+
+template <typename Source>
+void read_vertices(Source& source, Element const& element, MeshSoup& soup)
+{
+    VertexLayout const layout(element);
+    auto const most = source.most_rows(element.properties.size());
+    auto const room = static_cast<std::size_t>(std::min(element.rows, most));
+    soup.points.reserve(room);
+    soup.normals.reserve(layout.has_normals() ? room : 0);
+    soup.colors.reserve(layout.has_colors() ? room : 0);
+
+    float values[slots] = {};
+    for (Row row{&element, 0}; row.number < element.rows; ++row.number)
+    {
+        source.begin_row(row);
+        for (std::size_t i = 0; i < element.properties.size(); ++i)
+        {
+            auto const& property = element.properties[i];
+            if (layout.slot(i) == ignored)
+            {
+                skip_property(source, property, row);
+                continue;
+            }
+            values[layout.slot(i)] = to_float(source.number(property.type) * layout.scale(i));
+        }
+        source.end_row();
+        soup.points.emplace_back(values[x], values[y], values[z]);
+        if (layout.has_normals())
+        {
+            soup.normals.emplace_back(values[nx], values[ny], values[nz]);
+        }
+        if (layout.has_colors())
+        {
+            soup.colors.emplace_back(values[red], values[green], values[blue]);
+        }
+    }
+}
+
+inline int vertex_index(double value, Row const& row)
+{
+    if (!(value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max()) ||
+        value != std::floor(value))
+    {
+        throw MeshFileError(row.name() + " has a corner that is no vertex index");
+    }
+    return static_cast<int>(value);
+}
+
+/// Calls `read(source)` with the source that the encoding asks for.
+template <typename Read>
+void read_body(Header const& header, Read const& read)
+{
+    if (header.encoding == Encoding::ascii)
+    {
+        read(AsciiSource(header.body));
+        return;
+    }
+    read(BinarySource(header.body, header.encoding == Encoding::big_endian));
+}
+
+} // namespace OrvaneAlgorithm::detail::ply

@@ -1,0 +1,89 @@
+#include "algorithmVeld/reconstruction/frames/BorderFilter.h"
+
+#include "algorithmVeld/common/mesh/FaceSearch.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/running/ParallelFor.h"
+
+#include <vector>
+
+namespace OrvaneAlgorithm::detail
+{
+
+namespace
+{
+
+constexpr int few_neighbours = 3;
+
+bool has_few_neighbours(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
+{
+    int neighbours = 0;
+    for (auto it = mesh.cvv_iter(vertex); it.is_valid() && neighbours < few_neighbours; ++it)
+    {
+        ++neighbours;
+    }
+    return neighbours < few_neighbours;
+}
+
+/// Whether no face lies across an edge.
+bool is_lone(TriMesh const& mesh, OpenMesh::FaceHandle face)
+{
+    return AcrossEdges(mesh)(face, [](OpenMesh::FaceHandle) { return false; });
+}
+
+} // namespace
+
+int delete_long_border_edges(TriMesh& mesh, double length, EdgeWalk walk)
+{
+    int deleted = 0;
+    for (auto const edge : mesh.all_edges())
+    {
+        bool const passed_over = walk == EdgeWalk::LIVE && mesh.status(edge).deleted();
+        if (!passed_over && mesh.is_boundary(edge) &&
+            static_cast<double>(mesh.calc_edge_length(edge)) > length)
+        {
+            mesh.delete_edge(edge, false);
+            ++deleted;
+        }
+    }
+    return deleted;
+}
+
+int delete_thin_border_vertices(TriMesh& mesh)
+{
+    std::vector<char> is_thin(mesh.n_vertices());
+    parallel_for_even(static_cast<std::ptrdiff_t>(mesh.n_vertices()),
+                      [&](std::ptrdiff_t i)
+                      {
+                          is_thin[static_cast<std::size_t>(i)] =
+                              has_few_neighbours(mesh, OpenMesh::VertexHandle(static_cast<int>(i)))
+                                  ? 1
+                                  : 0;
+                      });
+    int deleted = 0;
+    for (auto const vertex : mesh.all_vertices())
+    {
+        if (is_thin[static_cast<std::size_t>(vertex.idx())] != 0 && !is_deleted(mesh, vertex) &&
+            mesh.is_boundary(vertex))
+        {
+            mesh.delete_vertex(vertex, false);
+            ++deleted;
+        }
+    }
+    return deleted;
+}
+
+int delete_lone_faces(TriMesh& mesh)
+{
+    int deleted = 0;
+    for (auto const face : mesh.all_faces())
+    {
+        if (!is_deleted(mesh, face) && is_lone(mesh, face))
+        {
+            mesh.delete_face(face, false);
+            ++deleted;
+        }
+    }
+    return deleted;
+}
+
+} // namespace OrvaneAlgorithm::detail
