@@ -26,6 +26,7 @@
 #include "algorithmVeld/common/ParamHolder.h"
 #include "algorithmVeld/common/RangeData.h"
 #include "algorithmVeld/common/RigidMatrix.h"
+#include "algorithmVeld/common/RunScope.h"
 #include "algorithmVeld/common/ScopeTimer.h"
 #include "algorithmVeld/common/TriMesh.h"
 #include "algorithmVeld/common/image_io.h"

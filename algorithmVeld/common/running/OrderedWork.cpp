@@ -154,6 +154,16 @@ void OrderedWork::make_ready(int place)
     }
 }
 
+std::size_t OrderedWork::n_left() const
+{
+    std::size_t n = 0;
+    for (std::size_t c = 0; c < end_.size(); ++c)
+    {
+        n += static_cast<std::size_t>(end_[c] - next_[c]);
+    }
+    return n;
+}
+
 /// Goes on behind a place. It can have become the turn of its cell or of those around.
 void OrderedWork::finish(int place)
 {
@@ -179,9 +189,24 @@ void OrderedWork::finish(int place)
 bool OrderedWork::run(std::function<bool(int)> const& work)
 {
     stopped_ = false;
+    poll_cancel();
+    Progress progress(n_left());
     ExceptionCarrier carrier;
 #pragma omp parallel num_threads(omp_get_max_threads()) if (ready_.size() > 1)
-    carrier.run([&] { help(work); });
+    {
+        WorkerProgress worker(progress, 1);
+        carrier.run(
+            [&]
+            {
+                help(
+                    [&](int place)
+                    {
+                        // Before the work: a place whose work is done is done.
+                        worker.next();
+                        return work(place);
+                    });
+            });
+    }
     carrier.rethrow();
     return !stopped_;
 }

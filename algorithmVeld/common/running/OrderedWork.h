@@ -25,6 +25,7 @@ public:
     /// \param work `work(place)` is called with the number of a place, by several threads, and sees
     ///        what was done at the places near it before. It returns false to stop all threads; its
     ///        place is then still to be done. So it is if it throws, which the caller gets.
+    ///        The threads belong to the calling thread's run: Cancelled comes between places.
     /// \return true if all is done
     bool run(std::function<bool(int)> const& work);
 
@@ -33,6 +34,7 @@ private:
     void find_neighbours();
     int next_place(int cell) const;
     bool is_first_around(int cell) const;
+    std::size_t n_left() const;
     void make_ready(int place);
     void finish(int place);
     void help(std::function<bool(int)> const& work);

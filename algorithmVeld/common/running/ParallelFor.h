@@ -1,7 +1,10 @@
 #pragma once
 
+#include "algorithmVeld/common/running/Progress.h"
+
 #include <omp.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <exception>
@@ -63,6 +66,9 @@ private:
 /// Runs `body(i)` for i from 0 to `n` - 1 in parallel, in equal shares: for even work. No region is
 /// started for no or one iteration. If iterations throw, those behind them may not run, and the
 /// exception of the first one is thrown again after the loop.
+///
+/// The threads belong to the calling thread's run: they tell how far the loop is, and end it by
+/// Cancelled, between iterations.
 template <typename Body>
 void parallel_for_even(std::ptrdiff_t n, Body const& body)
 {
@@ -70,13 +76,28 @@ void parallel_for_even(std::ptrdiff_t n, Body const& body)
     {
         return;
     }
+    poll_cancel();
+    // Small loops ask often, for their iterations may be long.
+    auto const size = static_cast<std::size_t>(n);
+    std::size_t const stride = std::clamp<std::size_t>(size / 1024, 1, 256);
+    Progress progress(size);
     ExceptionCarrier carrier;
-#pragma omp parallel for num_threads(omp_get_max_threads()) schedule(static) if (n > 1)
-    for (std::ptrdiff_t i = 0; i < n; ++i)
+#pragma omp parallel num_threads(omp_get_max_threads()) if (n > 1)
     {
-        carrier.run_iteration(i, body);
+        WorkerProgress worker(progress, stride);
+        auto const step = [&](std::ptrdiff_t i)
+        {
+            body(i);
+            worker.next();
+        };
+#pragma omp for schedule(static) nowait
+        for (std::ptrdiff_t i = 0; i < n; ++i)
+        {
+            carrier.run_iteration(i, step);
+        }
     }
     carrier.rethrow();
+    progress.finish();
 }
 
 /// The same with one iteration at a time to whichever thread is free: for work of uneven size.
@@ -87,13 +108,25 @@ void parallel_for_uneven(std::ptrdiff_t n, Body const& body)
     {
         return;
     }
+    poll_cancel();
+    Progress progress(static_cast<std::size_t>(n));
     ExceptionCarrier carrier;
-#pragma omp parallel for num_threads(omp_get_max_threads()) schedule(dynamic, 1) if (n > 1)
-    for (std::ptrdiff_t i = 0; i < n; ++i)
+#pragma omp parallel num_threads(omp_get_max_threads()) if (n > 1)
     {
-        carrier.run_iteration(i, body);
+        WorkerProgress worker(progress, 1);
+        auto const step = [&](std::ptrdiff_t i)
+        {
+            body(i);
+            worker.next();
+        };
+#pragma omp for schedule(dynamic, 1) nowait
+        for (std::ptrdiff_t i = 0; i < n; ++i)
+        {
+            carrier.run_iteration(i, step);
+        }
     }
     carrier.rethrow();
+    progress.finish();
 }
 
 } // namespace OrvaneAlgorithm::detail
