@@ -1,6 +1,6 @@
-#include "Program.h"
+#include "commands/Program.h"
 
 int main(int argc, char** argv)
 {
-    return veld::run_program(argc, argv);
+    return veld::cli::run_program(argc, argv);
 }

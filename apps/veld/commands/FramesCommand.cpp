@@ -1,0 +1,100 @@
+#include "commands/Command.h"
+#include "shell/CommonOptions.h"
+#include "workflow/frames/FrameFiles.h"
+#include "workflow/steps/LoadFrames.h"
+#include "workflow/words.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace veld::cli
+{
+
+namespace
+{
+
+class FramesCommand : public Command
+{
+public:
+    void add_options(CLI::App& app) override
+    {
+        add_frame_source(app, source_);
+        app.add_option("-o,--output", directory_, "Directory for the .rge files")
+            ->required()
+            ->type_name("DIR");
+        set_example(app, "frames scans/bun.conf -o frames --scale 1000");
+    }
+
+    fs::path directory() const override { return directory_; }
+
+    Json run(Desk const& desk) override
+    {
+        FrameSet const set = load_frames(source_.source, source_.settings, desk.context);
+        std::vector<fs::path> const files = name_files(set.frames.size());
+        refuse_other_frames(files);
+        check_outputs(files, set.files);
+
+        std::string text = fmt::format("{}: {}\n", set.source, counted(files.size(), "frame"));
+        Json list = Json::array();
+        for (std::size_t i = 0; i < files.size(); ++i)
+        {
+            auto const& frame = set.frames[i];
+            write_frame(desk.outputs.add(files[i]), frame.data);
+            text += fmt::format("  {}: {} on {} x {} ({})\n", shown(files[i]),
+                                counted(frame.data.get_vn(), "point"), frame.data.grid_rows,
+                                frame.data.grid_cols, frame.name);
+            list.push_back({{"file", shown(files[i])},
+                            {"vertices", frame.data.get_vn()},
+                            {"rows", frame.data.grid_rows},
+                            {"columns", frame.data.grid_cols}});
+        }
+        desk.console.print(text);
+        return Json{{"frames", list}};
+    }
+
+private:
+    /// Names whose order is that of the frames.
+    std::vector<fs::path> name_files(std::size_t n) const
+    {
+        std::size_t const digits = std::max<std::size_t>(4, std::to_string(n).size());
+        std::vector<fs::path> files;
+        for (std::size_t i = 0; i < n; ++i)
+        {
+            files.push_back(fs::path(directory_) / fmt::format("frame-{:0{}}.rge", i, digits));
+        }
+        return files;
+    }
+
+    /// A folder is read as a whole: frames of another scan beside ours would be taken for ours.
+    void refuse_other_frames(std::vector<fs::path> const& ours) const
+    {
+        for (auto const& file : frame_files_in(directory_))
+        {
+            auto const is_same = [name = file.filename()](fs::path const& path)
+            { return path.filename() == name; };
+            if (std::none_of(ours.begin(), ours.end(), is_same))
+            {
+                throw InputError(shown(file) +
+                                 ": is a frame of something else; an empty directory is "
+                                 "needed for the output");
+            }
+        }
+    }
+
+    FrameSourceOptions source_;
+    std::string directory_;
+};
+
+} // namespace
+
+std::unique_ptr<Command> make_frames_command()
+{
+    return std::make_unique<FramesCommand>();
+}
+
+} // namespace veld::cli

@@ -1,0 +1,302 @@
+#include "demo/DemoObject.h"
+
+#include "demo/GourdSurface.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <map>
+#include <utility>
+#include <vector>
+
+namespace veld::cli
+{
+
+namespace
+{
+
+constexpr double pi = 3.141592653589793;
+constexpr int gourd_subdivisions = 7; // 20 * 4^7 triangles, finer than the scanner's grid
+constexpr double stick_diameter = 5.0;
+constexpr double stick_height = 9.0;
+constexpr double ring_angle = 48.0; // of the cone below the object that the ring hides
+
+using Triangle = std::array<std::uint32_t, 3>;
+
+/// Triangles by vertex number.
+struct Soup
+{
+    std::vector<Vector3f> points;
+    std::vector<Triangle> triangles;
+
+    std::uint32_t add(Vector3d const& point)
+    {
+        points.push_back(point.cast<float>());
+        return static_cast<std::uint32_t>(points.size() - 1);
+    }
+
+    void append(Soup const& other)
+    {
+        auto const first = static_cast<std::uint32_t>(points.size());
+        points.insert(points.end(), other.points.begin(), other.points.end());
+        for (auto const& [a, b, c] : other.triangles)
+        {
+            triangles.push_back({a + first, b + first, c + first});
+        }
+    }
+};
+
+Soup icosahedron()
+{
+    double const g = (1.0 + std::sqrt(5.0)) / 2.0;
+    std::vector<Vector3d> const corners{{-1, g, 0}, {1, g, 0}, {-1, -g, 0}, {1, -g, 0},
+                                        {0, -1, g}, {0, 1, g}, {0, -1, -g}, {0, 1, -g},
+                                        {g, 0, -1}, {g, 0, 1}, {-g, 0, -1}, {-g, 0, 1}};
+    Soup soup;
+    for (auto const& corner : corners)
+    {
+        soup.add(corner.normalized());
+    }
+    soup.triangles = {{0, 11, 5}, {0, 5, 1},  {0, 1, 7},   {0, 7, 10}, {0, 10, 11},
+                      {1, 5, 9},  {5, 11, 4}, {11, 10, 2}, {10, 7, 6}, {7, 1, 8},
+                      {3, 9, 4},  {3, 4, 2},  {3, 2, 6},   {3, 6, 8},  {3, 8, 9},
+                      {4, 9, 5},  {2, 4, 11}, {6, 2, 10},  {8, 6, 7},  {9, 8, 1}};
+    return soup;
+}
+
+/// Cuts each triangle into four, new points on the unit sphere.
+Soup subdivide(Soup const& coarse)
+{
+    Soup fine{coarse.points, {}};
+    std::map<std::pair<std::uint32_t, std::uint32_t>, std::uint32_t> middles;
+    auto const middle = [&](std::uint32_t a, std::uint32_t b)
+    {
+        auto const [place, is_new] = middles.emplace(std::minmax(a, b), 0);
+        if (is_new)
+        {
+            Vector3f const sum = coarse.points[a] + coarse.points[b];
+            place->second = fine.add(sum.cast<double>().normalized());
+        }
+        return place->second;
+    };
+    for (auto const& [a, b, c] : coarse.triangles)
+    {
+        std::uint32_t const ab = middle(a, b);
+        std::uint32_t const bc = middle(b, c);
+        std::uint32_t const ca = middle(c, a);
+        fine.triangles.insert(fine.triangles.end(),
+                              {{a, ab, ca}, {ab, b, bc}, {ca, bc, c}, {ab, bc, ca}});
+    }
+    return fine;
+}
+
+Soup unit_sphere(int subdivisions)
+{
+    Soup soup = icosahedron();
+    for (int i = 0; i < subdivisions; ++i)
+    {
+        soup = subdivide(soup);
+    }
+    return soup;
+}
+
+Soup make_gourd()
+{
+    Soup soup = unit_sphere(gourd_subdivisions);
+    for (auto& point : soup.points)
+    {
+        point = gourd_point(point.cast<double>().normalized()).cast<float>();
+    }
+    return soup;
+}
+
+std::array<Vector3d, 3> stick_places()
+{
+    return {direction(-12, 18), direction(28, -4), direction(2, -17)};
+}
+
+/// A round stick along z, from inside the gourd up, with a rounded rim and a slightly domed cap.
+Soup make_stick(Vector3d const& foot)
+{
+    constexpr std::uint32_t sides = 64;
+    constexpr int rim_steps = 6;
+    constexpr int cap_rings = 8;
+    constexpr std::uint32_t rims = 1 + rim_steps + cap_rings + 1;
+    constexpr double root = 8.0;     // below the foot
+    constexpr double rounding = 0.8; // radius of the rim
+    constexpr double dome = 0.3;     // the middle of the cap is so much higher than its edge
+    constexpr double flat = 0.5 * stick_diameter - rounding;
+    Soup soup;
+    auto const add_rim = [&](double radius, double height)
+    {
+        for (std::uint32_t i = 0; i < sides; ++i)
+        {
+            double const angle = 2.0 * pi * i / sides;
+            soup.add(foot + Vector3d(radius * std::cos(angle), radius * std::sin(angle), height));
+        }
+    };
+    add_rim(0.5 * stick_diameter, -root);
+    for (int step = 0; step < rim_steps; ++step)
+    {
+        double const angle = 0.5 * pi * step / rim_steps;
+        add_rim(flat + rounding * std::cos(angle),
+                stick_height - dome - rounding * (1.0 - std::sin(angle)));
+    }
+    for (int ring = cap_rings; ring >= 0; --ring)
+    {
+        double const part = static_cast<double>(ring) / cap_rings;
+        add_rim(flat * part, stick_height - dome * part * part);
+    }
+    for (std::uint32_t lower = 0; lower < (rims - 1) * sides; lower += sides)
+    {
+        for (std::uint32_t i = 0; i < sides; ++i)
+        {
+            std::uint32_t const next = (i + 1) % sides;
+            soup.triangles.push_back({lower + i, lower + next, lower + sides + next});
+            soup.triangles.push_back({lower + i, lower + sides + next, lower + sides + i});
+        }
+    }
+    return soup;
+}
+
+/// Fluff in the air, as a small egg.
+Soup make_lint(Vector3d const& centre, double size)
+{
+    Soup soup = unit_sphere(3);
+    for (auto& point : soup.points)
+    {
+        Vector3d const out = point.cast<double>();
+        point = (centre + size * Vector3d(out.x(), 0.8 * out.y(), 0.9 * out.z())).cast<float>();
+    }
+    return soup;
+}
+
+void add_lint(Soup& soup)
+{
+    struct Lint
+    {
+        double azimuth, elevation, height, size;
+    };
+    for (auto const& lint :
+         {Lint{-58, 48, 8.0, 2.4}, Lint{-47, 56, 11.0, 2.1}, Lint{62, 40, 7.0, 2.6},
+          Lint{70, 30, 10.0, 2.0}, Lint{-75, -8, 9.0, 2.3}, Lint{150, 40, 8.0, 2.5}})
+    {
+        Vector3d const at = direction(lint.azimuth, lint.elevation);
+        soup.append(make_lint(gourd_point(at) + at * lint.height, lint.size));
+    }
+}
+
+/// A place of the gourd that a scanner sees nothing of.
+struct DarkPatch
+{
+    Vector3d centre;
+    double angle;  ///< Degrees from the middle of the object.
+    double ragged; ///< How far the rim strays, in parts of the angle.
+};
+
+/// Of all sizes, from a few points to a fifth of the object's width.
+std::vector<DarkPatch> const& dark_patches()
+{
+    static std::vector<DarkPatch> const patches{
+        {direction(8, 8), 13.0, 0.25},     {direction(-32, -12), 6.5, 0.2},
+        {direction(42, 28), 5.0, 0.3},     {direction(-40, 22), 3.5, 0.3},
+        {direction(-10, 40), 2.5, 0.2},    {direction(52, -8), 2.2, 0.3},
+        {direction(25, -20), 2.0, 0.0},    {direction(-20, 24), 1.8, 0.0},
+        {direction(65, 12), 1.6, 0.0},     {direction(-60, 0), 1.4, 0.0},
+        {direction(130, 20), 9.0, 0.3},    {direction(180, -5), 4.0, 0.2},
+        {direction(-120, 35), 11.0, 0.35}, {direction(-100, -15), 2.0, 0.3},
+        {direction(95, 50), 3.0, 0.2},     {direction(0, 82), 2.0, 0.2}};
+    return patches;
+}
+
+bool in_patch(Vector3d const& at, DarkPatch const& patch)
+{
+    double const angle = angle_between(at, patch.centre);
+    if (angle > patch.angle * (1.0 + patch.ragged))
+    {
+        return false;
+    }
+    Vector3d const side = at - patch.centre;
+    double const wave = std::sin(60.0 / patch.angle * side.x() * 4.0 + patch.angle) *
+                        std::cos(60.0 / patch.angle * (side.y() + side.z()) * 3.0);
+    return angle < patch.angle * (1.0 + patch.ragged * wave);
+}
+
+/// A narrow shiny streak.
+bool in_streak(Vector3d const& at)
+{
+    static Vector3d const start = direction(18, 55);
+    static Vector3d const end = direction(55, 45);
+    static Vector3d const across = start.cross(end).normalized();
+    static Vector3d const middle = (start + end).normalized();
+    double const off = std::abs(std::asin(at.dot(across))) * 180.0 / pi;
+    return off < 2.2 && angle_between(at, middle) < angle_between(start, end) / 2.0;
+}
+
+bool is_unseen(Vector3d const& at)
+{
+    auto const& patches = dark_patches();
+    return angle_between(at, -Vector3d::UnitY()) < ring_angle || in_streak(at) ||
+           std::any_of(patches.begin(), patches.end(),
+                       [&at](DarkPatch const& patch) { return in_patch(at, patch); });
+}
+
+Markers place_markers()
+{
+    Markers markers;
+    for (auto const& at :
+         {direction(-25, 6), direction(33, 10), direction(-14, -21), direction(20, 36),
+          direction(70, -18), direction(-80, 12), direction(150, 22), direction(-150, 5)})
+    {
+        markers.points.push_back(gourd_point(at).cast<float>());
+        markers.normals.push_back(gourd_normal(at, 2.0 * DemoObject::MARKER_RADIUS).cast<float>());
+    }
+    return markers;
+}
+
+/// What the print of a marker, dark rings on white, adds to the height of the surface.
+double print_height(double off_centre)
+{
+    return 0.45 + 0.25 * std::cos(off_centre / DemoObject::MARKER_RADIUS * 3.0 * pi);
+}
+
+} // namespace
+
+DemoObject::DemoObject() : scene_(RayScene::of_triangles({}, {})), markers_(place_markers())
+{
+    Soup soup = make_gourd();
+    gourd_triangles_ = static_cast<std::uint32_t>(soup.triangles.size());
+    for (auto const& at : stick_places())
+    {
+        Vector3d const foot = gourd_point(at);
+        soup.append(make_stick(foot));
+        sticks_.points.push_back((foot + 0.5 * stick_height * Vector3d::UnitZ()).cast<float>());
+        sticks_.sizes.emplace_back(static_cast<float>(stick_diameter),
+                                   static_cast<float>(stick_height));
+    }
+    add_lint(soup);
+    scene_ = RayScene::of_triangles(soup.points, soup.triangles);
+}
+
+std::optional<Vector3d> DemoObject::appearance(RayHit const& hit, Vector3d const& place) const
+{
+    if (hit.element >= gourd_triangles_)
+    {
+        return place;
+    }
+    if (is_unseen(place.normalized()))
+    {
+        return std::nullopt;
+    }
+    for (std::size_t i = 0; i < markers_.points.size(); ++i)
+    {
+        double const off_centre = (place - markers_.points[i].cast<double>()).norm();
+        if (off_centre < MARKER_RADIUS)
+        {
+            return place + markers_.normals[i].cast<double>() * print_height(off_centre);
+        }
+    }
+    return place;
+}
+
+} // namespace veld::cli

@@ -1,0 +1,147 @@
+#include "demo/DemoReport.h"
+
+#include "demo/GourdSurface.h"
+#include "shell/Texts.h"
+#include "workflow/ForEachIndex.h"
+#include "workflow/StepScope.h"
+#include "workflow/steps/StepJson.h"
+#include "workflow/words.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace veld::cli
+{
+
+using OrvaneAlgorithm::TriMesh;
+
+namespace
+{
+
+/// How far the vertices of a mesh are from the true surface, in millimetres.
+struct Deviation
+{
+    double mean = 0.0;
+    double percentile_99 = 0.0;
+};
+
+Deviation measure_deviation(TriMesh const& mesh, Context& context)
+{
+    constexpr std::size_t SHARE = 1024; // vertices at a time
+    StepScope const scope(context, "measure-deviation", "measure the deviation");
+    std::size_t const n = mesh.n_vertices();
+    std::vector<double> distances(n);
+    for_each_index((n + SHARE - 1) / SHARE,
+                   [&](std::size_t part)
+                   {
+                       for (std::size_t i = part * SHARE; i < std::min(n, (part + 1) * SHARE); ++i)
+                       {
+                           auto const vertex = mesh.vertex_handle(static_cast<unsigned int>(i));
+                           distances[i] = distance_to_gourd(mesh.point(vertex).cast<double>());
+                       }
+                   });
+    Deviation deviation;
+    std::sort(distances.begin(), distances.end());
+    for (double const distance : distances)
+    {
+        deviation.mean += distance / static_cast<double>(n);
+    }
+    deviation.percentile_99 = n > 0 ? distances[(n - 1) * 99 / 100] : 0.0;
+    return deviation;
+}
+
+} // namespace
+
+Json report_frames(FrameSet const& set, TextFrameFiles const& files, Desk const& desk)
+{
+    Json list = Json::array();
+    std::size_t points = 0;
+    for (std::size_t i = 0; i < set.frames.size(); ++i)
+    {
+        RangeData const& frame = set.frames[i].data;
+        points += frame.get_vn();
+        list.push_back({{"file", files.points(i)},
+                        {"vertices", frame.get_vn()},
+                        {"rows", frame.grid_rows},
+                        {"columns", frame.grid_cols}});
+    }
+    RangeData const& first = set.frames.at(0).data;
+    desk.console.print(fmt::format("{}: {} of {} on {} x {}\n", files.description(),
+                                   counted(list.size(), "frame"), counted(points, "point"),
+                                   first.grid_rows, first.grid_cols));
+    return list;
+}
+
+Json report_scan(TriMesh& mesh, std::string const& path, DemoObject const& object, Desk const& desk)
+{
+    MeshHealth const health = inspect(mesh, desk.context);
+    std::size_t const markers = object.markers().points.size();
+    std::size_t const sticks = object.sticks().points.size();
+    desk.console.print(fmt::format("  {}, {}, {} and {} on it\n",
+                                   counted(health.components, "piece"),
+                                   counted(health.non_manifold_vertices, "non-manifold spot"),
+                                   counted(markers, "marker"), counted(sticks, "stick")));
+    return {{"file", path},
+            {"vertices", health.vertices},
+            {"faces", health.faces},
+            {"holes", health.holes},
+            {"components", health.components},
+            {"non_manifold_vertices", health.non_manifold_vertices},
+            {"markers", markers},
+            {"sticks", sticks}};
+}
+
+Json report_filling(std::string const& path, FillResult const& result, Desk const& desk)
+{
+    FillPass const& large = result.passes.at(0);
+    FillPass const& others = result.passes.at(1);
+    desk.console.print(to_text(path, result));
+    desk.console.print(fmt::format("  core closed {} of more than {} edges: {} added\n",
+                                   counted(large.holes_before - large.holes_after, "hole"),
+                                   LARGEST_SMALL_HOLE, added(large.new_faces, large.new_vertices)));
+    desk.console.print(fmt::format("  trim closed {} of the others: {} added\n",
+                                   others.holes_before - others.holes_after,
+                                   added(others.new_faces, others.new_vertices)));
+    Json json{{"file", path}};
+    json.update(to_json(result));
+    json["large_holes"] = to_json(large);
+    json["large_holes"]["min_edges"] = LARGEST_SMALL_HOLE + 1;
+    json["other_holes"] = to_json(others);
+    return json;
+}
+
+Json report_deviation(TriMesh const& mesh, Desk const& desk)
+{
+    Deviation const deviation = measure_deviation(mesh, desk.context);
+    desk.console.print(fmt::format("  {:.3f} mm from the true surface, 99 % within {:.3f} mm\n",
+                                   deviation.mean, deviation.percentile_99));
+    return {{"mean", deviation.mean}, {"percentile_99", deviation.percentile_99}};
+}
+
+std::string marker_lines(Markers const& markers)
+{
+    std::string text = "# x y z nx ny nz\n";
+    for (std::size_t i = 0; i < markers.points.size(); ++i)
+    {
+        auto const& p = markers.points[i];
+        auto const& n = markers.normals[i];
+        text += fmt::format("{} {} {} {} {} {}\n", p.x(), p.y(), p.z(), n.x(), n.y(), n.z());
+    }
+    return text;
+}
+
+std::string seed_lines(StickSeeds const& seeds)
+{
+    std::string text = "# x y z diameter height\n";
+    for (std::size_t i = 0; i < seeds.points.size(); ++i)
+    {
+        auto const& p = seeds.points[i];
+        text += fmt::format("{} {} {} {} {}\n", p.x(), p.y(), p.z(), seeds.sizes[i].x(),
+                            seeds.sizes[i].y());
+    }
+    return text;
+}
+
+} // namespace veld::cli

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "demo/DemoObject.h"
+#include "demo/TextFrameFiles.h"
+#include "shell/Desk.h"
+#include "workflow/files/Json.h"
+#include "workflow/steps/Fill.h"
+#include "workflow/steps/LoadFrames.h"
+
+#include <string>
+
+/// \file
+/// What the demonstration prints of its steps, and their results for `--json`.
+
+namespace veld::cli
+{
+
+/// Holes of more edges than this are filled with care.
+inline constexpr int LARGEST_SMALL_HOLE = 12;
+
+Json report_frames(FrameSet const& set, TextFrameFiles const& files, Desk const& desk);
+
+/// The mesh that merging made, with what is on the object.
+Json report_scan(OrvaneAlgorithm::TriMesh& mesh, std::string const& path, DemoObject const& object,
+                 Desk const& desk);
+
+Json report_filling(std::string const& path, FillResult const& result, Desk const& desk);
+
+/// How far the vertices of a mesh are from the true surface.
+Json report_deviation(OrvaneAlgorithm::TriMesh const& mesh, Desk const& desk);
+
+/// The files of markers and sticks, as the commands read them.
+std::string marker_lines(Markers const& markers);
+std::string seed_lines(StickSeeds const& seeds);
+
+} // namespace veld::cli

@@ -1,0 +1,222 @@
+#include "demo/DemoRun.h"
+
+#include "demo/DemoReport.h"
+#include "demo/VirtualScanner.h"
+#include "shell/Texts.h"
+#include "workflow/StepScope.h"
+#include "workflow/files/MeshFiles.h"
+#include "workflow/steps/StepJson.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace fs = std::filesystem;
+
+namespace veld::cli
+{
+
+namespace
+{
+
+constexpr int LARGEST_SPECK = 600; // in faces
+constexpr double FOOT_WIDTH = 2.0; // of a stick, in mm
+
+/// Two rings of views: one a little from below, one from above.
+std::vector<ScannerView> scanner_views()
+{
+    std::vector<ScannerView> views;
+    for (int i = 0; i < 8; ++i)
+    {
+        views.push_back({45.0 * i, -5.0});
+    }
+    for (int i = 0; i < 6; ++i)
+    {
+        views.push_back({30.0 + 60.0 * i, 42.0});
+    }
+    return views;
+}
+
+/// Removes what was cut out, with the foot that it stands on: every vertex is a marker.
+CleanUp surface_of(std::vector<TriMesh> const& sticks)
+{
+    Markers vertices;
+    for (auto const& stick : sticks)
+    {
+        for (auto const vertex : stick.vertices())
+        {
+            vertices.points.push_back(stick.point(vertex));
+        }
+    }
+    MarkerSettings settings;
+    settings.radius = FOOT_WIDTH;
+    CleanUp clean_up = surface_near_markers(std::move(vertices), settings);
+    clean_up.name = "sticks";
+    return clean_up;
+}
+
+/// First what is known, then, for the filling, the vertices that no walk round a hole can pass,
+/// then what is loose, also what these held alone; at last the vertices that all this left.
+CleanSettings clean_settings(DemoObject const& object, std::vector<TriMesh> const& sticks)
+{
+    MarkerSettings markers;
+    markers.radius = 1.1 * DemoObject::MARKER_RADIUS;
+    markers.use_normals = true;
+    return {{surface_near_markers(object.markers(), markers), surface_of(sticks),
+             non_manifold_vertices(), small_pieces_by_faces(LARGEST_SPECK),
+             small_pieces_by_vertices(1)}};
+}
+
+/// Care for the larger holes, then ears for the small ones, where they are as good and faster.
+std::vector<FillSettings> fill_passes()
+{
+    FillSettings large;
+    large.method = FillMethod::CORE;
+    large.min_edges = LARGEST_SMALL_HOLE + 1;
+    FillSettings others;
+    others.method = FillMethod::TRIM;
+    return {large, others};
+}
+
+/// The faces of each method in its own colour. They stand behind the old ones, pass by pass.
+FaceMarks mark_passes(FillResult const& result)
+{
+    FaceMarks marks(result.mesh.n_faces() - result.new_faces, 0);
+    for (auto const& pass : result.passes)
+    {
+        marks.resize(marks.size() + pass.new_faces, pass.method == FillMethod::CORE ? 2 : 1);
+    }
+    return marks;
+}
+
+} // namespace
+
+TextFrameFiles DemoRun::frame_files() const
+{
+    return {file("frames"), scanner_views().size()};
+}
+
+std::vector<fs::path> DemoRun::files() const
+{
+    std::vector<fs::path> files;
+    for (auto const& name : frame_files().all())
+    {
+        files.emplace_back(name);
+    }
+    for (char const* name :
+         {"scan.ply", "markers.txt", "seeds.txt", "before.png", "stick-0.ply", "stick-1.ply",
+          "stick-2.ply", "cleaned.ply", "cleaned.png", "filled.ply", "after.png"})
+    {
+        files.emplace_back(file(name));
+    }
+    return files;
+}
+
+Json DemoRun::run(Desk const& desk) const
+{
+    Json result;
+    DemoObject const object;
+    FrameSet const frames = scan(object, desk, result);
+    TriMesh scanned = merge_frames(frames, desk, result);
+    write_knowledge(object, desk);
+    result["scan"] = report_scan(scanned, file("scan.ply"), object, desk);
+    result["before"] = draw(scanned, {}, "before.png", desk);
+    auto const sticks = cut(scanned, object, desk, result);
+    TriMesh const cleaned = clean_up(scanned, object, sticks, desk, result);
+    result["cleaned"] = draw(cleaned, {}, "cleaned.png", desk);
+    FillResult const filled = close_holes(cleaned, desk, result);
+    result["deviation"] = report_deviation(filled.mesh, desk);
+    result["after"] = draw(filled.mesh, mark_passes(filled), "after.png", desk);
+    return result;
+}
+
+/// Scans the object, writes the frames, and reads them as any other host would.
+FrameSet DemoRun::scan(DemoObject const& object, Desk const& desk, Json& result) const
+{
+    TextFrameFiles const files = frame_files();
+    std::string description;
+    {
+        StepScope scope(desk.context, "scan-object", "scan the object");
+        VirtualScanner const scanner({}, Vector3d(0.0, 17.0, 0.0));
+        auto const frames = scope.stage("scan the object", 0.8,
+                                        [&] { return scanner.scan(object, scanner_views()); });
+        description =
+            scope.stage("write the frames", 1.0, [&] { return files.save(frames, desk.outputs); });
+    }
+    FrameSet set = load_frames(description, {}, desk.context);
+    set.source = files.description();
+    result["frames"] = report_frames(set, files, desk);
+    return set;
+}
+
+TriMesh DemoRun::merge_frames(FrameSet const& frames, Desk const& desk, Json& result) const
+{
+    MergeSettings settings;
+    settings.max_hole_edges = 0; // they are the filling's
+    MergeResult merged = merge(frames, settings, desk.context);
+    write_mesh(desk.outputs.add(file("scan.ply")), merged.mesh, desk.context);
+    desk.console.print(to_text(file("scan.ply"), merged));
+    result["merge"] = to_json(merged);
+    return std::move(merged.mesh);
+}
+
+/// What a host knows of its scan.
+void DemoRun::write_knowledge(DemoObject const& object, Desk const& desk) const
+{
+    write_text_file(desk.outputs.add(file("markers.txt")), marker_lines(object.markers()));
+    write_text_file(desk.outputs.add(file("seeds.txt")), seed_lines(object.sticks()));
+}
+
+std::vector<TriMesh> DemoRun::cut(TriMesh& mesh, DemoObject const& object, Desk const& desk,
+                                  Json& result) const
+{
+    auto sticks = cut_sticks(mesh, object.sticks(), {}, desk.context);
+    Json list = Json::array();
+    for (std::size_t i = 0; i < sticks.size(); ++i)
+    {
+        std::string const path = file(fmt::format("stick-{}.ply", i));
+        write_mesh(desk.outputs.add(path), sticks[i], desk.context);
+        desk.console.print(to_text(path, sticks[i]));
+        list.push_back(
+            {{"file", path}, {"vertices", sticks[i].n_vertices()}, {"faces", sticks[i].n_faces()}});
+    }
+    result["sticks"] = std::move(list);
+    return sticks;
+}
+
+TriMesh DemoRun::clean_up(TriMesh const& mesh, DemoObject const& object,
+                          std::vector<TriMesh> const& sticks, Desk const& desk, Json& result) const
+{
+    CleanResult cleaned = clean(mesh, clean_settings(object, sticks), desk.context);
+    std::string const path = file("cleaned.ply");
+    write_mesh(desk.outputs.add(path), cleaned.mesh, desk.context);
+    desk.console.print(to_text(path, cleaned));
+    result["clean"] = {{"file", path}};
+    result["clean"].update(to_json(cleaned));
+    return std::move(cleaned.mesh);
+}
+
+FillResult DemoRun::close_holes(TriMesh const& mesh, Desk const& desk, Json& result) const
+{
+    FillResult filled = fill(mesh, fill_passes(), desk.context);
+    write_mesh(desk.outputs.add(file("filled.ply")), filled.mesh, desk.context);
+    result["fill"] = report_filling(file("filled.ply"), filled, desk);
+    return filled;
+}
+
+Json DemoRun::draw(TriMesh const& mesh, FaceMarks const& marks, std::string const& name,
+                   Desk const& desk) const
+{
+    RenderSettings settings;
+    settings.width = width_;
+    settings.height = width_ * 3 / 4;
+    settings.line_width *= width_ / 1200.0;
+    settings.view = {8.0, 14.0, UpAxis::Y};
+    std::string const path = file(name);
+    write_picture(desk.outputs.add(path), render(mesh, marks, settings, desk.context),
+                  desk.context);
+    desk.console.print(path + ": drawn\n");
+    return {{"file", path}, {"width", settings.width}, {"height", settings.height}};
+}
+
+} // namespace veld::cli

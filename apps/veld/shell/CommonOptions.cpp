@@ -1,0 +1,147 @@
+#include "shell/CommonOptions.h"
+
+#include "workflow/files/Numbers.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+namespace veld::cli
+{
+
+namespace
+{
+
+constexpr int MAX_THREADS = 1024;
+
+/// An option for a number in decimal notation, which CLI11's own conversion does not insist on.
+/// \param explain gets the text and the number, null if it is none; returns what is wrong with it
+template <typename Number, typename Check>
+CLI::Option* add_checked(CLI::App& app, std::string const& name, Number& value,
+                         std::string const& description, char const* type, Check const& explain)
+{
+    return app
+        .add_option_function<std::string>(
+            name, [&value](std::string const& text) { parse_number(text, value); }, description)
+        ->type_name(type)
+        ->check(
+            [explain](std::string const& text)
+            {
+                Number number{};
+                bool const is_number = parse_number(text, number);
+                return explain(text, is_number ? &number : nullptr);
+            });
+}
+
+/// What is wrong with a whole number; empty if nothing is.
+std::string explain_integer(std::string const& text, int const* number, int min, int max)
+{
+    return number != nullptr && *number >= min && *number <= max
+               ? std::string()
+               : fmt::format("'{}' is not a whole number from {} to {}", text, min, max);
+}
+
+} // namespace
+
+void add_common_options(CLI::App& app, CommonOptions& options)
+{
+    app.add_flag("--json", options.json, "Print the result as one JSON object");
+    app.add_flag("--verbose", options.verbose, "Print the library's log on standard error");
+    add_integer(app, "--threads", options.threads, 1, MAX_THREADS,
+                "Number of threads (default: all cores)");
+    app.add_option("--timings", options.timings, "Write the times of all steps to FILE, as JSON")
+        ->type_name("FILE");
+}
+
+void add_mesh(CLI::App& app, std::string& mesh)
+{
+    app.add_option("MESH", mesh, "Mesh file: PLY, STL, OBJ, OFF or OM")
+        ->required()
+        ->option_text(" ");
+}
+
+void add_mesh_output(CLI::App& app, std::string& output)
+{
+    app.add_option("-o,--output", output, "Mesh file to write; the extension tells the format")
+        ->required()
+        ->type_name("OUT");
+}
+
+void add_frame_source(CLI::App& app, FrameSourceOptions& options)
+{
+    constexpr double LARGEST_SCALE = 1e6;
+    app.add_option("SOURCE", options.source,
+                   "Folder of .rge files or of depth images with cameras.json, description of text "
+                   "frames (.json), or list of range scans (.conf)")
+        ->required()
+        ->option_text(" ");
+    add_number(app, "--scale", options.settings.scale, 1.0 / LARGEST_SCALE, LARGEST_SCALE,
+               "Multiply all lengths by this, 1000 for metres (default: 1)");
+}
+
+void set_example(CLI::App& app, std::string const& arguments)
+{
+    app.footer("Example:\n  veld " + arguments);
+}
+
+CLI::Option* add_length(CLI::App& app, std::string const& name, double& value,
+                        std::string const& description)
+{
+    return add_checked(app, name, value, description, "L",
+                       [](std::string const& text, double const* number)
+                       {
+                           return number != nullptr && *number >= 0.0
+                                      ? std::string()
+                                      : fmt::format("'{}' is not a length: 0 or more millimetres",
+                                                    text);
+                       });
+}
+
+CLI::Option* add_number(CLI::App& app, std::string const& name, double& value, double min,
+                        double max, std::string const& description)
+{
+    return add_checked(app, name, value, description, "X",
+                       [min, max](std::string const& text, double const* number)
+                       {
+                           return number != nullptr && *number >= min && *number <= max
+                                      ? std::string()
+                                      : fmt::format("'{}' is not a number from {} to {}", text, min,
+                                                    max);
+                       });
+}
+
+CLI::Option* add_integer(CLI::App& app, std::string const& name, int& value, int min, int max,
+                         std::string const& description)
+{
+    return add_checked(app, name, value, description, "N",
+                       [min, max](std::string const& text, int const* number)
+                       { return explain_integer(text, number, min, max); });
+}
+
+CLI::Option* add_integers(CLI::App& app, std::string const& name, std::vector<int>& values, int min,
+                          int max, std::string const& description)
+{
+    auto const store = [&values](std::vector<std::string> const& texts)
+    {
+        for (auto const& text : texts)
+        {
+            parse_number(text, values.emplace_back());
+        }
+    };
+    return repeatable(app.add_option_function<std::vector<std::string>>(name, store, description))
+        ->type_name("N")
+        ->check(
+            [min, max](std::string const& text)
+            {
+                int number = 0;
+                bool const is_number = parse_number(text, number);
+                return explain_integer(text, is_number ? &number : nullptr, min, max);
+            });
+}
+
+CLI::Option* repeatable(CLI::Option* option)
+{
+    return option->expected(1)->allow_extra_args(false)->multi_option_policy(
+        CLI::MultiOptionPolicy::TakeAll);
+}
+
+} // namespace veld::cli

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "workflow/steps/LoadFrames.h"
+
+#include <string>
+#include <vector>
+
+namespace CLI
+{
+class App;
+class Option;
+} // namespace CLI
+
+namespace veld::cli
+{
+
+/// What every command takes.
+struct CommonOptions
+{
+    bool json = false;    ///< The result as one JSON object.
+    bool verbose = false; ///< The library's log on standard error.
+    int threads = 0;      ///< Number of threads; 0 leaves it to the machine.
+    std::string timings;  ///< File for the step times; empty for none.
+};
+
+void add_common_options(CLI::App& app, CommonOptions& options);
+
+/// The argument MESH.
+void add_mesh(CLI::App& app, std::string& mesh);
+
+/// The option `--output` for a mesh file.
+void add_mesh_output(CLI::App& app, std::string& output);
+
+/// Where frames come from, as the command line names it.
+struct FrameSourceOptions
+{
+    std::string source;
+    LoadFramesSettings settings;
+};
+
+/// The argument SOURCE and the option `--scale`.
+void add_frame_source(CLI::App& app, FrameSourceOptions& options);
+
+/// An example for the end of a help text.
+/// \param arguments what stands behind the program's name
+void set_example(CLI::App& app, std::string const& arguments);
+
+/// An option for a length in millimetres, finite and not negative. The description names the unit.
+CLI::Option* add_length(CLI::App& app, std::string const& name, double& value,
+                        std::string const& description);
+
+/// An option for a finite number between two bounds.
+CLI::Option* add_number(CLI::App& app, std::string const& name, double& value, double min,
+                        double max, std::string const& description);
+
+/// An option for a whole number between two bounds.
+CLI::Option* add_integer(CLI::App& app, std::string const& name, int& value, int min, int max,
+                         std::string const& description);
+
+/// The same for an option that may be given several times, with one number each time.
+CLI::Option* add_integers(CLI::App& app, std::string const& name, std::vector<int>& values, int min,
+                          int max, std::string const& description);
+
+/// Lets an option for a list be given several times, with one value each time.
+CLI::Option* repeatable(CLI::Option* option);
+
+} // namespace veld::cli

@@ -1,0 +1,115 @@
+#include "shell/Texts.h"
+
+#include "workflow/words.h"
+
+#include <fmt/format.h>
+
+namespace veld::cli
+{
+
+std::string added(std::size_t faces, std::size_t vertices)
+{
+    std::string const text = counted(faces, "face");
+    return vertices == 0 ? text : text + " and " + counted(vertices, "vertex");
+}
+
+std::string to_text(std::string const& path, MeshHealth const& health, std::size_t faces_left_out)
+{
+    std::string text = path + (health.closed ? ": closed\n" : ": open\n");
+    auto const add = [&text](char const* name, std::size_t count)
+    { text += fmt::format("  {:<24}{:>12}\n", name, count); };
+    add("vertices", health.vertices);
+    add("faces", health.faces);
+    add("edges", health.edges);
+    add("boundary edges", health.boundary_edges);
+    add("holes", health.holes);
+    add("components", health.components);
+    add("non-manifold vertices", health.non_manifold_vertices);
+    add("isolated vertices", health.isolated_vertices);
+    add("faces left out", faces_left_out);
+    text +=
+        fmt::format("  {:<24}{:>12.6g} mm\n", "average edge length", health.average_edge_length);
+    auto const size = (health.box_max.cast<double>() - health.box_min.cast<double>()).eval();
+    text += fmt::format("  {:<24}{:>12.6g} x {:.6g} x {:.6g} mm\n", "bounding box", size.x(),
+                        size.y(), size.z());
+    return text;
+}
+
+std::string to_text(std::string const& path, FindHolesResult const& result)
+{
+    auto const& holes = result.summaries;
+    std::string text = fmt::format("{}: {}\n", path, counted(holes.size(), "hole"));
+    if (!holes.empty())
+    {
+        text += "  hole   edges  perimeter (mm)  centre (mm)\n";
+    }
+    for (std::size_t i = 0; i < holes.size(); ++i)
+    {
+        auto const& hole = holes[i];
+        text += fmt::format("{:>6}{:>8}{:>16.6g}  {:.6g}, {:.6g}, {:.6g}\n", i, hole.edges,
+                            hole.perimeter, hole.centre.x(), hole.centre.y(), hole.centre.z());
+    }
+    return text;
+}
+
+std::string to_text(std::string const& path, FillResult const& result)
+{
+    std::string text = fmt::format("{}: {} before, {} after, {} added in {:.3g} s\n", path,
+                                   counted(result.holes_before, "hole"), result.holes_after,
+                                   added(result.new_faces, result.new_vertices), result.seconds);
+    for (auto const& open : result.open)
+    {
+        text += fmt::format("  hole {} stays open ({}, {:.6g} mm): {}\n", open.hole,
+                            counted(open.edges, "edge"), open.perimeter, open.reason);
+    }
+    return text;
+}
+
+std::string to_text(std::string const& path, CleanResult const& result)
+{
+    std::string text = fmt::format("{}: cleaned in {:.3g} s\n", path, result.seconds);
+    for (auto const& step : result.steps)
+    {
+        text += fmt::format("  {} took {}\n", step.name,
+                            added(step.removed_faces, step.removed_vertices));
+    }
+    text += fmt::format("  {:<24}{:>12}{:>12}\n", "", "before", "after");
+    auto const add = [&](char const* name, std::size_t MeshHealth::*count) {
+        text +=
+            fmt::format("  {:<24}{:>12}{:>12}\n", name, result.before.*count, result.after.*count);
+    };
+    add("vertices", &MeshHealth::vertices);
+    add("faces", &MeshHealth::faces);
+    add("holes", &MeshHealth::holes);
+    add("components", &MeshHealth::components);
+    add("non-manifold vertices", &MeshHealth::non_manifold_vertices);
+    add("isolated vertices", &MeshHealth::isolated_vertices);
+    return text;
+}
+
+std::string to_text(std::string const& path, MergeResult const& result)
+{
+    MergeSettings const& settings = result.settings;
+    std::string text = fmt::format(
+        "{}: {} of {}, spacing {:.6g} mm, stitch radius {:.6g} mm, edges up to {:.6g} mm\n", path,
+        counted(result.frames, "frame"), counted(result.points, "point"), settings.spacing,
+        settings.stitch_radius, settings.long_edge);
+    if (settings.layers != Layers::ALL)
+    {
+        text += fmt::format(
+            "  overlap: {} taken out{}\n", counted(result.removed, "point"),
+            settings.layers == Layers::MEAN ? ", the others moved to the mean of the layers" : "");
+    }
+    return text + fmt::format("  {} and {}, {} left open, in {:.3f} s\n",
+                              counted(result.mesh.n_vertices(), "point"),
+                              counted(result.mesh.n_faces(), "face"), counted(result.holes, "hole"),
+                              result.seconds);
+}
+
+std::string to_text(std::string const& path, OrvaneAlgorithm::TriMesh const& stick)
+{
+    return fmt::format("{}: a stick of {} and {} vertices\n", path,
+                       counted(stick.n_faces(), "face"), stick.n_vertices());
+}
+
+} // namespace veld::cli

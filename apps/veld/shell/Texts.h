@@ -1,0 +1,30 @@
+#pragma once
+
+#include "workflow/steps/Clean.h"
+#include "workflow/steps/Fill.h"
+#include "workflow/steps/FindHoles.h"
+#include "workflow/steps/Inspect.h"
+#include "workflow/steps/Merge.h"
+
+#include <cstddef>
+#include <string>
+
+/// \file
+/// Results of steps as lines for people. \p path is the file that the result is about.
+
+namespace veld::cli
+{
+
+/// "40 faces", "40 faces and 9 vertices".
+std::string added(std::size_t faces, std::size_t vertices);
+
+std::string to_text(std::string const& path, MeshHealth const& health, std::size_t faces_left_out);
+std::string to_text(std::string const& path, FindHolesResult const& result);
+std::string to_text(std::string const& path, FillResult const& result);
+std::string to_text(std::string const& path, CleanResult const& result);
+std::string to_text(std::string const& path, MergeResult const& result);
+
+/// A stick that was cut out.
+std::string to_text(std::string const& path, OrvaneAlgorithm::TriMesh const& stick);
+
+} // namespace veld::cli

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "algorithmVeld/common/RunScope.h"
+
+#include <functional>
+#include <string>
+
+namespace veld
+{
+
+/// What a warning is of, for hosts that treat some of them in their own way.
+enum class WarningCode
+{
+    FACES_LEFT_OUT, ///< Faces of a mesh file that the mesh cannot hold.
+    FRAME_LEFT_OUT, ///< A frame that cannot be used.
+    FRAME_MENDED,   ///< A frame that had to be mended.
+    UNITS_UNLIKELY, ///< Lengths that look like metres.
+    STICK_EMPTY     ///< A stick of which nothing was found.
+};
+
+/// Something that a person should know of a result that is there all the same.
+struct Warning
+{
+    WarningCode code;
+    std::string about; ///< The file, frame or hole.
+    std::string text;  ///< A sentence without the file's name and without a full stop.
+};
+
+/// How far a step is.
+struct Progress
+{
+    std::string step;      ///< What is being done, in words.
+    double fraction = 0.0; ///< Of the whole call, 0 to 1. It only grows.
+};
+
+/// What runs through all steps. The functions are called by one thread at a time, not always by the
+/// one that called the step; they may be empty.
+struct Context
+{
+    std::function<void(Warning const&)> warn;
+    std::function<void(Progress const&)> progress;
+
+    /// Asks the step to end. It then leaves by `OrvaneAlgorithm::Cancelled`, with its input as it
+    /// was and no file left behind.
+    OrvaneAlgorithm::CancelToken cancel;
+
+    int threads = 0; ///< Number of threads; 0 leaves it to OpenMP.
+};
+
+} // namespace veld

@@ -1,0 +1,69 @@
+#include "workflow/files/InputFile.h"
+
+#include "workflow/Error.h"
+#include "workflow/words.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <filesystem>
+
+namespace veld
+{
+
+std::ifstream open_input(std::filesystem::path const& path)
+{
+    std::error_code error;
+    auto const status = std::filesystem::status(path, error);
+    if (!std::filesystem::exists(status))
+    {
+        throw InputError(shown(path) + ": no such file");
+    }
+    if (std::filesystem::is_directory(status))
+    {
+        throw InputError(shown(path) + ": is a directory");
+    }
+    // Tested before it is opened: to open a pipe is to wait for the other end.
+    if (!std::filesystem::is_regular_file(status))
+    {
+        throw InputError(shown(path) + ": is not a file");
+    }
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream)
+    {
+        throw InputError(shown(path) + ": cannot be opened");
+    }
+    std::array<char, 3> start{};
+    stream.read(start.data(), start.size());
+    if (!stream || start != std::array<char, 3>{'\xEF', '\xBB', '\xBF'})
+    {
+        stream.clear();
+        stream.seekg(0);
+    }
+    return stream;
+}
+
+Json read_json(std::filesystem::path const& path)
+{
+    auto stream = open_input(path);
+    try
+    {
+        return Json::parse(stream);
+    }
+    catch (Json::parse_error const& error)
+    {
+        throw InputError(fmt::format("{}: is no JSON: byte {}", shown(path), error.byte));
+    }
+    catch (Json::exception const&)
+    {
+        // A number that is too large, for one.
+        throw InputError(shown(path) + ": is no JSON that can be read");
+    }
+}
+
+std::filesystem::path path_beside(std::filesystem::path const& file, std::string const& named)
+{
+    return file.parent_path() / named;
+}
+
+} // namespace veld

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "workflow/Context.h"
+#include "workflow/export.h"
+#include "workflow/files/OutputFile.h"
+
+#include "algorithmVeld/common/TriMesh.h"
+
+#include <cstddef>
+#include <filesystem>
+
+namespace veld
+{
+
+using OrvaneAlgorithm::TriMesh;
+
+/// What a mesh file held.
+struct MeshFile
+{
+    TriMesh mesh;
+    std::size_t faces_left_out = 0; ///< Faces that a half-edge mesh cannot hold.
+};
+
+/// Reads a mesh file: PLY, STL, OBJ, OFF or OM, by its extension. Warns of faces that had to be
+/// left out. Throws `InputError` where the file cannot be read.
+VELD_WORKFLOW_API MeshFile read_mesh(std::filesystem::path const& path, Context& context);
+
+/// Writes a mesh file in the format that its extension names. It appears whole or not at all.
+/// Throws `InputError` for an unknown extension, `OperationError` where it cannot be written.
+VELD_WORKFLOW_API void write_mesh(std::filesystem::path const& path, TriMesh const& mesh,
+                                  Context& context);
+
+/// The same for a file that gets its place later, with others.
+VELD_WORKFLOW_API void write_mesh(OutputFile const& file, TriMesh const& mesh, Context& context);
+
+/// Refuses a path whose extension is no mesh format.
+VELD_WORKFLOW_API void check_mesh_extension(std::filesystem::path const& path);
+
+} // namespace veld

@@ -1,0 +1,103 @@
+#include "workflow/frames/FrameFiles.h"
+#include "workflow/Error.h"
+#include "workflow/ForEachIndex.h"
+#include "workflow/frames/FrameLoaders.h"
+#include "workflow/words.h"
+
+#include "algorithmVeld/common/CRangeDataIO.h"
+#include "algorithmVeld/common/files/wide_path.h"
+#include "algorithmVeld/util/WinCallWrapper.h"
+
+#include <filesystem>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+namespace veld
+{
+
+using OrvaneAlgorithm::CRangeDataIO;
+using OrvaneAlgorithm::WinCallWrapper;
+
+namespace
+{
+
+/// A path as the library's classes for frame files take it.
+std::wstring widened(fs::path const& path)
+{
+    try
+    {
+        return OrvaneAlgorithm::detail::wide_from_path(path);
+    }
+    catch (std::system_error const&)
+    {
+        throw InputError(shown(path) + ": its name is no UTF-8");
+    }
+}
+
+} // namespace
+
+std::vector<fs::path> frame_files_in(fs::path const& folder)
+{
+    std::vector<fs::path> files;
+    // The list puts the separator behind the folder, which so needs none of its own.
+    std::wstring name = widened(folder);
+    while (name.size() > 1 && name.back() == L'/')
+    {
+        name.pop_back();
+    }
+    for (auto const& path : WinCallWrapper::get_file_arr(name, L".rge", false))
+    {
+        files.push_back(OrvaneAlgorithm::detail::path_from_wide(path));
+    }
+    return files;
+}
+
+std::string read_frame(fs::path const& path, RangeData& frame)
+{
+    switch (CRangeDataIO::read_rge(widened(path), frame))
+    {
+    case 0:
+        return {};
+    case 1:
+        return "it cannot be opened";
+    case 2:
+        return "it is no frame file of a known version";
+    default:
+        return "the file is damaged";
+    }
+}
+
+void write_frame(OutputFile const& file, RangeData const& frame)
+{
+    if (CRangeDataIO::write_rge(widened(file.temporary()), frame) != 0)
+    {
+        throw OperationError(shown(file.path()) + ": cannot be written");
+    }
+}
+
+LoadedSource load_rge_folder(fs::path const& folder)
+{
+    LoadedSource source;
+    source.files = frame_files_in(folder);
+    if (source.files.empty())
+    {
+        throw InputError(shown(folder) + ": holds no .rge files and no cameras.json");
+    }
+    source.frames.resize(source.files.size());
+    for_each_index(source.frames.size(),
+                   [&source](std::size_t i)
+                   {
+                       LoadedFrame& frame = source.frames[i];
+                       frame.name = shown(source.files[i]);
+                       frame.unusable = read_frame(source.files[i], frame.data);
+                       if (frame.unusable.empty() && frame.data.get_vn() > 0 &&
+                           !frame.data.has_vNormal)
+                       {
+                           frame.remarks.emplace_back("has no normals: computed from its grid");
+                       }
+                   });
+    return source;
+}
+
+} // namespace veld

@@ -1,0 +1,188 @@
+#include "workflow/frames/FrameGrid.h"
+
+#include <cmath>
+
+namespace veld
+{
+
+using OrvaneAlgorithm::Matrix3d;
+using OrvaneAlgorithm::MatrixXi;
+using OrvaneAlgorithm::RigidMatrix;
+using OrvaneAlgorithm::Vector3d;
+using OrvaneAlgorithm::Vector3f;
+
+namespace
+{
+
+using Quad = std::vector<int>;
+
+std::vector<Quad> quads_of(RangeData const& frame)
+{
+    MatrixXi map;
+    frame.create_vertices_index_map(map);
+    std::vector<Quad> quads;
+    frame.convert_to_quad(map, quads);
+    return quads;
+}
+
+Vector3d corner(RangeData const& frame, Quad const& quad, std::size_t i)
+{
+    return frame.vCoord[static_cast<std::size_t>(quad[i])].cast<double>();
+}
+
+/// Normal of a quad, twice as long as its area.
+Vector3d quad_normal(RangeData const& frame, Quad const& quad)
+{
+    return (corner(frame, quad, 2) - corner(frame, quad, 0))
+        .cross(corner(frame, quad, 3) - corner(frame, quad, 1));
+}
+
+Vector3d towards_sensor(Vector3d const& point, Sensor sensor)
+{
+    switch (sensor)
+    {
+    case Sensor::ORIGIN:
+        return -point;
+    case Sensor::PLUS_Z:
+        return Vector3d::UnitZ();
+    case Sensor::MINUS_Z:
+        return -Vector3d::UnitZ();
+    case Sensor::UNKNOWN:
+        break;
+    }
+    return Vector3d::Zero();
+}
+
+/// Whether more quads have a normal against the direction that `direction(quad)` gives than along
+/// it.
+template <typename Direction>
+bool most_are_against(RangeData const& frame, Direction const& direction)
+{
+    std::ptrdiff_t balance = 0;
+    for (auto const& quad : quads_of(frame))
+    {
+        double const agreement = quad_normal(frame, quad).dot(direction(quad));
+        balance += agreement > 0.0 ? 1 : agreement < 0.0 ? -1 : 0;
+    }
+    return balance < 0;
+}
+
+} // namespace
+
+bool looks_away(RangeData const& frame, Sensor sensor)
+{
+    return sensor != Sensor::UNKNOWN &&
+           most_are_against(frame, [&](Quad const& quad)
+                            { return towards_sensor(corner(frame, quad, 0), sensor); });
+}
+
+bool contradicts_normals(RangeData const& frame)
+{
+    return frame.has_vNormal &&
+           most_are_against(
+               frame,
+               [&](Quad const& quad)
+               {
+                   Vector3d sum = Vector3d::Zero();
+                   for (int const vertex : quad)
+                   {
+                       sum += frame.get_vNrv(static_cast<std::size_t>(vertex)).cast<double>();
+                   }
+                   return sum;
+               });
+}
+
+void mirror_columns(RangeData& frame)
+{
+    MatrixXi map;
+    frame.create_vertices_index_map(map);
+    std::vector<char> flags(frame.get_vn(), 0);
+    for (std::size_t i = 0; i < frame.get_vn(); ++i)
+    {
+        auto const [row, col] = frame.vUV[i];
+        // What was the right upper corner of a cell becomes its left upper one.
+        if (frame.cellFlag[i] == 1 && col >= 0 && col + 1 < frame.grid_cols &&
+            map(row, col + 1) >= 0)
+        {
+            flags[static_cast<std::size_t>(map(row, col + 1))] = 1;
+        }
+    }
+    frame.cellFlag = std::move(flags);
+    for (auto& cell : frame.vUV)
+    {
+        cell.col = cell.col < 0 ? cell.col : frame.grid_cols - 1 - cell.col;
+    }
+}
+
+void compute_normals(RangeData& frame)
+{
+    frame.update_vNrv_from_grid();
+    std::vector<Vector3d> sums(frame.get_vn(), Vector3d::Zero());
+    for (auto const& quad : quads_of(frame))
+    {
+        // By direction alone: where depth is noisy, or jumps, the steep cells are the large ones.
+        Vector3d const normal = quad_normal(frame, quad).stableNormalized();
+        for (int const vertex : quad)
+        {
+            sums[static_cast<std::size_t>(vertex)] += normal;
+        }
+    }
+    for (std::size_t i = 0; i < sums.size(); ++i)
+    {
+        double const length = sums[i].norm();
+        if (length > 0.0 && std::isfinite(length))
+        {
+            frame.vNrv[i] = (sums[i] / length).cast<float>();
+        }
+    }
+}
+
+void keep_first_pixels(RangeData& frame, std::size_t n)
+{
+    frame.enable_vFlag();
+    for (std::size_t i = 0; i < frame.get_vn(); ++i)
+    {
+        auto const pixel =
+            static_cast<std::size_t>(frame.vUV[i].row) * static_cast<std::size_t>(frame.grid_cols) +
+            static_cast<std::size_t>(frame.vUV[i].col);
+        frame.set_vDeleted(i, pixel >= n);
+    }
+    frame.squeeze();
+    frame.disable_vFlag();
+}
+
+double spacing_of(RangeData const& frame)
+{
+    constexpr int samples = 2000;
+    MatrixXi map;
+    frame.create_vertices_index_map(map);
+    double mean = 0.0;
+    RangeData_compute_mean_distance(frame, map, mean, samples);
+    return mean;
+}
+
+bool has_rigid_pose(RangeData const& frame)
+{
+    constexpr double tolerance = 0.01;
+    Matrix3d const& rotation = frame.pose.get_rotation();
+    Matrix3d const error = rotation.transpose() * rotation - Matrix3d::Identity();
+    return frame.pose.get_translation().allFinite() && rotation.allFinite() &&
+           error.cwiseAbs().maxCoeff() < tolerance && rotation.determinant() > 0.0;
+}
+
+void scale_frame(RangeData& frame, double scale)
+{
+    if (scale == 1.0)
+    {
+        return;
+    }
+    for (Vector3f& point : frame.vCoord)
+    {
+        point = (point.cast<double>() * scale).cast<float>();
+    }
+    RigidMatrix pose = frame.get_rigidMatrix();
+    pose.set_translation(pose.get_translation() * scale);
+    frame.set_rigidMatrix(pose);
+}
+
+} // namespace veld

@@ -1,0 +1,269 @@
+#include "workflow/Error.h"
+#include "workflow/files/InputFile.h"
+#include "workflow/files/JsonFields.h"
+#include "workflow/frames/FrameLoaders.h"
+#include "workflow/words.h"
+
+#include "algorithmVeld/reconstruction/PointCloud2RangeData.h"
+#include "algorithmVeld/util/UtilTool.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+#include <stdexcept>
+
+/// \file
+/// Text frames with their pose files, described by a JSON file beside them.
+
+namespace veld
+{
+
+using OrvaneAlgorithm::PointCloud2RangeData;
+using OrvaneAlgorithm::UtilTool;
+
+namespace
+{
+
+enum class PoseForm
+{
+    twelve, ///< a file of 12 numbers a frame
+    common, ///< one file for all
+    sixteen ///< a file of 16 numbers a frame
+};
+
+struct NameParts
+{
+    std::string prefix;
+    std::string suffix;
+};
+
+struct TextScan
+{
+    std::string description;
+    std::string directory;
+    int rows = 0;
+    int columns = 0;
+    NameParts points;
+    NameParts poses;
+    PoseForm form = PoseForm::twelve;
+    bool has_header = true;
+    bool has_range = false; ///< whether the numbers of the frames are told
+    int first = 0;
+    int last = -1;
+    Sensor sensor = Sensor::ORIGIN;
+};
+
+template <typename Value>
+Value one_of(std::string const& path, std::string const& key, std::string const& text,
+             std::vector<std::pair<char const*, Value>> const& known)
+{
+    std::vector<char const*> names;
+    for (auto const& [name, value] : known)
+    {
+        if (text == name)
+        {
+            return value;
+        }
+        names.push_back(name);
+    }
+    throw InputError(
+        fmt::format("{}: '{}' has to be one of {}", path, key, fmt::join(names, ", ")));
+}
+
+NameParts parse_names(JsonFields const& fields)
+{
+    return {fields.text("prefix", ""), fields.text("suffix", "")};
+}
+
+void parse_poses(JsonFields const& fields, TextScan& scan)
+{
+    fields.allow_only({"form", "prefix", "suffix", "header"});
+    scan.form = one_of<PoseForm>(scan.description, "form", fields.text("form"),
+                                 {{"twelve", PoseForm::twelve},
+                                  {"common", PoseForm::common},
+                                  {"sixteen", PoseForm::sixteen}});
+    scan.poses = parse_names(fields);
+    if (fields.has("header") && scan.form != PoseForm::sixteen)
+    {
+        throw InputError(scan.description + ": only poses of the form sixteen have a 'header'");
+    }
+    scan.has_header = fields.flag("header", true);
+}
+
+/// The numbers of the frames, which a common pose file brings along.
+void parse_range(JsonFields const& fields, TextScan& scan)
+{
+    constexpr int largest_number = 999999999;
+    constexpr int most_frames = 100000;
+    scan.has_range = scan.form != PoseForm::common || fields.has("first") || fields.has("last");
+    if (!scan.has_range)
+    {
+        return;
+    }
+    scan.first = fields.integer("first", 0, largest_number);
+    scan.last = fields.integer("last", 0, largest_number);
+    if (scan.last < scan.first || scan.last - scan.first >= most_frames)
+    {
+        throw InputError(fmt::format("{}: 'first' to 'last' have to be 1 to {} frames",
+                                     scan.description, most_frames));
+    }
+}
+
+TextScan parse_scan(std::filesystem::path const& path, Json const& json)
+{
+    constexpr int most_cells = 1 << 28;
+    JsonFields const fields(json, shown(path) + ": ");
+    fields.allow_only(
+        {"rows", "columns", "directory", "points", "poses", "first", "last", "sensor"});
+    TextScan scan;
+    scan.description = shown(path);
+    scan.directory = path_beside(path, fields.text("directory", ".")).string();
+    scan.rows = fields.integer("rows", 1, most_cells);
+    scan.columns = fields.integer("columns", 1, most_cells / scan.rows);
+    fields.object("points").allow_only({"prefix", "suffix"});
+    scan.points = parse_names(fields.object("points"));
+    parse_poses(fields.object("poses"), scan);
+    parse_range(fields, scan);
+    scan.sensor = one_of<Sensor>(
+        scan.description, "sensor", fields.text("sensor", "origin"),
+        {{"origin", Sensor::ORIGIN}, {"+z", Sensor::PLUS_Z}, {"-z", Sensor::MINUS_Z}});
+    return scan;
+}
+
+std::string file_name(TextScan const& scan, NameParts const& parts, int number)
+{
+    UtilTool::FileSeriesDesc series;
+    series.set_name_info(scan.directory, parts.prefix, parts.suffix);
+    series.set_fileNumArr({number});
+    std::vector<std::string> names;
+    series.get_filenames(names);
+    return names.at(0);
+}
+
+std::string common_pose_file(TextScan const& scan)
+{
+    return scan.directory + "/" + scan.poses.prefix + scan.poses.suffix;
+}
+
+std::string pose_file(TextScan const& scan, int number)
+{
+    return scan.form == PoseForm::common ? common_pose_file(scan)
+                                         : file_name(scan, scan.poses, number);
+}
+
+PointCloud2RangeData reader_for(TextScan const& scan)
+{
+    PointCloud2RangeData reader;
+    reader.set_ImageSize(scan.rows, scan.columns);
+    reader.set_DataInputDir(scan.directory);
+    reader.set_PointCloudName(scan.points.prefix, scan.points.suffix);
+    reader.set_RtParamName(scan.poses.prefix, scan.poses.suffix);
+    reader.set_FrameIdInfo(scan.first, scan.last);
+    reader.set_rt_file_with_12_params(scan.form == PoseForm::twelve);
+    reader.set_RtParamStoreType(scan.form == PoseForm::common);
+    reader.set_HasFrameIdInfo(scan.has_header);
+    reader.Initialize();
+    return reader;
+}
+
+void read_all(TextScan const& scan, PointCloud2RangeData& reader)
+{
+    if (scan.form == PoseForm::common)
+    {
+        open_input(common_pose_file(scan)); // the library takes a missing one for no frames
+    }
+    try
+    {
+        reader.processPointCloud();
+    }
+    catch (std::out_of_range const&)
+    {
+        // The list ends with the frame whose pose was being read.
+        throw InputError(pose_file(scan, reader.get_frame_id_arr().back()) +
+                         ": a header line has no number");
+    }
+}
+
+/// Why a frame cannot be used; empty if it can.
+std::string trouble_of(TextScan const& scan, PointCloud2RangeData::FrameInput const& input,
+                       int number)
+{
+    if (!input.has_points)
+    {
+        return "there is no point file " + file_name(scan, scan.points, number);
+    }
+    if (input.pose_values_missing > 0)
+    {
+        return fmt::format("its pose lacks {} of {} numbers", input.pose_values_missing,
+                           scan.form == PoseForm::sixteen ? 16 : 12);
+    }
+    return input.has_pose ? std::string() : "its pose file is that of another frame";
+}
+
+LoadedFrame take_frame(TextScan const& scan, PointCloud2RangeData& reader, int index)
+{
+    int const number = reader.get_frame_id(index);
+    auto const& input = reader.get_frame_input(index);
+    LoadedFrame frame;
+    frame.name = fmt::format("{}: frame {}", scan.description, number);
+    frame.sensor = scan.sensor;
+    frame.unusable = trouble_of(scan, input, number);
+    frame.data = std::move(reader.get_rangeData(index));
+    auto const pixels =
+        static_cast<std::size_t>(scan.rows) * static_cast<std::size_t>(scan.columns);
+    if (frame.unusable.empty() && input.points_read < pixels)
+    {
+        // The rest is what the frame before had there.
+        keep_first_pixels(frame.data, input.points_read);
+        frame.remarks.push_back(fmt::format("its point file ends after {} of {} pixels: the others "
+                                            "hold no points",
+                                            input.points_read, pixels));
+    }
+    return frame;
+}
+
+/// A frame that was expected and has no pose.
+LoadedFrame missing_frame(TextScan const& scan, int number)
+{
+    LoadedFrame frame;
+    frame.name = fmt::format("{}: frame {}", scan.description, number);
+    frame.unusable = "there is no pose for it in " + pose_file(scan, number);
+    return frame;
+}
+
+} // namespace
+
+LoadedSource load_text_frames(std::filesystem::path const& path, Json const& description)
+{
+    TextScan const scan = parse_scan(path, description);
+    PointCloud2RangeData reader = reader_for(scan);
+    read_all(scan, reader);
+    LoadedSource source;
+    source.files.push_back(path);
+    std::set<int> numbers;
+    for (int i = 0; i < static_cast<int>(reader.get_frames()); ++i)
+    {
+        LoadedFrame frame = take_frame(scan, reader, i);
+        int const number = reader.get_frame_id(i);
+        if (!numbers.insert(number).second)
+        {
+            frame.unusable = "its number stands twice in the pose file";
+        }
+        source.files.push_back(pose_file(scan, number));
+        source.files.push_back(file_name(scan, scan.points, number));
+        source.frames.push_back(std::move(frame));
+    }
+    for (int number = scan.first; scan.has_range && number <= scan.last; ++number)
+    {
+        if (numbers.count(number) == 0)
+        {
+            source.frames.push_back(missing_frame(scan, number));
+        }
+    }
+    std::sort(source.files.begin(), source.files.end());
+    source.files.erase(std::unique(source.files.begin(), source.files.end()), source.files.end());
+    return source;
+}
+
+} // namespace veld

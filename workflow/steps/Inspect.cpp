@@ -1,0 +1,107 @@
+#include "workflow/steps/Inspect.h"
+
+#include "workflow/StepScope.h"
+#include "workflow/steps/FindHoles.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace veld
+{
+
+using OrvaneAlgorithm::TriMesh;
+
+namespace
+{
+
+std::size_t count_boundary_edges(TriMesh const& mesh)
+{
+    auto const edges = mesh.edges();
+    return static_cast<std::size_t>(std::count_if(
+        edges.begin(), edges.end(), [](auto const& edge) { return edge.is_boundary(); }));
+}
+
+/// A vertex is passed by the boundary once for each gap between its fans of faces.
+std::size_t count_boundary_gaps(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
+{
+    std::size_t gaps = 0;
+    for (auto const h : mesh.voh_range(vertex))
+    {
+        gaps += h.is_boundary() ? 1 : 0;
+    }
+    return gaps;
+}
+
+/// Marks all faces that can be reached from a face over edges.
+void mark_component(TriMesh const& mesh, OpenMesh::FaceHandle seed, std::vector<char>& seen)
+{
+    std::vector<OpenMesh::FaceHandle> queue{seed};
+    seen[static_cast<std::size_t>(seed.idx())] = 1;
+    for (std::size_t i = 0; i < queue.size(); ++i)
+    {
+        for (auto const neighbour : mesh.ff_range(queue[i]))
+        {
+            char& mark = seen[static_cast<std::size_t>(neighbour.idx())];
+            if (mark == 0)
+            {
+                mark = 1;
+                queue.push_back(neighbour);
+            }
+        }
+    }
+}
+
+std::size_t count_components(TriMesh const& mesh)
+{
+    std::vector<char> seen(mesh.n_faces(), 0);
+    std::size_t components = 0;
+    for (auto const face : mesh.faces())
+    {
+        if (seen[static_cast<std::size_t>(face.idx())] == 0)
+        {
+            ++components;
+            mark_component(mesh, face, seen);
+        }
+    }
+    return components;
+}
+
+double average_edge_length(TriMesh const& mesh)
+{
+    double sum = 0.0;
+    for (auto const edge : mesh.edges())
+    {
+        sum += (mesh.point(edge.v0()).cast<double>() - mesh.point(edge.v1()).cast<double>()).norm();
+    }
+    return mesh.n_edges() == 0 ? 0.0 : sum / static_cast<double>(mesh.n_edges());
+}
+
+} // namespace
+
+MeshHealth measure_health(TriMesh& mesh)
+{
+    MeshHealth health;
+    health.vertices = mesh.n_vertices();
+    health.faces = mesh.n_faces();
+    health.edges = mesh.n_edges();
+    health.boundary_edges = count_boundary_edges(mesh);
+    health.holes = all_holes(mesh).size();
+    health.components = count_components(mesh);
+    for (auto const vertex : mesh.vertices())
+    {
+        health.isolated_vertices += mesh.is_isolated(vertex) ? 1 : 0;
+        health.non_manifold_vertices += count_boundary_gaps(mesh, vertex) > 1 ? 1 : 0;
+    }
+    health.closed = health.faces > 0 && health.boundary_edges == 0;
+    health.average_edge_length = average_edge_length(mesh);
+    mesh.get_boundBox(health.box_min, health.box_max);
+    return health;
+}
+
+MeshHealth inspect(TriMesh& mesh, Context& context)
+{
+    StepScope const scope(context, "measure-health", "measure the mesh");
+    return measure_health(mesh);
+}
+
+} // namespace veld

@@ -1,0 +1,193 @@
+#include "workflow/steps/LoadFrames.h"
+
+#include "workflow/Error.h"
+#include "workflow/ForEachIndex.h"
+#include "workflow/StepScope.h"
+#include "workflow/files/InputFile.h"
+#include "workflow/files/OutputFile.h"
+#include "workflow/frames/FrameFiles.h"
+#include "workflow/frames/FrameGrid.h"
+#include "workflow/frames/FrameLoaders.h"
+#include "workflow/words.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace fs = std::filesystem;
+
+namespace veld
+{
+
+namespace
+{
+
+/// No scanner of objects has neighbours this near; in metres nearly all have.
+constexpr double NEAREST_BELIEVABLE_NEIGHBOURS = 0.01;
+
+LoadedSource load_described(fs::path const& path)
+{
+    Json const json = read_json(path);
+    return json.is_object() && json.contains("views") ? load_depth_images(path, json)
+                                                      : load_text_frames(path, json);
+}
+
+LoadedSource load_folder(fs::path const& folder)
+{
+    std::error_code error;
+    fs::path const cameras = folder / "cameras.json";
+    if (frame_files_in(folder).empty() && fs::exists(cameras, error))
+    {
+        return load_described(cameras);
+    }
+    return load_rge_folder(folder);
+}
+
+LoadedSource load_source(fs::path const& source)
+{
+    std::error_code error;
+    if (fs::is_directory(source, error))
+    {
+        return load_folder(source);
+    }
+    std::string const extension = lower_extension(source);
+    if (extension == ".json")
+    {
+        return load_described(source);
+    }
+    if (extension == ".conf")
+    {
+        return load_range_scans(source);
+    }
+    open_input(source); // to tell a missing file from one of another kind
+    throw InputError(shown(source) +
+                     ": is no source of frames: a folder of .rge files or of depth images "
+                     "with cameras.json, a .json or a .conf");
+}
+
+/// Brings channels, cells and flags in order, and takes points out that are no numbers.
+void repair(LoadedFrame& frame)
+{
+    std::size_t const before = frame.data.get_vn();
+    if (!frame.data.is_legal())
+    {
+        frame.data.repair_illegal();
+        std::size_t const gone = before - frame.data.get_vn();
+        frame.remarks.push_back(
+            gone > 0 ? fmt::format("{} taken out: no finite coordinates", counted(gone, "point"))
+                     : "cells or channels that did not fit were mended");
+    }
+    frame.data.squeeze();
+}
+
+/// Makes faces and normals agree and look at the sensor.
+void orient(LoadedFrame& frame)
+{
+    if (looks_away(frame.data, frame.sensor))
+    {
+        mirror_columns(frame.data);
+    }
+    if (!frame.data.has_vNormal)
+    {
+        compute_normals(frame.data);
+    }
+    else if (contradicts_normals(frame.data))
+    {
+        mirror_columns(frame.data);
+        frame.remarks.emplace_back("its grid ran against its normals: mirrored");
+    }
+}
+
+void finish_frame(LoadedFrame& frame, double scale)
+{
+    if (frame.unusable.empty() && !has_rigid_pose(frame.data))
+    {
+        frame.unusable = "its pose is no rotation and translation";
+    }
+    if (!frame.unusable.empty())
+    {
+        return;
+    }
+    scale_frame(frame.data, scale);
+    repair(frame);
+    if (frame.data.get_vn() == 0)
+    {
+        frame.unusable = "it holds no points";
+        return;
+    }
+    orient(frame);
+}
+
+void warn_of_units(FrameSet const& set, StepScope& scope)
+{
+    std::vector<double> spacings(set.frames.size());
+    for_each_index(spacings.size(),
+                   [&](std::size_t i) { spacings[i] = spacing_of(set.frames[i].data); });
+    auto const middle = spacings.begin() + static_cast<std::ptrdiff_t>(spacings.size() / 2);
+    std::nth_element(spacings.begin(), middle, spacings.end());
+    if (*middle > 0.0 && *middle < NEAREST_BELIEVABLE_NEIGHBOURS)
+    {
+        scope.warn(WarningCode::UNITS_UNLIKELY, set.source,
+                   fmt::format("neighbours are {:.3g} mm apart: the units look like metres (a "
+                               "scale of 1000 converts)",
+                               *middle));
+    }
+}
+
+/// Finishes all frames and keeps those that can be used.
+FrameSet keep_usable(std::string const& name, LoadedSource loaded, double scale, StepScope& scope)
+{
+    for_each_index(loaded.frames.size(),
+                   [&](std::size_t i) { finish_frame(loaded.frames[i], scale); });
+    FrameSet set;
+    set.source = name;
+    set.files = std::move(loaded.files);
+    for (auto& frame : loaded.frames)
+    {
+        if (!frame.unusable.empty())
+        {
+            scope.warn(WarningCode::FRAME_LEFT_OUT, frame.name, "left out: " + frame.unusable);
+            ++set.left_out;
+            continue;
+        }
+        for (auto const& remark : frame.remarks)
+        {
+            scope.warn(WarningCode::FRAME_MENDED, frame.name, remark);
+        }
+        set.frames.push_back({frame.name, std::move(frame.data), frame.sensor});
+    }
+    if (set.frames.empty())
+    {
+        throw InputError(name + ": holds no frame that can be used");
+    }
+    warn_of_units(set, scope);
+    return set;
+}
+
+} // namespace
+
+FrameSet load_frames(fs::path const& source, LoadFramesSettings const& settings, Context& context)
+{
+    StepScope scope(context, "read-frames", "read the frames");
+    LoadedSource loaded = scope.stage("read the frames", 0.7, [&] { return load_source(source); });
+    return scope.stage(
+        "prepare the frames", 1.0,
+        [&] { return keep_usable(shown(source), std::move(loaded), settings.scale, scope); });
+}
+
+FrameSet prepare_frames(std::string const& name, std::vector<NamedFrame> frames,
+                        LoadFramesSettings const& settings, Context& context)
+{
+    StepScope scope(context, "prepare-frames", "prepare the frames");
+    LoadedSource loaded;
+    for (auto& frame : frames)
+    {
+        loaded.frames.emplace_back();
+        loaded.frames.back().name = std::move(frame.name);
+        loaded.frames.back().data = std::move(frame.data);
+        loaded.frames.back().sensor = frame.sensor;
+    }
+    return keep_usable(name, std::move(loaded), settings.scale, scope);
+}
+
+} // namespace veld

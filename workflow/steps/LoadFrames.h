@@ -1,0 +1,58 @@
+#pragma once
+
+#include "workflow/Context.h"
+#include "workflow/export.h"
+#include "workflow/frames/Sensor.h"
+
+#include "algorithmVeld/common/RangeData.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace veld
+{
+
+using OrvaneAlgorithm::RangeData;
+
+/// How frames are brought into the form that the other steps work on.
+struct LoadFramesSettings
+{
+    double scale = 1.0; ///< Of all lengths, to millimetres: 1000 for metres. More than 0.
+};
+
+/// A frame, and what messages call it.
+struct NamedFrame
+{
+    std::string name;
+    RangeData data;
+    Sensor sensor = Sensor::UNKNOWN; ///< Where it was seen from, if that is known.
+};
+
+/// The frames of a scan, in its order. Each has vertices, all of them finite, a pose that is a
+/// rigid motion, and normals. Faces of a cell agree with the normals, and both look at the sensor
+/// where it is known.
+struct FrameSet
+{
+    std::string source; ///< What messages call the scan.
+    std::vector<NamedFrame> frames;
+    std::vector<std::filesystem::path> files; ///< All that were read.
+    std::size_t left_out = 0;                 ///< Frames that could not be used.
+};
+
+/// Loads the frames of a source: a folder of `.rge` files or of depth images with `cameras.json`,
+/// that `cameras.json`, the description of text frames (JSON), or the `.conf` of range scans.
+///
+/// A frame that cannot be used is left out, and one that had to be mended is mended, both with a
+/// warning that names it. Throws `InputError` where no frame is left.
+VELD_WORKFLOW_API FrameSet load_frames(std::filesystem::path const& source,
+                                       LoadFramesSettings const& settings, Context& context);
+
+/// Does the same with frames that a host has in memory: takes points out that are no numbers,
+/// computes normals from the grid where there are none, and makes grid and normals agree.
+/// \param name of the scan, for messages
+VELD_WORKFLOW_API FrameSet prepare_frames(std::string const& name, std::vector<NamedFrame> frames,
+                                          LoadFramesSettings const& settings, Context& context);
+
+} // namespace veld
