@@ -17,6 +17,21 @@ if(TARGET veld)
   install(TARGETS veld RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 
+if(TARGET veld_workflow)
+  # It finds the library in the folder where it lies itself.
+  set_target_properties(veld_workflow PROPERTIES INSTALL_RPATH_USE_LINK_PATH ON)
+  if(APPLE)
+    set_target_properties(veld_workflow PROPERTIES INSTALL_RPATH "@loader_path")
+  elseif(UNIX)
+    set_target_properties(veld_workflow PROPERTIES INSTALL_RPATH "$ORIGIN")
+  endif()
+  install(TARGETS veld_workflow EXPORT algorithmVeldTargets
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/algorithmVeld")
+endif()
+
 install(TARGETS algorithmVeld EXPORT algorithmVeldTargets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
@@ -57,4 +72,10 @@ configure_file("${PROJECT_SOURCE_DIR}/cmake/algorithmVeld.pc.in"
   "${PROJECT_BINARY_DIR}/algorithmVeld.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/algorithmVeld.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+if(TARGET veld_workflow)
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/algorithmVeldWorkflow.pc.in"
+    "${PROJECT_BINARY_DIR}/algorithmVeldWorkflow.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/algorithmVeldWorkflow.pc"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endif()
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}")

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "workflow/Context.h"
+#include "workflow/export.h"
 
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/Progress.h"

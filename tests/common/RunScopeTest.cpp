@@ -362,8 +362,7 @@ TEST(RunScope, OnlyTheOutermostLoopTells)
     omp_set_num_threads(1);
     Fractions fractions;
     RunScope const scope(CancelToken{}, fractions.sink());
-    parallel_for_uneven(2, [](std::ptrdiff_t)
-                        { parallel_for_uneven(100, [](std::ptrdiff_t) {}); });
+    parallel_for_uneven(2, [](std::ptrdiff_t) { parallel_for_uneven(100, [](std::ptrdiff_t) {}); });
     omp_set_num_threads(threads);
     EXPECT_EQ(fractions.told, (std::vector<double>{0.5, 1.0}));
 }

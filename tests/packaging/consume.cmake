@@ -12,6 +12,13 @@ set(link_check_source "${CMAKE_CURRENT_LIST_DIR}/link_check.cpp")
 set(link_check_arguments "")
 set(fill_holes_source "${SOURCE}/examples/fill_holes.cpp")
 set(fill_holes_arguments "${SOURCE}/examples/marked_plate.ply" filled.ply)
+if(NOT KIND STREQUAL sub_project)
+  # A host that takes the project in gets the library alone unless it asks for more.
+  list(APPEND programs merge_frames)
+  set(merge_frames_source "${SOURCE}/examples/merge_frames.cpp")
+  set(merge_frames_arguments "${SOURCE}/examples/plate_frames/frames.json" merged.ply)
+  set(merge_frames_package algorithmVeldWorkflow)
+endif()
 
 if(KIND STREQUAL pkg_config)
   set(ENV{PKG_CONFIG_PATH} "${PREFIX}/lib/pkgconfig:${PREFIX}/lib64/pkgconfig")
@@ -20,12 +27,16 @@ if(KIND STREQUAL pkg_config)
   if(NOT version STREQUAL VERSION)
     message(FATAL_ERROR "the .pc file says version ${version} and not ${VERSION}")
   endif()
-  execute_process(COMMAND "${PKG_CONFIG}" --cflags --libs algorithmVeld
-    OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
   execute_process(COMMAND "${PKG_CONFIG}" --variable=libdir algorithmVeld
     OUTPUT_VARIABLE libdir OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-  separate_arguments(flags UNIX_COMMAND "${flags}")
   foreach(program IN LISTS programs)
+    set(package algorithmVeld)
+    if(DEFINED ${program}_package)
+      set(package ${${program}_package})
+    endif()
+    execute_process(COMMAND "${PKG_CONFIG}" --cflags --libs ${package}
+      OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    separate_arguments(flags UNIX_COMMAND "${flags}")
     execute_process(
       COMMAND "${COMPILER}" "-std=c++${STANDARD}" -Wall -Wextra -Werror "${${program}_source}"
         -o "${WORK}/${program}" ${flags} "-Wl,-rpath,${libdir}"

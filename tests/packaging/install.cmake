@@ -6,12 +6,14 @@ execute_process(
 
 file(GLOB_RECURSE installed RELATIVE "${PREFIX}" "${PREFIX}/*")
 foreach(file IN LISTS installed)
-  if(file MATCHES "^include/algorithmVeld/[^/]+/[^/]+/")
+  if(file MATCHES "^include/algorithmVeld/[^/]+/[^/]+/" AND
+      NOT file MATCHES "^include/algorithmVeld/workflow/")
     message(FATAL_ERROR "${file} is the library's own and must not be installed")
   endif()
 endforeach()
 foreach(needed
     "include/algorithmVeld/algorithmVeld[.]h" "include/algorithmVeld/common/TriMesh[.]h"
+    "include/algorithmVeld/workflow/workflow[.]h" "algorithmVeldWorkflow[.]pc"
     "cmake/algorithmVeld/algorithmVeldConfig[.]cmake" "algorithmVeld[.]pc" "LICENSE")
   if(NOT "${installed}" MATCHES "${needed}")
     message(FATAL_ERROR "${needed} is not installed")

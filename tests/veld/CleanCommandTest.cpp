@@ -438,11 +438,12 @@ TEST_F(CleanCommand, CloudIsCleanedByMarkersOnly)
         Outcome const outcome = run(text, options);
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(outcome.error_lines(), 1);
-        EXPECT_THAT(outcome.err, HasSubstr("mesh.ply: has no faces, which " + option));
+        EXPECT_THAT(outcome.err,
+                    HasSubstr("mesh.ply: the mesh has no faces, which " + option.substr(2)));
     }
     Outcome const normals = run(text, {"--markers", markers, "--marker-radius", "1", "--normals"});
     EXPECT_EQ(normals.status, 1);
-    EXPECT_THAT(normals.err, HasSubstr("mesh.ply: has no normals"));
+    EXPECT_THAT(normals.err, HasSubstr("mesh.ply: the points have no normals"));
     Outcome const stl = run(text, {"--markers", markers, "--marker-radius", "1"}, "out.stl");
     EXPECT_EQ(stl.status, 1);
     EXPECT_THAT(stl.err, HasSubstr("out.stl: "));

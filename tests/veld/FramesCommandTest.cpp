@@ -203,7 +203,7 @@ TEST(FramesCommand, UnitsThatLookLikeMetresAreTold)
 {
     Scans const scans("bmesh a.ply 0 0 0 0 0 0 1\n");
     FramesRun const small(scans.conf(), {"--scale", "0.001"});
-    small.expect_only_warning("the units look like metres (--scale 1000 converts)");
+    small.expect_only_warning("the units look like metres (a scale of 1000 converts)");
 }
 
 TEST(FramesCommand, RangeScanThatCannotBeUsedIsLeftOut)

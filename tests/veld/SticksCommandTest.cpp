@@ -84,7 +84,7 @@ TEST_F(SticksCommand, EmptyStickIsAWarningAndAFile)
     Outcome const run = this->run(cone(3), "1 0 0 1 1\n");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.error_lines(), 1);
-    EXPECT_THAT(run.err, testing::StartsWith("warning: " + dir_.file("sticks/stick-0.ply")));
+    EXPECT_THAT(run.err, testing::StartsWith("warning: stick 0: empty"));
     EXPECT_EQ(run.json()["sticks"][0]["vertices"], 0);
     EXPECT_THAT(files_in(dir_.file("sticks")), ElementsAre("stick-0.ply"));
 }

@@ -51,6 +51,7 @@ void write_mesh(OutputFile const& file, TriMesh const& mesh, Context& context)
         bool const named = error.compare(0, temporary.size(), temporary) == 0;
         throw OperationError(named ? shown(file.path()) + error.substr(temporary.size()) : error);
     }
+    OrvaneAlgorithm::detail::poll_cancel(); // the last moment before the file gets its place
 }
 
 void check_mesh_extension(std::filesystem::path const& path)

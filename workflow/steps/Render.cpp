@@ -174,6 +174,7 @@ void write_picture(OutputFile const& file, Picture const& picture, Context& cont
     {
         throw OperationError(shown(file.path()) + ": cannot be written");
     }
+    OrvaneAlgorithm::detail::poll_cancel(); // the last moment before the file gets its place
 }
 
 void check_picture_extension(std::filesystem::path const& path)

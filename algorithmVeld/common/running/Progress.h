@@ -16,10 +16,10 @@
 /// of the calling thread (see RunScope), and costs next to nothing where there is none.
 ///
 /// An operation divides its range of fractions among its stages (`Stages`), by roughly the time
-/// that they take. Within a stage the outermost loop tells progress, be it parallel (`ParallelFor.h`
-/// does it) or not (`Progress`, `LoopProgress`); what runs inside that loop is only asked whether to
-/// go on. So every long loop asks, on its own and whoever calls it, but never between the writes
-/// that belong together: an exception there would leave an element half made.
+/// that they take. Within a stage the outermost loop tells progress, be it parallel
+/// (`ParallelFor.h` does it) or not (`Progress`, `LoopProgress`); what runs inside that loop is
+/// only asked whether to go on. So every long loop asks, on its own and whoever calls it, but never
+/// between the writes that belong together: an exception there would leave an element half made.
 
 namespace OrvaneAlgorithm::detail
 {
@@ -73,9 +73,7 @@ private:
 inline RunScope::Context part_of(RunScope::Context range, double begin, double end)
 {
     auto const at = [&](double fraction)
-    {
-        return fraction >= 1.0 ? range.end : range.begin + fraction * (range.end - range.begin);
-    };
+    { return fraction >= 1.0 ? range.end : range.begin + fraction * (range.end - range.begin); };
     return {range.run, at(begin), at(end), range.tells};
 }
 

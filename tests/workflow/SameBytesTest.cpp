@@ -1,0 +1,50 @@
+#include "tests/veld/run_veld.h"
+
+#include "workflow/workflow.h"
+
+#include "tests/reconstruction/frames.h"
+
+#include "algorithmVeld/common/CRangeDataIO.h"
+
+namespace
+{
+
+using namespace veld_test;
+
+TEST(SameBytes, AHostsMergeGivesWhatTheProgramGives)
+{
+    TempDir dir;
+    auto const frames = random_frames(7, 3, 30, 1.0F);
+    for (std::size_t i = 0; i < frames.size(); ++i)
+    {
+        std::string const path = dir.file("frame-" + std::to_string(i) + ".rge");
+        ASSERT_EQ(OrvaneAlgorithm::CRangeDataIO::write_rge(std::wstring(path.begin(), path.end()),
+                                                           frames[i]),
+                  0);
+    }
+    veld::Context context;
+    auto const set = veld::load_frames(dir.file(""), {}, context);
+    veld::write_mesh(dir.file("host.ply"), veld::merge(set, {}, context).mesh, context);
+    auto const run = run_veld({"merge", dir.file(""), "-o", dir.file("program.ply")});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(read_file(dir.file("host.ply")), read_file(dir.file("program.ply")));
+}
+
+TEST(SameBytes, AHostsFillGivesWhatTheProgramGives)
+{
+    MeshDir const dir(grid_with_hole(6));
+    veld::Context context;
+    for (auto const& [name, method] : veld::fill_methods())
+    {
+        veld::FillSettings settings;
+        settings.method = method;
+        auto const mesh = veld::read_mesh(dir.mesh(), context).mesh;
+        veld::write_mesh(dir.file("host.ply"), veld::fill(mesh, settings, context).mesh, context);
+        auto const run =
+            run_veld({"fill", dir.mesh(), "-o", dir.file("program.ply"), "--method", name});
+        ASSERT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(read_file(dir.file("host.ply")), read_file(dir.file("program.ply"))) << name;
+    }
+}
+
+} // namespace

@@ -1,0 +1,108 @@
+#include "workflow/steps/StepJson.h"
+
+#include "workflow/Error.h"
+
+#include <gmock/gmock.h>
+
+namespace
+{
+
+using testing::HasSubstr;
+using veld::Json;
+
+template <typename Settings>
+std::string reason_of(Json const& json, Settings settings)
+{
+    try
+    {
+        veld::read_settings(json, "recipe.json: ", settings);
+    }
+    catch (veld::InputError const& error)
+    {
+        return error.what();
+    }
+    return "no error";
+}
+
+/// Settings come back from their JSON form as they were.
+template <typename Settings>
+void expect_round_trip(Settings const& settings)
+{
+    Json const json = veld::to_json(settings);
+    Settings read;
+    veld::read_settings(json, "", read);
+    EXPECT_EQ(veld::to_json(read), json);
+    EXPECT_NE(veld::to_json(Settings()), json) << "all that is written differs from the defaults";
+}
+
+TEST(StepJson, SettingsComeBackAsTheyWere)
+{
+    expect_round_trip(veld::LoadFramesSettings{1000.0});
+    expect_round_trip(veld::MergeSettings{veld::Layers::BEST, 0.5, 0.75, 2.0, 12, 7});
+    veld::FillSettings fill;
+    fill.method = veld::FillMethod::CORE;
+    fill.max_edges = 5;
+    fill.max_perimeter = 12.5;
+    fill.edge_length = 3.0;
+    fill.normal_angle = 99.0;
+    fill.min_edges = 4;
+    fill.rings = 2;
+    fill.smoothness = 0;
+    expect_round_trip(fill);
+    veld::RenderSettings render;
+    render.width = 10;
+    render.height = 20;
+    render.view = {1.0, 2.0, veld::UpAxis::Z};
+    render.line_width = 1.5;
+    expect_round_trip(render);
+    expect_round_trip(veld::CutSticksSettings{veld::StickTips::DOWN});
+}
+
+TEST(StepJson, CleanUpsComeBackWithTheirMarkers)
+{
+    veld::Markers markers;
+    markers.points = {{1.0F, 2.0F, 3.0F}};
+    markers.normals = {{0.0F, 0.0F, 1.0F}};
+    veld::MarkerSettings near_markers;
+    near_markers.radius = 2.5;
+    near_markers.use_normals = true;
+    near_markers.normal_dot = 0.25;
+    expect_round_trip(
+        veld::CleanSettings{{veld::small_pieces_by_faces(3), veld::small_pieces_by_vertices(4),
+                             veld::small_bodies_on_strips(5, 2), veld::non_manifold_vertices(),
+                             veld::rims(1), veld::surface_near_markers(markers, near_markers)}});
+}
+
+TEST(StepJson, WhatIsNotNamedKeepsItsValue)
+{
+    veld::MergeSettings settings;
+    settings.spacing = 0.25;
+    veld::read_settings(Json{{"min_component", 3}}, "", settings);
+    EXPECT_EQ(settings.spacing, 0.25);
+    EXPECT_EQ(settings.min_component, 3);
+    EXPECT_EQ(settings.max_hole_edges, 30);
+}
+
+TEST(StepJson, ANameThatIsNotKnownIsATypingError)
+{
+    EXPECT_THAT(reason_of(Json{{"spaceing", 1.0}}, veld::MergeSettings()),
+                HasSubstr("recipe.json: 'spaceing' is not known here"));
+    EXPECT_THAT(reason_of(Json{{"method", "magic"}}, veld::FillSettings()),
+                HasSubstr("'method' has to be one of clip, core, trim"));
+    EXPECT_THAT(
+        reason_of(Json{{"clean_ups", {{{"kind", "peel"}, {"ring", 1}}}}}, veld::CleanSettings()),
+        HasSubstr("recipe.json: clean_ups[0]: 'ring' is not known here"));
+}
+
+TEST(StepJson, AValueOutsideItsBoundsIsRefused)
+{
+    EXPECT_THAT(reason_of(Json{{"spacing", -1.0}}, veld::MergeSettings()),
+                HasSubstr("'spacing' has to be a number of 0 or more"));
+    EXPECT_THAT(reason_of(Json{{"smoothness", 3}}, veld::FillSettings()),
+                HasSubstr("'smoothness' has to be a whole number from 0 to 2"));
+    EXPECT_THAT(reason_of(Json{{"elevation", 91.0}}, veld::RenderSettings()),
+                HasSubstr("'elevation' has to be a number from -90 to 90"));
+    EXPECT_THAT(reason_of(Json::array(), veld::RenderSettings()), HasSubstr("is no JSON object"));
+}
+
+} // namespace
