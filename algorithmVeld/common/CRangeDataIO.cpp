@@ -2,12 +2,12 @@
 
 #include "algorithmVeld/common/arrays/Channels.h"
 #include "algorithmVeld/common/files/BinaryFile.h"
+#include "algorithmVeld/common/files/limits.h"
 #include "algorithmVeld/common/files/wide_path.h"
 
 #include <array>
 #include <cstdint>
 #include <filesystem>
-#include <system_error>
 
 namespace OrvaneAlgorithm
 {
@@ -22,26 +22,9 @@ using detail::BinaryWriter;
 constexpr std::array<unsigned char, 8> SIGNATURE{0x89, 'V', 'R', 'G', 'E', '\r', '\n', 0x1a};
 constexpr std::uint32_t VERSION = 1;
 
-/// A grid takes memory for each cell, also where it has no vertex: larger ones are not believed.
-constexpr std::int64_t MAX_GRID_CELLS = std::int64_t{1} << 28;
-
-/// \return false for characters that the system's file names cannot have
-bool to_file_path(std::wstring const& name, std::filesystem::path& path)
-{
-    try
-    {
-        path = detail::path_from_wide(name);
-        return true;
-    }
-    catch (std::system_error const&)
-    {
-        return false;
-    }
-}
-
 bool is_believable_grid(std::int64_t rows, std::int64_t columns)
 {
-    return rows >= 0 && columns >= 0 && rows * columns <= MAX_GRID_CELLS;
+    return rows >= 0 && columns >= 0 && rows * columns <= detail::MOST_CELLS;
 }
 
 bool has_known_header(BinaryReader& reader)
@@ -124,7 +107,7 @@ int CRangeDataIO::read_rge(std::wstring const& path, RangeData& frame)
 {
     frame = RangeData();
     std::filesystem::path file;
-    if (!to_file_path(path, file))
+    if (!detail::path_from_wide(path, file))
     {
         return 1;
     }
@@ -149,7 +132,7 @@ int CRangeDataIO::read_rge(std::wstring const& path, RangeData& frame)
 int CRangeDataIO::write_rge(std::wstring const& path, RangeData const& frame)
 {
     std::filesystem::path file;
-    if (frame.is_swapped_out() || !to_file_path(path, file) ||
+    if (frame.is_swapped_out() || !detail::path_from_wide(path, file) ||
         !is_believable_grid(frame.grid_rows, frame.grid_cols))
     {
         return 1;

@@ -19,7 +19,7 @@ namespace
 {
 
 namespace fs = std::filesystem;
-using detail::MeshFileError;
+using detail::FileError;
 using OpenMesh::IO::Options;
 
 struct Format
@@ -51,7 +51,7 @@ Format const& format_of(fs::path const& path)
         }
         known += std::string(" ") + format.extension;
     }
-    throw MeshFileError("unknown mesh format (known:" + known + ")");
+    throw FileError("unknown mesh format (known:" + known + ")");
 }
 
 // Reading.
@@ -90,7 +90,7 @@ void export_by_openmesh(TriMesh const& mesh, char const* extension, Options cons
     if (!OpenMesh::IO::IOManager().write(stream, extension, exporter, options,
                                          digits_that_tell_floats_apart))
     {
-        throw MeshFileError("cannot be written in this format");
+        throw FileError("cannot be written in this format");
     }
 }
 
@@ -125,7 +125,7 @@ void require_indices_fit(TriMesh const& mesh)
     {
         if (vertex.idx() > limit && !mesh.is_isolated(vertex))
         {
-            throw MeshFileError("cannot be written in this format: too many vertices have no face");
+            throw FileError("cannot be written in this format: too many vertices have no face");
         }
     }
 }
@@ -143,7 +143,7 @@ void require_good(detail::AtomicFile& file)
     if (!file.stream() || file.error())
     {
         auto const reason = file.error() ? file.error().message() : std::string("unknown reason");
-        throw MeshFileError("cannot be written: " + reason);
+        throw FileError("cannot be written: " + reason);
     }
 }
 
@@ -161,12 +161,12 @@ void write_live_mesh(fs::path const& path, TriMesh const& mesh)
     auto const& format = format_of(path);
     if (mesh.is_swapped_out())
     {
-        throw MeshFileError("cannot be written while the mesh is swapped out");
+        throw FileError("cannot be written while the mesh is swapped out");
     }
     std::error_code ignored;
     if (fs::is_directory(path, ignored))
     {
-        throw MeshFileError("is a directory");
+        throw FileError("is a directory");
     }
     detail::AtomicFile file(path);
     require_good(file);

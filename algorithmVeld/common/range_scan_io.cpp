@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/range_scan_io.h"
 
 #include "algorithmVeld/common/files/WholeFile.h"
+#include "algorithmVeld/common/files/limits.h"
 #include "algorithmVeld/common/mesh_files/PlyFile.h"
 
 #include <algorithm>
@@ -12,10 +13,10 @@ namespace
 {
 
 using namespace detail::ply;
-using detail::MeshFileError;
+using detail::FileError;
 using detail::MeshSoup;
 
-constexpr std::int64_t MAX_GRID_CELLS = std::int64_t{1} << 28;
+constexpr char GRID[] = "range_grid"; // the element
 constexpr int NO_VERTEX = -1;
 
 struct GridSize
@@ -35,12 +36,12 @@ std::int64_t info_number(Header const& header, std::string_view key)
         text.next_line();
         std::int64_t number = -1;
         if (text.next_word() == key && detail::parse_number(text.next_word(), number) &&
-            number >= 0 && number <= MAX_GRID_CELLS)
+            number >= 0 && number <= detail::MOST_CELLS)
         {
             return number;
         }
     }
-    throw MeshFileError("has no line 'obj_info " + std::string(key) + "' with a number of cells");
+    throw FileError("has no line 'obj_info " + std::string(key) + "' with a number of cells");
 }
 
 GridSize grid_size(Header const& header)
@@ -48,16 +49,16 @@ GridSize grid_size(Header const& header)
     GridSize size;
     size.rows = info_number(header, "num_rows");
     size.columns = info_number(header, "num_cols");
-    if (size.rows * size.columns > MAX_GRID_CELLS)
+    if (size.rows * size.columns > detail::MOST_CELLS)
     {
-        throw MeshFileError("has a grid that is too large");
+        throw FileError("has a grid that is too large");
     }
     return size;
 }
 
 bool is_grid(Element const& element)
 {
-    return element.name == "range_grid";
+    return element.name == GRID;
 }
 
 void check_elements(Header const& header, GridSize const& size)
@@ -68,16 +69,16 @@ void check_elements(Header const& header, GridSize const& size)
     if (std::count_if(elements.begin(), elements.end(), is_vertex) != 1 ||
         std::count_if(elements.begin(), elements.end(), is_grid) != 1)
     {
-        throw MeshFileError("does not declare one list of vertices and one range grid");
+        throw FileError("does not declare one list of vertices and one range grid");
     }
     if (grid->properties.size() != 1 || !grid->properties.front().list_count)
     {
-        throw MeshFileError("has a range grid that is no list of vertices");
+        throw FileError("has a range grid that is no list of vertices");
     }
     if (grid->rows != size.cells())
     {
-        throw MeshFileError("has a range grid of " + std::to_string(grid->rows) +
-                            " cells, but rows and columns for " + std::to_string(size.cells()));
+        throw FileError("has a range grid of " + std::to_string(grid->rows) +
+                        " cells, but rows and columns for " + std::to_string(size.cells()));
     }
 }
 
@@ -95,12 +96,12 @@ std::vector<int> read_grid(Source& source, Element const& element)
         auto const n = list_size(source, property, row);
         if (n > 1)
         {
-            throw MeshFileError(row.name() + " has more than one vertex");
+            throw FileError(row.name() + " has more than one vertex");
         }
         grid.push_back(n == 0 ? NO_VERTEX : vertex_index(source.number(property.type), row));
         if (n == 1 && grid.back() < 0)
         {
-            throw MeshFileError(row.name() + " names a vertex that is not there");
+            throw FileError(row.name() + " names a vertex that is not there");
         }
         source.end_row();
     }
@@ -119,8 +120,8 @@ void check_grid(std::vector<int> const& grid, std::size_t n_vertices)
         auto const vertex = static_cast<std::size_t>(grid[i]);
         if (vertex >= n_vertices || is_used[vertex] != 0)
         {
-            throw MeshFileError("range_grid " + std::to_string(i) + " names a vertex that is " +
-                                (vertex >= n_vertices ? "not there" : "in another cell"));
+            throw FileError("range_grid " + std::to_string(i) + " names a vertex that is " +
+                            (vertex >= n_vertices ? "not there" : "in another cell"));
         }
         is_used[vertex] = 1;
     }
@@ -171,29 +172,8 @@ RangeData read_scan(std::string const& content)
     check_elements(header, size);
     MeshSoup soup;
     std::vector<int> grid;
-    read_body(header,
-              [&](auto source)
-              {
-                  for (auto const& element : header.elements)
-                  {
-                      if (element.name == "vertex")
-                      {
-                          read_vertices(source, element, soup);
-                      }
-                      else if (is_grid(element))
-                      {
-                          grid = read_grid(source, element);
-                      }
-                      else
-                      {
-                          skip_element(source, element);
-                      }
-                  }
-                  if (!source.at_end())
-                  {
-                      throw MeshFileError("holds more than its header declares");
-                  }
-              });
+    read_body(header, soup, GRID,
+              [&](auto& source, Element const& element) { grid = read_grid(source, element); });
     check_grid(grid, soup.points.size());
     detail::clean_attributes(soup);
     return frame_of(soup, grid, size);

@@ -1,17 +1,16 @@
 #include "algorithmVeld/reconstruction/PointCloud2RangeData.h"
 
 #include "algorithmVeld/common/arrays/checked.h"
+#include "algorithmVeld/common/files/TextCursor.h"
+#include "algorithmVeld/common/files/limits.h"
 #include "algorithmVeld/common/files/series_name.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/reconstruction/frames/TextScanner.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <limits>
 #include <stdexcept>
-#include <system_error>
 
 namespace OrvaneAlgorithm
 {
@@ -20,9 +19,6 @@ namespace
 {
 
 using detail::TextScanner;
-
-/// A larger grid is not believed; frame files take no more either.
-constexpr size_t MAX_PIXELS = size_t{1} << 28U;
 
 /// Words and header lines are read in pieces of this length.
 constexpr size_t LONGEST_TEXT = 511;
@@ -35,15 +31,12 @@ constexpr std::array<int, 16> FOUR_ROWS{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12
 /// The number that begins at the first digit of a line; the largest `int` if it is larger.
 int number_in(std::string const& line)
 {
-    auto const digit = line.find_first_of("0123456789");
-    if (digit == std::string::npos)
+    auto const found = detail::first_number(line);
+    if (!found)
     {
         throw std::out_of_range("invalid string position");
     }
-    int number = 0;
-    char const* const end = line.data() + line.size();
-    auto const result = std::from_chars(line.data() + digit, end, number);
-    return result.ec == std::errc() ? number : std::numeric_limits<int>::max();
+    return found->value;
 }
 
 bool is_point(Vector3f const& point)
@@ -97,7 +90,7 @@ void PointCloud2RangeData::allocMemSpace()
 {
     freeMemSpace();
     size_t const n = pixels();
-    if (n > MAX_PIXELS)
+    if (n > detail::MOST_CELLS)
     {
         return;
     }

@@ -1,18 +1,15 @@
 #include "algorithmVeld/util/UtilTool.h"
 
+#include "algorithmVeld/common/files/TextCursor.h"
 #include "algorithmVeld/common/files/series_name.h"
 
-#include <charconv>
-#include <limits>
-#include <system_error>
+#include <utility>
 
 namespace OrvaneAlgorithm
 {
 
 namespace
 {
-
-constexpr char DIGITS[] = "0123456789";
 
 std::wstring widened(std::string const& text)
 {
@@ -83,17 +80,14 @@ bool UtilTool::DirDesc::extractPathTag(std::string const& path, std::string& dir
 
 bool UtilTool::DirDesc::extract_num(std::string const& text, int& number, std::string& digits)
 {
-    auto const begin = text.find_first_of(DIGITS);
-    if (begin == std::string::npos)
+    auto const found = detail::first_number(text);
+    if (!found)
     {
         return false;
     }
-    auto const end = text.find_first_not_of(DIGITS, begin);
-    std::string const run = text.substr(begin, end == std::string::npos ? end : end - begin);
-    int value = 0;
-    auto const result = std::from_chars(run.data(), run.data() + run.size(), value);
-    number = result.ec == std::errc() ? value : std::numeric_limits<int>::max();
-    digits = run;
+    std::string run(found->digits); // the text may be the output
+    number = found->value;
+    digits = std::move(run);
     return true;
 }
 

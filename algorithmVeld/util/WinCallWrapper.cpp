@@ -36,26 +36,12 @@ void add_entry(fs::directory_entry const& entry, std::vector<Entry>& entries)
     }
 }
 
-/// \return false for characters that the system's file names cannot have
-bool to_path(std::wstring const& name, fs::path& path)
-{
-    try
-    {
-        path = detail::path_from_wide(name);
-        return true;
-    }
-    catch (std::system_error const&)
-    {
-        return false;
-    }
-}
-
 /// What a directory holds, by name: the order in which systems tell it differs.
 std::vector<Entry> entries_of(std::wstring const& dir)
 {
     std::vector<Entry> entries;
     fs::path path;
-    if (!to_path(dir + L"/", path))
+    if (!detail::path_from_wide(dir + L"/", path))
     {
         return entries;
     }
@@ -79,7 +65,7 @@ void tell(std::wstring const& dir, bool verbose)
     // %ls and not %s, which is narrow text in the wide formats of some platforms.
     gLH.LogPrintf(L"browse %ls\n", dir.c_str());
     fs::path path;
-    std::printf("browse %s\n", to_path(dir, path) ? path.u8string().c_str() : "?");
+    std::printf("browse %s\n", detail::path_from_wide(dir, path) ? path.u8string().c_str() : "?");
 }
 
 bool has_extension(std::wstring name, std::wstring const& ext)

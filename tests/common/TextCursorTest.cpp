@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 
+using OrvaneAlgorithm::detail::first_number;
 using OrvaneAlgorithm::detail::parse_number;
 
 namespace
@@ -55,4 +56,27 @@ TEST(ParseNumber, makes_infinity_of_what_is_too_large)
     EXPECT_EQ(number_of<float>("1" + std::string(60, '0') + "e-2"), infinite);
     EXPECT_EQ(number_of<float>("0.01e60"), infinite);
     EXPECT_EQ(number_of<double>("1e99999999999999999999"), std::numeric_limits<double>::infinity());
+}
+
+TEST(FirstNumber, is_the_first_run_of_digits_without_its_sign)
+{
+    auto const found = first_number("frame-007_12.txt");
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->value, 7);
+    EXPECT_EQ(found->digits, "007");
+}
+
+TEST(FirstNumber, is_the_largest_integer_where_the_digits_make_a_larger_one)
+{
+    EXPECT_EQ(first_number("2147483646")->value, 2147483646);
+    auto const found = first_number("x99999999999999999999y");
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->value, 2147483647);
+    EXPECT_EQ(found->digits, "99999999999999999999");
+}
+
+TEST(FirstNumber, is_not_there_without_a_digit)
+{
+    EXPECT_FALSE(first_number(""));
+    EXPECT_FALSE(first_number("frame.txt"));
 }

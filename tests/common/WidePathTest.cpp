@@ -20,6 +20,15 @@ TEST(WidePath, LettersBeyondAsciiAreUtf8InAnyLocale)
 }
 
 #if defined(__unix__)
+TEST(WidePath, ALetterThatNoNameCanHaveLeavesThePathAsItWas)
+{
+    std::filesystem::path path = "kept";
+    EXPECT_FALSE(detail::path_from_wide(std::wstring(1, wchar_t{0x110000}), path));
+    EXPECT_EQ(path, "kept");
+    EXPECT_TRUE(detail::path_from_wide(L"taken", path));
+    EXPECT_EQ(path, "taken");
+}
+
 TEST(WidePath, SwapFilesMayLieInAFolderOfAnyName)
 {
     veld_test::TempDir const dir;

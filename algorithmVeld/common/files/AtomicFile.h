@@ -1,12 +1,7 @@
 #pragma once
 
-#include <atomic>
-#include <cerrno>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <locale>
-#include <random>
 #include <string>
 #include <system_error>
 
@@ -14,39 +9,7 @@ namespace OrvaneAlgorithm::detail
 {
 
 /// A part of a file name that no other call in any process gives.
-inline std::string unique_file_suffix()
-{
-    static std::atomic<unsigned> count{0};
-    static std::uint64_t const process = []
-    {
-        std::random_device random;
-        return (std::uint64_t{random()} << 32U) | random();
-    }();
-    return std::to_string(process) + "-" + std::to_string(count++);
-}
-
-/// The file that a path stands for, which need not be there: links are followed.
-/// \param error set if the links run in a circle or cannot be read
-inline std::filesystem::path without_links(std::filesystem::path path, std::error_code& error)
-{
-    constexpr int MOST_LINKS = 40;
-    for (int i = 0; i < MOST_LINKS; ++i)
-    {
-        std::error_code ignored;
-        if (!std::filesystem::is_symlink(std::filesystem::symlink_status(path, ignored)))
-        {
-            return path;
-        }
-        auto const next = std::filesystem::read_symlink(path, error);
-        if (error)
-        {
-            return path;
-        }
-        path = path.parent_path() / next;
-    }
-    error = std::make_error_code(std::errc::too_many_symbolic_link_levels);
-    return path;
-}
+std::string unique_file_suffix();
 
 /// A binary file that is written beside its place and moved there when it is complete: an existing
 /// file stays as it is until then, and leaves its permissions to the new one. Where the place is a
@@ -55,34 +18,8 @@ inline std::filesystem::path without_links(std::filesystem::path path, std::erro
 class AtomicFile
 {
 public:
-    explicit AtomicFile(std::filesystem::path const& target)
-        : target_(without_links(target, error_))
-    {
-        // A name of its own: one made of the target's could be too long.
-        partial_ = target_.parent_path() / (".veld-" + unique_file_suffix() + ".part");
-        std::error_code ignored;
-        auto const before = std::filesystem::status(target_, ignored);
-        if (std::filesystem::is_directory(before))
-        {
-            error_ = std::make_error_code(std::errc::is_a_directory);
-        }
-        else if (std::filesystem::exists(before) && !std::filesystem::is_regular_file(before))
-        {
-            // A device or a pipe would be lost.
-            error_ = std::make_error_code(std::errc::operation_not_supported);
-        }
-        open(before);
-    }
-
-    ~AtomicFile()
-    {
-        if (is_opened_ && !is_committed_)
-        {
-            stream_.close();
-            std::error_code ignored;
-            std::filesystem::remove(partial_, ignored);
-        }
-    }
+    explicit AtomicFile(std::filesystem::path const& target);
+    ~AtomicFile();
     AtomicFile(AtomicFile const&) = delete;
     AtomicFile& operator=(AtomicFile const&) = delete;
 
@@ -94,51 +31,10 @@ public:
 
     /// Moves the file to its place.
     /// \return false if anything of it could not be written; there is no new file then
-    bool commit()
-    {
-        if (stream_)
-        {
-            errno = 0; // a write that failed before has told its reason there
-        }
-        stream_.close();
-        if (stream_)
-        {
-            std::filesystem::rename(partial_, target_, error_);
-            is_committed_ = !error_;
-        }
-        else if (!error_)
-        {
-            error_ = last_error();
-        }
-        return is_committed_;
-    }
+    bool commit();
 
 private:
-    static std::error_code last_error() { return {errno, std::generic_category()}; }
-
-    void open(std::filesystem::file_status const& before)
-    {
-        if (error_)
-        {
-            stream_.setstate(std::ios::failbit);
-            return;
-        }
-        errno = 0;
-        stream_.imbue(std::locale::classic());
-        stream_.open(partial_, std::ios::binary | std::ios::trunc);
-        is_opened_ = stream_.is_open();
-        if (!is_opened_)
-        {
-            error_ = last_error();
-        }
-        else if (std::filesystem::is_regular_file(before))
-        {
-            // Now, while the file is empty: what others may not read they never may.
-            std::error_code ignored;
-            std::filesystem::permissions(
-                partial_, before.permissions() & std::filesystem::perms::all, ignored);
-        }
-    }
+    void open(std::filesystem::file_status const& before);
 
     std::error_code error_;
     std::filesystem::path target_;

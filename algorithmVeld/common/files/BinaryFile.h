@@ -2,8 +2,6 @@
 
 #include "algorithmVeld/common/files/AtomicFile.h"
 
-#include <zlib.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -93,23 +91,10 @@ public:
 
     /// Writes the checksum and moves the file to its place.
     /// \return false if anything of it could not be written; there is no new file then
-    bool finish()
-    {
-        std::uint32_t const sum = checksum_;
-        scalar<std::uint32_t>(sum);
-        return file_.commit();
-    }
+    bool finish();
 
 private:
-    void bytes(void const* data, std::size_t n)
-    {
-        if (n > 0)
-        {
-            file_.stream().write(static_cast<char const*>(data), static_cast<std::streamsize>(n));
-            checksum_ = static_cast<std::uint32_t>(
-                crc32_z(checksum_, static_cast<unsigned char const*>(data), n));
-        }
-    }
+    void bytes(void const* data, std::size_t n);
 
     AtomicFile file_;
     std::uint32_t checksum_ = 0;
@@ -120,19 +105,7 @@ private:
 class BinaryReader
 {
 public:
-    explicit BinaryReader(std::filesystem::path const& path)
-    {
-        std::error_code error;
-        // Opening a pipe would wait for its writer.
-        if (std::filesystem::is_regular_file(path, error))
-        {
-            std::uintmax_t const size = std::filesystem::file_size(path, error);
-            stream_.open(path, std::ios::binary);
-            is_open_ = stream_.is_open() && !error;
-            is_good_ = is_open_ && size >= sizeof(std::uint32_t);
-            remaining_ = is_good_ ? size - sizeof(std::uint32_t) : 0;
-        }
-    }
+    explicit BinaryReader(std::filesystem::path const& path);
 
     /// Whether there is a file that can be read.
     bool is_open() const { return is_open_; }
@@ -182,22 +155,7 @@ public:
     }
 
     /// \return true if everything could be read, nothing is left and the checksum is right
-    bool finish()
-    {
-        if (remaining() > 0)
-        {
-            fail();
-        }
-        std::uint32_t const expected = checksum_;
-        std::uint32_t stored = 0;
-        if (is_good_)
-        {
-            bytes(&stored, sizeof stored);
-            swap_bytes_if_needed<std::uint32_t>(&stored, 1);
-        }
-        is_good_ = is_good_ && stored == expected;
-        return is_good_;
-    }
+    bool finish();
 
     /// Whether the file still holds that many elements.
     template <typename Element>
@@ -207,21 +165,7 @@ public:
     }
 
 private:
-    void bytes(void* data, std::size_t n)
-    {
-        if (n == 0)
-        {
-            return;
-        }
-        stream_.read(static_cast<char*>(data), static_cast<std::streamsize>(n));
-        if (!stream_)
-        {
-            fail();
-            return;
-        }
-        checksum_ = static_cast<std::uint32_t>(
-            crc32_z(checksum_, static_cast<unsigned char const*>(data), n));
-    }
+    void bytes(void* data, std::size_t n);
 
     std::ifstream stream_;
     bool is_open_ = false;

@@ -148,6 +148,21 @@ bool parse_number(std::string_view word, std::int64_t& number)
     return error == std::errc() && stop == end;
 }
 
+std::optional<FoundNumber> first_number(std::string_view text)
+{
+    constexpr char const* DIGITS = "0123456789";
+    auto const begin = text.find_first_of(DIGITS);
+    if (begin == std::string_view::npos)
+    {
+        return std::nullopt;
+    }
+    auto const end = std::min(text.find_first_not_of(DIGITS, begin), text.size());
+    FoundNumber found{std::numeric_limits<int>::max(), text.substr(begin, end - begin)};
+    // Leaves the value as it is where the digits make a larger one.
+    std::from_chars(text.data() + begin, text.data() + end, found.value);
+    return found;
+}
+
 bool equal_ignoring_case(std::string_view a, std::string_view b)
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),

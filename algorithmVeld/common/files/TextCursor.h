@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace OrvaneAlgorithm::detail
@@ -40,6 +41,16 @@ bool parse_number(std::string_view word, float& number);
 bool parse_number(std::string_view word, double& number);
 /// \return false if the word is no integer or does not fit
 bool parse_number(std::string_view word, std::int64_t& number);
+
+/// A number that stands somewhere in a text.
+struct FoundNumber
+{
+    int value = 0;           ///< The largest `int` if it is larger.
+    std::string_view digits; ///< Where it stands in the text, leading zeros included.
+};
+
+/// The first run of the digits 0 to 9 in a text, if there is one. A sign does not count.
+std::optional<FoundNumber> first_number(std::string_view text);
 
 /// ASCII only, so that the language of the process does not matter.
 bool equal_ignoring_case(std::string_view a, std::string_view b);

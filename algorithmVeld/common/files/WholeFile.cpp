@@ -24,31 +24,31 @@ std::string file_content(std::filesystem::path const& path)
     auto const status = fs::status(path, error);
     if (status.type() == fs::file_type::not_found)
     {
-        throw MeshFileError("no such file");
+        throw FileError("no such file");
     }
     if (fs::is_directory(status))
     {
-        throw MeshFileError("is a directory");
+        throw FileError("is a directory");
     }
     if (!fs::is_regular_file(status))
     {
-        throw MeshFileError(error ? "cannot be read: " + error.message() : "is not a file");
+        throw FileError(error ? "cannot be read: " + error.message() : "is not a file");
     }
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     auto const size = fs::file_size(path, error);
     if (!file || error)
     {
-        throw MeshFileError("cannot be read: " + system_message(errno));
+        throw FileError("cannot be read: " + system_message(errno));
     }
     if (size == 0)
     {
-        throw MeshFileError("is empty");
+        throw FileError("is empty");
     }
     std::string content(static_cast<std::size_t>(size), '\0');
     if (!file.read(content.data(), static_cast<std::streamsize>(size)))
     {
-        throw MeshFileError("cannot be read to its end");
+        throw FileError("cannot be read to its end");
     }
     return content;
 }

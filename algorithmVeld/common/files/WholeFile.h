@@ -1,6 +1,6 @@
 #pragma once
 
-#include "algorithmVeld/common/mesh_files/MeshSoup.h"
+#include "algorithmVeld/common/files/FileError.h"
 
 #include <exception>
 #include <filesystem>
@@ -13,7 +13,7 @@
 namespace OrvaneAlgorithm::detail
 {
 
-/// The content of a file. \throw MeshFileError if there is none that can be read
+/// The content of a file. \throw FileError if there is none that can be read
 std::string file_content(std::filesystem::path const& path);
 
 /// A line that no name in a file or of a file can break or colour.

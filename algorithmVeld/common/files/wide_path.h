@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <system_error>
 
 /// \file
 /// Wide names and paths of files, into each other. Where a wide character is a whole letter, the
@@ -21,6 +22,20 @@ inline std::filesystem::path path_from_wide(std::wstring const& name)
     else
     {
         return name;
+    }
+}
+
+/// \return false, with the path as it was, for characters that no file name can have
+inline bool path_from_wide(std::wstring const& name, std::filesystem::path& path)
+{
+    try
+    {
+        path = path_from_wide(name);
+        return true;
+    }
+    catch (std::system_error const&)
+    {
+        return false;
     }
 }
 

@@ -18,9 +18,6 @@ using RgbImage = Image<3, unsigned char>;
 using DepthImage = Image<1, std::uint16_t>;
 using Bytes = std::vector<unsigned char>;
 
-/// Larger images are refused: a damaged header must not take all memory.
-constexpr std::uint64_t MAX_IMAGE_PIXELS = std::uint64_t{1} << 28U;
-
 /// Write an image. \return false if the stream or the format cannot take it
 bool write_jpeg(std::ostream& stream, RgbImage const& image);
 bool write_png(std::ostream& stream, RgbImage const& image);

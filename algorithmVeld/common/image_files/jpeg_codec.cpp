@@ -1,5 +1,7 @@
 #include "algorithmVeld/common/image_files/image_codecs.h"
 
+#include "algorithmVeld/common/files/limits.h"
+
 #include <array>
 #include <cstdio> // libjpeg's header needs it
 
@@ -120,7 +122,7 @@ private:
     bool has_plausible_size() const
     {
         std::uint64_t const pixels = std::uint64_t{info_.image_width} * info_.image_height;
-        return !info_.arith_code && pixels > 0 && pixels <= MAX_IMAGE_PIXELS &&
+        return !info_.arith_code && pixels > 0 && pixels <= MOST_CELLS &&
                pixels / MAX_PIXELS_PER_BYTE <= bytes_.size();
     }
 

@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/image_files/image_codecs.h"
 
 #include "algorithmVeld/common/files/BinaryFile.h"
+#include "algorithmVeld/common/files/limits.h"
 
 #include <png.h>
 
@@ -116,7 +117,7 @@ private:
     {
         std::uint64_t const width = png_get_image_width(png_, info_);
         std::uint64_t const height = png_get_image_height(png_, info_);
-        return width * height <= MAX_IMAGE_PIXELS &&
+        return width * height <= MOST_CELLS &&
                height * png_get_rowbytes(png_, info_) / MAX_EXPANSION <= n_bytes;
     }
 

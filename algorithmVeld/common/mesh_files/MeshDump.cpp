@@ -39,7 +39,7 @@ void dump_mesh(TriMesh const& mesh, std::string const& path, std::string const& 
     StepTimer const timer(step, "saving-time");
     if (!write(mesh, path))
     {
-        log_line(gPH.log_enabled, "fail to write '%s'.\n", path.c_str());
+        log("fail to write '%s'.\n", path.c_str());
     }
 }
 

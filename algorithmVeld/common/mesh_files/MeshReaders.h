@@ -6,7 +6,7 @@
 
 /// \file
 /// One reader for each mesh format. Each takes the file's whole content, and takes it only if it is
-/// complete: counts agree with what is there. They throw `MeshFileError` otherwise, and never use
+/// complete: counts agree with what is there. They throw `FileError` otherwise, and never use
 /// more memory than a small multiple of the content, whatever the file declares. The soup still has
 /// to be checked.
 ///

@@ -58,8 +58,8 @@ void require_triangle(std::uint64_t face, std::uint64_t corners)
 {
     if (corners != 3)
     {
-        throw MeshFileError("face " + std::to_string(face) + " has " + std::to_string(corners) +
-                            " corners; only triangles are supported");
+        throw FileError("face " + std::to_string(face) + " has " + std::to_string(corners) +
+                        " corners; only triangles are supported");
     }
 }
 
@@ -67,15 +67,15 @@ void check_soup(MeshSoup const& soup)
 {
     if (soup.points.size() > most_faces || soup.faces.size() > most_faces)
     {
-        throw MeshFileError("holds more than a mesh can");
+        throw FileError("holds more than a mesh can");
     }
     auto const number = [&](auto index) { return std::to_string(index + soup.first_number); };
     for (std::size_t i = 0; i < soup.points.size(); ++i)
     {
         if (!soup.points[i].allFinite())
         {
-            throw MeshFileError("vertex " + number(static_cast<std::int64_t>(i)) +
-                                " has a coordinate that is not finite");
+            throw FileError("vertex " + number(static_cast<std::int64_t>(i)) +
+                            " has a coordinate that is not finite");
         }
     }
     for (std::size_t i = 0; i < soup.faces.size(); ++i)
@@ -84,9 +84,9 @@ void check_soup(MeshSoup const& soup)
         {
             if (corner < 0 || static_cast<std::size_t>(corner) >= soup.points.size())
             {
-                throw MeshFileError("face " + number(static_cast<std::int64_t>(i)) +
-                                    " names vertex " + number(corner) + ", but there are only " +
-                                    std::to_string(soup.points.size()));
+                throw FileError("face " + number(static_cast<std::int64_t>(i)) + " names vertex " +
+                                number(corner) + ", but there are only " +
+                                std::to_string(soup.points.size()));
             }
         }
     }

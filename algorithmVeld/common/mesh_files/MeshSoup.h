@@ -1,11 +1,11 @@
 #pragma once
 
 #include "algorithmVeld/common/TriMesh.h"
+#include "algorithmVeld/common/files/FileError.h"
 
 #include <array>
 #include <cstdint>
 #include <limits>
-#include <stdexcept>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
@@ -19,13 +19,6 @@ struct MeshSoup
     std::vector<Vector3f> normals; ///< one for each point, or none at all
     std::vector<Vector3f> colors;  ///< one for each point (each channel 0 to 1), or none at all
     int first_number = 0;          ///< what the format counts from, for messages
-};
-
-/// Why a mesh file is refused, worded to stand behind the file's name.
-class MeshFileError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
 };
 
 /// The most faces that a half-edge mesh can hold: each may need six halfedges, which have `int`

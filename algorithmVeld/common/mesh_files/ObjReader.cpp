@@ -31,7 +31,7 @@ public:
         }
         if (soup_.points.empty())
         {
-            throw MeshFileError("holds no vertices");
+            throw FileError("holds no vertices");
         }
         soup_.first_number = 1;
         finish_normals();
@@ -44,7 +44,7 @@ private:
 
     [[noreturn]] void refuse(char const* what) const
     {
-        throw MeshFileError("line " + std::to_string(text_.line_number()) + " " + what);
+        throw FileError("line " + std::to_string(text_.line_number()) + " " + what);
     }
 
     void parse_line()
@@ -180,9 +180,9 @@ private:
     {
         if (normal != none && static_cast<std::size_t>(normal) >= normals_.size())
         {
-            throw MeshFileError("face " + std::to_string(face + 1) + " names normal " +
-                                std::to_string(normal + 1) + ", but there are only " +
-                                std::to_string(normals_.size()));
+            throw FileError("face " + std::to_string(face + 1) + " names normal " +
+                            std::to_string(normal + 1) + ", but there are only " +
+                            std::to_string(normals_.size()));
         }
     }
 

@@ -40,7 +40,7 @@ Header parse_header(TextCursor& text)
     auto const keyword = text.next_word();
     if (keyword.size() < 3 || keyword.substr(keyword.size() - 3) != "OFF")
     {
-        throw MeshFileError(foreign);
+        throw FileError(foreign);
     }
     Header header;
     for (char const letter : keyword.substr(0, keyword.size() - 3))
@@ -58,7 +58,7 @@ Header parse_header(TextCursor& text)
             header.normals = true;
             break;
         default:
-            throw MeshFileError(foreign);
+            throw FileError(foreign);
         }
     }
     TextCursor ahead = text;
@@ -68,8 +68,7 @@ Header parse_header(TextCursor& text)
 
 [[noreturn]] void refuse_end(char const* element, std::uint64_t number)
 {
-    throw MeshFileError(std::string("ends in the middle of ") + element + " " +
-                        std::to_string(number));
+    throw FileError(std::string("ends in the middle of ") + element + " " + std::to_string(number));
 }
 
 // Text.
@@ -100,9 +99,8 @@ public:
         {
             refuse_end(element_, number_);
         }
-        throw MeshFileError(
-            std::string(element_) + " " + std::to_string(number_) +
-            (word.empty() ? " has too few values" : " has a value that is no number"));
+        throw FileError(std::string(element_) + " " + std::to_string(number_) +
+                        (word.empty() ? " has too few values" : " has a value that is no number"));
     }
 
     Vector3f vector()
@@ -137,7 +135,7 @@ std::uint64_t parse_count(std::string_view word)
     std::int64_t count = -1;
     if (!parse_number(word, count) || count < 0)
     {
-        throw MeshFileError("does not say how many vertices and faces it has");
+        throw FileError("does not say how many vertices and faces it has");
     }
     return static_cast<std::uint64_t>(count);
 }
@@ -167,8 +165,7 @@ int to_index(std::int64_t index, std::uint64_t face)
 {
     if (index < std::numeric_limits<int>::min() || index > std::numeric_limits<int>::max())
     {
-        throw MeshFileError("face " + std::to_string(face) +
-                            " has a corner that is no vertex index");
+        throw FileError("face " + std::to_string(face) + " has a corner that is no vertex index");
     }
     return static_cast<int>(index);
 }
@@ -228,7 +225,7 @@ MeshSoup read_text(TextCursor text, Header const& header)
     read_text_faces(text, counts.faces, soup);
     if (next_content_line(text))
     {
-        throw MeshFileError("holds more than it declares");
+        throw FileError("holds more than it declares");
     }
     return soup;
 }
@@ -323,7 +320,7 @@ MeshSoup read_binary(std::string_view body, Header const& header)
     constexpr std::size_t n_counts = 3;
     if (body.size() < n_counts * word_size)
     {
-        throw MeshFileError("ends within its header");
+        throw FileError("ends within its header");
     }
     bool const big_endian =
         ByteCursor(body, false).take<std::uint32_t>() > body.size() / smallest_vertex;
@@ -336,7 +333,7 @@ MeshSoup read_binary(std::string_view body, Header const& header)
     take_faces(bytes, big_endian, faces, soup);
     if (bytes.left() > 0)
     {
-        throw MeshFileError("holds more than it declares");
+        throw FileError("holds more than it declares");
     }
     return soup;
 }

@@ -60,7 +60,7 @@ ChunkHead parse_head(std::uint16_t bits)
 
 [[noreturn]] void refuse(char const* what)
 {
-    throw MeshFileError(what);
+    throw FileError(what);
 }
 
 class OmParser
@@ -328,8 +328,8 @@ private:
             }
             if (halfedge != first)
             {
-                throw MeshFileError("face " + std::to_string(face) +
-                                    " has not 3 corners; only triangles are supported");
+                throw FileError("face " + std::to_string(face) +
+                                " has not 3 corners; only triangles are supported");
             }
             soup_.faces.push_back(corners);
         }
@@ -343,15 +343,13 @@ private:
             halfedge >= 0 && static_cast<std::uint64_t>(halfedge) < halfedges_.size();
         if (!is_there)
         {
-            throw MeshFileError("face " + std::to_string(face) +
-                                " names a halfedge that is not there");
+            throw FileError("face " + std::to_string(face) + " names a halfedge that is not there");
         }
         auto const& found = halfedges_[static_cast<std::size_t>(halfedge)];
         if (found.face != static_cast<std::int64_t>(face) ||
             found.to_vertex != static_cast<int>(found.to_vertex))
         {
-            throw MeshFileError("face " + std::to_string(face) +
-                                " is linked to halfedges of another");
+            throw FileError("face " + std::to_string(face) + " is linked to halfedges of another");
         }
         return static_cast<int>(found.to_vertex);
     }

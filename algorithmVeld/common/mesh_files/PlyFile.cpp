@@ -8,8 +8,8 @@ namespace
 
 [[noreturn]] void refuse_header_line(TextCursor const& text)
 {
-    throw MeshFileError("line " + std::to_string(text.line_number()) +
-                        " of its header is not understood");
+    throw FileError("line " + std::to_string(text.line_number()) +
+                    " of its header is not understood");
 }
 
 Type parse_type(TextCursor& text)
@@ -105,7 +105,7 @@ Header parse_header(std::string_view content)
     text.next_line();
     if (text.next_word() != "ply" || !text.next_word().empty())
     {
-        throw MeshFileError("is not a PLY file");
+        throw FileError("is not a PLY file");
     }
     Header header;
     bool has_format = false;
@@ -139,7 +139,7 @@ Header parse_header(std::string_view content)
             refuse_header_line(text);
         }
     }
-    throw MeshFileError("ends within its header");
+    throw FileError("ends within its header");
 }
 
 } // namespace OrvaneAlgorithm::detail::ply

@@ -16,7 +16,7 @@
 
 /// \file
 /// The parts of a PLY file: its header, its values, and the element `vertex`. What else a file has
-/// to hold is the business of its readers. All throw `MeshFileError`.
+/// to hold is the business of its readers. All throw `FileError`.
 
 namespace OrvaneAlgorithm::detail::ply
 {
@@ -74,7 +74,7 @@ struct Row
     std::uint64_t number = 0;
 
     std::string name() const { return element->name + " " + std::to_string(number); }
-    [[noreturn]] void refuse_end() const { throw MeshFileError("ends in the middle of " + name()); }
+    [[noreturn]] void refuse_end() const { throw FileError("ends in the middle of " + name()); }
 };
 
 class BinarySource
@@ -147,7 +147,7 @@ public:
     {
         if (!text_.next_word().empty())
         {
-            throw MeshFileError(row_.name() + " has more values than the header declares");
+            throw FileError(row_.name() + " has more values than the header declares");
         }
     }
 
@@ -160,7 +160,7 @@ public:
             {
                 row_.refuse_end();
             }
-            throw MeshFileError(row_.name() + " has fewer values than the header declares");
+            throw FileError(row_.name() + " has fewer values than the header declares");
         }
         double value = 0;
         float single = 0;
@@ -169,7 +169,7 @@ public:
             type == Type::float32 ? parse_number(word, single) : parse_number(word, value);
         if (!is_number)
         {
-            throw MeshFileError(row_.name() + " has a value that is no number");
+            throw FileError(row_.name() + " has a value that is no number");
         }
         return type == Type::float32 ? single : value;
     }
@@ -239,7 +239,7 @@ std::uint64_t list_size(Source& source, Property const& property, Row const& row
     double const size = source.number(*property.list_count);
     if (!(size >= 0 && size <= std::numeric_limits<std::uint32_t>::max()))
     {
-        throw MeshFileError(row.name() + " has a list of impossible length");
+        throw FileError(row.name() + " has a list of impossible length");
     }
     return static_cast<std::uint64_t>(size);
 }
@@ -286,7 +286,7 @@ public:
         }
         if (!has(x) || !has(y) || !has(z))
         {
-            throw MeshFileError("has vertices without the coordinates x, y and z");
+            throw FileError("has vertices without the coordinates x, y and z");
         }
     }
 
@@ -347,21 +347,48 @@ inline int vertex_index(double value, Row const& row)
     if (!(value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max()) ||
         value != std::floor(value))
     {
-        throw MeshFileError(row.name() + " has a corner that is no vertex index");
+        throw FileError(row.name() + " has a corner that is no vertex index");
     }
     return static_cast<int>(value);
 }
 
-/// Calls `read(source)` with the source that the encoding asks for.
+template <typename Source, typename Read>
+void read_elements(Source source, Header const& header, MeshSoup& soup, char const* name,
+                   Read const& read)
+{
+    for (auto const& element : header.elements)
+    {
+        if (element.name == "vertex")
+        {
+            read_vertices(source, element, soup);
+        }
+        else if (element.name == name)
+        {
+            read(source, element);
+        }
+        else
+        {
+            skip_element(source, element);
+        }
+    }
+    if (!source.at_end())
+    {
+        throw FileError("holds more than its header declares");
+    }
+}
+
+/// Reads vertices into the soup and calls `read(source, element)` for the elements of one more
+/// name, with the source that the encoding asks for. All other elements are skipped.
 template <typename Read>
-void read_body(Header const& header, Read const& read)
+void read_body(Header const& header, MeshSoup& soup, char const* name, Read const& read)
 {
     if (header.encoding == Encoding::ascii)
     {
-        read(AsciiSource(header.body));
+        read_elements(AsciiSource(header.body), header, soup, name, read);
         return;
     }
-    read(BinarySource(header.body, header.encoding == Encoding::big_endian));
+    read_elements(BinarySource(header.body, header.encoding == Encoding::big_endian), header, soup,
+                  name, read);
 }
 
 } // namespace OrvaneAlgorithm::detail::ply

@@ -22,7 +22,7 @@ void read_faces(Source& source, Element const& element, MeshSoup& soup)
     auto const n_corner_lists = std::count_if(properties.begin(), properties.end(), is_corner_list);
     if (n_corner_lists != 1)
     {
-        throw MeshFileError("has faces without one list vertex_indices");
+        throw FileError("has faces without one list vertex_indices");
     }
     auto const most = source.most_rows(4);
     soup.faces.reserve(static_cast<std::size_t>(std::min(element.rows, most)));
@@ -46,32 +46,6 @@ void read_faces(Source& source, Element const& element, MeshSoup& soup)
     }
 }
 
-template <typename Source>
-MeshSoup read_elements(Source source, std::vector<Element> const& elements)
-{
-    MeshSoup soup;
-    for (auto const& element : elements)
-    {
-        if (element.name == "vertex")
-        {
-            read_vertices(source, element, soup);
-        }
-        else if (element.name == "face")
-        {
-            read_faces(source, element, soup);
-        }
-        else
-        {
-            skip_element(source, element);
-        }
-    }
-    if (!source.at_end())
-    {
-        throw MeshFileError("holds more than its header declares");
-    }
-    return soup;
-}
-
 /// The elements that a mesh is made of, each at most once.
 void check_elements(std::vector<Element> const& elements)
 {
@@ -82,11 +56,11 @@ void check_elements(std::vector<Element> const& elements)
     };
     if (count("vertex") != 1 || count("face") > 1)
     {
-        throw MeshFileError("does not declare one list of vertices and one of faces");
+        throw FileError("does not declare one list of vertices and one of faces");
     }
     if (count("tristrips") > 0)
     {
-        throw MeshFileError("holds triangle strips; only single triangles are supported");
+        throw FileError("holds triangle strips; only single triangles are supported");
     }
 }
 
@@ -97,7 +71,8 @@ MeshSoup read_ply(std::string_view content)
     auto const header = parse_header(content);
     check_elements(header.elements);
     MeshSoup soup;
-    read_body(header, [&](auto source) { soup = read_elements(source, header.elements); });
+    read_body(header, soup, "face",
+              [&](auto& source, Element const& element) { read_faces(source, element, soup); });
     return soup;
 }
 

@@ -95,7 +95,7 @@ MeshSoup read_binary(std::string_view content)
     auto const n = declared_faces(content);
     if (n > most_faces)
     {
-        throw MeshFileError("holds more than a mesh can");
+        throw FileError("holds more than a mesh can");
     }
     MeshSoup soup;
     soup.faces.reserve(static_cast<std::size_t>(n));
@@ -122,12 +122,12 @@ MeshSoup read_binary(std::string_view content)
 {
     if (content.size() < header_size)
     {
-        throw MeshFileError("is not an STL file, or ends within its header");
+        throw FileError("is not an STL file, or ends within its header");
     }
     auto const there = (content.size() - header_size) / face_size;
-    throw MeshFileError("is not an STL file, or damaged: declares " +
-                        std::to_string(declared_faces(content)) + " faces, but has the size of " +
-                        std::to_string(there));
+    throw FileError("is not an STL file, or damaged: declares " +
+                    std::to_string(declared_faces(content)) + " faces, but has the size of " +
+                    std::to_string(there));
 }
 
 // Text.
@@ -206,7 +206,7 @@ private:
     {
         if (!text_.next_line_with_words())
         {
-            throw MeshFileError(refusal);
+            throw FileError(refusal);
         }
     }
 
@@ -214,8 +214,7 @@ private:
     {
         if (!understood)
         {
-            throw MeshFileError("line " + std::to_string(text_.line_number()) +
-                                " is not understood");
+            throw FileError("line " + std::to_string(text_.line_number()) + " is not understood");
         }
     }
 
@@ -250,7 +249,7 @@ MeshSoup read_stl(std::string_view content)
     auto soup = binary ? read_binary(content) : TextParser(content).parse();
     if (soup.faces.empty())
     {
-        throw MeshFileError("holds no faces");
+        throw FileError("holds no faces");
     }
     return soup;
 }
