@@ -5,6 +5,7 @@
 #include "algorithmVeld/common/mesh/MeshInfo.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/mesh/SubMesh.h"
+#include "algorithmVeld/common/mesh/points.h"
 #include "algorithmVeld/common/running/Log.h"
 
 #include <algorithm>
@@ -162,7 +163,7 @@ RetVal ExtractStick::extract_all(TriMesh& mesh, std::vector<Vector3f> const& see
 {
     sticks.clear();
     sticks.resize(seed_points.size(), empty_mesh_like(mesh));
-    auto const& points = mesh.property(mesh.points_property_handle()).data_vector();
+    auto const& points = detail::points_of(mesh);
     log_and_print_line(verbose_,
                        "\n--------------------------------\nmesh.points_vector().size() = %d\n"
                        "--------------------------------\n",

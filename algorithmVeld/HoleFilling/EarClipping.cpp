@@ -3,6 +3,7 @@
 #include "algorithmVeld/HoleFilling/ears/EarList.h"
 #include "algorithmVeld/HoleFilling/ears/OpenLoops.h"
 #include "algorithmVeld/MeshAssistant/MeshAssistant.h"
+#include "algorithmVeld/common/geometry/angles.h"
 #include "algorithmVeld/common/mesh/AddFace.h"
 #include "algorithmVeld/common/mesh/EarGeometry.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
@@ -17,23 +18,12 @@ namespace OrvaneAlgorithm
 
 using detail::EarList;
 using detail::EarRemoval;
+using detail::log;
 
 namespace
 {
 
-constexpr float widest_corner = 3.1415927F;
-
-bool is_deleted(TriMesh const& mesh, OpenMesh::HalfedgeHandle h)
-{
-    return (mesh.has_halfedge_status() && mesh.status(h).deleted()) ||
-           (mesh.has_edge_status() && mesh.status(mesh.edge_handle(h)).deleted());
-}
-
-template <typename... Arguments>
-void log(char const* format, Arguments... arguments)
-{
-    detail::log_line(gPH.log_enabled, format, arguments...);
-}
+constexpr float widest_corner = detail::PI_F;
 
 void dump_nodes(TriMesh const& mesh, std::vector<OpenMesh::VertexHandle> const& nodes,
                 std::string name)
@@ -146,7 +136,7 @@ void EarClipping::fill_hole_type_plane(TriMesh& mesh)
     for (std::size_t i = 0; i < mesh.n_halfedges(); ++i)
     {
         OpenMesh::HalfedgeHandle const h(static_cast<int>(i));
-        if (!is_deleted(mesh, h) && mesh.is_boundary(h) && !mesh.property(visited_prop_, h))
+        if (!detail::is_deleted(mesh, h) && mesh.is_boundary(h) && !mesh.property(visited_prop_, h))
         {
             try_loop(mesh, h, open_loops);
         }
@@ -228,7 +218,7 @@ void EarClipping::try_loop(TriMesh& mesh, OpenMesh::HalfedgeHandle start,
     auto const loop = detail::boundary_walk(mesh, start);
     auto const first_edge = mesh.n_edges();
     open_reason_.reset();
-    if (is_beyond_max_perimeter(mesh, loop))
+    if (detail::is_beyond_perimeter(mesh, loop, max_perimeter_))
     {
         for (auto const h : loop)
         {
@@ -242,13 +232,6 @@ void EarClipping::try_loop(TriMesh& mesh, OpenMesh::HalfedgeHandle start,
     }
     open_loops.note(mesh, loop, first_edge, mesh.n_edges(),
                     open_reason_.value_or(OpenReason::BOUNDARY_TANGLED));
-}
-
-bool EarClipping::is_beyond_max_perimeter(TriMesh const& mesh,
-                                          std::vector<OpenMesh::HalfedgeHandle> const& loop) const
-{
-    return max_perimeter_ > 0.0 &&
-           !(detail::perimeter(mesh, detail::from_vertices(mesh, loop)) < max_perimeter_);
 }
 
 /// Walks from a halfedge to the first vertex that the walk meets again, and fills the loop. The
@@ -362,7 +345,7 @@ bool EarClipping::is_narrow_enough(TriMesh const& mesh, EarList const& list, Hol
         return true;
     }
     auto const remaining = static_cast<int>(list.size());
-    log("current min angle: %f PI\n", static_cast<double>(ear.angle) / 3.141592653589793);
+    log("current min angle: %f PI\n", static_cast<double>(ear.angle) / detail::PI);
     log("remaining nodes:   %d\n", remaining);
     char name[512];
     format_line(name, "hole-with-wrong-angle-node_%03d", remaining);

@@ -113,8 +113,6 @@ private:
     class Run;
 
     void try_loop(TriMesh& mesh, OpenMesh::HalfedgeHandle start, detail::OpenLoops& open_loops);
-    bool is_beyond_max_perimeter(TriMesh const& mesh,
-                                 std::vector<OpenMesh::HalfedgeHandle> const& loop) const;
     void walk_and_fill(TriMesh& mesh, OpenMesh::HalfedgeHandle start);
     void fill_simple_loop(TriMesh& mesh, std::vector<OpenMesh::VertexHandle>& nodes);
     void report_counters() const;

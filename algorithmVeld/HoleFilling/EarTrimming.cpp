@@ -3,6 +3,7 @@
 #include "algorithmVeld/HoleFilling/ears/EarList.h"
 #include "algorithmVeld/HoleFilling/ears/OpenLoops.h"
 #include "algorithmVeld/common/arrays/DisjointSets.h"
+#include "algorithmVeld/common/geometry/angles.h"
 #include "algorithmVeld/common/mesh/AddFace.h"
 #include "algorithmVeld/common/mesh/EarGeometry.h"
 #include "algorithmVeld/common/mesh/MeshPatch.h"
@@ -60,8 +61,8 @@ using detail::TrimPlan;
 namespace
 {
 
-constexpr double widest_corner = 6.283185307179586;
-constexpr float out_of_reach = 6.2831855F;
+constexpr double widest_corner = 2.0 * detail::PI;
+constexpr float out_of_reach = 2.0F * detail::PI_F;
 
 /// The holes that touch each other, directly or by way of others, as lists of their numbers. A hole
 /// looks at nothing but the surroundings of its corners, so that lists don't depend on each other.
@@ -153,7 +154,7 @@ RetVal EarTrimming::ear_trimming(TriMesh& mesh, bool use_node_num, bool use_edge
 
 RetVal EarTrimming::ear_trimming(TriMesh& mesh)
 {
-    detail::log_line(gPH.log_enabled, "ear_trimming() ..\n");
+    detail::log("ear_trimming() ..\n");
     {
         detail::StepTimer const timer("find-all-holes-ordered-halfedges");
         find_holes_ordered_halfedges(mesh);
@@ -201,7 +202,7 @@ void EarTrimming::find_holes_ordered_halfedges(TriMesh& mesh)
 
 void EarTrimming::fill_holes(TriMesh& mesh)
 {
-    detail::log_line(gPH.log_enabled, "fill_holes() ..\n");
+    detail::log("fill_holes() ..\n");
     open_holes_.clear();
     if (holes_.empty())
     {
@@ -244,9 +245,7 @@ void EarTrimming::set_aside_holes_beyond_limits(TriMesh const& mesh,
         {
             plan.open = OpenReason::TOO_MANY_EDGES;
         }
-        else if (max_perimeter_ > 0.0 &&
-                 !(detail::perimeter(mesh, detail::from_vertices(mesh, holes_[hole])) <
-                   max_perimeter_))
+        else if (detail::is_beyond_perimeter(mesh, holes_[hole], max_perimeter_))
         {
             plan.open = OpenReason::PERIMETER_TOO_LONG;
         }
@@ -440,8 +439,7 @@ void EarTrimming::carry_out(TriMesh& mesh, std::vector<TrimPlan> const& plans)
             // The plan has asked already whether the mesh can take the face.
             if (!mesh.add_face(a, b, c).is_valid())
             {
-                detail::log_line(gPH.log_enabled, "fail to add face [%s (%d)].\n", __FILE__,
-                                 __LINE__);
+                detail::log("fail to add face [%s (%d)].\n", __FILE__, __LINE__);
             }
         }
         open_loops.note(mesh, holes_[hole], first_edge, mesh.n_edges(),

@@ -1,5 +1,6 @@
 #include "algorithmVeld/MeshAssistant/MeshAssistant.h"
 
+#include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/mesh_files/ObjText.h"
 #include "algorithmVeld/common/running/Log.h"
 
@@ -16,15 +17,10 @@ namespace
 using VertexSet = std::set<OpenMesh::VertexHandle>;
 using FaceSet = std::set<OpenMesh::FaceHandle>;
 
-bool is_usable(TriMesh const& mesh, OpenMesh::FaceHandle face)
+template <typename Element>
+bool is_usable(TriMesh const& mesh, Element element)
 {
-    return mesh.is_valid_handle(face) && !(mesh.has_face_status() && mesh.status(face).deleted());
-}
-
-bool is_usable(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
-{
-    return mesh.is_valid_handle(vertex) &&
-           !(mesh.has_vertex_status() && mesh.status(vertex).deleted());
+    return mesh.is_valid_handle(element) && !detail::is_deleted(mesh, element);
 }
 
 /// Vertices with the one-based numbers that the file gives them.
@@ -57,8 +53,7 @@ public:
             auto const number = numbers_.find(it->idx());
             if (number == numbers_.end())
             {
-                detail::log_line(gPH.log_enabled, "invalid vetex index [%s (%d)]\n", __FILE__,
-                                 __LINE__);
+                detail::log("invalid vetex index [%s (%d)]\n", __FILE__, __LINE__);
                 continue;
             }
             result.push_back(number->second);
@@ -137,6 +132,17 @@ void add_corners(TriMesh const& mesh, FaceSet const& faces, Numbering& numbering
     }
 }
 
+/// Writes faces with their corners. \return false if the file cannot take them
+bool write_region(char const* path, TriMesh const& mesh, FaceSet const& faces)
+{
+    Numbering numbering;
+    add_corners(mesh, faces, numbering);
+    detail::ObjText file(path);
+    write_vertices(file, mesh, numbering);
+    write_faces(file, mesh, faces, numbering);
+    return file.close();
+}
+
 /// The boundary vertices that can be reached from one through boundary vertices.
 VertexSet boundary_component(TriMesh& mesh, OpenMesh::VertexHandle start)
 {
@@ -163,7 +169,7 @@ void MeshAssistant::output_faces(TriMesh const& mesh,
                                  std::vector<OpenMesh::FaceHandle> const& faces,
                                  std::string const& name)
 {
-    detail::log_line(gPH.log_enabled, "output_faces() ..\n");
+    detail::log("output_faces() ..\n");
     char path[512];
     format_line(path, "%s/%s", gPH.result_dir.c_str(), name.c_str());
 
@@ -192,7 +198,7 @@ void MeshAssistant::output_faces(TriMesh const& mesh,
     }
     if (!file.close())
     {
-        detail::log_line(gPH.log_enabled, "  !!!fail to write '%s'.\n", path);
+        detail::log("  !!!fail to write '%s'.\n", path);
     }
 }
 
@@ -212,16 +218,9 @@ void MeshAssistant::output_hole_region(TriMesh& mesh, std::string const& directo
         }
         auto const component = boundary_component(mesh, start);
         used.insert(component.begin(), component.end());
-        auto const faces = faces_around(mesh, component);
-        Numbering numbering;
-        add_corners(mesh, faces, numbering);
-
         char path[512];
         format_line(path, "%s/vertex-%d-hole-region.obj", directory.c_str(), start.idx());
-        detail::ObjText file(path);
-        write_vertices(file, mesh, numbering);
-        write_faces(file, mesh, faces, numbering);
-        if (!file.close())
+        if (!write_region(path, mesh, faces_around(mesh, component)))
         {
             detail::log_line(true, "fail to write '%s' [%s (%d)].\n", path, __FILE__, __LINE__);
         }
@@ -263,7 +262,7 @@ void MeshAssistant::output_neighbour_region(TriMesh const& mesh, OpenMesh::Verte
     write_faces(file, mesh, faces, numbering);
     if (!file.close())
     {
-        detail::log_line(gPH.log_enabled, "fail to write '%s'.\n", path);
+        detail::log("fail to write '%s'.\n", path);
     }
 }
 
@@ -279,15 +278,9 @@ void MeshAssistant::output_nodes_region(TriMesh const& mesh,
     format_line(path, "%s/%s-start-node-%d.obj", gPH.debug_dir.c_str(), name.c_str(),
                 nodes.front().idx());
 
-    auto const faces = faces_near(mesh, nodes);
-    Numbering numbering;
-    add_corners(mesh, faces, numbering);
-    detail::ObjText file(path);
-    write_vertices(file, mesh, numbering);
-    write_faces(file, mesh, faces, numbering);
-    if (!file.close())
+    if (!write_region(path, mesh, faces_near(mesh, nodes)))
     {
-        detail::log_line(gPH.log_enabled, "fail to write '%s'.\n", path);
+        detail::log("fail to write '%s'.\n", path);
     }
 }
 

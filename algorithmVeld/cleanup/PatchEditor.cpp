@@ -3,7 +3,7 @@
 #include "algorithmVeld/common/arrays/DisjointSets.h"
 #include "algorithmVeld/common/mesh/Compaction.h"
 #include "algorithmVeld/common/mesh/FaceSearch.h"
-#include "algorithmVeld/common/mesh/MeshCounts.h"
+#include "algorithmVeld/common/mesh/MeshInfo.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Log.h"
 
@@ -280,7 +280,7 @@ private:
 RetVal PatchEditor::remove_small_components_by_face(TriMesh& mesh, int face_thr, bool verbose)
 {
     detail::log_line(verbose, "remove_patch_by_face() with thr = %d ..\n", face_thr);
-    detail::log_mesh_counts(verbose, detail::INITIAL_COUNTS, mesh);
+    detail::log_size(verbose, detail::INITIAL_SIZE, mesh);
     {
         detail::DeletionScope const status(mesh);
         auto components = face_components(mesh, [](FaceHandle) { return true; });
@@ -296,14 +296,14 @@ RetVal PatchEditor::remove_small_components_by_face(TriMesh& mesh, int face_thr,
                                   });
         detail::compact(mesh);
     }
-    detail::log_mesh_counts(verbose, detail::FINAL_COUNTS, mesh);
+    detail::log_size(verbose, detail::FINAL_SIZE, mesh);
     return RET_SUCCESS;
 }
 
 RetVal PatchEditor::remove_small_components_by_vert(TriMesh& mesh, int vert_thr, bool verbose)
 {
     detail::log_line(verbose, "remove_patch_by_vert() with thr = %d ..\n", vert_thr);
-    detail::log_mesh_counts(verbose, detail::INITIAL_COUNTS, mesh);
+    detail::log_size(verbose, detail::INITIAL_SIZE, mesh);
     {
         detail::DeletionScope const status(mesh);
         auto components = vertex_components(mesh);
@@ -319,7 +319,7 @@ RetVal PatchEditor::remove_small_components_by_vert(TriMesh& mesh, int vert_thr,
                                     });
         detail::compact(mesh);
     }
-    detail::log_mesh_counts(verbose, detail::FINAL_COUNTS, mesh);
+    detail::log_size(verbose, detail::FINAL_SIZE, mesh);
     return RET_SUCCESS;
 }
 

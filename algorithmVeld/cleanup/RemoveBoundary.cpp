@@ -6,6 +6,7 @@
 #include "algorithmVeld/common/mesh/Compaction.h"
 #include "algorithmVeld/common/mesh/FaceSearch.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/mesh/points.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
 
@@ -76,11 +77,6 @@ private:
     std::vector<int> hits_;
     std::vector<float> sq_dists_;
 };
-
-std::vector<Vector3f> const& points_of(TriMesh const& mesh)
-{
-    return mesh.property(mesh.points_property_handle()).data_vector();
-}
 
 ChannelScope<Cloud> vertex_flags(Cloud& cloud)
 {
@@ -398,7 +394,7 @@ RetVal RemoveBoundary::remove_marker_mesh(TriMesh& mesh, std::vector<Vector3f> c
     log_line(verbose, "remove_marker_mesh() ..\n");
     log_info(verbose, "\n==========< initial TriMesh info >==========\n", mesh);
     {
-        MarkerSearch search(points_of(mesh), radius);
+        MarkerSearch search(detail::points_of(mesh), radius);
         detail::DeletionScope const scope(mesh);
         for (auto const& marker : marker_points)
         {
@@ -462,8 +458,8 @@ RetVal RemoveBoundary::remove_marker_mesh_ex(TriMesh& mesh,
         return RET_INVALID_INPUT;
     }
     detail::provide_normals(mesh);
-    delete_faces(mesh, faces_of_markers(HalfEdgeSurface(mesh), points_of(mesh), marker_points,
-                                        marker_normals, radius, normal_dot_thr));
+    delete_faces(mesh, faces_of_markers(HalfEdgeSurface(mesh), detail::points_of(mesh),
+                                        marker_points, marker_normals, radius, normal_dot_thr));
     log_info(verbose, "\n==========< final TriMesh info >==========\n", mesh);
     return RET_SUCCESS;
 }

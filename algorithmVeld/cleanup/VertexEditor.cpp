@@ -1,7 +1,7 @@
 #include "algorithmVeld/cleanup/VertexEditor.h"
 
 #include "algorithmVeld/common/mesh/Compaction.h"
-#include "algorithmVeld/common/mesh/MeshCounts.h"
+#include "algorithmVeld/common/mesh/MeshInfo.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Log.h"
 
@@ -113,7 +113,7 @@ private:
 RetVal VertexEditor::remove_non_manifold_verts(TriMesh& mesh, bool verbose)
 {
     detail::log_line(verbose, "remove_non_manifold_verts() ..\n");
-    detail::log_mesh_counts(verbose, detail::INITIAL_COUNTS, mesh);
+    detail::log_size(verbose, detail::INITIAL_SIZE, mesh);
     {
         detail::DeletionScope const status(mesh);
         Removal removal(mesh);
@@ -128,7 +128,7 @@ RetVal VertexEditor::remove_non_manifold_verts(TriMesh& mesh, bool verbose)
         removal.remove_what_was_damaged();
         detail::compact(mesh);
     }
-    detail::log_mesh_counts(verbose, detail::FINAL_COUNTS, mesh);
+    detail::log_size(verbose, detail::FINAL_SIZE, mesh);
     return RET_SUCCESS;
 }
 

@@ -1,7 +1,9 @@
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
 
 #include "algorithmVeld/common/KdTree3f.h"
+#include "algorithmVeld/common/geometry/angles.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/mesh/points.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 #include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
@@ -166,7 +168,7 @@ RetVal FindHolesEx::find_hole(TriMesh const& mesh, Vector3f const& point, double
     detail::log_line(verbose, "find_hole() : dis from vert < %f ..\n", distance);
     KdTree3f tree;
     tree.set_sorted(false);
-    tree.build_kdtree(mesh.property(mesh.points_property_handle()).data_vector());
+    tree.build_kdtree(detail::points_of(mesh));
     std::vector<int> hits;
     std::vector<float> sq_dists;
     if (tree.radius_search(point, static_cast<float>(distance), hits, sq_dists, 0) == 0)
@@ -207,8 +209,7 @@ RetVal FindHolesEx::find_marker_holes(TriMesh& mesh, std::vector<Vector3f> const
     }
     // A hole longer than the marker's circle cannot be its.
     Holes candidates;
-    RetVal const result =
-        find_holes(mesh, marker_radius * 2.0 * 3.141592653589793, candidates, verbose);
+    RetVal const result = find_holes(mesh, marker_radius * 2.0 * detail::PI, candidates, verbose);
     if (result != RET_SUCCESS)
     {
         return result;

@@ -1,9 +1,11 @@
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
 
 #include "algorithmVeld/common/arrays/checked.h"
+#include "algorithmVeld/common/geometry/angles.h"
 #include "algorithmVeld/common/geometry/unit_vector.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
+#include "algorithmVeld/common/running/Stages.h"
 #include "algorithmVeld/reconstruction/frames/FrameTriangulation.h"
 #include "algorithmVeld/reconstruction/overlap/FrameSurface.h"
 #include "algorithmVeld/reconstruction/overlap/LayerAverage.h"
@@ -21,15 +23,7 @@ namespace OrvaneAlgorithm
 namespace
 {
 
-constexpr double PI = 3.14159265358979323846;
-
-/// Runs one stage under its step.
-template <typename Stage>
-auto timed(char const* step, Stage const& stage)
-{
-    detail::StepTimer const timer(step, "frame-overlap");
-    return stage();
-}
+constexpr detail::Stages STAGES("frame-overlap");
 
 bool fits_numbering(std::vector<RangeData const*> const& ranges)
 {
@@ -46,14 +40,8 @@ bool fits_numbering(std::vector<RangeData const*> const& ranges)
 /// Whether frames can be worked on; the log tells why not.
 bool are_usable(std::vector<RangeData const*> const& ranges)
 {
-    if (ranges.empty())
+    if (!detail::have_normals(ranges))
     {
-        detail::log("  empty ranges.\n");
-        return false;
-    }
-    if (auto const frame = detail::frame_without_normals(ranges))
-    {
-        detail::log("  range %d missing vertex normal.\n", static_cast<int>(*frame));
         return false;
     }
     if (!fits_numbering(ranges))
@@ -76,15 +64,6 @@ void log_counts(std::vector<FrameOverlap::FrameCounts> const& counts)
         removed += counts[f].removed;
     }
     detail::log("  removed points: %zu of %zu\n", removed, points);
-}
-
-std::size_t complete_cells(RangeData const& frame)
-{
-    MatrixXi map;
-    frame.create_vertices_index_map(map);
-    std::vector<std::vector<int>> quads;
-    frame.convert_to_quad(map, quads);
-    return quads.size();
 }
 
 /// Runs `work(f)` for each frame in parallel.
@@ -203,8 +182,8 @@ FrameOverlap::FrameCounts count(RangeData const& frame, RangeData const& kept,
     {
         counts.overlapped += overlap.empty(first + i) ? 0 : 1;
     }
-    counts.cells = complete_cells(frame);
-    counts.cells_left = complete_cells(kept);
+    counts.cells = detail::grid_quads(frame).size();
+    counts.cells_left = detail::grid_quads(kept).size();
     return counts;
 }
 
@@ -242,28 +221,28 @@ std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> cons
     limits.spacing = spacing;
     limits.cover_factor = cover_factor_;
     limits.layer_factor = layer_factor_;
-    limits.least_cosine = std::cos(normal_angle_thr_ * PI / 180.0);
-    auto const surface = timed(
+    limits.least_cosine = std::cos(detail::radians(normal_angle_thr_));
+    auto const surface = STAGES.run(
         "list-frames", [&]
         { return detail::list_frame_surface(ranges, long_edge_factor_ * spacing, border_cells); });
     auto const overlap =
-        timed("find-overlap", [&] { return detail::find_overlap(surface, limits); });
+        STAGES.run("find-overlap", [&] { return detail::find_overlap(surface, limits); });
     auto const quality = detail::measure_quality(surface, spacing, border_cells);
-    auto const advantage =
-        timed("compare-frames", [&] { return detail::compare_frames(surface, overlap, quality); });
-    auto const stays = timed("choose-points",
-                             [&] {
-                                 return detail::choose_points(surface, overlap, advantage, spacing,
-                                                              gap_factor_ * spacing);
-                             });
+    auto const advantage = STAGES.run(
+        "compare-frames", [&] { return detail::compare_frames(surface, overlap, quality); });
+    auto const stays = STAGES.run("choose-points",
+                                  [&] {
+                                      return detail::choose_points(surface, overlap, advantage,
+                                                                   spacing, gap_factor_ * spacing);
+                                  });
     std::vector<float> shifts;
     if (averages_layers_)
     {
-        shifts = timed("average-layers",
-                       [&] {
-                           return detail::distances_to_mean(surface, overlap, quality, stays,
-                                                            layer_factor_ * spacing);
-                       });
+        shifts = STAGES.run("average-layers",
+                            [&] {
+                                return detail::distances_to_mean(surface, overlap, quality, stays,
+                                                                 layer_factor_ * spacing);
+                            });
     }
     detail::StepTimer const timer("copy-frames", "frame-overlap");
     auto const cells = detail::cells_left(surface, stays);

@@ -5,6 +5,7 @@
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/mesh_files/MeshDump.h"
 #include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/Stages.h"
 #include "algorithmVeld/reconstruction/frames/BorderFilter.h"
 #include "algorithmVeld/reconstruction/frames/FrameTriangulation.h"
 
@@ -16,13 +17,7 @@ namespace OrvaneAlgorithm
 namespace
 {
 
-/// Runs one stage under its step.
-template <typename Stage>
-auto timed(char const* step, Stage const& stage)
-{
-    detail::StepTimer const timer(step, "mesh-merge");
-    return stage();
-}
+constexpr detail::Stages STAGES("mesh-merge");
 
 /// Empties the mesh if an exception leaves the scope, for half of a merge is of no use.
 class EmptiedOnException
@@ -85,7 +80,7 @@ RetVal MeshMerge::mesh_merge(std::vector<RangeData const*> const& ranges, double
     detail::StepTimer const timer("mesh-merge");
     mesh.clear();
     FrameNumbers const frame_numbers(*this, mesh);
-    if (!timed("rge-to-mesh", [&] { return convert_rge_to_mesh(ranges, mesh); }))
+    if (!STAGES.run("rge-to-mesh", [&] { return convert_rge_to_mesh(ranges, mesh); }))
     {
         detail::log("  fail to convert rge to mesh.\n");
         return RET_INVALID_INPUT;
@@ -104,31 +99,31 @@ void MeshMerge::close_gaps(TriMesh& mesh, float stitch_radius, int max_hole_edge
 {
     double const longest_ear_edge = ear_edge_factor * point_spacing;
 
-    timed("delete-long-edge", [&] { delete_long_edge(mesh, long_edge_length); });
+    STAGES.run("delete-long-edge", [&] { delete_long_edge(mesh, long_edge_length); });
     save(mesh, "10-long-edge-deleted-mesh.stl", "save-long-edge-deleted-mesh");
 
-    timed("border-stitch", [&] { border_stitch(mesh, stitch_radius); });
+    STAGES.run("border-stitch", [&] { border_stitch(mesh, stitch_radius); });
     save(mesh, "20-stitched-mesh.stl", "save-stitched-mesh");
 
-    timed("mesh-filter", [&] { mesh_filter(mesh); });
+    STAGES.run("mesh-filter", [&] { mesh_filter(mesh); });
     save(mesh, "30-filtered-mesh.stl", "save-filtered-mesh");
 
-    timed("ear-trimming-round-1",
-          [&] {
-              ear_trimming(mesh, false, true, true, max_hole_edges, longest_ear_edge,
-                           ear_normal_angle);
-          });
+    STAGES.run("ear-trimming-round-1",
+               [&] {
+                   ear_trimming(mesh, false, true, true, max_hole_edges, longest_ear_edge,
+                                ear_normal_angle);
+               });
     save(mesh, "40-hole-filled-round-1-mesh.stl", "save-hole-filled-round-1-mesh");
 
-    timed("remove-small-components",
-          [&] { PostProcessing().remove_small_objects(mesh, min_component_size); });
+    STAGES.run("remove-small-components",
+               [&] { PostProcessing().remove_small_objects(mesh, min_component_size); });
     save(mesh, "50-small-components-removed-mesh.stl", "save-small-components-removed-mesh");
 
-    timed("ear-trimming-round-2",
-          [&] {
-              ear_trimming(mesh, true, false, false, max_hole_edges, longest_ear_edge,
-                           ear_normal_angle);
-          });
+    STAGES.run("ear-trimming-round-2",
+               [&] {
+                   ear_trimming(mesh, true, false, false, max_hole_edges, longest_ear_edge,
+                                ear_normal_angle);
+               });
     save(mesh, "60-hole-filled-round-2-mesh.stl", "save-hole-filled-round-2-mesh");
 }
 
@@ -143,14 +138,8 @@ void MeshMerge::save(TriMesh const& mesh, char const* name, char const* step) co
 bool MeshMerge::convert_rge_to_mesh(std::vector<RangeData const*> const& ranges, TriMesh& mesh)
 {
     detail::log("convert_rge_to_mesh() ..\n");
-    if (ranges.empty())
+    if (!detail::have_normals(ranges))
     {
-        detail::log("  empty ranges.\n");
-        return false;
-    }
-    if (auto const frame = detail::frame_without_normals(ranges))
-    {
-        detail::log("  range %d missing vertex normal.\n", static_cast<int>(*frame));
         return false;
     }
     detail::triangulate_frames(ranges, detail::ColourRule::ANY_FRAME, vert_frame_prop, mesh);

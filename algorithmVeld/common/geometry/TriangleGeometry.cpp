@@ -34,7 +34,7 @@ CornerAngles corner_angles(Vector3f const& a, Vector3f const& b, Vector3f const&
     CornerAngles angles{};
     angles.a = angle_between(ab, -ca);
     angles.b = angle_between(bc, -ab);
-    angles.c = static_cast<float>(3.141592653589793 - angles.a - angles.b);
+    angles.c = static_cast<float>(PI - angles.a - angles.b);
     return angles;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "algorithmVeld/common/geometry/angles.h"
 #include "algorithmVeld/common/types.h"
 
 #include <Eigen/Geometry>
@@ -19,11 +20,11 @@ inline float angle_between_units(Vector3f const& u, Vector3f const& v)
     }
     if (cosine < -0.98)
     {
-        return 3.1415927F; // folded onto each other, whatever the rounding
+        return PI_F; // folded onto each other, whatever the rounding
     }
     // Near 0 and pi the cosine hardly changes with the angle; the sine does.
     float const angle = std::asin(u.cross(v).norm());
-    return cosine <= 0.0F ? static_cast<float>(3.141592653589793 - angle) : angle;
+    return cosine <= 0.0F ? static_cast<float>(PI - angle) : angle;
 }
 
 /// Angle in radians between two vectors of any length; a vector without a direction is at right

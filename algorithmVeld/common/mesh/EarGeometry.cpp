@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/mesh/EarGeometry.h"
 
 #include "algorithmVeld/common/LogHolder.h"
+#include "algorithmVeld/common/geometry/angles.h"
 #include "algorithmVeld/common/mesh/AddFace.h"
 
 #include <algorithm>
@@ -14,7 +15,6 @@ namespace OrvaneAlgorithm::detail
 namespace
 {
 
-constexpr double pi = 3.141592653589793;
 constexpr double shortest_side = 1e-5;
 constexpr double sliver_sine = 0.001;
 
@@ -82,7 +82,7 @@ Corner measure_corner(TriMesh const& mesh, OpenMesh::VertexHandle cur, OpenMesh:
     // Rounding can carry the product of two unit vectors past 1, where acos is no number.
     float const angle = std::acos(std::clamp(e1.dot(e2), -1.0F, 1.0F));
     bool const reflex = w.cross(u).dot(e2.cross(e1)) < 0.0F;
-    return {CornerStatus::MEASURED, reflex ? static_cast<float>(2.0 * pi - angle) : angle,
+    return {CornerStatus::MEASURED, reflex ? static_cast<float>(2.0 * PI - angle) : angle,
             (mesh.point(prev) - mesh.point(next)).norm()};
 }
 
@@ -110,7 +110,7 @@ std::string corner_message(CornerStatus status, char const* file, int line)
 
 float cosine_of_degrees(double degrees)
 {
-    return static_cast<float>(std::cos(degrees * pi / 180.0));
+    return static_cast<float>(std::cos(radians(degrees)));
 }
 
 bool is_sliver(Vector3f const& e1, Vector3f const& e2, Vector3f const& normal)

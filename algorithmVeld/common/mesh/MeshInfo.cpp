@@ -85,4 +85,11 @@ void print_counts(bool enabled, char const* title, MeshCounts const& counts)
     log_and_print_line(enabled, "  Edge: \t %d\n", counts.edges);
 }
 
+void log_size(bool enabled, char const* heading, TriMesh const& mesh)
+{
+    log_line(enabled, heading);
+    log_line(enabled, "    # verts:         %8d\n", static_cast<int>(mesh.n_vertices()));
+    log_line(enabled, "    # faces:         %8d\n", static_cast<int>(mesh.n_faces()));
+}
+
 } // namespace OrvaneAlgorithm::detail

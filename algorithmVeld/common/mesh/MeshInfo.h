@@ -43,4 +43,11 @@ constexpr char const* MESH_INFO_TITLE = "Mesh info:\n";
 /// Logs and prints a title and four numbers if `enabled` is true.
 void print_counts(bool enabled, char const* title, MeshCounts const& counts);
 
+/// The headings of a mesh before and after an operation.
+constexpr char const* INITIAL_SIZE = "  # initital mesh info:\n";
+constexpr char const* FINAL_SIZE = "  # processed mesh info:\n";
+
+/// Logs how many vertices and faces a mesh has under a heading, if `enabled` is true.
+void log_size(bool enabled, char const* heading, TriMesh const& mesh);
+
 } // namespace OrvaneAlgorithm::detail

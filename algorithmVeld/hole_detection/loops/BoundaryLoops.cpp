@@ -279,4 +279,9 @@ double perimeter(TriMesh const& mesh, std::vector<VertexHandle> const& hole)
     return sum;
 }
 
+bool is_beyond_perimeter(TriMesh const& mesh, BoundaryLoop const& walk, double limit)
+{
+    return limit > 0.0 && !(perimeter(mesh, from_vertices(mesh, walk)) < limit);
+}
+
 } // namespace OrvaneAlgorithm::detail

@@ -49,4 +49,8 @@ Holes split_into_simple_holes(TriMesh const& mesh, Holes const& walks);
 /// Length of a closed line of vertices: each edge in `float`, their sum in `double`.
 double perimeter(TriMesh const& mesh, std::vector<OpenMesh::VertexHandle> const& hole);
 
+/// Whether a limit keeps a walk from being filled: its perimeter is not below the limit, or is no
+/// number. A limit of 0 is none.
+bool is_beyond_perimeter(TriMesh const& mesh, BoundaryLoop const& walk, double limit);
+
 } // namespace OrvaneAlgorithm::detail

@@ -1,6 +1,7 @@
 #include "algorithmVeld/reconstruction/frames/FrameTriangulation.h"
 
 #include "algorithmVeld/common/mesh/AddFace.h"
+#include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 
 #include <algorithm>
@@ -48,11 +49,7 @@ void triangulate(RangeData const& frame, TriMesh& part)
         frame.get_global_vCoord(i, point);
         part.add_vertex(point);
     }
-    MatrixXi map;
-    frame.create_vertices_index_map(map);
-    std::vector<std::vector<int>> quads;
-    frame.convert_to_quad(map, quads);
-    for (auto const& quad : quads)
+    for (auto const& quad : grid_quads(frame))
     {
         VertexHandle const q0(quad[0]);
         VertexHandle const q1(quad[1]);
@@ -147,16 +144,31 @@ bool wants_colours(std::vector<RangeData const*> const& ranges, ColourRule rule)
 
 } // namespace
 
-std::optional<std::size_t> frame_without_normals(std::vector<RangeData const*> const& ranges)
+bool have_normals(std::vector<RangeData const*> const& ranges)
 {
-    auto const found = std::find_if(ranges.begin(), ranges.end(),
-                                    [](RangeData const* frame)
-                                    { return frame == nullptr || !frame->has_vNormal; });
-    if (found == ranges.end())
+    if (ranges.empty())
     {
-        return std::nullopt;
+        log("  empty ranges.\n");
+        return false;
     }
-    return static_cast<std::size_t>(found - ranges.begin());
+    auto const lacking = std::find_if(ranges.begin(), ranges.end(),
+                                      [](RangeData const* frame)
+                                      { return frame == nullptr || !frame->has_vNormal; });
+    if (lacking != ranges.end())
+    {
+        log("  range %d missing vertex normal.\n", static_cast<int>(lacking - ranges.begin()));
+        return false;
+    }
+    return true;
+}
+
+std::vector<std::vector<int>> grid_quads(RangeData const& frame)
+{
+    MatrixXi map;
+    frame.create_vertices_index_map(map);
+    std::vector<std::vector<int>> quads;
+    frame.convert_to_quad(map, quads);
+    return quads;
 }
 
 void triangulate_frames(std::vector<RangeData const*> const& ranges, ColourRule colours,

@@ -3,7 +3,6 @@
 #include "algorithmVeld/common/RangeData.h"
 #include "algorithmVeld/common/TriMesh.h"
 
-#include <optional>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
@@ -16,9 +15,12 @@ enum class ColourRule
     FIRST_FRAME
 };
 
-/// The position of the first frame without vertex normals, if there is one. A null pointer is a
-/// frame without normals.
-std::optional<std::size_t> frame_without_normals(std::vector<RangeData const*> const& ranges);
+/// Whether there are frames and all of them have vertex normals; the log tells why not. A null
+/// pointer is a frame without normals.
+bool have_normals(std::vector<RangeData const*> const& ranges);
+
+/// The complete cells of a frame's grid, each as its four vertices.
+std::vector<std::vector<int>> grid_quads(RangeData const& frame);
 
 /// Puts frames into one mesh, each triangulated on its own grid: each grid cell becomes two
 /// triangles across its shorter diagonal, across the second one if both are equal. Frames share no

@@ -1,6 +1,7 @@
 #include "algorithmVeld/reconstruction/stitch/DelaunayFan.h"
 
 #include "algorithmVeld/common/geometry/LocalFrame.h"
+#include "algorithmVeld/common/geometry/angles.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,20 +12,18 @@ namespace OrvaneAlgorithm::detail
 namespace
 {
 
-constexpr double pi = 3.141592653589793;
-constexpr float two_pi = 6.2831855F;
+constexpr float TURN = 2.0F * PI_F;
 constexpr double smallest_divisor = 1e-5;
 constexpr double beyond_longest_edge = 1e-5;
 
-// 18 and 144 degrees.
-constexpr double narrowest_corner = 0.3141592653589793;
-constexpr double widest_corner = 2.5132741228718345;
+constexpr double narrowest_corner = radians(18.0);
+constexpr double widest_corner = radians(144.0);
 
 /// The turn from one angle to another, against the clock.
 float turn(float from, float to)
 {
     float const d = to - from;
-    return d < 0.0F ? d + two_pi : d;
+    return d < 0.0F ? d + TURN : d;
 }
 
 /// The order in which angles are walked. Those that are no numbers come last.
@@ -355,14 +354,14 @@ void DelaunayFan::fill_gap(int from, int to)
 /// Takes off the corners whose triangle's circle would have the next corner in it.
 void DelaunayFan::pop_hidden_tops(int k)
 {
-    if (!(static_cast<double>(turn(angle(stack_.back()), angle(k))) < pi))
+    if (!(static_cast<double>(turn(angle(stack_.back()), angle(k))) < PI))
     {
         return;
     }
     while (stack_.size() >= 2)
     {
         int const below = stack_[stack_.size() - 2];
-        if (static_cast<double>(turn(angle(below), angle(k))) >= pi ||
+        if (static_cast<double>(turn(angle(below), angle(k))) >= PI ||
             !is_in_circle(Vector2f::Zero(), local(below), local(stack_.back()), local(k)))
         {
             return;
@@ -393,7 +392,7 @@ bool DelaunayFan::has_fitting_shape(int rank_a, int rank_b, Vector3f& normal) co
     auto corner = static_cast<double>(angle(rank_b) - angle(rank_a));
     if (corner < 0.0)
     {
-        corner += 2.0 * pi;
+        corner += 2.0 * PI;
     }
     if (!(narrowest_corner < corner && corner < widest_corner))
     {

@@ -1,0 +1,14 @@
+#pragma once
+
+namespace OrvaneAlgorithm::detail
+{
+
+constexpr double PI = 3.141592653589793;
+constexpr float PI_F = 3.1415927F;
+
+constexpr double radians(double degrees)
+{
+    return degrees * PI / 180.0;
+}
+
+} // namespace OrvaneAlgorithm::detail
