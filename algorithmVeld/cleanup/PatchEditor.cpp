@@ -101,6 +101,12 @@ Components face_components(TriMesh const& mesh, Rule const& takes)
     return components;
 }
 
+/// The components of all faces.
+Components face_components(TriMesh const& mesh)
+{
+    return face_components(mesh, [](FaceHandle) { return true; });
+}
+
 /// The components of the vertices; vertices hang together along edges.
 Components vertex_components(TriMesh const& mesh)
 {
@@ -277,13 +283,18 @@ private:
 
 } // namespace
 
+int PatchEditor::count_components_by_face(TriMesh const& mesh)
+{
+    return face_components(mesh).number();
+}
+
 RetVal PatchEditor::remove_small_components_by_face(TriMesh& mesh, int face_thr, bool verbose)
 {
     detail::log_line(verbose, "remove_patch_by_face() with thr = %d ..\n", face_thr);
     detail::log_size(verbose, detail::INITIAL_SIZE, mesh);
     {
         detail::DeletionScope const status(mesh);
-        auto components = face_components(mesh, [](FaceHandle) { return true; });
+        auto components = face_components(mesh);
         log_patches(verbose, "    # face patch:          %8d\n", components);
         for_each_live<FaceHandle>(mesh, mesh.n_faces(),
                                   [&](FaceHandle face)

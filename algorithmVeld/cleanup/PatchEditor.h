@@ -24,6 +24,10 @@ public:
     PatchEditor& operator=(PatchEditor const&) { return *this; }
     ~PatchEditor() = default;
 
+    /// How many components `remove_small_components_by_face` would find: pieces of faces that hang
+    /// together over edges. A face that is marked deleted belongs to none.
+    static int count_components_by_face(TriMesh const& mesh);
+
     /// Removes the components of `face_thr` faces or fewer, with the vertices that lose their last
     /// face by it. Faces hang together over edges: a shared vertex joins nothing. Vertices that had
     /// no face before stay.

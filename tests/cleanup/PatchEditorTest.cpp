@@ -114,6 +114,23 @@ TriMesh dumbbell(int faces)
 
 // ---------------------------------------------------------------------------------------- by face
 
+TEST(PatchEditor, CountsPiecesThatHangTogetherOverEdges)
+{
+    EXPECT_EQ(PatchEditor::count_components_by_face(TriMesh()), 0);
+    EXPECT_EQ(PatchEditor::count_components_by_face(grid(3, 3)), 1);
+    EXPECT_EQ(PatchEditor::count_components_by_face(grid_and_strip()), 2);
+    EXPECT_EQ(PatchEditor::count_components_by_face(grid_with_hanging_triangle()), 2);
+}
+
+TEST(PatchEditor, FacesThatAreMarkedDeletedBelongToNoPiece)
+{
+    // Of a strip of five faces the middle one goes, and two pieces are left.
+    TriMesh mesh = strip(5);
+    detail::DeletionScope const status(mesh);
+    mesh.delete_face(OpenMesh::FaceHandle(2), false);
+    EXPECT_EQ(PatchEditor::count_components_by_face(mesh), 2);
+}
+
 TEST(SmallComponentsByFace, LimitZeroOrBelowRemovesNothing)
 {
     for (int const thr : {0, -1, LOWEST})
