@@ -1,12 +1,11 @@
 #include "algorithmVeld/api/algorithms.h"
 #include "algorithmVeld/common/LogHolder.h"
 #include "benchmarks/support/scans.h"
+#include "tests/support/threads.h"
 
 #include <benchmark/benchmark.h>
 
 #include <nlohmann/json.hpp>
-
-#include <omp.h>
 
 #include <string>
 
@@ -35,8 +34,7 @@ void add_steps(benchmark::State& state, nlohmann::json const& steps)
 void fill_holes_core(benchmark::State& state)
 {
     TriMesh const& mesh = veld_benchmark::scan_with_holes(static_cast<int>(state.range(0)));
-    int const threads = omp_get_max_threads();
-    omp_set_num_threads(static_cast<int>(state.range(1)));
+    veld_test::Threads const threads(static_cast<int>(state.range(1)));
     std::size_t new_faces = 0;
     gLH.clear_steps();
     for (auto _ : state)
@@ -56,7 +54,6 @@ void fill_holes_core(benchmark::State& state)
         }
         state.ResumeTiming();
     }
-    omp_set_num_threads(threads);
     state.counters["new_faces"] = static_cast<double>(new_faces);
     add_steps(state, nlohmann::json::parse(gLH.steps_as_json()));
 }

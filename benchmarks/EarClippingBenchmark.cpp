@@ -1,10 +1,10 @@
 #include "algorithmVeld/HoleFilling/EarClipping.h"
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
+#include "algorithmVeld/common/geometry/angles.h"
 #include "benchmarks/support/scans.h"
+#include "tests/support/threads.h"
 
 #include <benchmark/benchmark.h>
-
-#include <omp.h>
 
 #include <cmath>
 
@@ -46,15 +46,13 @@ void run(benchmark::State& state, TriMesh const& mesh, Fill const& fill)
 /// Arguments: faces of the mesh, threads.
 void ear_trimming(benchmark::State& state)
 {
-    int const threads = omp_get_max_threads();
-    omp_set_num_threads(static_cast<int>(state.range(1)));
+    veld_test::Threads const threads(static_cast<int>(state.range(1)));
     run(state, scan_with_holes(static_cast<int>(state.range(0))),
         [](TriMesh& mesh)
         {
             EarTrimming trimming;
             trimming.ear_trimming(mesh, false, false, true, 20, 0.6, 150.0);
         });
-    omp_set_num_threads(threads);
 }
 
 void ear_clipping(benchmark::State& state)
@@ -75,7 +73,7 @@ void ear_trimming_one_border(benchmark::State& state)
     auto const apex = disc.add_vertex(OrvaneAlgorithm::Vector3f(0, 0, 1000));
     for (int i = 0; i < n; ++i)
     {
-        double const t = 2.0 * 3.141592653589793 * i / n;
+        double const t = 2.0 * OrvaneAlgorithm::detail::PI * i / n;
         disc.add_vertex(OrvaneAlgorithm::Vector3f(static_cast<float>(1000 * std::cos(t)),
                                                   static_cast<float>(1000 * std::sin(t)), 0));
     }

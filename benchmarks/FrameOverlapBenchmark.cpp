@@ -1,9 +1,8 @@
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
 #include "benchmarks/support/sphere_frames.h"
+#include "tests/support/threads.h"
 
 #include <benchmark/benchmark.h>
-
-#include <omp.h>
 
 /// \file
 /// Taking the overlap out of ten frames of 60 thousand points each, and of sets of several such
@@ -18,8 +17,7 @@ using OrvaneAlgorithm::RangeData;
 /// Arguments: objects, threads.
 void frame_overlap(benchmark::State& state)
 {
-    int const threads = omp_get_max_threads();
-    omp_set_num_threads(static_cast<int>(state.range(1)));
+    veld_test::Threads const threads(static_cast<int>(state.range(1)));
     veld_benchmark::FrameSet const set(static_cast<int>(state.range(0)));
     std::size_t left = 0;
     for (auto _ : state)
@@ -36,7 +34,6 @@ void frame_overlap(benchmark::State& state)
     state.counters["points_left"] = static_cast<double>(left);
     state.counters["points_per_second"] = benchmark::Counter(
         static_cast<double>(set.points), benchmark::Counter::kIsIterationInvariantRate);
-    omp_set_num_threads(threads);
 }
 
 } // namespace

@@ -2,10 +2,9 @@
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
 #include "algorithmVeld/reconstruction/MeshMerge.h"
 #include "benchmarks/support/sphere_frames.h"
+#include "tests/support/threads.h"
 
 #include <benchmark/benchmark.h>
-
-#include <omp.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -76,8 +75,7 @@ std::vector<RangeData> single_layer(FrameSet const& set, double spacing)
 /// Argument: threads.
 void frames_to_mesh(benchmark::State& state)
 {
-    int const threads = omp_get_max_threads();
-    omp_set_num_threads(static_cast<int>(state.range(0)));
+    veld_test::Threads const threads(static_cast<int>(state.range(0)));
     FrameSet const& set = frames_to_merge();
     std::size_t faces = 0;
     for (auto _ : state)
@@ -98,7 +96,6 @@ void frames_to_mesh(benchmark::State& state)
     }
     state.counters["points"] = static_cast<double>(set.points);
     state.counters["faces"] = static_cast<double>(faces);
-    omp_set_num_threads(threads);
 }
 
 } // namespace

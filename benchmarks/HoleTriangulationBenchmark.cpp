@@ -1,9 +1,8 @@
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 #include "benchmarks/support/bumpy_sphere.h"
+#include "tests/support/threads.h"
 
 #include <benchmark/benchmark.h>
-
-#include <omp.h>
 
 #include <cmath>
 #include <map>
@@ -116,7 +115,7 @@ void triangulate(benchmark::State& state)
     {
         found = holes.emplace(state.range(0), Hole(make(static_cast<int>(state.range(0))))).first;
     }
-    omp_set_num_threads(static_cast<int>(state.range(1)));
+    veld_test::Threads const threads(static_cast<int>(state.range(1)));
     HoleFillingCore const core;
     bool filled = false;
     for (auto _ : state)

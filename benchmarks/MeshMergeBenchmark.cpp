@@ -1,10 +1,9 @@
 #include "algorithmVeld/common/LogHolder.h"
 #include "algorithmVeld/reconstruction/MeshMerge.h"
 #include "benchmarks/support/sphere_frames.h"
+#include "tests/support/threads.h"
 
 #include <benchmark/benchmark.h>
-
-#include <omp.h>
 
 #include <string>
 
@@ -31,8 +30,7 @@ double seconds_of(std::string const& report, std::string const& step)
 /// Arguments: objects, threads.
 void mesh_merge(benchmark::State& state)
 {
-    int const threads = omp_get_max_threads();
-    omp_set_num_threads(static_cast<int>(state.range(1)));
+    veld_test::Threads const threads(static_cast<int>(state.range(1)));
     veld_benchmark::FrameSet const set(static_cast<int>(state.range(0)));
     gLH.clear_steps();
     std::size_t faces = 0;
@@ -63,7 +61,6 @@ void mesh_merge(benchmark::State& state)
     state.counters["points"] = static_cast<double>(set.points);
     state.counters["faces"] = static_cast<double>(faces);
     state.counters["border_edges"] = static_cast<double>(borders);
-    omp_set_num_threads(threads);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/KdTree3f.h"
 #include "algorithmVeld/common/TriMesh.h"
+#include "algorithmVeld/common/geometry/angles.h"
 
 #include <algorithm>
 #include <array>
@@ -22,6 +23,7 @@ namespace veld_benchmark
 
 using OrvaneAlgorithm::TriMesh;
 using OrvaneAlgorithm::Vector3f;
+using OrvaneAlgorithm::detail::PI;
 using Triangle = std::array<int, 3>;
 
 struct Surface
@@ -99,7 +101,7 @@ inline Surface cube_sphere(int n)
     for (auto const k : keys)
     {
         auto const on_cube = [n](int64_t c)
-        { return std::tan((2.0 * static_cast<double>(c) / n - 1.0) * 3.141592653589793 / 4.0); };
+        { return std::tan((2.0 * static_cast<double>(c) / n - 1.0) * PI / 4.0); };
         Eigen::Vector3d const p(on_cube(k / (n + 1) / (n + 1)), on_cube(k / (n + 1) % (n + 1)),
                                 on_cube(k % (n + 1)));
         sphere.points.push_back(p.normalized().cast<float>());
@@ -213,7 +215,7 @@ inline void cut_holes(Surface& sphere, int holes, int length)
     {
         // Points of a Fibonacci lattice, and the radius by bisection.
         double const z = 1.0 - 2.0 * (h + 0.5) / holes;
-        double const angle = 3.141592653589793 * (1.0 + std::sqrt(5.0)) * (h + 0.5);
+        double const angle = PI * (1.0 + std::sqrt(5.0)) * (h + 0.5);
         double const r = std::sqrt(1.0 - z * z);
         Vector3f const centre =
             Eigen::Vector3d(std::cos(angle) * r, std::sin(angle) * r, z).cast<float>();
@@ -301,7 +303,7 @@ inline TriMesh bumpy_sphere(int faces, int holes, int length)
     int const n = cells_for(faces);
     Surface sphere = cube_sphere(n);
     cut_holes(sphere, holes, length);
-    add_bumps(sphere, 100.0 * 3.141592653589793 / 2.0 / n);
+    add_bumps(sphere, 100.0 * PI / 2.0 / n);
     return to_mesh(sphere);
 }
 

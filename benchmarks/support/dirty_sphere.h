@@ -54,7 +54,7 @@ inline void add_specks(Surface& sphere, int specks)
             sphere.points.emplace_back(place * 1.1F);
             for (int k = 0; k < 6; ++k)
             {
-                double const angle = k * 3.141592653589793 / 3.0;
+                double const angle = k * PI / 3.0;
                 sphere.points.emplace_back(place * 1.1F +
                                            Vector3f(static_cast<float>(std::cos(angle)),
                                                     static_cast<float>(std::sin(angle)), 0.0F) *
@@ -74,7 +74,7 @@ inline TriMesh dirty_sphere(int faces, int specks, int pinches)
     Surface sphere = cube_sphere(n);
     pinch_vertices(sphere, pinches);
     add_specks(sphere, specks);
-    add_bumps(sphere, 100.0 * 3.141592653589793 / 2.0 / n);
+    add_bumps(sphere, 100.0 * PI / 2.0 / n);
     return to_mesh(sphere);
 }
 

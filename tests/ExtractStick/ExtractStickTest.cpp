@@ -1,4 +1,5 @@
 #include "algorithmVeld/api/algorithms.h"
+#include "algorithmVeld/common/geometry/angles.h"
 #include "algorithmVeld/common/mesh_io.h"
 #include "tests/support/holes.h"
 #include "tests/support/log_capture.h"
@@ -256,7 +257,7 @@ TriMesh plate_with_stick(int height, bool upwards = true)
     {
         for (int i = 0; i < SIDES; ++i)
         {
-            double const angle = 2.0 * 3.141592653589793 * i / SIDES;
+            double const angle = 2.0 * detail::PI * i / SIDES;
             points.emplace_back(radius * static_cast<float>(std::cos(angle)),
                                 radius * static_cast<float>(std::sin(angle)), up * z);
         }

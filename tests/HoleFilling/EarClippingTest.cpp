@@ -1,5 +1,5 @@
 #include "algorithmVeld/HoleFilling/EarClipping.h"
-#include "ear_meshes.h"
+#include "tests/support/ear_meshes.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/steps.h"
 #include "tests/support/temp_dir.h"

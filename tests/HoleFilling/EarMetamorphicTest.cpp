@@ -1,6 +1,6 @@
 #include "algorithmVeld/HoleFilling/EarClipping.h"
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
-#include "ear_meshes.h"
+#include "tests/support/ear_meshes.h"
 #include "tests/support/threads.h"
 
 #include <gmock/gmock.h>

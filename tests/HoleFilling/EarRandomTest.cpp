@@ -66,20 +66,6 @@ void expect_all_loops_explained(TriMesh const& mesh, Filler const& filler)
     EXPECT_EQ(reported, open);
 }
 
-/// Old vertices and faces are as they were; the rest holds together.
-void expect_only_added_to(TriMesh const& before, TriMesh const& after)
-{
-    ASSERT_EQ(after.n_vertices(), before.n_vertices());
-    for (auto const v : before.vertices())
-    {
-        EXPECT_EQ(after.point(v), before.point(v));
-    }
-    auto old_faces = faces_from(after, 0);
-    old_faces.resize(before.n_faces());
-    EXPECT_EQ(old_faces, faces_from(before, 0));
-    EXPECT_EQ(broken_link(after), "");
-}
-
 } // namespace
 
 TEST(EarRandom, TrimmingIsTheSameAsOneHoleAfterTheOtherOnTheMeshItself)

@@ -1,5 +1,5 @@
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
-#include "ear_meshes.h"
+#include "tests/support/ear_meshes.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/steps.h"
 

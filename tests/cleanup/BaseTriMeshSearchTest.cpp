@@ -1,8 +1,8 @@
 #include "algorithmVeld/cleanup/BaseTriMeshSearch.h"
 #include "tests/support/standard_output.h"
+#include "tests/support/threads.h"
 
 #include <gmock/gmock.h>
-#include <omp.h>
 
 #include <map>
 #include <random>
@@ -261,11 +261,9 @@ TEST(BaseTriMeshSearch, HasTheListsThatAPlainSearchHas)
 
 TEST(BaseTriMeshSearch, HasTheSameListsOnAnyNumberOfThreads)
 {
-    int const before = omp_get_max_threads();
     for (int const threads : {1, 2, 8})
     {
-        omp_set_num_threads(threads);
+        Threads const scope(threads);
         expect_plain(soup(1, 50, 400));
     }
-    omp_set_num_threads(before);
 }

@@ -2,8 +2,7 @@
 #include "tests/support/holes.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/meshes.h"
-
-#include <omp.h>
+#include "tests/support/threads.h"
 
 #include <limits>
 
@@ -325,11 +324,10 @@ TEST(FindMarkerHoles, TheNumberOfThreadsChangesNothing)
             normals.emplace_back(0.0F, 0.0F, i % 5 == 0 ? -1.0F : 1.0F);
         }
     }
-    int const threads = omp_get_max_threads();
     std::vector<std::vector<std::vector<int>>> results;
     for (int const n : {1, 2, 8})
     {
-        omp_set_num_threads(n);
+        Threads const scope(n);
         TriMesh mesh = grid_without(41, 21, missing);
         Holes holes;
         EXPECT_EQ(FindHolesEx::find_marker_holes(mesh, markers, normals, 0.25, 1.0, true, 0.9,
@@ -337,7 +335,6 @@ TEST(FindMarkerHoles, TheNumberOfThreadsChangesNothing)
                   RET_SUCCESS);
         results.push_back(indices(holes));
     }
-    omp_set_num_threads(threads);
     EXPECT_EQ(results[1], results[0]);
     EXPECT_EQ(results[2], results[0]);
     // Of 0 to 199, 133 are no multiples of 3; 26 of these are multiples of 5.

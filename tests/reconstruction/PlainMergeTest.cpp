@@ -2,10 +2,9 @@
 #include "tests/reconstruction/reference_merge.h"
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/sanitizers.h"
+#include "tests/support/threads.h"
 
 #include <gtest/gtest.h>
-
-#include <omp.h>
 
 using namespace OrvaneAlgorithm;
 using namespace veld_test;
@@ -16,8 +15,6 @@ namespace
 class PlainMerge : public testing::TestWithParam<int>
 {
 protected:
-    ~PlainMerge() override { omp_set_num_threads(threads_); }
-
     /// Merges with one, two and eight threads and plainly, and compares every link and bit.
     void compare(std::vector<RangeData> const& frames, reference::MergeSettings const& s)
     {
@@ -27,7 +24,7 @@ protected:
         auto const print = fingerprint(expected);
         for (int const threads : {1, 2, 8})
         {
-            omp_set_num_threads(threads);
+            Threads const scope(threads);
             MeshMerge merger;
             merger.set_point_spacing(s.point_spacing);
             merger.set_normal_angle_thr(s.normal_angle_thr);
@@ -59,9 +56,6 @@ protected:
     }
 
     int faces_between_frames_ = 0;
-
-private:
-    int threads_ = omp_get_max_threads();
 };
 
 // Frames of random size over and through each other: many slabs, and many borders within reach of

@@ -5,6 +5,7 @@
 #include "algorithmVeld/common/KdTree3f.h"
 #include "tests/reconstruction/frames.h"
 #include "tests/support/meshes.h"
+#include "tests/support/reference_normals.h"
 
 #include <Eigen/Eigenvalues>
 
@@ -92,39 +93,6 @@ inline bool in_circle(Vector2f const& a, Vector2f const& b, Vector2f const& c, V
     put(2, c);
     put(3, d);
     return m.determinant() <= 0;
-}
-
-inline bool consistent(TriMesh const& mesh, VertexHandle va, VertexHandle vb, VertexHandle vc,
-                       float degrees)
-{
-    auto const cos_thr =
-        static_cast<float>(std::cos(static_cast<double>(degrees) * 3.141592653589793 / 180.0));
-    Vector3f const e1 = mesh.point(vb) - mesh.point(va);
-    Vector3f const e2 = mesh.point(vc) - mesh.point(va);
-    Vector3f n = e1.cross(e2);
-    if (static_cast<double>(e1.norm()) * 0.001 * static_cast<double>(e2.norm()) >
-        static_cast<double>(n.norm()))
-    {
-        return false;
-    }
-    n.normalize();
-    for (auto const v : {va, vb, vc})
-    {
-        for (auto f = mesh.cvf_iter(v); f.is_valid(); ++f)
-        {
-            std::vector<Vector3f> p;
-            for (auto it = mesh.cfh_iter(*f); it.is_valid(); ++it)
-            {
-                p.push_back(mesh.point(mesh.to_vertex_handle(*it)));
-            }
-            Vector3f const m = (p[1] - p[0]).cross(p[2] - p[0]);
-            if (m.norm() * cos_thr > m.dot(n))
-            {
-                return false;
-            }
-        }
-    }
-    return true;
 }
 
 inline Matrix3f frame_at(TriMesh const& mesh, std::vector<int> const& points, VertexHandle centre)
@@ -442,7 +410,8 @@ private:
         }
         n.normalize();
         if (n.dot(mesh_.normal(c)) < 0 || n.dot(mesh_.normal(a)) < 0 ||
-            n.dot(mesh_.normal(b)) < 0 || !consistent(mesh_, c, a, b, settings_.normal_angle_thr))
+            n.dot(mesh_.normal(b)) < 0 ||
+            !consistent(mesh_, c, a, b, static_cast<double>(settings_.normal_angle_thr)))
         {
             return;
         }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/common/TriMesh.h"
+#include "algorithmVeld/common/geometry/angles.h"
 
 #include <array>
 #include <cmath>
@@ -77,7 +78,7 @@ inline TriMesh open_cone(int n, float height = 1.0F)
     std::vector<Triangle> triangles;
     for (int i = 0; i < n; ++i)
     {
-        double const angle = 2.0 * 3.141592653589793 * i / n;
+        double const angle = 2.0 * OrvaneAlgorithm::detail::PI * i / n;
         points.emplace_back(static_cast<float>(std::cos(angle)),
                             static_cast<float>(std::sin(angle)), 0.0F);
         triangles.push_back({0, 1 + i, 1 + (i + 1) % n});

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <string>
+#include <vector>
 
 namespace veld_test
 {
@@ -30,6 +32,25 @@ inline bool without_real_data()
         return true;
     }
     return false;
+}
+
+/// Paths of the meshes with holes among the real scans, by name; none where they are left out.
+inline std::vector<std::string> scans_with_holes()
+{
+    std::vector<std::string> paths;
+    if (without_real_data())
+    {
+        return paths;
+    }
+    for (auto const& entry : std::filesystem::directory_iterator(real_data("meshes_holes")))
+    {
+        if (entry.path().extension() == ".ply")
+        {
+            paths.push_back(entry.path().string());
+        }
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
 }
 
 } // namespace veld_test

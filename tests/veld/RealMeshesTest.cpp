@@ -14,24 +14,6 @@ namespace
 
 using namespace veld_test;
 
-std::vector<std::string> real_meshes()
-{
-    std::vector<std::string> paths;
-    if (without_real_data())
-    {
-        return paths;
-    }
-    for (auto const& entry : std::filesystem::directory_iterator(real_data("meshes_holes")))
-    {
-        if (entry.path().extension() == ".ply")
-        {
-            paths.push_back(entry.path().string());
-        }
-    }
-    std::sort(paths.begin(), paths.end());
-    return paths;
-}
-
 TriMesh load(std::string const& path)
 {
     TriMesh mesh;
@@ -66,7 +48,7 @@ std::size_t edges_with_one_face(TriMesh const& mesh)
 
 TEST(RealMeshes, HolesAreTheWholeBoundary)
 {
-    for (auto const& path : real_meshes())
+    for (auto const& path : scans_with_holes())
     {
         Outcome const run = run_veld({"holes", path, "--json"});
         ASSERT_EQ(run.status, 0) << path << run.err;
@@ -82,7 +64,7 @@ TEST(RealMeshes, HolesAreTheWholeBoundary)
 
 TEST(RealMeshes, FillKeepsWhatIsThereAndNamesWhatStaysOpen)
 {
-    for (auto const& path : real_meshes())
+    for (auto const& path : scans_with_holes())
     {
         for (std::string const method : {"clip", "trim"})
         {
@@ -115,7 +97,7 @@ TEST(RealMeshes, FillKeepsWhatIsThereAndNamesWhatStaysOpen)
 
 TEST(RealMeshes, CarefulFillingIsTheSameForAnyNumberOfThreadsAndNamesWhatStaysOpen)
 {
-    for (auto const& path : real_meshes())
+    for (auto const& path : scans_with_holes())
     {
         TempDir const dir;
         std::array<std::string, 2> const outputs{dir.file("1.ply"), dir.file("2.ply")};
@@ -166,7 +148,7 @@ TEST(RealMeshes, FiveHolesOfTheFullRangeScanAreClosed)
 
 TEST(RealMeshes, CleaningLeavesNoSpeckAndNoVertexWhereFansMeet)
 {
-    for (auto const& path : real_meshes())
+    for (auto const& path : scans_with_holes())
     {
         TempDir const dir;
         // Fans that come apart may leave specks, so these go last.

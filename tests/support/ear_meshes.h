@@ -3,13 +3,16 @@
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <random>
 #include <set>
 #include <vector>
 
 /// \file
-/// Meshes for the tests of the ear methods, and what is read from them.
+/// Meshes for the tests of the ear methods, what is read from them, and what any filling has to
+/// keep.
 
 namespace veld_test
 {
@@ -74,6 +77,17 @@ inline std::string broken_link(TriMesh const& mesh)
         }
     }
     return mesh.is_legal() ? "" : "a face that is no triangle";
+}
+
+/// After a filling old vertices and faces are as they were, and the rest holds together.
+inline void expect_only_added_to(TriMesh const& before, TriMesh const& after)
+{
+    ASSERT_EQ(after.n_vertices(), before.n_vertices());
+    EXPECT_TRUE(std::equal(before.points(), before.points() + before.n_vertices(), after.points()));
+    auto old_faces = faces_from(after, 0);
+    old_faces.resize(before.n_faces());
+    EXPECT_EQ(old_faces, faces_from(before, 0));
+    EXPECT_EQ(broken_link(after), "");
 }
 
 /// The boundary loops as sets of halfedges.

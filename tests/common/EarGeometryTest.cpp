@@ -1,5 +1,5 @@
 #include "algorithmVeld/common/mesh/EarGeometry.h"
-#include "ear_meshes.h"
+#include "tests/support/ear_meshes.h"
 
 #include <gtest/gtest.h>
 
