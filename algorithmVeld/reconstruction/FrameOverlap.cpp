@@ -5,7 +5,7 @@
 #include "algorithmVeld/common/geometry/unit_vector.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
-#include "algorithmVeld/common/running/Stages.h"
+#include "algorithmVeld/common/running/TimedStages.h"
 #include "algorithmVeld/reconstruction/frames/FrameTriangulation.h"
 #include "algorithmVeld/reconstruction/overlap/FrameSurface.h"
 #include "algorithmVeld/reconstruction/overlap/LayerAverage.h"
@@ -23,7 +23,7 @@ namespace OrvaneAlgorithm
 namespace
 {
 
-constexpr detail::Stages STAGES("frame-overlap");
+constexpr detail::TimedStages STAGES("frame-overlap");
 
 bool fits_numbering(std::vector<RangeData const*> const& ranges)
 {

@@ -5,7 +5,7 @@
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/mesh_files/MeshDump.h"
 #include "algorithmVeld/common/running/Log.h"
-#include "algorithmVeld/common/running/Stages.h"
+#include "algorithmVeld/common/running/TimedStages.h"
 #include "algorithmVeld/reconstruction/frames/BorderFilter.h"
 #include "algorithmVeld/reconstruction/frames/FrameTriangulation.h"
 
@@ -17,7 +17,7 @@ namespace OrvaneAlgorithm
 namespace
 {
 
-constexpr detail::Stages STAGES("mesh-merge");
+constexpr detail::TimedStages STAGES("mesh-merge");
 
 /// Empties the mesh if an exception leaves the scope, for half of a merge is of no use.
 class EmptiedOnException

@@ -3,8 +3,9 @@
 #include "workflow/StepScope.h"
 #include "workflow/steps/FindHoles.h"
 
+#include "algorithmVeld/cleanup/PatchEditor.h"
+
 #include <algorithm>
-#include <vector>
 
 namespace veld
 {
@@ -32,40 +33,6 @@ std::size_t count_boundary_gaps(TriMesh const& mesh, OpenMesh::VertexHandle vert
     return gaps;
 }
 
-/// Marks all faces that can be reached from a face over edges.
-void mark_component(TriMesh const& mesh, OpenMesh::FaceHandle seed, std::vector<char>& seen)
-{
-    std::vector<OpenMesh::FaceHandle> queue{seed};
-    seen[static_cast<std::size_t>(seed.idx())] = 1;
-    for (std::size_t i = 0; i < queue.size(); ++i)
-    {
-        for (auto const neighbour : mesh.ff_range(queue[i]))
-        {
-            char& mark = seen[static_cast<std::size_t>(neighbour.idx())];
-            if (mark == 0)
-            {
-                mark = 1;
-                queue.push_back(neighbour);
-            }
-        }
-    }
-}
-
-std::size_t count_components(TriMesh const& mesh)
-{
-    std::vector<char> seen(mesh.n_faces(), 0);
-    std::size_t components = 0;
-    for (auto const face : mesh.faces())
-    {
-        if (seen[static_cast<std::size_t>(face.idx())] == 0)
-        {
-            ++components;
-            mark_component(mesh, face, seen);
-        }
-    }
-    return components;
-}
-
 double average_edge_length(TriMesh const& mesh)
 {
     double sum = 0.0;
@@ -86,7 +53,7 @@ MeshHealth measure_health(TriMesh& mesh)
     health.edges = mesh.n_edges();
     health.boundary_edges = count_boundary_edges(mesh);
     health.holes = all_holes(mesh).size();
-    health.components = count_components(mesh);
+    health.components = OrvaneAlgorithm::PatchEditor::count_components_by_face(mesh);
     for (auto const vertex : mesh.vertices())
     {
         health.isolated_vertices += mesh.is_isolated(vertex) ? 1 : 0;

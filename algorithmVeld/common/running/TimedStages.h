@@ -6,11 +6,11 @@ namespace OrvaneAlgorithm::detail
 {
 
 /// The stages of an operation, each of which is timed as a step under the operation's own.
-class Stages
+class TimedStages
 {
 public:
     /// \param operation the operation's step; it has to outlive the stages
-    explicit constexpr Stages(char const* operation) : operation_(operation) {}
+    explicit constexpr TimedStages(char const* operation) : operation_(operation) {}
 
     /// Runs one stage. \return what it returns
     template <typename Stage>
