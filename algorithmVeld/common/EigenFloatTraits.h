@@ -1,8 +1,10 @@
 #pragma once
 
 /// \file
-/// The OpenMesh configuration of the library, and the one place where OpenMesh's headers are
-/// included: `MeshIO.hh` does not compile behind `EigenVectorT.hh`.
+/// The OpenMesh configuration of the library, and the one place where it includes OpenMesh's mesh:
+/// `EigenVectorT.hh` specialises what the mesh headers declare, and does not compile before them.
+/// `MeshIO.hh` is here for hosts that read and write with OpenMesh: whichever of its headers they
+/// include besides, and when, they get this order.
 
 // clang-format off
 #include <OpenMesh/Core/IO/MeshIO.hh>

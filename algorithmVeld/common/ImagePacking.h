@@ -2,7 +2,7 @@
 
 #include "algorithmVeld/common/RetVal.h"
 #include "algorithmVeld/common/export.h"
-#include "algorithmVeld/common/types.h"
+#include "algorithmVeld/common/vectors.h"
 
 #include <vector>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/common/export.h"
-#include "algorithmVeld/common/types.h"
+#include "algorithmVeld/common/vectors.h"
 
 #include <memory>
 #include <vector>

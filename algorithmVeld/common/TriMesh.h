@@ -1,6 +1,8 @@
 #pragma once
 
 #include "algorithmVeld/common/BaseData.h"
+#include "algorithmVeld/common/EigenFloatTraits.h"
+#include "algorithmVeld/common/types.h"
 
 #include <string>
 

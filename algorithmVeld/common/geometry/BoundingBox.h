@@ -1,6 +1,6 @@
 #pragma once
 
-#include "algorithmVeld/common/types.h"
+#include "algorithmVeld/common/vectors.h"
 
 #include <cstddef>
 

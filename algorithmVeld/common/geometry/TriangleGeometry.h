@@ -1,7 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/common/geometry/angles.h"
-#include "algorithmVeld/common/types.h"
+#include "algorithmVeld/common/vectors.h"
 
 #include <Eigen/Geometry>
 

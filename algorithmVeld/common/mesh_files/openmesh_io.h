@@ -9,6 +9,10 @@
 /// wherever `OpenMesh::IO::ExporterT<TriMesh>` is used: without it, colours from 0 to 1 would be
 /// cut down to bytes 0 and 1.
 
+#ifndef OM_MESHIO_HH
+#error "TriMesh.h has to bring OpenMesh's MeshIO.hh, in front of EigenVectorT.hh"
+#endif
+
 namespace OpenMesh
 {
 
