@@ -24,6 +24,10 @@ class SwapFile;
 /// copy of an object whose data is in the file is swapped out, and brings the same data back. The
 /// file disappears when none of them needs it any more: a copy lets go of it with its end, when its
 /// data comes back, and when it is cleared or assigned to.
+///
+/// Moving copies nothing and does not throw. What was in the source, in memory or in the file, is
+/// in the target, with the name of the file; the source is as new. Moved to itself, an object stays
+/// as it is.
 class ALGORITHMVELD_API BaseData
 {
 public:
@@ -44,8 +48,9 @@ public:
 
     /// Full name of the temporary file that this object writes. It is made up on the first call and
     /// differs between objects and processes; a copy of an object gets its own. An object that lets
-    /// go of its file while copies still need it gets a new name. An override has to give each
-    /// object a name of its own; one whose file copies still need is passed over.
+    /// go of its file while copies still need it gets a new name. An override should give each
+    /// object a name of its own; while another object's data is in the file of that name, a made-up
+    /// one is taken instead.
     virtual const std::wstring get_temp_full_name();
 
     /// Drops all content.
@@ -68,6 +73,12 @@ protected:
     BaseData() = default;
     BaseData(BaseData const&);
     BaseData& operator=(BaseData const&);
+    BaseData(BaseData&& other) noexcept { exchange(other); }
+    BaseData& operator=(BaseData&& other) noexcept;
+
+    /// Swaps the contents of two objects. A class with members of its own has a function of this
+    /// name that swaps them too; its moves are made of it.
+    void exchange(BaseData& other) noexcept;
 
     /// Writes the temporary file; the caller then drops the data.
     /// \return true if all of it is in the file; otherwise there is no file
@@ -82,7 +93,6 @@ protected:
 
 private:
     std::wstring temp_full_name_;
-    std::wstring lent_name_; ///< of the last file that was left to copies
     std::shared_ptr<detail::SwapFile const> swap_file_; ///< null while the data is in memory
 };
 

@@ -5,6 +5,7 @@
 #include "algorithmVeld/common/geometry/unit_vector.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace OrvaneAlgorithm
 {
@@ -48,6 +49,32 @@ Vector3d area_vector(std::vector<Vector3f> const& points, BaseTriFace const& fac
 }
 
 } // namespace
+
+BaseTriMesh::BaseTriMesh(BaseTriMesh&& other) noexcept
+{
+    exchange(other);
+}
+
+BaseTriMesh& BaseTriMesh::operator=(BaseTriMesh&& other) noexcept
+{
+    BaseTriMesh taken(std::move(other));
+    exchange(taken);
+    return *this;
+}
+
+void BaseTriMesh::exchange(BaseTriMesh& other) noexcept
+{
+    Cloud::exchange(other);
+    faces.swap(other.faces);
+    std::swap(has_fNormal, other.has_fNormal);
+    fNrv.swap(other.fNrv);
+    std::swap(has_fFlag, other.has_fFlag);
+    fFlag.swap(other.fFlag);
+    std::swap(has_texture, other.has_texture);
+    texture_image.swap(other.texture_image);
+    texture_coords.swap(other.texture_coords);
+    face_texture_ids.swap(other.face_texture_ids);
+}
 
 void BaseTriMesh::write_channels(detail::BinaryWriter& writer) const
 {

@@ -36,6 +36,8 @@ public:
     BaseTriMesh() = default;
     BaseTriMesh(BaseTriMesh const&) = default;
     BaseTriMesh& operator=(BaseTriMesh const&) = default;
+    BaseTriMesh(BaseTriMesh&& other) noexcept;
+    BaseTriMesh& operator=(BaseTriMesh&& other) noexcept;
     ~BaseTriMesh() override = default;
 
     /// Removes the flagged vertices and faces and the faces that use a removed vertex. The order of
@@ -96,6 +98,7 @@ public:
     void set_face_texture_id(size_t face, Vector3i const& ids);
 
 protected:
+    void exchange(BaseTriMesh& other) noexcept;
     void write_channels(detail::BinaryWriter& writer) const override;
     void read_channels(detail::BinaryReader& reader) override;
     void drop_content() override;

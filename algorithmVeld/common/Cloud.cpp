@@ -5,6 +5,7 @@
 #include "algorithmVeld/common/geometry/BoundingBox.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace OrvaneAlgorithm
 {
@@ -29,6 +30,30 @@ void zero_where_not_finite(std::vector<Vector3f>& vectors)
 }
 
 } // namespace
+
+Cloud::Cloud(Cloud&& other) noexcept
+{
+    exchange(other);
+}
+
+Cloud& Cloud::operator=(Cloud&& other) noexcept
+{
+    Cloud taken(std::move(other));
+    exchange(taken);
+    return *this;
+}
+
+void Cloud::exchange(Cloud& other) noexcept
+{
+    BaseData::exchange(other);
+    vCoord.swap(other.vCoord);
+    std::swap(has_vNormal, other.has_vNormal);
+    vNrv.swap(other.vNrv);
+    std::swap(has_vColor, other.has_vColor);
+    vColor.swap(other.vColor);
+    std::swap(has_vFlag, other.has_vFlag);
+    vFlag.swap(other.vFlag);
+}
 
 int Cloud::swap_out_data()
 {

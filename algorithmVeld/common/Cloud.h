@@ -17,6 +17,8 @@ public:
     Cloud() = default;
     Cloud(Cloud const&) = default;
     Cloud& operator=(Cloud const&) = default;
+    Cloud(Cloud&& other) noexcept;
+    Cloud& operator=(Cloud&& other) noexcept;
     ~Cloud() override = default;
 
     int swap_out_data() override;
@@ -78,6 +80,7 @@ public:
     void disable_vFlag();
 
 protected:
+    void exchange(Cloud& other) noexcept;
     virtual void write_channels(detail::BinaryWriter& writer) const;
     virtual void read_channels(detail::BinaryReader& reader);
     /// Drops everything that is in memory.

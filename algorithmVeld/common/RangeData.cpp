@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 namespace OrvaneAlgorithm
 {
@@ -88,6 +89,28 @@ DistanceSum sample_distances(RangeData const& frame, MatrixXi const& map, size_t
 }
 
 } // namespace
+
+RangeData::RangeData(RangeData&& other) noexcept
+{
+    exchange(other);
+}
+
+RangeData& RangeData::operator=(RangeData&& other) noexcept
+{
+    RangeData taken(std::move(other));
+    exchange(taken);
+    return *this;
+}
+
+void RangeData::exchange(RangeData& other) noexcept
+{
+    Cloud::exchange(other);
+    std::swap(grid_rows, other.grid_rows);
+    std::swap(grid_cols, other.grid_cols);
+    vUV.swap(other.vUV);
+    cellFlag.swap(other.cellFlag);
+    std::swap(pose, other.pose);
+}
 
 void RangeData::write_channels(detail::BinaryWriter& writer) const
 {

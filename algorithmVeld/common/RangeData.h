@@ -28,6 +28,8 @@ public:
     RangeData() = default;
     RangeData(RangeData const&) = default;
     RangeData& operator=(RangeData const&) = default;
+    RangeData(RangeData&& other) noexcept;
+    RangeData& operator=(RangeData&& other) noexcept;
     ~RangeData() override = default;
 
     /// Removes the flagged vertices and takes the cell flag from cells that lose a corner.
@@ -83,6 +85,7 @@ public:
     void update_vNrv_from_grid();
 
 protected:
+    void exchange(RangeData& other) noexcept;
     void write_channels(detail::BinaryWriter& writer) const override;
     void read_channels(detail::BinaryReader& reader) override;
     void drop_content() override;

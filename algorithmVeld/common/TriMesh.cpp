@@ -4,10 +4,12 @@
 #include "algorithmVeld/common/geometry/BoundingBox.h"
 #include "algorithmVeld/common/mesh/AddFace.h"
 #include "algorithmVeld/common/mesh/Compaction.h"
+#include "algorithmVeld/common/mesh/KernelExchange.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 
 #include <array>
 #include <type_traits>
+#include <utility>
 
 namespace OrvaneAlgorithm
 {
@@ -171,6 +173,24 @@ TriMesh& TriMesh::operator=(TriMesh const& other)
         Kernel::operator=(other);
     }
     return *this;
+}
+
+TriMesh::TriMesh(TriMesh&& other) noexcept
+{
+    exchange(other);
+}
+
+TriMesh& TriMesh::operator=(TriMesh&& other) noexcept
+{
+    TriMesh taken(std::move(other));
+    exchange(taken);
+    return *this;
+}
+
+void TriMesh::exchange(TriMesh& other) noexcept
+{
+    BaseData::exchange(other);
+    detail::exchange_kernels(*this, other);
 }
 
 int TriMesh::swap_out_data()

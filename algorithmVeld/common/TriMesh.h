@@ -21,10 +21,16 @@ public:
         OpenMesh::FinalMeshItemsT<OpenMesh::EigenFloatTraits, true>, OpenMesh::TriConnectivity>>;
 
     TriMesh() = default;
-    /// Copies are deep, with all properties: handles of the source are good for the copy. Moving is
-    /// copying, as it is for OpenMesh.
+    /// Copies are deep, with all properties: handles of the source are good for the copy.
     TriMesh(TriMesh const& other);
     TriMesh& operator=(TriMesh const& other);
+    /// The arrays go to the target, with all properties and requested attributes: handles of the
+    /// source are good for it, also those of properties. What keeps a pointer to the mesh itself,
+    /// such as OpenMesh's smart handles and property managers, still points to the source. That is
+    /// an empty mesh without attributes then, which takes some hundred bytes. Only where not even
+    /// these are to be had would moving throw, which ends the process.
+    TriMesh(TriMesh&& other) noexcept;
+    TriMesh& operator=(TriMesh&& other) noexcept;
     ~TriMesh() override = default;
 
     /// Moves connectivity, coordinates and the standard attributes that are requested to the file.
@@ -52,6 +58,9 @@ public:
     /// Makes room for more elements in the connectivity and in all properties, so that adding them
     /// one by one does not move the arrays.
     void reserve_more(size_t vertices, size_t edges, size_t faces);
+
+protected:
+    void exchange(TriMesh& other) noexcept;
 
 private:
     bool is_linked() const;
