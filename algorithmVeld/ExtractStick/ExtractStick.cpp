@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <iterator>
 
@@ -376,7 +375,7 @@ void ExtractStick::copy_stick(TriMesh const& mesh, std::vector<int> const& verti
         auto const corners = mesh.fv_range(FaceHandle(face));
         if (std::distance(corners.begin(), corners.end()) != 3)
         {
-            std::printf("error: [%s (%d)]\n", __FILE__, __LINE__);
+            detail::print_line("error: [%s (%d)]\n", __FILE__, __LINE__);
             continue;
         }
         auto const copy = detail::copy_face(mesh, FaceHandle(face), stick,

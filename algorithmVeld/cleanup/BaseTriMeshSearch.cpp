@@ -2,10 +2,10 @@
 
 #include "algorithmVeld/common/ScopeTimer.h"
 #include "algorithmVeld/common/arrays/checked.h"
+#include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <limits>
 #include <stdexcept>
 
@@ -187,7 +187,7 @@ int BaseTriMeshSearch::v2fRing1(int vertex, int*& begin, int*& end)
 {
     if (vertex < 0 || vertex >= vert_count_)
     {
-        std::printf("v2fRing1: idx-%d illegal\n", vertex);
+        detail::print_line("v2fRing1: idx-%d illegal\n", vertex);
         begin = nullptr;
         end = nullptr;
         return 0;
@@ -204,7 +204,7 @@ int BaseTriMeshSearch::f2fRing1(int face, int*& begin, int*& end)
 {
     if (face < 0 || face >= face_count_)
     {
-        std::printf("f2fRing1: idx-%d illegal\n", face);
+        detail::print_line("f2fRing1: idx-%d illegal\n", face);
     }
     return f2f_.range(face, begin, end);
 }

@@ -23,8 +23,8 @@ public:
     /// `std::length_error` if the lists would get more entries than an `int` can number.
     explicit BaseTriMeshSearch(BaseTriMesh const& mesh);
 
-    /// The faces around a vertex, in rising order. For an index out of range a line goes to
-    /// standard output and the list is empty.
+    /// The faces around a vertex, in rising order. For an index out of range a line is printed past
+    /// the log and the list is empty.
     int v2fRing1(int vertex, int*& begin, int*& end);
 
     /// The vertices that share a face with a vertex, in rising order. Throws `std::out_of_range`
@@ -32,7 +32,7 @@ public:
     int v2vRing1(int vertex, int*& begin, int*& end);
 
     /// The faces that share at least one vertex with a face, in the order in which they lie around
-    /// its corners. For an index out of range a line goes to standard output and
+    /// its corners. For an index out of range a line is printed past the log and
     /// `std::out_of_range` is thrown.
     int f2fRing1(int face, int*& begin, int*& end);
 

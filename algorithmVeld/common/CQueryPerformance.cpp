@@ -1,6 +1,8 @@
 #include "algorithmVeld/common/CQueryPerformance.h"
 
-#include <cstdio>
+#include "algorithmVeld/common/LogHolder.h"
+
+#include <string>
 
 namespace OrvaneAlgorithm
 {
@@ -8,7 +10,9 @@ namespace OrvaneAlgorithm
 void CQueryPerformance::print_spend_time(char const* label) const
 {
     std::chrono::duration<double> const elapsed = std::chrono::steady_clock::now() - start_;
-    std::printf("%s %f s\n", label == nullptr ? "" : label, elapsed.count());
+    char seconds[512];
+    format_line(seconds, " %f s\n", elapsed.count());
+    gLH.print_past_log(std::string(label == nullptr ? "" : label) + seconds);
 }
 
 } // namespace OrvaneAlgorithm

@@ -7,7 +7,8 @@
 namespace OrvaneAlgorithm
 {
 
-/// Wall-clock stopwatch that prints to standard output.
+/// Wall-clock stopwatch that prints past the log, to standard output unless the host has set
+/// another sink.
 class ALGORITHMVELD_API CQueryPerformance
 {
 public:

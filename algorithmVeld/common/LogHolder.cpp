@@ -195,8 +195,11 @@ private:
 
 struct LogHolder::State
 {
-    std::mutex sink_mutex;
-    std::function<void(std::string const&)> sink;
+    using Sink = std::function<void(std::string const&)>;
+
+    std::mutex sink_mutex; // of both: their texts stay in order where they go to one place
+    Sink sink;
+    Sink print_sink;
 
     std::mutex observer_mutex;
     std::atomic<bool> is_observed{false};
@@ -206,12 +209,15 @@ struct LogHolder::State
     std::deque<Step> steps;
     std::vector<Lap> laps;
 
-    void write(std::string const& text)
+    void write(std::string const& text) { write_to(sink, text); }
+    void print(std::string const& text) { write_to(print_sink, text); }
+
+    void write_to(Sink const& chosen, std::string const& text)
     {
         std::lock_guard<std::mutex> const lock(sink_mutex);
-        if (sink)
+        if (chosen)
         {
-            sink(text);
+            chosen(text);
         }
         else
         {
@@ -279,13 +285,21 @@ struct LogHolder::State
         return steps.size() - 1;
     }
 
-    /// Ends this thread's last lap of the step. \return false if there is none
+    /// The last lap of the step in this thread, or else in any other.
+    std::vector<Lap>::reverse_iterator find_lap(std::string const& name)
+    {
+        auto const is_it = [&](Lap const& lap) { return steps[lap.step].name == name; };
+        auto const thread = std::this_thread::get_id();
+        auto const own =
+            std::find_if(laps.rbegin(), laps.rend(),
+                         [&](Lap const& lap) { return lap.thread == thread && is_it(lap); });
+        return own != laps.rend() ? own : std::find_if(laps.rbegin(), laps.rend(), is_it);
+    }
+
+    /// Ends the last lap of the step. \return false if there is none
     bool end_lap(std::string const& name, StepEvent& event)
     {
-        auto const thread = std::this_thread::get_id();
-        auto const lap = std::find_if(laps.rbegin(), laps.rend(),
-                                      [&](Lap const& l)
-                                      { return l.thread == thread && steps[l.step].name == name; });
+        auto const lap = find_lap(name);
         if (lap == laps.rend())
         {
             return false;
@@ -311,6 +325,11 @@ void LogHolder::print_log(char const* text)
     {
         state_->write(text);
     }
+}
+
+void LogHolder::print_past_log(std::string const& text)
+{
+    state_->print(text);
 }
 
 bool LogHolder::LogPrintf(char const* format, ...)
@@ -394,6 +413,12 @@ void LogHolder::set_sink(std::function<void(std::string const&)> sink)
 {
     std::lock_guard<std::mutex> const lock(state_->sink_mutex);
     state_->sink = std::move(sink);
+}
+
+void LogHolder::set_print_sink(std::function<void(std::string const&)> sink)
+{
+    std::lock_guard<std::mutex> const lock(state_->sink_mutex);
+    state_->print_sink = std::move(sink);
 }
 
 void LogHolder::set_step_observer(std::function<void(StepEvent const&)> observer)

@@ -18,11 +18,12 @@ struct StepEvent
     double seconds = 0.0; ///< Duration of this lap in seconds; 0 when the step starts.
 };
 
-/// Sink of all log text and of the step timers.
+/// Sink of all log text, of what is printed past the log, and of the step timers.
 ///
-/// All operations may be called from parallel regions. The sink is called by one thread at a time,
-/// and so is the observer. A sink must not log, and neither may replace itself; an observer may log
-/// and ask for the report. What they throw reaches the caller of the operation that logged.
+/// All operations may be called from parallel regions. The two sinks are called by one thread at a
+/// time, never both at once, and the observer is called by one thread at a time. A sink must
+/// neither log nor print through this object, and none of them may replace itself; an observer may
+/// log and ask for the report. What they throw reaches the caller of the operation that logged.
 class ALGORITHMVELD_API LogHolder
 {
 public:
@@ -51,13 +52,23 @@ public:
     ///        it when it is, and stands at the top until then.
     void startSpecStepTimer(std::string const& step, std::string const& parent);
 
+    /// Prints finished text past the log: to standard output, or to the host's print sink. The
+    /// library does so with what hosts of long standing read there, whatever the log switch says.
+    void print_past_log(std::string const& text);
+
     /// Stops the step of this name that the calling thread started last, and adds the time to its
-    /// total. A lap without a start is ignored.
+    /// total. If it has started none that still runs, the last one of that name counts that another
+    /// thread started: a host may start a step in one thread and stop it in another. A lap without
+    /// a start is ignored.
     void lapSpecStepTimer(std::string const& step);
 
     /// Takes the host's sink. It gets each text as it is logged, lines may come in pieces.
     /// \param sink an empty function means standard output, which is the default
     void set_sink(std::function<void(std::string const&)> sink);
+
+    /// Takes the host's sink of what is printed past the log. Each text comes as it is printed.
+    /// \param sink an empty function means standard output, which is the default
+    void set_print_sink(std::function<void(std::string const&)> sink);
 
     /// Takes the host's observer of step starts and ends, which is how progress is shown.
     /// \param observer an empty function takes the observer away

@@ -1,6 +1,10 @@
 #include "algorithmVeld/common/ScopeTimer.h"
 
+#include "algorithmVeld/common/LogHolder.h"
+
 #include <cstdio>
+#include <exception>
+#include <string>
 
 namespace OrvaneAlgorithm
 {
@@ -8,14 +12,24 @@ namespace OrvaneAlgorithm
 ScopeTimer::ScopeTimer(char const* name)
 {
     name = name == nullptr ? "" : name;
-    std::printf("%s ......\n", name);
+    gLH.print_past_log(std::string(name) + " ......\n");
     std::snprintf(name_, sizeof name_, "%s", name);
     stopwatch_.reset();
 }
 
-ScopeTimer::~ScopeTimer()
+ScopeTimer::~ScopeTimer() noexcept(false)
 {
-    stopwatch_.print_spend_time(name_);
+    try
+    {
+        stopwatch_.print_spend_time(name_);
+    }
+    catch (...)
+    {
+        if (std::uncaught_exceptions() == exceptions_)
+        {
+            throw;
+        }
+    }
 }
 
 } // namespace OrvaneAlgorithm

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <stdexcept>
 
 namespace OrvaneAlgorithm
@@ -235,7 +234,7 @@ bool PointCloud2RangeData::load_common_matrix_file()
     {
         if (gPH.log_enabled)
         {
-            std::printf("fail to read '%s'.\n", path.c_str());
+            gLH.print_past_log("fail to read '" + path + "'.\n");
         }
         return true;
     }
@@ -284,7 +283,7 @@ bool PointCloud2RangeData::loadFile()
     {
         if (gPH.log_enabled)
         {
-            std::printf("  !!!error: memory uninitialized.\n");
+            gLH.print_past_log("  !!!error: memory uninitialized.\n");
         }
         return false;
     }

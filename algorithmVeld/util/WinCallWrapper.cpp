@@ -4,7 +4,6 @@
 #include "algorithmVeld/common/files/wide_path.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
@@ -65,7 +64,8 @@ void tell(std::wstring const& dir, bool verbose)
     // %ls and not %s, which is narrow text in the wide formats of some platforms.
     gLH.LogPrintf(L"browse %ls\n", dir.c_str());
     fs::path path;
-    std::printf("browse %s\n", detail::path_from_wide(dir, path) ? path.u8string().c_str() : "?");
+    gLH.print_past_log("browse " +
+                       (detail::path_from_wide(dir, path) ? path.u8string() : "?") + '\n');
 }
 
 bool has_extension(std::wstring name, std::wstring const& ext)

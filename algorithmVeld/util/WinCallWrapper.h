@@ -15,7 +15,7 @@ namespace OrvaneAlgorithm
 /// a directory that is not there or cannot be read, and lacks entries whose names are no text
 /// (where the system's names are bytes, they have to be UTF-8).
 ///
-/// With `verbose` a line "browse DIR" goes to the log and to standard output; the log switch of
+/// With `verbose` a line "browse DIR" goes to the log and is printed past it; the log switch of
 /// `gPH` does not matter.
 class ALGORITHMVELD_API WinCallWrapper
 {

@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/standard_output.h"
 #include "tests/support/steps.h"
 
 #include <gmock/gmock.h>
@@ -100,6 +101,56 @@ TEST(LogHolder, without_a_sink_text_goes_to_standard_output)
     log.LogPrintf("%s", "three\n");
     std::fflush(stdout);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "one\nthree\n");
+}
+
+TEST(LogHolder, what_is_printed_past_the_log_goes_to_its_own_sink)
+{
+    Log log;
+    std::string printed;
+    log.log.set_print_sink([&](std::string const& piece) { printed += piece; });
+    std::string const output = veld_test::output_of(
+        [&]
+        {
+            log.log.print_past_log("50 %d\n");
+            log.log.print_log("log\n");
+        });
+    EXPECT_EQ(printed, "50 %d\n");
+    EXPECT_EQ(log.text, "log\n");
+    EXPECT_EQ(output, "");
+    log.log.set_print_sink({});
+    EXPECT_EQ(veld_test::output_of([&] { log.log.print_past_log("again\n"); }), "again\n");
+    EXPECT_EQ(printed, "50 %d\n");
+}
+
+TEST(LogHolder, without_sinks_log_and_prints_share_standard_output_in_order)
+{
+    LogHolder log;
+    EXPECT_EQ(veld_test::output_of(
+                  [&]
+                  {
+                      log.print_past_log("a");
+                      log.print_log("b");
+                      log.print_past_log("c");
+                  }),
+              "abc");
+}
+
+TEST(LogHolder, the_two_sinks_are_never_called_at_once)
+{
+    LogHolder log;
+    std::string both;
+    auto const add = [&](std::string const& piece) { both += piece; };
+    log.set_sink(add);
+    log.set_print_sink(add);
+    detail::parallel_for_even(2000,
+                              [&](std::ptrdiff_t i) {
+                                  i % 2 == 0 ? log.print_log("log\n") : log.print_past_log("out\n");
+                              });
+    EXPECT_EQ(both.size(), 8000U);
+    for (std::size_t i = 0; i < both.size(); i += 4)
+    {
+        ASSERT_TRUE(both.compare(i, 4, "log\n") == 0 || both.compare(i, 4, "out\n") == 0) << i;
+    }
 }
 
 TEST(LogHolder, lines_of_parallel_regions_stay_whole)
@@ -205,6 +256,45 @@ TEST(StepTimers, lap_without_a_start_is_ignored)
     lap(log, "once", "");
     log.lapSpecStepTimer("once");
     EXPECT_EQ(json::parse(log.steps_as_json())[0]["laps"], 1);
+}
+
+TEST(StepTimers, lap_in_another_thread_ends_the_last_step_of_that_name)
+{
+    LogHolder log;
+    std::vector<StepEvent> ends;
+    log.set_step_observer(
+        [&](StepEvent const& event)
+        {
+            if (!event.started)
+            {
+                ends.push_back(event);
+            }
+        });
+    log.startSpecStepTimer("job", "first");
+    log.startSpecStepTimer("job", "second");
+    log.startSpecStepTimer("other", "");
+    std::thread([&] { log.lapSpecStepTimer("job"); }).join();
+    ASSERT_EQ(ends.size(), 1U);
+    EXPECT_EQ(ends[0].parent, "second");
+    std::thread([&] { log.lapSpecStepTimer("job"); }).join();
+    ASSERT_EQ(ends.size(), 2U);
+    EXPECT_EQ(ends[1].parent, "first");
+    std::thread([&] { log.lapSpecStepTimer("job"); }).join();
+    EXPECT_EQ(ends.size(), 2U) << "nothing of that name runs any more";
+    json const steps = json::parse(log.steps_as_json());
+    EXPECT_EQ(steps[0]["running"], 0);
+    EXPECT_EQ(steps[2]["running"], 1) << "the other step still runs";
+}
+
+TEST(StepTimers, own_step_ends_before_a_later_one_of_another_thread)
+{
+    LogHolder log;
+    log.startSpecStepTimer("job", "mine");
+    std::thread([&] { log.startSpecStepTimer("job", "theirs"); }).join();
+    log.lapSpecStepTimer("job");
+    json const steps = json::parse(log.steps_as_json());
+    EXPECT_EQ(steps[0]["running"], 0);
+    EXPECT_EQ(steps[1]["running"], 1);
 }
 
 TEST(StepTimers, step_without_a_lap_stays_running_and_hinders_nothing)

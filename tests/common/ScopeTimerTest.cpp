@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <stdexcept>
 #include <string>
 
 using namespace OrvaneAlgorithm;
@@ -43,4 +44,23 @@ TEST(ScopeTimer, name_may_go_and_may_be_long_or_hold_a_percent_sign)
     EXPECT_NE(text.find("50 %s %d ......\n50 %s %d "), std::string::npos);
     EXPECT_NE(text.find("\n" + std::string(511, 'n') + " "), std::string::npos);
     EXPECT_EQ(text.find('x'), std::string::npos);
+}
+
+TEST(ScopeTimer, goes_to_the_print_sink_of_the_host_and_carries_what_it_throws)
+{
+    std::string printed;
+    gLH.set_print_sink([&](std::string const& text) { printed += text; });
+    EXPECT_EQ(output_of([] { ScopeTimer const timer("scope"); }), "");
+    EXPECT_THAT(printed, MatchesRegex("scope \\.\\.\\.\\.\\.\\.\nscope [0-9.,]+ s\n"));
+    int calls = 0;
+    gLH.set_print_sink(
+        [&](std::string const&)
+        {
+            if (++calls == 2)
+            {
+                throw std::runtime_error("stop");
+            }
+        });
+    EXPECT_THROW({ ScopeTimer const timer("scope"); }, std::runtime_error);
+    gLH.set_print_sink({});
 }

@@ -6,7 +6,7 @@
 
 /// \file
 /// What a mesh consists of: its standard attributes, and the block of text about it that goes to
-/// the log and to standard output.
+/// the log and is printed past it.
 
 namespace OrvaneAlgorithm::detail
 {

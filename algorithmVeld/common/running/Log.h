@@ -3,7 +3,6 @@
 #include "algorithmVeld/common/LogHolder.h"
 #include "algorithmVeld/common/ParamHolder.h"
 
-#include <cstdio>
 #include <exception>
 #include <string>
 #include <utility>
@@ -39,13 +38,22 @@ void log(char const* format, Arguments... arguments)
     log_line(gPH.log_enabled, format, arguments...);
 }
 
-/// Logs finished text and prints it to standard output as well, if `enabled` is true. Hosts of long
+/// Formats a line and prints it past the log.
+template <typename... Arguments>
+void print_line(char const* format, Arguments... arguments)
+{
+    char line[512];
+    format_line(line, format, arguments...);
+    gLH.print_past_log(line);
+}
+
+/// Logs finished text and prints it past the log as well, if `enabled` is true. Hosts of long
 /// standing read one or the other.
 inline void log_and_print_line(bool enabled, char const* text)
 {
     if (enabled)
     {
-        std::fputs(text, stdout);
+        gLH.print_past_log(text);
         gLH.LogPrintf("%s", text);
     }
 }
