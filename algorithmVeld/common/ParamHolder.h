@@ -1,5 +1,6 @@
 #pragma once
 
+#include "algorithmVeld/common/RelaxedFlag.h"
 #include "algorithmVeld/common/export.h"
 
 #include <string>
@@ -8,7 +9,8 @@ namespace OrvaneAlgorithm
 {
 
 /// Process-wide settings of the diagnostics. The library reads the directories and never writes
-/// them: the host sets them before its first call.
+/// them: the host sets them before its first call. Only the log switch may change while operations
+/// run.
 class ALGORITHMVELD_API ParamHolder
 {
 public:
@@ -16,15 +18,16 @@ public:
     std::string result_dir; ///< Directory for saved models and results of steps.
 
     /// The log switch. When false, nothing is printed and no file is dumped. Operations whose last
-    /// argument is `verbose` write it on entry and leave it so; see each operation.
-    bool log_enabled = false;
+    /// argument is `verbose` write it on entry and leave it so; see each operation. Of operations
+    /// that run at the same time the last one to start decides, which changes no result.
+    RelaxedFlag log_enabled;
 
     void set_debug_dir(std::string const& directory) { debug_dir = directory; }
     void set_result_dir(std::string const& directory) { result_dir = directory; }
     void set_log_enabled(bool enabled) { log_enabled = enabled; }
 };
 
-/// The one instance that the library reads. Not to be changed while an operation runs.
+/// The one instance that the library reads.
 extern ALGORITHMVELD_API ParamHolder gPH;
 
 } // namespace OrvaneAlgorithm

@@ -129,6 +129,23 @@ TEST(LogAndPrintLine, gives_the_same_text_to_the_log_and_to_standard_output)
     EXPECT_EQ(log.text(), printed);
 }
 
+TEST(ParamHolder, log_switch_is_used_and_copied_like_a_bool)
+{
+    ParamHolder holder;
+    holder.log_enabled = true;
+    bool const on = holder.log_enabled;
+    EXPECT_TRUE(on);
+    EXPECT_TRUE(holder.log_enabled && !ParamHolder().log_enabled);
+    EXPECT_EQ(holder.log_enabled, true);
+    ParamHolder copy = holder;
+    holder.log_enabled = false;
+    EXPECT_TRUE(copy.log_enabled);
+    copy = holder;
+    EXPECT_FALSE(copy.log_enabled);
+    copy.log_enabled = holder.log_enabled = true;
+    EXPECT_TRUE(copy.log_enabled);
+}
+
 TEST(ParamHolder, host_sets_directories_and_the_log_switch)
 {
     ParamHolder holder;

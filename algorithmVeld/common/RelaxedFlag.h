@@ -1,0 +1,31 @@
+#pragma once
+
+#include <atomic>
+
+namespace OrvaneAlgorithm
+{
+
+/// A `bool` that one thread may write while others read it. It orders nothing else between them.
+class RelaxedFlag
+{
+public:
+    RelaxedFlag(bool value = false) noexcept : value_(value) {}
+    RelaxedFlag(RelaxedFlag const& other) noexcept : value_(other.get()) {}
+    RelaxedFlag& operator=(RelaxedFlag const& other) noexcept { return *this = other.get(); }
+    ~RelaxedFlag() = default;
+
+    RelaxedFlag& operator=(bool value) noexcept
+    {
+        value_.store(value, std::memory_order_relaxed);
+        return *this;
+    }
+
+    operator bool() const noexcept { return get(); }
+
+private:
+    bool get() const noexcept { return value_.load(std::memory_order_relaxed); }
+
+    std::atomic<bool> value_;
+};
+
+} // namespace OrvaneAlgorithm
