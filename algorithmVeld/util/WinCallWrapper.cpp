@@ -64,8 +64,8 @@ void tell(std::wstring const& dir, bool verbose)
     // %ls and not %s, which is narrow text in the wide formats of some platforms.
     gLH.LogPrintf(L"browse %ls\n", dir.c_str());
     fs::path path;
-    gLH.print_past_log("browse " +
-                       (detail::path_from_wide(dir, path) ? path.u8string() : "?") + '\n');
+    gLH.print_past_log("browse " + (detail::path_from_wide(dir, path) ? path.u8string() : "?") +
+                       '\n');
 }
 
 bool has_extension(std::wstring name, std::wstring const& ext)

@@ -118,7 +118,8 @@ using Vertices = std::vector<OpenMesh::VertexHandle>;
 /// Square holes in a row, with a triangle apart and a vertex at which two fans meet.
 TriMesh holed_mesh()
 {
-    TriMesh mesh = grid_without(18, 7, {{3, 3}, {4, 3}, {8, 2}, {12, 4}, {13, 4}, {15, 1}, {16, 2}});
+    TriMesh mesh =
+        grid_without(18, 7, {{3, 3}, {4, 3}, {8, 2}, {12, 4}, {13, 4}, {15, 1}, {16, 2}});
     for (auto const v : mesh.vertices())
     {
         mesh.point(v).z() = 0.3F * std::sin(0.4F * static_cast<float>(v.idx()));
@@ -172,8 +173,8 @@ Outcome fill_carefully(Call const& call, int smooth_type)
     std::vector<Faces> faces;
     Holes verts;
     Holes patches;
-    RetVal const value = filler.fill_holes_core_ex(mesh, holes, filled, 2, faces, verts, patches,
-                                                   call.verbose);
+    RetVal const value =
+        filler.fill_holes_core_ex(mesh, holes, filled, 2, faces, verts, patches, call.verbose);
     return Outcome(value, mesh, filled, faces, verts, patches, filler.open_holes());
 }
 
@@ -246,8 +247,7 @@ Operation const OPERATIONS[] = {
          std::vector<Faces> faces;
          Holes verts;
          Holes patches;
-         RetVal const value =
-             fill_holes_core(mesh, holes, 2, faces, verts, patches, call.verbose);
+         RetVal const value = fill_holes_core(mesh, holes, 2, faces, verts, patches, call.verbose);
          return Outcome(value, mesh, faces, verts, patches);
      }},
     {"fill_single_hole_core",
@@ -269,8 +269,7 @@ Operation const OPERATIONS[] = {
          Vertices near;
          Vertices known;
          RetVal const a = find_hole(mesh, {8, 2, 0}, 2.0, near, call.verbose);
-         RetVal const b =
-             find_hole(mesh, {8, 2, 0}, inner_holes(mesh), 2.0, known, call.verbose);
+         RetVal const b = find_hole(mesh, {8, 2, 0}, inner_holes(mesh), 2.0, known, call.verbose);
          return Outcome(a, b, near, known);
      }},
     {"find_holes",
@@ -315,8 +314,7 @@ Operation const OPERATIONS[] = {
      {
          TriMesh simple = holed_mesh();
          TriMesh careful = holed_mesh();
-         RetVal const a =
-             remove_marker_mesh(simple, MARKERS, {}, 1.5, false, 0.1, call.verbose);
+         RetVal const a = remove_marker_mesh(simple, MARKERS, {}, 1.5, false, 0.1, call.verbose);
          RetVal const b =
              remove_marker_mesh(careful, MARKERS, NORMALS, 1.5, true, 0.1, call.verbose);
          return Outcome(a, b, simple, careful);
@@ -326,8 +324,7 @@ Operation const OPERATIONS[] = {
      {
          BaseTriMesh simple = holed_array_mesh();
          BaseTriMesh careful = holed_array_mesh();
-         RetVal const a =
-             remove_marker_mesh(simple, MARKERS, {}, 1.5, false, 0.1, call.verbose);
+         RetVal const a = remove_marker_mesh(simple, MARKERS, {}, 1.5, false, 0.1, call.verbose);
          RetVal const b =
              remove_marker_mesh(careful, MARKERS, NORMALS, 1.5, true, 0.1, call.verbose);
          return Outcome(a, b, simple, careful);
@@ -427,8 +424,8 @@ Operation const OPERATIONS[] = {
          TriMesh mesh = holed_mesh();
          MeshAssistant::output_hole_region(mesh, call.dir.path().string());
          MeshAssistant::output_faces(mesh, {OpenMesh::FaceHandle(3)}, "faces.obj");
-         MeshAssistant::output_neighbour_region(mesh, vh(20), vh(21), vh(40), {1, 1, 0},
-                                                {2, 1, 0}, 1.0F, true, "near");
+         MeshAssistant::output_neighbour_region(mesh, vh(20), vh(21), vh(40), {1, 1, 0}, {2, 1, 0},
+                                                1.0F, true, "near");
          std::string name = "nodes";
          MeshAssistant::output_nodes_region(mesh, {vh(20), vh(21)}, name);
          return Outcome(mesh);
@@ -588,8 +585,9 @@ TEST_P(InThreads, GivesWhatItGivesAlone)
     QuietHost const host;
     Outcome const alone = run(GetParam(), false);
     std::vector<char> same(THREADS, 0);
-    in_threads([&](int thread)
-               { same[static_cast<std::size_t>(thread)] = run(GetParam(), thread % 2 == 1) == alone; });
+    in_threads(
+        [&](int thread)
+        { same[static_cast<std::size_t>(thread)] = run(GetParam(), thread % 2 == 1) == alone; });
     EXPECT_EQ(same, std::vector<char>(THREADS, 1));
 }
 

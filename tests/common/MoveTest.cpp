@@ -21,7 +21,7 @@ using namespace veld_test;
 
 template <typename T>
 constexpr bool moves_without_throwing =
-    std::is_nothrow_move_constructible_v<T> && std::is_nothrow_move_assignable_v<T>;
+    std::is_nothrow_move_constructible_v<T>&& std::is_nothrow_move_assignable_v<T>;
 
 static_assert(moves_without_throwing<Cloud>);
 static_assert(moves_without_throwing<BaseTriMesh>);
@@ -105,9 +105,9 @@ std::vector<void const*> arrays(Cloud const& cloud)
 std::vector<void const*> arrays(BaseTriMesh const& mesh)
 {
     std::vector<void const*> list = arrays(static_cast<Cloud const&>(mesh));
-    list.insert(list.end(), {mesh.faces.data(), mesh.fNrv.data(), mesh.fFlag.data(),
-                             mesh.texture_image.data(), mesh.texture_coords.data(),
-                             mesh.face_texture_ids.data()});
+    list.insert(list.end(),
+                {mesh.faces.data(), mesh.fNrv.data(), mesh.fFlag.data(), mesh.texture_image.data(),
+                 mesh.texture_coords.data(), mesh.face_texture_ids.data()});
     return list;
 }
 std::vector<void const*> arrays(RangeData const& frame)
@@ -186,8 +186,8 @@ std::vector<float> content(RangeData const& frame)
     std::vector<float> list = content(static_cast<Cloud const&>(frame));
     for (size_t i = 0; i < frame.get_vn(); ++i)
     {
-        list.insert(list.end(), {static_cast<float>(frame.vUV[i].col),
-                                 static_cast<float>(frame.cellFlag[i])});
+        list.insert(list.end(),
+                    {static_cast<float>(frame.vUV[i].col), static_cast<float>(frame.cellFlag[i])});
     }
     list.insert(list.end(), {static_cast<float>(frame.grid_rows),
                              static_cast<float>(frame.pose.get_translation().y())});

@@ -29,13 +29,13 @@ Session::Session(CommonOptions const& options, Console& console) : signals_(cont
     };
     gPH.log_enabled = options.verbose;
     gLH.set_sink(log);
-    // gLH.set_print_sink([](std::string const&) {});
+    gLH.set_print_sink([](std::string const&) {});
 }
 
 Session::~Session()
 {
     gLH.set_sink({});
-    // gLH.set_print_sink({});
+    gLH.set_print_sink({});
 }
 
 } // namespace veld::cli
