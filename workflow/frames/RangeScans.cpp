@@ -7,6 +7,7 @@
 
 #include "algorithmVeld/common/range_scan_io.h"
 
+#include <Eigen/Geometry>
 #include <fmt/format.h>
 
 #include <array>
