@@ -1,14 +1,52 @@
-// Shows what a host does with the library's log and steps: text goes to a log file of its own, the
-// running step to the screen, the totals to a file that a tool can read.
+// Shows what a host does with the library's log, steps and progress: text goes to a log file of its
+// own, the running step and a bar to the screen, the totals to a file that a tool can read. Ctrl-C
+// ends the operation.
 //
 //   show_progress MESH LOG STEPS.json
 
 #include <algorithmVeld/algorithmVeld.h>
 
+#include <csignal>
 #include <fstream>
 #include <iostream>
 
 using namespace OrvaneAlgorithm;
+
+namespace
+{
+
+// [token]
+// Made here, so that the handler never meets one that is not there yet.
+CancelToken const interrupted;
+
+void on_interrupt(int /*signal*/)
+{
+    interrupted.cancel();
+}
+
+// [token]
+
+// [scope]
+/// \return false if the user ended it; the mesh is valid, with the holes that were closed so far
+bool close_holes(TriMesh& mesh)
+{
+    std::signal(SIGINT, on_interrupt);
+    try
+    {
+        RunScope const scope(interrupted, [](double fraction)
+                             { std::clog << '\r' << static_cast<int>(100 * fraction) << " %"; });
+        EarTrimming().ear_trimming(mesh);
+        return true;
+    }
+    catch (Cancelled const&)
+    {
+        std::clog << "\nended by the user\n";
+        return false;
+    }
+}
+// [scope]
+
+} // namespace
 
 int main(int argc, char** argv)
 {
@@ -41,8 +79,7 @@ int main(int argc, char** argv)
     // [run]
     gPH.set_log_enabled(true);
     gLH.startSpecStepTimer("close the mesh", "");
-    EarTrimming filler;
-    filler.ear_trimming(mesh);
+    bool const closed = close_holes(mesh);
     gLH.lapSpecStepTimer("close the mesh");
 
     std::ofstream(argv[3]) << gLH.steps_as_json() << '\n';
@@ -51,5 +88,5 @@ int main(int argc, char** argv)
     gLH.set_sink({});
     gLH.set_step_observer({});
     // [run]
-    return 0;
+    return closed ? 0 : 2;
 }

@@ -7,6 +7,7 @@
 #include "algorithmVeld/common/mesh/SubMesh.h"
 #include "algorithmVeld/common/mesh/points.h"
 #include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
 #include <cmath>
@@ -167,14 +168,19 @@ RetVal ExtractStick::extract_all(TriMesh& mesh, std::vector<Vector3f> const& see
                        "\n--------------------------------\nmesh.points_vector().size() = %d\n"
                        "--------------------------------\n",
                        static_cast<int>(points.size()));
+    detail::Stages stages({1, 1});
+    stages.next();
     KdTree3f tree;
     tree.build_kdtree(points);
     tree.set_sorted(false);
     // Once for all sticks: this and the marks are work on the whole mesh.
     detail::DeletionScope const status(mesh);
     prepare(mesh);
+    stages.next();
+    detail::Progress progress(seed_points.size());
     for (std::size_t i = 0; i < seed_points.size(); ++i)
     {
+        progress.advance(i == 0 ? 0 : 1);
         stick_diameter_ = stick_sizes[i][0];
         stick_height_ = stick_sizes[i][1];
         int nearest = -1;
@@ -347,8 +353,10 @@ std::vector<int> ExtractStick::collect_faces(TriMesh const& mesh, VertexHandle t
 
 std::vector<int> ExtractStick::vertices_of(TriMesh const& mesh, std::vector<int> const& faces)
 {
+    detail::CancelPoll poll;
     for (int const face : faces)
     {
+        poll.next();
         for (auto const v : mesh.fv_range(FaceHandle(face)))
         {
             visited_vertices_.mark(v.idx());
@@ -363,8 +371,10 @@ void ExtractStick::copy_stick(TriMesh const& mesh, std::vector<int> const& verti
                               std::vector<int> const& faces, TriMesh& stick)
 {
     stick.reserve_more(vertices.size(), vertices.size() + faces.size(), faces.size());
+    detail::CancelPoll poll;
     for (int const v : vertices)
     {
+        poll.next();
         auto& copy = copies_[static_cast<std::size_t>(v)];
         copy = detail::copy_vertex(mesh, VertexHandle(v), stick);
         log_and_print_line(verbose_ && !copy.is_valid(), "fail to add vertex [%s (%d)].\n",
@@ -372,6 +382,7 @@ void ExtractStick::copy_stick(TriMesh const& mesh, std::vector<int> const& verti
     }
     for (int const face : faces)
     {
+        poll.next();
         auto const corners = mesh.fv_range(FaceHandle(face));
         if (std::distance(corners.begin(), corners.end()) != 3)
         {

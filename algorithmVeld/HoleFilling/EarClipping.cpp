@@ -8,6 +8,7 @@
 #include "algorithmVeld/common/mesh/EarGeometry.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
 
 #include <cmath>
@@ -133,11 +134,16 @@ void EarClipping::fill_hole_type_plane(TriMesh& mesh)
 
     // Faces that are added bring new boundary halfedges, which are met in the same scan.
     detail::OpenLoops open_loops;
+    detail::ProgressPart const whole(0.0, 1.0);
+    detail::LoopProgress progress(mesh.n_halfedges());
     for (std::size_t i = 0; i < mesh.n_halfedges(); ++i)
     {
+        progress.next();
         OpenMesh::HalfedgeHandle const h(static_cast<int>(i));
         if (!detail::is_deleted(mesh, h) && mesh.is_boundary(h) && !mesh.property(visited_prop_, h))
         {
+            // A loop costs as much as thousands of halfedges that are passed over.
+            detail::poll_cancel();
             try_loop(mesh, h, open_loops);
         }
     }
@@ -191,8 +197,10 @@ bool EarClipping::fill_polygon_hole(TriMesh& mesh, std::vector<OpenMesh::VertexH
         log("unmatched nodes size [%s (%d)]\n", __FILE__, __LINE__);
         return fail(OpenReason::BOUNDARY_TANGLED);
     }
+    detail::CancelPoll poll;
     while (circle_list.size() >= 4)
     {
+        poll.next();
         if (!cut_ear(mesh, circle_list, nodes.front()))
         {
             return false;

@@ -155,11 +155,14 @@ RetVal EarTrimming::ear_trimming(TriMesh& mesh, bool use_node_num, bool use_edge
 RetVal EarTrimming::ear_trimming(TriMesh& mesh)
 {
     detail::log("ear_trimming() ..\n");
+    detail::Stages stages({1, 4});
     {
+        stages.next();
         detail::StepTimer const timer("find-all-holes-ordered-halfedges");
         find_holes_ordered_halfedges(mesh);
     }
     {
+        stages.next();
         detail::StepTimer const timer("fill-holes");
         fill_holes(mesh);
     }
@@ -208,6 +211,8 @@ void EarTrimming::fill_holes(TriMesh& mesh)
     {
         return;
     }
+    detail::Stages stages({2, 20, 5});
+    stages.next();
     std::vector<TrimPlan> plans(holes_.size());
     set_aside_holes_beyond_limits(mesh, plans);
 
@@ -220,6 +225,7 @@ void EarTrimming::fill_holes(TriMesh& mesh)
         }
     }
     auto const lists = clusters.lists();
+    stages.next();
     std::vector<detail::MeshPatch> patch_of_thread(static_cast<std::size_t>(omp_get_max_threads()));
     detail::parallel_for_uneven(
         static_cast<std::ptrdiff_t>(lists.size()),
@@ -229,6 +235,7 @@ void EarTrimming::fill_holes(TriMesh& mesh)
             plan_cluster(mesh, lists[static_cast<std::size_t>(i)], patch, plans);
         });
 
+    stages.next();
     carry_out(mesh, plans);
 }
 
@@ -293,8 +300,10 @@ void EarTrimming::plan_hole(TriMesh& mesh, std::vector<OpenMesh::VertexHandle> c
 {
     EarList list(measure_corners(mesh, corners, plan));
     bool face_refused = false;
+    detail::CancelPoll poll;
     while (list.size() > 3)
     {
+        poll.next();
         auto const place = list.smallest();
         HoleNode const ear = list[place];
         if (static_cast<double>(ear.angle) > widest_corner || !std::isfinite(ear.angle))
@@ -426,6 +435,7 @@ void EarTrimming::carry_out(TriMesh& mesh, std::vector<TrimPlan> const& plans)
     mesh.reserve_more(0, edges, faces);
 
     detail::OpenLoops open_loops;
+    detail::LoopProgress progress(faces);
     for (std::size_t hole = 0; hole < plans.size(); ++hole)
     {
         auto const& plan = plans[hole];
@@ -436,6 +446,7 @@ void EarTrimming::carry_out(TriMesh& mesh, std::vector<TrimPlan> const& plans)
         auto const first_edge = mesh.n_edges();
         for (auto const& [a, b, c] : plan.faces)
         {
+            progress.next();
             // The plan has asked already whether the mesh can take the face.
             if (!mesh.add_face(a, b, c).is_valid())
             {

@@ -68,9 +68,14 @@ BaseTriMeshSearch::BaseTriMeshSearch(BaseTriMesh const& mesh)
     : vert_count_(static_cast<int>(mesh.get_vn())), face_count_(static_cast<int>(mesh.get_fn()))
 {
     ScopeTimer const timer("OrvaneAlgorithm::BaseTriMeshSearch::BaseTriMeshSearch");
+    detail::Stages stages({1, 2, 10, 12});
+    stages.next();
     std::vector<int> const corners = flat_corners(mesh);
+    stages.next();
     list_faces_of_vertices(corners);
+    stages.next();
     list_neighbours_of_vertices(corners);
+    stages.next();
     list_neighbours_of_faces(corners);
 }
 
@@ -78,8 +83,10 @@ void BaseTriMeshSearch::list_faces_of_vertices(std::vector<int> const& corners)
 {
     auto& offsets = v2f_.offsets;
     offsets.assign(place(vert_count_) + 1, 0);
+    detail::CancelPoll poll;
     for (int const v : corners)
     {
+        poll.next();
         if (v < 0 || v >= vert_count_)
         {
             detail::at(offsets, offsets.size());
@@ -94,6 +101,7 @@ void BaseTriMeshSearch::list_faces_of_vertices(std::vector<int> const& corners)
     v2f_.entries.resize(corners.size());
     for (std::size_t k = 0; k < corners.size(); ++k)
     {
+        poll.next();
         int const slot = free_slot[place(corners[k])]++;
         v2f_.entries[place(slot)] = static_cast<int>(k / 3);
     }
@@ -104,8 +112,10 @@ void BaseTriMeshSearch::list_neighbours_of_vertices(std::vector<int> const& corn
     is_boundary_.assign(place(vert_count_), false);
     v2v_.reserve(place(vert_count_), corners.size());
     std::vector<int> met; ///< each neighbour as often as it is met
+    detail::LoopProgress progress(place(vert_count_));
     for (int v = 0; v < vert_count_; ++v)
     {
+        progress.next();
         met.clear();
         int* face = nullptr;
         int* end = nullptr;
@@ -160,8 +170,10 @@ void BaseTriMeshSearch::list_neighbours_of_faces(std::vector<int> const& corners
     f2f_.reserve(place(face_count_), count_meetings());
     f2f_edge_.reserve(place(face_count_), corners.size());
     std::vector<int> met_by(place(face_count_), -1);
+    detail::LoopProgress progress(place(face_count_));
     for (int f = 0; f < face_count_; ++f)
     {
+        progress.next();
         for (std::size_t k = 3 * place(f); k < 3 * place(f) + 3; ++k)
         {
             int* other = nullptr;

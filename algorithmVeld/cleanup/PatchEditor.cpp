@@ -6,6 +6,7 @@
 #include "algorithmVeld/common/mesh/MeshInfo.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <limits>
 #include <vector>
@@ -65,8 +66,10 @@ private:
 template <typename Element, typename Visit>
 void for_each_live(TriMesh const& mesh, std::size_t n, Visit const& visit)
 {
+    detail::LoopProgress progress(n);
     for (std::size_t i = 0; i < n; ++i)
     {
+        progress.next();
         Element const element(static_cast<int>(i));
         if (!detail::is_deleted(mesh, element))
         {
@@ -81,8 +84,10 @@ Components face_components(TriMesh const& mesh, Rule const& takes)
 {
     Components components(mesh.n_faces());
     int const n = static_cast<int>(mesh.n_edges());
+    detail::LoopProgress progress(mesh.n_edges());
     for (int e = 0; e < n; ++e)
     {
+        progress.next();
         auto const a = mesh.face_handle(OpenMesh::HalfedgeHandle(2 * e));
         auto const b = mesh.face_handle(OpenMesh::HalfedgeHandle(2 * e + 1));
         if (a.is_valid() && b.is_valid() && takes(a) && takes(b))
@@ -112,8 +117,10 @@ Components vertex_components(TriMesh const& mesh)
 {
     Components components(mesh.n_vertices());
     int const n = static_cast<int>(mesh.n_edges());
+    detail::LoopProgress progress(mesh.n_edges());
     for (int e = 0; e < n; ++e)
     {
+        progress.next();
         OpenMesh::HalfedgeHandle const h(2 * e);
         if (!mesh.status(OpenMesh::EdgeHandle(e)).deleted())
         {
@@ -163,7 +170,10 @@ public:
     /// that keeps several fans is walked round, so it is that of a search.
     void delete_small_cores(int face_thr)
     {
+        detail::Stages stages({3, 1});
+        stages.next();
         auto cores = face_components(mesh_, [&](FaceHandle face) { return layer(face) == 0; });
+        stages.next();
         for_each_live<FaceHandle>(mesh_, layer_.size(),
                                   [&](FaceHandle first)
                                   {
@@ -221,8 +231,10 @@ private:
     void find_boundary_faces()
     {
         int const n = static_cast<int>(mesh_.n_halfedges());
+        detail::LoopProgress progress(mesh_.n_halfedges());
         for (int i = 0; i < n; ++i)
         {
+            progress.next();
             OpenMesh::HalfedgeHandle const h(i);
             auto const face = mesh_.face_handle(h);
             if (face.is_valid() && layer(face) == 0 &&
@@ -294,8 +306,12 @@ RetVal PatchEditor::remove_small_components_by_face(TriMesh& mesh, int face_thr,
     detail::log_size(verbose, detail::INITIAL_SIZE, mesh);
     {
         detail::DeletionScope const status(mesh);
+        detail::CompactedOnException const compacted(mesh);
+        detail::Stages stages({6, 2, 2});
+        stages.next();
         auto components = face_components(mesh);
         log_patches(verbose, "    # face patch:          %8d\n", components);
+        stages.next();
         for_each_live<FaceHandle>(mesh, mesh.n_faces(),
                                   [&](FaceHandle face)
                                   {
@@ -305,6 +321,7 @@ RetVal PatchEditor::remove_small_components_by_face(TriMesh& mesh, int face_thr,
                                                                       IsolatedVertices::DELETED);
                                       }
                                   });
+        stages.next();
         detail::compact(mesh);
     }
     detail::log_size(verbose, detail::FINAL_SIZE, mesh);
@@ -317,8 +334,12 @@ RetVal PatchEditor::remove_small_components_by_vert(TriMesh& mesh, int vert_thr,
     detail::log_size(verbose, detail::INITIAL_SIZE, mesh);
     {
         detail::DeletionScope const status(mesh);
+        detail::CompactedOnException const compacted(mesh);
+        detail::Stages stages({6, 2, 2});
+        stages.next();
         auto components = vertex_components(mesh);
         log_patches(verbose, "    # vert patch:          %8d\n", components);
+        stages.next();
         for_each_live<VertexHandle>(mesh, mesh.n_vertices(),
                                     [&](VertexHandle vertex)
                                     {
@@ -328,6 +349,7 @@ RetVal PatchEditor::remove_small_components_by_vert(TriMesh& mesh, int vert_thr,
                                                 mesh, vertex, IsolatedVertices::DELETED);
                                         }
                                     });
+        stages.next();
         detail::compact(mesh);
     }
     detail::log_size(verbose, detail::FINAL_SIZE, mesh);
@@ -342,11 +364,18 @@ RetVal PatchEditor::remove_small_componets_by_face_strong_connection(TriMesh& me
         return RET_INVALID_INPUT;
     }
     detail::DeletionScope const status(mesh, detail::HalfedgeStatus::LEFT_OUT);
+    detail::CompactedOnException const compacted(mesh);
+    detail::Stages stages({2, 5, 1, 1, 1});
+    stages.next();
     Opening opening(mesh, ring_num);
     opening.peel_boundaries();
+    stages.next();
     opening.delete_small_cores(face_thr);
+    stages.next();
     opening.grow_back();
+    stages.next();
     opening.delete_what_was_not_reached();
+    stages.next();
     detail::compact(mesh);
     return RET_SUCCESS;
 }

@@ -4,6 +4,7 @@
 #include "algorithmVeld/common/mesh/FaceSearch.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 namespace OrvaneAlgorithm
 {
@@ -42,8 +43,10 @@ namespace
 int delete_marked_faces(TriMesh& mesh, OpenMesh::FPropHandleT<bool> marks)
 {
     int deleted = 0;
+    detail::LoopProgress progress(mesh.n_faces());
     for (auto const face : mesh.all_faces())
     {
+        progress.next();
         if (mesh.property(marks, face))
         {
             detail::delete_face_checked(mesh, face, IsolatedVertices::KEPT);
@@ -57,8 +60,10 @@ int delete_marked_faces(TriMesh& mesh, OpenMesh::FPropHandleT<bool> marks)
 int delete_isolated_vertices(TriMesh& mesh)
 {
     int deleted = 0;
+    detail::LoopProgress progress(mesh.n_vertices());
     for (auto const vertex : mesh.all_vertices())
     {
+        progress.next();
         if (mesh.is_isolated(vertex))
         {
             detail::delete_vertex_checked(mesh, vertex, IsolatedVertices::KEPT);
@@ -78,19 +83,27 @@ void PostProcessing::remove_small_objects(TriMesh& mesh, int face_limit)
 
     detail::DeletionScope const status(mesh);
     Marks const marks(*this, mesh);
+    detail::CompactedOnException const compacted(mesh);
+    detail::Stages stages({6, 1, 1, 2});
+    stages.next();
     decide_objects(mesh);
+    stages.next();
     int const faces = delete_marked_faces(mesh, delete_);
+    stages.next();
     int const vertices = delete_isolated_vertices(mesh);
     detail::log_and_print_line(log, "    deleted faces: %d\n", faces);
     detail::log_and_print_line(log, " deleted vertices: %d\n", vertices);
+    stages.next();
     detail::compact(mesh);
 }
 
 void PostProcessing::decide_objects(TriMesh& mesh)
 {
     std::vector<FaceHandle> faces;
+    detail::LoopProgress progress(mesh.n_faces());
     for (auto const face : mesh.faces())
     {
+        progress.next();
         if (!mesh.property(decided_, face))
         {
             decide_object(mesh, face, faces);

@@ -8,6 +8,7 @@
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/mesh/points.h"
 #include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
 
 #include <algorithm>
@@ -174,6 +175,7 @@ public:
     {
         for (Face const face : faces_in_radius(hits))
         {
+            poll_.next();
             if (state(face) != State::IN_RADIUS)
             {
                 continue;
@@ -205,6 +207,7 @@ private:
         std::vector<Face> faces;
         for (int const vertex : hits)
         {
+            poll_.next();
             surface_.faces_around(vertex,
                                   [&](Face face)
                                   {
@@ -252,6 +255,7 @@ private:
     double normal_dot_thr_;
     std::vector<State> states_; ///< of each face
     std::vector<Face> guilty_;
+    detail::CancelPoll poll_;
 };
 
 /// The faces of the pieces that look the way their markers do.
@@ -262,9 +266,14 @@ faces_of_markers(Surface surface, std::vector<Vector3f> const& points,
                  std::vector<Vector3f> const& marker_normals, double radius, double normal_dot_thr)
 {
     PieceJudge<Surface> judge(surface, normal_dot_thr);
+    detail::Stages stages({4, 1});
+    stages.next();
     MarkerSearch search(points, radius);
+    stages.next();
+    detail::Progress progress(marker_points.size());
     for (std::size_t m = 0; m < marker_points.size(); ++m)
     {
+        progress.advance();
         judge.judge(search.near(marker_points[m]), marker_normals[m]);
     }
     return judge.guilty();
@@ -275,10 +284,18 @@ void delete_faces(TriMesh& mesh, std::vector<FaceHandle> faces)
 {
     std::sort(faces.begin(), faces.end());
     detail::DeletionScope const scope(mesh);
-    for (auto const face : faces)
+    detail::CompactedOnException const compacted(mesh);
+    detail::Stages stages({1, 1});
+    stages.next();
     {
-        detail::delete_face_checked(mesh, face, detail::IsolatedVertices::KEPT);
+        detail::LoopProgress progress(faces.size());
+        for (auto const face : faces)
+        {
+            progress.next();
+            detail::delete_face_checked(mesh, face, detail::IsolatedVertices::KEPT);
+        }
     }
+    stages.next();
     detail::compact(mesh);
 }
 
@@ -345,9 +362,14 @@ RetVal RemoveBoundary::remove_marker_cloud(Cloud& cloud, std::vector<Vector3f> c
     }
     {
         auto const flags = vertex_flags(cloud);
+        detail::Stages stages({6, 2, 2});
+        stages.next();
         MarkerSearch search(cloud.vCoord, radius);
+        stages.next();
+        detail::Progress progress(marker_points.size());
         for (std::size_t m = 0; m < marker_points.size(); ++m)
         {
+            progress.advance();
             for (int const hit : search.near(marker_points[m]))
             {
                 auto const i = static_cast<std::size_t>(hit);
@@ -360,6 +382,7 @@ RetVal RemoveBoundary::remove_marker_cloud(Cloud& cloud, std::vector<Vector3f> c
                 }
             }
         }
+        stages.next();
         cloud.squeeze();
     }
     log_info(verbose, "\n==========< final Cloud info >==========\n", cloud);
@@ -374,14 +397,20 @@ RetVal RemoveBoundary::remove_marker_mesh(BaseTriMesh& mesh,
     log_info(verbose, "\n==========< initial BaseTriMesh info >==========\n", mesh);
     {
         auto const flags = vertex_flags(mesh);
+        detail::Stages stages({6, 2, 2});
+        stages.next();
         MarkerSearch search(mesh.vCoord, radius);
+        stages.next();
+        detail::Progress progress(marker_points.size());
         for (auto const& marker : marker_points)
         {
+            progress.advance();
             for (int const hit : search.near(marker))
             {
                 mesh.set_vDeleted(static_cast<std::size_t>(hit), true);
             }
         }
+        stages.next();
         mesh.squeeze();
     }
     log_info(verbose, "\n==========< final BaseTriMesh info >==========\n", mesh);
@@ -394,17 +423,26 @@ RetVal RemoveBoundary::remove_marker_mesh(TriMesh& mesh, std::vector<Vector3f> c
     log_line(verbose, "remove_marker_mesh() ..\n");
     log_info(verbose, "\n==========< initial TriMesh info >==========\n", mesh);
     {
+        detail::Stages stages({6, 2, 2});
+        stages.next();
         MarkerSearch search(detail::points_of(mesh), radius);
+        stages.next();
         detail::DeletionScope const scope(mesh);
+        detail::CompactedOnException const compacted(mesh);
+        detail::CancelPoll poll;
+        detail::Progress progress(marker_points.size());
         for (auto const& marker : marker_points)
         {
+            progress.advance();
             for (int const hit : search.near(marker))
             {
+                poll.next();
                 // It may have gone with another marker already.
                 detail::delete_vertex_checked(mesh, VertexHandle(hit),
                                               detail::IsolatedVertices::DELETED);
             }
         }
+        stages.next();
         detail::compact(mesh);
     }
     log_info(verbose, "\n==========< final TriMesh info >==========\n", mesh);
@@ -423,6 +461,8 @@ RetVal RemoveBoundary::remove_marker_mesh_ex(BaseTriMesh& mesh,
         return RET_INVALID_INPUT;
     }
     {
+        detail::Stages stages({9, 1});
+        stages.next();
         using Scope = ChannelScope<BaseTriMesh>;
         auto const vertex_flag = vertex_flags(mesh);
         Scope const face_flag(mesh, &BaseTriMesh::has_fFlag, &BaseTriMesh::enable_fFlag,
@@ -440,6 +480,7 @@ RetVal RemoveBoundary::remove_marker_mesh_ex(BaseTriMesh& mesh,
                 mesh.set_fDeleted(static_cast<std::size_t>(face), true);
             }
         }
+        stages.next();
         mesh.squeeze();
     }
     log_info(verbose, "\n==========< final BaseTriMesh info >==========\n", mesh);
@@ -457,9 +498,14 @@ RetVal RemoveBoundary::remove_marker_mesh_ex(TriMesh& mesh,
     {
         return RET_INVALID_INPUT;
     }
+    detail::Stages stages({3, 6, 1});
+    stages.next();
     detail::provide_normals(mesh);
-    delete_faces(mesh, faces_of_markers(HalfEdgeSurface(mesh), detail::points_of(mesh),
-                                        marker_points, marker_normals, radius, normal_dot_thr));
+    stages.next();
+    auto const faces = faces_of_markers(HalfEdgeSurface(mesh), detail::points_of(mesh),
+                                        marker_points, marker_normals, radius, normal_dot_thr);
+    stages.next();
+    delete_faces(mesh, faces);
     log_info(verbose, "\n==========< final TriMesh info >==========\n", mesh);
     return RET_SUCCESS;
 }
@@ -467,7 +513,11 @@ RetVal RemoveBoundary::remove_marker_mesh_ex(TriMesh& mesh,
 RetVal RemoveBoundary::remove_n_rings(TriMesh& mesh, int ring_num, bool verbose)
 {
     log_line(verbose, "remove_n_rings( %d-rings ) ..\n", ring_num);
-    delete_faces(mesh, faces_in_rings(mesh, ring_num));
+    detail::Stages stages({1, 3});
+    stages.next();
+    auto const faces = faces_in_rings(mesh, ring_num);
+    stages.next();
+    delete_faces(mesh, faces);
     return RET_SUCCESS;
 }
 

@@ -4,6 +4,7 @@
 #include "algorithmVeld/common/mesh/MeshInfo.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 namespace OrvaneAlgorithm
 {
@@ -33,8 +34,10 @@ std::vector<VertexHandle> non_manifold_vertices(TriMesh const& mesh)
 {
     std::vector<unsigned char> gaps(mesh.n_vertices(), 0);
     int const n = static_cast<int>(mesh.n_halfedges());
+    detail::LoopProgress progress(mesh.n_halfedges());
     for (int i = 0; i < n; ++i)
     {
+        progress.next();
         OpenMesh::HalfedgeHandle const h(i);
         auto const from = mesh.from_vertex_handle(h);
         if (mesh.is_boundary(h) && mesh.is_valid_handle(from))
@@ -44,8 +47,10 @@ std::vector<VertexHandle> non_manifold_vertices(TriMesh const& mesh)
         }
     }
     std::vector<VertexHandle> found;
+    detail::CancelPoll poll;
     for (std::size_t v = 0; v < gaps.size(); ++v)
     {
+        poll.next();
         VertexHandle const vertex(static_cast<int>(v));
         auto const& status = mesh.status(vertex);
         if (gaps[v] > 1 && !status.deleted() && !status.hidden() && count_gaps(mesh, vertex) > 1)
@@ -75,10 +80,26 @@ public:
         detail::delete_vertex_checked(mesh_, vertex, IsolatedVertices::DELETED);
     }
 
+    /// A vertex on the list goes even if the removal of another has left it with one gap.
+    void remove_all(std::vector<VertexHandle> const& vertices)
+    {
+        detail::LoopProgress progress(vertices.size());
+        for (auto const vertex : vertices)
+        {
+            progress.next();
+            if (!detail::is_deleted(mesh_, vertex))
+            {
+                remove(vertex);
+            }
+        }
+    }
+
     void remove_what_was_damaged()
     {
+        detail::CancelPoll poll;
         for (std::size_t i = 0; i < work_.size(); ++i)
         {
+            poll.next();
             VertexHandle const vertex = work_[i];
             if (mesh_.is_isolated(vertex))
             {
@@ -116,16 +137,15 @@ RetVal VertexEditor::remove_non_manifold_verts(TriMesh& mesh, bool verbose)
     detail::log_size(verbose, detail::INITIAL_SIZE, mesh);
     {
         detail::DeletionScope const status(mesh);
+        detail::CompactedOnException const compacted(mesh);
+        detail::Stages stages({6, 2, 2});
+        stages.next();
         Removal removal(mesh);
-        // A vertex on the list goes even if the removal of another has left it with one gap.
-        for (auto const vertex : non_manifold_vertices(mesh))
-        {
-            if (!detail::is_deleted(mesh, vertex))
-            {
-                removal.remove(vertex);
-            }
-        }
+        auto const vertices = non_manifold_vertices(mesh);
+        stages.next();
+        removal.remove_all(vertices);
         removal.remove_what_was_damaged();
+        stages.next();
         detail::compact(mesh);
     }
     detail::log_size(verbose, detail::FINAL_SIZE, mesh);

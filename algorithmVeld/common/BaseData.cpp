@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/files/BinaryFile.h"
 #include "algorithmVeld/common/files/wide_path.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <filesystem>
 #include <mutex>
@@ -157,6 +158,8 @@ bool BaseData::write_swap_file(std::function<void(detail::BinaryWriter&)> const&
 
 bool BaseData::read_swap_file(std::function<void(detail::BinaryReader&)> const& read)
 {
+    // Not to be ended on the way: the data would be neither here nor there.
+    detail::ContextScope const outside({});
     bool complete = false;
     {
         detail::BinaryReader reader(swap_file_->path());

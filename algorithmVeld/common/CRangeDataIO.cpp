@@ -120,12 +120,13 @@ int CRangeDataIO::read_rge(std::wstring const& path, RangeData& frame)
     {
         return 2;
     }
-    read_frame(reader, frame);
+    RangeData whole;
+    read_frame(reader, whole);
     if (!reader.finish())
     {
-        frame = RangeData();
         return 3;
     }
+    frame = std::move(whole);
     return 0;
 }
 

@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/ImagePacking.h"
 
 #include "algorithmVeld/common/arrays/Skyline.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
 #include <array>
@@ -82,10 +83,12 @@ bool fill_strip(Guests const& guests, std::vector<std::size_t> const& order, Len
                 std::uint64_t limit, Layout& layout)
 {
     Skyline skyline(width, guests.smallest);
+    detail::CancelPoll poll(64); // one rectangle costs as much as the strip has ledges
     layout.places.resize(guests.extents.size());
     Extent& whole = layout.whole = {};
     for (std::size_t const i : order)
     {
+        poll.next();
         Extent const& extent = guests.extents[i];
         Place const place = skyline.add(extent);
         layout.places[i] = place;
@@ -224,6 +227,7 @@ private:
             return;
         }
         --tries_left_;
+        progress_.advance();
         std::uint64_t const limit =
             found_ ? cost(best_.whole) : std::numeric_limits<std::uint64_t>::max();
         if (fill_strip(*guests_[plan.turned ? 1 : 0], plan.order, plan.width, limit, current_))
@@ -236,6 +240,7 @@ private:
 
     std::array<Guests const*, 2> guests_; ///< as they are, and with rows and columns exchanged
     std::size_t tries_left_;
+    detail::Progress progress_{tries_left_};
     bool found_ = false;
     Plan best_plan_;
     Layout best_;
@@ -270,6 +275,7 @@ Vector2i to_rows_and_columns(Length rows, Length columns)
 RetVal ImagePacking::pack(std::vector<Vector2i> const& sizes, int gap,
                           std::vector<Vector2i>& positions, Vector2i& total_size)
 {
+    detail::ProgressPart const part(0.0, 1.0);
     // The list of positions may be the list of sizes.
     std::vector<Vector2i> found;
     Vector2i whole = Vector2i::Zero();

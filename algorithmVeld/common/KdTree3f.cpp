@@ -1,5 +1,7 @@
 #include "algorithmVeld/common/KdTree3f.h"
 
+#include "algorithmVeld/common/running/Progress.h"
+
 #if defined(__GNUC__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpedantic"
@@ -137,6 +139,7 @@ KdTree3f::~KdTree3f() = default;
 void KdTree3f::build_kdtree(std::vector<Vector3f> const& points)
 {
     index_.reset();
+    detail::poll_cancel();
     auto index = std::make_shared<Index>();
     std::vector<Vector3f> usable;
     if (!std::all_of(points.begin(), points.end(), is_usable))
@@ -160,7 +163,10 @@ void KdTree3f::build_kdtree(std::vector<Vector3f> const& points)
     flann::Matrix<float> const matrix(const_cast<float*>(source.front().data()), source.size(), 3);
     index->flann = std::make_unique<FlannIndex>(
         matrix, flann::KDTreeSingleIndexParams(LEAF_SIZE, true), flann::L2<float>());
+    // FLANN cannot be ended on its way.
+    detail::poll_cancel();
     index->flann->buildIndex();
+    detail::poll_cancel();
     index_ = std::move(index);
 }
 

@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/arrays/Channels.h"
 #include "algorithmVeld/common/arrays/checked.h"
 #include "algorithmVeld/common/geometry/unit_vector.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
 #include <array>
@@ -311,8 +312,10 @@ void RangeData::create_vertices_index_map(MatrixXi& map) const
 void RangeData::convert_to_quad(MatrixXi const& map, std::vector<std::vector<int>>& quads) const
 {
     quads.clear();
+    detail::CancelPoll poll;
     for (size_t i = 0; i < get_vn() && i < vUV.size() && i < cellFlag.size(); ++i)
     {
+        poll.next();
         if (cellFlag[i] != 1)
         {
             continue;

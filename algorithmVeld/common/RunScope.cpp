@@ -95,6 +95,14 @@ RunScope::~RunScope()
     exchange_context(before_);
 }
 
+void RunScope::poll()
+{
+    if (this_thread.run != nullptr && this_thread.run->is_cancelled())
+    {
+        throw Cancelled();
+    }
+}
+
 RunScope::Context RunScope::context() noexcept
 {
     return this_thread;

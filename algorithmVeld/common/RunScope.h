@@ -66,6 +66,10 @@ public:
     RunScope(RunScope const&) = delete;
     RunScope& operator=(RunScope const&) = delete;
 
+    /// Throws Cancelled if a token of the calling thread's run was cancelled; nothing without a
+    /// scope. For what a host itself does between operations.
+    static void poll();
+
     /// \name For loops that tell progress or take a run to other threads
     /// Hosts need none of it.
     /// @{

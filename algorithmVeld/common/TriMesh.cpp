@@ -6,6 +6,7 @@
 #include "algorithmVeld/common/mesh/Compaction.h"
 #include "algorithmVeld/common/mesh/KernelExchange.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <array>
 #include <type_traits>
@@ -241,20 +242,27 @@ void TriMesh::get_boundBox(Vector3f& min, Vector3f& max) const
 
 bool TriMesh::is_legal() const
 {
+    detail::Stages stages({1, 9});
+    stages.next();
+    detail::CancelPoll poll;
     for (auto const vertex : vertices())
     {
+        poll.next();
         if (!point(vertex).allFinite())
         {
             return false;
         }
     }
+    stages.next();
     return is_linked();
 }
 
 bool TriMesh::is_linked() const
 {
+    detail::LoopProgress progress(n_vertices() + n_edges() + n_faces());
     for (auto const vertex : vertices())
     {
+        progress.next();
         if (!is_vertex_linked(*this, vertex))
         {
             return false;
@@ -262,6 +270,7 @@ bool TriMesh::is_linked() const
     }
     for (auto const edge : edges())
     {
+        progress.next();
         if (!is_halfedge_linked(*this, halfedge_handle(edge, 0)) ||
             !is_halfedge_linked(*this, halfedge_handle(edge, 1)))
         {
@@ -270,6 +279,7 @@ bool TriMesh::is_linked() const
     }
     for (auto const face : faces())
     {
+        progress.next();
         if (!is_triangle(*this, face))
         {
             return false;
@@ -280,30 +290,40 @@ bool TriMesh::is_linked() const
 
 void TriMesh::repair_illegal()
 {
+    detail::Stages stages({2, 6, 1, 1});
+    stages.next();
     if (is_legal())
     {
         return;
     }
+    stages.next();
     if (!is_linked())
     {
         rebuild_from_faces();
     }
+    stages.next();
     detail::DeletionScope const scope(*this);
+    detail::CompactedOnException const compacted(*this);
+    detail::CancelPoll poll;
     for (auto const vertex : all_vertices())
     {
+        poll.next();
         if (!point(vertex).allFinite() && !status(vertex).deleted())
         {
             delete_vertex(vertex, false);
         }
     }
+    stages.next();
     detail::compact(*this);
 }
 
 void TriMesh::rebuild_from_faces()
 {
     std::vector<std::array<OpenMesh::VertexHandle, 3>> triangles;
+    detail::CancelPoll poll;
     for (auto const face : faces())
     {
+        poll.next();
         if (is_triangle(*this, face))
         {
             auto const h = halfedge_handle(face);
@@ -311,14 +331,17 @@ void TriMesh::rebuild_from_faces()
                                   from_vertex_handle(h)}});
         }
     }
+    // From here on the mesh has no faces, then more and more of them: it is valid at any time.
     size_t const n = n_vertices();
     resize(n, 0, 0);
     for (auto const vertex : all_vertices())
     {
         set_isolated(vertex);
     }
+    detail::LoopProgress progress(triangles.size());
     for (auto const& [a, b, c] : triangles)
     {
+        progress.next();
         bool const is_left = !detail::is_deleted(*this, a) && !detail::is_deleted(*this, b) &&
                              !detail::is_deleted(*this, c);
         if (is_left)

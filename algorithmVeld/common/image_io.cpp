@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/files/AtomicFile.h"
 #include "algorithmVeld/common/files/TextCursor.h"
 #include "algorithmVeld/common/image_files/image_codecs.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
 #include <array>
@@ -101,6 +102,7 @@ int read_image(std::string const& path, ReadImage<AnyImage> (*reader_for)(Bytes 
     {
         return 1;
     }
+    detail::ProgressPart const whole(0.0, 1.0);
     return size <= LONGEST_FILE &&
                    read_bytes(stream, static_cast<std::size_t>(size - BEGINNING), bytes) &&
                    read(bytes, image)
@@ -117,6 +119,7 @@ int write_rgb_image(std::string const& path, Image<3, unsigned char> const& imag
     {
         return 1;
     }
+    detail::ProgressPart const whole(0.0, 1.0);
     detail::AtomicFile file(path);
     return file.stream() && write(file.stream(), image) && file.commit() ? 0 : 2;
 }

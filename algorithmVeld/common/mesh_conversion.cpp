@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/mesh/AddFace.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 namespace OrvaneAlgorithm
 {
@@ -35,8 +36,10 @@ void request_attributes(BaseTriMesh const& source, TriMesh& target)
 /// Adds the vertices. An attribute that only the target has becomes zero.
 void add_vertices(BaseTriMesh const& source, TriMesh& target)
 {
+    detail::LoopProgress progress(source.get_vn());
     for (size_t i = 0; i < source.get_vn(); ++i)
     {
+        progress.next();
         auto const vertex = target.add_vertex(source.vCoord[i]);
         if (target.has_vertex_normals())
         {
@@ -53,8 +56,10 @@ void add_vertices(BaseTriMesh const& source, TriMesh& target)
 size_t add_faces(BaseTriMesh const& source, TriMesh& target)
 {
     size_t left_out = 0;
+    detail::LoopProgress progress(source.get_fn());
     for (size_t i = 0; i < source.get_fn(); ++i)
     {
+        progress.next();
         BaseTriFace const& face = source.faces[i];
         auto const added = detail::add_face_checked(target, OpenMesh::VertexHandle(face[0]),
                                                     OpenMesh::VertexHandle(face[1]),
@@ -78,8 +83,10 @@ std::vector<int> copy_vertices(TriMesh const& source, BaseTriMesh& target)
     target.has_vColor = source.has_vertex_colors();
     target.reserve_vn(source.n_vertices());
     std::vector<int> new_index(source.n_vertices(), -1);
+    detail::LoopProgress progress(source.n_vertices());
     for (auto const vertex : source.all_vertices())
     {
+        progress.next();
         if (detail::is_deleted(source, vertex))
         {
             continue;
@@ -119,18 +126,26 @@ size_t BaseTriMesh_convert_to_TriMesh(BaseTriMesh const& source, TriMesh& target
     target.clear();
     request_attributes(source, target);
     target.reserve_more(source.get_vn(), source.get_fn() + source.get_fn() / 2, source.get_fn());
+    detail::Stages stages({1, 9});
+    stages.next();
     add_vertices(source, target);
+    stages.next();
     return add_faces(source, target);
 }
 
 void TriMesh_convert_to_BaseTriMesh(TriMesh const& source, BaseTriMesh& target)
 {
     target.clear();
+    detail::Stages stages({1, 1});
+    stages.next();
     std::vector<int> const new_index = copy_vertices(source, target);
     target.has_fNormal = source.has_face_normals();
     target.faces.reserve(source.n_faces());
+    stages.next();
+    detail::LoopProgress progress(source.n_faces());
     for (auto const face : source.all_faces())
     {
+        progress.next();
         if (!detail::is_deleted(source, face))
         {
             target.faces.push_back(corners_of(source, face, new_index));

@@ -6,6 +6,7 @@
 #include "algorithmVeld/common/mesh_files/MeshReaders.h"
 #include "algorithmVeld/common/mesh_files/ObjWriter.h"
 #include "algorithmVeld/common/mesh_files/QuietOpenMesh.h"
+#include "algorithmVeld/common/mesh_files/StoppableStream.h"
 #include "algorithmVeld/common/mesh_files/openmesh_io.h"
 
 #include <algorithm>
@@ -59,7 +60,12 @@ Format const& format_of(fs::path const& path)
 detail::MeshSoup read_soup(fs::path const& path)
 {
     auto const& format = format_of(path);
-    auto soup = format.read(detail::file_content(path));
+    detail::Stages stages({1, 8, 1});
+    stages.next();
+    auto const content = detail::file_content(path);
+    stages.next();
+    auto soup = format.read(content);
+    stages.next();
     detail::check_soup(soup);
     detail::clean_attributes(soup);
     return soup;
@@ -81,14 +87,19 @@ Options vertex_attributes(TriMesh const& mesh)
     return options;
 }
 
+/// \param size about how large the file will be
 void export_by_openmesh(TriMesh const& mesh, char const* extension, Options const& options,
-                        std::ostream& stream)
+                        std::size_t size, std::ostream& stream)
 {
     constexpr std::streamsize digits_that_tell_floats_apart = 9;
     detail::QuietOpenMesh const quiet;
     OpenMesh::IO::ExporterT<TriMesh> exporter(mesh);
-    if (!OpenMesh::IO::IOManager().write(stream, extension, exporter, options,
-                                         digits_that_tell_floats_apart))
+    auto const write = [&](std::ostream& stoppable)
+    {
+        return OpenMesh::IO::IOManager().write(stoppable, extension, exporter, options,
+                                               digits_that_tell_floats_apart);
+    };
+    if (!detail::write_stoppably(stream, size, write))
     {
         throw FileError("cannot be written in this format");
     }
@@ -100,17 +111,18 @@ void write_ply(TriMesh const& mesh, std::ostream& stream)
 {
     auto options = vertex_attributes(mesh);
     options += binary;
-    export_by_openmesh(mesh, ".ply", options, stream);
+    export_by_openmesh(mesh, ".ply", options, 20 * mesh.n_vertices() + 13 * mesh.n_faces(), stream);
 }
 
 void write_stl(TriMesh const& mesh, std::ostream& stream)
 {
-    export_by_openmesh(mesh, ".stl", binary, stream);
+    export_by_openmesh(mesh, ".stl", binary, 50 * mesh.n_faces(), stream);
 }
 
 void write_off(TriMesh const& mesh, std::ostream& stream)
 {
-    export_by_openmesh(mesh, ".off", vertex_attributes(mesh), stream);
+    export_by_openmesh(mesh, ".off", vertex_attributes(mesh),
+                       40 * mesh.n_vertices() + 22 * mesh.n_faces(), stream);
 }
 
 /// OpenMesh writes vertex indices in as many bytes as the number of edges asks for. Where vertices
@@ -135,7 +147,9 @@ void write_om(TriMesh const& mesh, std::ostream& stream)
     require_indices_fit(mesh);
     auto options = vertex_attributes(mesh);
     options += binary;
-    export_by_openmesh(mesh, ".om", options, stream);
+    export_by_openmesh(mesh, ".om", options,
+                       16 * mesh.n_vertices() + 12 * mesh.n_halfedges() + 4 * mesh.n_faces(),
+                       stream);
 }
 
 void require_good(detail::AtomicFile& file)
@@ -189,8 +203,23 @@ void write_live_mesh(fs::path const& path, TriMesh const& mesh)
 bool read_mesh(std::string const& path, TriMesh& mesh, MeshReadReport& report)
 {
     report = {};
-    auto const read = [&] { report.faces_left_out = detail::build_mesh(read_soup(path), mesh); };
-    report.error = detail::error_of(path, read);
+    auto const read = [&]
+    {
+        detail::Stages stages({2, 3});
+        stages.next();
+        auto const soup = read_soup(path);
+        stages.next();
+        report.faces_left_out = detail::build_mesh(soup, mesh);
+    };
+    try
+    {
+        report.error = detail::error_of(path, read);
+    }
+    catch (Cancelled const&)
+    {
+        mesh = TriMesh();
+        throw;
+    }
     if (!report.error.empty())
     {
         mesh = TriMesh();
@@ -200,6 +229,7 @@ bool read_mesh(std::string const& path, TriMesh& mesh, MeshReadReport& report)
 
 bool write_mesh(std::string const& path, TriMesh const& mesh, std::string& error)
 {
+    detail::ProgressPart const whole(0.0, 1.0);
     error = detail::error_of(path, [&] { write_live_mesh(path, mesh); });
     return error.empty();
 }

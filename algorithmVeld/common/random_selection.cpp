@@ -1,5 +1,7 @@
 #include "algorithmVeld/common/random_selection.h"
 
+#include "algorithmVeld/common/running/Progress.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <numeric>
@@ -51,8 +53,10 @@ int draw_place(int n, int i, std::mt19937& random)
 void shuffle_beginning(int n, int count, std::mt19937& random, std::vector<int>& list)
 {
     SparseSequence sequence;
+    detail::LoopProgress progress(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i)
     {
+        progress.next();
         int const place = draw_place(n, i, random);
         list.push_back(sequence[place]);
         sequence.set(place, sequence[i]);
@@ -64,8 +68,10 @@ void shuffle_array(int n, int count, std::mt19937& random, std::vector<int>& lis
 {
     list.resize(static_cast<std::size_t>(n));
     std::iota(list.begin(), list.end(), 0);
+    detail::LoopProgress progress(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i)
     {
+        progress.next();
         std::swap(list[static_cast<std::size_t>(i)],
                   list[static_cast<std::size_t>(draw_place(n, i, random))]);
     }
@@ -82,6 +88,7 @@ void randomly_select_more(int n, int count, std::vector<int>& list)
     {
         return;
     }
+    detail::ProgressPart const whole(0.0, 1.0);
     std::mt19937 random;
     if (count < n / 8)
     {

@@ -90,8 +90,10 @@ std::vector<int> read_grid(Source& source, Element const& element)
     auto const most = source.most_rows(1);
     grid.reserve(static_cast<std::size_t>(std::min(element.rows, most)));
     auto const& property = element.properties.front();
+    detail::LoopProgress progress(static_cast<std::size_t>(element.rows));
     for (Row row{&element, 0}; row.number < element.rows; ++row.number)
     {
+        progress.next();
         source.begin_row(row);
         auto const n = list_size(source, property, row);
         if (n > 1)
@@ -111,8 +113,10 @@ std::vector<int> read_grid(Source& source, Element const& element)
 void check_grid(std::vector<int> const& grid, std::size_t n_vertices)
 {
     std::vector<char> is_used(n_vertices, 0);
+    detail::CancelPoll poll;
     for (std::size_t i = 0; i < grid.size(); ++i)
     {
+        poll.next();
         if (grid[i] == NO_VERTEX)
         {
             continue;
@@ -145,8 +149,10 @@ RangeData frame_of(MeshSoup const& soup, std::vector<int> const& grid, GridSize 
         frame.enable_vColor();
     }
     frame.reserve_vn(std::min(soup.points.size(), grid.size()));
+    detail::CancelPoll poll;
     for (std::size_t i = 0; i < grid.size(); ++i)
     {
+        poll.next();
         if (grid[i] == NO_VERTEX)
         {
             continue;

@@ -1,6 +1,7 @@
 #include "algorithmVeld/hole_detection/FindHoles.h"
 
 #include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
 #include "algorithmVeld/hole_detection/loops/HoleCentres.h"
 
@@ -45,11 +46,14 @@ RetVal FindHoles::find_holes(TriMesh& mesh, std::vector<Vector3f> const& hole_ce
         detail::log_line(verbose, "!!!empty verts.\n");
         return RET_INVALID_INPUT;
     }
+    detail::Stages stages({4, 1});
+    stages.next();
     Holes const holes = unsplit_holes(mesh);
     detail::log_line(verbose, "  input hole center num:       %6d\n",
                      static_cast<int>(hole_centres.size()));
     detail::log_line(verbose, "  hole match distance thr:     %9.2f mm\n\n", distance);
     auto const any = [](std::size_t, std::size_t) { return true; };
+    stages.next();
     auto const marked = detail::holes_near(mesh, holes, hole_centres, distance, any);
     start_verts.clear();
     for (std::size_t i = 0; i < holes.size(); ++i)

@@ -50,8 +50,10 @@ std::vector<VertexHandle> const* nearest_hole(TriMesh const& mesh, Holes const& 
 {
     std::vector<VertexHandle> const* found = nullptr;
     nearest = INFINITE;
+    detail::CancelPoll poll;
     for (auto const& hole : holes)
     {
+        poll.next();
         float const distance = distance_to_hole(mesh, hole, point);
         if (distance < nearest)
         {
@@ -113,7 +115,11 @@ std::vector<Vector3f> hole_normals(TriMesh const& mesh, Holes const& holes)
 RetVal FindHolesEx::find_holes(TriMesh& mesh, Holes& holes, bool verbose)
 {
     detail::log_line(verbose, "find_holes() : all holes ..\n");
-    holes = detail::split_into_simple_holes(mesh, detail::boundary_walks_by_vertex(mesh));
+    detail::Stages stages({9, 1});
+    stages.next();
+    auto const walks = detail::boundary_walks_by_vertex(mesh);
+    stages.next();
+    holes = detail::split_into_simple_holes(mesh, walks);
     if (holes.empty())
     {
         detail::log_line(verbose, "  fail to find any holes.\n");
@@ -132,8 +138,10 @@ RetVal FindHolesEx::find_holes(TriMesh& mesh, double perimeter, Holes& holes, bo
         return result;
     }
     holes.clear();
+    detail::CancelPoll poll;
     for (auto& hole : all)
     {
+        poll.next();
         if (perimeter > detail::perimeter(mesh, hole))
         {
             holes.push_back(std::move(hole));
@@ -207,6 +215,8 @@ RetVal FindHolesEx::find_marker_holes(TriMesh& mesh, std::vector<Vector3f> const
         detail::log_line(verbose, "  !!!error: unmatched vert and norm size.\n");
         return RET_INVALID_INPUT;
     }
+    detail::Stages stages({3, use_normals ? 5.0 : 0.0, 2});
+    stages.next();
     // A hole longer than the marker's circle cannot be its.
     Holes candidates;
     RetVal const result = find_holes(mesh, marker_radius * 2.0 * detail::PI, candidates, verbose);
@@ -215,6 +225,7 @@ RetVal FindHolesEx::find_marker_holes(TriMesh& mesh, std::vector<Vector3f> const
         return result;
     }
     holes.clear();
+    stages.next();
     std::vector<Vector3f> normals;
     if (use_normals)
     {
@@ -223,6 +234,7 @@ RetVal FindHolesEx::find_marker_holes(TriMesh& mesh, std::vector<Vector3f> const
     }
     auto const agrees = [&](std::size_t marker, std::size_t hole)
     { return !use_normals || marker_normals[marker].dot(normals[hole]) > normal_dot_thr; };
+    stages.next();
     auto const marked = detail::holes_near(mesh, candidates, marker_points, hole_match_thr, agrees);
     for (std::size_t i = 0; i < candidates.size(); ++i)
     {

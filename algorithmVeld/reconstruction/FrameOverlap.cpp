@@ -156,8 +156,10 @@ RangeData copy_kept(RangeData const& frame, std::size_t first, std::vector<char>
     copy.disable_vFlag();
     copy.enable_vFlag();
     std::vector<unsigned char> flags;
+    detail::CancelPoll poll;
     for (std::size_t i = 0; i < frame.get_vn(); ++i)
     {
+        poll.next();
         copy.set_vDeleted(i, stays[first + i] == 0);
         copy.cellFlag[i] = cells[first + i];
         if (frame.has_vFlag && stays[first + i] == 1)
@@ -201,7 +203,10 @@ RetVal FrameOverlap::remove_overlap(std::vector<RangeData const*> const& ranges,
     {
         return RET_INVALID_INPUT;
     }
+    detail::Stages stages({point_spacing_ > 0.0 ? 0.0 : 2.0, 98});
+    stages.next();
     double const spacing = point_spacing_ > 0.0 ? point_spacing_ : measure_point_spacing(ranges);
+    stages.next();
     detail::log("  point spacing: %g\n", spacing);
     std::vector<FrameCounts> counts(ranges.size());
     auto kept = take_out(ranges, spacing, counts);
@@ -216,6 +221,8 @@ std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> cons
                                               double spacing,
                                               std::vector<FrameCounts>& counts) const
 {
+    detail::Stages stages({14, 45, 1, 8, 18, averages_layers_ ? 8.0 : 0.0, 14});
+    stages.next();
     int const border_cells = std::max(border_cells_, 0);
     detail::OverlapLimits limits;
     limits.spacing = spacing;
@@ -225,16 +232,21 @@ std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> cons
     auto const surface = STAGES.run(
         "list-frames", [&]
         { return detail::list_frame_surface(ranges, long_edge_factor_ * spacing, border_cells); });
+    stages.next();
     auto const overlap =
         STAGES.run("find-overlap", [&] { return detail::find_overlap(surface, limits); });
+    stages.next();
     auto const quality = detail::measure_quality(surface, spacing, border_cells);
+    stages.next();
     auto const advantage = STAGES.run(
         "compare-frames", [&] { return detail::compare_frames(surface, overlap, quality); });
+    stages.next();
     auto const stays = STAGES.run("choose-points",
                                   [&] {
                                       return detail::choose_points(surface, overlap, advantage,
                                                                    spacing, gap_factor_ * spacing);
                                   });
+    stages.next();
     std::vector<float> shifts;
     if (averages_layers_)
     {
@@ -244,9 +256,13 @@ std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> cons
                                                                  layer_factor_ * spacing);
                             });
     }
+    stages.next();
     detail::StepTimer const timer("copy-frames", "frame-overlap");
+    detail::Stages copying({1, 4});
+    copying.next();
     auto const cells = detail::cells_left(surface, stays);
     std::vector<RangeData> kept(ranges.size());
+    copying.next();
     for_each_frame(ranges,
                    [&](std::size_t f)
                    {

@@ -5,6 +5,7 @@
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/mesh_files/MeshDump.h"
 #include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/common/running/TimedStages.h"
 #include "algorithmVeld/reconstruction/frames/BorderFilter.h"
 #include "algorithmVeld/reconstruction/frames/FrameTriangulation.h"
@@ -78,6 +79,8 @@ RetVal MeshMerge::mesh_merge(std::vector<RangeData const*> const& ranges, double
     gPH.log_enabled = verbose;
     detail::log("mesh_merge() ..\n");
     detail::StepTimer const timer("mesh-merge");
+    detail::Stages stages({22, 78});
+    stages.next();
     mesh.clear();
     FrameNumbers const frame_numbers(*this, mesh);
     if (!STAGES.run("rge-to-mesh", [&] { return convert_rge_to_mesh(ranges, mesh); }))
@@ -86,6 +89,7 @@ RetVal MeshMerge::mesh_merge(std::vector<RangeData const*> const& ranges, double
         return RET_INVALID_INPUT;
     }
     save(mesh, "00-initial-mesh.stl", "save-initial-mesh");
+    stages.next();
     close_gaps(mesh, static_cast<float>(stitch_radius), max_hole_edges, min_component_size,
                static_cast<float>(long_edge_length));
     frame_numbers.copy_to(vertex_frames);
@@ -98,16 +102,21 @@ void MeshMerge::close_gaps(TriMesh& mesh, float stitch_radius, int max_hole_edge
                            int min_component_size, float long_edge_length)
 {
     double const longest_ear_edge = ear_edge_factor * point_spacing;
+    detail::Stages stages({5, 50, 5, 15, 15, 10});
 
+    stages.next();
     STAGES.run("delete-long-edge", [&] { delete_long_edge(mesh, long_edge_length); });
     save(mesh, "10-long-edge-deleted-mesh.stl", "save-long-edge-deleted-mesh");
 
+    stages.next();
     STAGES.run("border-stitch", [&] { border_stitch(mesh, stitch_radius); });
     save(mesh, "20-stitched-mesh.stl", "save-stitched-mesh");
 
+    stages.next();
     STAGES.run("mesh-filter", [&] { mesh_filter(mesh); });
     save(mesh, "30-filtered-mesh.stl", "save-filtered-mesh");
 
+    stages.next();
     STAGES.run("ear-trimming-round-1",
                [&] {
                    ear_trimming(mesh, false, true, true, max_hole_edges, longest_ear_edge,
@@ -115,10 +124,12 @@ void MeshMerge::close_gaps(TriMesh& mesh, float stitch_radius, int max_hole_edge
                });
     save(mesh, "40-hole-filled-round-1-mesh.stl", "save-hole-filled-round-1-mesh");
 
+    stages.next();
     STAGES.run("remove-small-components",
                [&] { PostProcessing().remove_small_objects(mesh, min_component_size); });
     save(mesh, "50-small-components-removed-mesh.stl", "save-small-components-removed-mesh");
 
+    stages.next();
     STAGES.run("ear-trimming-round-2",
                [&] {
                    ear_trimming(mesh, true, false, false, max_hole_edges, longest_ear_edge,
@@ -163,7 +174,10 @@ void MeshMerge::mesh_filter(TriMesh& mesh)
 {
     detail::log("mesh_filter() ..\n");
     detail::DeletionScope const scope(mesh);
+    detail::Stages stages({3, 2});
+    stages.next();
     int const vertices = detail::delete_thin_border_vertices(mesh);
+    stages.next();
     int const faces = detail::delete_lone_faces(mesh);
     if (vertices > 0 || faces > 0)
     {

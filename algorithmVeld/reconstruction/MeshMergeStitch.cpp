@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/mesh/EarGeometry.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
+#include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/reconstruction/MeshMerge.h"
 #include "algorithmVeld/reconstruction/stitch/BorderStitch.h"
 
@@ -74,8 +75,11 @@ std::vector<VertexHandle> order_of_work(TriMesh const& mesh,
 void MeshMerge::border_stitch(TriMesh& mesh, float radius)
 {
     detail::log("border_stitch() ..\n");
+    detail::Stages stages({1, 9});
+    stages.next();
     std::vector<std::vector<VertexHandle>> slabs;
     divide_mesh(mesh, slabs);
+    stages.next();
 
     detail::FanSettings settings;
     settings.start_radius = 2.0F * radius;
@@ -99,8 +103,10 @@ void MeshMerge::divide_mesh(TriMesh& mesh, std::vector<std::vector<VertexHandle>
         return;
     }
     slabs.resize(static_cast<std::size_t>(*std::max_element(numbers.begin(), numbers.end())) + 1);
+    detail::CancelPoll poll;
     for (auto const vertex : mesh.vertices())
     {
+        poll.next();
         if (mesh.is_boundary(vertex))
         {
             auto const number = numbers[static_cast<std::size_t>(vertex.idx())];

@@ -5,6 +5,7 @@
 #include "algorithmVeld/common/files/limits.h"
 #include "algorithmVeld/common/files/series_name.h"
 #include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/reconstruction/frames/TextScanner.h"
 
 #include <algorithm>
@@ -186,6 +187,7 @@ bool PointCloud2RangeData::load_matrix_pro_scan()
     mMatrixArr.clear();
     for (long long number = first_frame_; number <= last_frame_; ++number)
     {
+        detail::poll_cancel();
         int const id = static_cast<int>(number);
         std::string const path =
             detail::series_name(data_input_dir_, rt_param_prefix_, id, rt_param_suffix_);
@@ -221,6 +223,7 @@ bool PointCloud2RangeData::load_matrix_teeth_data()
     }
     for (long long number = first_frame_; number <= last_frame_; ++number)
     {
+        detail::poll_cancel();
         load_matrix_file(static_cast<int>(number));
     }
     return true;
@@ -240,6 +243,7 @@ bool PointCloud2RangeData::load_common_matrix_file()
     }
     while (text.skip_word(LONGEST_TEXT))
     {
+        detail::poll_cancel();
         int id = 0;
         bool const has_id = text.next(id);
         int missing = 0;
@@ -291,9 +295,12 @@ bool PointCloud2RangeData::loadFile()
     std::fill_n(points_.get(), pixels(), Vector3f(Vector3f::Zero()));
     mRangeDataArr.resize(mRtFrameNumArr.size());
     mRgeFrameNumArr.resize(mRtFrameNumArr.size());
+    detail::Progress progress(mRtFrameNumArr.size());
     for (size_t i = 0; i < mRtFrameNumArr.size(); ++i)
     {
+        progress.advance(0);
         load_point_file(i);
+        progress.advance();
     }
     return true;
 }
@@ -335,8 +342,10 @@ size_t PointCloud2RangeData::read_points(TextScanner& text)
 {
     int const columns = six_columns_ ? 6 : 3;
     size_t const n = pixels();
+    detail::CancelPoll poll;
     for (size_t i = 0; i < n; ++i)
     {
+        poll.next();
         for (int k = 0; k < columns; ++k)
         {
             float dropped = 0;
@@ -395,11 +404,13 @@ bool PointCloud2RangeData::fillRangeData(int frame_id, int index)
     RangeData frame;
     frame.set_grid_size(rows_, columns_);
     char const* const tags = point_tags_.get();
+    detail::CancelPoll poll;
     frame.reserve_vn(static_cast<size_t>(std::count(tags, tags + pixels(), 1)));
     for (int r = 0; r < rows_; ++r)
     {
         for (int c = 0; c < columns_; ++c)
         {
+            poll.next();
             std::ptrdiff_t const i = std::ptrdiff_t{r} * columns_ + c;
             if (tags[i] == 1)
             {

@@ -1,6 +1,11 @@
 #include "algorithmVeld/common/files/BinaryFile.h"
 
+#include "algorithmVeld/common/RunScope.h"
+
 #include <zlib.h>
+
+#include <algorithm>
+#include <type_traits>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -13,6 +18,20 @@ std::uint32_t checksum_with(std::uint32_t checksum, void const* data, std::size_
 {
     return static_cast<std::uint32_t>(
         crc32_z(checksum, static_cast<unsigned char const*>(data), n));
+}
+
+/// Calls `work(bytes, n)` with one part of an array after the other, as long as the run goes on.
+template <typename Void, typename Work>
+void for_each_block(Void* data, std::size_t n, Work const& work)
+{
+    using Byte = std::conditional_t<std::is_const_v<Void>, char const, char>;
+    constexpr std::size_t BLOCK = std::size_t{1} << 22U;
+    auto* const bytes = static_cast<Byte*>(data);
+    for (std::size_t begin = 0; begin < n; begin += BLOCK)
+    {
+        RunScope::poll();
+        work(bytes + begin, std::min(n - begin, BLOCK));
+    }
 }
 
 } // namespace
@@ -28,11 +47,12 @@ bool BinaryWriter::finish()
 
 void BinaryWriter::bytes(void const* data, std::size_t n)
 {
-    if (n > 0)
-    {
-        file_.stream().write(static_cast<char const*>(data), static_cast<std::streamsize>(n));
-        checksum_ = checksum_with(checksum_, data, n);
-    }
+    for_each_block(data, n,
+                   [this](char const* block, std::size_t size)
+                   {
+                       file_.stream().write(block, static_cast<std::streamsize>(size));
+                       checksum_ = checksum_with(checksum_, block, size);
+                   });
 }
 
 // ----------------------------------------------------------------------------------------- reading
@@ -70,17 +90,17 @@ bool BinaryReader::finish()
 
 void BinaryReader::bytes(void* data, std::size_t n)
 {
-    if (n == 0)
-    {
-        return;
-    }
-    stream_.read(static_cast<char*>(data), static_cast<std::streamsize>(n));
-    if (!stream_)
-    {
-        fail();
-        return;
-    }
-    checksum_ = checksum_with(checksum_, data, n);
+    for_each_block(data, n,
+                   [this](char* block, std::size_t size)
+                   {
+                       stream_.read(block, static_cast<std::streamsize>(size));
+                       if (!stream_)
+                       {
+                           fail();
+                           return;
+                       }
+                       checksum_ = checksum_with(checksum_, block, size);
+                   });
 }
 
 } // namespace OrvaneAlgorithm::detail

@@ -1,5 +1,6 @@
 #include "algorithmVeld/common/files/WholeFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <system_error>
@@ -46,9 +47,15 @@ std::string file_content(std::filesystem::path const& path)
         throw FileError("is empty");
     }
     std::string content(static_cast<std::size_t>(size), '\0');
-    if (!file.read(content.data(), static_cast<std::streamsize>(size)))
+    constexpr std::size_t BLOCK = std::size_t{1} << 22U;
+    for (std::size_t begin = 0; begin < content.size(); begin += BLOCK)
     {
-        throw FileError("cannot be read to its end");
+        RunScope::poll();
+        std::size_t const n = std::min(content.size() - begin, BLOCK);
+        if (!file.read(content.data() + begin, static_cast<std::streamsize>(n)))
+        {
+            throw FileError("cannot be read to its end");
+        }
     }
     return content;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "algorithmVeld/common/RunScope.h"
 #include "algorithmVeld/common/files/FileError.h"
 
 #include <exception>
@@ -19,7 +20,8 @@ std::string file_content(std::filesystem::path const& path);
 /// A line that no name in a file or of a file can break or colour.
 std::string printable(std::string line);
 
-/// Runs `action`. \return what went wrong, as a line that names the file; empty if nothing did
+/// Runs `action`. An end that was asked for is no error, and passes. \return what went wrong, as a
+/// line that names the file; empty if nothing did
 template <typename Action>
 std::string error_of(std::string const& path, Action const& action)
 {
@@ -27,6 +29,10 @@ std::string error_of(std::string const& path, Action const& action)
     {
         action();
         return {};
+    }
+    catch (Cancelled const&)
+    {
+        throw;
     }
     catch (std::bad_alloc const&)
     {

@@ -1,4 +1,5 @@
 #include "algorithmVeld/common/image_files/image_codecs.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include "algorithmVeld/common/files/limits.h"
 
@@ -54,7 +55,8 @@ void on_output(j_common_ptr) {}
 
 void on_progress(j_common_ptr info)
 {
-    if (reinterpret_cast<j_decompress_ptr>(info)->input_scan_number > MAX_SCANS)
+    if (is_run_cancelled() ||
+        reinterpret_cast<j_decompress_ptr>(info)->input_scan_number > MAX_SCANS)
     {
         on_error(info);
     }
@@ -134,6 +136,7 @@ private:
             JSAMPROW row = image_.pixel(0, static_cast<int>(info_.output_scanline));
             jpeg_read_scanlines(&info_, &row, 1);
             exchange_red_and_blue(row, row, info_.output_width);
+            poll_cancel();
         }
         jpeg_finish_decompress(&info_);
     }
@@ -240,6 +243,7 @@ private:
                                   row_.data(), info_.image_width);
             JSAMPROW row = row_.data();
             jpeg_write_scanlines(&info_, &row, 1);
+            poll_cancel();
         }
         jpeg_finish_compress(&info_);
     }
@@ -255,12 +259,16 @@ private:
 
 bool write_jpeg(std::ostream& stream, RgbImage const& image)
 {
-    return JpegWriter(stream, image).write();
+    bool const written = JpegWriter(stream, image).write();
+    poll_cancel();
+    return written;
 }
 
 bool read_jpeg(Bytes const& bytes, RgbImage& image)
 {
-    return JpegReader(bytes).read(image);
+    bool const read = JpegReader(bytes).read(image);
+    poll_cancel();
+    return read;
 }
 
 } // namespace OrvaneAlgorithm::detail

@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/files/BinaryFile.h"
 #include "algorithmVeld/common/files/limits.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <png.h>
 
@@ -100,6 +101,14 @@ private:
         reader->left_ -= n;
     }
 
+    static void on_row(png_structp png, png_uint_32, int)
+    {
+        if (is_run_cancelled())
+        {
+            png_error(png, "cancelled");
+        }
+    }
+
     void read_header()
     {
         png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, &jump_, on_error, on_warning);
@@ -110,6 +119,7 @@ private:
         }
         png_set_crc_action(png_, PNG_CRC_ERROR_QUIT, PNG_CRC_ERROR_QUIT);
         png_set_read_fn(png_, this, on_read);
+        png_set_read_status_fn(png_, on_row);
         png_read_info(png_, info_);
     }
 
@@ -206,6 +216,7 @@ private:
         for (int y = 0; y < image_.height(); ++y)
         {
             png_write_row(png_, image_.pixel(0, y));
+            poll_cancel();
         }
         png_write_end(png_, nullptr);
     }
@@ -221,17 +232,23 @@ private:
 
 bool write_png(std::ostream& stream, RgbImage const& image)
 {
-    return PngWriter(stream, image).write();
+    bool const written = PngWriter(stream, image).write();
+    poll_cancel();
+    return written;
 }
 
 bool read_png(Bytes const& bytes, RgbImage& image)
 {
-    return PngReader<ColourPixels>(bytes).read(image);
+    bool const read = PngReader<ColourPixels>(bytes).read(image);
+    poll_cancel();
+    return read;
 }
 
 bool read_png_depth(Bytes const& bytes, DepthImage& image)
 {
-    return PngReader<DepthPixels>(bytes).read(image);
+    bool const read = PngReader<DepthPixels>(bytes).read(image);
+    poll_cancel();
+    return read;
 }
 
 } // namespace OrvaneAlgorithm::detail

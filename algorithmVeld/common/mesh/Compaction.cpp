@@ -175,6 +175,7 @@ void relink_first_halfedges(TriMesh& mesh, Plan const& plan, int n)
 
 void compact(TriMesh& mesh)
 {
+    // Asks nobody whether to go on: half moved, a mesh is none.
     Plan const plan(mesh);
     if (plan.vertices.empty() && plan.edges.empty() && plan.faces.empty())
     {

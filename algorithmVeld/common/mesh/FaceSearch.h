@@ -1,6 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/common/TriMesh.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <cstddef>
 #include <vector>
@@ -17,7 +18,7 @@ enum class Growth
 };
 
 /// Grows a list from the elements that it begins with, breadth first: the list is the queue, so
-/// nothing is popped, and at the end it is the result.
+/// nothing is popped, and at the end it is the result. A long search asks whether to go on.
 /// \param list gets what the rule takes
 /// \param neighbours `neighbours(element, visit)` calls `visit(neighbour)` for each neighbour until
 ///        it gives false, and returns what it gave last, true without any
@@ -27,8 +28,10 @@ enum class Growth
 template <typename Element, typename Neighbours, typename Rule>
 bool grow(std::vector<Element>& list, Neighbours const& neighbours, Rule const& rule)
 {
+    CancelPoll poll;
     for (std::size_t i = 0; i < list.size(); ++i)
     {
+        poll.next();
         Element const element = list[i];
         bool const goes_on = neighbours(element,
                                         [&](Element neighbour)

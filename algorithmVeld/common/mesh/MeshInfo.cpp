@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 namespace OrvaneAlgorithm::detail
 {
@@ -17,8 +18,10 @@ template <typename Handle, typename Counts>
 int count_if(TriMesh const& mesh, std::size_t n, Counts const& counts)
 {
     int found = 0;
+    CancelPoll poll;
     for (std::size_t i = 0; i < n; ++i)
     {
+        poll.next();
         Handle const element(static_cast<int>(i));
         found += !is_deleted(mesh, element) && counts(element) ? 1 : 0;
     }

@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/mesh_files/MeshDump.h"
 
 #include "algorithmVeld/common/mesh_files/QuietOpenMesh.h"
+#include "algorithmVeld/common/mesh_files/StoppableStream.h"
 #include "algorithmVeld/common/mesh_files/openmesh_io.h"
 #include "algorithmVeld/common/running/Log.h"
 
@@ -25,9 +26,14 @@ bool write(TriMesh const& mesh, std::string const& path)
     OpenMesh::IO::ExporterT<TriMesh> exporter(mesh);
     std::string const extension = std::filesystem::path(path).extension().string();
     bool const written =
-        file && OpenMesh::IO::IOManager().write(
-                    file, extension, exporter, OpenMesh::IO::Options(OpenMesh::IO::Options::Binary),
-                    PRECISION);
+        file &&
+        write_stoppably(file, 50 * mesh.n_faces(),
+                        [&](std::ostream& stream)
+                        {
+                            return OpenMesh::IO::IOManager().write(
+                                stream, extension, exporter,
+                                OpenMesh::IO::Options(OpenMesh::IO::Options::Binary), PRECISION);
+                        });
     return written && file.flush();
 }
 

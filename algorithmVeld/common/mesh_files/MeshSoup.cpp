@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/mesh_files/MeshSoup.h"
 
 #include "algorithmVeld/common/mesh/AddFace.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 namespace OrvaneAlgorithm::detail
 {
@@ -10,8 +11,10 @@ namespace
 
 void add_vertices(MeshSoup const& soup, TriMesh& mesh)
 {
+    CancelPoll poll;
     for (auto const& point : soup.points)
     {
+        poll.next();
         mesh.add_vertex(point);
     }
     if (!soup.normals.empty())
@@ -35,8 +38,10 @@ void add_vertices(MeshSoup const& soup, TriMesh& mesh)
 std::size_t add_faces(MeshSoup const& soup, TriMesh& mesh)
 {
     std::size_t left_out = 0;
+    LoopProgress progress(soup.faces.size());
     for (auto const& [a, b, c] : soup.faces)
     {
+        progress.next();
         auto const face = add_face_checked(mesh, OpenMesh::VertexHandle(a),
                                            OpenMesh::VertexHandle(b), OpenMesh::VertexHandle(c));
         left_out += face.is_valid() ? 0 : 1;
@@ -70,8 +75,10 @@ void check_soup(MeshSoup const& soup)
         throw FileError("holds more than a mesh can");
     }
     auto const number = [&](auto index) { return std::to_string(index + soup.first_number); };
+    CancelPoll poll;
     for (std::size_t i = 0; i < soup.points.size(); ++i)
     {
+        poll.next();
         if (!soup.points[i].allFinite())
         {
             throw FileError("vertex " + number(static_cast<std::int64_t>(i)) +
@@ -80,6 +87,7 @@ void check_soup(MeshSoup const& soup)
     }
     for (std::size_t i = 0; i < soup.faces.size(); ++i)
     {
+        poll.next();
         for (std::int64_t const corner : soup.faces[i])
         {
             if (corner < 0 || static_cast<std::size_t>(corner) >= soup.points.size())

@@ -1,5 +1,6 @@
 #include "algorithmVeld/common/files/TextCursor.h"
 #include "algorithmVeld/common/mesh_files/MeshReaders.h"
+#include "algorithmVeld/common/mesh_files/ReadingProgress.h"
 
 #include <algorithm>
 #include <limits>
@@ -25,8 +26,10 @@ public:
 
     MeshSoup parse()
     {
+        ReadingProgress progress(text_.rest().size());
         while (text_.next_line_with_words())
         {
+            progress.next(text_.rest().size());
             parse_line();
         }
         if (soup_.points.empty())
@@ -156,8 +159,10 @@ private:
         auto const n = soup_.points.size();
         std::vector<int> normal_of(n, none);
         bool any = false;
+        CancelPoll poll;
         for (std::size_t f = 0; f < soup_.faces.size(); ++f)
         {
+            poll.next();
             for (std::size_t i = 0; i < 3; ++i)
             {
                 int const normal = face_normals_[f][i];

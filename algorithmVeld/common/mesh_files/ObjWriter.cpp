@@ -1,5 +1,7 @@
 #include "algorithmVeld/common/mesh_files/ObjWriter.h"
 
+#include "algorithmVeld/common/running/Progress.h"
+
 #include <charconv>
 #include <string>
 
@@ -75,13 +77,16 @@ void write_obj(TriMesh const& mesh, std::ostream& stream)
 {
     constexpr std::size_t block = 1U << 16U;
     std::string text;
+    LoopProgress progress(mesh.n_vertices() + mesh.n_faces());
     for (auto const vertex : mesh.vertices())
     {
+        progress.next();
         append_vertex(text, mesh, vertex);
         flush(text, stream, block);
     }
     for (auto const face : mesh.faces())
     {
+        progress.next();
         append_face(text, mesh, face);
         flush(text, stream, block);
     }

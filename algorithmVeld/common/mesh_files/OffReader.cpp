@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/files/ByteCursor.h"
 #include "algorithmVeld/common/files/TextCursor.h"
 #include "algorithmVeld/common/mesh_files/MeshReaders.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
 #include <limits>
@@ -182,8 +183,10 @@ void scale_colors(std::vector<Vector3f>& colors, bool are_bytes)
 void read_text_vertices(TextCursor& text, Header const& header, std::uint64_t n, MeshSoup& soup)
 {
     bool are_bytes = true;
+    LoopProgress progress(static_cast<std::size_t>(n));
     for (std::uint64_t i = 0; i < n; ++i)
     {
+        progress.next();
         TextRow row(text, "vertex", i);
         soup.points.push_back(row.vector());
         if (header.normals)
@@ -201,8 +204,10 @@ void read_text_vertices(TextCursor& text, Header const& header, std::uint64_t n,
 
 void read_text_faces(TextCursor& text, std::uint64_t n, MeshSoup& soup)
 {
+    LoopProgress progress(static_cast<std::size_t>(n));
     for (std::uint64_t i = 0; i < n; ++i)
     {
+        progress.next();
         TextRow row(text, "face", i);
         auto const corners = row.number<std::int64_t>();
         require_triangle(i, static_cast<std::uint64_t>(std::max<std::int64_t>(corners, 0)));
@@ -221,7 +226,10 @@ MeshSoup read_text(TextCursor text, Header const& header)
     MeshSoup soup;
     reserve_at_most(soup.points, counts.vertices, most_rows);
     reserve_at_most(soup.faces, counts.faces, most_rows);
+    Stages stages({1, 2});
+    stages.next();
     read_text_vertices(text, header, counts.vertices, soup);
+    stages.next();
     read_text_faces(text, counts.faces, soup);
     if (next_content_line(text))
     {
@@ -263,8 +271,10 @@ void take_vertices(ByteCursor& bytes, Header const& header, bool big_endian, std
     std::size_t const color_words = header.colors ? (big_endian ? 4 : 3) : 0;
     std::size_t const words =
         3 + (header.normals ? 3 : 0) + color_words + (header.texcoords ? 2 : 0);
+    LoopProgress progress(static_cast<std::size_t>(n));
     for (std::uint64_t i = 0; i < n; ++i)
     {
+        progress.next();
         if (bytes.left() < words * word_size)
         {
             refuse_end("vertex", i);
@@ -288,8 +298,10 @@ void take_vertices(ByteCursor& bytes, Header const& header, bool big_endian, std
 
 void take_faces(ByteCursor& bytes, bool big_endian, std::uint64_t n, MeshSoup& soup)
 {
+    LoopProgress progress(static_cast<std::size_t>(n));
     for (std::uint64_t i = 0; i < n; ++i)
     {
+        progress.next();
         auto const need = [&](std::uint64_t words)
         {
             if (bytes.left() / word_size < words)

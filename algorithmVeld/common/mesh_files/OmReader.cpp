@@ -1,5 +1,6 @@
 #include "algorithmVeld/common/files/ByteCursor.h"
 #include "algorithmVeld/common/mesh_files/MeshReaders.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <cmath>
 #include <limits>
@@ -255,8 +256,10 @@ private:
         }
         vectors.clear();
         vectors.reserve(static_cast<std::size_t>(n));
+        CancelPoll poll;
         for (std::uint64_t i = 0; i < n; ++i)
         {
+            poll.next();
             float const x = take_component(head);
             float const y = take_component(head);
             float const z = take_component(head);
@@ -286,8 +289,10 @@ private:
         if (head.entity == Entity::halfedge)
         {
             halfedges_.resize(static_cast<std::size_t>(n));
+            LoopProgress progress(halfedges_.size());
             for (auto& halfedge : halfedges_)
             {
+                progress.next();
                 halfedge.next = take_index(size);
                 halfedge.to_vertex = take_index(size);
                 halfedge.face = take_index(size);
@@ -296,8 +301,10 @@ private:
         else if (head.entity == Entity::face)
         {
             face_halfedges_.resize(static_cast<std::size_t>(n));
+            CancelPoll poll;
             for (auto& halfedge : face_halfedges_)
             {
+                poll.next();
                 halfedge = take_index(size);
             }
         }
@@ -316,8 +323,10 @@ private:
             refuse("holds no faces, though it declares some");
         }
         soup_.faces.reserve(n_faces_);
+        CancelPoll poll;
         for (std::uint64_t face = 0; face < n_faces_; ++face)
         {
+            poll.next();
             auto const first = face_halfedges_[static_cast<std::size_t>(face)];
             auto halfedge = first;
             std::array<int, 3> corners{};

@@ -3,12 +3,14 @@
 #include "algorithmVeld/common/files/ByteCursor.h"
 #include "algorithmVeld/common/files/TextCursor.h"
 #include "algorithmVeld/common/mesh_files/MeshSoup.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <iterator>
 #include <limits>
+#include <numeric>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -248,8 +250,10 @@ template <typename Source>
 void skip_property(Source& source, Property const& property, Row const& row)
 {
     std::uint64_t const n = property.list_count ? list_size(source, property, row) : 1;
+    CancelPoll poll;
     for (std::uint64_t i = 0; i < n; ++i)
     {
+        poll.next();
         source.number(property.type);
     }
 }
@@ -261,8 +265,10 @@ void skip_element(Source& source, Element const& element)
     {
         return;
     }
+    LoopProgress progress(static_cast<std::size_t>(element.rows));
     for (Row row{&element, 0}; row.number < element.rows; ++row.number)
     {
+        progress.next();
         source.begin_row(row);
         for (auto const& property : element.properties)
         {
@@ -316,8 +322,10 @@ void read_vertices(Source& source, Element const& element, MeshSoup& soup)
     soup.colors.reserve(layout.has_colors() ? room : 0);
 
     float values[slots] = {};
+    LoopProgress progress(static_cast<std::size_t>(element.rows));
     for (Row row{&element, 0}; row.number < element.rows; ++row.number)
     {
+        progress.next();
         source.begin_row(row);
         for (std::size_t i = 0; i < element.properties.size(); ++i)
         {
@@ -356,8 +364,16 @@ template <typename Source, typename Read>
 void read_elements(Source source, Header const& header, MeshSoup& soup, char const* name,
                    Read const& read)
 {
+    std::uint64_t rows = 0;
+    auto const n_rows = std::accumulate(
+        header.elements.begin(), header.elements.end(), std::uint64_t{1},
+        [](std::uint64_t sum, Element const& element) { return sum + element.rows; });
+    auto const share = [&](std::uint64_t n)
+    { return static_cast<double>(n) / static_cast<double>(n_rows); };
     for (auto const& element : header.elements)
     {
+        ProgressPart const part(share(rows), share(rows + element.rows));
+        rows += element.rows;
         if (element.name == "vertex")
         {
             read_vertices(source, element, soup);

@@ -26,8 +26,10 @@ void read_faces(Source& source, Element const& element, MeshSoup& soup)
     }
     auto const most = source.most_rows(4);
     soup.faces.reserve(static_cast<std::size_t>(std::min(element.rows, most)));
+    LoopProgress progress(static_cast<std::size_t>(element.rows));
     for (Row row{&element, 0}; row.number < element.rows; ++row.number)
     {
+        progress.next();
         source.begin_row(row);
         for (auto const& property : properties)
         {

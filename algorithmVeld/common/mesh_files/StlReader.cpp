@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/files/ByteCursor.h"
 #include "algorithmVeld/common/files/TextCursor.h"
 #include "algorithmVeld/common/mesh_files/MeshReaders.h"
+#include "algorithmVeld/common/mesh_files/ReadingProgress.h"
 
 namespace OrvaneAlgorithm::detail
 {
@@ -101,8 +102,10 @@ MeshSoup read_binary(std::string_view content)
     soup.faces.reserve(static_cast<std::size_t>(n));
     VertexMerger merger(soup.points);
     ByteCursor bytes(content.substr(header_size), false);
+    LoopProgress progress(static_cast<std::size_t>(n));
     for (std::uint64_t i = 0; i < n; ++i)
     {
+        progress.next();
         bytes.skip(3 * sizeof(float));
         std::array<int, 3> corners{};
         for (auto& corner : corners)
@@ -135,7 +138,10 @@ MeshSoup read_binary(std::string_view content)
 class TextParser
 {
 public:
-    explicit TextParser(std::string_view content) : text_(content), merger_(soup_.points) {}
+    explicit TextParser(std::string_view content)
+        : text_(content), merger_(soup_.points), progress_(content.size())
+    {
+    }
 
     MeshSoup parse()
     {
@@ -158,6 +164,7 @@ private:
             {
                 return;
             }
+            progress_.next(text_.rest().size());
             require(equal_ignoring_case(word, "facet"));
             parse_facet();
         }
@@ -221,6 +228,7 @@ private:
     TextCursor text_;
     MeshSoup soup_;
     VertexMerger merger_;
+    ReadingProgress progress_;
 };
 
 /// Binary files may begin with the word of the text form too, so their size decides first.

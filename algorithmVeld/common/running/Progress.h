@@ -27,28 +27,35 @@ namespace OrvaneAlgorithm::detail
 /// Throws Cancelled if the calling thread's run was cancelled.
 inline void poll_cancel()
 {
+    RunScope::poll();
+}
+
+/// The same for places that no exception may leave, such as what a C library calls.
+inline bool is_run_cancelled() noexcept
+{
     auto const* const run = RunScope::context().run;
-    if (run != nullptr && RunScope::is_cancelled(*run))
-    {
-        throw Cancelled();
-    }
+    return run != nullptr && RunScope::is_cancelled(*run);
 }
 
 /// poll_cancel() in a loop of many small steps, which ends far from every step.
 class CancelPoll
 {
 public:
+    /// \param stride after how many steps it asks
+    explicit CancelPoll(std::size_t stride = 4096) : stride_(stride), left_(stride) {}
+
     void next()
     {
-        if (++count_ % STRIDE == 0)
+        if (--left_ == 0)
         {
+            left_ = stride_;
             poll_cancel();
         }
     }
 
 private:
-    static constexpr std::size_t STRIDE = 4096;
-    std::size_t count_ = 0;
+    std::size_t stride_;
+    std::size_t left_;
 };
 
 /// What the calling thread knows of its run, until the end of the scope.
@@ -137,15 +144,15 @@ public:
     Stages(Stages const&) = delete;
     Stages& operator=(Stages const&) = delete;
 
-    /// Goes to the next stage, if the run was not cancelled. Behind the last one nothing is left to
-    /// be told.
+    /// Goes to the next stage. Throws Cancelled if the run was cancelled. Behind the last one
+    /// nothing is left to be told.
     void next()
     {
-        poll_cancel();
         double const begin = end_of(current_);
         auto const stage = part_of(whole_, begin, end_of(++current_));
         RunScope::exchange_context(stage);
         tell_if_open(stage, stage.begin);
+        poll_cancel();
     }
 
     /// Goes over several stages that there is nothing to do for, to the one behind them.

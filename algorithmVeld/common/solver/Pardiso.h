@@ -29,7 +29,8 @@ struct PardisoReport
 ///
 /// The solution is the same to the last bit on any thread and for any number of threads, also when
 /// several systems are solved at once. A solution that is not finite counts as a failed solution
-/// phase: the solver itself reports no error for a singular matrix.
+/// phase: the solver itself reports no error for a singular matrix. Throws Cancelled if the calling
+/// thread's run was cancelled: between the phases, and with MKL also within the factorisation.
 /// \param a square; every row needs at least one entry
 /// \param x the solution, empty on failure; an empty system has an empty one
 PardisoReport solve_direct(RowMajorMatrix const& a, Eigen::VectorXd const& b,

@@ -1,5 +1,6 @@
 // The direct solver on Eigen's supernodal LU factorisation, for machines without MKL.
 
+#include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/common/solver.h"
 #include "algorithmVeld/common/solver/Pardiso.h"
 
@@ -28,8 +29,11 @@ PardisoReport solve_direct(RowMajorMatrix const& a, Eigen::VectorXd const& b,
     }
     Eigen::SparseMatrix<double> const by_columns = a;
     Eigen::SparseLU<Eigen::SparseMatrix<double>, Eigen::COLAMDOrdering<int>> solver;
+    poll_cancel();
     solver.analyzePattern(by_columns);
+    poll_cancel();
     solver.factorize(by_columns);
+    poll_cancel();
     if (solver.info() != Eigen::Success)
     {
         report.factorisation_error = ZERO_PIVOT;

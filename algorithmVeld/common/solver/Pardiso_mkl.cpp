@@ -1,5 +1,6 @@
 // The direct solver on MKL's PARDISO. MKL's symbols are used in this file only.
 
+#include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/common/solver.h"
 #include "algorithmVeld/common/solver/Pardiso.h"
 
@@ -17,6 +18,8 @@ extern "C"
                  int const* n, double const* a, int const* ia, int const* ja, int* perm,
                  int const* nrhs, int* iparm, int const* msglvl, double* b, double* x, int* error);
     int MKL_Set_Num_Threads_Local(int threads);
+    using MklProgress = int (*)(int* thread, int* step, char* stage, int stage_length);
+    MklProgress mkl_set_progress(MklProgress progress);
 }
 
 namespace OrvaneAlgorithm
@@ -53,6 +56,24 @@ private:
     int before_;
 };
 
+MklProgress progress_before = nullptr;
+
+/// Called by MKL on its way through a factorisation, by the thread that asked for it. What is not 0
+/// ends the factorisation with an error.
+int stop_if_cancelled(int* thread, int* step, char* stage, int stage_length)
+{
+    return is_run_cancelled()           ? 1
+           : progress_before != nullptr ? progress_before(thread, step, stage, stage_length)
+                                        : 0;
+}
+
+/// MKL knows one such function for the whole process: it is set once, and asks the one before it.
+void let_mkl_be_stopped()
+{
+    static std::once_flag once;
+    std::call_once(once, [] { progress_before = mkl_set_progress(stop_if_cancelled); });
+}
+
 /// The matrix with one-based compressed rows, and the solver's memory, which is given back on every
 /// path.
 class System
@@ -85,6 +106,20 @@ public:
     System(System const&) = delete;
     System& operator=(System const&) = delete;
 
+    /// Throws Cancelled before and behind the phase; in the middle a factorisation only can be
+    /// ended.
+    int run_phase(int phase, double* x)
+    {
+        poll_cancel();
+        int const error = run(phase, x);
+        poll_cancel();
+        return error;
+    }
+
+    int factor_nonzeros() const { return iparm_[17]; }
+    int factor_mflops() const { return iparm_[18]; }
+
+private:
     int run(int phase, double* x)
     {
         int const one = 1;
@@ -95,10 +130,6 @@ public:
         return error;
     }
 
-    int factor_nonzeros() const { return iparm_[17]; }
-    int factor_mflops() const { return iparm_[18]; }
-
-private:
     int n_;
     double const* values_;
     std::vector<int> row_starts_;
@@ -117,10 +148,11 @@ int analyse(System& system)
     std::unique_lock<std::mutex> lock(mutex, std::try_to_lock);
     while (!lock.owns_lock())
     {
+        poll_cancel();
         std::this_thread::yield();
         lock.try_lock();
     }
-    return system.run(ANALYSE, nullptr);
+    return system.run_phase(ANALYSE, nullptr);
 }
 
 } // namespace
@@ -140,17 +172,18 @@ PardisoReport solve_direct(RowMajorMatrix const& a, Eigen::VectorXd const& b,
         compressed = a;
         compressed.makeCompressed();
     }
+    let_mkl_be_stopped();
     OneMklThread const one_thread;
     System system(a.isCompressed() ? a : compressed, b);
     std::vector<double> solution(static_cast<std::size_t>(a.rows()));
     report.analysis_error = analyse(system);
     if (report.analysis_error == 0)
     {
-        report.factorisation_error = system.run(FACTORISE, nullptr);
+        report.factorisation_error = system.run_phase(FACTORISE, nullptr);
     }
     if (report.analysis_error == 0 && report.factorisation_error == 0)
     {
-        report.solution_error = system.run(SOLVE, solution.data());
+        report.solution_error = system.run_phase(SOLVE, solution.data());
     }
     report.factor_nonzeros = system.factor_nonzeros();
     report.factor_mflops = system.factor_mflops();

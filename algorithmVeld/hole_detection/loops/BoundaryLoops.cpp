@@ -1,6 +1,7 @@
 #include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
 
 #include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
 #include <numeric>
@@ -47,8 +48,10 @@ std::vector<Link> boundary_links(TriMesh const& mesh)
 {
     std::vector<Link> links;
     int const n = static_cast<int>(mesh.n_halfedges());
+    LoopProgress progress(mesh.n_halfedges() / GROUP);
     for (int first = 0; first < n; first += GROUP)
     {
+        progress.next();
         int const end = std::min(n - first, GROUP) + first;
         if (end - first == GROUP && !has_boundary(mesh, first))
         {
@@ -160,11 +163,16 @@ std::vector<std::vector<Handle>> all_walks(TriMesh& mesh, Handle Link::*member,
 {
     ScopedProperty<OpenMesh::HPropHandleT<bool>> mark(mesh, "<hprop>");
     std::vector<bool>& visited = mark.data();
+    Stages stages({9, 1});
+    stages.next();
     BoundaryLinks const links(mesh);
     std::vector<std::vector<Handle>> walks;
     std::vector<Link> walk;
+    stages.next();
+    LoopProgress progress(links.all().size());
     for (auto const& link : links.all())
     {
+        progress.next();
         if (!visited[static_cast<std::size_t>(link.halfedge.idx())] &&
             !is_skipped(mesh, link.halfedge, hidden) &&
             walk_and_mark(mesh, links, link, visited, walk))
@@ -261,8 +269,10 @@ Holes split_into_simple_holes(TriMesh const& mesh, Holes const& walks)
     Holes holes;
     holes.reserve(walks.size());
     WalkSplitter splitter(mesh.n_vertices());
+    CancelPoll poll;
     for (auto const& walk : walks)
     {
+        poll.next();
         splitter.split(walk, holes);
     }
     return holes;

@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/KdTree3f.h"
 #include "algorithmVeld/common/TriMesh.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <cstddef>
 #include <vector>
@@ -26,8 +27,10 @@ std::vector<bool> holes_near(TriMesh const& mesh, Holes const& holes,
     std::vector<bool> marked(holes.size());
     std::vector<int> hits;
     std::vector<float> sq_dists;
+    LoopProgress progress(places.size());
     for (std::size_t place = 0; place < places.size(); ++place)
     {
+        progress.next();
         tree.radius_search(places[place], static_cast<float>(distance), hits, sq_dists, 0);
         for (int const hit : hits)
         {

@@ -35,8 +35,10 @@ bool is_lone(TriMesh const& mesh, OpenMesh::FaceHandle face)
 int delete_long_border_edges(TriMesh& mesh, double length, EdgeWalk walk)
 {
     int deleted = 0;
+    LoopProgress progress(mesh.n_edges());
     for (auto const edge : mesh.all_edges())
     {
+        progress.next();
         bool const passed_over = walk == EdgeWalk::LIVE && mesh.status(edge).deleted();
         if (!passed_over && mesh.is_boundary(edge) &&
             static_cast<double>(mesh.calc_edge_length(edge)) > length)
@@ -50,6 +52,8 @@ int delete_long_border_edges(TriMesh& mesh, double length, EdgeWalk walk)
 
 int delete_thin_border_vertices(TriMesh& mesh)
 {
+    Stages stages({1, 1});
+    stages.next();
     std::vector<char> is_thin(mesh.n_vertices());
     parallel_for_even(static_cast<std::ptrdiff_t>(mesh.n_vertices()),
                       [&](std::ptrdiff_t i)
@@ -59,9 +63,12 @@ int delete_thin_border_vertices(TriMesh& mesh)
                                   ? 1
                                   : 0;
                       });
+    stages.next();
     int deleted = 0;
+    LoopProgress progress(mesh.n_vertices());
     for (auto const vertex : mesh.all_vertices())
     {
+        progress.next();
         if (is_thin[static_cast<std::size_t>(vertex.idx())] != 0 && !is_deleted(mesh, vertex) &&
             mesh.is_boundary(vertex))
         {
@@ -75,8 +82,10 @@ int delete_thin_border_vertices(TriMesh& mesh)
 int delete_lone_faces(TriMesh& mesh)
 {
     int deleted = 0;
+    LoopProgress progress(mesh.n_faces());
     for (auto const face : mesh.all_faces())
     {
+        progress.next();
         if (!is_deleted(mesh, face) && is_lone(mesh, face))
         {
             mesh.delete_face(face, false);

@@ -43,14 +43,17 @@ void triangulate(RangeData const& frame, TriMesh& part)
 {
     auto const n = frame.get_vn();
     part.reserve(n, 3 * n, 2 * n);
+    CancelPoll poll;
     for (std::size_t i = 0; i < n; ++i)
     {
+        poll.next();
         Vector3f point;
         frame.get_global_vCoord(i, point);
         part.add_vertex(point);
     }
     for (auto const& quad : grid_quads(frame))
     {
+        poll.next();
         VertexHandle const q0(quad[0]);
         VertexHandle const q1(quad[1]);
         VertexHandle const q2(quad[2]);
@@ -88,8 +91,10 @@ FaceHandle moved(FaceHandle face, Counts const& before)
 /// Copies the links of a frame's mesh to its place in the whole mesh.
 void copy_links(TriMesh const& part, Counts const& before, TriMesh& mesh)
 {
+    CancelPoll poll;
     for (auto const vertex : part.vertices())
     {
+        poll.next();
         if (!part.is_isolated(vertex))
         {
             mesh.set_halfedge_handle(moved(vertex, before),
@@ -98,6 +103,7 @@ void copy_links(TriMesh const& part, Counts const& before, TriMesh& mesh)
     }
     for (auto const own : part.halfedges())
     {
+        poll.next();
         auto const h = moved(own, before);
         mesh.set_vertex_handle(h, moved(part.to_vertex_handle(own), before));
         mesh.set_next_halfedge_handle(h, moved(part.next_halfedge_handle(own), before));
@@ -108,6 +114,7 @@ void copy_links(TriMesh const& part, Counts const& before, TriMesh& mesh)
     }
     for (auto const face : part.faces())
     {
+        poll.next();
         mesh.set_halfedge_handle(moved(face, before), moved(part.halfedge_handle(face), before));
     }
 }
@@ -115,8 +122,10 @@ void copy_links(TriMesh const& part, Counts const& before, TriMesh& mesh)
 /// Copies the positions and the frame's channels to the vertices of the whole mesh.
 void copy_vertices(RangeData const& frame, TriMesh const& part, Counts const& before, TriMesh& mesh)
 {
+    CancelPoll poll;
     for (auto const own : part.vertices())
     {
+        poll.next();
         auto const i = static_cast<std::size_t>(own.idx());
         auto const vertex = moved(own, before);
         mesh.set_point(vertex, part.point(own));
@@ -178,6 +187,8 @@ void triangulate_frames(std::vector<RangeData const*> const& ranges, ColourRule 
     {
         check_channels(*frame);
     }
+    Stages stages({4, 1});
+    stages.next();
     auto const n = static_cast<std::ptrdiff_t>(ranges.size());
     std::vector<TriMesh> parts(ranges.size());
     parallel_for_uneven(n,
@@ -187,6 +198,7 @@ void triangulate_frames(std::vector<RangeData const*> const& ranges, ColourRule 
                             triangulate(*ranges[i], parts[i]);
                         });
 
+    stages.next();
     std::vector<Counts> before(ranges.size() + 1);
     for (std::size_t r = 0; r < ranges.size(); ++r)
     {

@@ -49,10 +49,12 @@ public:
         place_points();
         for (std::size_t i = 0; i < n_; ++i)
         {
+            poll_.next();
             surface_.cell[first_ + i] = is_surface(i) ? 1 : 0;
         }
         for (std::size_t i = 0; i < n_; ++i)
         {
+            poll_.next();
             look_around(i);
         }
         measure_depth();
@@ -63,6 +65,7 @@ private:
     {
         for (std::size_t i = 0; i < n_; ++i)
         {
+            poll_.next();
             frame_.get_global_vCoord(i, surface_.point[first_ + i]);
             surface_.normal[first_ + i] = unit_or_zero(frame_.get_global_vNrv(i).cast<double>());
         }
@@ -182,6 +185,7 @@ private:
             next.clear();
             for (int const i : ring)
             {
+                poll_.next();
                 for (int const j : surface_.neighbours[static_cast<std::size_t>(i)])
                 {
                     if (j >= 0 && surface_.depth[static_cast<std::size_t>(j)] > depth)
@@ -202,6 +206,7 @@ private:
     int deepest_;
     FrameSurface& surface_;
     MatrixXi map_;
+    CancelPoll poll_;
 };
 
 /// Takes cells away until none meets another in a corner alone.
@@ -215,8 +220,10 @@ public:
 
     void run(std::size_t first, std::size_t last)
     {
+        CancelPoll poll;
         for (std::size_t i = first; i < last; ++i)
         {
+            poll.next();
             open_.push_back(static_cast<int>(i));
             while (!open_.empty())
             {

@@ -73,8 +73,10 @@ public:
     std::vector<char> run()
     {
         auto const order = worst_first();
+        LoopProgress progress(2 * order.size());
         for (int const i : order)
         {
+            progress.next();
             auto const point = static_cast<std::size_t>(i);
             if (seen_by_[point] > 0 && !is_needed(point))
             {
@@ -83,6 +85,7 @@ public:
         }
         for (auto i = order.rbegin(); i != order.rend(); ++i)
         {
+            progress.next();
             auto const point = static_cast<std::size_t>(*i);
             if (stays_[point] == 0 && has_neighbour(point) && is_clear(point))
             {
@@ -102,8 +105,10 @@ private:
     std::vector<int> worst_first() const
     {
         std::vector<int> order;
+        CancelPoll poll;
         for (std::size_t i = 0; i < surface_.size(); ++i)
         {
+            poll.next();
             if (!overlap_.empty(i))
             {
                 order.push_back(static_cast<int>(i));
@@ -116,7 +121,13 @@ private:
             return std::make_tuple(r, r == 0 ? -surface_.frame[point] : 0, advantage_[point],
                                    -surface_.frame[point], i);
         };
-        std::sort(order.begin(), order.end(), [&](int a, int b) { return key(a) < key(b); });
+        CancelPoll sorting;
+        std::sort(order.begin(), order.end(),
+                  [&](int a, int b)
+                  {
+                      sorting.next();
+                      return key(a) < key(b);
+                  });
         return order;
     }
 
@@ -225,6 +236,7 @@ std::vector<float> compare_frames(FrameSurface const& surface, PointLists const&
                                   std::vector<float> const& quality)
 {
     std::vector<float> advantage(surface.size(), ALONE);
+    poll_cancel();
     for_each_point(surface,
                    [&](std::size_t i)
                    {
@@ -250,6 +262,8 @@ std::vector<float> compare_frames(FrameSurface const& surface, PointLists const&
     std::vector<float> smoothed = advantage;
     for (int round = 0; round < SMOOTHING_ROUNDS; ++round)
     {
+        ProgressPart const part(round / double{SMOOTHING_ROUNDS},
+                                (round + 1) / double{SMOOTHING_ROUNDS});
         for_each_point(surface,
                        [&](std::size_t i)
                        {

@@ -133,8 +133,10 @@ private:
     void place(FrameSurface const& surface, double side)
     {
         placed_.reserve(surface.size());
+        CancelPoll poll;
         for (std::size_t i = 0; i < surface.size(); ++i)
         {
+            poll.next();
             Vector3d const voxel = surface.point[i].cast<double>() / side;
             // A comparison with NaN is false.
             if ((voxel.array().abs() <= LARGEST).all())
@@ -142,15 +144,22 @@ private:
                 placed_.push_back({key_of(voxel), static_cast<int>(i)});
             }
         }
-        std::sort(placed_.begin(), placed_.end());
+        std::sort(placed_.begin(), placed_.end(),
+                  [&](Placed const& a, Placed const& b)
+                  {
+                      poll.next();
+                      return a < b;
+                  });
     }
 
     /// Evenly spread ones where a voxel holds too many.
     void list_candidates(FrameSurface const& surface)
     {
         candidates_.reserve(placed_.size());
+        CancelPoll poll;
         for (std::size_t voxel = 0; voxel < keys_.size(); ++voxel)
         {
+            poll.next();
             first_candidate_.push_back(candidates_.size());
             std::size_t const n = first_[voxel + 1] - first_[voxel];
             std::size_t const listed = std::min(n, MOST_IN_VOXEL);
@@ -320,8 +329,10 @@ PointLists join_parts(std::vector<Part> const& parts, std::size_t n)
 {
     PointLists lists;
     lists.first.assign(n + 1, 0);
+    CancelPoll poll;
     for (auto const& part : parts)
     {
+        poll.next();
         for (std::size_t k = 0; k < part.points.size(); ++k)
         {
             lists.first[static_cast<std::size_t>(part.points[k]) + 1] = part.counts[k];
@@ -366,9 +377,12 @@ PointLists find_overlap(FrameSurface const& surface, OverlapLimits const& limits
     {
         return {std::vector<std::size_t>(surface.size() + 1, 0), {}};
     }
+    Stages stages({1, 12, 1});
+    stages.next();
     VoxelOrder const order(surface, reach);
     constexpr std::size_t voxels_of_part = 256;
     std::vector<Part> parts((order.voxels() + voxels_of_part - 1) / voxels_of_part);
+    stages.next();
     parallel_for_uneven(static_cast<std::ptrdiff_t>(parts.size()),
                         [&](std::ptrdiff_t p)
                         {
@@ -378,9 +392,11 @@ PointLists find_overlap(FrameSurface const& surface, OverlapLimits const& limits
                                 std::min(order.voxels(), (number + 1) * voxels_of_part);
                             for (std::size_t v = number * voxels_of_part; v < end; ++v)
                             {
+                                poll_cancel();
                                 searcher.search(order, v, parts[number]);
                             }
                         });
+    stages.next();
     return join_parts(parts, surface.size());
 }
 
@@ -389,8 +405,10 @@ PointLists turn_round(PointLists const& lists)
     PointLists result;
     std::size_t const n = lists.first.size() - 1;
     result.first.assign(n + 1, 0);
+    CancelPoll poll;
     for (int const entry : lists.entries)
     {
+        poll.next();
         ++result.first[static_cast<std::size_t>(entry) + 1];
     }
     for (std::size_t i = 0; i < n; ++i)
@@ -401,6 +419,7 @@ PointLists turn_round(PointLists const& lists)
     std::vector<std::size_t> next(result.first.begin(), result.first.end() - 1);
     for (std::size_t i = 0; i < n; ++i)
     {
+        poll.next();
         for (auto const* entry = lists.begin(i); entry != lists.end(i); ++entry)
         {
             result.entries[next[static_cast<std::size_t>(*entry)]++] = static_cast<int>(i);

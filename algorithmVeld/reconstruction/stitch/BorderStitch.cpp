@@ -5,6 +5,7 @@
 #include "algorithmVeld/common/mesh/points.h"
 #include "algorithmVeld/common/running/OrderedWork.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
+#include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/reconstruction/stitch/ElementStore.h"
 
 #include <algorithm>
@@ -18,7 +19,8 @@ namespace
 {
 
 /// Stitches around border vertices, those in parallel whose neighbourhoods are apart. In the end
-/// the new faces and edges get the numbers that they would have got one after the other.
+/// the new faces and edges get the numbers that they would have got one after the other. An
+/// exception leaves the mesh with what has not got them: whoever merges empties it.
 ///
 /// The life of such an element:
 /// - `enlarge` makes the mesh longer by spare edges and faces, to which no link leads. Later the
@@ -51,6 +53,7 @@ public:
 
     void run()
     {
+        poll_cancel();
         while (!work_->run([this](int turn) { return stitch(turn); }))
         {
             store_.enlarge(centres_.size() + largest_fan());
@@ -137,7 +140,11 @@ private:
 void stitch_borders(TriMesh& mesh, std::vector<OpenMesh::VertexHandle> centres,
                     FanSettings const& settings)
 {
-    Stitch(mesh, std::move(centres), settings).run();
+    Stages stages({3, 7});
+    stages.next();
+    Stitch stitch(mesh, std::move(centres), settings);
+    stages.next();
+    stitch.run();
 }
 
 } // namespace OrvaneAlgorithm::detail

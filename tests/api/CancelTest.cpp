@@ -1,0 +1,336 @@
+#include "algorithmVeld/algorithmVeld.h"
+#include "algorithmVeld/common/running/Progress.h"
+#include "tests/reconstruction/frames.h"
+#include "tests/support/mesh_arrays.h"
+#include "tests/support/meshes.h"
+#include "tests/support/temp_dir.h"
+#include "tests/support/threads.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+/// \file
+/// Every long operation tells how far it is, ends where it is asked to, and leaves a mesh that can
+/// be used.
+
+using namespace OrvaneAlgorithm;
+using namespace veld_test;
+
+namespace
+{
+
+/// A waved surface with many holes, some of which touch, and specks beside it.
+TriMesh make_scan()
+{
+    constexpr int columns = 240;
+    constexpr int rows = 160;
+    std::vector<Cell> missing;
+    for (int x = 5; x + 5 < columns; x += 7)
+    {
+        for (int y = 5; y + 5 < rows; y += 6)
+        {
+            missing.push_back({x, y});
+            missing.push_back({x + 1, y + (x * y % 3 == 0 ? 1 : 0)});
+        }
+    }
+    TriMesh mesh = grid_without(columns, rows, missing);
+    for (auto const vertex : mesh.vertices())
+    {
+        auto& point = mesh.point(vertex);
+        point.z() = 3.0F * std::sin(point.x() / 9.0F) * std::cos(point.y() / 11.0F);
+    }
+    for (int i = 0; i < 200; ++i)
+    {
+        Vector3f const corner(static_cast<float>(i), -20.0F, 0.0F);
+        auto const a = mesh.add_vertex(corner);
+        auto const b = mesh.add_vertex(corner + Vector3f(0.5F, 0.0F, 0.0F));
+        auto const c = mesh.add_vertex(corner + Vector3f(0.0F, 0.5F, 0.0F));
+        mesh.add_face(a, b, c);
+    }
+    return mesh;
+}
+
+TriMesh const& scan()
+{
+    static TriMesh const mesh = make_scan();
+    return mesh;
+}
+
+/// Every fiftieth vertex, with normals upwards.
+Verts marker_points()
+{
+    Verts points;
+    for (std::size_t i = 0; i < scan().n_vertices(); i += 50)
+    {
+        points.push_back(scan().point(OpenMesh::VertexHandle(static_cast<int>(i))));
+    }
+    return points;
+}
+
+Verts marker_normals()
+{
+    return Verts(marker_points().size(), Vector3f::UnitZ());
+}
+
+/// An operation on a mesh. What it gives back, or writes, becomes the mesh as well.
+struct Operation
+{
+    char const* name;
+    std::function<void(TriMesh& mesh)> run;
+    bool begins_damaged = false; ///< It damages the mesh first, for there to be work.
+};
+
+std::ostream& operator<<(std::ostream& stream, Operation const& operation)
+{
+    return stream << operation.name;
+}
+
+void through_arrays(TriMesh& mesh, std::function<void(BaseTriMesh&)> const& work)
+{
+    detail::Stages stages({1, 2, 2});
+    stages.next();
+    BaseTriMesh arrays;
+    TriMesh_convert_to_BaseTriMesh(mesh, arrays);
+    stages.next();
+    work(arrays);
+    stages.next();
+    BaseTriMesh_convert_to_TriMesh(arrays, mesh);
+}
+
+/// Moves the vertices of holes, so that a list of holes shows in the mesh.
+void show(Holes const& holes, TriMesh& mesh)
+{
+    for (std::size_t i = 0; i < holes.size(); ++i)
+    {
+        for (auto const vertex : holes[i])
+        {
+            mesh.point(vertex).z() += static_cast<float>(i);
+        }
+    }
+}
+
+void through_file(TriMesh& mesh, char const* name)
+{
+    TempDir const folder;
+    detail::Stages stages({1, 1});
+    stages.next();
+    std::string error;
+    ASSERT_TRUE(write_mesh(folder.file(name), mesh, error)) << error;
+    stages.next();
+    MeshReadReport report;
+    ASSERT_TRUE(read_mesh(folder.file(name), mesh, report)) << report.error;
+}
+
+void break_links(TriMesh& mesh)
+{
+    mesh.set_next_halfedge_handle(OpenMesh::HalfedgeHandle(0), OpenMesh::HalfedgeHandle(0));
+}
+
+std::vector<RangeData> const& frames()
+{
+    static std::vector<RangeData> const list = random_frames(3, 3, 120, 0.12F);
+    return list;
+}
+
+std::vector<Operation> const& operations()
+{
+    static std::vector<Operation> const list{
+        {"find_holes",
+         [](TriMesh& mesh)
+         {
+             Holes holes;
+             FindHolesEx::find_holes(mesh, holes, false);
+             show(holes, mesh);
+         }},
+        {"find_unsplit_holes",
+         [](TriMesh& mesh)
+         {
+             Holes holes;
+             FindHoles::find_holes(mesh, holes, false);
+             show(holes, mesh);
+         }},
+        {"find_marker_holes",
+         [](TriMesh& mesh)
+         {
+             Holes holes;
+             find_marker_holes(mesh, marker_points(), marker_normals(), 2.0, 5.0, true, 0.5, holes,
+                               false);
+             show(holes, mesh);
+         }},
+        {"ear_clipping",
+         [](TriMesh& mesh) { ear_clipping(mesh, true, false, false, 20, 0.0, 0.0); }},
+        {"ear_trimming",
+         [](TriMesh& mesh) { EarTrimming().ear_trimming(mesh, true, false, false, 20, 0.0, 0.0); }},
+        {"components_by_face",
+         [](TriMesh& mesh) { remove_small_components_by_face(mesh, 10, false); }},
+        {"components_by_vert",
+         [](TriMesh& mesh) { remove_small_components_by_vert(mesh, 10, false); }},
+        {"all_components_go",
+         [](TriMesh& mesh) { remove_small_components_by_face(mesh, 1000000, false); }},
+        {"strong_connection",
+         [](TriMesh& mesh) { remove_small_components_by_face_strong_connection(mesh, 20, 2); }},
+        {"small_objects", [](TriMesh& mesh) { PostProcessing().remove_small_objects(mesh, 10); }},
+        {"non_manifold_verts", [](TriMesh& mesh) { remove_non_manifold_verts(mesh, false); }},
+        {"n_rings", [](TriMesh& mesh) { RemoveBoundary::remove_n_rings(mesh, 1, false); }},
+        {"marker_mesh", [](TriMesh& mesh)
+         { remove_marker_mesh(mesh, marker_points(), {}, 1.5, false, 0.0, false); }},
+        {"marker_mesh_ex", [](TriMesh& mesh)
+         { remove_marker_mesh(mesh, marker_points(), marker_normals(), 1.5, true, 0.5, false); }},
+        {"marker_arrays",
+         [](TriMesh& mesh)
+         {
+             through_arrays(
+                 mesh, [](BaseTriMesh& arrays)
+                 { remove_marker_mesh(arrays, marker_points(), {}, 1.5, false, 0.0, false); });
+         }},
+        {"marker_arrays_ex",
+         [](TriMesh& mesh)
+         {
+             through_arrays(mesh,
+                            [](BaseTriMesh& arrays) {
+                                remove_marker_mesh(arrays, marker_points(), marker_normals(), 1.5,
+                                                   true, 0.5, false);
+                            });
+         }},
+        {"sticks",
+         [](TriMesh& mesh)
+         {
+             std::vector<TriMesh> sticks;
+             auto const all = marker_points();
+             Verts const seeds(all.begin(), all.begin() + 40);
+             extract_sticks(mesh, seeds, std::vector<Vector2f>(40, Vector2f(8.0F, 9.0F)), sticks,
+                            true, false);
+             mesh = sticks.back();
+         }},
+        {"repair_links",
+         [](TriMesh& mesh)
+         {
+             break_links(mesh);
+             mesh.repair_illegal();
+         },
+         true},
+        {"arrays", [](TriMesh& mesh) { through_arrays(mesh, [](BaseTriMesh&) {}); }},
+        {"ply_file", [](TriMesh& mesh) { through_file(mesh, "mesh.ply"); }},
+        {"stl_file", [](TriMesh& mesh) { through_file(mesh, "mesh.stl"); }},
+        {"obj_file", [](TriMesh& mesh) { through_file(mesh, "mesh.obj"); }},
+        {"off_file", [](TriMesh& mesh) { through_file(mesh, "mesh.off"); }},
+        {"om_file", [](TriMesh& mesh) { through_file(mesh, "mesh.om"); }},
+        {"frame_overlap",
+         [](TriMesh& mesh)
+         {
+             FrameOverlap overlap;
+             overlap.set_averages_layers(true);
+             std::vector<RangeData> single;
+             overlap.remove_overlap(pointers(frames()), single);
+             mesh.clear();
+             for (auto const& frame : single)
+             {
+                 for (auto const& point : frame.vCoord)
+                 {
+                     mesh.add_vertex(point);
+                 }
+             }
+         }},
+        {"mesh_merge", [](TriMesh& mesh)
+         {
+             std::vector<int> vertex_frames;
+             mesh_merge(pointers(frames()), 0.12, mesh, false, 30, 10, 0.6, vertex_frames);
+         }}};
+    return list;
+}
+
+/// How many properties a mesh carries, by kind of element.
+std::vector<std::ptrdiff_t> property_counts(TriMesh const& mesh)
+{
+    auto const count = [](auto begin, auto end)
+    { return std::count_if(begin, end, [](auto const* property) { return property != nullptr; }); };
+    return {count(mesh.vprops_begin(), mesh.vprops_end()),
+            count(mesh.hprops_begin(), mesh.hprops_end()),
+            count(mesh.eprops_begin(), mesh.eprops_end()),
+            count(mesh.fprops_begin(), mesh.fprops_end())};
+}
+
+class LongOperation : public testing::TestWithParam<Operation>
+{
+};
+
+} // namespace
+
+TEST_P(LongOperation, TellsHowFarItIs)
+{
+    for (int const n : {1, 2})
+    {
+        Threads const threads(n);
+        TriMesh mesh = scan();
+        std::vector<double> told;
+        {
+            RunScope const scope(CancelToken{}, [&](double fraction) { told.push_back(fraction); });
+            GetParam().run(mesh);
+        }
+        ASSERT_GE(told.size(), 5U);
+        EXPECT_TRUE(std::adjacent_find(told.begin(), told.end(), std::greater_equal<>()) ==
+                    told.end());
+        EXPECT_GT(told.front(), 0.0);
+        EXPECT_EQ(told.back(), 1.0);
+    }
+}
+
+TEST_P(LongOperation, EndsWhereItIsAskedToAndLeavesAUsableMesh)
+{
+    TriMesh whole = scan();
+    GetParam().run(whole);
+    for (int const n : {1, 2})
+    {
+        Threads const threads(n);
+        for (double const share : {0.02, 0.33, 0.6})
+        {
+            SCOPED_TRACE(share);
+            TriMesh mesh = scan();
+            CancelToken const token;
+            bool was_cancelled = false;
+            double last = 0.0;
+            try
+            {
+                RunScope const scope(token,
+                                     [&](double fraction)
+                                     {
+                                         last = fraction;
+                                         if (fraction >= share)
+                                         {
+                                             token.cancel();
+                                         }
+                                     });
+                GetParam().run(mesh);
+            }
+            catch (Cancelled const&)
+            {
+                was_cancelled = true;
+            }
+            EXPECT_TRUE(was_cancelled);
+            EXPECT_LT(last, 1.0);
+            EXPECT_TRUE(mesh.is_legal() || GetParam().begins_damaged);
+            EXPECT_FALSE(mesh.has_vertex_status() || mesh.has_face_status() ||
+                         mesh.has_edge_status() || mesh.has_halfedge_status());
+            if (mesh.n_faces() > 0)
+            {
+                // Normals that an operation provides stay, whole; all else goes.
+                auto const counts = property_counts(mesh);
+                EXPECT_TRUE(counts == property_counts(scan()) || counts == property_counts(whole));
+                GetParam().run(mesh);
+                EXPECT_TRUE(mesh.is_legal());
+            }
+            TriMesh fresh = scan();
+            GetParam().run(fresh);
+            EXPECT_EQ(fingerprint(fresh), fingerprint(whole));
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, LongOperation, testing::ValuesIn(operations()),
+                         [](auto const& row) { return std::string(row.param.name); });
