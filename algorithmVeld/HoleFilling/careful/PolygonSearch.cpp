@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/HoleFilling/careful/SplitTables.h"
 #include "algorithmVeld/common/geometry/TriangleGeometry.h"
+#include "algorithmVeld/common/running/ParallelFor.h"
 
 #include <omp.h>
 
@@ -636,36 +637,85 @@ VELD_WIDE_REGISTERS void solve_tile(PolygonRim const& rim, TriangulationRule con
 
 /// Solves all sub-polygons in columns of tiles, each from the diagonal up. A tile needs the one
 /// below it and the one left of it, so a thread works on a column close behind the one that has
-/// the column before, and waits for nothing else. Nothing throws in the parallel region.
-void solve(PolygonRim const& rim, TriangulationRule const& rule, SplitTables& tables, int threads)
+/// the column before, and waits for nothing else.
+class TileSolver
 {
-    std::size_t const side = std::clamp<std::size_t>(tables.size() / 24, 8, 64);
-    auto const columns = static_cast<std::ptrdiff_t>((tables.size() + side - 1) / side);
-    std::atomic<std::ptrdiff_t> next_column{0};
-    std::vector<std::atomic<std::ptrdiff_t>> first_done(static_cast<std::size_t>(columns));
-    for (std::ptrdiff_t j = 0; j < columns; ++j)
+public:
+    TileSolver(PolygonRim const& rim, TriangulationRule const& rule, SplitTables& tables,
+               int threads)
+        : rim_(rim),
+          rule_(rule),
+          tables_(tables),
+          side_(std::clamp<std::size_t>(tables.size() / 24, 8, 64)),
+          first_done_((tables.size() + side_ - 1) / side_),
+          lengths_(static_cast<std::size_t>(threads), TileLengths(rim.points, tables, side_))
     {
-        first_done[static_cast<std::size_t>(j)] = j + 1;
-    }
-    int const used = tables.size() >= 96 ? std::max(threads, 1) : 1;
-    std::vector<TileLengths> lengths(static_cast<std::size_t>(used),
-                                     TileLengths(rim.points, tables, side));
-#pragma omp parallel num_threads(used) if (used > 1)
-    for (auto j = static_cast<std::size_t>(next_column++); j < first_done.size();
-         j = static_cast<std::size_t>(next_column++))
-    {
-        for (auto i = static_cast<std::ptrdiff_t>(j); i >= 0; --i)
+        for (std::size_t j = 0; j < first_done_.size(); ++j)
         {
-            while (j > 0 && first_done[j - 1].load(std::memory_order_acquire) > i)
-            {
-                std::this_thread::yield();
-            }
-            solve_tile(rim, rule, tables, lengths[static_cast<std::size_t>(omp_get_thread_num())],
-                       static_cast<std::size_t>(i) * side, j * side, side);
-            first_done[j].store(i, std::memory_order_release);
+            first_done_[j] = static_cast<std::ptrdiff_t>(j) + 1;
         }
     }
-}
+
+    void run()
+    {
+        int const threads = static_cast<int>(lengths_.size());
+        Progress progress(first_done_.size() * (first_done_.size() + 1) / 2);
+        ExceptionCarrier carrier;
+#pragma omp parallel num_threads(threads) if (threads > 1)
+        {
+            WorkerProgress worker(progress, 1);
+            carrier.run([&] { help(worker); });
+        }
+        carrier.rethrow();
+    }
+
+private:
+    /// What each thread does. Those that wait for the tiles of one that threw go home.
+    void help(WorkerProgress& worker)
+    {
+        try
+        {
+            for (auto j = next_column_++; j < first_done_.size(); j = next_column_++)
+            {
+                solve_column(j, worker);
+            }
+        }
+        catch (...)
+        {
+            stopped_ = true;
+            throw;
+        }
+    }
+
+    void solve_column(std::size_t j, WorkerProgress& worker)
+    {
+        auto& lengths = lengths_[static_cast<std::size_t>(omp_get_thread_num())];
+        for (auto i = static_cast<std::ptrdiff_t>(j); i >= 0; --i)
+        {
+            while (j > 0 && first_done_[j - 1].load(std::memory_order_acquire) > i)
+            {
+                if (stopped_)
+                {
+                    return;
+                }
+                std::this_thread::yield();
+            }
+            solve_tile(rim_, rule_, tables_, lengths, static_cast<std::size_t>(i) * side_,
+                       j * side_, side_);
+            first_done_[j].store(i, std::memory_order_release);
+            worker.next();
+        }
+    }
+
+    PolygonRim const& rim_;
+    TriangulationRule const& rule_;
+    SplitTables& tables_;
+    std::size_t side_;
+    std::atomic<std::size_t> next_column_{0};
+    std::vector<std::atomic<std::ptrdiff_t>> first_done_; ///< by column, the lowest row of tiles
+    std::vector<TileLengths> lengths_;                    ///< of each thread
+    std::atomic<bool> stopped_{false};
+};
 
 } // namespace
 
@@ -697,7 +747,7 @@ PolygonFill best_polygon_fill(PolygonRim const& rim, TriangulationRule const& ru
     auto const samples = static_cast<std::size_t>(std::max(rule.sample_num, 1));
     SplitTables tables(rim.points, n / samples + 1);
     set_sides(rim, tables);
-    solve(rim, rule, tables, threads);
+    TileSolver(rim, rule, tables, n >= 96 ? std::max(threads, 1) : 1).run();
     fill.cost = tables.cost(0, n - 1);
     fill.triangles.reserve(n - 2);
     visit_triangles(
