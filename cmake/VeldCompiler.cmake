@@ -35,6 +35,12 @@ if(VELD_SANITIZE)
   add_link_options("-fsanitize=${VELD_SANITIZE}")
 endif()
 
+# What nearly every source includes. Headers of the system only: the compiler's cache hands a
+# precompiled header on to other checkouts, where headers of the project are other files.
+set(VELD_PRECOMPILED_HEADERS
+  <OpenMesh/Core/IO/MeshIO.hh> <OpenMesh/Core/Mesh/TriMesh_ArrayKernelT.hh>
+  <OpenMesh/Core/Geometry/EigenVectorT.hh> <string> <vector>)
+
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND NOT MSVC)
   # Precompiled headers are cached too; that is what the setting is for.
