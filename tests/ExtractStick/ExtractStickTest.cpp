@@ -889,12 +889,10 @@ TEST(ExtractSticks, TimesEachStickAndTheStatistics)
 
 // Scans
 
-TEST(ExtractSticks, OfScansAreThoseOfThePlainSearch)
+using ExtractSticksRealData = RealData;
+
+TEST_F(ExtractSticksRealData, SticksAreThoseOfThePlainSearch)
 {
-    if (without_real_data())
-    {
-        return;
-    }
     for (std::string const file : {"bun_zipper_res2.ply", "diana.ply", "lion_head.ply"})
     {
         TriMesh mesh;

@@ -14,18 +14,20 @@ using namespace veld_test;
 namespace
 {
 
-bool read(std::string const& file, TriMesh& mesh)
+bool read(std::filesystem::path const& file, TriMesh& mesh)
 {
     MeshReadReport report;
-    EXPECT_TRUE(read_mesh(file, mesh, report)) << report.error;
+    EXPECT_TRUE(read_mesh(file.string(), mesh, report)) << report.error;
     return report.error.empty();
 }
 
 } // namespace
 
-TEST(EarRealData, TrimmedScansAreTheSameAsHoleByHoleForAnyNumberOfThreads)
+using EarRealData = RealData;
+
+TEST_F(EarRealData, TrimmedScansAreTheSameAsHoleByHoleForAnyNumberOfThreads)
 {
-    for (auto const& file : scans_with_holes())
+    for (auto const& file : real_meshes())
     {
         SCOPED_TRACE(file);
         TriMesh before;
@@ -52,9 +54,9 @@ TEST(EarRealData, TrimmedScansAreTheSameAsHoleByHoleForAnyNumberOfThreads)
     }
 }
 
-TEST(EarRealData, ClippedScansHoldTogetherAndEveryOpenLoopIsExplained)
+TEST_F(EarRealData, ClippedScansHoldTogetherAndEveryOpenLoopIsExplained)
 {
-    for (auto const& file : scans_with_holes())
+    for (auto const& file : real_meshes())
     {
         SCOPED_TRACE(file);
         TriMesh before;

@@ -151,7 +151,7 @@ float worst_sphere_error(TriMesh const& mesh, std::size_t old_vertices)
     return worst;
 }
 
-TEST(HoleFillingCore, fills_a_hole_and_leaves_an_oriented_manifold)
+TEST(HoleFillingCore, FillsAHoleAndLeavesAnOrientedManifold)
 {
     TriMesh mesh = sphere_with_hole(4, 0.5);
     Holes const holes = holes_of(mesh);
@@ -171,7 +171,7 @@ TEST(HoleFillingCore, fills_a_hole_and_leaves_an_oriented_manifold)
     EXPECT_TRUE(filler.open_holes().empty());
 }
 
-TEST(HoleFillingCore, higher_order_comes_nearer_to_the_sphere)
+TEST(HoleFillingCore, HigherOrderComesNearerToTheSphere)
 {
     // The hole has to be some edges wide and the region narrow against the sphere.
     for (double const angle : {0.1, 0.2, 0.3})
@@ -193,7 +193,7 @@ TEST(HoleFillingCore, higher_order_comes_nearer_to_the_sphere)
     }
 }
 
-TEST(HoleFillingCore, flat_hole_filled_with_c0_stays_flat)
+TEST(HoleFillingCore, FlatHoleFilledWithC0StaysFlat)
 {
     TriMesh mesh = veld_test::grid_with_hole(6);
     HoleFillingCore filler;
@@ -205,7 +205,7 @@ TEST(HoleFillingCore, flat_hole_filled_with_c0_stays_flat)
     }
 }
 
-TEST(HoleFillingCore, nothing_outside_the_patches_moves)
+TEST(HoleFillingCore, NothingOutsideThePatchesMoves)
 {
     TriMesh mesh = sphere_with_hole(4, 0.5);
     TriMesh const before = mesh;
@@ -227,7 +227,7 @@ TEST(HoleFillingCore, nothing_outside_the_patches_moves)
     EXPECT_GT(moved, 0) << "the vertices of the region are part of the patch";
 }
 
-TEST(HoleFillingCore, without_rings_the_region_is_the_faces_along_the_boundary)
+TEST(HoleFillingCore, WithoutRingsTheRegionIsTheFacesAlongTheBoundary)
 {
     TriMesh mesh = veld_test::grid_with_hole(2);
     OpenFiller filler;
@@ -236,7 +236,7 @@ TEST(HoleFillingCore, without_rings_the_region_is_the_faces_along_the_boundary)
     EXPECT_EQ(filler.regions_[0].size(), 8U);
 }
 
-TEST(HoleFillingCore, illegal_hole_is_left_out_and_the_legal_one_filled)
+TEST(HoleFillingCore, IllegalHoleIsLeftOutAndTheLegalOneFilled)
 {
     TriMesh mesh = veld_test::grid_with_hole(3);
     Holes holes = inner_holes_of(mesh);
@@ -256,7 +256,7 @@ TEST(HoleFillingCore, illegal_hole_is_left_out_and_the_legal_one_filled)
     EXPECT_EQ(filler.open_holes()[0].reason, OpenReason::NOT_A_BOUNDARY);
 }
 
-TEST(HoleFillingCore, without_a_legal_hole_nothing_changes)
+TEST(HoleFillingCore, WithoutALegalHoleNothingChanges)
 {
     TriMesh mesh = veld_test::grid_with_hole(3);
     TriMesh const before = mesh;
@@ -278,7 +278,7 @@ TEST(HoleFillingCore, without_a_legal_hole_nothing_changes)
     EXPECT_EQ(count_properties(mesh), properties);
 }
 
-TEST(HoleFillingCore, vertices_of_the_first_legal_hole_are_not_reported)
+TEST(HoleFillingCore, VerticesOfTheFirstLegalHoleAreNotReported)
 {
     // Hosts have never been told these, though they get the faces.
     TriMesh mesh = veld_test::grid_without(20, 9,
@@ -316,7 +316,7 @@ TEST(HoleFillingCore, vertices_of_the_first_legal_hole_are_not_reported)
     EXPECT_EQ(filled.verts[1].size() * 2, new_vertices) << "both holes are alike";
 }
 
-TEST(HoleFillingCore, single_hole_reports_faces_and_patch_and_never_vertices)
+TEST(HoleFillingCore, SingleHoleReportsFacesAndPatchAndNeverVertices)
 {
     TriMesh mesh = sphere_with_hole(4, 0.5);
     Holes const holes = holes_of(mesh);
@@ -337,7 +337,7 @@ TEST(HoleFillingCore, single_hole_reports_faces_and_patch_and_never_vertices)
     EXPECT_GT(patch.size(), mesh.n_vertices() - old_vertices);
 }
 
-TEST(HoleFillingCore, single_illegal_hole_is_refused)
+TEST(HoleFillingCore, SingleIllegalHoleIsRefused)
 {
     TriMesh mesh = veld_test::grid_with_hole(3);
     std::vector<FaceHandle> faces{FaceHandle(3)};
@@ -355,7 +355,7 @@ TEST(HoleFillingCore, single_illegal_hole_is_refused)
                           "  !!! wrong hole VertexHandle array.\n");
 }
 
-TEST(HoleFillingCore, reversed_hole_has_no_region_and_stays_open)
+TEST(HoleFillingCore, ReversedHoleHasNoRegionAndStaysOpen)
 {
     TriMesh mesh = veld_test::grid_with_hole(3);
     Holes holes = inner_holes_of(mesh);
@@ -369,7 +369,7 @@ TEST(HoleFillingCore, reversed_hole_has_no_region_and_stays_open)
     EXPECT_EQ(log.count("  !!!abnormal: hole[0] with 0 vertices.\n"), 1);
 }
 
-TEST(HoleFillingCore, nine_properties_stay_after_each_call)
+TEST(HoleFillingCore, NinePropertiesStayAfterEachCall)
 {
     // Hosts read them after the call; two normals are requested on the first one.
     TriMesh mesh = sphere_with_hole(3, 0.5);
@@ -385,7 +385,7 @@ TEST(HoleFillingCore, nine_properties_stay_after_each_call)
     EXPECT_EQ(count_properties(other), before + 9 + 2);
 }
 
-TEST(HoleFillingCore, too_many_vertices_count_only_when_the_limit_is_on)
+TEST(HoleFillingCore, TooManyVerticesCountOnlyWhenTheLimitIsOn)
 {
     Holes holes;
     {
@@ -407,7 +407,7 @@ TEST(HoleFillingCore, too_many_vertices_count_only_when_the_limit_is_on)
     EXPECT_EQ(fill(filler, mesh, holes).faces.size(), 1U);
 }
 
-TEST(HoleFillingCore, overlapping_regions_merge_without_conflict)
+TEST(HoleFillingCore, OverlappingRegionsMergeWithoutConflict)
 {
     TriMesh mesh = veld_test::grid_without(9, 5, {{2, 2}, {6, 2}});
     Holes const holes = inner_holes_of(mesh);
@@ -426,7 +426,7 @@ TEST(HoleFillingCore, overlapping_regions_merge_without_conflict)
     EXPECT_EQ(holes_of(mesh).size(), 1U);
 }
 
-TEST(HoleFillingCore, hole_closed_without_new_vertices_moves_nothing)
+TEST(HoleFillingCore, HoleClosedWithoutNewVerticesMovesNothing)
 {
     TriMesh mesh = veld_test::grid_without(7, 7, {{3, 3}});
     for (auto const v : mesh.vertices())
@@ -445,7 +445,7 @@ TEST(HoleFillingCore, hole_closed_without_new_vertices_moves_nothing)
     }
 }
 
-TEST(HoleFillingCore, sizes_of_the_systems_are_limited_strictly)
+TEST(HoleFillingCore, SizesOfTheSystemsAreLimitedStrictly)
 {
     TriMesh const holed = sphere_with_hole(4, 0.5);
     auto const run = [&](int order, int most, int least)
@@ -473,7 +473,7 @@ TEST(HoleFillingCore, sizes_of_the_systems_are_limited_strictly)
     EXPECT_THAT(run(2, 20000, n + 1).second, testing::HasSubstr(large));
 }
 
-TEST(HoleFillingCore, check_reports_no_vertex_after_fairing)
+TEST(HoleFillingCore, CheckReportsNoVertexAfterFairing)
 {
     TriMesh mesh = sphere_with_hole(4, 0.5);
     HoleFillingCore filler;
@@ -484,7 +484,7 @@ TEST(HoleFillingCore, check_reports_no_vertex_after_fairing)
     EXPECT_EQ(log.count(" error: patch "), 0);
 }
 
-TEST(HoleFillingCore, component_without_fixed_surroundings_is_no_patch)
+TEST(HoleFillingCore, ComponentWithoutFixedSurroundingsIsNoPatch)
 {
     // Ten rings cover the whole small sphere: nothing is left to hold the patch.
     TriMesh mesh = sphere_with_hole(2, 0.7);
@@ -494,7 +494,7 @@ TEST(HoleFillingCore, component_without_fixed_surroundings_is_no_patch)
     EXPECT_TRUE(filled.patches.empty());
 }
 
-TEST(HoleFillingCore, smooth_type_takes_0_1_and_2_only)
+TEST(HoleFillingCore, SmoothTypeTakes01And2Only)
 {
     OpenFiller filler;
     for (int const type : {0, 2, 1})
@@ -507,7 +507,7 @@ TEST(HoleFillingCore, smooth_type_takes_0_1_and_2_only)
     }
 }
 
-TEST(HoleFillingCore, verbose_stays_in_the_log_switch_and_false_prints_nothing)
+TEST(HoleFillingCore, VerboseStaysInTheLogSwitchAndFalsePrintsNothing)
 {
     TriMesh mesh = veld_test::grid_with_hole(3);
     Holes const holes = inner_holes_of(mesh);
@@ -521,7 +521,7 @@ TEST(HoleFillingCore, verbose_stays_in_the_log_switch_and_false_prints_nothing)
     EXPECT_EQ(log.text(), "fill_holes_core() ..try to fill 0 holes\n");
 }
 
-TEST(HoleFillingCore, parameters_are_shown_line_by_line)
+TEST(HoleFillingCore, ParametersAreShownLineByLine)
 {
     TriMesh mesh = veld_test::grid_with_hole(3);
     LogCapture const log;
@@ -545,7 +545,7 @@ TEST(HoleFillingCore, parameters_are_shown_line_by_line)
                                                ">===============\n\n"));
 }
 
-TEST(HoleFillingCore, sub_meshes_are_written_where_logging_and_saving_are_on)
+TEST(HoleFillingCore, SubMeshesAreWrittenWhereLoggingAndSavingAreOn)
 {
     veld_test::TempDir const dir;
     LogCapture const log;
@@ -562,7 +562,7 @@ TEST(HoleFillingCore, sub_meshes_are_written_where_logging_and_saving_are_on)
     }
 }
 
-TEST(HoleFillingCore, dump_that_cannot_be_written_is_logged_and_changes_nothing)
+TEST(HoleFillingCore, DumpThatCannotBeWrittenIsLoggedAndChangesNothing)
 {
     veld_test::TempDir const dir;
     LogCapture const log;
@@ -581,7 +581,7 @@ TEST(HoleFillingCore, dump_that_cannot_be_written_is_logged_and_changes_nothing)
     EXPECT_TRUE(same_bytes(mesh, plain));
 }
 
-TEST(HoleFillingCore, gives_the_same_bytes_for_any_number_of_threads)
+TEST(HoleFillingCore, GivesTheSameBytesForAnyNumberOfThreads)
 {
     std::vector<veld_test::Cell> missing;
     for (int k = 0; k < 12; ++k)
@@ -617,7 +617,7 @@ TEST(HoleFillingCore, gives_the_same_bytes_for_any_number_of_threads)
     omp_set_num_threads(threads);
 }
 
-TEST(HoleFillingCore, survives_coordinates_that_are_no_numbers)
+TEST(HoleFillingCore, SurvivesCoordinatesThatAreNoNumbers)
 {
     for (float const bad :
          {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()})
@@ -630,7 +630,7 @@ TEST(HoleFillingCore, survives_coordinates_that_are_no_numbers)
     }
 }
 
-TEST(CotangentWeight, is_the_sum_of_the_two_cotangents)
+TEST(CotangentWeight, IsTheSumOfTheTwoCotangents)
 {
     // Two right isosceles triangles on both sides of a diagonal: both far angles are 90 degrees.
     TriMesh const square = veld_test::grid(1, 1);
@@ -646,7 +646,7 @@ TEST(CotangentWeight, is_the_sum_of_the_two_cotangents)
     EXPECT_NEAR(weight, 2.0 / std::sqrt(3.0), 1e-6);
 }
 
-TEST(CotangentWeight, is_one_where_the_edge_has_no_two_faces)
+TEST(CotangentWeight, IsOneWhereTheEdgeHasNoTwoFaces)
 {
     TriMesh const square = veld_test::grid(1, 1);
     HoleFillingCore const filler;
@@ -662,7 +662,7 @@ TEST(CotangentWeight, is_one_where_the_edge_has_no_two_faces)
     EXPECT_EQ(log.count("  # error: fail to find target he ["), 1);
 }
 
-TEST(DirectSolver, fails_for_a_singular_system_and_takes_an_empty_one)
+TEST(DirectSolver, FailsForASingularSystemAndTakesAnEmptyOne)
 {
     HoleFillingCore const filler;
     std::vector<double> x{1.0};
@@ -680,23 +680,16 @@ TEST(DirectSolver, fails_for_a_singular_system_and_takes_an_empty_one)
     EXPECT_TRUE(x.empty());
 }
 
-TEST(HoleFillingCoreOnRealScans, all_holes_are_closed_and_nothing_else_moves)
+using HoleFillingCoreRealData = veld_test::RealData;
+
+TEST_F(HoleFillingCoreRealData, AllHolesAreClosedAndNothingElseMoves)
 {
-    if (veld_test::without_real_data())
+    for (auto const& file : veld_test::real_meshes())
     {
-        return;
-    }
-    for (auto const& entry :
-         std::filesystem::directory_iterator(veld_test::real_data("meshes_holes")))
-    {
-        if (entry.path().extension() != ".ply")
-        {
-            continue;
-        }
-        SCOPED_TRACE(entry.path().filename().string());
+        SCOPED_TRACE(file.filename().string());
         TriMesh mesh;
         MeshReadReport report;
-        ASSERT_TRUE(read_mesh(entry.path().string(), mesh, report)) << report.error;
+        ASSERT_TRUE(read_mesh(file.string(), mesh, report)) << report.error;
         Holes const holes = holes_of(mesh);
         if (holes.empty())
         {

@@ -66,7 +66,7 @@ double area_of(TriMesh const& mesh)
 
 } // namespace
 
-TEST(HoleRefinement, splits_a_coarse_face_at_its_centroid)
+TEST(HoleRefinement, SplitsACoarseFaceAtItsCentroid)
 {
     auto hole = large_triangle();
     LogCapture const log;
@@ -81,7 +81,7 @@ TEST(HoleRefinement, splits_a_coarse_face_at_its_centroid)
     EXPECT_EQ(1, log.count("  start garbage_collection() ..\n"));
 }
 
-TEST(HoleRefinement, leaves_a_face_whose_centroid_is_near_a_corner)
+TEST(HoleRefinement, LeavesAFaceWhoseCentroidIsNearACorner)
 {
     // The corners are 5.77 from the centroid: half of the limit has to fit in between.
     auto hole = large_triangle();
@@ -92,14 +92,14 @@ TEST(HoleRefinement, leaves_a_face_whose_centroid_is_near_a_corner)
     EXPECT_EQ(1U, flat.mesh.n_faces());
 }
 
-TEST(HoleRefinement, leaves_a_face_with_one_long_edge_only)
+TEST(HoleRefinement, LeavesAFaceWithOneLongEdgeOnly)
 {
     auto hole = new_faces({{0, 0, 0}, {10, 0, 0}, {5, 1, 0}}, {{0, 1, 2}});
     EXPECT_TRUE(refine(hole, 6.0));
     EXPECT_EQ(1U, hole.mesh.n_faces());
 }
 
-TEST(HoleRefinement, counts_an_edge_of_just_the_limit_as_short)
+TEST(HoleRefinement, CountsAnEdgeOfJustTheLimitAsShort)
 {
     auto hole = new_faces({{0, 0, 0}, {3, 0, 0}, {0, 4, 0}}, {{0, 1, 2}}); // sides 3, 4 and 5
     EXPECT_TRUE(refine(hole, 4.0, 1));
@@ -112,7 +112,7 @@ TEST(HoleRefinement, counts_an_edge_of_just_the_limit_as_short)
     EXPECT_EQ(3U, hole.mesh.n_faces());
 }
 
-TEST(HoleRefinement, leaves_old_faces_alone)
+TEST(HoleRefinement, LeavesOldFacesAlone)
 {
     auto hole = large_triangle();
     hole.mesh.property(hole.face_new, OpenMesh::FaceHandle(0)) = false;
@@ -125,7 +125,7 @@ TEST(HoleRefinement, leaves_old_faces_alone)
     EXPECT_TRUE(joined(bent, 0, 2));
 }
 
-TEST(HoleRefinement, lets_faces_of_a_round_wait_for_the_next)
+TEST(HoleRefinement, LetsFacesOfARoundWaitForTheNext)
 {
     // One split a round: the three faces around the centroid are coarse for a limit of 3 too.
     auto hole = large_triangle();
@@ -135,7 +135,7 @@ TEST(HoleRefinement, lets_faces_of_a_round_wait_for_the_next)
     EXPECT_EQ(9U, hole.mesh.n_faces());
 }
 
-TEST(HoleRefinement, flips_to_the_better_diagonal_once)
+TEST(HoleRefinement, FlipsToTheBetterDiagonalOnce)
 {
     // The corner 2 is pulled out: the diagonal from 0 to 2 is the long one.
     auto hole = square(1.5F);
@@ -146,7 +146,7 @@ TEST(HoleRefinement, flips_to_the_better_diagonal_once)
     EXPECT_TRUE(joined(hole, 1, 3));
 }
 
-TEST(HoleRefinement, flips_the_diagonal_of_a_square_at_every_visit)
+TEST(HoleRefinement, FlipsTheDiagonalOfASquareAtEveryVisit)
 {
     for (int rounds = 0; rounds < 4; ++rounds)
     {
@@ -156,7 +156,7 @@ TEST(HoleRefinement, flips_the_diagonal_of_a_square_at_every_visit)
     }
 }
 
-TEST(HoleRefinement, does_not_flip_an_edge_whose_other_diagonal_exists)
+TEST(HoleRefinement, DoesNotFlipAnEdgeWhoseOtherDiagonalExists)
 {
     // A tetrahedron has all its edges already.
     auto hole = new_faces({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}},
@@ -166,7 +166,7 @@ TEST(HoleRefinement, does_not_flip_an_edge_whose_other_diagonal_exists)
     EXPECT_EQ(before, hole.faces_from(0));
 }
 
-TEST(HoleRefinement, leaves_no_status_and_no_deleted_element_behind)
+TEST(HoleRefinement, LeavesNoStatusAndNoDeletedElementBehind)
 {
     auto hole = large_triangle();
     EXPECT_TRUE(refine(hole, 2.0));
@@ -180,7 +180,7 @@ TEST(HoleRefinement, leaves_no_status_and_no_deleted_element_behind)
     EXPECT_NEAR(43.3, area_of(hole.mesh), 1e-3);
 }
 
-TEST(HoleRefinement, fits_a_fill_to_the_edges_around_it_and_nothing_else)
+TEST(HoleRefinement, FitsAFillToTheEdgesAroundItAndNothingElse)
 {
     auto hole = veld_test::open_sphere(veld_test::sphere(4), 0.6F);
     std::size_t const old_vertices = hole.mesh.n_vertices();
@@ -227,14 +227,14 @@ TEST(HoleRefinement, fits_a_fill_to_the_edges_around_it_and_nothing_else)
     }
 }
 
-TEST(HoleRefinement, runs_no_round_if_told_so)
+TEST(HoleRefinement, RunsNoRoundIfToldSo)
 {
     auto hole = large_triangle();
     EXPECT_TRUE(refine(hole, 1.0, 0));
     EXPECT_EQ(1U, hole.mesh.n_faces());
 }
 
-TEST(SwapEdge, tells_whether_it_flipped)
+TEST(SwapEdge, TellsWhetherItFlipped)
 {
     HoleFillingCore const core;
     auto hole = square(1.5F);

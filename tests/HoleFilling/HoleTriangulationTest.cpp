@@ -59,7 +59,7 @@ struct RandomHole
 
 } // namespace
 
-TEST(HoleTriangulation, adds_the_triangles_of_the_plain_search_in_its_order)
+TEST(HoleTriangulation, AddsTheTrianglesOfThePlainSearchInItsOrder)
 {
     std::mt19937 random(5);
     for (auto const kind : {PolygonKind::noisy, PolygonKind::planar, PolygonKind::wild})
@@ -77,7 +77,7 @@ TEST(HoleTriangulation, adds_the_triangles_of_the_plain_search_in_its_order)
     }
 }
 
-TEST(HoleTriangulation, weighs_a_triangle_by_its_neighbours)
+TEST(HoleTriangulation, WeighsATriangleByItsNeighbours)
 {
     std::mt19937 random(6);
     HoleFillingCore const core;
@@ -116,7 +116,7 @@ TEST(HoleTriangulation, weighs_a_triangle_by_its_neighbours)
     }
 }
 
-TEST(HoleTriangulation, closes_a_hole_of_three_edges)
+TEST(HoleTriangulation, ClosesAHoleOfThreeEdges)
 {
     // A regular tetrahedron without its base: the base meets the three others at 70.53 degrees, so
     // the normals turn by 109.47.
@@ -140,7 +140,7 @@ TEST(HoleTriangulation, closes_a_hole_of_three_edges)
               log.count("    Best weight (angle / area) of hole with ( 3 ) vertices:    109.47"));
 }
 
-TEST(HoleTriangulation, prefers_the_flat_diagonal_of_a_bent_square)
+TEST(HoleTriangulation, PrefersTheFlatDiagonalOfABentSquare)
 {
     // A square whose corners 1 and 3 are up: the ridge from 1 to 3 turns away from its level
     // surroundings less than the valley from 0 to 2 does, or the other way round by symmetry; both
@@ -172,7 +172,7 @@ TEST(HoleTriangulation, prefers_the_flat_diagonal_of_a_bent_square)
     EXPECT_EQ(along_02 < along_13, diagonal);
 }
 
-TEST(HoleTriangulation, refuses_a_loop_without_a_face_beyond_and_leaves_its_marks)
+TEST(HoleTriangulation, RefusesALoopWithoutAFaceBeyondAndLeavesItsMarks)
 {
     auto hole = veld_test::hole_mesh(veld_test::lone_triangle(), 0, 2);
     for (auto& h : hole.loop)
@@ -187,7 +187,7 @@ TEST(HoleTriangulation, refuses_a_loop_without_a_face_beyond_and_leaves_its_mark
     EXPECT_EQ(1, log.count("  !!!error: invalid face handle ["));
 }
 
-TEST(HoleTriangulation, removes_its_marks_after_the_set_up)
+TEST(HoleTriangulation, RemovesItsMarksAfterTheSetUp)
 {
     auto hole = veld_test::hole_mesh(veld_test::open_cone(8), 2, 1);
     auto const properties = vertex_properties(hole.mesh);
@@ -195,7 +195,7 @@ TEST(HoleTriangulation, removes_its_marks_after_the_set_up)
     EXPECT_EQ(properties, vertex_properties(hole.mesh));
 }
 
-TEST(HoleTriangulation, leaves_a_hole_open_that_only_a_fold_could_close)
+TEST(HoleTriangulation, LeavesAHoleOpenThatOnlyAFoldCouldClose)
 {
     // The lone triangle's outline: its own back side is all that would fit.
     auto hole = veld_test::hole_mesh(veld_test::lone_triangle(), 0, 2);
@@ -205,7 +205,7 @@ TEST(HoleTriangulation, leaves_a_hole_open_that_only_a_fold_could_close)
     EXPECT_EQ(1, log.count("    !!!skip hole with ( 3 ) vertices, dihedral angle =   180.0"));
 }
 
-TEST(HoleTriangulation, counts_edges_that_a_face_beside_the_hole_has)
+TEST(HoleTriangulation, CountsEdgesThatAFaceBesideTheHoleHas)
 {
     // The face beyond the side 0-1 of a hexagon ends at corner 3: 0-3 and 1-3 exist.
     std::mt19937 random(12);
@@ -245,7 +245,7 @@ TEST(HoleTriangulation, counts_edges_that_a_face_beside_the_hole_has)
     }
 }
 
-TEST(HoleTriangulation, takes_a_vertex_that_is_passed_twice_as_two_corners)
+TEST(HoleTriangulation, TakesAVertexThatIsPassedTwiceAsTwoCorners)
 {
     // Two square holes that touch at one vertex, as one loop.
     auto hole = veld_test::hole_mesh(veld_test::pinched_pair(), 0, 5);
@@ -276,7 +276,7 @@ TEST(HoleTriangulation, takes_a_vertex_that_is_passed_twice_as_two_corners)
     EXPECT_FALSE(mesh.is_boundary(vh(12)));
 }
 
-TEST(HoleTriangulation, adds_nothing_to_a_loop_of_fewer_than_three_edges)
+TEST(HoleTriangulation, AddsNothingToALoopOfFewerThanThreeEdges)
 {
     for (std::size_t const n : {0U, 1U, 2U})
     {
@@ -287,7 +287,7 @@ TEST(HoleTriangulation, adds_nothing_to_a_loop_of_fewer_than_three_edges)
     }
 }
 
-TEST(HoleTriangulation, is_the_same_without_stored_normals)
+TEST(HoleTriangulation, IsTheSameWithoutStoredNormals)
 {
     auto hole = veld_test::open_sphere(veld_test::sphere(3), 0.5F);
     auto bare = hole;
@@ -297,7 +297,7 @@ TEST(HoleTriangulation, is_the_same_without_stored_normals)
     EXPECT_EQ(hole.faces_from(0), bare.faces_from(0));
 }
 
-TEST(HoleTriangulation, is_the_same_in_parallel_regions_and_with_any_number_of_threads)
+TEST(HoleTriangulation, IsTheSameInParallelRegionsAndWithAnyNumberOfThreads)
 {
     auto const hole = veld_test::open_sphere(veld_test::sphere(5), 0.3F);
     ASSERT_GT(hole.loop.size(), 100U);
@@ -325,7 +325,7 @@ TEST(HoleTriangulation, is_the_same_in_parallel_regions_and_with_any_number_of_t
     }
 }
 
-TEST(HoleTriangulation, survives_coordinates_that_are_no_numbers)
+TEST(HoleTriangulation, SurvivesCoordinatesThatAreNoNumbers)
 {
     float const nan = std::numeric_limits<float>::quiet_NaN();
     float const inf = std::numeric_limits<float>::infinity();
@@ -340,7 +340,7 @@ TEST(HoleTriangulation, survives_coordinates_that_are_no_numbers)
     }
 }
 
-TEST(FindBestWeight, adds_left_of_the_split_then_the_split_then_right_of_it)
+TEST(FindBestWeight, AddsLeftOfTheSplitThenTheSplitThenRightOfIt)
 {
     std::mt19937 random(8);
     RandomHole hole(PolygonKind::planar, 6, random);
@@ -358,7 +358,7 @@ TEST(FindBestWeight, adds_left_of_the_split_then_the_split_then_right_of_it)
     EXPECT_EQ(expected, hole.mesh.faces_from(6));
 }
 
-TEST(FindBestWeight, goes_through_a_fan_as_deep_as_the_polygon_is_long)
+TEST(FindBestWeight, GoesThroughAFanAsDeepAsThePolygonIsLong)
 {
     int const n = 3000;
     std::mt19937 random(9);
@@ -375,7 +375,7 @@ TEST(FindBestWeight, goes_through_a_fan_as_deep_as_the_polygon_is_long)
     EXPECT_EQ(n - 2, hole.mesh.count_new());
 }
 
-TEST(FindBestWeight, leaves_open_what_has_no_split)
+TEST(FindBestWeight, LeavesOpenWhatHasNoSplit)
 {
     std::mt19937 random(10);
     RandomHole hole(PolygonKind::planar, 6, random);

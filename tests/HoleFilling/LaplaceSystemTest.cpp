@@ -96,7 +96,7 @@ class LaplaceOrder : public testing::TestWithParam<int>
 {
 };
 
-TEST_P(LaplaceOrder, solution_satisfies_the_repeated_neighbour_means)
+TEST_P(LaplaceOrder, SolutionSatisfiesTheRepeatedNeighbourMeans)
 {
     int const order = GetParam();
     int const cells = 14;
@@ -113,7 +113,7 @@ TEST_P(LaplaceOrder, solution_satisfies_the_repeated_neighbour_means)
     }
 }
 
-TEST_P(LaplaceOrder, solution_is_that_of_a_dense_solver)
+TEST_P(LaplaceOrder, SolutionIsThatOfADenseSolver)
 {
     int const order = GetParam();
     TriMesh const mesh = bumpy_grid(8);
@@ -130,7 +130,7 @@ TEST_P(LaplaceOrder, solution_is_that_of_a_dense_solver)
     }
 }
 
-TEST_P(LaplaceOrder, value_is_the_repeated_mean_difference_of_the_points)
+TEST_P(LaplaceOrder, ValueIsTheRepeatedMeanDifferenceOfThePoints)
 {
     int const order = GetParam();
     TriMesh const mesh = bumpy_grid(8);
@@ -144,7 +144,7 @@ TEST_P(LaplaceOrder, value_is_the_repeated_mean_difference_of_the_points)
     }
 }
 
-TEST_P(LaplaceOrder, coordinates_share_their_coefficients)
+TEST_P(LaplaceOrder, CoordinatesShareTheirCoefficients)
 {
     int const order = GetParam();
     TriMesh const mesh = bumpy_grid(8);
@@ -169,7 +169,7 @@ TEST_P(LaplaceOrder, coordinates_share_their_coefficients)
 
 INSTANTIATE_TEST_SUITE_P(Orders, LaplaceOrder, testing::Values(1, 2, 3));
 
-TEST(LaplaceSystem, first_order_row_holds_minus_one_and_the_shares_of_the_neighbours)
+TEST(LaplaceSystem, FirstOrderRowHoldsMinusOneAndTheSharesOfTheNeighbours)
 {
     // A cone of four faces: the apex is the patch, each neighbour has a quarter.
     TriMesh const mesh = veld_test::open_cone(4);
@@ -180,7 +180,7 @@ TEST(LaplaceSystem, first_order_row_holds_minus_one_and_the_shares_of_the_neighb
     EXPECT_LT(system.right_side.norm(), 1e-6);
 }
 
-TEST(LaplaceSystem, weights_pull_towards_the_heavier_neighbour)
+TEST(LaplaceSystem, WeightsPullTowardsTheHeavierNeighbour)
 {
     TriMesh const mesh = veld_test::open_cone(4);
     auto const weight = [](VertexHandle, VertexHandle to) { return to.idx() == 1 ? 3.0F : 1.0F; };

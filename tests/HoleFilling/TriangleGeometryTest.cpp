@@ -30,7 +30,7 @@ Vector3f towards(double degrees, float length = 1.0F)
 
 } // namespace
 
-TEST(TriangleGeometry, measures_angles_over_the_whole_range)
+TEST(TriangleGeometry, MeasuresAnglesOverTheWholeRange)
 {
     for (double const degrees :
          {0.0, 0.001, 1.0, 30.0, 45.0, 45.6, 60.0, 90.0, 120.0, 134.4, 150.0, 168.0})
@@ -40,25 +40,25 @@ TEST(TriangleGeometry, measures_angles_over_the_whole_range)
     }
 }
 
-TEST(TriangleGeometry, keeps_precision_for_small_angles)
+TEST(TriangleGeometry, KeepsPrecisionForSmallAngles)
 {
     // A cosine in float cannot tell angles below 0.02 degrees from 0.
     EXPECT_NEAR(1e-5, angle_of({1, 0, 0}, {1.0F, 1e-5F, 0.0F}), 1e-11);
 }
 
-TEST(TriangleGeometry, reads_nearly_folded_vectors_as_exactly_pi)
+TEST(TriangleGeometry, ReadsNearlyFoldedVectorsAsExactlyPi)
 {
     EXPECT_EQ(3.1415927F, angle_of({1, 0, 0}, towards(169.0)));
     EXPECT_EQ(3.1415927F, angle_of({1, 0, 0}, {-1, 0, 0}));
     EXPECT_LT(angle_of({1, 0, 0}, towards(168.0)), 2.94F);
 }
 
-TEST(TriangleGeometry, takes_a_vector_without_direction_as_perpendicular)
+TEST(TriangleGeometry, TakesAVectorWithoutDirectionAsPerpendicular)
 {
     EXPECT_FLOAT_EQ(static_cast<float>(90.0 * degree), angle_of({0, 0, 0}, {1, 2, 3}));
 }
 
-TEST(TriangleGeometry, computes_areas_from_the_sides)
+TEST(TriangleGeometry, ComputesAreasFromTheSides)
 {
     float area = -1.0F;
     HoleFillingCore::calc_area({0, 0, 0}, {3, 0, 0}, {0, 4, 0}, area);
@@ -67,7 +67,7 @@ TEST(TriangleGeometry, computes_areas_from_the_sides)
     EXPECT_FLOAT_EQ(0.0F, area);
 }
 
-TEST(TriangleGeometry, takes_an_area_that_rounding_makes_negative_as_zero)
+TEST(TriangleGeometry, TakesAnAreaThatRoundingMakesNegativeAsZero)
 {
     std::mt19937 random(3);
     std::uniform_real_distribution<float> coordinate(-100.0F, 100.0F);
@@ -81,14 +81,14 @@ TEST(TriangleGeometry, takes_an_area_that_rounding_makes_negative_as_zero)
     }
 }
 
-TEST(TriangleGeometry, takes_the_normal_of_the_reversed_triangle)
+TEST(TriangleGeometry, TakesTheNormalOfTheReversedTriangle)
 {
     Vector3f normal;
     HoleFillingCore::calc_tri_normal({0, 0, 0}, {5, 0, 0}, {0, 7, 0}, normal);
     EXPECT_EQ(Vector3f(0, 0, -1), normal);
 }
 
-TEST(TriangleGeometry, finds_the_angles_of_a_triangle)
+TEST(TriangleGeometry, FindsTheAnglesOfATriangle)
 {
     Vector3f const a(0, 0, 0);
     Vector3f const b(1, 0, 0);

@@ -24,10 +24,6 @@ namespace
 template <typename Check>
 void for_each_real_mesh(Check const& check)
 {
-    if (without_real_data())
-    {
-        return;
-    }
     std::vector<std::string> files;
     for (auto const& entry : std::filesystem::recursive_directory_iterator(real_data_dir()))
     {
@@ -64,7 +60,9 @@ int faces_above(std::vector<int> const& sizes, int limit)
 
 } // namespace
 
-TEST(CleanupRealData, ComponentsAreThoseThatCountingFindsAndVerticesKeepWhatTheyHad)
+using CleanupRealData = RealData;
+
+TEST_F(CleanupRealData, ComponentsAreThoseThatCountingFindsAndVerticesKeepWhatTheyHad)
 {
     for_each_real_mesh(
         [](TriMesh const& scan)
@@ -85,7 +83,7 @@ TEST(CleanupRealData, ComponentsAreThoseThatCountingFindsAndVerticesKeepWhatThey
         });
 }
 
-TEST(CleanupRealData, EveryLinkIsThatOfThePlainWay)
+TEST_F(CleanupRealData, EveryLinkIsThatOfThePlainWay)
 {
     for_each_real_mesh(
         [](TriMesh const& scan)
@@ -107,7 +105,7 @@ TEST(CleanupRealData, EveryLinkIsThatOfThePlainWay)
         });
 }
 
-TEST(CleanupRealData, NoVertexIsLeftWithMoreThanOneGap)
+TEST_F(CleanupRealData, NoVertexIsLeftWithMoreThanOneGap)
 {
     for_each_real_mesh(
         [](TriMesh const& scan)

@@ -481,16 +481,26 @@ TEST(PatchEditor, WhatWasMarkedDeletedGoesTooAndBelongsToNoComponent)
     }
 }
 
-// OpenMesh ends the process when such a face is deleted.
+// OpenMesh ends the process when such a face is deleted. Two of the five faces of the strip are
+// marked: they go, and the grid stays as it is without a strip.
 TEST(PatchEditor, AFaceThatIsMarkedDeletedButLinkedStopsNothing)
 {
     for (auto const operation : OPERATIONS)
     {
         TriMesh mesh = grid_and_strip();
-        detail::DeletionScope const status(mesh);
-        mesh.status(OpenMesh::FaceHandle(20)).set_deleted(true);
-        mesh.status(OpenMesh::FaceHandle(22)).set_deleted(true);
-        operation(mesh);
+        TriMesh alone = grid(3, 3);
+        {
+            detail::DeletionScope const status(mesh);
+            mesh.status(OpenMesh::FaceHandle(20)).set_deleted(true);
+            mesh.status(OpenMesh::FaceHandle(22)).set_deleted(true);
+            operation(mesh);
+        }
+        operation(alone);
+        auto const left = triangles_of(mesh);
+        auto const of_grid = triangles_of(alone);
+        EXPECT_TRUE(std::includes(left.begin(), left.end(), of_grid.begin(), of_grid.end()));
+        EXPECT_LE(mesh.n_faces(), alone.n_faces() + 3);
+        EXPECT_TRUE(has_no_status(mesh));
     }
 }
 

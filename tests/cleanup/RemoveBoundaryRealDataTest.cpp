@@ -27,13 +27,9 @@ constexpr int MARKERS = 25;
 constexpr double AGREEMENT = 0.5;
 
 /// A scan with normals and a colour that tells where each vertex comes from.
-/// \return false, with a line that says so, where the data is not there
-bool read_scan(std::string const& file, TriMesh& mesh)
+TriMesh read_scan(std::string const& file)
 {
-    if (without_real_data())
-    {
-        return false;
-    }
+    TriMesh mesh;
     MeshReadReport report;
     EXPECT_TRUE(read_mesh(real_data("meshes_holes/" + file), mesh, report)) << report.error;
     if (!mesh.has_vertex_colors())
@@ -55,7 +51,7 @@ bool read_scan(std::string const& file, TriMesh& mesh)
         mesh.request_vertex_normals();
     }
     mesh.update_normals();
-    return true;
+    return mesh;
 }
 
 /// The vertex of the scan that a vertex was, told by its colour.
@@ -244,16 +240,18 @@ std::vector<std::string> const SCANS{"bun_zipper_res2.ply", "diana.ply", "face_h
 
 } // namespace
 
-class MarkersOnScans : public testing::TestWithParam<std::string>
+class MarkersRealData : public OnRealData<testing::TestWithParam<std::string>>
 {
 protected:
-    /// Puts markers on the scan. \return false where there is none
-    bool prepare()
+    /// Puts markers on the scan.
+    void SetUp() override
     {
-        if (!read_scan(GetParam(), scan))
+        OnRealData::SetUp();
+        if (IsSkipped() || HasFatalFailure())
         {
-            return false;
+            return;
         }
+        scan = read_scan(GetParam());
         markers = markers_on(scan, MARKERS);
         radius = 0.05 * diagonal(scan);
         near.assign(scan.n_vertices(), false);
@@ -264,7 +262,6 @@ protected:
                            std::logical_or<>());
         }
         TriMesh_convert_to_BaseTriMesh(scan, array);
-        return true;
     }
 
     bool is_near(int v) const { return near[static_cast<std::size_t>(v)]; }
@@ -290,12 +287,8 @@ protected:
     std::vector<bool> near; ///< whether a vertex is near any marker
 };
 
-TEST_P(MarkersOnScans, ACloudLosesThePointsThatAreNear)
+TEST_P(MarkersRealData, ACloudLosesThePointsThatAreNear)
 {
-    if (!prepare())
-    {
-        return;
-    }
     Cloud cloud = array;
     RemoveBoundary::remove_marker_cloud(cloud, markers.points, {}, radius, false, 0.0, false);
     EXPECT_EQ(cloud.get_vn(),
@@ -308,12 +301,8 @@ TEST_P(MarkersOnScans, ACloudLosesThePointsThatAreNear)
     expect_same_attributes(scan, cloud);
 }
 
-TEST_P(MarkersOnScans, ACloudLosesThePointsThatAreNearAndLookTheSameWay)
+TEST_P(MarkersRealData, ACloudLosesThePointsThatAreNearAndLookTheSameWay)
 {
-    if (!prepare())
-    {
-        return;
-    }
     std::set<int> gone;
     for (std::size_t m = 0; m < markers.points.size(); ++m)
     {
@@ -338,12 +327,8 @@ TEST_P(MarkersOnScans, ACloudLosesThePointsThatAreNearAndLookTheSameWay)
     expect_same_attributes(scan, cloud);
 }
 
-TEST_P(MarkersOnScans, AMeshLosesTheFacesWithAVertexThatIsNear)
+TEST_P(MarkersRealData, AMeshLosesTheFacesWithAVertexThatIsNear)
 {
-    if (!prepare())
-    {
-        return;
-    }
     auto const expected = far_faces();
     BaseTriMesh left = array;
     RemoveBoundary::remove_marker_mesh(left, markers.points, radius, false);
@@ -369,12 +354,8 @@ TEST_P(MarkersOnScans, AMeshLosesTheFacesWithAVertexThatIsNear)
     EXPECT_EQ(half_edge.n_vertices(), used.size() + lonely);
 }
 
-TEST_P(MarkersOnScans, AMeshLosesThePiecesThatLookTheSameWay)
+TEST_P(MarkersRealData, AMeshLosesThePiecesThatLookTheSameWay)
 {
-    if (!prepare())
-    {
-        return;
-    }
     int close_calls = 0;
     auto const by_vertex = faces_that_stay(scan, markers, radius, Joint::VERTEX, close_calls);
     auto const by_edge = faces_that_stay(scan, markers, radius, Joint::EDGE, close_calls);
@@ -401,12 +382,8 @@ TEST_P(MarkersOnScans, AMeshLosesThePiecesThatLookTheSameWay)
     expect_same_attributes(scan, half_edge);
 }
 
-TEST_P(MarkersOnScans, ScalingByAPowerOfTwoChangesNothing)
+TEST_P(MarkersRealData, ScalingByAPowerOfTwoChangesNothing)
 {
-    if (!prepare())
-    {
-        return;
-    }
     TriMesh large = scan;
     for (auto const v : large.vertices())
     {
@@ -423,12 +400,8 @@ TEST_P(MarkersOnScans, ScalingByAPowerOfTwoChangesNothing)
     EXPECT_EQ(all_corners(small), all_corners(large));
 }
 
-TEST_P(MarkersOnScans, RingsAreThoseOfASearchFromAllBoundaryEdges)
+TEST_P(MarkersRealData, RingsAreThoseOfASearchFromAllBoundaryEdges)
 {
-    if (!prepare())
-    {
-        return;
-    }
     std::map<std::pair<int, int>, std::vector<int>> faces_at;
     auto const faces = all_corners(scan);
     for (int f = 0; f < static_cast<int>(faces.size()); ++f)
@@ -481,6 +454,6 @@ TEST_P(MarkersOnScans, RingsAreThoseOfASearchFromAllBoundaryEdges)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Scans, MarkersOnScans, testing::ValuesIn(SCANS),
+INSTANTIATE_TEST_SUITE_P(Scans, MarkersRealData, testing::ValuesIn(SCANS),
                          [](testing::TestParamInfo<std::string> const& scan)
                          { return scan.param.substr(0, scan.param.size() - 4); });

@@ -189,6 +189,7 @@ TEST(NonManifoldVerts, AFaceThatIsMarkedDeletedButLinkedStopsNothing)
     detail::DeletionScope const status(mesh);
     mesh.status(OpenMesh::FaceHandle(1)).set_deleted(true);
     clean(mesh);
+    EXPECT_EQ(mesh.n_faces(), 0U);
 }
 
 TEST(NonManifoldVerts, CoordinatesThatAreNoNumbersMakeNoDifference)

@@ -29,7 +29,7 @@ TriMesh loose_vertices(int n)
     return mesh;
 }
 
-TEST(AddFace, refuses_a_repeated_and_an_invalid_vertex)
+TEST(AddFace, RefusesARepeatedAndAnInvalidVertex)
 {
     auto mesh = loose_vertices(3);
     EXPECT_FALSE(add_face_checked(mesh, vh(0), vh(1), vh(1)).is_valid());
@@ -39,7 +39,7 @@ TEST(AddFace, refuses_a_repeated_and_an_invalid_vertex)
     EXPECT_TRUE(add_face_checked(mesh, vh(0), vh(1), vh(2)).is_valid());
 }
 
-TEST(AddFace, refuses_a_third_face_at_an_edge_and_a_turned_neighbour)
+TEST(AddFace, RefusesAThirdFaceAtAnEdgeAndATurnedNeighbour)
 {
     auto mesh = loose_vertices(5);
     ASSERT_TRUE(add_face_checked(mesh, vh(0), vh(1), vh(2)).is_valid());
@@ -51,7 +51,7 @@ TEST(AddFace, refuses_a_third_face_at_an_edge_and_a_turned_neighbour)
 
 /// The last face would close a fan round vertex 0 while another fan hangs there: no gap is left for
 /// that one.
-TEST(AddFace, refuses_to_lock_a_fan_in)
+TEST(AddFace, RefusesToLockAFanIn)
 {
     auto mesh = loose_vertices(6);
     ASSERT_TRUE(add_face_checked(mesh, vh(0), vh(1), vh(2)).is_valid());
@@ -61,7 +61,7 @@ TEST(AddFace, refuses_to_lock_a_fan_in)
 }
 
 /// The same with a third fan elsewhere: joining two of them leaves a gap.
-TEST(AddFace, joins_fans_with_another_between_them)
+TEST(AddFace, JoinsFansWithAnotherBetweenThem)
 {
     auto mesh = loose_vertices(7);
     ASSERT_TRUE(add_face_checked(mesh, vh(0), vh(1), vh(2)).is_valid());
@@ -76,7 +76,7 @@ TEST(AddFace, joins_fans_with_another_between_them)
 
 /// OpenMesh itself gets every triangle of many random heaps too, and has to agree about each:
 /// links, order and all. Heaps of few vertices are full of corners where fans meet.
-TEST(AddFace, links_as_openmesh_does)
+TEST(AddFace, LinksAsOpenmeshDoes)
 {
     std::mt19937 random(7);
     omerr().disable();

@@ -32,7 +32,7 @@ std::ptrdiff_t files_in(TempDir const& directory)
 
 } // namespace
 
-TEST(AtomicFile, old_file_stays_until_the_new_one_is_committed)
+TEST(AtomicFile, OldFileStaysUntilTheNewOneIsCommitted)
 {
     TempDir const directory;
     auto const path = directory.file("a.bin");
@@ -53,7 +53,7 @@ TEST(AtomicFile, old_file_stays_until_the_new_one_is_committed)
     EXPECT_EQ(files_in(directory), 1);
 }
 
-TEST(AtomicFile, says_why_it_cannot_be_written)
+TEST(AtomicFile, SaysWhyItCannotBeWritten)
 {
     TempDir const directory;
     AtomicFile nowhere(directory.file("no/a.bin"));
@@ -67,7 +67,7 @@ TEST(AtomicFile, says_why_it_cannot_be_written)
     EXPECT_EQ(files_in(directory), 0);
 }
 
-TEST(AtomicFile, name_may_be_as_long_as_the_system_allows)
+TEST(AtomicFile, NameMayBeAsLongAsTheSystemAllows)
 {
     TempDir const directory;
     auto const path = directory.file(std::string(251, 'n') + ".bin");
@@ -76,7 +76,7 @@ TEST(AtomicFile, name_may_be_as_long_as_the_system_allows)
 }
 
 #if !defined(_WIN32)
-TEST(AtomicFile, permissions_of_an_existing_file_stay)
+TEST(AtomicFile, PermissionsOfAnExistingFileStay)
 {
     TempDir const directory;
     auto const path = directory.file("a.bin");
@@ -90,7 +90,7 @@ TEST(AtomicFile, permissions_of_an_existing_file_stay)
     }
 }
 
-TEST(AtomicFile, symbolic_links_stay_and_their_targets_are_written)
+TEST(AtomicFile, SymbolicLinksStayAndTheirTargetsAreWritten)
 {
     TempDir const directory;
     fs::create_directory(directory.path() / "far");
@@ -108,7 +108,7 @@ TEST(AtomicFile, symbolic_links_stay_and_their_targets_are_written)
     EXPECT_EQ(file_content(directory.file("far/b.bin")), "made");
 }
 
-TEST(AtomicFile, links_in_a_circle_are_refused)
+TEST(AtomicFile, LinksInACircleAreRefused)
 {
     TempDir const directory;
     fs::create_symlink("b", directory.path() / "a");
@@ -119,7 +119,7 @@ TEST(AtomicFile, links_in_a_circle_are_refused)
     EXPECT_EQ(files_in(directory), 2);
 }
 
-TEST(AtomicFile, what_is_no_file_is_not_replaced)
+TEST(AtomicFile, WhatIsNoFileIsNotReplaced)
 {
     AtomicFile device("/dev/null");
     EXPECT_FALSE(device.commit());

@@ -53,7 +53,7 @@ using Faces = std::vector<std::array<int, 3>>;
 
 } // namespace
 
-TEST(BaseTriMesh, face_is_read_by_index_as_three_numbers)
+TEST(BaseTriMesh, FaceIsReadByIndexAsThreeNumbers)
 {
     BaseTriFace face(4, 5, 6);
     EXPECT_EQ(face[0], 4);
@@ -63,7 +63,7 @@ TEST(BaseTriMesh, face_is_read_by_index_as_three_numbers)
     EXPECT_EQ(sizeof(BaseTriFace), 3 * sizeof(int));
 }
 
-TEST(BaseTriMesh, squeeze_without_flags_changes_nothing)
+TEST(BaseTriMesh, SqueezeWithoutFlagsChangesNothing)
 {
     BaseTriMesh mesh = strip(4);
     Faces const before = face_list(mesh);
@@ -76,7 +76,7 @@ TEST(BaseTriMesh, squeeze_without_flags_changes_nothing)
     EXPECT_EQ(face_list(mesh), before);
 }
 
-TEST(BaseTriMesh, squeeze_removes_flagged_faces_and_keeps_their_vertices)
+TEST(BaseTriMesh, SqueezeRemovesFlaggedFacesAndKeepsTheirVertices)
 {
     BaseTriMesh mesh = strip(4);
     mesh.set_fDeleted(0, true);
@@ -89,7 +89,7 @@ TEST(BaseTriMesh, squeeze_removes_flagged_faces_and_keeps_their_vertices)
     EXPECT_EQ(mesh.fFlag, (std::vector<unsigned char>{0, 0}));
 }
 
-TEST(BaseTriMesh, squeeze_removes_flagged_vertices_with_their_faces_and_renumbers)
+TEST(BaseTriMesh, SqueezeRemovesFlaggedVerticesWithTheirFacesAndRenumbers)
 {
     BaseTriMesh mesh = strip(5);
     mesh.set_vDeleted(2, true);
@@ -102,7 +102,7 @@ TEST(BaseTriMesh, squeeze_removes_flagged_vertices_with_their_faces_and_renumber
     EXPECT_TRUE(mesh.is_legal());
 }
 
-TEST(BaseTriMesh, squeeze_with_flags_on_both_and_without_the_face_channel)
+TEST(BaseTriMesh, SqueezeWithFlagsOnBothAndWithoutTheFaceChannel)
 {
     BaseTriMesh mesh = strip(5);
     mesh.set_vDeleted(0, true);
@@ -117,7 +117,7 @@ TEST(BaseTriMesh, squeeze_with_flags_on_both_and_without_the_face_channel)
     EXPECT_EQ(face_list(other), (Faces{{0, 1, 2}}));
 }
 
-TEST(BaseTriMesh, squeeze_drops_faces_with_indices_out_of_range)
+TEST(BaseTriMesh, SqueezeDropsFacesWithIndicesOutOfRange)
 {
     BaseTriMesh mesh = strip(2);
     mesh.faces[0][1] = 77;
@@ -128,7 +128,7 @@ TEST(BaseTriMesh, squeeze_drops_faces_with_indices_out_of_range)
     EXPECT_EQ(mesh.get_vn(), 3U);
 }
 
-TEST(BaseTriMesh, index_out_of_range_and_missing_channel_throw)
+TEST(BaseTriMesh, IndexOutOfRangeAndMissingChannelThrow)
 {
     BaseTriMesh mesh = strip(2);
     EXPECT_THROW(mesh.get_face(2), std::out_of_range);
@@ -140,7 +140,7 @@ TEST(BaseTriMesh, index_out_of_range_and_missing_channel_throw)
     EXPECT_EQ(mesh.get_face(1)[2], 3);
 }
 
-TEST(BaseTriMesh, vertex_normals_are_weighted_by_area)
+TEST(BaseTriMesh, VertexNormalsAreWeightedByArea)
 {
     BaseTriMesh mesh;
     // Two faces at vertex 0: one of area 6 with normal +z, one of area 0.5 with normal +x.
@@ -158,7 +158,7 @@ TEST(BaseTriMesh, vertex_normals_are_weighted_by_area)
     EXPECT_EQ(mesh.get_vNrv(5), Vector3f(0, 0, 0)) << "no face, no normal";
 }
 
-TEST(BaseTriMesh, normals_of_faces_without_area_or_with_wrong_indices_are_zero)
+TEST(BaseTriMesh, NormalsOfFacesWithoutAreaOrWithWrongIndicesAreZero)
 {
     BaseTriMesh mesh;
     mesh.set_vCoords({{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {NOT_A_NUMBER, 0, 0}});
@@ -174,7 +174,7 @@ TEST(BaseTriMesh, normals_of_faces_without_area_or_with_wrong_indices_are_zero)
     }
 }
 
-TEST(BaseTriMesh, normals_of_tiny_faces_are_unit_vectors)
+TEST(BaseTriMesh, NormalsOfTinyFacesAreUnitVectors)
 {
     BaseTriMesh mesh;
     mesh.set_vCoords({{0, 0, 0}, {1e-30F, 0, 0}, {0, 1e-30F, 0}});
@@ -183,7 +183,7 @@ TEST(BaseTriMesh, normals_of_tiny_faces_are_unit_vectors)
     EXPECT_EQ(mesh.get_fNrv(0), Vector3f(0, 0, 1));
 }
 
-TEST(BaseTriMesh, texture_starts_with_no_indices)
+TEST(BaseTriMesh, TextureStartsWithNoIndices)
 {
     BaseTriMesh mesh = strip(2);
     mesh.disable_texture();
@@ -198,7 +198,7 @@ TEST(BaseTriMesh, texture_starts_with_no_indices)
     EXPECT_TRUE(mesh.is_legal());
 }
 
-TEST(BaseTriMesh, every_inconsistency_is_illegal_and_repaired)
+TEST(BaseTriMesh, EveryInconsistencyIsIllegalAndRepaired)
 {
     auto const expect_repaired = [](BaseTriMesh mesh, size_t vertices, size_t faces)
     {
@@ -238,7 +238,7 @@ TEST(BaseTriMesh, every_inconsistency_is_illegal_and_repaired)
     expect_repaired(mesh, 6, 4);
 }
 
-TEST(BaseTriMesh, repair_of_a_legal_mesh_changes_nothing)
+TEST(BaseTriMesh, RepairOfALegalMeshChangesNothing)
 {
     BaseTriMesh mesh = strip(4);
     BaseTriMesh const before = mesh;
@@ -249,7 +249,7 @@ TEST(BaseTriMesh, repair_of_a_legal_mesh_changes_nothing)
     EXPECT_EQ(mesh.fNrv, before.fNrv);
 }
 
-TEST(BaseTriMesh, rigid_transformation_rotates_face_normals)
+TEST(BaseTriMesh, RigidTransformationRotatesFaceNormals)
 {
     BaseTriMesh mesh = strip(2);
     RigidMatrix motion;
@@ -262,7 +262,7 @@ TEST(BaseTriMesh, rigid_transformation_rotates_face_normals)
     EXPECT_EQ(mesh.vCoord[2], Vector3f(5, 7, 5));
 }
 
-TEST(BaseTriMesh, swapping_brings_faces_texture_and_image_back)
+TEST(BaseTriMesh, SwappingBringsFacesTextureAndImageBack)
 {
     BaseTriMesh mesh = strip(4);
     Image<3, unsigned char> image(5, 3);
@@ -293,7 +293,7 @@ TEST(BaseTriMesh, swapping_brings_faces_texture_and_image_back)
     EXPECT_TRUE(std::equal(image.data(), image.data() + 45, mesh.texture_image.data()));
 }
 
-TEST(BaseTriMesh, damaged_swap_file_gives_an_empty_mesh)
+TEST(BaseTriMesh, DamagedSwapFileGivesAnEmptyMesh)
 {
     for (size_t i = 0;; ++i)
     {

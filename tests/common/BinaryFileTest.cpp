@@ -47,7 +47,7 @@ Sample read_sample(std::string const& path)
 
 } // namespace
 
-TEST(BinaryFile, gives_back_what_was_written)
+TEST(BinaryFile, GivesBackWhatWasWritten)
 {
     TempDir const dir;
     write_sample(dir.file("a"));
@@ -57,7 +57,7 @@ TEST(BinaryFile, gives_back_what_was_written)
     EXPECT_EQ(sample.points, POINTS);
 }
 
-TEST(BinaryFile, is_little_endian_with_a_checksum_at_its_end)
+TEST(BinaryFile, IsLittleEndianWithAChecksumAtItsEnd)
 {
     TempDir const dir;
     BinaryWriter writer(dir.file("a"));
@@ -75,7 +75,7 @@ TEST(BinaryFile, is_little_endian_with_a_checksum_at_its_end)
     EXPECT_EQ(read_bytes(dir.file("b")), "123456789\x26\x39\xF4\xCB");
 }
 
-TEST(BinaryFile, cut_off_anywhere_is_seen)
+TEST(BinaryFile, CutOffAnywhereIsSeen)
 {
     TempDir const dir;
     write_sample(dir.file("a"));
@@ -89,7 +89,7 @@ TEST(BinaryFile, cut_off_anywhere_is_seen)
     EXPECT_FALSE(read_sample(dir.file("a")).is_whole);
 }
 
-TEST(BinaryFile, every_changed_bit_is_seen)
+TEST(BinaryFile, EveryChangedBitIsSeen)
 {
     TempDir const dir;
     write_sample(dir.file("a"));
@@ -103,7 +103,7 @@ TEST(BinaryFile, every_changed_bit_is_seen)
     }
 }
 
-TEST(BinaryFile, length_beyond_the_file_takes_no_memory)
+TEST(BinaryFile, LengthBeyondTheFileTakesNoMemory)
 {
     TempDir const dir;
     for (std::uint64_t const n :
@@ -125,7 +125,7 @@ TEST(BinaryFile, length_beyond_the_file_takes_no_memory)
     }
 }
 
-TEST(BinaryFile, what_is_no_file_cannot_be_opened)
+TEST(BinaryFile, WhatIsNoFileCannotBeOpened)
 {
     TempDir const dir;
     EXPECT_FALSE(BinaryReader(dir.path() / "missing").is_open());
@@ -135,7 +135,7 @@ TEST(BinaryFile, what_is_no_file_cannot_be_opened)
     EXPECT_FALSE(missing.finish());
 }
 
-TEST(BinaryFile, unfinished_file_leaves_the_old_one)
+TEST(BinaryFile, UnfinishedFileLeavesTheOldOne)
 {
     TempDir const dir;
     write_bytes(dir.file("a"), "old");
@@ -150,7 +150,7 @@ TEST(BinaryFile, unfinished_file_leaves_the_old_one)
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
 }
 
-TEST(BinaryFile, place_that_cannot_be_written_is_reported)
+TEST(BinaryFile, PlaceThatCannotBeWrittenIsReported)
 {
     TempDir const dir;
     BinaryWriter writer(dir.path() / "no" / "such" / "directory");

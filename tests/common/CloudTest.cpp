@@ -49,7 +49,7 @@ void expect_rows(Cloud const& cloud, std::vector<float> const& expected)
 
 } // namespace
 
-TEST(Cloud, new_one_is_empty_and_legal)
+TEST(Cloud, NewOneIsEmptyAndLegal)
 {
     Cloud const cloud;
     EXPECT_EQ(cloud.get_vn(), 0U);
@@ -58,7 +58,7 @@ TEST(Cloud, new_one_is_empty_and_legal)
     EXPECT_EQ(cloud.get_barycenter(), Vector3f(0, 0, 0));
 }
 
-TEST(Cloud, channels_grow_with_the_vertices_only_while_they_are_on)
+TEST(Cloud, ChannelsGrowWithTheVerticesOnlyWhileTheyAreOn)
 {
     Cloud cloud;
     EXPECT_EQ(cloud.add_vCoord({1, 2, 3}), 0U);
@@ -79,7 +79,7 @@ TEST(Cloud, channels_grow_with_the_vertices_only_while_they_are_on)
     EXPECT_EQ(cloud.vNrv.capacity(), 0U);
 }
 
-TEST(Cloud, enabling_a_channel_that_is_on_keeps_it)
+TEST(Cloud, EnablingAChannelThatIsOnKeepsIt)
 {
     Cloud cloud = row_of(3);
     cloud.set_vDeleted(1, true);
@@ -90,7 +90,7 @@ TEST(Cloud, enabling_a_channel_that_is_on_keeps_it)
     EXPECT_EQ(cloud.vFlag[1], Cloud::DELETED);
 }
 
-TEST(Cloud, vertex_of_the_cloud_itself_can_be_added)
+TEST(Cloud, VertexOfTheCloudItselfCanBeAdded)
 {
     Cloud cloud;
     cloud.add_vCoord({1, 2, 3});
@@ -101,7 +101,7 @@ TEST(Cloud, vertex_of_the_cloud_itself_can_be_added)
     EXPECT_EQ(cloud.vCoord.back(), Vector3f(1, 2, 3));
 }
 
-TEST(Cloud, index_out_of_range_throws)
+TEST(Cloud, IndexOutOfRangeThrows)
 {
     Cloud cloud = row_of(2);
     EXPECT_THROW(cloud.get_vNrv(2), std::out_of_range);
@@ -118,14 +118,14 @@ TEST(Cloud, index_out_of_range_throws)
     }
 }
 
-TEST(Cloud, deleting_without_the_flag_channel_throws)
+TEST(Cloud, DeletingWithoutTheFlagChannelThrows)
 {
     Cloud cloud = row_of(2);
     cloud.disable_vFlag();
     EXPECT_THROW(cloud.set_vDeleted(0, true), std::out_of_range);
 }
 
-TEST(Cloud, squeeze_without_flags_changes_nothing)
+TEST(Cloud, SqueezeWithoutFlagsChangesNothing)
 {
     Cloud cloud = row_of(4);
     cloud.squeeze();
@@ -135,7 +135,7 @@ TEST(Cloud, squeeze_without_flags_changes_nothing)
     expect_rows(cloud, {0, 1, 2, 3});
 }
 
-TEST(Cloud, squeeze_removes_flagged_vertices_in_order_with_their_channels)
+TEST(Cloud, SqueezeRemovesFlaggedVerticesInOrderWithTheirChannels)
 {
     Cloud cloud = row_of(6);
     cloud.set_vDeleted(0, true);
@@ -154,7 +154,7 @@ TEST(Cloud, squeeze_removes_flagged_vertices_in_order_with_their_channels)
     EXPECT_EQ(cloud.get_vn(), 0U);
 }
 
-TEST(Cloud, bounding_box_leaves_out_what_is_not_finite)
+TEST(Cloud, BoundingBoxLeavesOutWhatIsNotFinite)
 {
     Cloud cloud;
     Vector3f min(7, 7, 7);
@@ -168,7 +168,7 @@ TEST(Cloud, bounding_box_leaves_out_what_is_not_finite)
     EXPECT_EQ(max, Vector3f(2, 5, 3));
 }
 
-TEST(Cloud, barycenter_is_summed_in_double)
+TEST(Cloud, BarycenterIsSummedInDouble)
 {
     Cloud cloud;
     // In float 1 vanishes beside 2^25.
@@ -176,7 +176,7 @@ TEST(Cloud, barycenter_is_summed_in_double)
     EXPECT_EQ(cloud.get_barycenter(), Vector3f(0.5F, 0, 0));
 }
 
-TEST(Cloud, rigid_transformation_moves_points_and_rotates_normals)
+TEST(Cloud, RigidTransformationMovesPointsAndRotatesNormals)
 {
     Cloud cloud = row_of(2);
     RigidMatrix motion;
@@ -190,7 +190,7 @@ TEST(Cloud, rigid_transformation_moves_points_and_rotates_normals)
     EXPECT_EQ(cloud.vColor[1], Vector3f(0, 0, 1));
 }
 
-TEST(Cloud, every_inconsistency_is_illegal_and_repaired)
+TEST(Cloud, EveryInconsistencyIsIllegalAndRepaired)
 {
     auto const expect_repaired = [](Cloud cloud, size_t n)
     {
@@ -217,7 +217,7 @@ TEST(Cloud, every_inconsistency_is_illegal_and_repaired)
     expect_repaired(cloud, 3);
 }
 
-TEST(Cloud, repair_removes_the_vertex_that_is_not_finite_from_all_channels)
+TEST(Cloud, RepairRemovesTheVertexThatIsNotFiniteFromAllChannels)
 {
     Cloud cloud = row_of(4);
     cloud.vCoord[1].x() = NOT_A_NUMBER;
@@ -228,7 +228,7 @@ TEST(Cloud, repair_removes_the_vertex_that_is_not_finite_from_all_channels)
     expect_rows(legal, {0, 1, 2, 3});
 }
 
-TEST(Cloud, squeeze_of_channels_of_a_wrong_length_does_no_harm)
+TEST(Cloud, SqueezeOfChannelsOfAWrongLengthDoesNoHarm)
 {
     Cloud cloud = row_of(4);
     cloud.vNrv.resize(2);
@@ -241,7 +241,7 @@ TEST(Cloud, squeeze_of_channels_of_a_wrong_length_does_no_harm)
     EXPECT_EQ(cloud.vColor.size(), 3U);
 }
 
-TEST(Cloud, clear_drops_content_channels_and_memory)
+TEST(Cloud, ClearDropsContentChannelsAndMemory)
 {
     Cloud cloud = row_of(100);
     cloud.clear();
@@ -252,7 +252,7 @@ TEST(Cloud, clear_drops_content_channels_and_memory)
     EXPECT_TRUE(cloud.is_legal());
 }
 
-TEST(CloudSwap, brings_everything_back_and_frees_the_memory_meanwhile)
+TEST(CloudSwap, BringsEverythingBackAndFreesTheMemoryMeanwhile)
 {
     Cloud cloud = row_of(5);
     cloud.vCoord[2].x() = NOT_A_NUMBER;
@@ -276,7 +276,7 @@ TEST(CloudSwap, brings_everything_back_and_frees_the_memory_meanwhile)
     EXPECT_TRUE(cloud.has_vNormal && cloud.has_vColor && cloud.has_vFlag);
 }
 
-TEST(CloudSwap, empty_cloud_can_be_swapped)
+TEST(CloudSwap, EmptyCloudCanBeSwapped)
 {
     Cloud cloud;
     EXPECT_EQ(cloud.swap_out_data(), 0);
@@ -285,7 +285,7 @@ TEST(CloudSwap, empty_cloud_can_be_swapped)
     EXPECT_FALSE(cloud.has_vNormal);
 }
 
-TEST(CloudSwap, missing_or_damaged_file_gives_an_empty_cloud)
+TEST(CloudSwap, MissingOrDamagedFileGivesAnEmptyCloud)
 {
     Cloud cloud = row_of(5);
     ASSERT_EQ(cloud.swap_out_data(), 0);
@@ -314,7 +314,7 @@ TEST(CloudSwap, missing_or_damaged_file_gives_an_empty_cloud)
     }
 }
 
-TEST(CloudSwap, file_goes_with_its_object_and_when_the_object_is_used_anew)
+TEST(CloudSwap, FileGoesWithItsObjectAndWhenTheObjectIsUsedAnew)
 {
     std::filesystem::path path;
     {
@@ -336,7 +336,7 @@ TEST(CloudSwap, file_goes_with_its_object_and_when_the_object_is_used_anew)
     expect_rows(cloud, {0, 1});
 }
 
-TEST(CloudSwap, names_differ_between_objects_and_copies)
+TEST(CloudSwap, NamesDifferBetweenObjectsAndCopies)
 {
     Cloud a = row_of(3);
     std::wstring const name = a.get_temp_full_name();
@@ -345,7 +345,7 @@ TEST(CloudSwap, names_differ_between_objects_and_copies)
     EXPECT_NE(b.get_temp_full_name(), name);
 }
 
-TEST(CloudSwap, copy_of_a_swapped_cloud_brings_the_same_data_back)
+TEST(CloudSwap, CopyOfASwappedCloudBringsTheSameDataBack)
 {
     Cloud original = row_of(3);
     ASSERT_EQ(original.swap_out_data(), 0);
@@ -365,7 +365,7 @@ TEST(CloudSwap, copy_of_a_swapped_cloud_brings_the_same_data_back)
     EXPECT_FALSE(has_leftover(path));
 }
 
-TEST(CloudSwap, copy_keeps_its_data_when_the_original_is_swapped_out_again)
+TEST(CloudSwap, CopyKeepsItsDataWhenTheOriginalIsSwappedOutAgain)
 {
     Cloud original = row_of(3);
     ASSERT_EQ(original.swap_out_data(), 0);
@@ -380,7 +380,7 @@ TEST(CloudSwap, copy_keeps_its_data_when_the_original_is_swapped_out_again)
     expect_rows(original, {0, 1, 2, 3, 4});
 }
 
-TEST(CloudSwap, growing_vector_keeps_swapped_clouds)
+TEST(CloudSwap, GrowingVectorKeepsSwappedClouds)
 {
     std::vector<Cloud> clouds;
     std::vector<std::filesystem::path> paths;
@@ -419,7 +419,7 @@ private:
 
 } // namespace
 
-TEST(CloudSwap, overridden_name_is_used_and_removed)
+TEST(CloudSwap, OverriddenNameIsUsedAndRemoved)
 {
     std::filesystem::path const path =
         detail::path_from_wide(Cloud().get_temp_full_name()).concat(".host");
@@ -451,7 +451,7 @@ TEST(CloudSwap, overridden_name_is_used_and_removed)
 }
 
 #if !defined(_WIN32)
-TEST(CloudSwap, temporary_directory_may_have_letters_beyond_ascii)
+TEST(CloudSwap, TemporaryDirectoryMayHaveLettersBeyondAscii)
 {
     TempDir const dir;
     std::filesystem::path const directory = dir.path() / "m\xC3\xA4\xC3\x9F";

@@ -86,7 +86,7 @@ KdTree3f tree_of(std::vector<Vector3f> const& points)
 
 } // namespace
 
-TEST(KdTree3f, tree_of_no_points_finds_nothing)
+TEST(KdTree3f, TreeOfNoPointsFindsNothing)
 {
     KdTree3f tree;
     expect_nothing(search(tree, {0, 0, 0}, 1));
@@ -98,7 +98,7 @@ TEST(KdTree3f, tree_of_no_points_finds_nothing)
     EXPECT_EQ(index, -1);
 }
 
-TEST(KdTree3f, building_on_no_points_forgets_the_old_ones)
+TEST(KdTree3f, BuildingOnNoPointsForgetsTheOldOnes)
 {
     KdTree3f tree = tree_of({{0, 0, 0}});
     EXPECT_EQ(search(tree, {0, 0, 0}, 1).count, 1);
@@ -106,7 +106,7 @@ TEST(KdTree3f, building_on_no_points_forgets_the_old_ones)
     expect_nothing(search(tree, {0, 0, 0}, 1));
 }
 
-TEST(KdTree3f, radius_is_exclusive)
+TEST(KdTree3f, RadiusIsExclusive)
 {
     KdTree3f const tree = tree_of({{0, 0, 0}, {2, 0, 0}});
     EXPECT_EQ(search(tree, {0, 0, 0}, 2).indices, std::vector<int>{0});
@@ -114,7 +114,7 @@ TEST(KdTree3f, radius_is_exclusive)
     expect_nothing(search(tree, {0, 0, 0}, 0));
 }
 
-TEST(KdTree3f, radius_is_squared_in_float)
+TEST(KdTree3f, RadiusIsSquaredInFloat)
 {
     // A point that is exactly as far away as the radius has the same square in float, whether that
     // was rounded up or down. The exact square of the radius would let those in that were rounded
@@ -130,7 +130,7 @@ TEST(KdTree3f, radius_is_squared_in_float)
     EXPECT_GT(rounded_down, 0);
 }
 
-TEST(KdTree3f, impossible_arguments_find_nothing_and_clear_the_outputs)
+TEST(KdTree3f, ImpossibleArgumentsFindNothingAndClearTheOutputs)
 {
     KdTree3f const tree = tree_of({{0, 0, 0}, {1, 0, 0}});
     float const nan = std::numeric_limits<float>::quiet_NaN();
@@ -144,14 +144,14 @@ TEST(KdTree3f, impossible_arguments_find_nothing_and_clear_the_outputs)
     EXPECT_FALSE(tree.nearest_search({0, 0, nan}, index, distance));
 }
 
-TEST(KdTree3f, endless_radius_finds_everything)
+TEST(KdTree3f, EndlessRadiusFindsEverything)
 {
     KdTree3f const tree = tree_of(random_points(500, 1));
     EXPECT_EQ(search(tree, {0, 0, 0}, HUGE_VALF).count, 500);
     EXPECT_EQ(search(tree, {0, 0, 0}, std::numeric_limits<float>::max()).count, 500);
 }
 
-TEST(KdTree3f, finds_what_brute_force_finds_in_rising_distance)
+TEST(KdTree3f, FindsWhatBruteForceFindsInRisingDistance)
 {
     auto const points = random_points(3000, 2);
     KdTree3f const tree = tree_of(points);
@@ -161,7 +161,7 @@ TEST(KdTree3f, finds_what_brute_force_finds_in_rising_distance)
     }
 }
 
-TEST(KdTree3f, limit_keeps_the_nearest)
+TEST(KdTree3f, LimitKeepsTheNearest)
 {
     auto const points = random_points(3000, 4);
     KdTree3f const tree = tree_of(points);
@@ -183,7 +183,7 @@ TEST(KdTree3f, limit_keeps_the_nearest)
     }
 }
 
-TEST(KdTree3f, unsorted_search_finds_the_same_points)
+TEST(KdTree3f, UnsortedSearchFindsTheSamePoints)
 {
     auto const points = random_points(3000, 6);
     KdTree3f sorted = tree_of(points);
@@ -204,7 +204,7 @@ TEST(KdTree3f, unsorted_search_finds_the_same_points)
     EXPECT_EQ(as_pairs(search(unsorted, points[0], 5)), as_pairs(search(sorted, points[0], 5)));
 }
 
-TEST(KdTree3f, nearest_is_what_brute_force_finds)
+TEST(KdTree3f, NearestIsWhatBruteForceFinds)
 {
     auto const points = random_points(1000, 8);
     KdTree3f const tree = tree_of(points);
@@ -219,7 +219,7 @@ TEST(KdTree3f, nearest_is_what_brute_force_finds)
     }
 }
 
-TEST(KdTree3f, points_may_go_after_building)
+TEST(KdTree3f, PointsMayGoAfterBuilding)
 {
     auto points = std::make_unique<std::vector<Vector3f>>(random_points(1000, 10));
     auto const copy = *points;
@@ -234,7 +234,7 @@ TEST(KdTree3f, points_may_go_after_building)
     EXPECT_EQ(distance, 0.0F);
 }
 
-TEST(KdTree3f, points_that_are_not_finite_are_never_found_and_others_keep_their_places)
+TEST(KdTree3f, PointsThatAreNotFiniteAreNeverFoundAndOthersKeepTheirPlaces)
 {
     float const nan = std::numeric_limits<float>::quiet_NaN();
     KdTree3f const tree = tree_of(
@@ -247,7 +247,7 @@ TEST(KdTree3f, points_that_are_not_finite_are_never_found_and_others_keep_their_
     expect_nothing(search(tree_of({{nan, nan, nan}, {nan, 0, 0}}), {0, 0, 0}, 1));
 }
 
-TEST(KdTree3f, huge_coordinates_neither_hang_nor_crash)
+TEST(KdTree3f, HugeCoordinatesNeitherHangNorCrash)
 {
     // Sums of these are not finite: they have no middle to divide the points at.
     std::vector<Vector3f> points;
@@ -262,7 +262,7 @@ TEST(KdTree3f, huge_coordinates_neither_hang_nor_crash)
     expect_nothing(search(tree, points[0], 1));
 }
 
-TEST(KdTree3f, equal_points_are_all_found_by_index)
+TEST(KdTree3f, EqualPointsAreAllFoundByIndex)
 {
     KdTree3f const tree = tree_of(std::vector<Vector3f>(2000, Vector3f(1, 1, 1)));
     Hits const hits = search(tree, {1, 1, 1}, 0.5F);
@@ -271,7 +271,7 @@ TEST(KdTree3f, equal_points_are_all_found_by_index)
     EXPECT_EQ(hits.sq_dists.back(), 0.0F);
 }
 
-TEST(KdTree3f, copies_search_on_their_own)
+TEST(KdTree3f, CopiesSearchOnTheirOwn)
 {
     auto const points = random_points(300, 11);
     auto tree = std::make_unique<KdTree3f>(tree_of(points));
@@ -284,7 +284,7 @@ TEST(KdTree3f, copies_search_on_their_own)
     EXPECT_EQ(as_pairs(search(assigned, points[0], 9)), brute_force(points, points[0], 9));
 }
 
-TEST(KdTree3f, many_threads_search_one_tree)
+TEST(KdTree3f, ManyThreadsSearchOneTree)
 {
     auto const points = random_points(2000, 12);
     KdTree3f const tree = tree_of(points);

@@ -42,7 +42,7 @@ void lap(LogHolder& log, std::string const& step, std::string const& parent)
 
 } // namespace
 
-TEST(LogHolder, finished_text_goes_to_the_sink_as_it_is)
+TEST(LogHolder, FinishedTextGoesToTheSinkAsItIs)
 {
     Log l;
     l.log.print_log("find_marker_holes() ..\n");
@@ -52,7 +52,7 @@ TEST(LogHolder, finished_text_goes_to_the_sink_as_it_is)
     EXPECT_EQ(l.text, "find_marker_holes() ..\n100 %d %s %n\n");
 }
 
-TEST(LogHolder, formatted_text_has_any_length)
+TEST(LogHolder, FormattedTextHasAnyLength)
 {
     Log l;
     EXPECT_TRUE(l.log.LogPrintf("%d + %.2f = %s\n", 1, 0.5, "1.50"));
@@ -62,7 +62,7 @@ TEST(LogHolder, formatted_text_has_any_length)
     EXPECT_FALSE(l.log.LogPrintf(static_cast<char const*>(nullptr)));
 }
 
-TEST(LogHolder, wide_text_reaches_the_sink_as_utf8)
+TEST(LogHolder, WideTextReachesTheSinkAsUtf8)
 {
     Log l;
     EXPECT_TRUE(l.log.LogPrintf(L"folder '%ls' has %d files\n", L"a", 3));
@@ -78,7 +78,7 @@ TEST(LogHolder, wide_text_reaches_the_sink_as_utf8)
     EXPECT_FALSE(l.log.LogPrintf(static_cast<wchar_t const*>(nullptr)));
 }
 
-TEST(LogHolder, wide_text_has_less_than_2_to_the_20_characters)
+TEST(LogHolder, WideTextHasLessThan2ToThe20Characters)
 {
     Log l;
     std::wstring text((1U << 20U) - 1, L'z');
@@ -90,7 +90,7 @@ TEST(LogHolder, wide_text_has_less_than_2_to_the_20_characters)
     EXPECT_EQ(l.text, "");
 }
 
-TEST(LogHolder, without_a_sink_text_goes_to_standard_output)
+TEST(LogHolder, WithoutASinkTextGoesToStandardOutput)
 {
     LogHolder log;
     testing::internal::CaptureStdout();
@@ -103,7 +103,7 @@ TEST(LogHolder, without_a_sink_text_goes_to_standard_output)
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "one\nthree\n");
 }
 
-TEST(LogHolder, what_is_printed_past_the_log_goes_to_its_own_sink)
+TEST(LogHolder, WhatIsPrintedPastTheLogGoesToItsOwnSink)
 {
     Log log;
     std::string printed;
@@ -122,7 +122,7 @@ TEST(LogHolder, what_is_printed_past_the_log_goes_to_its_own_sink)
     EXPECT_EQ(printed, "50 %d\n");
 }
 
-TEST(LogHolder, without_sinks_log_and_prints_share_standard_output_in_order)
+TEST(LogHolder, WithoutSinksLogAndPrintsShareStandardOutputInOrder)
 {
     LogHolder log;
     EXPECT_EQ(veld_test::output_of(
@@ -135,7 +135,7 @@ TEST(LogHolder, without_sinks_log_and_prints_share_standard_output_in_order)
               "abc");
 }
 
-TEST(LogHolder, the_two_sinks_are_never_called_at_once)
+TEST(LogHolder, TheTwoSinksAreNeverCalledAtOnce)
 {
     LogHolder log;
     std::string both;
@@ -153,7 +153,7 @@ TEST(LogHolder, the_two_sinks_are_never_called_at_once)
     }
 }
 
-TEST(LogHolder, lines_of_parallel_regions_stay_whole)
+TEST(LogHolder, LinesOfParallelRegionsStayWhole)
 {
     Log l;
     detail::parallel_for_uneven(2000, [&](std::ptrdiff_t i)
@@ -171,7 +171,7 @@ TEST(LogHolder, lines_of_parallel_regions_stay_whole)
     }
 }
 
-TEST(LogHolder, what_the_sink_throws_reaches_the_caller)
+TEST(LogHolder, WhatTheSinkThrowsReachesTheCaller)
 {
     LogHolder log;
     log.set_sink([](std::string const&) { throw std::runtime_error("enough"); });
@@ -185,7 +185,7 @@ TEST(LogHolder, what_the_sink_throws_reaches_the_caller)
     log.print_log("and the log is not locked");
 }
 
-TEST(FormatLine, formats_into_512_bytes_and_cuts_off_what_is_longer)
+TEST(FormatLine, FormatsInto512BytesAndCutsOffWhatIsLonger)
 {
     char buffer[512];
     EXPECT_EQ(format_line(buffer, "%s has %4d", "it", 7), 11);
@@ -200,7 +200,7 @@ TEST(FormatLine, formats_into_512_bytes_and_cuts_off_what_is_longer)
     EXPECT_STREQ(buffer, "50 %s %d %n");
 }
 
-TEST(StepTimers, steps_stand_under_their_parents_in_order_of_their_first_start)
+TEST(StepTimers, StepsStandUnderTheirParentsInOrderOfTheirFirstStart)
 {
     LogHolder log;
     EXPECT_EQ(log.steps_as_json(), "[]");
@@ -217,7 +217,7 @@ TEST(StepTimers, steps_stand_under_their_parents_in_order_of_their_first_start)
     EXPECT_EQ(steps[0]["children"][0]["laps"], 2);
 }
 
-TEST(StepTimers, total_is_the_sum_over_the_laps_and_is_reported_under_the_parent)
+TEST(StepTimers, TotalIsTheSumOverTheLapsAndIsReportedUnderTheParent)
 {
     LogHolder log;
     std::vector<double> laps;
@@ -248,7 +248,7 @@ TEST(StepTimers, total_is_the_sum_over_the_laps_and_is_reported_under_the_parent
     EXPECT_THAT(report, testing::MatchesRegex("parent +1 +[0-9.]+ s\n  child +3 +[0-9.]+ s\n"));
 }
 
-TEST(StepTimers, lap_without_a_start_is_ignored)
+TEST(StepTimers, LapWithoutAStartIsIgnored)
 {
     LogHolder log;
     log.lapSpecStepTimer("never");
@@ -258,7 +258,7 @@ TEST(StepTimers, lap_without_a_start_is_ignored)
     EXPECT_EQ(json::parse(log.steps_as_json())[0]["laps"], 1);
 }
 
-TEST(StepTimers, lap_in_another_thread_ends_the_last_step_of_that_name)
+TEST(StepTimers, LapInAnotherThreadEndsTheLastStepOfThatName)
 {
     LogHolder log;
     std::vector<StepEvent> ends;
@@ -286,7 +286,7 @@ TEST(StepTimers, lap_in_another_thread_ends_the_last_step_of_that_name)
     EXPECT_EQ(steps[2]["running"], 1) << "the other step still runs";
 }
 
-TEST(StepTimers, own_step_ends_before_a_later_one_of_another_thread)
+TEST(StepTimers, OwnStepEndsBeforeALaterOneOfAnotherThread)
 {
     LogHolder log;
     log.startSpecStepTimer("job", "mine");
@@ -297,7 +297,7 @@ TEST(StepTimers, own_step_ends_before_a_later_one_of_another_thread)
     EXPECT_EQ(steps[1]["running"], 1);
 }
 
-TEST(StepTimers, step_without_a_lap_stays_running_and_hinders_nothing)
+TEST(StepTimers, StepWithoutALapStaysRunningAndHindersNothing)
 {
     LogHolder log;
     log.startSpecStepTimer("left", "");
@@ -313,7 +313,7 @@ TEST(StepTimers, step_without_a_lap_stays_running_and_hinders_nothing)
     EXPECT_EQ(steps[0]["children"][0]["laps"], 3);
 }
 
-TEST(StepTimers, step_of_an_unknown_parent_stands_at_the_top)
+TEST(StepTimers, StepOfAnUnknownParentStandsAtTheTop)
 {
     LogHolder log;
     lap(log, "Ball-Pivoting-Radius:1.5", "Ball-Pivoting");
@@ -321,7 +321,7 @@ TEST(StepTimers, step_of_an_unknown_parent_stands_at_the_top)
     EXPECT_THAT(log.report_steps(), HasSubstr("Ball-Pivoting-Radius:1.5"));
 }
 
-TEST(StepTimers, parent_that_starts_after_its_child_takes_it)
+TEST(StepTimers, ParentThatStartsAfterItsChildTakesIt)
 {
     LogHolder log;
     lap(log, "child", "parent");
@@ -333,7 +333,7 @@ TEST(StepTimers, parent_that_starts_after_its_child_takes_it)
     EXPECT_EQ(steps[0]["children"][0]["laps"], 2);
 }
 
-TEST(StepTimers, steps_that_name_each_other_make_no_circle)
+TEST(StepTimers, StepsThatNameEachOtherMakeNoCircle)
 {
     LogHolder log;
     for (int i = 0; i < 100; ++i)
@@ -350,7 +350,7 @@ TEST(StepTimers, steps_that_name_each_other_make_no_circle)
     EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 3);
 }
 
-TEST(StepTimers, child_belongs_to_the_parent_that_runs)
+TEST(StepTimers, ChildBelongsToTheParentThatRuns)
 {
     LogHolder log;
     for (std::string const top : {"holes-filling", "marker-holes-filling"})
@@ -365,7 +365,7 @@ TEST(StepTimers, child_belongs_to_the_parent_that_runs)
                             "marker-holes-filling(process-holes(hole_refinement))");
 }
 
-TEST(StepTimers, nested_laps_of_one_step_end_from_within)
+TEST(StepTimers, NestedLapsOfOneStepEndFromWithin)
 {
     LogHolder log;
     log.startSpecStepTimer("step", "");
@@ -378,7 +378,7 @@ TEST(StepTimers, nested_laps_of_one_step_end_from_within)
     EXPECT_EQ(step["laps"], 2);
 }
 
-TEST(StepTimers, clearing_forgets_everything_also_what_runs)
+TEST(StepTimers, ClearingForgetsEverythingAlsoWhatRuns)
 {
     LogHolder log;
     log.startSpecStepTimer("step", "");
@@ -388,7 +388,7 @@ TEST(StepTimers, clearing_forgets_everything_also_what_runs)
     EXPECT_EQ(log.report_steps(), "");
 }
 
-TEST(StepTimers, parallel_regions_time_steps_at_the_same_time)
+TEST(StepTimers, ParallelRegionsTimeStepsAtTheSameTime)
 {
     LogHolder log;
     log.startSpecStepTimer("process-holes", "");
@@ -413,7 +413,7 @@ TEST(StepTimers, parallel_regions_time_steps_at_the_same_time)
     }
 }
 
-TEST(StepTimers, json_is_valid_for_any_name_and_any_locale)
+TEST(StepTimers, JsonIsValidForAnyNameAndAnyLocale)
 {
     LogHolder log;
     std::string const names[] = {"quote\" back\\slash\n\t\x01", "\xC3\xA4\xE2\x82\xAC",
@@ -438,7 +438,7 @@ TEST(StepTimers, json_is_valid_for_any_name_and_any_locale)
     EXPECT_EQ(report.find(','), std::string::npos) << "locale with a comma set: " << comma;
 }
 
-TEST(StepTimers, observer_hears_of_starts_and_ends)
+TEST(StepTimers, ObserverHearsOfStartsAndEnds)
 {
     LogHolder log;
     std::vector<StepEvent> events;
@@ -459,7 +459,7 @@ TEST(StepTimers, observer_hears_of_starts_and_ends)
     EXPECT_GE(events[3].seconds, events[2].seconds);
 }
 
-TEST(StepTimers, observer_may_log_and_ask_for_the_report)
+TEST(StepTimers, ObserverMayLogAndAskForTheReport)
 {
     Log l;
     l.log.set_step_observer(
@@ -472,7 +472,7 @@ TEST(StepTimers, observer_may_log_and_ask_for_the_report)
     EXPECT_EQ(l.text, "step starts\nstep ends\n");
 }
 
-TEST(StepTimers, what_the_observer_throws_reaches_the_caller_and_leaves_the_steps_in_order)
+TEST(StepTimers, WhatTheObserverThrowsReachesTheCallerAndLeavesTheStepsInOrder)
 {
     LogHolder log;
     bool at_start = true;

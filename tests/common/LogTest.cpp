@@ -33,7 +33,7 @@ public:
 
 } // namespace
 
-TEST(LogLine, is_logged_only_while_enabled)
+TEST(LogLine, IsLoggedOnlyWhileEnabled)
 {
     LogCapture const log;
     detail::log_line(true, "  # faces:         %8d\n", 12);
@@ -43,14 +43,14 @@ TEST(LogLine, is_logged_only_while_enabled)
     EXPECT_EQ(log.text(), "  # faces:               12\nfinished %d text\n");
 }
 
-TEST(LogLine, is_cut_off_at_511_bytes)
+TEST(LogLine, IsCutOffAt511Bytes)
 {
     LogCapture const log;
     detail::log_line(true, "%s", std::string(600, 'x').c_str());
     EXPECT_EQ(log.text(), std::string(511, 'x'));
 }
 
-TEST(ScopedStepTimer, ends_its_step_also_when_an_exception_leaves_the_scope)
+TEST(ScopedStepTimer, EndsItsStepAlsoWhenAnExceptionLeavesTheScope)
 {
     CleanSteps const clean;
     try
@@ -69,7 +69,7 @@ TEST(ScopedStepTimer, ends_its_step_also_when_an_exception_leaves_the_scope)
     EXPECT_EQ(steps[0]["children"][0]["running"], 0);
 }
 
-TEST(ScopedStepTimer, host_can_cancel_from_its_observer_at_the_start_and_at_the_end)
+TEST(ScopedStepTimer, HostCanCancelFromItsObserverAtTheStartAndAtTheEnd)
 {
     CleanSteps const clean;
     for (bool const at_start : {true, false})
@@ -95,7 +95,7 @@ TEST(ScopedStepTimer, host_can_cancel_from_its_observer_at_the_start_and_at_the_
     }
 }
 
-TEST(ScopedStepTimer, exception_on_its_way_wins_over_that_of_the_observer)
+TEST(ScopedStepTimer, ExceptionOnItsWayWinsOverThatOfTheObserver)
 {
     CleanSteps const clean;
     gLH.set_step_observer(
@@ -114,7 +114,7 @@ TEST(ScopedStepTimer, exception_on_its_way_wins_over_that_of_the_observer)
         std::runtime_error);
 }
 
-TEST(LogAndPrintLine, gives_the_same_text_to_the_log_and_to_standard_output)
+TEST(LogAndPrintLine, GivesTheSameTextToTheLogAndToStandardOutput)
 {
     veld_test::LogCapture const log;
     std::string const printed = veld_test::output_of(
@@ -129,7 +129,7 @@ TEST(LogAndPrintLine, gives_the_same_text_to_the_log_and_to_standard_output)
     EXPECT_EQ(log.text(), printed);
 }
 
-TEST(ParamHolder, log_switch_is_used_and_copied_like_a_bool)
+TEST(ParamHolder, LogSwitchIsUsedAndCopiedLikeABool)
 {
     ParamHolder holder;
     holder.log_enabled = true;
@@ -146,7 +146,7 @@ TEST(ParamHolder, log_switch_is_used_and_copied_like_a_bool)
     EXPECT_TRUE(copy.log_enabled);
 }
 
-TEST(ParamHolder, host_sets_directories_and_the_log_switch)
+TEST(ParamHolder, HostSetsDirectoriesAndTheLogSwitch)
 {
     ParamHolder holder;
     EXPECT_FALSE(holder.log_enabled);

@@ -39,7 +39,7 @@ bool has_no_status(TriMesh const& mesh)
 
 } // namespace
 
-TEST(IsDeleted, is_never_true_without_status)
+TEST(IsDeleted, IsNeverTrueWithoutStatus)
 {
     TriMesh mesh = veld_test::grid(2, 2);
     OpenMesh::FaceHandle const face(3);
@@ -53,7 +53,7 @@ TEST(IsDeleted, is_never_true_without_status)
     EXPECT_TRUE(detail::is_deleted(mesh, veld_test::vh(0)));
 }
 
-TEST(ScopedProperty, removes_itself_also_when_an_exception_leaves_the_scope)
+TEST(ScopedProperty, RemovesItselfAlsoWhenAnExceptionLeavesTheScope)
 {
     TriMesh mesh = veld_test::grid(2, 2);
     long const before = vertex_properties(mesh);
@@ -69,7 +69,7 @@ TEST(ScopedProperty, removes_itself_also_when_an_exception_leaves_the_scope)
     EXPECT_EQ(vertex_properties(mesh), before);
 }
 
-TEST(ScopedProperty, properties_of_one_name_stand_side_by_side)
+TEST(ScopedProperty, PropertiesOfOneNameStandSideBySide)
 {
     TriMesh mesh = veld_test::grid(2, 2);
     OpenMesh::VPropHandleT<int> host;
@@ -87,7 +87,7 @@ TEST(ScopedProperty, properties_of_one_name_stand_side_by_side)
     EXPECT_EQ(mesh.property(host, veld_test::vh(3)), 33);
 }
 
-TEST(ScopedProperty, serves_halfedges_edges_and_faces)
+TEST(ScopedProperty, ServesHalfedgesEdgesAndFaces)
 {
     TriMesh mesh = veld_test::grid(2, 2);
     ScopedProperty<OpenMesh::HPropHandleT<int>> h(mesh, "<hprop>");
@@ -98,7 +98,7 @@ TEST(ScopedProperty, serves_halfedges_edges_and_faces)
     EXPECT_EQ(f.data(), std::vector<double>(mesh.n_faces(), 0.0));
 }
 
-TEST(DeletionScope, requests_the_four_statuses_and_releases_them)
+TEST(DeletionScope, RequestsTheFourStatusesAndReleasesThem)
 {
     TriMesh mesh = veld_test::grid(2, 2);
     {
@@ -111,7 +111,7 @@ TEST(DeletionScope, requests_the_four_statuses_and_releases_them)
     EXPECT_EQ(mesh.n_faces(), 7U);
 }
 
-TEST(DeletionScope, statuses_of_the_host_stay)
+TEST(DeletionScope, StatusesOfTheHostStay)
 {
     TriMesh mesh = veld_test::grid(2, 2);
     mesh.request_vertex_status();
@@ -127,7 +127,7 @@ TEST(DeletionScope, statuses_of_the_host_stay)
     EXPECT_TRUE(has_no_status(mesh));
 }
 
-TEST(DeletionScope, leaves_the_status_of_halfedges_out_where_it_is_told_to)
+TEST(DeletionScope, LeavesTheStatusOfHalfedgesOutWhereItIsToldTo)
 {
     TriMesh mesh = veld_test::grid(2, 2);
     {
@@ -139,7 +139,7 @@ TEST(DeletionScope, leaves_the_status_of_halfedges_out_where_it_is_told_to)
 }
 
 // OpenMesh ends the process when a face is deleted twice.
-TEST(CheckedDeletion, a_second_deletion_and_wrong_handles_do_no_harm)
+TEST(CheckedDeletion, ASecondDeletionAndWrongHandlesDoNoHarm)
 {
     TriMesh mesh = veld_test::grid(2, 2);
     DeletionScope const scope(mesh);
@@ -162,7 +162,7 @@ TEST(CheckedDeletion, a_second_deletion_and_wrong_handles_do_no_harm)
     EXPECT_TRUE(mesh.status(veld_test::vh(8)).deleted());
 }
 
-TEST(CheckedDeletion, links_are_those_of_the_mesh_s_own_deletion)
+TEST(CheckedDeletion, LinksAreThoseOfTheMeshsOwnDeletion)
 {
     for (int v = 0; v < 25; ++v)
     {

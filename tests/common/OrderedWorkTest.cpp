@@ -14,11 +14,11 @@ using detail::OrderedWork;
 namespace
 {
 
-class OrderedWorkTest : public testing::Test
+class OrderedWorkOnFourThreads : public testing::Test
 {
 protected:
-    OrderedWorkTest() { omp_set_num_threads(4); }
-    ~OrderedWorkTest() override { omp_set_num_threads(threads_); }
+    OrderedWorkOnFourThreads() { omp_set_num_threads(4); }
+    ~OrderedWorkOnFourThreads() override { omp_set_num_threads(threads_); }
 
 private:
     int threads_ = omp_get_max_threads();
@@ -36,7 +36,7 @@ std::vector<Vector3f> random_places(int n, float extent)
     return places;
 }
 
-TEST_F(OrderedWorkTest, EveryPlaceIsDoneOnce)
+TEST_F(OrderedWorkOnFourThreads, EveryPlaceIsDoneOnce)
 {
     auto const places = random_places(500, 20.0F);
     std::vector<std::atomic<int>> done(places.size());
@@ -54,7 +54,7 @@ TEST_F(OrderedWorkTest, EveryPlaceIsDoneOnce)
     EXPECT_TRUE(work.run([](int) -> bool { throw std::logic_error("nothing is left"); }));
 }
 
-TEST_F(OrderedWorkTest, NearPlacesAreDoneInOrderAndNeverAtOnce)
+TEST_F(OrderedWorkOnFourThreads, NearPlacesAreDoneInOrderAndNeverAtOnce)
 {
     auto const places = random_places(400, 12.0F);
     std::vector<std::atomic<bool>> done(places.size());
@@ -79,7 +79,7 @@ TEST_F(OrderedWorkTest, NearPlacesAreDoneInOrderAndNeverAtOnce)
     EXPECT_EQ(wrong, 0);
 }
 
-TEST_F(OrderedWorkTest, OneThreadWorksInTheOrderItself)
+TEST_F(OrderedWorkOnFourThreads, OneThreadWorksInTheOrderItself)
 {
     omp_set_num_threads(1);
     auto const places = random_places(300, 20.0F);
@@ -95,7 +95,7 @@ TEST_F(OrderedWorkTest, OneThreadWorksInTheOrderItself)
     EXPECT_EQ(order.front(), 0);
 }
 
-TEST_F(OrderedWorkTest, PlacesFarOffAndInOnePointAreDoneToo)
+TEST_F(OrderedWorkOnFourThreads, PlacesFarOffAndInOnePointAreDoneToo)
 {
     // Such distances have no number of cells that could be counted.
     std::vector<Vector3f> const places{{0, 0, 0}, {3e38F, 0, 0}, {0, -3e38F, 1}, {0, 0, 0},
@@ -109,7 +109,7 @@ TEST_F(OrderedWorkTest, PlacesFarOffAndInOnePointAreDoneToo)
     EXPECT_TRUE(OrderedWork({}, 1.0).run([](int) { return false; }));
 }
 
-TEST_F(OrderedWorkTest, GoesOnWhereItWasStopped)
+TEST_F(OrderedWorkOnFourThreads, GoesOnWhereItWasStopped)
 {
     auto const places = random_places(300, 20.0F);
     std::vector<std::atomic<int>> done(places.size());
@@ -137,7 +137,7 @@ TEST_F(OrderedWorkTest, GoesOnWhereItWasStopped)
     }
 }
 
-TEST_F(OrderedWorkTest, ExceptionReachesTheCallerAndItsPlaceIsStillToBeDone)
+TEST_F(OrderedWorkOnFourThreads, ExceptionReachesTheCallerAndItsPlaceIsStillToBeDone)
 {
     auto const places = random_places(100, 20.0F);
     OrderedWork work(places, 1.0);

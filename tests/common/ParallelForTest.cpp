@@ -41,7 +41,7 @@ std::string message_of(Loop const& loop)
 
 } // namespace
 
-TEST(ParallelFor, runs_every_iteration_once)
+TEST(ParallelFor, RunsEveryIterationOnce)
 {
     for_thread_counts(
         []
@@ -55,7 +55,7 @@ TEST(ParallelFor, runs_every_iteration_once)
         });
 }
 
-TEST(ParallelFor, nothing_to_do_does_nothing)
+TEST(ParallelFor, NothingToDoDoesNothing)
 {
     parallel_for_even(0, [](std::ptrdiff_t) { FAIL(); });
     parallel_for_uneven(0, [](std::ptrdiff_t) { FAIL(); });
@@ -63,7 +63,7 @@ TEST(ParallelFor, nothing_to_do_does_nothing)
     parallel_for_uneven(-3, [](std::ptrdiff_t) { FAIL(); });
 }
 
-TEST(ParallelFor, throws_the_exception_of_the_first_iteration_that_fails)
+TEST(ParallelFor, ThrowsTheExceptionOfTheFirstIterationThatFails)
 {
     auto const fail_from_37 = [](std::ptrdiff_t i)
     {
@@ -80,7 +80,7 @@ TEST(ParallelFor, throws_the_exception_of_the_first_iteration_that_fails)
         });
 }
 
-TEST(ParallelFor, iterations_before_the_failed_one_have_run)
+TEST(ParallelFor, IterationsBeforeTheFailedOneHaveRun)
 {
     for_thread_counts(
         []
@@ -100,7 +100,7 @@ TEST(ParallelFor, iterations_before_the_failed_one_have_run)
         });
 }
 
-TEST(ParallelFor, carrier_keeps_an_exception_of_a_region)
+TEST(ParallelFor, CarrierKeepsAnExceptionOfARegion)
 {
     ExceptionCarrier carrier;
     carrier.rethrow();

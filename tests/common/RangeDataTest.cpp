@@ -56,7 +56,7 @@ RigidMatrix quarter_turn_about_z(Vector3d const& translation)
 
 } // namespace
 
-TEST(RangeData, without_a_valid_vertex_it_has_no_quads)
+TEST(RangeData, WithoutAValidVertexItHasNoQuads)
 {
     RangeData frame;
     frame.set_grid_size(3, 4);
@@ -70,7 +70,7 @@ TEST(RangeData, without_a_valid_vertex_it_has_no_quads)
     EXPECT_EQ(map.maxCoeff(), -1);
 }
 
-TEST(RangeData, without_a_grid_the_map_is_empty)
+TEST(RangeData, WithoutAGridTheMapIsEmpty)
 {
     RangeData frame;
     frame.add_vCoord_and_vUV({1, 2, 3}, {0, 0});
@@ -82,7 +82,7 @@ TEST(RangeData, without_a_grid_the_map_is_empty)
     EXPECT_TRUE(quads_of(frame).empty());
 }
 
-TEST(RangeData, map_holds_vertices_by_row_and_column)
+TEST(RangeData, MapHoldsVerticesByRowAndColumn)
 {
     RangeData frame;
     frame.set_grid_size(2, 3);
@@ -99,7 +99,7 @@ TEST(RangeData, map_holds_vertices_by_row_and_column)
     EXPECT_EQ(map, expected);
 }
 
-TEST(RangeData, quads_are_in_cyclic_order_and_against_the_clock_about_the_normal)
+TEST(RangeData, QuadsAreInCyclicOrderAndAgainstTheClockAboutTheNormal)
 {
     RangeData frame = full_frame(2, 2);
     EXPECT_EQ(quads_of(frame), (Quads{{0, 1, 3, 2}}));
@@ -112,7 +112,7 @@ TEST(RangeData, quads_are_in_cyclic_order_and_against_the_clock_about_the_normal
     EXPECT_EQ(frame.get_vNrv(0), Vector3f(0, 0, 1)) << "along the row cross down the column";
 }
 
-TEST(RangeData, quads_follow_the_order_of_the_vertices_and_their_flags)
+TEST(RangeData, QuadsFollowTheOrderOfTheVerticesAndTheirFlags)
 {
     RangeData frame = full_frame(3, 3);
     EXPECT_EQ(quads_of(frame), (Quads{{0, 1, 4, 3}, {1, 2, 5, 4}, {3, 4, 7, 6}, {4, 5, 8, 7}}));
@@ -121,7 +121,7 @@ TEST(RangeData, quads_follow_the_order_of_the_vertices_and_their_flags)
     EXPECT_EQ(quads_of(frame), (Quads{{0, 1, 4, 3}, {4, 5, 8, 7}}));
 }
 
-TEST(RangeData, flagged_cell_without_a_corner_is_left_out)
+TEST(RangeData, FlaggedCellWithoutACornerIsLeftOut)
 {
     RangeData frame = full_frame(2, 2);
     frame.set_cellFlag(1, 1);
@@ -131,7 +131,7 @@ TEST(RangeData, flagged_cell_without_a_corner_is_left_out)
     EXPECT_TRUE(quads_of(frame).empty());
 }
 
-TEST(RangeData, map_of_another_size_or_with_wrong_indices_does_no_harm)
+TEST(RangeData, MapOfAnotherSizeOrWithWrongIndicesDoesNoHarm)
 {
     RangeData const frame = full_frame(3, 3);
     Quads quads;
@@ -142,7 +142,7 @@ TEST(RangeData, map_of_another_size_or_with_wrong_indices_does_no_harm)
     EXPECT_TRUE(quads.empty());
 }
 
-TEST(RangeData, pose_gives_global_points_and_normals)
+TEST(RangeData, PoseGivesGlobalPointsAndNormals)
 {
     RangeData frame = full_frame(2, 2);
     frame.enable_vNormal();
@@ -158,7 +158,7 @@ TEST(RangeData, pose_gives_global_points_and_normals)
     EXPECT_THROW(frame.set_cellFlag(4, 1), std::out_of_range);
 }
 
-TEST(RangeData, rigid_transformation_moves_the_pose_and_not_the_points)
+TEST(RangeData, RigidTransformationMovesThePoseAndNotThePoints)
 {
     RangeData frame = full_frame(2, 2);
     frame.set_rigidMatrix(quarter_turn_about_z({10, 20, 30}));
@@ -175,7 +175,7 @@ TEST(RangeData, rigid_transformation_moves_the_pose_and_not_the_points)
     EXPECT_EQ(RangeData().get_barycenter(), Vector3f(0, 0, 0));
 }
 
-TEST(RangeData, its_own_channels_follow_the_vertices)
+TEST(RangeData, ItsOwnChannelsFollowTheVertices)
 {
     RangeData frame = full_frame(2, 2);
     frame.resize_vn(6);
@@ -191,7 +191,7 @@ TEST(RangeData, its_own_channels_follow_the_vertices)
     EXPECT_GE(frame.vUV.capacity(), 100U);
 }
 
-TEST(RangeData, squeeze_keeps_cells_with_their_vertices_and_unflags_broken_cells)
+TEST(RangeData, SqueezeKeepsCellsWithTheirVerticesAndUnflagsBrokenCells)
 {
     RangeData frame = full_frame(3, 3);
     frame.enable_vFlag();
@@ -207,7 +207,7 @@ TEST(RangeData, squeeze_keeps_cells_with_their_vertices_and_unflags_broken_cells
     EXPECT_EQ(frame.vUV[0].col, 1);
 }
 
-TEST(RangeData, normals_of_a_plane_are_its_normal_everywhere)
+TEST(RangeData, NormalsOfAPlaneAreItsNormalEverywhere)
 {
     RangeData frame;
     frame.set_grid_size(4, 5);
@@ -229,7 +229,7 @@ TEST(RangeData, normals_of_a_plane_are_its_normal_everywhere)
     }
 }
 
-TEST(RangeData, vertex_without_a_neighbour_on_an_axis_has_no_normal)
+TEST(RangeData, VertexWithoutANeighbourOnAnAxisHasNoNormal)
 {
     RangeData frame;
     frame.set_grid_size(5, 5);
@@ -243,7 +243,7 @@ TEST(RangeData, vertex_without_a_neighbour_on_an_axis_has_no_normal)
               (std::vector<Vector3f>{{0, 0, 0}, {0, 0, 1}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}}));
 }
 
-TEST(RangeData, mean_distance_is_taken_to_the_right_and_below)
+TEST(RangeData, MeanDistanceIsTakenToTheRightAndBelow)
 {
     RangeData frame;
     frame.set_grid_size(2, 2);
@@ -257,7 +257,7 @@ TEST(RangeData, mean_distance_is_taken_to_the_right_and_below)
     EXPECT_DOUBLE_EQ(mean, 4.0); // 3 and 5; the diagonal does not count
 }
 
-TEST(RangeData, mean_distance_of_a_sample_is_spread_over_the_frame)
+TEST(RangeData, MeanDistanceOfASampleIsSpreadOverTheFrame)
 {
     // One row: short steps in the first half, long ones in the second.
     RangeData frame;
@@ -278,7 +278,7 @@ TEST(RangeData, mean_distance_of_a_sample_is_spread_over_the_frame)
     EXPECT_EQ(mean, again);
 }
 
-TEST(RangeData, mean_distance_without_neighbours_is_an_error_and_zero)
+TEST(RangeData, MeanDistanceWithoutNeighboursIsAnErrorAndZero)
 {
     RangeData frame;
     frame.set_grid_size(3, 3);
@@ -295,7 +295,7 @@ TEST(RangeData, mean_distance_without_neighbours_is_an_error_and_zero)
     EXPECT_NE(RangeData_compute_mean_distance(RangeData(), map, mean, 2000), 0);
 }
 
-TEST(RangeData, mean_distance_finds_the_only_neighbours_beside_the_sample)
+TEST(RangeData, MeanDistanceFindsTheOnlyNeighboursBesideTheSample)
 {
     RangeData frame;
     frame.set_grid_size(100, 1000);
@@ -311,7 +311,7 @@ TEST(RangeData, mean_distance_finds_the_only_neighbours_beside_the_sample)
     EXPECT_DOUBLE_EQ(mean, 7.0);
 }
 
-TEST(RangeData, every_inconsistency_is_illegal_and_repaired)
+TEST(RangeData, EveryInconsistencyIsIllegalAndRepaired)
 {
     auto const expect_repaired = [](RangeData frame, size_t n)
     {
@@ -344,7 +344,7 @@ TEST(RangeData, every_inconsistency_is_illegal_and_repaired)
     expect_repaired(frame, 9);
 }
 
-TEST(RangeData, copies_are_deep)
+TEST(RangeData, CopiesAreDeep)
 {
     std::vector<RangeData> frames(2, full_frame(2, 2));
     frames[0].vCoord[0].x() = 77;
@@ -354,7 +354,7 @@ TEST(RangeData, copies_are_deep)
     EXPECT_EQ(quads_of(frames[2]), (Quads{{0, 1, 3, 2}}));
 }
 
-TEST(RangeData, swapping_brings_grid_flags_and_pose_back)
+TEST(RangeData, SwappingBringsGridFlagsAndPoseBack)
 {
     RangeData frame = full_frame(3, 4);
     frame.update_vNrv_from_grid();

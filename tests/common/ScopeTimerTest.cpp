@@ -14,7 +14,7 @@ using namespace OrvaneAlgorithm;
 using testing::MatchesRegex;
 using veld_test::output_of;
 
-TEST(ScopeTimer, prints_its_name_at_the_start_and_the_time_at_the_end)
+TEST(ScopeTimer, PrintsItsNameAtTheStartAndTheTimeAtTheEnd)
 {
     veld_test::LogCapture const log(false);
     std::string middle;
@@ -30,7 +30,7 @@ TEST(ScopeTimer, prints_its_name_at_the_start_and_the_time_at_the_end)
         << "these are no log lines, and the log switch does not hold them back";
 }
 
-TEST(ScopeTimer, name_may_go_and_may_be_long_or_hold_a_percent_sign)
+TEST(ScopeTimer, NameMayGoAndMayBeLongOrHoldAPercentSign)
 {
     std::string const text = output_of(
         []
@@ -46,7 +46,7 @@ TEST(ScopeTimer, name_may_go_and_may_be_long_or_hold_a_percent_sign)
     EXPECT_EQ(text.find('x'), std::string::npos);
 }
 
-TEST(ScopeTimer, goes_to_the_print_sink_of_the_host_and_carries_what_it_throws)
+TEST(ScopeTimer, GoesToThePrintSinkOfTheHostAndCarriesWhatItThrows)
 {
     std::string printed;
     gLH.set_print_sink([&](std::string const& text) { printed += text; });

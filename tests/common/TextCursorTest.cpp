@@ -23,7 +23,7 @@ std::string const ZEROS(400, '0');
 
 } // namespace
 
-TEST(ParseNumber, reads_what_the_type_can_hold)
+TEST(ParseNumber, ReadsWhatTheTypeCanHold)
 {
     EXPECT_EQ(number_of<float>("+0.5"), 0.5F);
     EXPECT_EQ(number_of<float>("-25e-2"), -0.25F);
@@ -34,7 +34,7 @@ TEST(ParseNumber, reads_what_the_type_can_hold)
     EXPECT_EQ(number_of<float>(""), -1.0F);
 }
 
-TEST(ParseNumber, makes_zero_of_what_is_too_small)
+TEST(ParseNumber, MakesZeroOfWhatIsTooSmall)
 {
     EXPECT_EQ(number_of<float>("1e-60"), 0.0F);
     EXPECT_EQ(number_of<float>("0." + std::string(60, '0') + "1"), 0.0F);
@@ -46,7 +46,7 @@ TEST(ParseNumber, makes_zero_of_what_is_too_small)
     EXPECT_EQ(number_of<float>("1234567.5e-60"), 0.0F);
 }
 
-TEST(ParseNumber, makes_infinity_of_what_is_too_large)
+TEST(ParseNumber, MakesInfinityOfWhatIsTooLarge)
 {
     float const infinite = std::numeric_limits<float>::infinity();
     EXPECT_EQ(number_of<float>("1e60"), infinite);
@@ -58,7 +58,7 @@ TEST(ParseNumber, makes_infinity_of_what_is_too_large)
     EXPECT_EQ(number_of<double>("1e99999999999999999999"), std::numeric_limits<double>::infinity());
 }
 
-TEST(FirstNumber, is_the_first_run_of_digits_without_its_sign)
+TEST(FirstNumber, IsTheFirstRunOfDigitsWithoutItsSign)
 {
     auto const found = first_number("frame-007_12.txt");
     ASSERT_TRUE(found);
@@ -66,7 +66,7 @@ TEST(FirstNumber, is_the_first_run_of_digits_without_its_sign)
     EXPECT_EQ(found->digits, "007");
 }
 
-TEST(FirstNumber, is_the_largest_integer_where_the_digits_make_a_larger_one)
+TEST(FirstNumber, IsTheLargestIntegerWhereTheDigitsMakeALargerOne)
 {
     EXPECT_EQ(first_number("2147483646")->value, 2147483646);
     auto const found = first_number("x99999999999999999999y");
@@ -75,7 +75,7 @@ TEST(FirstNumber, is_the_largest_integer_where_the_digits_make_a_larger_one)
     EXPECT_EQ(found->digits, "99999999999999999999");
 }
 
-TEST(FirstNumber, is_not_there_without_a_digit)
+TEST(FirstNumber, IsNotThereWithoutADigit)
 {
     EXPECT_FALSE(first_number(""));
     EXPECT_FALSE(first_number("frame.txt"));

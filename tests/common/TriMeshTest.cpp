@@ -91,7 +91,7 @@ TriMesh grid_with_attributes()
 
 } // namespace
 
-TEST(TriMesh, cleared_mesh_can_be_filled_again_with_its_properties_in_step)
+TEST(TriMesh, ClearedMeshCanBeFilledAgainWithItsPropertiesInStep)
 {
     TriMesh mesh = grid(3, 3);
     OpenMesh::VPropHandleT<int> vertex_property;
@@ -121,7 +121,7 @@ TEST(TriMesh, cleared_mesh_can_be_filled_again_with_its_properties_in_step)
     mesh.clear();
 }
 
-TEST(TriMesh, copies_are_deep)
+TEST(TriMesh, CopiesAreDeep)
 {
     TriMesh mesh = grid(2, 2);
     OpenMesh::VPropHandleT<int> property;
@@ -138,7 +138,7 @@ TEST(TriMesh, copies_are_deep)
     EXPECT_EQ(copy.n_vertices() + 1, mesh.n_vertices());
 }
 
-TEST(TriMesh, can_be_assigned_to_itself)
+TEST(TriMesh, CanBeAssignedToItself)
 {
     TriMesh mesh = grid(2, 2);
     TriMesh const before = mesh;
@@ -147,7 +147,7 @@ TEST(TriMesh, can_be_assigned_to_itself)
     expect_same(mesh, before);
 }
 
-TEST(TriMesh, lives_in_a_vector)
+TEST(TriMesh, LivesInAVector)
 {
     std::vector<TriMesh> meshes;
     for (int i = 1; i < 10; ++i)
@@ -162,7 +162,7 @@ TEST(TriMesh, lives_in_a_vector)
     expect_same(meshes[3], grid(5, 1));
 }
 
-TEST(TriMesh, squeeze_without_status_changes_nothing)
+TEST(TriMesh, SqueezeWithoutStatusChangesNothing)
 {
     TriMesh mesh = grid(3, 3);
     TriMesh const before = mesh;
@@ -175,7 +175,7 @@ TEST(TriMesh, squeeze_without_status_changes_nothing)
     EXPECT_EQ(empty.n_vertices(), 0U);
 }
 
-TEST(TriMesh, squeeze_with_some_status_and_nothing_deleted_changes_nothing)
+TEST(TriMesh, SqueezeWithSomeStatusAndNothingDeletedChangesNothing)
 {
     TriMesh mesh = grid(3, 3);
     TriMesh const before = mesh;
@@ -186,7 +186,7 @@ TEST(TriMesh, squeeze_with_some_status_and_nothing_deleted_changes_nothing)
     expect_same(mesh, before);
 }
 
-TEST(TriMesh, squeeze_with_status_of_vertices_alone_fills_their_gaps_from_the_end)
+TEST(TriMesh, SqueezeWithStatusOfVerticesAloneFillsTheirGapsFromTheEnd)
 {
     TriMesh mesh = grid(2, 2);
     for (int i = 0; i < 3; ++i)
@@ -204,7 +204,7 @@ TEST(TriMesh, squeeze_with_status_of_vertices_alone_fills_their_gaps_from_the_en
     EXPECT_TRUE(mesh.is_legal());
 }
 
-TEST(TriMesh, squeeze_removes_what_is_marked_deleted)
+TEST(TriMesh, SqueezeRemovesWhatIsMarkedDeleted)
 {
     TriMesh mesh = grid(3, 3);
     request_status(mesh);
@@ -219,7 +219,7 @@ TEST(TriMesh, squeeze_removes_what_is_marked_deleted)
     EXPECT_TRUE(mesh.has_vertex_status());
 }
 
-TEST(TriMesh, bounding_box_leaves_out_what_is_not_finite)
+TEST(TriMesh, BoundingBoxLeavesOutWhatIsNotFinite)
 {
     TriMesh mesh = grid(2, 3);
     mesh.add_vertex({NOT_A_NUMBER, 50, 50});
@@ -232,7 +232,7 @@ TEST(TriMesh, bounding_box_leaves_out_what_is_not_finite)
     EXPECT_EQ(max, Vector3f(0, 0, 0));
 }
 
-TEST(TriMesh, legal_meshes_stay_as_they_are_when_repaired)
+TEST(TriMesh, LegalMeshesStayAsTheyAreWhenRepaired)
 {
     for (TriMesh mesh :
          {TriMesh(), grid(3, 3), tetrahedron(), pinched_pair(), bow_tie(), sphere(1)})
@@ -245,7 +245,7 @@ TEST(TriMesh, legal_meshes_stay_as_they_are_when_repaired)
     }
 }
 
-TEST(TriMesh, vertex_that_is_not_finite_goes_with_its_faces)
+TEST(TriMesh, VertexThatIsNotFiniteGoesWithItsFaces)
 {
     TriMesh mesh = grid(3, 3);
     mesh.set_point(vh(0), {0, NOT_A_NUMBER, 0}); // a corner with two faces
@@ -258,7 +258,7 @@ TEST(TriMesh, vertex_that_is_not_finite_goes_with_its_faces)
     EXPECT_FALSE(mesh.has_vertex_status());
 }
 
-TEST(TriMesh, broken_links_are_seen_and_repaired)
+TEST(TriMesh, BrokenLinksAreSeenAndRepaired)
 {
     auto const expect_repaired = [](TriMesh mesh, size_t least_faces)
     {
@@ -288,7 +288,7 @@ TEST(TriMesh, broken_links_are_seen_and_repaired)
     expect_repaired(mesh, 16);
 }
 
-TEST(TriMesh, vertex_of_a_face_that_passes_for_isolated_is_seen_and_repaired)
+TEST(TriMesh, VertexOfAFaceThatPassesForIsolatedIsSeenAndRepaired)
 {
     TriMesh mesh = lone_triangle();
     mesh.set_isolated(vh(0));
@@ -300,7 +300,7 @@ TEST(TriMesh, vertex_of_a_face_that_passes_for_isolated_is_seen_and_repaired)
     EXPECT_EQ(mesh.n_faces(), 1U);
 }
 
-TEST(TriMesh, repair_of_broken_links_keeps_vertices_and_their_properties)
+TEST(TriMesh, RepairOfBrokenLinksKeepsVerticesAndTheirProperties)
 {
     TriMesh mesh = grid(3, 3);
     OpenMesh::VPropHandleT<int> property;
@@ -313,7 +313,7 @@ TEST(TriMesh, repair_of_broken_links_keeps_vertices_and_their_properties)
     EXPECT_EQ(points(mesh), points(grid(3, 3)));
 }
 
-TEST(TriMesh, reserved_arrays_do_not_move)
+TEST(TriMesh, ReservedArraysDoNotMove)
 {
     TriMesh mesh = grid(2, 2);
     mesh.reserve_more(10, 20, 10);
@@ -325,7 +325,7 @@ TEST(TriMesh, reserved_arrays_do_not_move)
     EXPECT_EQ(mesh.points(), before);
 }
 
-TEST(TriMeshSwap, brings_links_points_and_attributes_back)
+TEST(TriMeshSwap, BringsLinksPointsAndAttributesBack)
 {
     TriMesh mesh = grid_with_attributes();
     delete_face(mesh, 3, true); // marked only: it stays until the mesh is squeezed
@@ -369,7 +369,7 @@ TEST(TriMeshSwap, brings_links_points_and_attributes_back)
     EXPECT_TRUE(mesh.is_legal());
 }
 
-TEST(TriMeshSwap, keeps_the_requests_balanced)
+TEST(TriMeshSwap, KeepsTheRequestsBalanced)
 {
     TriMesh mesh = grid(2, 2);
     mesh.request_vertex_normals();
@@ -383,7 +383,7 @@ TEST(TriMeshSwap, keeps_the_requests_balanced)
     EXPECT_FALSE(mesh.has_vertex_status());
 }
 
-TEST(TriMeshSwap, properties_of_the_host_keep_handles_and_values)
+TEST(TriMeshSwap, PropertiesOfTheHostKeepHandlesAndValues)
 {
     TriMesh mesh = grid(2, 2);
     OpenMesh::VPropHandleT<std::string> names;
@@ -407,7 +407,7 @@ TEST(TriMeshSwap, properties_of_the_host_keep_handles_and_values)
     EXPECT_EQ(mesh.property(version), 4);
 }
 
-TEST(TriMeshSwap, mesh_without_elements_can_be_swapped)
+TEST(TriMeshSwap, MeshWithoutElementsCanBeSwapped)
 {
     TriMesh mesh;
     EXPECT_EQ(mesh.swap_out_data(), 0);
@@ -423,7 +423,7 @@ TEST(TriMeshSwap, mesh_without_elements_can_be_swapped)
     EXPECT_EQ(mesh.point(vh(4)), Vector3f(0, 0, 4));
 }
 
-TEST(TriMeshSwap, missing_or_damaged_file_gives_an_empty_mesh_that_can_be_used)
+TEST(TriMeshSwap, MissingOrDamagedFileGivesAnEmptyMeshThatCanBeUsed)
 {
     TriMesh const original = lone_triangle();
     for (size_t i = 0;; ++i)
@@ -451,7 +451,7 @@ TEST(TriMeshSwap, missing_or_damaged_file_gives_an_empty_mesh_that_can_be_used)
     }
 }
 
-TEST(TriMeshSwap, copy_of_a_swapped_mesh_brings_the_same_data_back)
+TEST(TriMeshSwap, CopyOfASwappedMeshBringsTheSameDataBack)
 {
     TriMesh mesh = grid_with_attributes();
     OpenMesh::VPropHandleT<int> property;
@@ -473,7 +473,7 @@ TEST(TriMeshSwap, copy_of_a_swapped_mesh_brings_the_same_data_back)
     }
 }
 
-TEST(TriMeshSwap, growing_vector_keeps_swapped_meshes)
+TEST(TriMeshSwap, GrowingVectorKeepsSwappedMeshes)
 {
     std::vector<TriMesh> meshes;
     for (int i = 1; i < 9; ++i)

@@ -522,12 +522,10 @@ TEST(ImageIo, PrintColoursAreRefused)
     EXPECT_EQ(code_of(jpeg_with_channels(8, 8, 4, false, Bytes(256, 90))), 2);
 }
 
-TEST(ImageIo, RealJpegSurvivesBothFormats)
+using ImageIoRealData = veld_test::RealData;
+
+TEST_F(ImageIoRealData, JpegSurvivesBothFormats)
 {
-    if (veld_test::without_real_data())
-    {
-        return;
-    }
     RgbImage photo;
     ASSERT_EQ(read_rgb_image(veld_test::real_data("photos_castle/00000.jpg"), photo), 0);
     EXPECT_GT(photo.width(), 500);
@@ -539,12 +537,8 @@ TEST(ImageIo, RealJpegSurvivesBothFormats)
     EXPECT_TRUE(same(photo, back));
 }
 
-TEST(ImageIo, RealPngAgreesWithTheLibrarysOwnReading)
+TEST_F(ImageIoRealData, PngAgreesWithTheLibrarysOwnReading)
 {
-    if (veld_test::without_real_data())
-    {
-        return;
-    }
     std::string const path = veld_test::real_data("photos_temple_ring/templeSR0001.png");
     RgbImage photo;
     ASSERT_EQ(read_rgb_image(path, photo), 0);
@@ -558,12 +552,8 @@ TEST(ImageIo, RealPngAgreesWithTheLibrarysOwnReading)
     EXPECT_TRUE(std::equal(pixels.begin(), pixels.end(), photo.data()));
 }
 
-TEST(ImageIo, RealDepthImageOfSixteenBitsIsRead)
+TEST_F(ImageIoRealData, DepthImageOfSixteenBitsIsRead)
 {
-    if (veld_test::without_real_data())
-    {
-        return;
-    }
     RgbImage depth;
     ASSERT_EQ(read_rgb_image(veld_test::real_data("rgbd_room/frame-000000.depth.png"), depth), 0);
     EXPECT_EQ(depth.width(), 640);
@@ -624,12 +614,10 @@ TEST(DepthImages, MissingForeignAndCutOffFiles)
     EXPECT_EQ(depth_code_of(PngFile(16000, 16000, 16, 0).finish(Bytes(100, 0)), image), 2);
 }
 
-TEST(DepthImages, RealOneAgreesWithTheLibrarysOwnReading)
+using DepthImagesRealData = veld_test::RealData;
+
+TEST_F(DepthImagesRealData, ReadingAgreesWithTheLibrarysOwnReading)
 {
-    if (veld_test::without_real_data())
-    {
-        return;
-    }
     std::string const path = veld_test::real_data("rgbd_room/frame-000000.depth.png");
     DepthImage depth;
     ASSERT_EQ(read_depth_image(path, depth), 0);

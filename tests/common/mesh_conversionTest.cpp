@@ -52,7 +52,7 @@ std::array<int, 3> turned(std::array<int, 3> face)
 
 } // namespace
 
-TEST(ConvertToTriMesh, keeps_order_and_carries_normals_and_colours)
+TEST(ConvertToTriMesh, KeepsOrderAndCarriesNormalsAndColours)
 {
     TriMesh mesh;
     EXPECT_EQ(BaseTriMesh_convert_to_TriMesh(square(), mesh), 0U);
@@ -68,7 +68,7 @@ TEST(ConvertToTriMesh, keeps_order_and_carries_normals_and_colours)
     EXPECT_TRUE(mesh.is_legal());
 }
 
-TEST(ConvertToTriMesh, requests_only_what_the_source_has)
+TEST(ConvertToTriMesh, RequestsOnlyWhatTheSourceHas)
 {
     BaseTriMesh source = square();
     source.disable_vNormal();
@@ -80,7 +80,7 @@ TEST(ConvertToTriMesh, requests_only_what_the_source_has)
     EXPECT_FALSE(mesh.has_vertex_status() || mesh.has_face_status());
 }
 
-TEST(ConvertToTriMesh, replaces_what_was_there_and_keeps_requests_balanced)
+TEST(ConvertToTriMesh, ReplacesWhatWasThereAndKeepsRequestsBalanced)
 {
     TriMesh mesh = grid(5, 5);
     mesh.request_vertex_normals();
@@ -94,7 +94,7 @@ TEST(ConvertToTriMesh, replaces_what_was_there_and_keeps_requests_balanced)
     EXPECT_FALSE(mesh.has_vertex_normals());
 }
 
-TEST(ConvertToTriMesh, faces_that_the_mesh_cannot_hold_are_left_out_and_counted)
+TEST(ConvertToTriMesh, FacesThatTheMeshCannotHoldAreLeftOutAndCounted)
 {
     BaseTriMesh source = square();
     source.disable_fNormal();
@@ -116,7 +116,7 @@ TEST(ConvertToTriMesh, faces_that_the_mesh_cannot_hold_are_left_out_and_counted)
     EXPECT_TRUE(mesh.is_legal());
 }
 
-TEST(ConvertToTriMesh, channels_of_a_wrong_length_do_no_harm)
+TEST(ConvertToTriMesh, ChannelsOfAWrongLengthDoNoHarm)
 {
     BaseTriMesh source = square();
     source.vNrv.resize(1);
@@ -129,7 +129,7 @@ TEST(ConvertToTriMesh, channels_of_a_wrong_length_do_no_harm)
     EXPECT_EQ(mesh.color(vh(0)), Vector3f(0, 0, 0));
 }
 
-TEST(ConvertToTriMesh, empty_mesh_stays_empty)
+TEST(ConvertToTriMesh, EmptyMeshStaysEmpty)
 {
     TriMesh mesh = grid(2, 2);
     EXPECT_EQ(BaseTriMesh_convert_to_TriMesh(BaseTriMesh(), mesh), 0U);
@@ -140,7 +140,7 @@ TEST(ConvertToTriMesh, empty_mesh_stays_empty)
     EXPECT_FALSE(array.has_vNormal || array.has_vColor || array.has_fNormal);
 }
 
-TEST(ConvertToBaseTriMesh, keeps_order_and_carries_normals_and_colours)
+TEST(ConvertToBaseTriMesh, KeepsOrderAndCarriesNormalsAndColours)
 {
     TriMesh mesh;
     BaseTriMesh_convert_to_TriMesh(square(), mesh);
@@ -158,7 +158,7 @@ TEST(ConvertToBaseTriMesh, keeps_order_and_carries_normals_and_colours)
     EXPECT_TRUE(array.is_legal());
 }
 
-TEST(ConvertToBaseTriMesh, leaves_out_what_is_marked_deleted)
+TEST(ConvertToBaseTriMesh, LeavesOutWhatIsMarkedDeleted)
 {
     TriMesh mesh = grid(3, 3);
     mesh.request_vertex_status();
@@ -176,7 +176,7 @@ TEST(ConvertToBaseTriMesh, leaves_out_what_is_marked_deleted)
     EXPECT_EQ(mesh.n_faces(), 18U) << "the source is as it was";
 }
 
-TEST(ConvertToBaseTriMesh, there_and_back_gives_the_same_mesh)
+TEST(ConvertToBaseTriMesh, ThereAndBackGivesTheSameMesh)
 {
     for (TriMesh const& mesh : {tetrahedron(), pinched_pair(), bow_tie(), sphere(2)})
     {

@@ -297,27 +297,27 @@ void expect_errors(std::vector<Damaged> const& files)
     }
 }
 
-TEST(DamagedMesh, ply_is_refused_with_its_reason)
+TEST(DamagedMesh, PlyIsRefusedWithItsReason)
 {
     expect_errors(damaged_plys());
 }
 
-TEST(DamagedMesh, stl_is_refused_with_its_reason)
+TEST(DamagedMesh, StlIsRefusedWithItsReason)
 {
     expect_errors(damaged_stls());
 }
 
-TEST(DamagedMesh, obj_is_refused_with_its_reason)
+TEST(DamagedMesh, ObjIsRefusedWithItsReason)
 {
     expect_errors(damaged_objs());
 }
 
-TEST(DamagedMesh, off_is_refused_with_its_reason)
+TEST(DamagedMesh, OffIsRefusedWithItsReason)
 {
     expect_errors(damaged_offs());
 }
 
-TEST(DamagedMesh, om_is_refused_with_its_reason)
+TEST(DamagedMesh, OmIsRefusedWithItsReason)
 {
     expect_errors(damaged_oms());
 }
@@ -357,7 +357,7 @@ std::vector<std::size_t> silent_cuts(std::string const& name, std::string const&
     return cuts;
 }
 
-TEST(CutMesh, is_always_noticed_in_binary_files)
+TEST(CutMesh, IsAlwaysNoticedInBinaryFiles)
 {
     EXPECT_THAT(silent_cuts("a.ply", written(".ply")), testing::IsEmpty());
     EXPECT_THAT(silent_cuts("a.stl", written(".stl")), testing::IsEmpty());
@@ -366,7 +366,7 @@ TEST(CutMesh, is_always_noticed_in_binary_files)
 
 /// The last number may lose digits and still be one: text cannot tell. Here it is 12 and loses its
 /// line end, then its 2.
-TEST(CutMesh, is_noticed_in_text_but_for_the_last_digit)
+TEST(CutMesh, IsNoticedInTextButForTheLastDigit)
 {
     std::string body;
     for (int i = 0; i < 13; ++i)
@@ -381,7 +381,7 @@ TEST(CutMesh, is_noticed_in_text_but_for_the_last_digit)
 }
 
 /// A text STL ends with the name of its solid, which may be missing.
-TEST(CutMesh, is_noticed_in_text_stl_before_its_last_word)
+TEST(CutMesh, IsNoticedInTextStlBeforeItsLastWord)
 {
     std::string const text = "solid a\n" + facet + facet + "endsolid a\n";
     EXPECT_THAT(silent_cuts("a.stl", text),
@@ -389,7 +389,7 @@ TEST(CutMesh, is_noticed_in_text_stl_before_its_last_word)
 }
 
 /// OBJ declares no counts: what is there is a mesh at every line's end. Only cut lines are noticed.
-TEST(CutMesh, gives_fewer_elements_in_obj)
+TEST(CutMesh, GivesFewerElementsInObj)
 {
     std::string const text = "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
     EXPECT_THAT(silent_cuts("a.obj", text), testing::ElementsAre(7, 8, 15, 16, 23, 24, 31));
@@ -420,31 +420,31 @@ void read_with_changed_bytes(std::string const& name, std::string const& content
     }
 }
 
-TEST(ChangedMesh, never_harms_as_ply)
+TEST(ChangedMesh, NeverHarmsAsPly)
 {
     read_with_changed_bytes("a.ply", written(".ply"));
     read_with_changed_bytes("a.ply", ply(triangle + "3 0 1 2\n"));
 }
 
-TEST(ChangedMesh, never_harms_as_stl)
+TEST(ChangedMesh, NeverHarmsAsStl)
 {
     read_with_changed_bytes("a.stl", written(".stl"));
     read_with_changed_bytes("a.stl", "solid a\n" + facet + "endsolid a\n");
 }
 
-TEST(ChangedMesh, never_harms_as_obj)
+TEST(ChangedMesh, NeverHarmsAsObj)
 {
     read_with_changed_bytes("a.obj", written(".obj"));
 }
 
-TEST(ChangedMesh, never_harms_as_off)
+TEST(ChangedMesh, NeverHarmsAsOff)
 {
     read_with_changed_bytes("a.off", written(".off"));
     read_with_changed_bytes("a.off", "COFF BINARY\n" + bytes(3U) + bytes(1U) + bytes(0U) +
                                          std::string(72, '\1') + bytes(3U) + corners(0, 1, 2));
 }
 
-TEST(ChangedMesh, never_harms_as_om)
+TEST(ChangedMesh, NeverHarmsAsOm)
 {
     read_with_changed_bytes("a.om", written(".om"));
 }

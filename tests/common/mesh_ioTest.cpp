@@ -91,7 +91,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Formats, RoundTrip, testing::Values(".ply", ".obj", ".off", ".om"));
 
-TEST_P(RoundTrip, keeps_every_bit_of_positions_and_normals)
+TEST_P(RoundTrip, KeepsEveryBitOfPositionsAndNormals)
 {
     auto const mesh = rich_mesh();
     auto const back = written_and_read(mesh);
@@ -103,13 +103,13 @@ TEST_P(RoundTrip, keeps_every_bit_of_positions_and_normals)
     }
 }
 
-TEST_P(RoundTrip, keeps_faces_with_their_order_and_first_corner)
+TEST_P(RoundTrip, KeepsFacesWithTheirOrderAndFirstCorner)
 {
     auto const mesh = rich_mesh();
     EXPECT_EQ(corners_of(written_and_read(mesh)), corners_of(mesh));
 }
 
-TEST_P(RoundTrip, keeps_colours_that_bytes_can_hold)
+TEST_P(RoundTrip, KeepsColoursThatBytesCanHold)
 {
     auto const mesh = rich_mesh();
     auto const back = written_and_read(mesh);
@@ -120,7 +120,7 @@ TEST_P(RoundTrip, keeps_colours_that_bytes_can_hold)
     }
 }
 
-TEST_P(RoundTrip, adds_no_attribute_that_the_mesh_lacks)
+TEST_P(RoundTrip, AddsNoAttributeThatTheMeshLacks)
 {
     auto const back = written_and_read(veld_test::tetrahedron());
     EXPECT_FALSE(back.has_vertex_normals());
@@ -128,7 +128,7 @@ TEST_P(RoundTrip, adds_no_attribute_that_the_mesh_lacks)
     EXPECT_FALSE(back.has_vertex_status());
 }
 
-TEST_P(RoundTrip, keeps_a_point_cloud)
+TEST_P(RoundTrip, KeepsAPointCloud)
 {
     TriMesh mesh;
     mesh.add_vertex(Vector3f(1, 2, 3));
@@ -138,7 +138,7 @@ TEST_P(RoundTrip, keeps_a_point_cloud)
     EXPECT_EQ(back.n_faces(), 0U);
 }
 
-TEST_P(RoundTrip, makes_bytes_of_colours_beyond_the_range)
+TEST_P(RoundTrip, MakesBytesOfColoursBeyondTheRange)
 {
     auto mesh = veld_test::lone_triangle();
     mesh.request_vertex_colors();
@@ -162,7 +162,7 @@ class AnyFormat : public RoundTrip
 INSTANTIATE_TEST_SUITE_P(Formats, AnyFormat,
                          testing::Values(".ply", ".stl", ".obj", ".off", ".om"));
 
-TEST_P(AnyFormat, leaves_deleted_elements_out_and_the_mesh_as_it_is)
+TEST_P(AnyFormat, LeavesDeletedElementsOutAndTheMeshAsItIs)
 {
     auto mesh = veld_test::grid(2, 2);
     mesh.request_vertex_status();
@@ -177,7 +177,7 @@ TEST_P(AnyFormat, leaves_deleted_elements_out_and_the_mesh_as_it_is)
     EXPECT_TRUE(mesh.status(vh(0)).deleted());
 }
 
-TEST_P(AnyFormat, takes_the_extension_in_any_case)
+TEST_P(AnyFormat, TakesTheExtensionInAnyCase)
 {
     auto upper = GetParam();
     std::transform(upper.begin(), upper.end(), upper.begin(),
@@ -190,7 +190,7 @@ TEST_P(AnyFormat, takes_the_extension_in_any_case)
     EXPECT_EQ(result.mesh.n_faces(), 4U);
 }
 
-TEST_P(AnyFormat, replaces_what_the_mesh_held)
+TEST_P(AnyFormat, ReplacesWhatTheMeshHeld)
 {
     std::string error;
     ASSERT_TRUE(write_mesh(file(), veld_test::lone_triangle(), error)) << error;
@@ -206,7 +206,7 @@ TEST_P(AnyFormat, replaces_what_the_mesh_held)
     EXPECT_EQ(report.error, "");
 }
 
-TEST_P(AnyFormat, writes_the_same_bytes_each_time_and_nothing_beside)
+TEST_P(AnyFormat, WritesTheSameBytesEachTimeAndNothingBeside)
 {
     auto const mesh = rich_mesh();
     std::string error;
@@ -218,7 +218,7 @@ TEST_P(AnyFormat, writes_the_same_bytes_each_time_and_nothing_beside)
     EXPECT_EQ(std::distance(begin(files), end(files)), 1);
 }
 
-TEST_P(AnyFormat, is_silent)
+TEST_P(AnyFormat, IsSilent)
 {
     omlog().enable();
     omerr().enable();
@@ -233,7 +233,7 @@ TEST_P(AnyFormat, is_silent)
     EXPECT_TRUE(omerr().is_enabled());
 }
 
-TEST_P(AnyFormat, refuses_a_target_that_cannot_be_written)
+TEST_P(AnyFormat, RefusesATargetThatCannotBeWritten)
 {
     auto const mesh = veld_test::lone_triangle();
     std::string error;
@@ -247,7 +247,7 @@ TEST_P(AnyFormat, refuses_a_target_that_cannot_be_written)
     EXPECT_EQ(std::distance(begin(files), end(files)), 1);
 }
 
-TEST_P(AnyFormat, refuses_what_is_no_file_with_content)
+TEST_P(AnyFormat, RefusesWhatIsNoFileWithContent)
 {
     EXPECT_EQ(read_path(file()).report.error, file() + ": no such file");
     write_file(file(), "");
@@ -257,7 +257,7 @@ TEST_P(AnyFormat, refuses_what_is_no_file_with_content)
     EXPECT_EQ(read_path(file()).report.error, file() + ": is a directory");
 }
 
-TEST(MeshIo, refuses_an_unknown_extension_by_naming_the_known)
+TEST(MeshIo, RefusesAnUnknownExtensionByNamingTheKnown)
 {
     TempDir const directory;
     std::string const known = ": unknown mesh format (known: .ply .stl .obj .off .om)";
@@ -273,7 +273,7 @@ TEST(MeshIo, refuses_an_unknown_extension_by_naming_the_known)
     }
 }
 
-TEST(MeshIo, writes_no_empty_file_of_a_mesh_that_is_swapped_out)
+TEST(MeshIo, WritesNoEmptyFileOfAMeshThatIsSwappedOut)
 {
     TempDir const directory;
     auto mesh = veld_test::lone_triangle();
@@ -285,12 +285,12 @@ TEST(MeshIo, writes_no_empty_file_of_a_mesh_that_is_swapped_out)
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST(MeshIo, keeps_an_error_on_one_line)
+TEST(MeshIo, KeepsAnErrorOnOneLine)
 {
     EXPECT_EQ(read_path("no\nsuch\x1b[1m.ply").report.error, "no?such?[1m.ply: no such file");
 }
 
-TEST(MeshIo, writes_no_om_file_whose_indices_would_be_cut_off)
+TEST(MeshIo, WritesNoOmFileWhoseIndicesWouldBeCutOff)
 {
     TriMesh mesh;
     for (int i = 0; i < 303; ++i)
@@ -311,7 +311,7 @@ TEST(MeshIo, writes_no_om_file_whose_indices_would_be_cut_off)
 
 // PLY.
 
-TEST(ReadPly, takes_any_type_property_and_element)
+TEST(ReadPly, TakesAnyTypePropertyAndElement)
 {
     auto const result = read_content("a.ply", "ply\r\n"
                                               "format ascii 1.0\r\n"
@@ -348,7 +348,7 @@ TEST(ReadPly, takes_any_type_property_and_element)
     EXPECT_THAT(corners_of(result.mesh), testing::ElementsAre(std::array<int, 3>{2, 0, 1}));
 }
 
-TEST(ReadPly, takes_big_endian_with_every_type)
+TEST(ReadPly, TakesBigEndianWithEveryType)
 {
     std::string content = "ply\nformat binary_big_endian 1.0\nelement vertex 3\nproperty double x\n"
                           "property float y\nproperty short z\nproperty ushort a\nproperty char b\n"
@@ -373,7 +373,7 @@ TEST(ReadPly, takes_big_endian_with_every_type)
     EXPECT_EQ(result.mesh.n_faces(), 1U);
 }
 
-TEST(ReadPly, scales_byte_colours_and_leaves_float_colours)
+TEST(ReadPly, ScalesByteColoursAndLeavesFloatColours)
 {
     std::string const head = "ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\n"
                              "property float y\nproperty float z\n";
@@ -394,7 +394,7 @@ TEST(ReadPly, scales_byte_colours_and_leaves_float_colours)
     EXPECT_TRUE(as_words.mesh.color(vh(0)).isApprox(Vector3f(1, 0.2F, 0)));
 }
 
-TEST(ReadPly, takes_vertices_behind_the_faces)
+TEST(ReadPly, TakesVerticesBehindTheFaces)
 {
     auto const result =
         read_content("a.ply", "ply\nformat ascii 1.0\nelement face 1\n"
@@ -413,7 +413,7 @@ std::string ascii_facet(std::string const& a, std::string const& b, std::string 
            c + "\n endloop\nendfacet\n";
 }
 
-TEST(ReadStl, makes_a_vertex_of_each_position_in_the_order_of_first_use)
+TEST(ReadStl, MakesAVertexOfEachPositionInTheOrderOfFirstUse)
 {
     auto const result =
         read_content("a.stl", "solid thing\n" + ascii_facet("5 0 0", "1 0 0", "3 1 0") +
@@ -426,7 +426,7 @@ TEST(ReadStl, makes_a_vertex_of_each_position_in_the_order_of_first_use)
                 testing::ElementsAre(std::array<int, 3>{0, 1, 2}, std::array<int, 3>{2, 1, 3}));
 }
 
-TEST(ReadStl, keeps_positions_apart_that_differ_in_one_bit)
+TEST(ReadStl, KeepsPositionsApartThatDifferInOneBit)
 {
     auto const result =
         read_content("a.stl", "solid\n" + ascii_facet("0 0 0", "1 0 0", "0 1 0") +
@@ -435,7 +435,7 @@ TEST(ReadStl, keeps_positions_apart_that_differ_in_one_bit)
     EXPECT_EQ(result.mesh.n_vertices(), 4U);
 }
 
-TEST(ReadStl, leaves_a_repeated_face_and_a_face_without_area_out)
+TEST(ReadStl, LeavesARepeatedFaceAndAFaceWithoutAreaOut)
 {
     auto const face = ascii_facet("0 0 0", "1 0 0", "0 1 0");
     auto const result = read_content(
@@ -445,7 +445,7 @@ TEST(ReadStl, leaves_a_repeated_face_and_a_face_without_area_out)
     EXPECT_EQ(result.report.faces_left_out, 2U);
 }
 
-TEST(ReadStl, takes_capitals_and_several_solids)
+TEST(ReadStl, TakesCapitalsAndSeveralSolids)
 {
     auto const result =
         read_content("a.stl", "SOLID a\nendsolid a\nSolid b\n" +
@@ -454,7 +454,7 @@ TEST(ReadStl, takes_capitals_and_several_solids)
     EXPECT_EQ(result.mesh.n_faces(), 1U);
 }
 
-TEST(ReadStl, takes_a_binary_file_that_begins_as_a_text_does)
+TEST(ReadStl, TakesABinaryFileThatBeginsAsATextDoes)
 {
     std::string content = "solid, but binary";
     content.resize(80, ' ');
@@ -470,7 +470,7 @@ TEST(ReadStl, takes_a_binary_file_that_begins_as_a_text_does)
                 testing::ElementsAre(Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0)));
 }
 
-TEST(ReadStl, brings_a_written_mesh_back_without_loose_vertices)
+TEST(ReadStl, BringsAWrittenMeshBackWithoutLooseVertices)
 {
     auto const mesh = rich_mesh();
     TempDir const directory;
@@ -495,7 +495,7 @@ TEST(ReadStl, brings_a_written_mesh_back_without_loose_vertices)
 
 // OBJ.
 
-TEST(ReadObj, takes_all_forms_of_corners)
+TEST(ReadObj, TakesAllFormsOfCorners)
 {
     auto const result = read_content("a.obj", "# by hand\nmtllib a.mtl\no thing\n"
                                               "v 0 0 0\nv 1 0 0 1.0\nv 0 1 0\nv 1 1 0 # far\n"
@@ -513,7 +513,7 @@ TEST(ReadObj, takes_all_forms_of_corners)
     EXPECT_FALSE(result.mesh.has_vertex_colors());
 }
 
-TEST(ReadObj, takes_colours_as_floats_and_as_bytes)
+TEST(ReadObj, TakesColoursAsFloatsAndAsBytes)
 {
     auto const floats = read_content("a.obj", "v 0 0 0 1 0.5 0\nv 1 0 0 0 0 0.25\n");
     ASSERT_TRUE(floats.ok) << floats.error;
@@ -527,7 +527,7 @@ TEST(ReadObj, takes_colours_as_floats_and_as_bytes)
     EXPECT_FALSE(some.mesh.has_vertex_colors());
 }
 
-TEST(ReadMesh, sets_normals_and_colours_that_are_not_finite_to_zero)
+TEST(ReadMesh, SetsNormalsAndColoursThatAreNotFiniteToZero)
 {
     auto const obj = read_content("a.obj", "v 0 0 0 nan 0 1\nv 1 0 0 1 0.5 0\nv 0 1 0 0 0 0\n"
                                            "vn 0 inf 0\nvn 0 0 1\nvn 0 nan 1\n"
@@ -561,7 +561,7 @@ TEST(ReadMesh, sets_normals_and_colours_that_are_not_finite_to_zero)
 
 // OFF.
 
-TEST(ReadOff, takes_comments_and_counts_in_the_first_line)
+TEST(ReadOff, TakesCommentsAndCountsInTheFirstLine)
 {
     auto const result = read_content("a.off", "# by hand\nOFF 3 1 0 # counts\n\n0 0 0\n# middle\n"
                                               "1 0 0\n0 1 0\n3 0 1 2 255 0 0 # red\n# end\n");
@@ -570,7 +570,7 @@ TEST(ReadOff, takes_comments_and_counts_in_the_first_line)
     EXPECT_EQ(result.mesh.n_faces(), 1U);
 }
 
-TEST(ReadOff, tells_byte_colours_from_floats_by_the_point)
+TEST(ReadOff, TellsByteColoursFromFloatsByThePoint)
 {
     auto const as_bytes =
         read_content("a.off", "COFF\n2 0 0\n0 0 0 255 51 0 255\n1 0 0 1 0 0 255\n");
@@ -582,7 +582,7 @@ TEST(ReadOff, tells_byte_colours_from_floats_by_the_point)
     EXPECT_EQ(floats.mesh.color(vh(1)), Vector3f(0.5F, 0, 0));
 }
 
-TEST(ReadOff, takes_both_binary_layouts)
+TEST(ReadOff, TakesBothBinaryLayouts)
 {
     std::string little = "NOFF BINARY\n";
     std::string big = "NOFF BINARY\n";
@@ -614,7 +614,7 @@ TEST(ReadOff, takes_both_binary_layouts)
 
 // OM.
 
-TEST(ReadOm, passes_over_other_properties)
+TEST(ReadOm, PassesOverOtherProperties)
 {
     auto mesh = veld_test::tetrahedron();
     OpenMesh::VPropHandleT<int> number;
@@ -665,12 +665,10 @@ constexpr RealMesh real_meshes[] = {
     {"meshes_holes/squirrel_sideholes.ply", 10757, 21465, false},
     {"mesh_large/dragon_stand_raw_layers.ply", 468768, 886126, false}};
 
-TEST(RealMeshes, are_read_whole)
+using MeshIoRealData = veld_test::RealData;
+
+TEST_F(MeshIoRealData, IsReadWhole)
 {
-    if (veld_test::without_real_data())
-    {
-        return;
-    }
     for (auto const& expected : real_meshes)
     {
         testing::internal::CaptureStderr();
@@ -685,12 +683,8 @@ TEST(RealMeshes, are_read_whole)
     }
 }
 
-TEST(RealMeshes, come_back_from_every_format)
+TEST_F(MeshIoRealData, ComesBackFromEveryFormat)
 {
-    if (veld_test::without_real_data())
-    {
-        return;
-    }
     auto const scan = read_path(veld_test::real_data("meshes_holes/squirrel_missing_tip.ply"));
     ASSERT_TRUE(scan.ok) << scan.report.error;
     TempDir const directory;

@@ -242,12 +242,10 @@ TEST(RangePly, ChangedBytesDoNoHarm)
     }
 }
 
-TEST(RangePly, RealScansHaveTheirDocumentedSizes)
+using RangePlyRealData = veld_test::RealData;
+
+TEST_F(RangePlyRealData, ScansHaveTheirDocumentedSizes)
 {
-    if (veld_test::without_real_data())
-    {
-        return;
-    }
     struct Scan
     {
         char const* file;

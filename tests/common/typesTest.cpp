@@ -22,21 +22,21 @@ static_assert(std::is_base_of_v<BaseData, TriMesh>);
 static_assert(std::is_same_v<Holes, std::vector<std::vector<OpenMesh::VertexHandle>>>);
 static_assert(std::is_same_v<Verts, std::vector<Vector3f>>);
 
-TEST(RetVal, values_are_fixed)
+TEST(RetVal, ValuesAreFixed)
 {
     EXPECT_EQ(RET_SUCCESS, 0);
     EXPECT_EQ(RET_INVALID_INPUT, 1);
     EXPECT_EQ(RET_FAILED, 2);
 }
 
-TEST(RigidMatrix, new_one_moves_nothing)
+TEST(RigidMatrix, NewOneMovesNothing)
 {
     RigidMatrix const identity;
     EXPECT_EQ(identity * Vector3f(1, 2, 3), Vector3f(1, 2, 3));
     EXPECT_EQ(identity.get_rotation(), Matrix3d(Matrix3d::Identity()));
 }
 
-TEST(RigidMatrix, rotates_points_before_it_moves_them_and_only_rotates_normals)
+TEST(RigidMatrix, RotatesPointsBeforeItMovesThemAndOnlyRotatesNormals)
 {
     RigidMatrix motion;
     Matrix3d quarter_turn;
@@ -50,7 +50,7 @@ TEST(RigidMatrix, rotates_points_before_it_moves_them_and_only_rotates_normals)
     EXPECT_EQ(sizeof(RigidMatrix), 12 * sizeof(double));
 }
 
-TEST(CameraInParam, holds_its_four_numbers_in_order)
+TEST(CameraInParam, HoldsItsFourNumbersInOrder)
 {
     CameraInParam const camera(1, 2, 3, 4);
     EXPECT_EQ(camera.get_fx(), 1);
@@ -60,7 +60,7 @@ TEST(CameraInParam, holds_its_four_numbers_in_order)
     EXPECT_EQ(CameraInParam().get_fx(), 0);
 }
 
-TEST(Image, pixel_begins_at_its_row_and_column)
+TEST(Image, PixelBeginsAtItsRowAndColumn)
 {
     Image<3, unsigned char> image(4, 3);
     EXPECT_EQ(image.pixel(2, 1) - image.data(), (4 * 1 + 2) * 3);
@@ -75,7 +75,7 @@ TEST(Image, pixel_begins_at_its_row_and_column)
     EXPECT_EQ(moved.width(), 4);
 }
 
-TEST(Image, size_that_is_not_positive_has_no_pixels)
+TEST(Image, SizeThatIsNotPositiveHasNoPixels)
 {
     EXPECT_TRUE((Image<3, unsigned char>().empty()));
     EXPECT_TRUE((Image<3, unsigned char>(0, 5).empty()));
@@ -86,7 +86,7 @@ TEST(Image, size_that_is_not_positive_has_no_pixels)
     EXPECT_EQ(copy.data(), nullptr);
 }
 
-TEST(CheckedAccess, throws_with_the_text_that_hosts_know)
+TEST(CheckedAccess, ThrowsWithTheTextThatHostsKnow)
 {
     std::vector<int> values{1, 2};
     detail::at(values, 1) = 5;

@@ -263,7 +263,7 @@ TEST(FindHoles, TimesNoSteps)
     EXPECT_EQ(outline(gLH), "");
 }
 
-TEST(FindHoles, CopiesAndAssignments)
+TEST(FindHoles, CopiesFindTheSameHoles)
 {
     FindHoles const finder;
     FindHoles copy(finder);
@@ -271,4 +271,5 @@ TEST(FindHoles, CopiesAndAssignments)
     TriMesh mesh = lone_triangle();
     Holes holes;
     EXPECT_EQ(copy.find_simple_holes(mesh, holes, false), RET_SUCCESS);
+    EXPECT_EQ(holes.size(), 1U);
 }

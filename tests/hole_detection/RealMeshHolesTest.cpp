@@ -14,15 +14,9 @@ using namespace veld_test;
 namespace
 {
 
-/// Reads a scan. \return false, with a line that says so, where the data is not there
-bool read_scan(std::string const& file, TriMesh& mesh, MeshReadReport& report)
+void read_scan(std::string const& file, TriMesh& mesh, MeshReadReport& report)
 {
-    if (without_real_data())
-    {
-        return false;
-    }
-    EXPECT_TRUE(read_mesh(real_data("meshes_holes/" + file), mesh, report)) << report.error;
-    return true;
+    ASSERT_TRUE(read_mesh(real_data("meshes_holes/" + file), mesh, report)) << report.error;
 }
 
 std::vector<std::string> const SCANS{"b9_mesh.ply",
@@ -48,18 +42,13 @@ std::vector<std::string> const SCANS{"b9_mesh.ply",
 
 } // namespace
 
-class RealMeshHoles : public testing::TestWithParam<std::string>
-{
-};
+using HolesRealData = OnRealData<testing::TestWithParam<std::string>>;
 
-TEST_P(RealMeshHoles, AreSimpleAndMakeUpTheBoundary)
+TEST_P(HolesRealData, AreSimpleAndMakeUpTheBoundary)
 {
     TriMesh mesh;
     MeshReadReport report;
-    if (!read_scan(GetParam(), mesh, report))
-    {
-        return;
-    }
+    ASSERT_NO_FATAL_FAILURE(read_scan(GetParam(), mesh, report));
     Holes holes;
     RetVal const result = FindHolesEx::find_holes(mesh, holes, false);
     EXPECT_EQ(result, holes.empty() ? RET_INVALID_INPUT : RET_SUCCESS);
@@ -69,14 +58,11 @@ TEST_P(RealMeshHoles, AreSimpleAndMakeUpTheBoundary)
     EXPECT_EQ(indices(holes), indices(plain_holes(mesh)));
 }
 
-TEST_P(RealMeshHoles, AreAsManyAsAnIndependentCountTells)
+TEST_P(HolesRealData, AreAsManyAsAnIndependentCountTells)
 {
     TriMesh mesh;
     MeshReadReport report;
-    if (!read_scan(GetParam(), mesh, report))
-    {
-        return;
-    }
+    ASSERT_NO_FATAL_FAILURE(read_scan(GetParam(), mesh, report));
     Holes holes;
     FindHolesEx::find_holes(mesh, holes, false);
     auto const found = static_cast<int>(holes.size());
@@ -93,11 +79,13 @@ TEST_P(RealMeshHoles, AreAsManyAsAnIndependentCountTells)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Scans, RealMeshHoles, testing::ValuesIn(SCANS),
+INSTANTIATE_TEST_SUITE_P(Scans, HolesRealData, testing::ValuesIn(SCANS),
                          [](testing::TestParamInfo<std::string> const& scan)
                          { return scan.param.substr(0, scan.param.size() - 4); });
 
-TEST(RealMeshHolesLengths, AreThoseThatOthersCounted)
+using HoleLengthsRealData = RealData;
+
+TEST_F(HoleLengthsRealData, AreThoseThatOthersCounted)
 {
     // Boundary lengths as a separate program, which knows no halfedges, gave them for these files.
     std::vector<std::pair<std::string, std::vector<std::size_t>>> const known{
@@ -114,10 +102,7 @@ TEST(RealMeshHolesLengths, AreThoseThatOthersCounted)
     {
         TriMesh mesh;
         MeshReadReport report;
-        if (!read_scan(file, mesh, report))
-        {
-            return;
-        }
+        ASSERT_NO_FATAL_FAILURE(read_scan(file, mesh, report));
         Holes holes;
         FindHolesEx::find_holes(mesh, holes, false);
         std::vector<std::size_t> found;

@@ -171,7 +171,7 @@ TEST(BorderFilter, DeletedElementsAreNotTouchedAgain)
     EXPECT_EQ(detail::delete_lone_faces(mesh), 0);
 }
 
-TEST(BorderFilter, EmptyMesh)
+TEST(BorderFilter, NothingGoesFromAnEmptyMesh)
 {
     TriMesh mesh;
     EXPECT_EQ(delete_long(mesh, 0.0, EdgeWalk::ALL), 0);

@@ -809,12 +809,10 @@ TEST(FrameOverlap, TheMeanIsTheSameForAnyNumberOfThreads)
     EXPECT_TRUE(same_bytes(results[0], results[2]));
 }
 
-TEST(FrameOverlap, RealFramesLoseTheirLayersAndNoPlace)
+using FrameOverlapRealData = RealData;
+
+TEST_F(FrameOverlapRealData, FramesLoseTheirLayersAndNoPlace)
 {
-    if (without_real_data())
-    {
-        return;
-    }
     auto const frames = real_bunny_frames();
     ASSERT_EQ(frames.size(), 10U);
     FrameOverlap operation;

@@ -61,13 +61,11 @@ void expect_points_of_frames(Merged const& merged, std::vector<RangeData> const&
     }
 }
 
+using MergeRealData = RealData;
+
 // With all layers, borders lie over other borders and surfaces everywhere.
-TEST(MergeRealData, SameMeshForAnyNumberOfThreadsAndEveryVertexFromItsFrame)
+TEST_F(MergeRealData, SameMeshForAnyNumberOfThreadsAndEveryVertexFromItsFrame)
 {
-    if (without_real_data())
-    {
-        return;
-    }
     auto ranges = real_bunny_frames();
     ASSERT_EQ(ranges.size(), 10U);
     if (is_sanitized)

@@ -119,14 +119,14 @@ void expect_frames_are_right(Result const& result, std::vector<RangeData> const&
     }
 }
 
-class MeshMergeTest : public testing::Test
+class MeshMerging : public testing::Test
 {
     LogCapture log_{false};
 };
 
 // ------------------------------------------------------------------------------------- settings
 
-TEST_F(MeshMergeTest, Defaults)
+TEST_F(MeshMerging, StartsWithTheDocumentedSettings)
 {
     OpenMerge const merger;
     EXPECT_EQ(merger.spacing(), 0.12);
@@ -138,7 +138,7 @@ TEST_F(MeshMergeTest, Defaults)
     EXPECT_FALSE(merger.has_property());
 }
 
-TEST_F(MeshMergeTest, SettersStoreAndCopiesTakeThemOver)
+TEST_F(MeshMerging, SettersStoreAndCopiesTakeThemOver)
 {
     OpenMerge merger;
     merger.set_point_spacing(0.5);
@@ -157,7 +157,7 @@ TEST_F(MeshMergeTest, SettersStoreAndCopiesTakeThemOver)
 }
 
 // The spacing is the object's own: it stays where it is, whatever radius the caller gives.
-TEST_F(MeshMergeTest, MergingChangesNoSettings)
+TEST_F(MeshMerging, MergingChangesNoSettings)
 {
     OpenMerge merger;
     TriMesh mesh;
@@ -208,7 +208,7 @@ TEST(MeshMerge, FrameWithoutNormalsIsInvalidInputEvenBehindGoodOnes)
                           "  fail to convert rge to mesh.\n");
 }
 
-TEST_F(MeshMergeTest, NullPointerIsAFrameWithoutNormals)
+TEST_F(MeshMerging, NullPointerIsAFrameWithoutNormals)
 {
     RangeData const frame = flat_frame(3, 3, 1.0F);
     TriMesh mesh;
@@ -217,7 +217,7 @@ TEST_F(MeshMergeTest, NullPointerIsAFrameWithoutNormals)
               RET_INVALID_INPUT);
 }
 
-TEST_F(MeshMergeTest, ChannelShorterThanItsFrameThrowsAndLeavesTheMeshEmpty)
+TEST_F(MeshMerging, ChannelShorterThanItsFrameThrowsAndLeavesTheMeshEmpty)
 {
     for (bool const colours : {false, true})
     {
@@ -243,7 +243,7 @@ TEST_F(MeshMergeTest, ChannelShorterThanItsFrameThrowsAndLeavesTheMeshEmpty)
 
 // A host breaks a merge off by an observer that throws, at the start of a step or at its end. The
 // end of the whole merge is the last that can go wrong.
-TEST_F(MeshMergeTest, MergeThatIsBrokenOffLeavesAnEmptyMesh)
+TEST_F(MeshMerging, MergeThatIsBrokenOffLeavesAnEmptyMesh)
 {
     auto const ranges = random_frames(10, 2, 12, 0.12F);
     for (std::string const step :
@@ -279,7 +279,7 @@ TEST_F(MeshMergeTest, MergeThatIsBrokenOffLeavesAnEmptyMesh)
 }
 
 // What the mesh held is lost also where the very first line cannot be logged.
-TEST_F(MeshMergeTest, SinkThatThrowsLeavesAnEmptyMesh)
+TEST_F(MeshMerging, SinkThatThrowsLeavesAnEmptyMesh)
 {
     auto const ranges = random_frames(10, 2, 12, 0.12F);
     for (std::string const line : {"mesh_merge() ..\n", "convert_rge_to_mesh() ..\n",
@@ -305,7 +305,7 @@ TEST_F(MeshMergeTest, SinkThatThrowsLeavesAnEmptyMesh)
     }
 }
 
-TEST_F(MeshMergeTest, FramesWithoutPointsGiveAnEmptyMesh)
+TEST_F(MeshMerging, FramesWithoutPointsGiveAnEmptyMesh)
 {
     std::vector<RangeData> ranges(2);
     ranges[0].has_vNormal = ranges[1].has_vNormal = true;
@@ -315,7 +315,7 @@ TEST_F(MeshMergeTest, FramesWithoutPointsGiveAnEmptyMesh)
     EXPECT_THAT(result.frames, IsEmpty());
 }
 
-TEST_F(MeshMergeTest, FrameWithoutPointsBetweenOthersKeepsItsPlaceInTheList)
+TEST_F(MeshMerging, FrameWithoutPointsBetweenOthersKeepsItsPlaceInTheList)
 {
     RangeData empty;
     empty.has_vNormal = true;
@@ -331,7 +331,7 @@ TEST_F(MeshMergeTest, FrameWithoutPointsBetweenOthersKeepsItsPlaceInTheList)
 
 // ---------------------------------------------------------------------------- frames to triangles
 
-TEST_F(MeshMergeTest, EqualDiagonalsAreSplitAcrossTheSecond)
+TEST_F(MeshMerging, EqualDiagonalsAreSplitAcrossTheSecond)
 {
     // The corner (0, 0) keeps two faces if its cell is split across q0-q2, and has only one if the
     // split is across q1-q3; a border corner with one face goes in the filter.
@@ -344,7 +344,7 @@ TEST_F(MeshMergeTest, EqualDiagonalsAreSplitAcrossTheSecond)
     }
 }
 
-TEST_F(MeshMergeTest, QuadsAreSplitAcrossTheShorterDiagonal)
+TEST_F(MeshMerging, QuadsAreSplitAcrossTheShorterDiagonal)
 {
     // Sheared to the left, the diagonal q0-q2 is the shorter one, and all corners but (0, 3) and
     // (3, 0) keep their faces.
@@ -368,7 +368,7 @@ TEST_F(MeshMergeTest, QuadsAreSplitAcrossTheShorterDiagonal)
     EXPECT_FALSE(has(-0.75F, 3));
 }
 
-TEST_F(MeshMergeTest, PoseMovesPointsAndTurnsNormals)
+TEST_F(MeshMerging, PoseMovesPointsAndTurnsNormals)
 {
     RangeData frame = flat_frame(4, 4, 1.0F);
     RigidMatrix pose;
@@ -388,7 +388,7 @@ TEST_F(MeshMergeTest, PoseMovesPointsAndTurnsNormals)
     }
 }
 
-TEST_F(MeshMergeTest, ColouredAndUncolouredFramesMixed)
+TEST_F(MeshMerging, ColouredAndUncolouredFramesMixed)
 {
     std::vector<RangeData> ranges{flat_frame(4, 4, 1.0F), flat_frame(4, 4, 1.0F, {100, 0, 0})};
     ranges[1].enable_vColor();
@@ -409,7 +409,7 @@ TEST_F(MeshMergeTest, ColouredAndUncolouredFramesMixed)
     EXPECT_FALSE(merge(ranges).mesh.has_vertex_colors());
 }
 
-TEST_F(MeshMergeTest, ColoursThatTheHostAskedForAreBlackWithoutColouredFrames)
+TEST_F(MeshMerging, ColoursThatTheHostAskedForAreBlackWithoutColouredFrames)
 {
     TriMesh mesh;
     mesh.request_vertex_colors();
@@ -454,7 +454,7 @@ TEST(MeshMerge, QuietWithoutVerboseWhateverTheSwitchWas)
     EXPECT_FALSE(gPH.log_enabled);
 }
 
-TEST_F(MeshMergeTest, EachStageIsAStepUnderTheMerge)
+TEST_F(MeshMerging, EachStageIsAStepUnderTheMerge)
 {
     gLH.clear_steps();
     std::vector<std::string> started;
@@ -593,7 +593,7 @@ TEST(MeshMerge, LongBorderEdgesAreCountedAndTheirVerticesGoInTheFilter)
     EXPECT_EQ(result.mesh.n_vertices(), 14U);
 }
 
-TEST_F(MeshMergeTest, NearBordersOfTwoFramesAreStitched)
+TEST_F(MeshMerging, NearBordersOfTwoFramesAreStitched)
 {
     // Two frames side by side, one spacing apart. The gap gets two rows of triangles at most, and
     // what is left of it at its ends is the border of the whole.
@@ -613,7 +613,7 @@ TEST_F(MeshMergeTest, NearBordersOfTwoFramesAreStitched)
     }
 }
 
-TEST_F(MeshMergeTest, MeshWithoutBorderNearOthersIsLeftAsItIs)
+TEST_F(MeshMerging, MeshWithoutBorderNearOthersIsLeftAsItIs)
 {
     // The stitch radius is so small that nothing is found.
     Settings settings;
@@ -621,7 +621,7 @@ TEST_F(MeshMergeTest, MeshWithoutBorderNearOthersIsLeftAsItIs)
     EXPECT_EQ(merge({flat_frame(4, 4, 1.0F)}, settings).mesh.n_faces(), 16U);
 }
 
-TEST_F(MeshMergeTest, HoleLongerThanTheLimitStaysOpen)
+TEST_F(MeshMerging, HoleLongerThanTheLimitStaysOpen)
 {
     // A hole of 2 x 2 points: its border has 12 edges. Its ears are longer than 0.6, so that the
     // first round leaves it; the second goes by the number of edges alone.
@@ -646,7 +646,7 @@ TEST_F(MeshMergeTest, HoleLongerThanTheLimitStaysOpen)
 
 // The order counts: a piece that would come out of the second round with more faces than the limit
 // is removed before it.
-TEST_F(MeshMergeTest, SmallComponentsGoBetweenTheRounds)
+TEST_F(MeshMerging, SmallComponentsGoBetweenTheRounds)
 {
     // The filter leaves 16 faces of a frame of 4 x 4 points, with a border of 10 edges.
     std::vector<RangeData> const ranges{flat_frame(4, 4, 1.0F)};
@@ -661,7 +661,7 @@ TEST_F(MeshMergeTest, SmallComponentsGoBetweenTheRounds)
 
 // A cell's two triangles lose two corners in the filter; the other two had three neighbours. They
 // stay isolated until small components are removed.
-TEST_F(MeshMergeTest, SingleCellDisappears)
+TEST_F(MeshMerging, SingleCellDisappears)
 {
     auto const result = merge({flat_frame(2, 2, 1.0F)});
     EXPECT_EQ(result.value, RET_SUCCESS);
@@ -669,7 +669,7 @@ TEST_F(MeshMergeTest, SingleCellDisappears)
     EXPECT_THAT(result.frames, IsEmpty());
 }
 
-TEST_F(MeshMergeTest, VertexFramesAreRightForEveryVertex)
+TEST_F(MeshMerging, VertexFramesAreRightForEveryVertex)
 {
     for (unsigned const seed : {1U, 2U, 3U})
     {
@@ -691,7 +691,7 @@ TEST_F(MeshMergeTest, VertexFramesAreRightForEveryVertex)
     }
 }
 
-TEST_F(MeshMergeTest, SecondCallStartsFromNothing)
+TEST_F(MeshMerging, SecondCallStartsFromNothing)
 {
     auto const ranges = random_frames(4, 3, 20, 0.12F);
     MeshMerge merger;
@@ -705,7 +705,7 @@ TEST_F(MeshMergeTest, SecondCallStartsFromNothing)
     EXPECT_EQ(frames, first_frames);
 }
 
-TEST_F(MeshMergeTest, FreeFunctionDoesTheSame)
+TEST_F(MeshMerging, FreeFunctionDoesTheSame)
 {
     auto const ranges = random_frames(5, 3, 20, 0.12F);
     Settings settings;
@@ -726,7 +726,7 @@ TEST_F(MeshMergeTest, FreeFunctionDoesTheSame)
 
 // A power of two changes no digit of a coordinate, so that scaling changes no decision; but for the
 // limits on lengths near 0, 1e-5, which are far below what there is here.
-TEST_F(MeshMergeTest, ScaledByAPowerOfTwoEverythingIsTheSame)
+TEST_F(MeshMerging, ScaledByAPowerOfTwoEverythingIsTheSame)
 {
     auto ranges = random_frames(6, 3, 20, 0.125F);
     Settings settings;
@@ -753,7 +753,7 @@ TEST_F(MeshMergeTest, ScaledByAPowerOfTwoEverythingIsTheSame)
 
 // ------------------------------------------------------------------------------------ wild input
 
-TEST_F(MeshMergeTest, CoordinatesThatAreNoNumbersAndWildOutliersDoNoHarm)
+TEST_F(MeshMerging, CoordinatesThatAreNoNumbersAndWildOutliersDoNoHarm)
 {
     float const nan = std::numeric_limits<float>::quiet_NaN();
     float const inf = std::numeric_limits<float>::infinity();
@@ -775,7 +775,7 @@ TEST_F(MeshMergeTest, CoordinatesThatAreNoNumbersAndWildOutliersDoNoHarm)
     }
 }
 
-TEST_F(MeshMergeTest, OneOutlierDoesNotChangeTheRest)
+TEST_F(MeshMerging, OneOutlierDoesNotChangeTheRest)
 {
     // It asks for more slabs than could be counted, along the axis that is the longest anyway.
     auto ranges = random_frames(8, 3, 20, 0.12F);
@@ -799,7 +799,7 @@ TEST_F(MeshMergeTest, OneOutlierDoesNotChangeTheRest)
     }
 }
 
-TEST_F(MeshMergeTest, LimitsThatMakeNoSenseDoNoHarm)
+TEST_F(MeshMerging, LimitsThatMakeNoSenseDoNoHarm)
 {
     auto const ranges = random_frames(9, 2, 12, 0.12F);
     double const nan = std::numeric_limits<double>::quiet_NaN();
@@ -833,7 +833,7 @@ TEST_F(MeshMergeTest, LimitsThatMakeNoSenseDoNoHarm)
     }
 }
 
-TEST_F(MeshMergeTest, FramesInOnePlaceAndPointsInOnePointDoNoHarm)
+TEST_F(MeshMerging, FramesInOnePlaceAndPointsInOnePointDoNoHarm)
 {
     RangeData const frame = flat_frame(12, 12, 0.12F);
     Settings settings;
@@ -874,7 +874,7 @@ TEST(MeshMergeDeathTest, NumbersOfThreadsThatDifferByLevelMakeTheSameMesh)
 #endif
 
 // More triangles come than there was room for: the threads stop, room is made, and they go on.
-TEST_F(MeshMergeTest, ManyMoreTrianglesThanBorderVerticesFit)
+TEST_F(MeshMerging, ManyMoreTrianglesThanBorderVerticesFit)
 {
     // Loose points on a grid, without a cell: each has a gap all around.
     RangeData loose = flat_frame(30, 30, 0.1F);

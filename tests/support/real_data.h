@@ -1,9 +1,10 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <iostream>
 #include <string>
 #include <vector>
 
@@ -17,40 +18,48 @@ inline std::string real_data_dir()
     return directory == nullptr ? std::string() : std::string(directory);
 }
 
-/// Path of a file in that folder, in the form "meshes_holes/lion.ply".
+/// Path of a file or folder in that folder, in the form "meshes_holes/lion.ply". The test fails
+/// where it is not there: a folder that is named has to hold everything.
 inline std::string real_data(std::string const& file)
 {
-    return (std::filesystem::path(real_data_dir()) / file).string();
+    std::filesystem::path const path = std::filesystem::path(real_data_dir()) / file;
+    EXPECT_TRUE(std::filesystem::exists(path)) << "VELD_TEST_DATA holds no " << path;
+    return path.string();
 }
 
-/// Whether tests on real scans have to be left out, which is said then.
-inline bool without_real_data()
+/// The meshes with holes among the real scans, by name.
+inline std::vector<std::filesystem::path> real_meshes()
 {
-    if (real_data_dir().empty())
-    {
-        std::cout << "left out: VELD_TEST_DATA is not set\n";
-        return true;
-    }
-    return false;
-}
-
-/// Paths of the meshes with holes among the real scans, by name; none where they are left out.
-inline std::vector<std::string> scans_with_holes()
-{
-    std::vector<std::string> paths;
-    if (without_real_data())
-    {
-        return paths;
-    }
+    std::vector<std::filesystem::path> paths;
     for (auto const& entry : std::filesystem::directory_iterator(real_data("meshes_holes")))
     {
         if (entry.path().extension() == ".ply")
         {
-            paths.push_back(entry.path().string());
+            paths.push_back(entry.path());
         }
     }
+    EXPECT_FALSE(paths.empty());
     std::sort(paths.begin(), paths.end());
     return paths;
 }
+
+/// Tests on real scans, in suites of their own (`using MergeRealData = RealData;`): skipped where
+/// no folder is named.
+template <typename Test>
+class OnRealData : public Test
+{
+protected:
+    void SetUp() override
+    {
+        if (real_data_dir().empty())
+        {
+            GTEST_SKIP() << "VELD_TEST_DATA is not set";
+        }
+        ASSERT_TRUE(std::filesystem::is_directory(real_data_dir()))
+            << "VELD_TEST_DATA is " << real_data_dir();
+    }
+};
+
+using RealData = OnRealData<testing::Test>;
 
 } // namespace veld_test

@@ -195,15 +195,25 @@ TEST(FileSeries, NamesHaveAnyLength)
     EXPECT_EQ(names.at(0), "d/" + longest + "7%s");
 }
 
-TEST(UtilTool, IsMadeCopiedAndAssigned)
+static_assert(std::is_default_constructible_v<UtilTool> && std::is_copy_assignable_v<UtilTool> &&
+                  std::is_default_constructible_v<DirDesc> && std::is_copy_assignable_v<DirDesc>,
+              "values");
+
+TEST(FileSeries, CopiesNameTheSameFiles)
 {
-    UtilTool a;
-    UtilTool b(a);
-    b = a;
-    static_assert(std::is_default_constructible_v<DirDesc> && std::is_copy_assignable_v<DirDesc> &&
-                      std::is_copy_constructible_v<FileSeriesDesc> &&
-                      std::is_copy_assignable_v<FileSeriesDesc>,
-                  "values");
+    FileSeriesDesc series;
+    series.set_name_info(std::string("a"), std::string("b"), std::string("c"));
+    series.set_fileNumArr({1, 2});
+    FileSeriesDesc const copy(series);
+    FileSeriesDesc assigned;
+    assigned = copy;
+    series.set_fileNumArr({3});
+    for (auto const& each : {copy, assigned})
+    {
+        std::vector<std::string> names;
+        each.get_filenames(names);
+        EXPECT_EQ(names, (std::vector<std::string>{"a/b1c", "a/b2c"}));
+    }
 }
 
 } // namespace

@@ -163,7 +163,7 @@ TEST(GetFileArr, PrefixIsComparedWithTheWholePath)
                 IsEmpty());
 }
 
-TEST(GetFileArr, NamesBeyondAscii)
+TEST(GetFileArr, NamesMayHaveLettersBeyondAscii)
 {
     Folder const folder;
     fs::create_directory(folder.path() / fs::u8path("M\u00FCller"));

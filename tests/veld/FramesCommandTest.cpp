@@ -780,7 +780,7 @@ TEST(RgeFolder, DamagedChannelsAreMended)
     EXPECT_TRUE(run.frame(0).has_vNormal);
 }
 
-TEST(RgeFolder, NameBeyondAscii)
+TEST(RgeFolder, NameMayHaveLettersBeyondAscii)
 {
     TempDir const dir;
     fs::create_directory(fs::u8path(dir.file("M\u00FCller")));
@@ -891,12 +891,10 @@ std::map<std::string, Eigen::Matrix4d> published_poses(std::string const& path)
     return poses;
 }
 
-TEST(RealFrames, PosesOfTheBunnyAreThePublishedOnes)
+using FramesRealData = RealData;
+
+TEST_F(FramesRealData, PosesOfTheBunnyAreThePublishedOnes)
 {
-    if (without_real_data())
-    {
-        return;
-    }
     FramesRun const run(real_data("range_bunny/bun.conf"), {"--scale", "1000"});
     EXPECT_EQ(run.outcome.err, "");
     ASSERT_EQ(run.count(), 10U);
@@ -917,21 +915,13 @@ TEST(RealFrames, PosesOfTheBunnyAreThePublishedOnes)
     EXPECT_EQ(points, 362272U);
 }
 
-TEST(RealFrames, UnitsOfTheBunnyLookLikeMetres)
+TEST_F(FramesRealData, UnitsOfTheBunnyLookLikeMetres)
 {
-    if (!without_real_data())
-    {
-        FramesRun(real_data("range_bunny/bun.conf"))
-            .expect_only_warning("the units look like metres");
-    }
+    FramesRun(real_data("range_bunny/bun.conf")).expect_only_warning("the units look like metres");
 }
 
-TEST(RealFrames, FacesAndNormalsAgreeAndLookAtTheSensor)
+TEST_F(FramesRealData, FacesAndNormalsAgreeAndLookAtTheSensor)
 {
-    if (without_real_data())
-    {
-        return;
-    }
     FramesRun const scans(real_data("range_dragon_stand/dragonStandRight.conf"),
                           {"--scale", "1000"});
     FramesRun const room(real_data("rgbd_room"));
@@ -962,12 +952,8 @@ TEST(RealFrames, FacesAndNormalsAgreeAndLookAtTheSensor)
     }
 }
 
-TEST(RealFrames, PosesOfTheRoomAreThePublishedOnesInMillimetres)
+TEST_F(FramesRealData, PosesOfTheRoomAreThePublishedOnesInMillimetres)
 {
-    if (without_real_data())
-    {
-        return;
-    }
     FramesRun const run(real_data("rgbd_room/cameras.json"));
     EXPECT_EQ(run.outcome.err, "");
     std::istringstream text(read_file(real_data("rgbd_room/frame-000010.pose.txt")));
@@ -983,12 +969,8 @@ TEST(RealFrames, PosesOfTheRoomAreThePublishedOnesInMillimetres)
     EXPECT_EQ(frame.grid_cols, 640);
 }
 
-TEST(RealFrames, NumberOfThreadsDoesNotMatter)
+TEST_F(FramesRealData, NumberOfThreadsDoesNotMatter)
 {
-    if (without_real_data())
-    {
-        return;
-    }
     std::string const conf = real_data("range_bunny/bun.conf");
     FramesRun const one(conf, {"--threads", "1", "--scale", "1000"});
     for (char const* const threads : {"2", "8"})

@@ -266,12 +266,10 @@ TEST(MergeCommand, TextFramesThatCannotBeUsedAreNamedAndTheOthersMerged)
     EXPECT_EQ(run.json()["frames"], 2);
 }
 
-TEST(RealMerge, BunnyBecomesOneMesh)
+using MergeCommandRealData = RealData;
+
+TEST_F(MergeCommandRealData, BunnyBecomesOneMesh)
 {
-    if (without_real_data())
-    {
-        return;
-    }
     TempDir const dir;
     std::string const merged = dir.file("bunny.ply");
     Outcome const run = run_veld(

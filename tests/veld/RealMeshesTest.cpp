@@ -46,10 +46,13 @@ std::size_t edges_with_one_face(TriMesh const& mesh)
     return count;
 }
 
-TEST(RealMeshes, HolesAreTheWholeBoundary)
+using MeshesRealData = RealData;
+
+TEST_F(MeshesRealData, HolesAreTheWholeBoundary)
 {
-    for (auto const& path : scans_with_holes())
+    for (auto const& file : real_meshes())
     {
+        std::string const path = file.string();
         Outcome const run = run_veld({"holes", path, "--json"});
         ASSERT_EQ(run.status, 0) << path << run.err;
         std::size_t edges = 0;
@@ -62,10 +65,11 @@ TEST(RealMeshes, HolesAreTheWholeBoundary)
     }
 }
 
-TEST(RealMeshes, FillKeepsWhatIsThereAndNamesWhatStaysOpen)
+TEST_F(MeshesRealData, FillKeepsWhatIsThereAndNamesWhatStaysOpen)
 {
-    for (auto const& path : scans_with_holes())
+    for (auto const& file : real_meshes())
     {
+        std::string const path = file.string();
         for (std::string const method : {"clip", "trim"})
         {
             TempDir const dir;
@@ -95,10 +99,11 @@ TEST(RealMeshes, FillKeepsWhatIsThereAndNamesWhatStaysOpen)
     }
 }
 
-TEST(RealMeshes, CarefulFillingIsTheSameForAnyNumberOfThreadsAndNamesWhatStaysOpen)
+TEST_F(MeshesRealData, CarefulFillingIsTheSameForAnyNumberOfThreadsAndNamesWhatStaysOpen)
 {
-    for (auto const& path : scans_with_holes())
+    for (auto const& file : real_meshes())
     {
+        std::string const path = file.string();
         TempDir const dir;
         std::array<std::string, 2> const outputs{dir.file("1.ply"), dir.file("2.ply")};
         nlohmann::json json;
@@ -129,12 +134,8 @@ TEST(RealMeshes, CarefulFillingIsTheSameForAnyNumberOfThreadsAndNamesWhatStaysOp
     }
 }
 
-TEST(RealMeshes, FiveHolesOfTheFullRangeScanAreClosed)
+TEST_F(MeshesRealData, FiveHolesOfTheFullRangeScanAreClosed)
 {
-    if (without_real_data())
-    {
-        return;
-    }
     TempDir const dir;
     Outcome const run = run_veld({"fill", real_data("meshes_holes/bun_zipper.ply"), "-o",
                                   dir.file("out.ply"), "--method", "trim", "--json"});
@@ -146,10 +147,11 @@ TEST(RealMeshes, FiveHolesOfTheFullRangeScanAreClosed)
     EXPECT_EQ(json["new_faces"], 80 + 42 + 40 + 39 + 22 - 2 * 5);
 }
 
-TEST(RealMeshes, CleaningLeavesNoSpeckAndNoVertexWhereFansMeet)
+TEST_F(MeshesRealData, CleaningLeavesNoSpeckAndNoVertexWhereFansMeet)
 {
-    for (auto const& path : scans_with_holes())
+    for (auto const& file : real_meshes())
     {
+        std::string const path = file.string();
         TempDir const dir;
         // Fans that come apart may leave specks, so these go last.
         Outcome const run = run_veld({"clean", path, "-o", dir.file("out.ply"), "--non-manifold",
@@ -184,12 +186,8 @@ std::size_t count_near(TriMesh const& points, std::vector<Vector3f> const& other
     return count;
 }
 
-TEST(RealMeshes, PointsNearMarkersGoFromTheCloudOfAScanner)
+TEST_F(MeshesRealData, PointsNearMarkersGoFromTheCloudOfAScanner)
 {
-    if (without_real_data())
-    {
-        return;
-    }
     std::string const path = real_data("range_bunny/bun000.ply");
     TriMesh const cloud = load(path);
     ASSERT_GT(cloud.n_vertices(), 0U);
@@ -214,12 +212,8 @@ TEST(RealMeshes, PointsNearMarkersGoFromTheCloudOfAScanner)
     EXPECT_GT(gone, 20U);
 }
 
-TEST(RealMeshes, SticksOfAScanAreAroundTheirSeeds)
+TEST_F(MeshesRealData, SticksOfAScanAreAroundTheirSeeds)
 {
-    if (without_real_data())
-    {
-        return;
-    }
     // The ears of the figure.
     TempDir const dir;
     write_file(dir.file("seeds.txt"), "-2.2 -4.4 21.7 2 2.5\n3.0 -3.4 22.0 2 2.5\n");

@@ -1,1 +1,0 @@
-// A target of a precompiled header needs a source.
