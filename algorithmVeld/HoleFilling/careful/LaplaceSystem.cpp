@@ -126,11 +126,12 @@ LaplaceSystem assemble(PatchNeighbourhood const& patch)
     std::vector<std::pair<int, double>> entries;
     for (int k = 0; k < n; ++k)
     {
-        system.right_side.segment<3>(3 * k) = paths.run(k);
+        Eigen::Index const first = 3 * static_cast<Eigen::Index>(k);
+        system.right_side.segment<3>(first) = paths.run(k);
         row.flush(entries);
         for (int c = 0; c < 3; ++c)
         {
-            system.matrix.startVec(3 * static_cast<Eigen::Index>(k) + c);
+            system.matrix.startVec(first + c);
             for (auto const& [column, value] : entries)
             {
                 system.matrix.insertBack(3 * k + c, 3 * column + c) = value;

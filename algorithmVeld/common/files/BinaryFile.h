@@ -57,7 +57,7 @@ constexpr std::size_t scalars_of()
 class BinaryWriter
 {
 public:
-    explicit BinaryWriter(std::filesystem::path target) : file_(std::move(target)) {}
+    explicit BinaryWriter(std::filesystem::path const& target) : file_(target) {}
 
     template <typename Scalar>
     void scalar(Scalar value)
