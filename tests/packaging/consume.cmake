@@ -1,7 +1,7 @@
 # Builds a host of the library from nothing and runs it.
 #
 # KIND        find_package, pkg_config or sub_project
-# COMPILER    C++ compiler of the host, STANDARD its version of the language
+# COMPILER    C++ compiler of the host, STANDARD its version of the language, BUILD_TYPE how it builds
 # PREFIX      where the library is installed, SOURCE where its sources are
 # WORK        folder for the host's build, made anew
 
@@ -45,7 +45,8 @@ if(KIND STREQUAL pkg_config)
 else()
   execute_process(
     COMMAND "${CMAKE_COMMAND}" -S "${CMAKE_CURRENT_LIST_DIR}/${KIND}" -B "${WORK}"
-      -G "${GENERATOR}" "-DCMAKE_BUILD_TYPE=${BUILD_TYPE}" "-DCMAKE_CXX_COMPILER=${COMPILER}"
+      -G "${GENERATOR}" "-DCMAKE_BUILD_TYPE=${BUILD_TYPE}" -DCMAKE_CXX_FLAGS_DEBUG=-O0
+      "-DCMAKE_CXX_COMPILER=${COMPILER}"
       "-DCMAKE_CXX_STANDARD=${STANDARD}" "-DCMAKE_PREFIX_PATH=${PREFIX}"
       "-DALGORITHMVELD_SOURCE=${SOURCE}" "-DALGORITHMVELD_VERSION=${VERSION}"
     COMMAND_ERROR_IS_FATAL ANY)
