@@ -24,7 +24,7 @@ using detail::log;
 namespace
 {
 
-constexpr float widest_corner = detail::PI_F;
+constexpr float WIDEST_CORNER = detail::PI_F;
 
 void dump_nodes(TriMesh const& mesh, std::vector<OpenMesh::VertexHandle> const& nodes,
                 std::string name)
@@ -348,7 +348,7 @@ bool EarClipping::cut_ear(TriMesh& mesh, EarList& list, OpenMesh::VertexHandle f
 
 bool EarClipping::is_narrow_enough(TriMesh const& mesh, EarList const& list, HoleNode const& ear)
 {
-    if (ear.angle <= widest_corner)
+    if (ear.angle <= WIDEST_CORNER)
     {
         return true;
     }

@@ -61,8 +61,8 @@ using detail::TrimPlan;
 namespace
 {
 
-constexpr double widest_corner = 2.0 * detail::PI;
-constexpr float out_of_reach = 2.0F * detail::PI_F;
+constexpr double WIDEST_CORNER = 2.0 * detail::PI;
+constexpr float OUT_OF_REACH = 2.0F * detail::PI_F;
 
 /// The holes that touch each other, directly or by way of others, as lists of their numbers. A hole
 /// looks at nothing but the surroundings of its corners, so that lists don't depend on each other.
@@ -306,7 +306,7 @@ void EarTrimming::plan_hole(TriMesh& mesh, std::vector<OpenMesh::VertexHandle> c
         poll.next();
         auto const place = list.smallest();
         HoleNode const ear = list[place];
-        if (static_cast<double>(ear.angle) > widest_corner || !std::isfinite(ear.angle))
+        if (static_cast<double>(ear.angle) > WIDEST_CORNER || !std::isfinite(ear.angle))
         {
             plan.open = reason_for_wide_corner(ear, face_refused);
             return;
@@ -321,7 +321,7 @@ void EarTrimming::plan_hole(TriMesh& mesh, std::vector<OpenMesh::VertexHandle> c
         {
             // Another corner may do.
             face_refused = true;
-            list.widen(place, out_of_reach);
+            list.widen(place, OUT_OF_REACH);
             continue;
         }
         plan.open = take_off(mesh, list, place, closure, plan);

@@ -35,7 +35,7 @@ void write_stl(TriMesh const& mesh, std::ostream& stream);
 void write_off(TriMesh const& mesh, std::ostream& stream);
 void write_om(TriMesh const& mesh, std::ostream& stream);
 
-constexpr Format formats[] = {{".ply", detail::read_ply, write_ply},
+constexpr Format FORMATS[] = {{".ply", detail::read_ply, write_ply},
                               {".stl", detail::read_stl, write_stl},
                               {".obj", detail::read_obj, detail::write_obj},
                               {".off", detail::read_off, write_off},
@@ -44,7 +44,7 @@ constexpr Format formats[] = {{".ply", detail::read_ply, write_ply},
 Format const& format_of(fs::path const& path)
 {
     std::string known;
-    for (auto const& format : formats)
+    for (auto const& format : FORMATS)
     {
         if (detail::equal_ignoring_case(path.extension().string(), format.extension))
         {
@@ -91,7 +91,7 @@ Options vertex_attributes(TriMesh const& mesh)
 void export_by_openmesh(TriMesh const& mesh, char const* extension, Options const& options,
                         std::size_t size, std::ostream& stream)
 {
-    constexpr std::streamsize digits_that_tell_floats_apart = 9;
+    constexpr std::streamsize DIGITS_THAT_TELL_FLOATS_APART = 9;
     detail::QuietOpenMesh const quiet;
     OpenMesh::IO::ExporterT<TriMesh> exporter(mesh);
     auto const write = [&](std::ostream& stoppable)
@@ -105,18 +105,18 @@ void export_by_openmesh(TriMesh const& mesh, char const* extension, Options cons
     }
 }
 
-constexpr Options::Flag binary = static_cast<Options::Flag>(Options::Binary | Options::LSB);
+constexpr Options::Flag BINARY = static_cast<Options::Flag>(Options::Binary | Options::LSB);
 
 void write_ply(TriMesh const& mesh, std::ostream& stream)
 {
     auto options = vertex_attributes(mesh);
-    options += binary;
+    options += BINARY;
     export_by_openmesh(mesh, ".ply", options, 20 * mesh.n_vertices() + 13 * mesh.n_faces(), stream);
 }
 
 void write_stl(TriMesh const& mesh, std::ostream& stream)
 {
-    export_by_openmesh(mesh, ".stl", binary, 50 * mesh.n_faces(), stream);
+    export_by_openmesh(mesh, ".stl", BINARY, 50 * mesh.n_faces(), stream);
 }
 
 void write_off(TriMesh const& mesh, std::ostream& stream)
@@ -146,7 +146,7 @@ void write_om(TriMesh const& mesh, std::ostream& stream)
 {
     require_indices_fit(mesh);
     auto options = vertex_attributes(mesh);
-    options += binary;
+    options += BINARY;
     export_by_openmesh(mesh, ".om", options,
                        16 * mesh.n_vertices() + 12 * mesh.n_halfedges() + 4 * mesh.n_faces(),
                        stream);

@@ -89,12 +89,12 @@ double median(std::vector<double> values)
 /// Distances from evenly spread points of a frame to their neighbours to the right and below.
 std::vector<double> grid_distances(RangeData const& frame)
 {
-    constexpr std::size_t samples = 2000;
+    constexpr std::size_t SAMPLES = 2000;
     MatrixXi map;
     frame.create_vertices_index_map(map);
     std::vector<double> distances;
     std::size_t const n = std::min(frame.get_vn(), frame.vUV.size());
-    std::size_t const step = std::max<std::size_t>(1, n / samples);
+    std::size_t const step = std::max<std::size_t>(1, n / SAMPLES);
     auto const add = [&](std::size_t i, long long row, long long col)
     {
         bool const inside = row >= 0 && col >= 0 && row < map.rows() && col < map.cols();

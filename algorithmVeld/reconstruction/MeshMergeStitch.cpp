@@ -131,10 +131,10 @@ std::vector<int> MeshMerge::slab_numbers(TriMesh const& mesh) const
         static_cast<std::ptrdiff_t>(numbers.size()),
         [&](std::ptrdiff_t i)
         {
-            constexpr double too_many = 2147483647.0;
+            constexpr double TOO_MANY = 2147483647.0;
             float const slab =
                 (mesh.point(VertexHandle(static_cast<int>(i)))[axis] - min[axis]) / width;
-            bool const counts = slab >= 0.0F && static_cast<double>(slab) < too_many;
+            bool const counts = slab >= 0.0F && static_cast<double>(slab) < TOO_MANY;
             numbers[static_cast<std::size_t>(i)] = counts ? static_cast<int>(slab) : 0;
         });
     return numbers;

@@ -18,15 +18,15 @@ using OrvaneAlgorithm::Matrix3d;
 using OrvaneAlgorithm::RangeData;
 using OrvaneAlgorithm::Vector3d;
 
-constexpr double sphere_radius = 20.0;
+constexpr double SPHERE_RADIUS = 20.0;
 
 /// Distance of neighbouring points of a frame, in mm.
-constexpr double spacing = 0.12;
+constexpr double SPACING = 0.12;
 
 /// Distance of the surface from the middle, in a direction.
 inline double bumpy_radius(Vector3d const& direction)
 {
-    return sphere_radius +
+    return SPHERE_RADIUS +
            0.4 * std::sin(6.0 * direction.x()) * std::cos(5.0 * direction.y() + direction.z());
 }
 
@@ -34,7 +34,7 @@ inline double bumpy_radius(Vector3d const& direction)
 /// it passes by.
 inline double height_at(double x, double y, Matrix3d const& rotation)
 {
-    double z = 1.2 * sphere_radius;
+    double z = 1.2 * SPHERE_RADIUS;
     for (int step = 0; step < 200; ++step)
     {
         Vector3d const p(x, y, z);
@@ -68,19 +68,19 @@ inline Matrix3d view(int i)
 /// One frame: rows run upwards as the sensor, which looks along -z, sees them.
 inline RangeData sphere_frame(int number, std::mt19937& random)
 {
-    std::normal_distribution<double> noise(0.0, 0.05 * spacing);
+    std::normal_distribution<double> noise(0.0, 0.05 * SPACING);
     std::uniform_real_distribution<double> uniform(0.0, 1.0);
     Matrix3d const rotation = view(number);
-    double const half = 0.85 * sphere_radius;
-    int const n = static_cast<int>(2.0 * half / spacing) + 1;
+    double const half = 0.85 * SPHERE_RADIUS;
+    int const n = static_cast<int>(2.0 * half / SPACING) + 1;
     RangeData frame;
     frame.set_grid_size(n, n);
     for (int r = 0; r < n; ++r)
     {
         for (int c = 0; c < n; ++c)
         {
-            double const x = -half + c * spacing;
-            double const y = -half + r * spacing;
+            double const x = -half + c * SPACING;
+            double const y = -half + r * SPACING;
             double const z = height_at(x, y, rotation);
             bool const seen =
                 x * x + y * y < half * half && std::isfinite(z) && uniform(random) > 0.001;
@@ -102,8 +102,8 @@ inline RangeData sphere_frame(int number, std::mt19937& random)
     frame.update_vNrv_from_grid();
     OrvaneAlgorithm::RigidMatrix pose;
     pose.set_rotation(rotation);
-    pose.set_translation(0.2 * spacing * Vector3d(noise(random), noise(random), noise(random)) /
-                         (0.05 * spacing));
+    pose.set_translation(0.2 * SPACING * Vector3d(noise(random), noise(random), noise(random)) /
+                         (0.05 * SPACING));
     frame.set_rigidMatrix(pose);
     return frame;
 }

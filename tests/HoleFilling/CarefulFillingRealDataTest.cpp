@@ -41,7 +41,7 @@ void for_each_scan(Check const& check)
     int with_holes = 0;
     for (auto const& file : veld_test::real_meshes())
     {
-        if (veld_test::is_sanitized && std::filesystem::file_size(file) >= 250000)
+        if (veld_test::IS_SANITIZED && std::filesystem::file_size(file) >= 250000)
         {
             continue; // takes too long there
         }
@@ -311,7 +311,7 @@ TEST_F(CarefulFillingRealData, NoNewFaceTurnsByMoreThanTheTriangulationSays)
         {
             for (auto const& hole : holes)
             {
-                if (hole.size() > (veld_test::is_sanitized ? 60U : 600U))
+                if (hole.size() > (veld_test::IS_SANITIZED ? 60U : 600U))
                 {
                     continue;
                 }
@@ -343,7 +343,7 @@ TEST_F(CarefulFillingRealData, PatchesSatisfyTheirEquationsWithEitherSolver)
             snap(filled);
             for (auto const& patch : patches)
             {
-                bool const is_quick = patch.size() < (veld_test::is_sanitized ? 300U : 3000U);
+                bool const is_quick = patch.size() < (veld_test::IS_SANITIZED ? 300U : 3000U);
                 for (int order = 1; order <= 3 && is_quick; ++order)
                 {
                     SCOPED_TRACE(testing::Message() << "order " << order);

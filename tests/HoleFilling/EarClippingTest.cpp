@@ -127,7 +127,7 @@ private:
     TempDir dumps_;
 };
 
-std::string const place = " \\[[^ ]*HoleFilling/EarClipping\\.cpp \\([0-9]+\\)\\]\n";
+std::string const PLACE = " \\[[^ ]*HoleFilling/EarClipping\\.cpp \\([0-9]+\\)\\]\n";
 
 } // namespace
 
@@ -236,7 +236,7 @@ TEST(EarClipping, HoleWithoutAConvexCornerIsTriedTwiceAndLeftAlone)
     EXPECT_EQ(mesh.n_faces(), 8U);
     EXPECT_EQ(log.count("current min angle: 1.250000 PI\n"), 2);
     EXPECT_EQ(log.count("remaining nodes:   8\n"), 2);
-    EXPECT_THAT(log.text(), ContainsRegex("unusual angle" + place));
+    EXPECT_THAT(log.text(), ContainsRegex("unusual angle" + PLACE));
     EXPECT_THAT(log.text(), EndsWith(counters(0, 2, 0, 0)));
     // The second walk begins one corner later.
     EXPECT_THAT(files_in(directory),
@@ -326,7 +326,7 @@ TEST(EarClipping, EarAgainstTheNormalsEndsTheAttempt)
     auto clipping = holes_only();
     clipping.set_angle_thr(70.0);
     clipping.fill_hole(mesh);
-    EXPECT_THAT(log.text(), ContainsRegex("norm inconformity" + place));
+    EXPECT_THAT(log.text(), ContainsRegex("norm inconformity" + PLACE));
     EXPECT_THAT(log.text(), EndsWith(counters(0, 2, 0, 0)));
     EXPECT_THAT(
         files_in(directory),
@@ -352,7 +352,7 @@ TEST(EarClipping, RefusedTriangleEndsTheAttempt)
     EarClipping clipping;
     clipping.fill_hole(mesh);
     EXPECT_EQ(mesh.n_faces(), before);
-    EXPECT_THAT(log.text(), ContainsRegex("fail to add triangle" + place));
+    EXPECT_THAT(log.text(), ContainsRegex("fail to add triangle" + PLACE));
     EXPECT_THAT(log.text(), EndsWith(counters(0, 2, 2, 0)));
     EXPECT_THAT(files_in(directory),
                 testing::IsSupersetOf(
@@ -375,7 +375,7 @@ TEST(EarClipping, BoundaryThatTouchesItselfLeavesALoopBehindItsTouchingCorner)
     clipping.fill_nest_polygon_hole(mesh, TriMesh::HalfedgeIter(mesh, h));
     EXPECT_EQ(faces_from(mesh, 4), (Faces{{0, 1, 2}}));
     EXPECT_EQ(broken_link(mesh), "");
-    EXPECT_THAT(log.text(), testing::MatchesRegex("fail to add the last face of hole" + place));
+    EXPECT_THAT(log.text(), testing::MatchesRegex("fail to add the last face of hole" + PLACE));
     EXPECT_THAT(
         files_in(directory),
         UnorderedElementsAre(
@@ -438,8 +438,8 @@ TEST(EarClipping, CoincidingCornersFailBeforeAnyFaceIsAdded)
     auto clipping = holes_only();
     clipping.fill_hole(mesh);
     EXPECT_EQ(mesh.n_faces(), before);
-    EXPECT_THAT(log.text(), ContainsRegex("wrong edge length" + place +
-                                          "fail to compute and edge length" + place));
+    EXPECT_THAT(log.text(), ContainsRegex("wrong edge length" + PLACE +
+                                          "fail to compute and edge length" + PLACE));
     EXPECT_EQ(clipping.open_holes().back().reason, OpenReason::DEGENERATE_CORNER);
 }
 
@@ -453,8 +453,8 @@ TEST(EarClipping, NeighbourThatCannotBeMeasuredAnewEndsTheAttempt)
     RunCapture const log;
     auto clipping = holes_only();
     clipping.fill_hole(mesh);
-    EXPECT_THAT(log.text(), ContainsRegex("\nwrong edge length" + place +
-                                          "fail to update angle and edge length" + place));
+    EXPECT_THAT(log.text(), ContainsRegex("\nwrong edge length" + PLACE +
+                                          "fail to update angle and edge length" + PLACE));
     EXPECT_EQ(faces_from(mesh, before), (Faces{{5, 6, 10}, {5, 10, 9}}));
     EXPECT_THAT(log.text(), EndsWith(counters(0, 2, 0, 2)));
 }
@@ -474,7 +474,7 @@ TEST(EarClipping, PolygonThatGoesRoundTwiceIsAnUnexpectedHole)
     EXPECT_THAT(log.text(), testing::MatchesRegex("  key_node_arr\\.size\\(\\) = 7\n"
                                                   "   circle_list\\.size\\(\\) = 7\n"
                                                   "\\$\\$\\$: unexpected hole type" +
-                                                  place));
+                                                  PLACE));
     EXPECT_THAT(files_in(directory), UnorderedElementsAre("unexpected-hole-start-node-6.obj"));
     EXPECT_EQ(faces_from(mesh, before), (Faces{{5, 6, 9}, {6, 10, 9}}));
 }
@@ -488,7 +488,7 @@ TEST(EarClipping, WaysOutOfTwoVerticesAreNoTouchingVertex)
     RunCapture const log;
     EarClipping clipping;
     EXPECT_FALSE(clipping.fill_polygon_hole(mesh, nodes));
-    EXPECT_THAT(log.text(), testing::MatchesRegex("unmatched hole type" + place));
+    EXPECT_THAT(log.text(), testing::MatchesRegex("unmatched hole type" + PLACE));
 }
 
 TEST(EarClipping, FaceBesideWithCoincidingCornersHasAMessageWithoutAPlace)
@@ -500,7 +500,7 @@ TEST(EarClipping, FaceBesideWithCoincidingCornersHasAMessageWithoutAPlace)
     auto clipping = holes_only();
     clipping.fill_hole(mesh);
     EXPECT_THAT(log.text(),
-                ContainsRegex("\nwrong edge length\\.\nfail to compute and edge length" + place));
+                ContainsRegex("\nwrong edge length\\.\nfail to compute and edge length" + PLACE));
 }
 
 TEST(EarClipping, CoordinatesThatAreNoNumbersEndTheAttempt)
@@ -538,10 +538,10 @@ TEST(EarClipping, PolygonAgainstTheBoundaryHasNoTriangleBeside)
     EarClipping clipping;
     RunCapture const log;
     EXPECT_FALSE(clipping.fill_polygon_hole(mesh, nodes));
-    EXPECT_THAT(log.text(), ContainsRegex("unexpected ploygon" + place));
+    EXPECT_THAT(log.text(), ContainsRegex("unexpected ploygon" + PLACE));
     auto strangers = handles({5, 10, 6, 9});
     EXPECT_FALSE(clipping.fill_polygon_hole(mesh, strangers));
-    EXPECT_THAT(log.text(), ContainsRegex("unmatched halfedge" + place));
+    EXPECT_THAT(log.text(), ContainsRegex("unmatched halfedge" + PLACE));
 }
 
 TEST(EarClipping, PolygonCanBeFilledOutsideARun)
@@ -621,7 +621,7 @@ TEST(EarClipping, EdgeWithoutFacesIsAWrongLoop)
     RunCapture const log;
     EarClipping clipping;
     clipping.fill_hole(mesh);
-    EXPECT_THAT(log.text(), ContainsRegex("wrong loop closure" + place));
+    EXPECT_THAT(log.text(), ContainsRegex("wrong loop closure" + PLACE));
     EXPECT_EQ(mesh.n_faces(), 0U);
 }
 

@@ -39,8 +39,8 @@ std::vector<int> indices(std::vector<VertexHandle> const& corners)
     return result;
 }
 
-auto const keep_angle = [](HoleNode&) { return true; };
-auto const fail = [](HoleNode&) { return false; };
+auto const KEEP_ANGLE = [](HoleNode&) { return true; };
+auto const REFUSE = [](HoleNode&) { return false; };
 
 } // namespace
 
@@ -71,9 +71,9 @@ TEST(EarList, EmptyListHasNoNodes)
 {
     EarList const list({});
     EXPECT_EQ(list.size(), 0U);
-    EXPECT_EQ(list.front(), EarList::none);
-    EXPECT_EQ(list.smallest(), EarList::none);
-    EXPECT_EQ(list.find(VertexHandle(0)), EarList::none);
+    EXPECT_EQ(list.front(), EarList::NONE);
+    EXPECT_EQ(list.smallest(), EarList::NONE);
+    EXPECT_EQ(list.find(VertexHandle(0)), EarList::NONE);
     EXPECT_TRUE(list.corners().empty());
 }
 
@@ -81,14 +81,14 @@ TEST(EarList, FindsTheFirstLiveNodeOfAVertex)
 {
     EarList list(ring({5, 9, 5, 7, 5}, {1, 1, 1, 1, 1}));
     EXPECT_EQ(list.find(VertexHandle(5)), 0U);
-    EXPECT_EQ(list.find(VertexHandle(6)), EarList::none);
+    EXPECT_EQ(list.find(VertexHandle(6)), EarList::NONE);
     // Each goes once it has become the first node of its vertex.
-    EXPECT_EQ(list.remove_ear(0, keep_angle), EarRemoval::DONE);
+    EXPECT_EQ(list.remove_ear(0, KEEP_ANGLE), EarRemoval::DONE);
     EXPECT_EQ(list.find(VertexHandle(5)), 2U);
-    EXPECT_EQ(list.remove_ear(4, keep_angle), EarRemoval::DONE);
+    EXPECT_EQ(list.remove_ear(4, KEEP_ANGLE), EarRemoval::DONE);
     EXPECT_EQ(list.find(VertexHandle(5)), 2U);
-    EXPECT_EQ(list.remove_ear(2, keep_angle), EarRemoval::DONE);
-    EXPECT_EQ(list.find(VertexHandle(5)), EarList::none);
+    EXPECT_EQ(list.remove_ear(2, KEEP_ANGLE), EarRemoval::DONE);
+    EXPECT_EQ(list.find(VertexHandle(5)), EarList::NONE);
     EXPECT_EQ(indices(list.corners()), (std::vector<int>{9, 7}));
     EXPECT_EQ(list.front(), 1U);
 }
@@ -117,9 +117,9 @@ TEST(EarList, RemovalTellsWhatIsMissing)
     nodes[1].prev = VertexHandle(8);
     nodes[2].next = VertexHandle(9);
     EarList list(nodes);
-    EXPECT_EQ(list.remove_ear(1, keep_angle), EarRemoval::NO_PREVIOUS_NODE);
-    EXPECT_EQ(list.remove_ear(2, keep_angle), EarRemoval::NO_NEXT_NODE);
-    EXPECT_EQ(list.remove_ear(3, fail), EarRemoval::UNMEASURED_CORNER);
+    EXPECT_EQ(list.remove_ear(1, KEEP_ANGLE), EarRemoval::NO_PREVIOUS_NODE);
+    EXPECT_EQ(list.remove_ear(2, KEEP_ANGLE), EarRemoval::NO_NEXT_NODE);
+    EXPECT_EQ(list.remove_ear(3, REFUSE), EarRemoval::UNMEASURED_CORNER);
     EXPECT_EQ(list.size(), 4U);
 }
 
@@ -129,7 +129,7 @@ TEST(EarList, SubLoopOfThreeKeyNodesLeavesTheList)
     HoleNode const ear = list[1];
     auto const keys = list.key_nodes(ear);
     EXPECT_EQ(keys, (std::vector<EarList::Place>{0, 1, 2}));
-    EXPECT_EQ(list.close_sub_loop(ear, keys, keep_angle), EarRemoval::DONE);
+    EXPECT_EQ(list.close_sub_loop(ear, keys, KEEP_ANGLE), EarRemoval::DONE);
     EXPECT_EQ(indices(list.corners()), (std::vector<int>{3, 4}));
 }
 
@@ -140,7 +140,7 @@ TEST(EarList, SubLoopAtATouchingVertexJoinsItsTwoNodes)
     HoleNode const ear = list[3];
     auto const keys = list.key_nodes(ear);
     EXPECT_EQ(keys, (std::vector<EarList::Place>{2, 3, 4, 5}));
-    EXPECT_EQ(list.close_sub_loop(ear, keys, keep_angle), EarRemoval::DONE);
+    EXPECT_EQ(list.close_sub_loop(ear, keys, KEEP_ANGLE), EarRemoval::DONE);
     EXPECT_EQ(indices(list.corners()), (std::vector<int>{9, 8, 0, 7}));
     EXPECT_EQ(list.find(VertexHandle(0)), 5U);
     EXPECT_EQ(list[5].prev, VertexHandle(8));
@@ -151,7 +151,7 @@ TEST(EarList, JoinedNodeThatCannotBeMeasuredIsReported)
 {
     EarList list(ring({9, 8, 0, 1, 2, 0, 7}, {1, 1, 1, 1, 1, 1, 1}));
     HoleNode const ear = list[3];
-    EXPECT_EQ(list.close_sub_loop(ear, list.key_nodes(ear), fail), EarRemoval::UNMEASURED_CORNER);
+    EXPECT_EQ(list.close_sub_loop(ear, list.key_nodes(ear), REFUSE), EarRemoval::UNMEASURED_CORNER);
 }
 
 TEST(EarList, WaysOutOfTwoVerticesDoNotJoin)
@@ -164,7 +164,7 @@ TEST(EarList, WaysOutOfTwoVerticesDoNotJoin)
     HoleNode const ear = list[3];
     auto const keys = list.key_nodes(ear);
     ASSERT_EQ(keys.size(), 4U);
-    EXPECT_EQ(list.close_sub_loop(ear, keys, keep_angle), EarRemoval::HOLE_TYPE);
+    EXPECT_EQ(list.close_sub_loop(ear, keys, KEEP_ANGLE), EarRemoval::HOLE_TYPE);
 }
 
 TEST(EarList, FourKeyNodesWithOneInsideTheEarAreReported)
@@ -185,7 +185,7 @@ TEST(EarList, FourKeyNodesWithOneInsideTheEarAreReported)
     HoleNode const ear = list[1];
     auto const keys = list.key_nodes(ear);
     ASSERT_EQ(keys.size(), 4U);
-    EXPECT_EQ(list.close_sub_loop(ear, keys, keep_angle), EarRemoval::NODE_SIZE);
+    EXPECT_EQ(list.close_sub_loop(ear, keys, KEEP_ANGLE), EarRemoval::NODE_SIZE);
 }
 
 TEST(EarList, AnyOtherNumberOfKeyNodesIsUnexpected)
@@ -194,7 +194,7 @@ TEST(EarList, AnyOtherNumberOfKeyNodesIsUnexpected)
     HoleNode const ear = list[1];
     auto const keys = list.key_nodes(ear);
     EXPECT_EQ(keys.size(), 6U);
-    EXPECT_EQ(list.close_sub_loop(ear, keys, keep_angle), EarRemoval::UNEXPECTED_KEY_NODES);
+    EXPECT_EQ(list.close_sub_loop(ear, keys, KEEP_ANGLE), EarRemoval::UNEXPECTED_KEY_NODES);
     EXPECT_EQ(list.size(), 6U);
 }
 

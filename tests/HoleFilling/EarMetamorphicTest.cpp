@@ -22,7 +22,7 @@ struct Limits
     double length;
 };
 
-std::vector<Limits> const limits{
+std::vector<Limits> const LIMITS{
     {false, false, false, 0.0}, {true, false, true, 0.0}, {false, true, true, 0.6}};
 
 using Fill = void (*)(TriMesh&, Limits const&);
@@ -112,7 +112,7 @@ protected:
         std::size_t added = 0;
         for (unsigned seed = 0; seed < 150 && !HasFailure(); ++seed)
         {
-            auto const& l = limits[seed / 2 % limits.size()];
+            auto const& l = LIMITS[seed / 2 % LIMITS.size()];
             SCOPED_TRACE(seed);
             TriMesh const mesh = ball_with_holes(seed);
             TriMesh filled = mesh;

@@ -16,7 +16,7 @@ namespace
 {
 
 // Enough that every way in which a hole stays open is drawn; a sanitizer looks at each step alike.
-constexpr unsigned SEEDS = is_sanitized ? 500 : 4000;
+constexpr unsigned SEEDS = IS_SANITIZED ? 500 : 4000;
 
 reference::Settings random_settings(std::mt19937& random)
 {

@@ -62,7 +62,7 @@ struct RandomHole
 TEST(HoleTriangulation, AddsTheTrianglesOfThePlainSearchInItsOrder)
 {
     std::mt19937 random(5);
-    for (auto const kind : {PolygonKind::noisy, PolygonKind::planar, PolygonKind::wild})
+    for (auto const kind : {PolygonKind::NOISY, PolygonKind::PLANAR, PolygonKind::WILD})
     {
         for (std::size_t n = 3; n <= 40; ++n)
         {
@@ -81,7 +81,7 @@ TEST(HoleTriangulation, WeighsATriangleByItsNeighbours)
 {
     std::mt19937 random(6);
     HoleFillingCore const core;
-    for (auto const kind : {PolygonKind::noisy, PolygonKind::wild})
+    for (auto const kind : {PolygonKind::NOISY, PolygonKind::WILD})
     {
         RandomHole hole(kind, 14, random);
         hole.polygon.join(2, 9);
@@ -211,7 +211,7 @@ TEST(HoleTriangulation, CountsEdgesThatAFaceBesideTheHoleHas)
     std::mt19937 random(12);
     for (int k = 0; k < 20; ++k)
     {
-        RandomHole hole(PolygonKind::noisy, 6, random);
+        RandomHole hole(PolygonKind::NOISY, 6, random);
         TriMesh mesh;
         for (auto const v : hole.mesh.mesh.vertices())
         {
@@ -343,7 +343,7 @@ TEST(HoleTriangulation, SurvivesCoordinatesThatAreNoNumbers)
 TEST(FindBestWeight, AddsLeftOfTheSplitThenTheSplitThenRightOfIt)
 {
     std::mt19937 random(8);
-    RandomHole hole(PolygonKind::planar, 6, random);
+    RandomHole hole(PolygonKind::PLANAR, 6, random);
     std::vector<int> lambda(36, -1);
     lambda[0 * 6 + 5] = 3; // 0..5 at 3
     lambda[0 * 6 + 3] = 2; // 0..3 at 2
@@ -362,7 +362,7 @@ TEST(FindBestWeight, GoesThroughAFanAsDeepAsThePolygonIsLong)
 {
     int const n = 3000;
     std::mt19937 random(9);
-    RandomHole hole(PolygonKind::planar, n, random);
+    RandomHole hole(PolygonKind::PLANAR, n, random);
     std::vector<int> lambda(static_cast<std::size_t>(n) * n, -1);
     std::vector<OpenMesh::VertexHandle> verts;
     for (int k = 0; k < n; ++k)
@@ -378,7 +378,7 @@ TEST(FindBestWeight, GoesThroughAFanAsDeepAsThePolygonIsLong)
 TEST(FindBestWeight, LeavesOpenWhatHasNoSplit)
 {
     std::mt19937 random(10);
-    RandomHole hole(PolygonKind::planar, 6, random);
+    RandomHole hole(PolygonKind::PLANAR, 6, random);
     std::vector<OpenMesh::VertexHandle> verts;
     for (int k = 0; k < 6; ++k)
     {

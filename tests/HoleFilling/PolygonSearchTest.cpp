@@ -43,7 +43,7 @@ void expect_same_for_many(std::size_t first, std::size_t last, int repetitions,
                           TriangulationRule const& rule)
 {
     std::mt19937 random(7);
-    for (auto const kind : veld_test::all_polygon_kinds)
+    for (auto const kind : veld_test::ALL_POLYGON_KINDS)
     {
         for (std::size_t n = first; n <= last; ++n)
         {
@@ -85,11 +85,11 @@ TEST(PolygonSearch, ChoosesWhatThePlainSearchChoosesIfOnlyFoldsCount)
 TEST(PolygonSearch, ChoosesWhatThePlainSearchChoosesForLongPolygons)
 {
     std::mt19937 random(11);
-    for (auto const kind : veld_test::all_polygon_kinds)
+    for (auto const kind : veld_test::ALL_POLYGON_KINDS)
     {
         for (std::size_t const n : {130, 417})
         {
-            if (n == 417 && veld_test::is_sanitized)
+            if (n == 417 && veld_test::IS_SANITIZED)
             {
                 continue;
             }
@@ -98,8 +98,8 @@ TEST(PolygonSearch, ChoosesWhatThePlainSearchChoosesForLongPolygons)
             ASSERT_NO_FATAL_FAILURE(expect_same(polygon, {}, 2));
         }
     }
-    std::size_t const longest = veld_test::is_sanitized ? 417 : 600;
-    auto const polygon = veld_test::random_polygon(PolygonKind::noisy, longest, 0, random);
+    std::size_t const longest = veld_test::IS_SANITIZED ? 417 : 600;
+    auto const polygon = veld_test::random_polygon(PolygonKind::NOISY, longest, 0, random);
     expect_same(polygon, {}, 2);
 }
 
@@ -130,7 +130,7 @@ TEST(PolygonSearch, ChoosesWhatThePlainSearchChoosesBesideFacesWithoutAUnitNorma
     for (Vector3f const& odd : {Vector3f(0, 0, 0), Vector3f(0, 1e-21F, 2e-21F),
                                 Vector3f(3e-20F, 0, 0), Vector3f(nan, 0, 1), Vector3f(1e30F, 0, 0)})
     {
-        for (auto const kind : veld_test::all_polygon_kinds)
+        for (auto const kind : veld_test::ALL_POLYGON_KINDS)
         {
             auto polygon = veld_test::random_polygon(kind, 60, 0, random);
             for (std::size_t k = 0; k < polygon.size(); k += 3)
@@ -298,7 +298,7 @@ private:
 /// A ring that is nearly flat, so that no triangulation has a fold.
 PlainPolygon gentle_polygon(std::size_t n, std::mt19937& random)
 {
-    auto polygon = veld_test::random_polygon(PolygonKind::planar, n, 0, random);
+    auto polygon = veld_test::random_polygon(PolygonKind::PLANAR, n, 0, random);
     std::normal_distribution<float> noise(0.0F, 0.05F);
     for (auto& p : polygon.points)
     {
@@ -344,7 +344,7 @@ TEST(PolygonSearch, AvoidsExistingEdgesAsWellAsAnyTriangulationCan)
         auto const all = all_triangulations(0, n - 1);
         for (std::size_t k = 0; k < 40; ++k)
         {
-            auto const polygon = veld_test::random_polygon(PolygonKind::planar,
+            auto const polygon = veld_test::random_polygon(PolygonKind::PLANAR,
                                                            static_cast<std::size_t>(n), k, random);
             FillJudge const judge(polygon);
             std::pair<double, double> best(1e30, 1e30);
@@ -406,7 +406,7 @@ TEST(PolygonSearch, ReportsTheAngleThatItsTrianglesHave)
 TEST(PolygonSearch, ChoosesWhatARecursiveSearchChooses)
 {
     std::mt19937 random(24);
-    for (auto const kind : veld_test::all_polygon_kinds)
+    for (auto const kind : veld_test::ALL_POLYGON_KINDS)
     {
         for (std::size_t n = 3; n <= 60; n += n < 20 ? 1 : 8)
         {

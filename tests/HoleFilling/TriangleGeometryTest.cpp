@@ -12,7 +12,7 @@ using namespace OrvaneAlgorithm;
 namespace
 {
 
-constexpr double degree = 3.141592653589793 / 180.0;
+constexpr double DEGREE = 3.141592653589793 / 180.0;
 
 float angle_of(Vector3f const& u, Vector3f const& v)
 {
@@ -24,8 +24,8 @@ float angle_of(Vector3f const& u, Vector3f const& v)
 /// A vector of the plane z = 0 by its direction.
 Vector3f towards(double degrees, float length = 1.0F)
 {
-    return {length * static_cast<float>(std::cos(degrees * degree)),
-            length * static_cast<float>(std::sin(degrees * degree)), 0.0F};
+    return {length * static_cast<float>(std::cos(degrees * DEGREE)),
+            length * static_cast<float>(std::sin(degrees * DEGREE)), 0.0F};
 }
 
 } // namespace
@@ -35,7 +35,7 @@ TEST(TriangleGeometry, MeasuresAnglesOverTheWholeRange)
     for (double const degrees :
          {0.0, 0.001, 1.0, 30.0, 45.0, 45.6, 60.0, 90.0, 120.0, 134.4, 150.0, 168.0})
     {
-        EXPECT_NEAR(degrees * degree, angle_of({2, 0, 0}, towards(degrees, 3.0F)), 1e-6)
+        EXPECT_NEAR(degrees * DEGREE, angle_of({2, 0, 0}, towards(degrees, 3.0F)), 1e-6)
             << degrees << " degrees";
     }
 }
@@ -55,7 +55,7 @@ TEST(TriangleGeometry, ReadsNearlyFoldedVectorsAsExactlyPi)
 
 TEST(TriangleGeometry, TakesAVectorWithoutDirectionAsPerpendicular)
 {
-    EXPECT_FLOAT_EQ(static_cast<float>(90.0 * degree), angle_of({0, 0, 0}, {1, 2, 3}));
+    EXPECT_FLOAT_EQ(static_cast<float>(90.0 * DEGREE), angle_of({0, 0, 0}, {1, 2, 3}));
 }
 
 TEST(TriangleGeometry, ComputesAreasFromTheSides)
@@ -97,9 +97,9 @@ TEST(TriangleGeometry, FindsTheAnglesOfATriangle)
     float at_b = 0.0F;
     float at_c = 0.0F;
     HoleFillingCore::calc_inner_tri_angle(a, b, c, at_a, at_b, at_c);
-    EXPECT_NEAR(90.0 * degree, at_a, 1e-6);
-    EXPECT_NEAR(60.0 * degree, at_b, 1e-6);
-    EXPECT_NEAR(30.0 * degree, at_c, 1e-6);
+    EXPECT_NEAR(90.0 * DEGREE, at_a, 1e-6);
+    EXPECT_NEAR(60.0 * DEGREE, at_b, 1e-6);
+    EXPECT_NEAR(30.0 * DEGREE, at_c, 1e-6);
     float max = 0.0F;
     float min = 0.0F;
     HoleFillingCore::calc_max_min_tri_angle(a, b, c, max, min);
@@ -107,6 +107,6 @@ TEST(TriangleGeometry, FindsTheAnglesOfATriangle)
     EXPECT_EQ(at_c, min);
     HoleFillingCore::calc_max_tri_angle(c, a, b, max);
     HoleFillingCore::calc_min_tri_angle(c, a, b, min);
-    EXPECT_NEAR(90.0 * degree, max, 1e-6);
-    EXPECT_NEAR(30.0 * degree, min, 1e-6);
+    EXPECT_NEAR(90.0 * DEGREE, max, 1e-6);
+    EXPECT_NEAR(30.0 * DEGREE, min, 1e-6);
 }

@@ -223,17 +223,17 @@ public:
 /// What a random polygon is like.
 enum class PolygonKind
 {
-    noisy,   ///< A ring on a bumpy sphere.
-    wild,    ///< Corners anywhere.
-    planar,  ///< In the plane z = 0, convex.
-    jagged,  ///< In a tilted plane, neither convex nor smooth.
-    grid,    ///< The rim of a square hole in a grid: many equal areas.
-    repeated ///< Noisy, and passing some corners twice.
+    NOISY,   ///< A ring on a bumpy sphere.
+    WILD,    ///< Corners anywhere.
+    PLANAR,  ///< In the plane z = 0, convex.
+    JAGGED,  ///< In a tilted plane, neither convex nor smooth.
+    GRID,    ///< The rim of a square hole in a grid: many equal areas.
+    REPEATED ///< Noisy, and passing some corners twice.
 };
 
-inline constexpr std::array<PolygonKind, 6> all_polygon_kinds{
-    PolygonKind::noisy,  PolygonKind::wild, PolygonKind::planar,
-    PolygonKind::jagged, PolygonKind::grid, PolygonKind::repeated};
+inline constexpr std::array<PolygonKind, 6> ALL_POLYGON_KINDS{
+    PolygonKind::NOISY,  PolygonKind::WILD, PolygonKind::PLANAR,
+    PolygonKind::JAGGED, PolygonKind::GRID, PolygonKind::REPEATED};
 
 /// Corner k of n, and the third corner of the face beyond the side after it.
 struct RimCorner
@@ -253,18 +253,18 @@ inline RimCorner random_corner(PolygonKind kind, std::size_t k, std::size_t n, s
     RimCorner corner{here * radius, beyond * (radius + 1.0F)};
     switch (kind)
     {
-    case PolygonKind::noisy:
-    case PolygonKind::repeated:
+    case PolygonKind::NOISY:
+    case PolygonKind::REPEATED:
         corner.point += 0.2F * Vector3f(noise(random), noise(random), noise(random));
         corner.outer.z() -= 0.3F + 0.2F * noise(random);
         break;
-    case PolygonKind::wild:
+    case PolygonKind::WILD:
         corner.point = Vector3f(noise(random), noise(random), noise(random));
         corner.outer = Vector3f(noise(random), noise(random), noise(random));
         break;
-    case PolygonKind::planar:
+    case PolygonKind::PLANAR:
         break;
-    case PolygonKind::jagged:
+    case PolygonKind::JAGGED:
     {
         Eigen::Matrix3f const turn =
             Eigen::AngleAxisf(0.7F, Vector3f(1, 2, 3).normalized()).toRotationMatrix();
@@ -272,7 +272,7 @@ inline RimCorner random_corner(PolygonKind kind, std::size_t k, std::size_t n, s
         corner.outer = turn * corner.outer;
         break;
     }
-    case PolygonKind::grid:
+    case PolygonKind::GRID:
     {
         auto const side = static_cast<float>((n + 3) / 4);
         auto const walk = static_cast<float>(k);
@@ -311,7 +311,7 @@ inline PlainPolygon random_polygon(PolygonKind kind, std::size_t n, std::size_t 
         outer.push_back(corner.outer);
     }
     std::uniform_int_distribution<std::size_t> any(0, n - 1);
-    if (kind == PolygonKind::repeated)
+    if (kind == PolygonKind::REPEATED)
     {
         for (std::size_t k = 0; k < 1 + n / 20; ++k)
         {

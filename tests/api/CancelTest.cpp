@@ -28,18 +28,18 @@ namespace
 /// A waved surface with many holes, some of which touch, and specks beside it.
 TriMesh make_scan()
 {
-    constexpr int columns = 240;
-    constexpr int rows = 160;
+    constexpr int COLUMNS = 240;
+    constexpr int ROWS = 160;
     std::vector<Cell> missing;
-    for (int x = 5; x + 5 < columns; x += 7)
+    for (int x = 5; x + 5 < COLUMNS; x += 7)
     {
-        for (int y = 5; y + 5 < rows; y += 6)
+        for (int y = 5; y + 5 < ROWS; y += 6)
         {
             missing.push_back({x, y});
             missing.push_back({x + 1, y + (x * y % 3 == 0 ? 1 : 0)});
         }
     }
-    TriMesh mesh = grid_without(columns, rows, missing);
+    TriMesh mesh = grid_without(COLUMNS, ROWS, missing);
     for (auto const vertex : mesh.vertices())
     {
         auto& point = mesh.point(vertex);

@@ -29,7 +29,7 @@ void for_each_real_mesh(Check const& check)
     {
         auto const extension = entry.path().extension();
         bool const in_time =
-            !is_sanitized || (entry.is_regular_file() && entry.file_size() < 500000);
+            !IS_SANITIZED || (entry.is_regular_file() && entry.file_size() < 500000);
         if (in_time && (extension == ".ply" || extension == ".obj" || extension == ".stl"))
         {
             files.push_back(entry.path().string());

@@ -218,7 +218,7 @@ TEST(NonManifoldVerts, NormalsAndColoursOfWhatStaysAreThoseItHad)
 // looked at again when it is damaged once more.
 TEST(NonManifoldVerts, AfterwardsNoVertexHasMoreThanOneGapForThousandsOfRaggedSpheres)
 {
-    unsigned const seeds = is_sanitized ? 300 : 4000;
+    unsigned const seeds = IS_SANITIZED ? 300 : 4000;
     int removed = 0;
     for (unsigned seed = 0; seed < seeds; ++seed)
     {

@@ -10,7 +10,7 @@ using detail::CornerStatus;
 namespace
 {
 
-constexpr float pi = 3.14159265F;
+constexpr float PI = 3.14159265F;
 
 /// The corner of vertex 1 of a square hole in a flat grid, with its neighbours moved at will.
 struct SquareHole
@@ -29,7 +29,7 @@ TEST(EarGeometry, RightAngleOfASquareHole)
 {
     auto const corner = SquareHole().corner(5, 9, 6);
     EXPECT_EQ(corner.status, CornerStatus::MEASURED);
-    EXPECT_FLOAT_EQ(corner.angle, pi / 2);
+    EXPECT_FLOAT_EQ(corner.angle, PI / 2);
     EXPECT_FLOAT_EQ(corner.edge_len, std::sqrt(2.0F));
 }
 
@@ -38,7 +38,7 @@ TEST(EarGeometry, OuterCornerIsReflexBecauseTheFaceBesideItSaysSo)
     TriMesh const mesh = grid(1, 1);
     auto const corner = detail::measure_corner(mesh, vh(1), vh(3), vh(0));
     EXPECT_EQ(corner.status, CornerStatus::MEASURED);
-    EXPECT_FLOAT_EQ(corner.angle, 1.5F * pi);
+    EXPECT_FLOAT_EQ(corner.angle, 1.5F * PI);
 }
 
 TEST(EarGeometry, StraightCornerMeasuresPiExactlyAsFloat)
@@ -87,23 +87,23 @@ TEST(EarGeometry, CoincidingCornersAreTooShort)
 TEST(EarGeometry, ShortestSideIsComparedInDouble)
 {
     // The float nearest to 1e-5 lies below it: a comparison in float would let it pass.
-    constexpr float limit = 1e-5F;
-    static_assert(static_cast<double>(limit) < 1e-5, "the other way round nothing is tested");
+    constexpr float LIMIT = 1e-5F;
+    static_assert(static_cast<double>(LIMIT) < 1e-5, "the other way round nothing is tested");
     SquareHole hole;
     for (int const moved : {6, 9})
     {
         SquareHole around_origin;
         around_origin.mesh.set_point(vh(5), Vector3f(0, 0, 0));
-        around_origin.mesh.set_point(vh(moved), Vector3f(0, limit, 0));
+        around_origin.mesh.set_point(vh(moved), Vector3f(0, LIMIT, 0));
         EXPECT_EQ(around_origin.corner(5, 9, 6).status, CornerStatus::SHORT_SIDE);
-        around_origin.mesh.set_point(vh(moved), Vector3f(0, std::nextafter(limit, 1.0F), 0));
+        around_origin.mesh.set_point(vh(moved), Vector3f(0, std::nextafter(LIMIT, 1.0F), 0));
         EXPECT_EQ(around_origin.corner(5, 9, 6).status, CornerStatus::MEASURED);
     }
     // The face beside 9 -> 5 is (4, 5, 9); its middle corner is compared with both others.
     hole.mesh.set_point(vh(4), Vector3f(0, 0, 0));
-    hole.mesh.set_point(vh(5), Vector3f(0, limit, 0));
+    hole.mesh.set_point(vh(5), Vector3f(0, LIMIT, 0));
     EXPECT_EQ(hole.corner(5, 9, 6).status, CornerStatus::SHORT_FACE_SIDE);
-    hole.mesh.set_point(vh(5), Vector3f(0, std::nextafter(limit, 1.0F), 0));
+    hole.mesh.set_point(vh(5), Vector3f(0, std::nextafter(LIMIT, 1.0F), 0));
     EXPECT_EQ(hole.corner(5, 9, 6).status, CornerStatus::MEASURED);
 }
 

@@ -99,9 +99,9 @@ std::string binary_stl(std::uint32_t declared, int there)
     return std::string(80, 'x') + bytes(declared) + std::string(50 * std::size_t(there), '\0');
 }
 
-float const nan = std::numeric_limits<float>::quiet_NaN();
-std::string const triangle = "0 0 0\n1 0 0\n0 1 0\n";
-std::string const facet = "facet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\n"
+float const QUIET_NAN = std::numeric_limits<float>::quiet_NaN();
+std::string const TRIANGLE = "0 0 0\n1 0 0\n0 1 0\n";
+std::string const FACET = "facet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 1 0 0\n"
                           "vertex 0 1 0\nendloop\nendfacet\n";
 
 struct Damaged
@@ -138,8 +138,8 @@ std::vector<Damaged> damaged_plys()
          "holds triangle strips; only single triangles are supported"},
         {"a.ply", ply("0 0 0\n1 0 0\n"), "ends in the middle of vertex 2"},
         {"a.ply", ply("0 0 0\n1 0 0\n0 1"), "ends in the middle of vertex 2"},
-        {"a.ply", ply(triangle), "ends in the middle of face 0"},
-        {"a.ply", ply(triangle + "3 0 1"), "ends in the middle of face 0"},
+        {"a.ply", ply(TRIANGLE), "ends in the middle of face 0"},
+        {"a.ply", ply(TRIANGLE + "3 0 1"), "ends in the middle of face 0"},
         {"a.ply", ply("0 0\n1 0 0\n0 1 0\n3 0 1 2\n"),
          "vertex 0 has fewer values than the header declares"},
         {"a.ply", ply("0 0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n"),
@@ -150,23 +150,23 @@ std::vector<Damaged> damaged_plys()
          "vertex 1 has a coordinate that is not finite"},
         {"a.ply", ply("0 0 0\n1 0 0\n0 1 1e39\n3 0 1 2\n"),
          "vertex 2 has a coordinate that is not finite"},
-        {"a.ply", ply(triangle + "3 0 1 99\n"), "face 0 names vertex 99, but there are only 3"},
-        {"a.ply", ply(triangle + "3 0 1 -1\n"), "face 0 names vertex -1, but there are only 3"},
-        {"a.ply", ply(triangle + "3 0 1 1.5\n"), "face 0 has a corner that is no vertex index"},
-        {"a.ply", ply(triangle + "3 0 1 9999999999\n"),
+        {"a.ply", ply(TRIANGLE + "3 0 1 99\n"), "face 0 names vertex 99, but there are only 3"},
+        {"a.ply", ply(TRIANGLE + "3 0 1 -1\n"), "face 0 names vertex -1, but there are only 3"},
+        {"a.ply", ply(TRIANGLE + "3 0 1 1.5\n"), "face 0 has a corner that is no vertex index"},
+        {"a.ply", ply(TRIANGLE + "3 0 1 9999999999\n"),
          "face 0 has a corner that is no vertex index"},
-        {"a.ply", ply(triangle + "4 0 1 2 0\n"),
+        {"a.ply", ply(TRIANGLE + "4 0 1 2 0\n"),
          "face 0 has 4 corners; only triangles are supported"},
-        {"a.ply", ply(triangle + "3 0 1 2\n3 0 1 2\n"), "holds more than its header declares"},
-        {"a.ply", ply(triangle + "3 0 1 2\n", "3", "1000000000000"),
+        {"a.ply", ply(TRIANGLE + "3 0 1 2\n3 0 1 2\n"), "holds more than its header declares"},
+        {"a.ply", ply(TRIANGLE + "3 0 1 2\n", "3", "1000000000000"),
          "ends in the middle of face 1"},
-        {"a.ply", ply(triangle, "1000000000000", "1000000000000"),
+        {"a.ply", ply(TRIANGLE, "1000000000000", "1000000000000"),
          "ends in the middle of vertex 3"},
         {"a.ply", binary_ply(binary_triangle() + corners(0, 1, 2), "1000000000000"),
          "ends in the middle of vertex 4"},
         {"a.ply", binary_ply(binary_triangle() + corners(0, 1, 2), "3", "4000000000"),
          "ends in the middle of face 1"},
-        {"a.ply", binary_ply(binary_triangle(nan) + corners(0, 1, 2)),
+        {"a.ply", binary_ply(binary_triangle(QUIET_NAN) + corners(0, 1, 2)),
          "vertex 2 has a coordinate that is not finite"},
         {"a.ply", binary_ply(binary_triangle() + corners(0, 1, 3)),
          "face 0 names vertex 3, but there are only 3"},
@@ -186,8 +186,8 @@ std::vector<Damaged> damaged_stls()
         {"a.stl", binary_stl(0, 0), "holds no faces"},
         {"a.stl", "solid a\nendsolid a\n", "holds no faces"},
         {"a.stl", "solid a\n", "ends without endsolid"},
-        {"a.stl", "solid a\n" + facet, "ends without endsolid"},
-        {"a.stl", "solid a\n" + facet + "facet normal 0 0 1\nouter loop\nvertex 0 0 0\n",
+        {"a.stl", "solid a\n" + FACET, "ends without endsolid"},
+        {"a.stl", "solid a\n" + FACET + "facet normal 0 0 1\nouter loop\nvertex 0 0 0\n",
          "ends in the middle of face 1"},
         {"a.stl", "solid a\nvertex 0 0 0\n", "line 2 is not understood"},
         {"a.stl", "solid a\nfacet normal 0 0 1\nouter loop\nvertex 0 0\n",
@@ -235,19 +235,19 @@ std::vector<Damaged> damaged_offs()
         {"a.off", "OFF\n3\n", "does not say how many vertices and faces it has"},
         {"a.off", "OFF\n-3 1 0\n", "does not say how many vertices and faces it has"},
         {"a.off", "OFF\n3 1 0\n0 0 0\n1 0 0\n", "ends in the middle of vertex 2"},
-        {"a.off", "OFF\n3 1 0\n" + triangle, "ends in the middle of face 0"},
-        {"a.off", "OFF\n3 1 0\n" + triangle + "3 0 1", "ends in the middle of face 0"},
+        {"a.off", "OFF\n3 1 0\n" + TRIANGLE, "ends in the middle of face 0"},
+        {"a.off", "OFF\n3 1 0\n" + TRIANGLE + "3 0 1", "ends in the middle of face 0"},
         {"a.off", "OFF\n3 1 0\n0 0\n1 0 0\n0 1 0\n3 0 1 2\n", "vertex 0 has too few values"},
         {"a.off", "OFF\n3 1 0\n0 0 zero\n1 0 0\n0 1 0\n3 0 1 2\n",
          "vertex 0 has a value that is no number"},
         {"a.off", "OFF\n3 1 0\n0 0 -inf\n1 0 0\n0 1 0\n3 0 1 2\n",
          "vertex 0 has a coordinate that is not finite"},
-        {"a.off", "OFF\n3 1 0\n" + triangle + "3 0 1 3\n",
+        {"a.off", "OFF\n3 1 0\n" + TRIANGLE + "3 0 1 3\n",
          "face 0 names vertex 3, but there are only 3"},
-        {"a.off", "OFF\n3 1 0\n" + triangle + "5 0 1 2 0 1\n",
+        {"a.off", "OFF\n3 1 0\n" + TRIANGLE + "5 0 1 2 0 1\n",
          "face 0 has 5 corners; only triangles are supported"},
-        {"a.off", "OFF\n3 1 0\n" + triangle + "3 0 1 2\n3 0 1 2\n", "holds more than it declares"},
-        {"a.off", "OFF\n1000000000000 1000000000000 0\n" + triangle,
+        {"a.off", "OFF\n3 1 0\n" + TRIANGLE + "3 0 1 2\n3 0 1 2\n", "holds more than it declares"},
+        {"a.off", "OFF\n1000000000000 1000000000000 0\n" + TRIANGLE,
          "ends in the middle of vertex 3"},
         {"a.off", "OFF BINARY\n", "ends within its header"},
         {"a.off", "OFF BINARY\n" + bytes(1U) + bytes(4000000000U) + std::string(16, '\0'),
@@ -275,8 +275,8 @@ std::vector<Damaged> damaged_oms()
         {"a.om", head + bytes(0U) + bytes(0U) + bytes(0U) + end + "x",
          "holds more than it declares"},
         {"a.om",
-         head + bytes(1U) + bytes(0U) + bytes(0U) + bytes(std::uint16_t(0x1600)) + bytes(nan) +
-             bytes(nan) + bytes(nan) + end,
+         head + bytes(1U) + bytes(0U) + bytes(0U) + bytes(std::uint16_t(0x1600)) +
+             bytes(QUIET_NAN) + bytes(QUIET_NAN) + bytes(QUIET_NAN) + end,
          "vertex 0 has a coordinate that is not finite"},
         {"a.om",
          head + bytes(0U) + bytes(1U) + bytes(0U) + bytes(std::uint16_t(0x06e8)) + '\5' + end,
@@ -383,7 +383,7 @@ TEST(CutMesh, IsNoticedInTextButForTheLastDigit)
 /// A text STL ends with the name of its solid, which may be missing.
 TEST(CutMesh, IsNoticedInTextStlBeforeItsLastWord)
 {
-    std::string const text = "solid a\n" + facet + facet + "endsolid a\n";
+    std::string const text = "solid a\n" + FACET + FACET + "endsolid a\n";
     EXPECT_THAT(silent_cuts("a.stl", text),
                 testing::ElementsAre(text.size() - 3, text.size() - 2, text.size() - 1));
 }
@@ -423,13 +423,13 @@ void read_with_changed_bytes(std::string const& name, std::string const& content
 TEST(ChangedMesh, NeverHarmsAsPly)
 {
     read_with_changed_bytes("a.ply", written(".ply"));
-    read_with_changed_bytes("a.ply", ply(triangle + "3 0 1 2\n"));
+    read_with_changed_bytes("a.ply", ply(TRIANGLE + "3 0 1 2\n"));
 }
 
 TEST(ChangedMesh, NeverHarmsAsStl)
 {
     read_with_changed_bytes("a.stl", written(".stl"));
-    read_with_changed_bytes("a.stl", "solid a\n" + facet + "endsolid a\n");
+    read_with_changed_bytes("a.stl", "solid a\n" + FACET + "endsolid a\n");
 }
 
 TEST(ChangedMesh, NeverHarmsAsObj)

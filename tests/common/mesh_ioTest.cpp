@@ -642,7 +642,7 @@ struct RealMesh
     bool has_complex_edges;
 };
 
-constexpr RealMesh real_meshes[] = {
+constexpr RealMesh REAL_MESHES[] = {
     {"meshes_holes/b9_mesh.ply", 5951, 10174, false},
     {"meshes_holes/bun_zipper.ply", 35947, 69451, false},
     {"meshes_holes/bun_zipper_res2.ply", 8171, 16301, true},
@@ -669,7 +669,7 @@ using MeshIoRealData = veld_test::RealData;
 
 TEST_F(MeshIoRealData, IsReadWhole)
 {
-    for (auto const& expected : real_meshes)
+    for (auto const& expected : REAL_MESHES)
     {
         testing::internal::CaptureStderr();
         auto const result = read_path(veld_test::real_data(expected.file));

@@ -25,8 +25,8 @@ std::string header(int rows, int columns, int n_vertices, std::string const& for
 }
 
 /// Two rows and three columns without the last corner. Vertices stand in another order than cells.
-std::string const body = "10 0 0\n0 0 0\n20 0 0\n0 1 0\n10 1 0\n";
-std::string const grid = "1 1\n1 0\n1 2\n1 3\n1 4\n0\n";
+std::string const BODY = "10 0 0\n0 0 0\n20 0 0\n0 1 0\n10 1 0\n";
+std::string const GRID = "1 1\n1 0\n1 2\n1 3\n1 4\n0\n";
 
 struct Reading
 {
@@ -59,7 +59,7 @@ std::string error_of(std::string const& content)
 
 TEST(RangePly, VerticesComeInTheOrderOfTheGrid)
 {
-    auto const reading = read(header(2, 3, 5) + body + grid);
+    auto const reading = read(header(2, 3, 5) + BODY + GRID);
     ASSERT_TRUE(reading.ok) << reading.error;
     auto const& frame = reading.frame;
     EXPECT_EQ(frame.grid_rows, 2);
@@ -96,7 +96,7 @@ std::string binary_scan(bool big_endian)
 
 TEST(RangePly, BinaryFilesOfBothByteOrders)
 {
-    auto const expected = read(header(2, 3, 5) + body + grid).frame.vCoord;
+    auto const expected = read(header(2, 3, 5) + BODY + GRID).frame.vCoord;
     for (bool const big_endian : {false, true})
     {
         auto const reading = read(binary_scan(big_endian));
@@ -113,7 +113,7 @@ TEST(RangePly, GridMayStandBeforeTheVertices)
     auto const end = text.find("end_header");
     std::string const turned = text.substr(0, vertices) + text.substr(cells, end - cells) +
                                text.substr(vertices, cells - vertices) + text.substr(end);
-    auto const reading = read(turned + grid + body);
+    auto const reading = read(turned + GRID + BODY);
     ASSERT_TRUE(reading.ok) << reading.error;
     EXPECT_EQ(reading.frame.vCoord.at(2), Vector3f(20, 0, 0));
 }
@@ -153,15 +153,15 @@ TEST(RangePly, EmptyGridIsAFrameWithoutVertices)
 TEST(RangePly, GridThatContradictsTheFileIsRefused)
 {
     std::string const head = header(2, 3, 5);
-    EXPECT_THAT(error_of(head + body + "1 1\n1 0\n1 2\n1 3\n1 5\n0\n"),
+    EXPECT_THAT(error_of(head + BODY + "1 1\n1 0\n1 2\n1 3\n1 5\n0\n"),
                 HasSubstr("range_grid 4 names a vertex that is not there"));
-    EXPECT_THAT(error_of(head + body + "1 1\n1 0\n1 2\n1 3\n1 -1\n0\n"),
+    EXPECT_THAT(error_of(head + BODY + "1 1\n1 0\n1 2\n1 3\n1 -1\n0\n"),
                 HasSubstr("range_grid 4 names a vertex that is not there"));
-    EXPECT_THAT(error_of(head + body + "1 1\n1 0\n1 2\n1 1\n1 4\n0\n"),
+    EXPECT_THAT(error_of(head + BODY + "1 1\n1 0\n1 2\n1 1\n1 4\n0\n"),
                 HasSubstr("range_grid 3 names a vertex that is in another cell"));
-    EXPECT_THAT(error_of(head + body + "2 1 0\n1 2\n1 3\n1 4\n0\n0\n"),
+    EXPECT_THAT(error_of(head + BODY + "2 1 0\n1 2\n1 3\n1 4\n0\n0\n"),
                 HasSubstr("range_grid 0 has more than one vertex"));
-    EXPECT_THAT(error_of(head + body + "1 1.5\n1 0\n1 2\n1 3\n1 4\n0\n"),
+    EXPECT_THAT(error_of(head + BODY + "1 1.5\n1 0\n1 2\n1 3\n1 4\n0\n"),
                 HasSubstr("range_grid 0"));
 }
 
@@ -172,7 +172,7 @@ std::string replaced(std::string text, std::string const& from, std::string cons
 
 TEST(RangePly, SizeOfTheGridHasToBeTold)
 {
-    std::string const good = header(2, 3, 5) + body + grid;
+    std::string const good = header(2, 3, 5) + BODY + GRID;
     EXPECT_THAT(error_of(replaced(good, "num_cols 3", "num_cols 4")),
                 HasSubstr("a range grid of 6 cells, but rows and columns for 8"));
     EXPECT_THAT(error_of(replaced(good, "num_cols 3", "num_cols")), HasSubstr("num_cols"));
@@ -189,11 +189,11 @@ TEST(RangePly, MeshFilesAndOtherFilesAreRefused)
 {
     EXPECT_THAT(error_of(""), HasSubstr("is empty"));
     EXPECT_THAT(error_of("hello"), HasSubstr("is not a PLY file"));
-    EXPECT_THAT(error_of(replaced(header(2, 3, 5) + body + grid, "range_grid", "face")),
+    EXPECT_THAT(error_of(replaced(header(2, 3, 5) + BODY + GRID, "range_grid", "face")),
                 HasSubstr("range grid"));
-    EXPECT_THAT(error_of(replaced(header(2, 3, 5) + body + grid, "list uchar int", "int")),
+    EXPECT_THAT(error_of(replaced(header(2, 3, 5) + BODY + GRID, "list uchar int", "int")),
                 HasSubstr("no list"));
-    EXPECT_THAT(error_of(header(2, 3, 5) + body + grid + "0\n"), HasSubstr("more than its header"));
+    EXPECT_THAT(error_of(header(2, 3, 5) + BODY + GRID + "0\n"), HasSubstr("more than its header"));
     RangeData frame;
     std::string error;
     EXPECT_FALSE(read_range_ply("/no/such.ply", frame, error));
@@ -203,7 +203,7 @@ TEST(RangePly, MeshFilesAndOtherFilesAreRefused)
 
 TEST(RangePly, EveryBeginningOfAFileIsRefused)
 {
-    std::string const text = header(2, 3, 5) + body + grid;
+    std::string const text = header(2, 3, 5) + BODY + GRID;
     for (size_t n = 0; n + 2 < text.size(); ++n)
     {
         EXPECT_FALSE(read(text.substr(0, n)).ok) << n;
@@ -218,7 +218,7 @@ TEST(RangePly, EveryBeginningOfAFileIsRefused)
 TEST(RangePly, DeclaredSizesTakeNoMemory)
 {
     std::string const many = "element vertex 9000000000000000000";
-    EXPECT_FALSE(read(replaced(header(2, 3, 5) + body + grid, "element vertex 5", many)).ok);
+    EXPECT_FALSE(read(replaced(header(2, 3, 5) + BODY + GRID, "element vertex 5", many)).ok);
     std::string const big = header(16384, 16384, 5, "binary_little_endian");
     EXPECT_FALSE(read(big + std::string(60, '\0')).ok);
 }

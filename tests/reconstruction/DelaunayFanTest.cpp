@@ -27,7 +27,7 @@ using testing::UnorderedElementsAre;
 namespace
 {
 
-constexpr double degree = 3.141592653589793 / 180.0;
+constexpr double DEGREE = 3.141592653589793 / 180.0;
 
 /// Small whole numbers, which floats hold exactly.
 struct Point
@@ -137,7 +137,7 @@ TEST(DelaunayFan, SquaresOfTheCircleTestAreFloat)
         std::array<Vector2f, 3> p;
         for (std::size_t k = 0; k < 3; ++k)
         {
-            double const angle = (angles[k] + 180.0) * degree;
+            double const angle = (angles[k] + 180.0) * DEGREE;
             p[k] = {static_cast<float>(1.0 + std::cos(angle)), static_cast<float>(std::sin(angle))};
         }
         auto const determinant = [&](auto const& square)
@@ -297,7 +297,7 @@ public:
         settings.start_radius = 2.0F;
         settings.largest_radius = 8.0;
         settings.longest_edge = 8.0;
-        settings.cos_normal_angle = std::cos(static_cast<float>(30.0 * degree));
+        settings.cos_normal_angle = std::cos(static_cast<float>(30.0 * DEGREE));
     }
 
     std::vector<FanTriangle> plan(int centre = 0) const
@@ -327,8 +327,8 @@ public:
 
 Vector3f polar(double angle, double distance)
 {
-    return {static_cast<float>(distance * std::cos(angle * degree)),
-            static_cast<float>(distance * std::sin(angle * degree)), 0.0F};
+    return {static_cast<float>(distance * std::cos(angle * DEGREE)),
+            static_cast<float>(distance * std::sin(angle * DEGREE)), 0.0F};
 }
 
 std::vector<Vector3f> ring(std::vector<double> const& angles, double distance = 1.0)
@@ -538,7 +538,7 @@ TEST(DelaunayFan, FaceThatTurnsAwayFromTheFacesAroundItsCornersIsDropped)
     auto const scene_with = [](double angle)
     {
         auto points = ring({0, 60});
-        auto const z = static_cast<float>(std::tan(angle * degree));
+        auto const z = static_cast<float>(std::tan(angle * DEGREE));
         points.emplace_back(1.0F, -1.0F, 0.0F);
         points.emplace_back(2.0F, 0.0F, z);
         return Scene(points, {{1, 3, 4}});
@@ -552,7 +552,7 @@ TEST(DelaunayFan, FacesAtTheCentreCountToo)
     // A face on the far side of the centre rises away from it.
     auto const scene_with = [](double angle)
     {
-        auto const z = static_cast<float>(std::tan(angle * degree));
+        auto const z = static_cast<float>(std::tan(angle * DEGREE));
         auto points = ring({0, 60});
         points.emplace_back(-1.0F, 0.5F, z);
         points.emplace_back(-1.0F, -0.5F, z);
@@ -578,10 +578,10 @@ TEST(DelaunayFan, TrianglesOfAFanHaveToAgreeWithEachOther)
     TriMesh strict = mesh;
     detail::AppendedElements strict_elements(strict);
     // The second is 45 degrees off the first, the third is 55 degrees off.
-    detail::add_fan(strict, vh(0), fan, std::cos(static_cast<float>(40 * degree)), strict_elements,
+    detail::add_fan(strict, vh(0), fan, std::cos(static_cast<float>(40 * DEGREE)), strict_elements,
                     none);
     EXPECT_EQ(strict.n_faces(), 1U);
-    detail::add_fan(mesh, vh(0), fan, std::cos(static_cast<float>(60 * degree)), elements, none);
+    detail::add_fan(mesh, vh(0), fan, std::cos(static_cast<float>(60 * DEGREE)), elements, none);
     EXPECT_EQ(mesh.n_faces(), 3U);
 }
 
@@ -811,7 +811,7 @@ private:
     {
         auto const dot = at(a).x * at(b).x + at(a).y * at(b).y;
         double const angle =
-            std::atan2(static_cast<double>(cross(at(a), at(b))), static_cast<double>(dot)) / degree;
+            std::atan2(static_cast<double>(cross(at(a), at(b))), static_cast<double>(dot)) / DEGREE;
         clear_ = clear_ && std::abs(angle - 18.0) > 0.01 && std::abs(angle - 144.0) > 0.01;
         if (angle > 18.0 && angle < 144.0)
         {

@@ -688,9 +688,9 @@ TEST(FrameOverlap, WhereThereIsOneLayerNothingMoves)
 
 TEST(FrameOverlap, NoiseFallsWithTheNumberOfLayers)
 {
-    constexpr float sigma = 0.02F;
+    constexpr float SIGMA = 0.02F;
     std::mt19937 random(5);
-    std::normal_distribution<float> noise(0.0F, sigma);
+    std::normal_distribution<float> noise(0.0F, SIGMA);
     std::vector<RangeData> frames;
     for (int f = 0; f < 9; ++f)
     {
@@ -715,8 +715,8 @@ TEST(FrameOverlap, NoiseFallsWithTheNumberOfLayers)
     };
     // A third of it with nine layers, if each told by a point of its own; three points of each make
     // it less still.
-    EXPECT_GT(rms(without_overlap(frames)), 0.9F * sigma);
-    EXPECT_LT(rms(averaged(frames)), 0.36F * sigma);
+    EXPECT_GT(rms(without_overlap(frames)), 0.9F * SIGMA);
+    EXPECT_LT(rms(averaged(frames)), 0.36F * SIGMA);
 }
 
 TEST(FrameOverlap, PointsMoveAlongTheirNormalsHoweverFramesStand)

@@ -26,12 +26,12 @@ struct Merged
 Merged merge(std::vector<RangeData> const& ranges, int threads)
 {
     Threads const scope(threads);
-    constexpr double spacing = 0.6;
+    constexpr double SPACING = 0.6;
     MeshMerge merger;
-    merger.set_point_spacing(spacing);
+    merger.set_point_spacing(SPACING);
     Merged result;
-    EXPECT_EQ(merger.mesh_merge(pointers(ranges), spacing, result.mesh, false, 30, 100,
-                                5.0 * spacing, result.frames),
+    EXPECT_EQ(merger.mesh_merge(pointers(ranges), SPACING, result.mesh, false, 30, 100,
+                                5.0 * SPACING, result.frames),
               RET_SUCCESS);
     return result;
 }
@@ -68,7 +68,7 @@ TEST_F(MergeRealData, SameMeshForAnyNumberOfThreadsAndEveryVertexFromItsFrame)
 {
     auto ranges = real_bunny_frames();
     ASSERT_EQ(ranges.size(), 10U);
-    if (is_sanitized)
+    if (IS_SANITIZED)
     {
         ranges.resize(3);
     }

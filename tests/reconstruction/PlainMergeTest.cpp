@@ -69,11 +69,11 @@ TEST_P(PlainMerge, SameMeshAsOneStepAfterTheOther)
     settings.neighbour_factor = 4 + GetParam() % 5;
     settings.normal_angle_thr = seed % 2 == 0 ? 30.0F : 70.0F;
     settings.long_edge_length = seed % 2 == 0 ? 0.5 : 0.16;
-    compare(random_frames(seed, 4, is_sanitized ? 20 : 40, 0.1F), settings);
+    compare(random_frames(seed, 4, IS_SANITIZED ? 20 : 40, 0.1F), settings);
     EXPECT_GT(faces_between_frames_, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, PlainMerge, testing::Range(1, is_sanitized ? 5 : 25));
+INSTANTIATE_TEST_SUITE_P(Seeds, PlainMerge, testing::Range(1, IS_SANITIZED ? 5 : 25));
 
 // Searches reach over several slabs here, so that slabs of one pass are within each other's reach.
 TEST_P(PlainMerge, SameMeshWhereASearchIsWiderThanASlab)

@@ -23,9 +23,9 @@ namespace
 /// The three forms of poses.
 enum class Poses
 {
-    twelve,
-    common,
-    sixteen
+    TWELVE,
+    COMMON,
+    SIXTEEN
 };
 
 /// A directory of text frames.
@@ -72,8 +72,8 @@ public:
         frames.set_PointCloudName("cloud", ".asc");
         frames.set_RtParamName("rt", ".txt");
         frames.set_FrameIdInfo(first, last);
-        frames.set_rt_file_with_12_params(form == Poses::twelve);
-        frames.set_RtParamStoreType(form == Poses::common);
+        frames.set_rt_file_with_12_params(form == Poses::TWELVE);
+        frames.set_RtParamStoreType(form == Poses::COMMON);
         return frames;
     }
 
@@ -82,8 +82,8 @@ private:
     int columns_;
 };
 
-std::string const identity_12 = "1 0 0 0 1 0 0 0 1 0 0 0";
-std::string const identity_16 = "1 0 0 0  0 1 0 0  0 0 1 0  0 0 0 1";
+std::string const IDENTITY_12 = "1 0 0 0 1 0 0 0 1 0 0 0";
+std::string const IDENTITY_16 = "1 0 0 0  0 1 0 0  0 0 1 0  0 0 0 1";
 
 /// The frame that one pixel and a pose make.
 PointCloud2RangeData frame_with_pose(Poses form, int number, std::string const& pose)
@@ -109,7 +109,7 @@ Matrix3d rows(double a, double b, double c, double d, double e, double f, double
 
 TEST(PointCloud2RangeData, TwelveValuesAreTheRotationAndThenTheTranslation)
 {
-    auto frames = frame_with_pose(Poses::twelve, 3, "1 2 3\n4 5 6\n7 8 9\n10 11 12");
+    auto frames = frame_with_pose(Poses::TWELVE, 3, "1 2 3\n4 5 6\n7 8 9\n10 11 12");
     ASSERT_EQ(frames.get_frames(), 1U);
     auto const& pose = frames.get_rangeData(0).get_rigidMatrix();
     EXPECT_EQ(pose.get_rotation(), rows(1, 2, 3, 4, 5, 6, 7, 8, 9));
@@ -123,8 +123,8 @@ TEST(PointCloud2RangeData, CommonFileHoldsRowsOfRotationAndTranslation)
     scan.write_plane(7, 5);
     scan.write_plane(2, 6);
     // Its own numbers in its own order; the first and the last frame do not matter.
-    scan.write("rt.txt", "frame 7\n1 2 3 10\n4 5 6 11\n7 8 9 12\nframe 2 " + identity_12);
-    auto frames = scan.reader(Poses::common, 50, 40);
+    scan.write("rt.txt", "frame 7\n1 2 3 10\n4 5 6 11\n7 8 9 12\nframe 2 " + IDENTITY_12);
+    auto frames = scan.reader(Poses::COMMON, 50, 40);
     frames.Initialize();
     EXPECT_TRUE(frames.processPointCloud());
     EXPECT_THAT(frames.get_frame_id_arr(), ElementsAre(7, 2));
@@ -138,7 +138,7 @@ TEST(PointCloud2RangeData, CommonFileHoldsRowsOfRotationAndTranslation)
 TEST(PointCloud2RangeData, SixteenValuesAreAMatrixByRows)
 {
     auto frames =
-        frame_with_pose(Poses::sixteen, 4,
+        frame_with_pose(Poses::SIXTEEN, 4,
                         "scan 9 of 12\n== frame no. 4, mm\n1 2 3 10 4 5 6 11 7 8 9 12 0 0 0 1\n");
     auto const& pose = frames.get_rangeData(0).get_rigidMatrix();
     EXPECT_EQ(pose.get_rotation(), rows(1, 2, 3, 4, 5, 6, 7, 8, 9));
@@ -149,8 +149,8 @@ TEST(PointCloud2RangeData, SixteenValuesWithoutAHeader)
 {
     Scan const scan(1, 1);
     scan.write_plane(4, 5);
-    scan.write_pose(4, identity_16);
-    auto frames = scan.reader(Poses::sixteen, 4, 4);
+    scan.write_pose(4, IDENTITY_16);
+    auto frames = scan.reader(Poses::SIXTEEN, 4, 4);
     frames.set_HasFrameIdInfo(false);
     frames.Initialize();
     EXPECT_TRUE(frames.processPointCloud());
@@ -162,7 +162,7 @@ TEST(PointCloud2RangeData, LongHeaderLineGoesOnInTheNext)
     // A header line is read in pieces of 511 characters: what is left of a long first line is the
     // second, and the true second one is read as values of the matrix.
     auto frames = frame_with_pose(
-        Poses::sixteen, 4, "1" + std::string(510, 'x') + "4\n2 0 0 0  0 1 0 0  0 0 1 0  0 0 0 1");
+        Poses::SIXTEEN, 4, "1" + std::string(510, 'x') + "4\n2 0 0 0  0 1 0 0  0 0 1 0  0 0 0 1");
     EXPECT_EQ(frames.get_rangeData(0).get_rigidMatrix().get_rotation()(0, 0), 2.0);
 }
 
@@ -172,13 +172,13 @@ TEST(PointCloud2RangeData, HeaderLineThatFitsWithItsEndIsOneLine)
     // a second line without a number.
     Scan const scan(1, 1);
     scan.write_plane(4, 5);
-    scan.write_pose(4, "1" + std::string(509, 'x') + "\n4\n" + identity_16);
-    auto frames = scan.reader(Poses::sixteen, 4, 4);
+    scan.write_pose(4, "1" + std::string(509, 'x') + "\n4\n" + IDENTITY_16);
+    auto frames = scan.reader(Poses::SIXTEEN, 4, 4);
     frames.Initialize();
     EXPECT_TRUE(frames.processPointCloud());
     EXPECT_EQ(frames.get_rangeData(0).get_vn(), 1U);
-    scan.write_pose(4, "1" + std::string(510, 'x') + "\n4\n" + identity_16);
-    auto longer = scan.reader(Poses::sixteen, 4, 4);
+    scan.write_pose(4, "1" + std::string(510, 'x') + "\n4\n" + IDENTITY_16);
+    auto longer = scan.reader(Poses::SIXTEEN, 4, 4);
     longer.Initialize();
     EXPECT_THROW(longer.processPointCloud(), std::out_of_range);
 }
@@ -189,7 +189,7 @@ TEST(PointCloud2RangeData, LongWordOfTheCommonFileIsReadInPieces)
     // the text behind it begins the next one.
     Scan const scan(1, 1);
     scan.write("rt.txt", std::string(511, 'w') + "x 5");
-    auto frames = scan.reader(Poses::common, 0, 0);
+    auto frames = scan.reader(Poses::COMMON, 0, 0);
     frames.Initialize();
     frames.processPointCloud();
     EXPECT_THAT(frames.get_frame_id_arr(), ElementsAre(0, 5));
@@ -201,8 +201,8 @@ TEST(PointCloud2RangeData, FullGridHasFlagsExceptInTheLastRowAndColumn)
 {
     Scan const scan(3, 4);
     scan.write_plane(1, 5);
-    scan.write_pose(1, identity_12);
-    auto frames = scan.reader(Poses::twelve, 1, 1);
+    scan.write_pose(1, IDENTITY_12);
+    auto frames = scan.reader(Poses::TWELVE, 1, 1);
     frames.Initialize();
     EXPECT_TRUE(frames.processPointCloud());
     auto const& frame = frames.get_rangeData(0);
@@ -227,8 +227,8 @@ TEST(PointCloud2RangeData, PixelAtTheOriginHasNoPointAndItsCellsAreNotComplete)
     Scan const scan(2, 3);
     scan.write_points(1, "0 0 1 0 0 0  1 0 1 0 0 0  0 0 0 0 0 0\n"
                          "0 1 1 0 0 0  1 1 1 0 0 0  2 1 1 0 0 0\n");
-    scan.write_pose(1, identity_12);
-    auto frames = scan.reader(Poses::twelve, 1, 1);
+    scan.write_pose(1, IDENTITY_12);
+    auto frames = scan.reader(Poses::TWELVE, 1, 1);
     frames.Initialize();
     EXPECT_TRUE(frames.processPointCloud());
     auto const& frame = frames.get_rangeData(0);
@@ -249,8 +249,8 @@ TEST(PointCloud2RangeData, CellNeedsEachOfItsFourCorners)
             points += i == gap ? "0 0 0 0 0 0 " : "1 2 3 0 0 0 ";
         }
         scan.write_points(1, points);
-        scan.write_pose(1, identity_12);
-        auto frames = scan.reader(Poses::twelve, 1, 1);
+        scan.write_pose(1, IDENTITY_12);
+        auto frames = scan.reader(Poses::TWELVE, 1, 1);
         frames.Initialize();
         EXPECT_TRUE(frames.processPointCloud());
         EXPECT_THAT(frames.get_rangeData(0).cellFlag, ElementsAre(0, 0, 0)) << gap;
@@ -263,8 +263,8 @@ TEST(PointCloud2RangeData, PointIsWhereTheAbsoluteCoordinatesAddUpToMoreThanTheL
     // 1e-5 as a float is a little less than 1e-5, and the next float a little more.
     scan.write_points(1, "1e-5 0 0 0 0 0  0 1.0000001e-5 0 0 0 0  6e-6 -6e-6 0 0 0 0 "
                          "nan 1 1 0 0 0  inf 1 1 0 0 0");
-    scan.write_pose(1, identity_12);
-    auto frames = scan.reader(Poses::twelve, 1, 1);
+    scan.write_pose(1, IDENTITY_12);
+    auto frames = scan.reader(Poses::TWELVE, 1, 1);
     frames.Initialize();
     EXPECT_TRUE(frames.processPointCloud());
     auto const& frame = frames.get_rangeData(0);
@@ -284,8 +284,8 @@ TEST(PointCloud2RangeData, CoordinatesAreAddedInFloatAndComparedInDouble)
     Scan const scan(1, 4);
     scan.write_points(1, "1e-5 3e-13 0 0 0 0  1e-5 5e-13 0 0 0 0  -1e-5 0 -3e-13 0 0 0 "
                          "-1e-5 0 -5e-13 0 0 0");
-    scan.write_pose(1, identity_12);
-    auto frames = scan.reader(Poses::twelve, 1, 1);
+    scan.write_pose(1, IDENTITY_12);
+    auto frames = scan.reader(Poses::TWELVE, 1, 1);
     frames.Initialize();
     EXPECT_TRUE(frames.processPointCloud());
     auto const& frame = frames.get_rangeData(0);
@@ -298,8 +298,8 @@ TEST(PointCloud2RangeData, RowsComeBeforeColumnsInTheSetter)
 {
     Scan const scan(1, 3);
     scan.write_plane(1, 5);
-    scan.write_pose(1, identity_12);
-    auto frames = scan.reader(Poses::twelve, 1, 1);
+    scan.write_pose(1, IDENTITY_12);
+    auto frames = scan.reader(Poses::TWELVE, 1, 1);
     frames.set_ImageSize(3, 1);
     frames.Initialize();
     EXPECT_TRUE(frames.processPointCloud());
@@ -315,8 +315,8 @@ TEST(PointCloud2RangeData, FirstAboveLastReadsNothingAndIsWell)
 {
     Scan const scan(2, 2);
     scan.write_plane(5, 5);
-    scan.write_pose(5, identity_12);
-    for (Poses const form : {Poses::twelve, Poses::sixteen})
+    scan.write_pose(5, IDENTITY_12);
+    for (Poses const form : {Poses::TWELVE, Poses::SIXTEEN})
     {
         auto frames = scan.reader(form, 6, 5);
         frames.Initialize();
@@ -324,7 +324,7 @@ TEST(PointCloud2RangeData, FirstAboveLastReadsNothingAndIsWell)
         EXPECT_TRUE(frames.processPointCloud());
         EXPECT_EQ(frames.get_frames(), 0U);
         EXPECT_TRUE(frames.get_frame_id_arr().empty());
-        EXPECT_EQ(log.count("  # fail to load any matrix.\n"), form == Poses::twelve ? 1 : 0);
+        EXPECT_EQ(log.count("  # fail to load any matrix.\n"), form == Poses::TWELVE ? 1 : 0);
     }
 }
 
@@ -332,7 +332,7 @@ TEST(PointCloud2RangeData, RangeEndsAtTheLargestNumber)
 {
     Scan const scan(1, 1);
     int const most = std::numeric_limits<int>::max();
-    for (Poses const form : {Poses::twelve, Poses::sixteen})
+    for (Poses const form : {Poses::TWELVE, Poses::SIXTEEN})
     {
         auto frames = scan.reader(form, most - 1, most);
         frames.Initialize();
@@ -346,9 +346,9 @@ TEST(PointCloud2RangeData, FrameWithoutAPoseIsNotThere)
     scan.write_plane(1, 5);
     scan.write_plane(2, 5);
     scan.write_plane(3, 5);
-    scan.write_pose(1, identity_12);
-    scan.write_pose(3, identity_12);
-    auto frames = scan.reader(Poses::twelve, 1, 4);
+    scan.write_pose(1, IDENTITY_12);
+    scan.write_pose(3, IDENTITY_12);
+    auto frames = scan.reader(Poses::TWELVE, 1, 4);
     frames.Initialize();
     EXPECT_TRUE(frames.processPointCloud());
     EXPECT_THAT(frames.get_frame_id_arr(), ElementsAre(1, 3));
@@ -359,9 +359,9 @@ TEST(PointCloud2RangeData, FrameWithoutPointsIsEmptyAndTheResultStaysTrue)
     // The counts agree all the same, which is all that the result looks at.
     Scan const scan(1, 1);
     scan.write_plane(1, 5);
-    scan.write_pose(1, identity_12);
-    scan.write_pose(2, identity_12);
-    auto frames = scan.reader(Poses::twelve, 1, 2);
+    scan.write_pose(1, IDENTITY_12);
+    scan.write_pose(2, IDENTITY_12);
+    auto frames = scan.reader(Poses::TWELVE, 1, 2);
     frames.Initialize();
     LogCapture const log;
     EXPECT_TRUE(frames.processPointCloud());
@@ -375,7 +375,7 @@ TEST(PointCloud2RangeData, FrameWithoutPointsIsEmptyAndTheResultStaysTrue)
 TEST(PointCloud2RangeData, MissingCommonFileIsPrintedAndWell)
 {
     Scan const scan(1, 1);
-    auto frames = scan.reader(Poses::common, 1, 1);
+    auto frames = scan.reader(Poses::COMMON, 1, 1);
     frames.Initialize();
     LogCapture const log;
     auto const printed = veld_test::output_of([&] { EXPECT_TRUE(frames.processPointCloud()); });
@@ -388,8 +388,8 @@ TEST(PointCloud2RangeData, HeaderWithAnotherNumberLeavesTheFrameEmpty)
 {
     Scan const scan(1, 1);
     scan.write_plane(4, 5);
-    scan.write_pose(4, "4\n5\n" + identity_16);
-    auto frames = scan.reader(Poses::sixteen, 4, 4);
+    scan.write_pose(4, "4\n5\n" + IDENTITY_16);
+    auto frames = scan.reader(Poses::SIXTEEN, 4, 4);
     frames.Initialize();
     LogCapture const log;
     EXPECT_TRUE(frames.processPointCloud());
@@ -409,7 +409,7 @@ TEST(PointCloud2RangeData, HeaderLineWithoutADigitThrows)
         Scan const scan(1, 1);
         scan.write_plane(4, 5);
         scan.write_pose(4, header);
-        auto frames = scan.reader(Poses::sixteen, 4, 4);
+        auto frames = scan.reader(Poses::SIXTEEN, 4, 4);
         frames.Initialize();
         try
         {
@@ -427,7 +427,7 @@ TEST(PointCloud2RangeData, HeaderLineWithoutADigitThrows)
 
 TEST(PointCloud2RangeData, HeaderNumberThatIsTooLargeIsNoFrames)
 {
-    auto frames = frame_with_pose(Poses::sixteen, 4, "1\n99999999999999999999\n" + identity_16);
+    auto frames = frame_with_pose(Poses::SIXTEEN, 4, "1\n99999999999999999999\n" + IDENTITY_16);
     EXPECT_EQ(frames.get_rangeData(0).get_vn(), 0U);
 }
 
@@ -437,8 +437,8 @@ TEST(PointCloud2RangeData, CommonRecordWithoutANumberHasNoPoseEvenIfItsValuesAre
 {
     // ".5" is no frame number, but the first value: twelve values are read all the same.
     Scan const scan(1, 1);
-    scan.write("rt.txt", "frame .5 0 0 0 0 1 0 0 0 0 1 0 frame 3 " + identity_12);
-    auto frames = scan.reader(Poses::common, 0, 0);
+    scan.write("rt.txt", "frame .5 0 0 0 0 1 0 0 0 0 1 0 frame 3 " + IDENTITY_12);
+    auto frames = scan.reader(Poses::COMMON, 0, 0);
     frames.Initialize();
     frames.processPointCloud();
     EXPECT_THAT(frames.get_frame_id_arr(), ElementsAre(0, 3));
@@ -448,14 +448,14 @@ TEST(PointCloud2RangeData, CommonRecordWithoutANumberHasNoPoseEvenIfItsValuesAre
 
 TEST(PointCloud2RangeData, ShortPoseFileGivesZeros)
 {
-    auto frames = frame_with_pose(Poses::twelve, 1, "1 0 0 0 1 0 0 0 1 10");
+    auto frames = frame_with_pose(Poses::TWELVE, 1, "1 0 0 0 1 0 0 0 1 10");
     EXPECT_EQ(frames.get_rangeData(0).get_rigidMatrix().get_translation(), Vector3d(10, 0, 0));
     EXPECT_EQ(frames.get_frame_input(0).pose_values_missing, 2);
 }
 
 TEST(PointCloud2RangeData, EmptyPoseFileStillMakesAFrame)
 {
-    auto frames = frame_with_pose(Poses::twelve, 1, "");
+    auto frames = frame_with_pose(Poses::TWELVE, 1, "");
     EXPECT_EQ(frames.get_rangeData(0).get_vn(), 1U);
     EXPECT_EQ(frames.get_rangeData(0).get_rigidMatrix().get_rotation(), Matrix3d::Zero());
     EXPECT_EQ(frames.get_frame_input(0).pose_values_missing, 12);
@@ -465,8 +465,8 @@ TEST(PointCloud2RangeData, DamagedCommonFileGoesOnAtTheNextWord)
 {
     // A value that is none is the word that begins the next record.
     Scan const scan(1, 1);
-    scan.write("rt.txt", "frame 1 1 0 oops 2 " + identity_12 + " frame");
-    auto frames = scan.reader(Poses::common, 0, 0);
+    scan.write("rt.txt", "frame 1 1 0 oops 2 " + IDENTITY_12 + " frame");
+    auto frames = scan.reader(Poses::COMMON, 0, 0);
     frames.Initialize();
     frames.processPointCloud();
     EXPECT_THAT(frames.get_frame_id_arr(), ElementsAre(1, 2, 0));
@@ -481,12 +481,12 @@ TEST(PointCloud2RangeData, ShortPointFileKeepsTheFrameBeforeAndTheFirstHasZeros)
     Scan const scan(1, 3);
     for (int const i : {1, 2, 3})
     {
-        scan.write_pose(i, identity_12);
+        scan.write_pose(i, IDENTITY_12);
     }
     scan.write_points(1, "1 1 1 0 0 0  2 2 2 0 0 0");
     scan.write_points(2, "3 3 3 0 0 0  4 4 4 0 0 0  5 5 5 0 0 0");
     scan.write_points(3, "6 6 6 0 0 0  7 7");
-    auto frames = scan.reader(Poses::twelve, 1, 3);
+    auto frames = scan.reader(Poses::TWELVE, 1, 3);
     frames.Initialize();
     EXPECT_TRUE(frames.processPointCloud());
     EXPECT_THAT(frames.get_rangeData(0).vCoord, ElementsAre(Vector3f(1, 1, 1), Vector3f(2, 2, 2)));
@@ -500,9 +500,9 @@ TEST(PointCloud2RangeData, ShortPointFileKeepsTheFrameBeforeAndTheFirstHasZeros)
 TEST(PointCloud2RangeData, LongPointFileIsReadAsFarAsTheGridGoes)
 {
     Scan const scan(1, 1);
-    scan.write_pose(1, identity_12);
+    scan.write_pose(1, IDENTITY_12);
     scan.write_points(1, "1 2 3 0 0 0  9 9 9 0 0 0 rest");
-    auto frames = scan.reader(Poses::twelve, 1, 1);
+    auto frames = scan.reader(Poses::TWELVE, 1, 1);
     frames.Initialize();
     EXPECT_TRUE(frames.processPointCloud());
     EXPECT_THAT(frames.get_rangeData(0).vCoord, ElementsAre(Vector3f(1, 2, 3)));
@@ -512,9 +512,9 @@ TEST(PointCloud2RangeData, DirectoryInPlaceOfAFileIsNoFile)
 {
     Scan const scan(1, 1);
     std::filesystem::create_directory(scan.path() / "rt1.txt");
-    scan.write_pose(2, identity_12);
+    scan.write_pose(2, IDENTITY_12);
     std::filesystem::create_directory(scan.path() / "cloud2.asc");
-    auto frames = scan.reader(Poses::twelve, 1, 2);
+    auto frames = scan.reader(Poses::TWELVE, 1, 2);
     frames.Initialize();
     EXPECT_TRUE(frames.processPointCloud());
     EXPECT_THAT(frames.get_frame_id_arr(), ElementsAre(2));
@@ -523,7 +523,7 @@ TEST(PointCloud2RangeData, DirectoryInPlaceOfAFileIsNoFile)
 
 TEST(PointCloud2RangeData, EveryBeginningOfEveryFileIsRead)
 {
-    std::string const poses = "a 1 1 0 0 0 0 1 0 0 0 0 1 0 b 2 " + identity_12;
+    std::string const poses = "a 1 1 0 0 0 0 1 0 0 0 0 1 0 b 2 " + IDENTITY_12;
     std::string const points = "1 1 1 0 0 1\n2.5e0 -2 2 0 0 1 3 3 3 nan inf -1e9 4 4 4 0 0 1";
     for (size_t n = 0; n <= std::max(poses.size(), points.size()); ++n)
     {
@@ -531,7 +531,7 @@ TEST(PointCloud2RangeData, EveryBeginningOfEveryFileIsRead)
         scan.write("rt.txt", poses.substr(0, n));
         scan.write_points(1, points.substr(0, n));
         scan.write_points(2, points);
-        auto frames = scan.reader(Poses::common, 0, 0);
+        auto frames = scan.reader(Poses::COMMON, 0, 0);
         frames.Initialize();
         EXPECT_TRUE(frames.processPointCloud());
         EXPECT_LE(frames.get_frames(), 2U);
@@ -548,9 +548,9 @@ TEST(PointCloud2RangeData, WithoutInitializeFailsWhereThereIsAPose)
 {
     Scan const scan(1, 1);
     scan.write_plane(1, 5);
-    scan.write_pose(1, identity_12);
+    scan.write_pose(1, IDENTITY_12);
     LogCapture const log;
-    auto frames = scan.reader(Poses::twelve, 1, 1);
+    auto frames = scan.reader(Poses::TWELVE, 1, 1);
     auto const printed = veld_test::output_of([&] { EXPECT_FALSE(frames.processPointCloud()); });
     EXPECT_EQ(printed, "  !!!error: memory uninitialized.\n");
     EXPECT_EQ(frames.get_frames(), 0U);
@@ -559,7 +559,7 @@ TEST(PointCloud2RangeData, WithoutInitializeFailsWhereThereIsAPose)
                                       "    mRgeFrameNumArr.size():  0\n"
                                       "    mRangeDataArr.size():    0\n"
                                       "    mMatrixArr.size():       1\n"));
-    auto none = scan.reader(Poses::twelve, 8, 9);
+    auto none = scan.reader(Poses::TWELVE, 8, 9);
     veld_test::output_of([&] { EXPECT_TRUE(none.processPointCloud()); });
 }
 
@@ -567,8 +567,8 @@ TEST(PointCloud2RangeData, GridThatGrewAfterInitializeHasNoMemory)
 {
     Scan const scan(1, 1);
     scan.write_plane(1, 5);
-    scan.write_pose(1, identity_12);
-    auto frames = scan.reader(Poses::twelve, 1, 1);
+    scan.write_pose(1, IDENTITY_12);
+    auto frames = scan.reader(Poses::TWELVE, 1, 1);
     frames.Initialize();
     frames.set_ImageSize(100, 100);
     EXPECT_FALSE(frames.processPointCloud());
@@ -579,15 +579,15 @@ TEST(PointCloud2RangeData, GridsOfImpossibleSizes)
 {
     Scan const scan(1, 1);
     scan.write_plane(1, 5);
-    scan.write_pose(1, identity_12);
+    scan.write_pose(1, IDENTITY_12);
     int const most = std::numeric_limits<int>::max();
-    auto frames = scan.reader(Poses::twelve, 1, 1);
+    auto frames = scan.reader(Poses::TWELVE, 1, 1);
     frames.set_ImageSize(most, most);
     frames.Initialize();
     EXPECT_FALSE(frames.processPointCloud());
     for (auto const& size : {std::pair(0, 5), std::pair(-3, -4), std::pair(-1, most)})
     {
-        auto empty = scan.reader(Poses::twelve, 1, 1);
+        auto empty = scan.reader(Poses::TWELVE, 1, 1);
         empty.set_ImageSize(size.first, size.second);
         empty.Initialize();
         EXPECT_TRUE(empty.processPointCloud());
@@ -599,8 +599,8 @@ TEST(PointCloud2RangeData, InitializeTwiceTakesNewArrays)
 {
     Scan const scan(2, 2);
     scan.write_plane(1, 5);
-    scan.write_pose(1, identity_12);
-    auto frames = scan.reader(Poses::twelve, 1, 1);
+    scan.write_pose(1, IDENTITY_12);
+    auto frames = scan.reader(Poses::TWELVE, 1, 1);
     frames.Initialize();
     frames.Initialize();
     EXPECT_TRUE(frames.processPointCloud());
@@ -612,9 +612,9 @@ TEST(PointCloud2RangeData, SecondRunAppendsToTheListAndFails)
     Scan const scan(1, 1);
     scan.write_plane(1, 5);
     scan.write_plane(2, 6);
-    scan.write_pose(1, identity_12);
-    scan.write_pose(2, identity_12);
-    auto frames = scan.reader(Poses::twelve, 1, 2);
+    scan.write_pose(1, IDENTITY_12);
+    scan.write_pose(2, IDENTITY_12);
+    auto frames = scan.reader(Poses::TWELVE, 1, 2);
     frames.Initialize();
     EXPECT_TRUE(frames.processPointCloud());
     LogCapture const log;
@@ -634,10 +634,10 @@ TEST(PointCloud2RangeData, CopyOutlivesItsSource)
 {
     Scan const scan(2, 2);
     scan.write_plane(1, 5);
-    scan.write_pose(1, identity_12);
+    scan.write_pose(1, IDENTITY_12);
     PointCloud2RangeData copy;
     {
-        auto frames = scan.reader(Poses::twelve, 1, 1);
+        auto frames = scan.reader(Poses::TWELVE, 1, 1);
         frames.Initialize();
         PointCloud2RangeData const second(frames);
         copy = second;
@@ -678,9 +678,9 @@ TEST(PointCloud2RangeData, LogsTheTwelveValueRun)
 {
     Scan const scan(1, 2);
     scan.write_plane(11, 5);
-    scan.write_pose(11, identity_12);
+    scan.write_pose(11, IDENTITY_12);
     LogCapture const log;
-    auto frames = scan.reader(Poses::twelve, 10, 11);
+    auto frames = scan.reader(Poses::TWELVE, 10, 11);
     frames.Initialize();
     frames.processPointCloud();
     std::string const dir = scan.path().string();
@@ -706,9 +706,9 @@ TEST(PointCloud2RangeData, LogsTheSixteenValueRun)
 {
     Scan const scan(1, 2);
     scan.write_plane(11, 5);
-    scan.write_pose(11, "1\n11\n" + identity_16);
+    scan.write_pose(11, "1\n11\n" + IDENTITY_16);
     LogCapture const log;
-    auto frames = scan.reader(Poses::sixteen, 10, 11);
+    auto frames = scan.reader(Poses::SIXTEEN, 10, 11);
     frames.Initialize();
     frames.processPointCloud();
     std::string const dir = scan.path().string();
@@ -732,13 +732,13 @@ TEST(PointCloud2RangeData, LogsTheSixteenValueRun)
 TEST(PointCloud2RangeData, WithoutTheSwitchNothingIsTold)
 {
     Scan const scan(1, 1);
-    scan.write_pose(2, "1\n3\n" + identity_16);
+    scan.write_pose(2, "1\n3\n" + IDENTITY_16);
     scan.write_plane(2, 5);
     LogCapture const log(false);
     auto const printed = veld_test::output_of(
         [&]
         {
-            for (Poses const form : {Poses::common, Poses::sixteen})
+            for (Poses const form : {Poses::COMMON, Poses::SIXTEEN})
             {
                 auto frames = scan.reader(form, 1, 2);
                 frames.processPointCloud();
@@ -755,10 +755,10 @@ TEST(PointCloud2RangeData, StepsStandUnderLoading)
 {
     Scan const scan(1, 1);
     scan.write_plane(1, 5);
-    scan.write_pose(1, identity_12);
+    scan.write_pose(1, IDENTITY_12);
     LogCapture const log;
     gLH.clear_steps();
-    auto frames = scan.reader(Poses::twelve, 1, 1);
+    auto frames = scan.reader(Poses::TWELVE, 1, 1);
     frames.Initialize();
     frames.processPointCloud();
     std::string const report = gLH.steps_as_json();
@@ -776,12 +776,12 @@ TEST(PointCloud2RangeData, CountingTheVerticesIsAStepOfItsOwnOnlyWhereTheyAreTol
 {
     Scan const scan(1, 1);
     scan.write_plane(1, 5);
-    scan.write_pose(1, identity_12);
+    scan.write_pose(1, IDENTITY_12);
     for (bool const verbose : {true, false})
     {
         LogCapture const log(verbose);
         veld_test::StepsHeard const heard;
-        auto frames = scan.reader(Poses::twelve, 1, 1);
+        auto frames = scan.reader(Poses::TWELVE, 1, 1);
         frames.Initialize();
         frames.processPointCloud();
         std::vector<std::string> const before{

@@ -354,18 +354,18 @@ private:
     void fill(VertexHandle c, int from, int to)
     {
         int const n = static_cast<int>(visible_.size());
-        constexpr double pi = 3.141592653589793;
+        constexpr double PI = 3.141592653589793;
         std::vector<int> stack{from};
         for (int k = (from + 1) % n;; k = (k + 1) % n)
         {
             float const d = turned(angle(k) - angle(stack.back()));
-            if (static_cast<double>(d) < pi)
+            if (static_cast<double>(d) < PI)
             {
                 while (stack.size() >= 2)
                 {
                     int const below = stack[stack.size() - 2];
                     float const a = turned(angle(k) - angle(below));
-                    if (static_cast<double>(a) >= pi ||
+                    if (static_cast<double>(a) >= PI ||
                         !in_circle(Vector2f::Zero(), local(below), local(stack.back()), local(k)))
                     {
                         break;

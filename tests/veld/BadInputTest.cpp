@@ -11,10 +11,10 @@ using namespace veld_test;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-std::string const header = "ply\nformat ascii 1.0\nelement vertex 4\nproperty float x\n"
+std::string const HEADER = "ply\nformat ascii 1.0\nelement vertex 4\nproperty float x\n"
                            "property float y\nproperty float z\nelement face 1\n"
                            "property list uchar int vertex_indices\nend_header\n";
-std::string const points = "0 0 0\n1 0 0\n1 1 0\n0 1 0\n";
+std::string const POINTS = "0 0 0\n1 0 0\n1 1 0\n0 1 0\n";
 
 /// A mesh file that has to be refused.
 struct BadFile
@@ -42,11 +42,11 @@ std::vector<BadFile> bad_files()
             {"EmptyStl", ".stl", ""},
             {"EmptyOff", ".off", ""},
             {"UnknownExtension", ".xyz", good},
-            {"NotANumber", ".ply", header + "0 0 0\nnan 0 0\n1 1 0\n0 1 0\n3 0 1 2\n"},
-            {"Infinite", ".ply", header + "0 0 0\n1e39 0 0\n1 1 0\n0 1 0\n3 0 1 2\n"},
-            {"IndexTooLarge", ".ply", header + points + "3 0 1 4\n"},
-            {"IndexNegative", ".ply", header + points + "3 0 1 -1\n"},
-            {"Quad", ".ply", header + points + "4 0 1 2 3\n"}};
+            {"NotANumber", ".ply", HEADER + "0 0 0\nnan 0 0\n1 1 0\n0 1 0\n3 0 1 2\n"},
+            {"Infinite", ".ply", HEADER + "0 0 0\n1e39 0 0\n1 1 0\n0 1 0\n3 0 1 2\n"},
+            {"IndexTooLarge", ".ply", HEADER + POINTS + "3 0 1 4\n"},
+            {"IndexNegative", ".ply", HEADER + POINTS + "3 0 1 -1\n"},
+            {"Quad", ".ply", HEADER + POINTS + "4 0 1 2 3\n"}};
 }
 
 class BadInput : public testing::TestWithParam<BadFile>
@@ -160,7 +160,7 @@ TEST(BadArguments, TwoOutputsOfOneNameAreRefused)
 TEST(BadArguments, ExistingOutputSurvivesAFailure)
 {
     TempDir const dir;
-    write_file(dir.file("bad.ply"), header);
+    write_file(dir.file("bad.ply"), HEADER);
     write_file(dir.file("out.ply"), "earlier result");
     expect_refused(run_veld({"fill", dir.file("bad.ply"), "-o", dir.file("out.ply")}),
                    dir.file("bad.ply"));

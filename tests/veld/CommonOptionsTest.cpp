@@ -11,7 +11,7 @@ using namespace veld_test;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-std::vector<std::string> const commands{"info",   "holes",  "fill", "clean",
+std::vector<std::string> const COMMANDS{"info",   "holes",  "fill", "clean",
                                         "sticks", "render", "demo"};
 
 /// The command line of a help text's example, without the program's name.
@@ -33,7 +33,7 @@ std::string example_of(std::string const& command)
 
 TEST(CommonOptions, EveryHelpHasAnExampleThatRuns)
 {
-    for (auto const& command : commands)
+    for (auto const& command : COMMANDS)
     {
         TempDir const dir;
         write_file(dir.file("scan.ply"), ply_text(grid_with_hole(2)));
@@ -50,7 +50,7 @@ TEST(CommonOptions, EveryHelpHasAnExampleThatRuns)
 
 TEST(CommonOptions, EveryHelpNamesTheSharedOptions)
 {
-    for (auto const& command : commands)
+    for (auto const& command : COMMANDS)
     {
         Outcome const help = run_veld({command, "--help"});
         for (char const* option : {"--json", "--verbose", "--threads", "--timings"})
@@ -64,7 +64,7 @@ TEST(CommonOptions, ProgramHelpListsTheCommands)
 {
     Outcome const help = run_veld({"--help"});
     EXPECT_EQ(help.status, 0);
-    for (auto const& command : commands)
+    for (auto const& command : COMMANDS)
     {
         EXPECT_THAT(help.out, HasSubstr(command));
     }

@@ -14,7 +14,7 @@ using testing::ElementsAre;
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t views = 14;
+constexpr std::size_t VIEWS = 14;
 
 /// One run of the demo that the tests share: its pictures take seconds.
 struct SharedDemo
@@ -75,17 +75,17 @@ TEST(DemoCommand, FramesAreFilesThatOtherCommandsRead)
 {
     auto const& demo = shared_demo();
     ASSERT_EQ(demo.run.status, 0) << demo.run.err;
-    EXPECT_EQ(files_in(demo.file("frames")).size(), 2 * views + 1);
+    EXPECT_EQ(files_in(demo.file("frames")).size(), 2 * VIEWS + 1);
     auto const frames = demo.run.json()["frames"];
-    ASSERT_EQ(frames.size(), views);
+    ASSERT_EQ(frames.size(), VIEWS);
     TempDir const dir;
     Outcome const read =
         run_veld({"frames", demo.file("frames/frames.json"), "-o", dir.file("rge"), "--json"});
     ASSERT_EQ(read.status, 0) << read.err;
     EXPECT_EQ(read.err, ""); // nothing had to be mended
     auto const again = read.json()["frames"];
-    ASSERT_EQ(again.size(), views);
-    for (std::size_t i = 0; i < views; ++i)
+    ASSERT_EQ(again.size(), VIEWS);
+    for (std::size_t i = 0; i < VIEWS; ++i)
     {
         EXPECT_EQ(frames[i]["file"], demo.file("frames/cloud" + std::to_string(i + 1) + ".asc"));
         EXPECT_GE(frames[i]["vertices"], 10000);
@@ -146,7 +146,7 @@ TEST(DemoCommand, ScanIsTheMergeOfTheFrames)
     {
         points += frame["vertices"].get<std::size_t>();
     }
-    EXPECT_EQ(json["merge"]["frames"], views);
+    EXPECT_EQ(json["merge"]["frames"], VIEWS);
     EXPECT_GE(json["merge"]["overlap_removed"], points / 2); // each place is seen several times
     EXPECT_EQ(json["merge"]["faces"], json["scan"]["faces"]);
     EXPECT_EQ(json["merge"]["holes"], json["scan"]["holes"]);

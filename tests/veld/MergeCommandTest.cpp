@@ -45,7 +45,7 @@ public:
 
 /// Cells are cut across q1-q3, so the first and the last corner of a sheet are in one face each,
 /// and such vertices go.
-constexpr int lost_corners = 2;
+constexpr int LOST_CORNERS = 2;
 
 /// Two flat frames of 21 x 21 points, 0.5 apart, side by side: the gap between them is one spacing.
 std::vector<RangeData> side_by_side()
@@ -70,7 +70,7 @@ TEST(MergeCommand, HasTheDocumentedKeys)
                                                              "seconds", "spacing", "stitch_radius",
                                                              "long_edge", "overlap_removed"));
     EXPECT_EQ(json["frames"], 2);
-    EXPECT_EQ(json["vertices"], 2 * 21 * 21 - lost_corners);
+    EXPECT_EQ(json["vertices"], 2 * 21 * 21 - LOST_CORNERS);
     EXPECT_EQ(json["overlap_removed"], 0);
 }
 
@@ -79,7 +79,7 @@ TEST(MergeCommand, FramesSideBySideBecomeOneSheet)
     Frames const frames(side_by_side());
     auto const json = frames.merge().json();
     // 20 x 20 cells each and 20 between them.
-    EXPECT_EQ(json["faces"], 2 * (2 * 400 + 20) - lost_corners);
+    EXPECT_EQ(json["faces"], 2 * (2 * 400 + 20) - LOST_CORNERS);
     EXPECT_EQ(json["holes"], 1);
     auto const info = run_veld({"info", frames.file("merged.ply"), "--json"}).json();
     EXPECT_EQ(info["components"], 1);
@@ -112,9 +112,9 @@ TEST(MergeCommand, WhatIsGivenIsTaken)
 TEST(MergeCommand, SmallPiecesGo)
 {
     Frames const frames({flat_frame(21, 21, 0.5F), flat_frame(3, 3, 0.5F, {50, 0, 0})});
-    EXPECT_EQ(frames.merge().json()["vertices"], 21 * 21 - lost_corners);
+    EXPECT_EQ(frames.merge().json()["vertices"], 21 * 21 - LOST_CORNERS);
     EXPECT_EQ(frames.merge({"--json", "--min-component", "0"}).json()["vertices"],
-              21 * 21 + 9 - 2 * lost_corners);
+              21 * 21 + 9 - 2 * LOST_CORNERS);
 }
 
 TEST(MergeCommand, OverlapIsTakenOutUnlessItIsKept)
@@ -125,7 +125,7 @@ TEST(MergeCommand, OverlapIsTakenOutUnlessItIsKept)
     EXPECT_LT(single["overlap_removed"].get<int>(), 300);
     auto const layers = frames.merge({"--json", "--keep-layers"}).json();
     EXPECT_EQ(layers["overlap_removed"], 0);
-    EXPECT_EQ(layers["vertices"], 2 * (21 * 21 - lost_corners));
+    EXPECT_EQ(layers["vertices"], 2 * (21 * 21 - LOST_CORNERS));
     EXPECT_GT(layers["faces"].get<int>(), single["faces"].get<int>() + 200);
     EXPECT_THAT(frames.merge({}).out, HasSubstr("points taken out"));
     EXPECT_THAT(frames.merge({"--keep-layers"}).out, testing::Not(HasSubstr("taken out")));
@@ -228,7 +228,7 @@ TEST(MergeCommand, FramesThatCannotBeUsedAreNamedAndTheOthersMerged)
     EXPECT_THAT(run.err, HasSubstr("frame-3.rge: left out: it holds no points"));
     EXPECT_THAT(run.err, HasSubstr("frame-4.rge: has no normals: computed from its grid"));
     EXPECT_EQ(run.json()["frames"], 3);
-    EXPECT_EQ(run.json()["vertices"], 3 * 21 * 21 - 2 * lost_corners);
+    EXPECT_EQ(run.json()["vertices"], 3 * 21 * 21 - 2 * LOST_CORNERS);
 }
 
 TEST(MergeCommand, TextFramesThatCannotBeUsedAreNamedAndTheOthersMerged)

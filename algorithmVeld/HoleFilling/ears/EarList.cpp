@@ -74,12 +74,12 @@ EarList::Place EarList::find(OpenMesh::VertexHandle vertex) const
                                         { return nodes_[place].cur < v; });
     if (first == by_vertex_.end())
     {
-        return none;
+        return NONE;
     }
     auto const alive_rank = first_alive_[static_cast<std::size_t>(first - by_vertex_.begin())];
     if (alive_rank == by_vertex_.size() || nodes_[by_vertex_[alive_rank]].cur != vertex)
     {
-        return none;
+        return NONE;
     }
     return by_vertex_[alive_rank];
 }
@@ -143,7 +143,7 @@ void EarList::erase(Place place)
     }
     after_[before_[place]] = after_[place];
     before_[after_[place]] = before_[place];
-    before_[place] = none;
+    before_[place] = NONE;
     --size_;
     play(place);
 

@@ -32,7 +32,7 @@ class EarList
 {
 public:
     using Place = std::size_t;
-    static constexpr Place none = static_cast<Place>(-1);
+    static constexpr Place NONE = static_cast<Place>(-1);
 
     explicit EarList(std::vector<HoleNode> nodes);
 
@@ -40,11 +40,11 @@ public:
     HoleNode const& operator[](Place place) const { return nodes_[place]; }
 
     /// The first node of the list, or none.
-    Place front() const { return size_ == 0 ? none : after_.back(); }
+    Place front() const { return size_ == 0 ? NONE : after_.back(); }
 
     /// The node of the smallest angle, the first one in list order of several. An angle that is no
     /// number comes after all others.
-    Place smallest() const { return size_ == 0 ? none : winners_[1]; }
+    Place smallest() const { return size_ == 0 ? NONE : winners_[1]; }
 
     /// The first node in list order that stands at a vertex, or none.
     Place find(OpenMesh::VertexHandle vertex) const;
@@ -76,7 +76,7 @@ private:
     EarRemoval close_at_touching_vertex(HoleNode const& ear, std::vector<Place> const& keys,
                                         Measure const& measure);
 
-    bool alive(Place place) const { return before_[place] != none; }
+    bool alive(Place place) const { return before_[place] != NONE; }
     bool precedes(Place a, Place b) const;
     void play(Place place);
     void erase(Place place);
@@ -118,7 +118,7 @@ EarRemoval EarList::remove_ear(Place ear, Measure const& measure)
     auto const prev = nodes_[ear].prev;
     auto const next = nodes_[ear].next;
     auto const previous_node = find(prev);
-    if (previous_node == none)
+    if (previous_node == NONE)
     {
         return EarRemoval::NO_PREVIOUS_NODE;
     }
@@ -128,7 +128,7 @@ EarRemoval EarList::remove_ear(Place ear, Measure const& measure)
         return EarRemoval::UNMEASURED_CORNER;
     }
     auto const next_node = find(next);
-    if (next_node == none)
+    if (next_node == NONE)
     {
         return EarRemoval::NO_NEXT_NODE;
     }
@@ -168,8 +168,8 @@ EarRemoval EarList::close_at_touching_vertex(HoleNode const& ear, std::vector<Pl
 {
     std::vector<Place> inner;
     std::vector<Place> outer;
-    Place from_outside = none;
-    Place to_outside = none;
+    Place from_outside = NONE;
+    Place to_outside = NONE;
     for (auto const key : keys)
     {
         if (corners_in_ear(nodes_[key], ear) == 3)
@@ -181,7 +181,7 @@ EarRemoval EarList::close_at_touching_vertex(HoleNode const& ear, std::vector<Pl
         from_outside = is_in_ear(nodes_[key].prev, ear) ? from_outside : key;
         to_outside = is_in_ear(nodes_[key].next, ear) ? to_outside : key;
     }
-    if (from_outside == none || to_outside == none ||
+    if (from_outside == NONE || to_outside == NONE ||
         nodes_[from_outside].cur != nodes_[to_outside].cur)
     {
         return EarRemoval::HOLE_TYPE;

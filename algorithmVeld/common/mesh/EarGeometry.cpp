@@ -15,8 +15,8 @@ namespace OrvaneAlgorithm::detail
 namespace
 {
 
-constexpr double shortest_side = 1e-5;
-constexpr double sliver_sine = 0.001;
+constexpr double SHORTEST_SIDE = 1e-5;
+constexpr double SLIVER_SINE = 0.001;
 
 /// The corners of a face, or nothing if it is missing or no triangle. A walk that does not end is
 /// cut short.
@@ -52,7 +52,7 @@ Corner measure_corner(TriMesh const& mesh, OpenMesh::VertexHandle cur, OpenMesh:
     }
     Vector3f e1 = mesh.point(prev) - mesh.point(cur);
     Vector3f e2 = mesh.point(next) - mesh.point(cur);
-    if (e1.norm() < shortest_side || e2.norm() < shortest_side)
+    if (e1.norm() < SHORTEST_SIDE || e2.norm() < SHORTEST_SIDE)
     {
         return {CornerStatus::SHORT_SIDE};
     }
@@ -72,7 +72,7 @@ Corner measure_corner(TriMesh const& mesh, OpenMesh::VertexHandle cur, OpenMesh:
     auto const& [q0, q1, q2] = *face;
     Vector3f u = q0 - q1;
     Vector3f w = q2 - q1;
-    if (u.norm() < shortest_side || w.norm() < shortest_side)
+    if (u.norm() < SHORTEST_SIDE || w.norm() < SHORTEST_SIDE)
     {
         return {CornerStatus::SHORT_FACE_SIDE};
     }
@@ -115,7 +115,7 @@ float cosine_of_degrees(double degrees)
 
 bool is_sliver(Vector3f const& e1, Vector3f const& e2, Vector3f const& normal)
 {
-    return e1.norm() * sliver_sine * e2.norm() > normal.norm();
+    return e1.norm() * SLIVER_SINE * e2.norm() > normal.norm();
 }
 
 bool face_agrees(TriMesh const& mesh, OpenMesh::FaceHandle face, Vector3f const& normal,

@@ -70,7 +70,7 @@ void require_triangle(std::uint64_t face, std::uint64_t corners)
 
 void check_soup(MeshSoup const& soup)
 {
-    if (soup.points.size() > most_faces || soup.faces.size() > most_faces)
+    if (soup.points.size() > MOST_FACES || soup.faces.size() > MOST_FACES)
     {
         throw FileError("holds more than a mesh can");
     }

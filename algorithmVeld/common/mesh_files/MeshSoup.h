@@ -23,7 +23,7 @@ struct MeshSoup
 
 /// The most faces that a half-edge mesh can hold: each may need six halfedges, which have `int`
 /// indices. No more vertices than that are taken either.
-constexpr std::uint64_t most_faces = std::numeric_limits<int>::max() / 6;
+constexpr std::uint64_t MOST_FACES = std::numeric_limits<int>::max() / 6;
 
 /// Refuses a face that has more or fewer than three corners.
 void require_triangle(std::uint64_t face, std::uint64_t corners);

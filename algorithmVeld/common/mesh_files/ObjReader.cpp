@@ -12,7 +12,7 @@ namespace
 {
 
 /// What the format has beside triangles and their vertices; it is passed over.
-constexpr std::string_view ignored_keywords[] = {
+constexpr std::string_view IGNORED_KEYWORDS[] = {
     "bevel",  "bmat",   "bsp",    "bzp",        "c_interp", "call",     "cdc",  "cdp",  "con",
     "cstype", "ctech",  "curv",   "curv2",      "csh",      "d_interp", "deg",  "end",  "g",
     "hole",   "l",      "lod",    "maplib",     "mg",       "mtllib",   "o",    "p",    "parm",
@@ -43,7 +43,7 @@ public:
     }
 
 private:
-    static constexpr int none = -1;
+    static constexpr int NONE = -1;
 
     [[noreturn]] void refuse(char const* what) const
     {
@@ -66,8 +66,8 @@ private:
             parse_face();
         }
         else if (keyword.front() != '#' &&
-                 std::find(std::begin(ignored_keywords), std::end(ignored_keywords), keyword) ==
-                     std::end(ignored_keywords))
+                 std::find(std::begin(IGNORED_KEYWORDS), std::end(IGNORED_KEYWORDS), keyword) ==
+                     std::end(IGNORED_KEYWORDS))
         {
             refuse("is not understood");
         }
@@ -132,7 +132,7 @@ private:
     {
         auto const first = word.find('/');
         vertex = parse_index(word.substr(0, first), soup_.points.size());
-        normal = none;
+        normal = NONE;
         auto const second = first == std::string_view::npos ? first : word.find('/', first + 1);
         if (second != std::string_view::npos)
         {
@@ -157,7 +157,7 @@ private:
     void finish_normals()
     {
         auto const n = soup_.points.size();
-        std::vector<int> normal_of(n, none);
+        std::vector<int> normal_of(n, NONE);
         bool any = false;
         CancelPoll poll;
         for (std::size_t f = 0; f < soup_.faces.size(); ++f)
@@ -168,7 +168,7 @@ private:
                 int const normal = face_normals_[f][i];
                 require_normal(f, normal);
                 auto const vertex = static_cast<std::size_t>(soup_.faces[f][i]);
-                if (normal != none && vertex < n && normal_of[vertex] == none)
+                if (normal != NONE && vertex < n && normal_of[vertex] == NONE)
                 {
                     normal_of[vertex] = normal;
                     any = true;
@@ -183,7 +183,7 @@ private:
 
     void require_normal(std::size_t face, int normal) const
     {
-        if (normal != none && static_cast<std::size_t>(normal) >= normals_.size())
+        if (normal != NONE && static_cast<std::size_t>(normal) >= normals_.size())
         {
             throw FileError("face " + std::to_string(face + 1) + " names normal " +
                             std::to_string(normal + 1) + ", but there are only " +
@@ -197,7 +197,7 @@ private:
         soup_.normals.assign(normal_of.size(), Vector3f::Zero());
         for (std::size_t i = 0; i < normal_of.size(); ++i)
         {
-            if (normal_of[i] != none)
+            if (normal_of[i] != NONE)
             {
                 soup_.normals[i] = normals_[static_cast<std::size_t>(normal_of[i])];
             }

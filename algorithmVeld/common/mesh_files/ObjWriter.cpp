@@ -75,20 +75,20 @@ void flush(std::string& text, std::ostream& stream, std::size_t limit)
 
 void write_obj(TriMesh const& mesh, std::ostream& stream)
 {
-    constexpr std::size_t block = 1U << 16U;
+    constexpr std::size_t BLOCK = 1U << 16U;
     std::string text;
     LoopProgress progress(mesh.n_vertices() + mesh.n_faces());
     for (auto const vertex : mesh.vertices())
     {
         progress.next();
         append_vertex(text, mesh, vertex);
-        flush(text, stream, block);
+        flush(text, stream, BLOCK);
     }
     for (auto const face : mesh.faces())
     {
         progress.next();
         append_face(text, mesh, face);
-        flush(text, stream, block);
+        flush(text, stream, BLOCK);
     }
     flush(text, stream, 0);
 }

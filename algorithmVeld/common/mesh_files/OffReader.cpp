@@ -221,8 +221,8 @@ void read_text_faces(TextCursor& text, std::uint64_t n, MeshSoup& soup)
 MeshSoup read_text(TextCursor text, Header const& header)
 {
     auto const counts = parse_counts(text);
-    constexpr std::size_t shortest_row = 6;
-    std::size_t const most_rows = text.rest().size() / shortest_row + 1;
+    constexpr std::size_t SHORTEST_ROW = 6;
+    std::size_t const most_rows = text.rest().size() / SHORTEST_ROW + 1;
     MeshSoup soup;
     reserve_at_most(soup.points, counts.vertices, most_rows);
     reserve_at_most(soup.faces, counts.faces, most_rows);
@@ -241,7 +241,7 @@ MeshSoup read_text(TextCursor text, Header const& header)
 // Binary. Two layouts are in use: big-endian with a list of colours behind each face and four
 // float channels a vertex, and OpenMesh's, little-endian without a list and with three channels.
 
-constexpr std::size_t word_size = 4;
+constexpr std::size_t WORD_SIZE = 4;
 
 /// A channel of OpenMesh's layout is a byte in a word, or a float. No float from 0 to 1 has the
 /// bits of a number from 1 to 255, but for denormals.
@@ -253,7 +253,7 @@ float take_channel(ByteCursor& bytes, bool big_endian)
     {
         return bytes.take<float>();
     }
-    bytes.skip(word_size);
+    bytes.skip(WORD_SIZE);
     return static_cast<float>(number) / 255.0F;
 }
 
@@ -275,7 +275,7 @@ void take_vertices(ByteCursor& bytes, Header const& header, bool big_endian, std
     for (std::uint64_t i = 0; i < n; ++i)
     {
         progress.next();
-        if (bytes.left() < words * word_size)
+        if (bytes.left() < words * WORD_SIZE)
         {
             refuse_end("vertex", i);
         }
@@ -290,9 +290,9 @@ void take_vertices(ByteCursor& bytes, Header const& header, bool big_endian, std
             float const green = take_channel(bytes, big_endian);
             float const blue = take_channel(bytes, big_endian);
             soup.colors.emplace_back(red, green, blue);
-            bytes.skip((color_words - 3) * word_size);
+            bytes.skip((color_words - 3) * WORD_SIZE);
         }
-        bytes.skip(header.texcoords ? 2 * word_size : 0);
+        bytes.skip(header.texcoords ? 2 * WORD_SIZE : 0);
     }
 }
 
@@ -304,7 +304,7 @@ void take_faces(ByteCursor& bytes, bool big_endian, std::uint64_t n, MeshSoup& s
         progress.next();
         auto const need = [&](std::uint64_t words)
         {
-            if (bytes.left() / word_size < words)
+            if (bytes.left() / WORD_SIZE < words)
             {
                 refuse_end("face", i);
             }
@@ -321,25 +321,25 @@ void take_faces(ByteCursor& bytes, bool big_endian, std::uint64_t n, MeshSoup& s
             need(1);
             auto const channels = bytes.take<std::uint32_t>();
             need(channels);
-            bytes.skip(channels * word_size);
+            bytes.skip(channels * WORD_SIZE);
         }
     }
 }
 
 MeshSoup read_binary(std::string_view body, Header const& header)
 {
-    constexpr std::size_t smallest_vertex = 3 * word_size;
-    constexpr std::size_t n_counts = 3;
-    if (body.size() < n_counts * word_size)
+    constexpr std::size_t SMALLEST_VERTEX = 3 * WORD_SIZE;
+    constexpr std::size_t N_COUNTS = 3;
+    if (body.size() < N_COUNTS * WORD_SIZE)
     {
         throw FileError("ends within its header");
     }
     bool const big_endian =
-        ByteCursor(body, false).take<std::uint32_t>() > body.size() / smallest_vertex;
+        ByteCursor(body, false).take<std::uint32_t>() > body.size() / SMALLEST_VERTEX;
     ByteCursor bytes(body, big_endian);
     auto const vertices = bytes.take<std::uint32_t>();
     auto const faces = bytes.take<std::uint32_t>();
-    bytes.skip(word_size);
+    bytes.skip(WORD_SIZE);
     MeshSoup soup;
     take_vertices(bytes, header, big_endian, vertices, soup);
     take_faces(bytes, big_endian, faces, soup);

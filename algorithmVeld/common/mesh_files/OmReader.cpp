@@ -16,30 +16,30 @@ namespace
 
 enum class Kind
 {
-    position = 0,
-    normal = 1,
-    texcoord = 2,
-    status = 3,
-    color = 4,
-    custom = 6,
-    topology = 7
+    POSITION = 0,
+    NORMAL = 1,
+    TEXCOORD = 2,
+    STATUS = 3,
+    COLOR = 4,
+    CUSTOM = 6,
+    TOPOLOGY = 7
 };
 
 enum class Entity
 {
-    vertex = 0,
-    mesh = 1,
-    face = 2,
-    edge = 4,
-    halfedge = 6,
-    end_of_file = 7
+    VERTEX = 0,
+    MESH = 1,
+    FACE = 2,
+    EDGE = 4,
+    HALFEDGE = 6,
+    END_OF_FILE = 7
 };
 
 struct ChunkHead
 {
     bool has_name = false;
-    Entity entity = Entity::vertex;
-    Kind kind = Kind::position;
+    Entity entity = Entity::VERTEX;
+    Kind kind = Kind::POSITION;
     bool is_float = false;
     std::size_t dimension = 1;
     std::size_t scalar_size = 1;
@@ -105,14 +105,14 @@ private:
 
     void parse_header()
     {
-        constexpr std::size_t header_size = 16;
-        if (bytes_.left() < header_size || bytes_.rest().substr(0, 2) != "OM")
+        constexpr std::size_t HEADER_SIZE = 16;
+        if (bytes_.left() < HEADER_SIZE || bytes_.rest().substr(0, 2) != "OM")
         {
             refuse("is not an OM file, or ends within its header");
         }
-        constexpr unsigned char supported = 2U << 5U | 2U;
+        constexpr unsigned char SUPPORTED = 2U << 5U | 2U;
         bytes_.skip(3);
-        if (bytes_.take<unsigned char>() != supported)
+        if (bytes_.take<unsigned char>() != SUPPORTED)
         {
             refuse("is of a version of the OM format that is not supported (known: 2.2)");
         }
@@ -126,7 +126,7 @@ private:
     {
         need(sizeof(std::uint16_t));
         auto const head = parse_head(bytes_.take<std::uint16_t>());
-        if (head.entity == Entity::end_of_file)
+        if (head.entity == Entity::END_OF_FILE)
         {
             return false;
         }
@@ -134,7 +134,7 @@ private:
         {
             skip_short_text();
         }
-        if (head.kind == Kind::custom)
+        if (head.kind == Kind::CUSTOM)
         {
             skip_custom();
             return true;
@@ -149,15 +149,15 @@ private:
     {
         switch (entity)
         {
-        case Entity::vertex:
+        case Entity::VERTEX:
             return n_vertices_;
-        case Entity::mesh:
+        case Entity::MESH:
             return 1;
-        case Entity::face:
+        case Entity::FACE:
             return n_faces_;
-        case Entity::edge:
+        case Entity::EDGE:
             return n_edges_;
-        case Entity::halfedge:
+        case Entity::HALFEDGE:
             return 2 * std::uint64_t(n_edges_);
         default:
             refuse("has a chunk that is not understood");
@@ -166,14 +166,14 @@ private:
 
     static std::size_t value_size(ChunkHead const& head)
     {
-        constexpr std::size_t flags = 4;
-        if (head.kind == Kind::status)
+        constexpr std::size_t FLAGS = 4;
+        if (head.kind == Kind::STATUS)
         {
-            return flags;
+            return FLAGS;
         }
-        if (head.kind == Kind::topology)
+        if (head.kind == Kind::TOPOLOGY)
         {
-            return index_size(head) * (head.entity == Entity::halfedge ? 3 : 1);
+            return index_size(head) * (head.entity == Entity::HALFEDGE ? 3 : 1);
         }
         return head.dimension * head.scalar_size;
     }
@@ -186,19 +186,19 @@ private:
 
     void take_values(ChunkHead const& head, std::uint64_t n)
     {
-        if (head.kind == Kind::topology)
+        if (head.kind == Kind::TOPOLOGY)
         {
             take_topology(head, n);
         }
-        else if (head.entity == Entity::vertex && head.kind == Kind::position)
+        else if (head.entity == Entity::VERTEX && head.kind == Kind::POSITION)
         {
             take_vectors(head, n, soup_.points);
         }
-        else if (head.entity == Entity::vertex && head.kind == Kind::normal)
+        else if (head.entity == Entity::VERTEX && head.kind == Kind::NORMAL)
         {
             take_vectors(head, n, soup_.normals);
         }
-        else if (head.entity == Entity::vertex && head.kind == Kind::color)
+        else if (head.entity == Entity::VERTEX && head.kind == Kind::COLOR)
         {
             take_vectors(head, n, soup_.colors);
         }
@@ -241,7 +241,7 @@ private:
                        ? std::numeric_limits<float>::infinity()
                        : static_cast<float>(value);
         }
-        if (!head.is_float && head.kind == Kind::color)
+        if (!head.is_float && head.kind == Kind::COLOR)
         {
             return static_cast<float>(take_index(head.scalar_size) & 0xFF) / 255.0F;
         }
@@ -286,7 +286,7 @@ private:
     void take_topology(ChunkHead const& head, std::uint64_t n)
     {
         auto const size = index_size(head);
-        if (head.entity == Entity::halfedge)
+        if (head.entity == Entity::HALFEDGE)
         {
             halfedges_.resize(static_cast<std::size_t>(n));
             LoopProgress progress(halfedges_.size());
@@ -298,7 +298,7 @@ private:
                 halfedge.face = take_index(size);
             }
         }
-        else if (head.entity == Entity::face)
+        else if (head.entity == Entity::FACE)
         {
             face_halfedges_.resize(static_cast<std::size_t>(n));
             CancelPoll poll;

@@ -15,12 +15,12 @@ namespace
 Type parse_type(TextCursor& text)
 {
     static std::pair<char const*, Type> const names[] = {
-        {"char", Type::int8},      {"int8", Type::int8},       {"uchar", Type::uint8},
-        {"uint8", Type::uint8},    {"short", Type::int16},     {"int16", Type::int16},
-        {"ushort", Type::uint16},  {"uint16", Type::uint16},   {"int", Type::int32},
-        {"int32", Type::int32},    {"uint", Type::uint32},     {"uint32", Type::uint32},
-        {"float", Type::float32},  {"float32", Type::float32}, {"double", Type::float64},
-        {"float64", Type::float64}};
+        {"char", Type::INT8},      {"int8", Type::INT8},       {"uchar", Type::UINT8},
+        {"uint8", Type::UINT8},    {"short", Type::INT16},     {"int16", Type::INT16},
+        {"ushort", Type::UINT16},  {"uint16", Type::UINT16},   {"int", Type::INT32},
+        {"int32", Type::INT32},    {"uint", Type::UINT32},     {"uint32", Type::UINT32},
+        {"float", Type::FLOAT32},  {"float32", Type::FLOAT32}, {"double", Type::FLOAT64},
+        {"float64", Type::FLOAT64}};
     auto const word = text.next_word();
     for (auto const& [name, type] : names)
     {
@@ -41,15 +41,15 @@ Encoding parse_encoding(TextCursor& text)
     }
     if (word == "ascii")
     {
-        return Encoding::ascii;
+        return Encoding::ASCII;
     }
     if (word == "binary_little_endian")
     {
-        return Encoding::little_endian;
+        return Encoding::BINARY_LITTLE_ENDIAN;
     }
     if (word == "binary_big_endian")
     {
-        return Encoding::big_endian;
+        return Encoding::BINARY_BIG_ENDIAN;
     }
     refuse_header_line(text);
 }
@@ -69,7 +69,7 @@ Element parse_element(TextCursor& text)
 
 bool is_integer(Type type)
 {
-    return type != Type::float32 && type != Type::float64;
+    return type != Type::FLOAT32 && type != Type::FLOAT64;
 }
 
 Property parse_property(TextCursor& text)

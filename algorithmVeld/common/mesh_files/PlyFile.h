@@ -25,27 +25,27 @@ namespace OrvaneAlgorithm::detail::ply
 
 enum class Encoding
 {
-    ascii,
-    little_endian,
-    big_endian
+    ASCII,
+    BINARY_LITTLE_ENDIAN,
+    BINARY_BIG_ENDIAN
 };
 
 enum class Type
 {
-    int8,
-    uint8,
-    int16,
-    uint16,
-    int32,
-    uint32,
-    float32,
-    float64
+    INT8,
+    UINT8,
+    INT16,
+    UINT16,
+    INT32,
+    UINT32,
+    FLOAT32,
+    FLOAT64
 };
 
 struct Property
 {
     std::string name;
-    Type type = Type::float32;
+    Type type = Type::FLOAT32;
     std::optional<Type> list_count; ///< type of the list's length; none for a single value
 };
 
@@ -58,7 +58,7 @@ struct Element
 
 struct Header
 {
-    Encoding encoding = Encoding::ascii;
+    Encoding encoding = Encoding::ASCII;
     std::vector<Element> elements;
     std::vector<std::string_view> infos; ///< what stands behind `obj_info`, line by line
     std::string_view body;
@@ -91,21 +91,21 @@ public:
     {
         switch (type)
         {
-        case Type::int8:
+        case Type::INT8:
             return take<std::int8_t>();
-        case Type::uint8:
+        case Type::UINT8:
             return take<std::uint8_t>();
-        case Type::int16:
+        case Type::INT16:
             return take<std::int16_t>();
-        case Type::uint16:
+        case Type::UINT16:
             return take<std::uint16_t>();
-        case Type::int32:
+        case Type::INT32:
             return take<std::int32_t>();
-        case Type::uint32:
+        case Type::UINT32:
             return take<std::uint32_t>();
-        case Type::float32:
+        case Type::FLOAT32:
             return take<float>();
-        case Type::float64:
+        case Type::FLOAT64:
             return take<double>();
         }
         return 0;
@@ -168,12 +168,12 @@ public:
         float single = 0;
         // Rounded once, from the text to the type that the header declares.
         bool const is_number =
-            type == Type::float32 ? parse_number(word, single) : parse_number(word, value);
+            type == Type::FLOAT32 ? parse_number(word, single) : parse_number(word, value);
         if (!is_number)
         {
             throw FileError(row_.name() + " has a value that is no number");
         }
-        return type == Type::float32 ? single : value;
+        return type == Type::FLOAT32 ? single : value;
     }
 
     std::uint64_t most_rows(std::size_t values) const
@@ -192,24 +192,24 @@ private:
 
 enum Slot : unsigned char
 {
-    x,
-    y,
-    z,
-    nx,
-    ny,
-    nz,
-    red,
-    green,
-    blue,
-    slots,
-    ignored = slots
+    X,
+    Y,
+    Z,
+    NX,
+    NY,
+    NZ,
+    RED,
+    GREEN,
+    BLUE,
+    SLOTS,
+    IGNORED = SLOTS
 };
 
 inline Slot slot_of(Property const& property)
 {
     static char const* const names[] = {"x", "y", "z", "nx", "ny", "nz", "red", "green", "blue"};
     auto const* const found = std::find(std::begin(names), std::end(names), property.name);
-    return property.list_count ? ignored : static_cast<Slot>(found - std::begin(names));
+    return property.list_count ? IGNORED : static_cast<Slot>(found - std::begin(names));
 }
 
 /// How a colour of the type becomes one from 0 to 1.
@@ -217,11 +217,11 @@ inline double colour_scale(Type type)
 {
     switch (type)
     {
-    case Type::float32:
-    case Type::float64:
+    case Type::FLOAT32:
+    case Type::FLOAT64:
         return 1;
-    case Type::int16:
-    case Type::uint16:
+    case Type::INT16:
+    case Type::UINT16:
         return 1.0 / std::numeric_limits<std::uint16_t>::max();
     default:
         return 1.0 / std::numeric_limits<std::uint8_t>::max();
@@ -230,8 +230,8 @@ inline double colour_scale(Type type)
 
 inline float to_float(double value)
 {
-    constexpr double largest = std::numeric_limits<float>::max();
-    bool const fits = !(std::abs(value) > largest);
+    constexpr double LARGEST = std::numeric_limits<float>::max();
+    bool const fits = !(std::abs(value) > LARGEST);
     return fits ? static_cast<float>(value) : std::numeric_limits<float>::infinity();
 }
 
@@ -288,16 +288,16 @@ public:
         {
             auto const slot = slot_of(property);
             slots_.push_back(slot);
-            scales_.push_back(slot == ignored || slot < red ? 1 : colour_scale(property.type));
+            scales_.push_back(slot == IGNORED || slot < RED ? 1 : colour_scale(property.type));
         }
-        if (!has(x) || !has(y) || !has(z))
+        if (!has(X) || !has(Y) || !has(Z))
         {
             throw FileError("has vertices without the coordinates x, y and z");
         }
     }
 
-    bool has_normals() const { return has(nx) && has(ny) && has(nz); }
-    bool has_colors() const { return has(red) && has(green) && has(blue); }
+    bool has_normals() const { return has(NX) && has(NY) && has(NZ); }
+    bool has_colors() const { return has(RED) && has(GREEN) && has(BLUE); }
     Slot slot(std::size_t property) const { return slots_[property]; }
     double scale(std::size_t property) const { return scales_[property]; }
 
@@ -321,7 +321,7 @@ void read_vertices(Source& source, Element const& element, MeshSoup& soup)
     soup.normals.reserve(layout.has_normals() ? room : 0);
     soup.colors.reserve(layout.has_colors() ? room : 0);
 
-    float values[slots] = {};
+    float values[SLOTS] = {};
     LoopProgress progress(static_cast<std::size_t>(element.rows));
     for (Row row{&element, 0}; row.number < element.rows; ++row.number)
     {
@@ -330,7 +330,7 @@ void read_vertices(Source& source, Element const& element, MeshSoup& soup)
         for (std::size_t i = 0; i < element.properties.size(); ++i)
         {
             auto const& property = element.properties[i];
-            if (layout.slot(i) == ignored)
+            if (layout.slot(i) == IGNORED)
             {
                 skip_property(source, property, row);
                 continue;
@@ -338,14 +338,14 @@ void read_vertices(Source& source, Element const& element, MeshSoup& soup)
             values[layout.slot(i)] = to_float(source.number(property.type) * layout.scale(i));
         }
         source.end_row();
-        soup.points.emplace_back(values[x], values[y], values[z]);
+        soup.points.emplace_back(values[X], values[Y], values[Z]);
         if (layout.has_normals())
         {
-            soup.normals.emplace_back(values[nx], values[ny], values[nz]);
+            soup.normals.emplace_back(values[NX], values[NY], values[NZ]);
         }
         if (layout.has_colors())
         {
-            soup.colors.emplace_back(values[red], values[green], values[blue]);
+            soup.colors.emplace_back(values[RED], values[GREEN], values[BLUE]);
         }
     }
 }
@@ -398,13 +398,13 @@ void read_elements(Source source, Header const& header, MeshSoup& soup, char con
 template <typename Read>
 void read_body(Header const& header, MeshSoup& soup, char const* name, Read const& read)
 {
-    if (header.encoding == Encoding::ascii)
+    if (header.encoding == Encoding::ASCII)
     {
         read_elements(AsciiSource(header.body), header, soup, name, read);
         return;
     }
-    read_elements(BinarySource(header.body, header.encoding == Encoding::big_endian), header, soup,
-                  name, read);
+    read_elements(BinarySource(header.body, header.encoding == Encoding::BINARY_BIG_ENDIAN), header,
+                  soup, name, read);
 }
 
 } // namespace OrvaneAlgorithm::detail::ply

@@ -13,7 +13,7 @@ namespace
 class VertexMerger
 {
 public:
-    explicit VertexMerger(std::vector<Vector3f>& points) : points_(points), table_(1024, none) {}
+    explicit VertexMerger(std::vector<Vector3f>& points) : points_(points), table_(1024, NONE) {}
 
     int index_of(Vector3f const& point)
     {
@@ -24,7 +24,7 @@ public:
         }
         Vector3f const position = point + Vector3f::Zero();
         auto const place = find(position);
-        if (table_[place] == none)
+        if (table_[place] == NONE)
         {
             table_[place] = static_cast<int>(points_.size());
             points_.push_back(position);
@@ -33,7 +33,7 @@ public:
     }
 
 private:
-    static constexpr int none = -1;
+    static constexpr int NONE = -1;
 
     static std::uint64_t hash(Vector3f const& point)
     {
@@ -53,7 +53,7 @@ private:
     {
         auto const mask = table_.size() - 1;
         auto place = static_cast<std::size_t>(hash(position)) & mask;
-        while (table_[place] != none &&
+        while (table_[place] != NONE &&
                !same(points_[static_cast<std::size_t>(table_[place])], position))
         {
             place = (place + 1) & mask;
@@ -69,7 +69,7 @@ private:
 
     void grow()
     {
-        table_.assign(2 * table_.size(), none);
+        table_.assign(2 * table_.size(), NONE);
         for (std::size_t i = 0; i < points_.size(); ++i)
         {
             table_[find(points_[i])] = static_cast<int>(i);
@@ -82,26 +82,26 @@ private:
 
 // Binary: 80 bytes of anything, the number of faces, and 50 bytes a face.
 
-constexpr std::size_t comment_size = 80;
-constexpr std::size_t header_size = comment_size + sizeof(std::uint32_t);
-constexpr std::size_t face_size = 50;
+constexpr std::size_t COMMENT_SIZE = 80;
+constexpr std::size_t HEADER_SIZE = COMMENT_SIZE + sizeof(std::uint32_t);
+constexpr std::size_t FACE_SIZE = 50;
 
 std::uint64_t declared_faces(std::string_view content)
 {
-    return ByteCursor(content.substr(comment_size), false).take<std::uint32_t>();
+    return ByteCursor(content.substr(COMMENT_SIZE), false).take<std::uint32_t>();
 }
 
 MeshSoup read_binary(std::string_view content)
 {
     auto const n = declared_faces(content);
-    if (n > most_faces)
+    if (n > MOST_FACES)
     {
         throw FileError("holds more than a mesh can");
     }
     MeshSoup soup;
     soup.faces.reserve(static_cast<std::size_t>(n));
     VertexMerger merger(soup.points);
-    ByteCursor bytes(content.substr(header_size), false);
+    ByteCursor bytes(content.substr(HEADER_SIZE), false);
     LoopProgress progress(static_cast<std::size_t>(n));
     for (std::uint64_t i = 0; i < n; ++i)
     {
@@ -123,11 +123,11 @@ MeshSoup read_binary(std::string_view content)
 
 [[noreturn]] void refuse_size(std::string_view content)
 {
-    if (content.size() < header_size)
+    if (content.size() < HEADER_SIZE)
     {
         throw FileError("is not an STL file, or ends within its header");
     }
-    auto const there = (content.size() - header_size) / face_size;
+    auto const there = (content.size() - HEADER_SIZE) / FACE_SIZE;
     throw FileError("is not an STL file, or damaged: declares " +
                     std::to_string(declared_faces(content)) + " faces, but has the size of " +
                     std::to_string(there));
@@ -234,8 +234,8 @@ private:
 /// Binary files may begin with the word of the text form too, so their size decides first.
 bool is_binary(std::string_view content)
 {
-    return content.size() >= header_size &&
-           content.size() - header_size == face_size * declared_faces(content);
+    return content.size() >= HEADER_SIZE &&
+           content.size() - HEADER_SIZE == FACE_SIZE * declared_faces(content);
 }
 
 bool is_text(std::string_view content)

@@ -12,16 +12,16 @@ namespace OrvaneAlgorithm::detail
 namespace
 {
 
-constexpr int few_neighbours = 3;
+constexpr int FEW_NEIGHBOURS = 3;
 
 bool has_few_neighbours(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
 {
     int neighbours = 0;
-    for (auto it = mesh.cvv_iter(vertex); it.is_valid() && neighbours < few_neighbours; ++it)
+    for (auto it = mesh.cvv_iter(vertex); it.is_valid() && neighbours < FEW_NEIGHBOURS; ++it)
     {
         ++neighbours;
     }
-    return neighbours < few_neighbours;
+    return neighbours < FEW_NEIGHBOURS;
 }
 
 /// Whether no face lies across an edge.

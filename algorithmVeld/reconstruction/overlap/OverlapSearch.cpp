@@ -380,8 +380,8 @@ PointLists find_overlap(FrameSurface const& surface, OverlapLimits const& limits
     Stages stages({1, 12, 1});
     stages.next();
     VoxelOrder const order(surface, reach);
-    constexpr std::size_t voxels_of_part = 256;
-    std::vector<Part> parts((order.voxels() + voxels_of_part - 1) / voxels_of_part);
+    constexpr std::size_t VOXELS_OF_PART = 256;
+    std::vector<Part> parts((order.voxels() + VOXELS_OF_PART - 1) / VOXELS_OF_PART);
     stages.next();
     parallel_for_uneven(static_cast<std::ptrdiff_t>(parts.size()),
                         [&](std::ptrdiff_t p)
@@ -389,8 +389,8 @@ PointLists find_overlap(FrameSurface const& surface, OverlapLimits const& limits
                             auto const number = static_cast<std::size_t>(p);
                             Searcher searcher(surface, limits, reach);
                             std::size_t const end =
-                                std::min(order.voxels(), (number + 1) * voxels_of_part);
-                            for (std::size_t v = number * voxels_of_part; v < end; ++v)
+                                std::min(order.voxels(), (number + 1) * VOXELS_OF_PART);
+                            for (std::size_t v = number * VOXELS_OF_PART; v < end; ++v)
                             {
                                 poll_cancel();
                                 searcher.search(order, v, parts[number]);

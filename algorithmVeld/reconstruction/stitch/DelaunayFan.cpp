@@ -13,11 +13,11 @@ namespace
 {
 
 constexpr float TURN = 2.0F * PI_F;
-constexpr double smallest_divisor = 1e-5;
-constexpr double beyond_longest_edge = 1e-5;
+constexpr double SMALLEST_DIVISOR = 1e-5;
+constexpr double BEYOND_LONGEST_EDGE = 1e-5;
 
-constexpr double narrowest_corner = radians(18.0);
-constexpr double widest_corner = radians(144.0);
+constexpr double NARROWEST_CORNER = radians(18.0);
+constexpr double WIDEST_CORNER = radians(144.0);
 
 /// The turn from one angle to another, against the clock.
 float turn(float from, float to)
@@ -39,11 +39,11 @@ bool comes_before(float a, float b)
 SightScreen::SightScreen(Vector2f const& a, Vector2f const& b)
     : a_x_(a.x()), a_y_(a.y()), determinant_(b.x() * a.y() - a.x() * b.y())
 {
-    divides_by_x_ = static_cast<double>(std::abs(a.x())) > smallest_divisor;
+    divides_by_x_ = static_cast<double>(std::abs(a.x())) > SMALLEST_DIVISOR;
     a_w_ = divides_by_x_ ? a.x() : a.y();
     b_w_ = divides_by_x_ ? b.x() : b.y();
-    hides_nothing_ = static_cast<double>(std::abs(determinant_)) < smallest_divisor ||
-                     !(static_cast<double>(std::abs(a_w_)) > smallest_divisor);
+    hides_nothing_ = static_cast<double>(std::abs(determinant_)) < SMALLEST_DIVISOR ||
+                     !(static_cast<double>(std::abs(a_w_)) > SMALLEST_DIVISOR);
 }
 
 bool is_can_see_point(Vector2f const& a, Vector2f const& b, Vector2f const& c)
@@ -100,7 +100,7 @@ float DelaunayFan::search_radius() const
             float const length = mesh_.calc_edge_length(*it);
             if (length >= radius)
             {
-                radius = static_cast<float>(static_cast<double>(length) + beyond_longest_edge);
+                radius = static_cast<float>(static_cast<double>(length) + BEYOND_LONGEST_EDGE);
             }
         }
     }
@@ -394,7 +394,7 @@ bool DelaunayFan::has_fitting_shape(int rank_a, int rank_b, Vector3f& normal) co
     {
         corner += 2.0 * PI;
     }
-    if (!(narrowest_corner < corner && corner < widest_corner))
+    if (!(NARROWEST_CORNER < corner && corner < WIDEST_CORNER))
     {
         return false;
     }
