@@ -17,6 +17,7 @@ namespace
 std::vector<RangeData const*> pointers(std::vector<RangeData> const& frames)
 {
     std::vector<RangeData const*> list;
+    list.reserve(frames.size());
     for (RangeData const& frame : frames)
     {
         list.push_back(&frame);

@@ -71,7 +71,8 @@ private:
 };
 
 template <typename Properties>
-void move_properties(Properties begin, Properties end, Moves const& moves, int elements, int offset)
+void move_properties(Properties begin, Properties end, Moves const& moves, std::size_t elements,
+                     std::size_t offset)
 {
     for (auto property = begin; property != end; ++property)
     {
@@ -79,10 +80,11 @@ void move_properties(Properties begin, Properties end, Moves const& moves, int e
         {
             continue;
         }
+        auto const place = [&](int entry)
+        { return static_cast<std::size_t>(entry) * elements + offset; };
         for (auto const& [from, to] : moves.list())
         {
-            (*property)->swap(static_cast<std::size_t>(from * elements + offset),
-                              static_cast<std::size_t>(to * elements + offset));
+            (*property)->swap(place(from), place(to));
         }
     }
 }
