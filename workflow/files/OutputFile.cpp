@@ -18,13 +18,13 @@ namespace veld
 namespace
 {
 
-constexpr int most_links = 40; // in a chain, as Linux counts
+constexpr int MOST_LINKS = 40; // in a chain, as Linux counts
 
 /// The file that a path names, behind symbolic links; it need not exist.
 fs::path behind_links(fs::path path)
 {
     std::error_code error;
-    for (int i = 0; i < most_links && fs::is_symlink(fs::symlink_status(path, error)); ++i)
+    for (int i = 0; i < MOST_LINKS && fs::is_symlink(fs::symlink_status(path, error)); ++i)
     {
         fs::path const next = fs::read_symlink(path, error);
         if (error)
@@ -40,7 +40,7 @@ fs::path behind_links(fs::path path)
 /// the name, to which nothing could be added if it is as long as names may be.
 fs::path name_beside(fs::path const& path)
 {
-    constexpr std::size_t longest_extension = 16;
+    constexpr std::size_t LONGEST_EXTENSION = 16;
     std::string const extension = path.extension().string();
     std::random_device random;
     fs::path beside;
@@ -50,7 +50,7 @@ fs::path name_beside(fs::path const& path)
         beside = path;
         beside.replace_filename(
             fmt::format(".veld-{:08x}{:08x}{}", random(), random(),
-                        extension.size() <= longest_extension ? extension : std::string()));
+                        extension.size() <= LONGEST_EXTENSION ? extension : std::string()));
     } while (fs::exists(fs::symlink_status(beside, error)));
     return beside;
 }

@@ -36,7 +36,7 @@ constexpr std::uint16_t too_far = 65535;
 /// A camera that sees two neighbouring pixels on one surface, and their depths differ by more than
 /// this part, looks along the surface: with 500 pixels of focal length, under a fortieth of a
 /// degree short of 88. So it is the rim of one thing before another one.
-constexpr double largest_jump = 0.05;
+constexpr double LARGEST_JUMP = 0.05;
 
 /// What a view tells beside its image.
 struct View
@@ -68,11 +68,11 @@ double unit_of(Json const& cameras, std::string const& name)
 
 View parse_view(Json const& json, double unit)
 {
-    constexpr int longest_side = 1 << 20;
+    constexpr int LONGEST_SIDE = 1 << 20;
     JsonFields const fields(json, "");
     View view;
-    view.width = fields.integer("width", 1, longest_side);
-    view.height = fields.integer("height", 1, longest_side);
+    view.width = fields.integer("width", 1, LONGEST_SIDE);
+    view.height = fields.integer("height", 1, LONGEST_SIDE);
     double const fx = fields.number("fx");
     double const fy = fields.number("fy");
     if (!(fx > 0.0 && fy > 0.0))
@@ -107,7 +107,7 @@ bool is_cell(DepthImage const& image, int row, int column)
         *image.pixel(column + 1, row + 1)};
     auto const [nearest, farthest] = std::minmax_element(depths.begin(), depths.end());
     return std::all_of(depths.begin(), depths.end(), is_depth) &&
-           *farthest - *nearest <= largest_jump * *nearest;
+           *farthest - *nearest <= LARGEST_JUMP * *nearest;
 }
 
 RangeData frame_of(DepthImage const& image, View const& view)

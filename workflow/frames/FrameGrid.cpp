@@ -153,21 +153,21 @@ void keep_first_pixels(RangeData& frame, std::size_t n)
 
 double spacing_of(RangeData const& frame)
 {
-    constexpr int samples = 2000;
+    constexpr int SAMPLES = 2000;
     MatrixXi map;
     frame.create_vertices_index_map(map);
     double mean = 0.0;
-    RangeData_compute_mean_distance(frame, map, mean, samples);
+    RangeData_compute_mean_distance(frame, map, mean, SAMPLES);
     return mean;
 }
 
 bool has_rigid_pose(RangeData const& frame)
 {
-    constexpr double tolerance = 0.01;
+    constexpr double TOLERANCE = 0.01;
     Matrix3d const& rotation = frame.pose.get_rotation();
     Matrix3d const error = rotation.transpose() * rotation - Matrix3d::Identity();
     return frame.pose.get_translation().allFinite() && rotation.allFinite() &&
-           error.cwiseAbs().maxCoeff() < tolerance && rotation.determinant() > 0.0;
+           error.cwiseAbs().maxCoeff() < TOLERANCE && rotation.determinant() > 0.0;
 }
 
 void scale_frame(RangeData& frame, double scale)

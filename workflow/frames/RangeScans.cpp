@@ -44,17 +44,17 @@ std::vector<std::string> words_of(std::string const& line)
 /// \return what is wrong with the row; empty on success
 std::string parse_pose(std::vector<std::string> const& words, RigidMatrix& pose)
 {
-    constexpr std::size_t first = 2;
+    constexpr std::size_t FIRST = 2;
     std::array<double, 7> values{};
-    if (words.size() != first + values.size())
+    if (words.size() != FIRST + values.size())
     {
-        return fmt::format("its pose has {} numbers and not 7", words.size() - first);
+        return fmt::format("its pose has {} numbers and not 7", words.size() - FIRST);
     }
     for (std::size_t i = 0; i < values.size(); ++i)
     {
-        if (!parse_number(words[first + i], values[i]))
+        if (!parse_number(words[FIRST + i], values[i]))
         {
-            return fmt::format("'{}' in its pose is no number", words[first + i]);
+            return fmt::format("'{}' in its pose is no number", words[FIRST + i]);
         }
     }
     Eigen::Quaterniond const turn(values[6], values[3], values[4], values[5]);

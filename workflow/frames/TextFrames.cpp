@@ -27,9 +27,9 @@ namespace
 
 enum class PoseForm
 {
-    twelve, ///< a file of 12 numbers a frame
-    common, ///< one file for all
-    sixteen ///< a file of 16 numbers a frame
+    TWELVE, ///< a file of 12 numbers a frame
+    COMMON, ///< one file for all
+    SIXTEEN ///< a file of 16 numbers a frame
 };
 
 struct NameParts
@@ -46,7 +46,7 @@ struct TextScan
     int columns = 0;
     NameParts points;
     NameParts poses;
-    PoseForm form = PoseForm::twelve;
+    PoseForm form = PoseForm::TWELVE;
     bool has_header = true;
     bool has_range = false; ///< whether the numbers of the frames are told
     int first = 0;
@@ -80,11 +80,11 @@ void parse_poses(JsonFields const& fields, TextScan& scan)
 {
     fields.allow_only({"form", "prefix", "suffix", "header"});
     scan.form = one_of<PoseForm>(scan.description, "form", fields.text("form"),
-                                 {{"twelve", PoseForm::twelve},
-                                  {"common", PoseForm::common},
-                                  {"sixteen", PoseForm::sixteen}});
+                                 {{"twelve", PoseForm::TWELVE},
+                                  {"common", PoseForm::COMMON},
+                                  {"sixteen", PoseForm::SIXTEEN}});
     scan.poses = parse_names(fields);
-    if (fields.has("header") && scan.form != PoseForm::sixteen)
+    if (fields.has("header") && scan.form != PoseForm::SIXTEEN)
     {
         throw InputError(scan.description + ": only poses of the form sixteen have a 'header'");
     }
@@ -94,33 +94,33 @@ void parse_poses(JsonFields const& fields, TextScan& scan)
 /// The numbers of the frames, which a common pose file brings along.
 void parse_range(JsonFields const& fields, TextScan& scan)
 {
-    constexpr int largest_number = 999999999;
-    constexpr int most_frames = 100000;
-    scan.has_range = scan.form != PoseForm::common || fields.has("first") || fields.has("last");
+    constexpr int LARGEST_NUMBER = 999999999;
+    constexpr int MOST_FRAMES = 100000;
+    scan.has_range = scan.form != PoseForm::COMMON || fields.has("first") || fields.has("last");
     if (!scan.has_range)
     {
         return;
     }
-    scan.first = fields.integer("first", 0, largest_number);
-    scan.last = fields.integer("last", 0, largest_number);
-    if (scan.last < scan.first || scan.last - scan.first >= most_frames)
+    scan.first = fields.integer("first", 0, LARGEST_NUMBER);
+    scan.last = fields.integer("last", 0, LARGEST_NUMBER);
+    if (scan.last < scan.first || scan.last - scan.first >= MOST_FRAMES)
     {
         throw InputError(fmt::format("{}: 'first' to 'last' have to be 1 to {} frames",
-                                     scan.description, most_frames));
+                                     scan.description, MOST_FRAMES));
     }
 }
 
 TextScan parse_scan(std::filesystem::path const& path, Json const& json)
 {
-    constexpr int most_cells = 1 << 28;
+    constexpr int MOST_CELLS = 1 << 28;
     JsonFields const fields(json, shown(path) + ": ");
     fields.allow_only(
         {"rows", "columns", "directory", "points", "poses", "first", "last", "sensor"});
     TextScan scan;
     scan.description = shown(path);
     scan.directory = path_beside(path, fields.text("directory", ".")).string();
-    scan.rows = fields.integer("rows", 1, most_cells);
-    scan.columns = fields.integer("columns", 1, most_cells / scan.rows);
+    scan.rows = fields.integer("rows", 1, MOST_CELLS);
+    scan.columns = fields.integer("columns", 1, MOST_CELLS / scan.rows);
     fields.object("points").allow_only({"prefix", "suffix"});
     scan.points = parse_names(fields.object("points"));
     parse_poses(fields.object("poses"), scan);
@@ -148,7 +148,7 @@ std::string common_pose_file(TextScan const& scan)
 
 std::string pose_file(TextScan const& scan, int number)
 {
-    return scan.form == PoseForm::common ? common_pose_file(scan)
+    return scan.form == PoseForm::COMMON ? common_pose_file(scan)
                                          : file_name(scan, scan.poses, number);
 }
 
@@ -160,8 +160,8 @@ PointCloud2RangeData reader_for(TextScan const& scan)
     reader.set_PointCloudName(scan.points.prefix, scan.points.suffix);
     reader.set_RtParamName(scan.poses.prefix, scan.poses.suffix);
     reader.set_FrameIdInfo(scan.first, scan.last);
-    reader.set_rt_file_with_12_params(scan.form == PoseForm::twelve);
-    reader.set_RtParamStoreType(scan.form == PoseForm::common);
+    reader.set_rt_file_with_12_params(scan.form == PoseForm::TWELVE);
+    reader.set_RtParamStoreType(scan.form == PoseForm::COMMON);
     reader.set_HasFrameIdInfo(scan.has_header);
     reader.Initialize();
     return reader;
@@ -169,7 +169,7 @@ PointCloud2RangeData reader_for(TextScan const& scan)
 
 void read_all(TextScan const& scan, PointCloud2RangeData& reader)
 {
-    if (scan.form == PoseForm::common)
+    if (scan.form == PoseForm::COMMON)
     {
         open_input(common_pose_file(scan)); // the library takes a missing one for no frames
     }
@@ -196,7 +196,7 @@ std::string trouble_of(TextScan const& scan, PointCloud2RangeData::FrameInput co
     if (input.pose_values_missing > 0)
     {
         return fmt::format("its pose lacks {} of {} numbers", input.pose_values_missing,
-                           scan.form == PoseForm::sixteen ? 16 : 12);
+                           scan.form == PoseForm::SIXTEEN ? 16 : 12);
     }
     return input.has_pose ? std::string() : "its pose file is that of another frame";
 }

@@ -10,7 +10,7 @@ namespace veld
 namespace
 {
 
-constexpr float two_pi = 6.2831853F;
+constexpr float TWO_PI = 6.2831853F;
 
 /// Two unit vectors that are perpendicular to the normal and to each other.
 void tangents(Vector3f const& normal, Vector3f& a, Vector3f& b)
@@ -37,7 +37,7 @@ float fraction(float value)
 float AmbientOcclusion::openness(Vector3f const& place, Vector3f const& normal, std::uint32_t pixel,
                                  int first, int count) const
 {
-    constexpr float golden = 0.61803399F;
+    constexpr float GOLDEN = 0.61803399F;
     Vector3f a;
     Vector3f b;
     tangents(normal, a, b);
@@ -50,7 +50,7 @@ float AmbientOcclusion::openness(Vector3f const& place, Vector3f const& normal, 
         float const part =
             fraction((static_cast<float>(i) + 0.5F) / static_cast<float>(rays_per_pixel_) + shift);
         float const radius = std::sqrt(part);
-        float const angle = two_pi * fraction(static_cast<float>(i) * golden + turn);
+        float const angle = TWO_PI * fraction(static_cast<float>(i) * GOLDEN + turn);
         Vector3f const direction =
             (a * (radius * std::cos(angle)) + b * (radius * std::sin(angle)) +
              normal * std::sqrt(1.0F - part))

@@ -1,5 +1,7 @@
 #include "workflow/pictures/Camera.h"
 
+#include "algorithmVeld/common/geometry/angles.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -7,21 +9,22 @@
 namespace veld
 {
 
+using OrvaneAlgorithm::detail::PI;
+
 using OrvaneAlgorithm::Matrix3d;
 
 namespace
 {
 
-constexpr double pi = 3.141592653589793;
-constexpr double half_field_of_view = 12.0 * pi / 180.0; // of the shorter side
-constexpr double margin = 1.06;
-constexpr double nearest_distance = 0.05;
+constexpr double HALF_FIELD_OF_VIEW = 12.0 * PI / 180.0; // of the shorter side
+constexpr double MARGIN = 1.06;
+constexpr double NEAREST_DISTANCE = 0.05;
 
 /// Rows: right, up, and towards the viewer.
 Matrix3d view_axes(ViewDirection const& view)
 {
-    double const azimuth = view.azimuth * pi / 180.0;
-    double const elevation = view.elevation * pi / 180.0;
+    double const azimuth = view.azimuth * PI / 180.0;
+    double const elevation = view.elevation * PI / 180.0;
     Vector3d const right(std::cos(azimuth), 0.0, -std::sin(azimuth));
     Vector3d const towards(std::sin(azimuth) * std::cos(elevation), std::sin(elevation),
                            std::cos(azimuth) * std::cos(elevation));
@@ -61,11 +64,11 @@ struct Opening
 Camera fit_camera(std::vector<Vector3f> const& points, ViewDirection const& view, double aspect)
 {
     Matrix3d const axes = view_axes(view);
-    double const slope = std::tan(half_field_of_view);
+    double const slope = std::tan(HALF_FIELD_OF_VIEW);
     double const slope_x = aspect > 1.0 ? slope * aspect : slope;
     double const slope_y = aspect > 1.0 ? slope : slope / aspect;
-    Opening horizontal{slope_x / margin};
-    Opening vertical{slope_y / margin};
+    Opening horizontal{slope_x / MARGIN};
+    Opening vertical{slope_y / MARGIN};
     double front = -std::numeric_limits<double>::infinity();
     for (auto const& point : points)
     {
@@ -83,7 +86,7 @@ Camera fit_camera(std::vector<Vector3f> const& points, ViewDirection const& view
     if (!points.empty())
     {
         double const distance =
-            std::max({horizontal.distance(), vertical.distance(), front + nearest_distance});
+            std::max({horizontal.distance(), vertical.distance(), front + NEAREST_DISTANCE});
         Vector3d const place(horizontal.centre(), vertical.centre(), distance);
         camera.origin = (axes.transpose() * place).cast<float>();
     }

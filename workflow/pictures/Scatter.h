@@ -33,8 +33,8 @@ public:
     /// differ between machines.
     double normal(std::uint32_t index) const
     {
-        constexpr double half_root_3 = 0.8660254037844386;
-        return half_root_3 *
+        constexpr double HALF_ROOT_3 = 0.8660254037844386;
+        return HALF_ROOT_3 *
                (even(4 * index) + even(4 * index + 1) + even(4 * index + 2) + even(4 * index + 3));
     }
 

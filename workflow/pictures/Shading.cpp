@@ -12,8 +12,8 @@ using OrvaneAlgorithm::TriMesh;
 namespace
 {
 
-constexpr float crease_cosine = 0.5F;  // 60 degrees
-constexpr unsigned most_smoothed = 64; // faces round a vertex; smoothing costs their square
+constexpr float CREASE_COSINE = 0.5F;  // 60 degrees
+constexpr unsigned MOST_SMOOTHED = 64; // faces round a vertex; smoothing costs their square
 
 /// A colour given in bytes, as a drawing program shows it.
 Vector3f from_bytes(int red, int green, int blue)
@@ -74,7 +74,7 @@ Vector3f weighted_normal(std::vector<Vector3f> const& points, Surface::Triangle 
 Vector3f corner_normal(TriMesh const& mesh, OpenMesh::VertexHandle corner, Vector3f const& own,
                        std::vector<Vector3f> const& normals)
 {
-    if (mesh.valence(corner) > most_smoothed)
+    if (mesh.valence(corner) > MOST_SMOOTHED)
     {
         return own;
     }
@@ -82,7 +82,7 @@ Vector3f corner_normal(TriMesh const& mesh, OpenMesh::VertexHandle corner, Vecto
     for (auto const face : mesh.vf_range(corner))
     {
         Vector3f const& other = normals[static_cast<std::size_t>(face.idx())];
-        if (other.dot(own) > crease_cosine * other.norm() * own.norm())
+        if (other.dot(own) > CREASE_COSINE * other.norm() * own.norm())
         {
             sum += other;
         }

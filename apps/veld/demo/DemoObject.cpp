@@ -1,6 +1,7 @@
 #include "demo/DemoObject.h"
 
 #include "demo/GourdSurface.h"
+#include "demo/angles.h"
 
 #include <algorithm>
 #include <array>
@@ -15,11 +16,10 @@ namespace veld::cli
 namespace
 {
 
-constexpr double pi = 3.141592653589793;
-constexpr int gourd_subdivisions = 7; // 20 * 4^7 triangles, finer than the scanner's grid
-constexpr double stick_diameter = 5.0;
-constexpr double stick_height = 9.0;
-constexpr double ring_angle = 48.0; // of the cone below the object that the ring hides
+constexpr int GOURD_SUBDIVISIONS = 7; // 20 * 4^7 triangles, finer than the scanner's grid
+constexpr double STICK_DIAMETER = 5.0;
+constexpr double STICK_HEIGHT = 9.0;
+constexpr double RING_ANGLE = 48.0; // of the cone below the object that the ring hides
 
 using Triangle = std::array<std::uint32_t, 3>;
 
@@ -102,7 +102,7 @@ Soup unit_sphere(int subdivisions)
 
 Soup make_gourd()
 {
-    Soup soup = unit_sphere(gourd_subdivisions);
+    Soup soup = unit_sphere(GOURD_SUBDIVISIONS);
     for (auto& point : soup.points)
     {
         point = gourd_point(point.cast<double>().normalized()).cast<float>();
@@ -119,35 +119,35 @@ std::array<Vector3d, 3> stick_places()
 Soup make_stick(Vector3d const& foot)
 {
     constexpr std::uint32_t sides = 64;
-    constexpr int rim_steps = 6;
-    constexpr int cap_rings = 8;
-    constexpr std::uint32_t rims = 1 + rim_steps + cap_rings + 1;
-    constexpr double root = 8.0;     // below the foot
-    constexpr double rounding = 0.8; // radius of the rim
-    constexpr double dome = 0.3;     // the middle of the cap is so much higher than its edge
-    constexpr double flat = 0.5 * stick_diameter - rounding;
+    constexpr int RIM_STEPS = 6;
+    constexpr int CAP_RINGS = 8;
+    constexpr std::uint32_t RIMS = 1 + RIM_STEPS + CAP_RINGS + 1;
+    constexpr double ROOT = 8.0;     // below the foot
+    constexpr double ROUNDING = 0.8; // radius of the rim
+    constexpr double DOME = 0.3;     // the middle of the cap is so much higher than its edge
+    constexpr double FLAT = 0.5 * STICK_DIAMETER - ROUNDING;
     Soup soup;
     auto const add_rim = [&](double radius, double height)
     {
         for (std::uint32_t i = 0; i < sides; ++i)
         {
-            double const angle = 2.0 * pi * i / sides;
+            double const angle = 2.0 * PI * i / sides;
             soup.add(foot + Vector3d(radius * std::cos(angle), radius * std::sin(angle), height));
         }
     };
-    add_rim(0.5 * stick_diameter, -root);
-    for (int step = 0; step < rim_steps; ++step)
+    add_rim(0.5 * STICK_DIAMETER, -ROOT);
+    for (int step = 0; step < RIM_STEPS; ++step)
     {
-        double const angle = 0.5 * pi * step / rim_steps;
-        add_rim(flat + rounding * std::cos(angle),
-                stick_height - dome - rounding * (1.0 - std::sin(angle)));
+        double const angle = 0.5 * PI * step / RIM_STEPS;
+        add_rim(FLAT + ROUNDING * std::cos(angle),
+                STICK_HEIGHT - DOME - ROUNDING * (1.0 - std::sin(angle)));
     }
-    for (int ring = cap_rings; ring >= 0; --ring)
+    for (int ring = CAP_RINGS; ring >= 0; --ring)
     {
-        double const part = static_cast<double>(ring) / cap_rings;
-        add_rim(flat * part, stick_height - dome * part * part);
+        double const part = static_cast<double>(ring) / CAP_RINGS;
+        add_rim(FLAT * part, STICK_HEIGHT - DOME * part * part);
     }
-    for (std::uint32_t lower = 0; lower < (rims - 1) * sides; lower += sides)
+    for (std::uint32_t lower = 0; lower < (RIMS - 1) * sides; lower += sides)
     {
         for (std::uint32_t i = 0; i < sides; ++i)
         {
@@ -229,14 +229,14 @@ bool in_streak(Vector3d const& at)
     static Vector3d const end = direction(55, 45);
     static Vector3d const across = start.cross(end).normalized();
     static Vector3d const middle = (start + end).normalized();
-    double const off = std::abs(std::asin(at.dot(across))) * 180.0 / pi;
+    double const off = std::abs(std::asin(at.dot(across))) * 180.0 / PI;
     return off < 2.2 && angle_between(at, middle) < angle_between(start, end) / 2.0;
 }
 
 bool is_unseen(Vector3d const& at)
 {
     auto const& patches = dark_patches();
-    return angle_between(at, -Vector3d::UnitY()) < ring_angle || in_streak(at) ||
+    return angle_between(at, -Vector3d::UnitY()) < RING_ANGLE || in_streak(at) ||
            std::any_of(patches.begin(), patches.end(),
                        [&at](DarkPatch const& patch) { return in_patch(at, patch); });
 }
@@ -257,7 +257,7 @@ Markers place_markers()
 /// What the print of a marker, dark rings on white, adds to the height of the surface.
 double print_height(double off_centre)
 {
-    return 0.45 + 0.25 * std::cos(off_centre / DemoObject::MARKER_RADIUS * 3.0 * pi);
+    return 0.45 + 0.25 * std::cos(off_centre / DemoObject::MARKER_RADIUS * 3.0 * PI);
 }
 
 } // namespace
@@ -270,9 +270,9 @@ DemoObject::DemoObject() : scene_(RayScene::of_triangles({}, {})), markers_(plac
     {
         Vector3d const foot = gourd_point(at);
         soup.append(make_stick(foot));
-        sticks_.points.push_back((foot + 0.5 * stick_height * Vector3d::UnitZ()).cast<float>());
-        sticks_.sizes.emplace_back(static_cast<float>(stick_diameter),
-                                   static_cast<float>(stick_height));
+        sticks_.points.push_back((foot + 0.5 * STICK_HEIGHT * Vector3d::UnitZ()).cast<float>());
+        sticks_.sizes.emplace_back(static_cast<float>(STICK_DIAMETER),
+                                   static_cast<float>(STICK_HEIGHT));
     }
     add_lint(soup);
     scene_ = RayScene::of_triangles(soup.points, soup.triangles);

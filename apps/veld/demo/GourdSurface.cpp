@@ -1,5 +1,6 @@
 #include "demo/GourdSurface.h"
 
+#include "demo/angles.h"
 #include <algorithm>
 #include <cmath>
 
@@ -9,8 +10,7 @@ namespace veld::cli
 namespace
 {
 
-constexpr double pi = 3.141592653589793;
-constexpr double radius = 42.0;
+constexpr double RADIUS = 42.0;
 
 /// Height of a round bump at a direction.
 double bump(Vector3d const& at, Vector3d const& centre, double width, double height)
@@ -27,7 +27,7 @@ double gourd_radius(Vector3d const& at)
     static Vector3d const right = direction(80, -5);
     static Vector3d const back = direction(170, 15);
     static Vector3d const dent = direction(-150, 0);
-    double r = radius + bump(at, top, 30, 30) + bump(at, left, 30, 7) + bump(at, right, 34, 9) +
+    double r = RADIUS + bump(at, top, 30, 30) + bump(at, left, 30, 7) + bump(at, right, 34, 9) +
                bump(at, back, 34, 8) - bump(at, dent, 22, 4);
     // Round ribs that wind from the stem down, sharp between them, and warts on top.
     double const round = std::atan2(at.x(), at.z());
@@ -43,14 +43,14 @@ double gourd_radius(Vector3d const& at)
 
 Vector3d direction(double azimuth, double elevation)
 {
-    double const a = azimuth * pi / 180.0;
-    double const e = elevation * pi / 180.0;
+    double const a = azimuth * PI / 180.0;
+    double const e = elevation * PI / 180.0;
     return {std::sin(a) * std::cos(e), std::sin(e), std::cos(a) * std::cos(e)};
 }
 
 double angle_between(Vector3d const& a, Vector3d const& b)
 {
-    return std::atan2(a.cross(b).norm(), a.dot(b)) * 180.0 / pi;
+    return std::atan2(a.cross(b).norm(), a.dot(b)) * 180.0 / PI;
 }
 
 Vector3d gourd_point(Vector3d const& direction)
@@ -60,7 +60,7 @@ Vector3d gourd_point(Vector3d const& direction)
 
 Vector3d gourd_normal(Vector3d const& direction, double width)
 {
-    Vector3d const side = direction.unitOrthogonal() * (0.5 * width / radius);
+    Vector3d const side = direction.unitOrthogonal() * (0.5 * width / RADIUS);
     Vector3d const other = direction.cross(side);
     Vector3d const across =
         gourd_point((direction + side).normalized()) - gourd_point((direction - side).normalized());
@@ -71,14 +71,14 @@ Vector3d gourd_normal(Vector3d const& direction, double width)
 
 double distance_to_gourd(Vector3d const& place)
 {
-    constexpr int most_steps = 20;
-    constexpr double width = 0.01; // of the patch for a normal
+    constexpr int MOST_STEPS = 20;
+    constexpr double WIDTH = 0.01; // of the patch for a normal
     Vector3d at = place.normalized();
     double nearest = (place - gourd_point(at)).norm();
-    for (int i = 0; i < most_steps; ++i)
+    for (int i = 0; i < MOST_STEPS; ++i)
     {
         // On to where the tangent plane is nearest.
-        Vector3d const normal = gourd_normal(at, width);
+        Vector3d const normal = gourd_normal(at, WIDTH);
         at = (place - normal * normal.dot(place - gourd_point(at))).normalized();
         double const distance = (place - gourd_point(at)).norm();
         if (!(distance < nearest))

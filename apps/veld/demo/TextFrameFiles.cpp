@@ -18,10 +18,10 @@ using OrvaneAlgorithm::RigidMatrix;
 namespace
 {
 
-char const* const points_prefix = "cloud";
-char const* const points_suffix = ".asc";
-char const* const pose_prefix = "rt";
-char const* const pose_suffix = ".txt";
+char const* const POINTS_PREFIX = "cloud";
+char const* const POINTS_SUFFIX = ".asc";
+char const* const POSE_PREFIX = "rt";
+char const* const POSE_SUFFIX = ".txt";
 
 /// One record for each pixel, of which the last three numbers are read over.
 std::string point_text(ScannedFrame const& frame)
@@ -56,8 +56,8 @@ Json description_of(std::vector<ScannedFrame> const& frames)
 {
     return {{"rows", frames.at(0).rows},
             {"columns", frames.at(0).columns},
-            {"points", {{"prefix", points_prefix}, {"suffix", points_suffix}}},
-            {"poses", {{"form", "twelve"}, {"prefix", pose_prefix}, {"suffix", pose_suffix}}},
+            {"points", {{"prefix", POINTS_PREFIX}, {"suffix", POINTS_SUFFIX}}},
+            {"poses", {{"form", "twelve"}, {"prefix", POSE_PREFIX}, {"suffix", POSE_SUFFIX}}},
             {"first", 1},
             {"last", frames.size()},
             {"sensor", "origin"}};
@@ -72,12 +72,12 @@ std::string TextFrameFiles::file(std::string const& name) const
 
 std::string TextFrameFiles::points(std::size_t frame) const
 {
-    return file(fmt::format("{}{}{}", points_prefix, frame + 1, points_suffix));
+    return file(fmt::format("{}{}{}", POINTS_PREFIX, frame + 1, POINTS_SUFFIX));
 }
 
 std::string TextFrameFiles::pose(std::size_t frame) const
 {
-    return file(fmt::format("{}{}{}", pose_prefix, frame + 1, pose_suffix));
+    return file(fmt::format("{}{}{}", POSE_PREFIX, frame + 1, POSE_SUFFIX));
 }
 
 std::vector<std::string> TextFrameFiles::all() const

@@ -1,5 +1,6 @@
 #include "demo/VirtualScanner.h"
 
+#include "demo/angles.h"
 #include "workflow/ForEachIndex.h"
 #include "workflow/pictures/Scatter.h"
 
@@ -16,7 +17,7 @@ using OrvaneAlgorithm::RigidMatrix;
 namespace
 {
 
-constexpr double degree = 3.141592653589793 / 180.0;
+constexpr double DEGREE = PI / 180.0;
 
 /// Independent errors of one frame.
 enum Error : std::uint32_t
@@ -50,8 +51,8 @@ struct VirtualScanner::Shot
 
 RigidMatrix VirtualScanner::true_pose(ScannerView const& view) const
 {
-    double const azimuth = view.azimuth * degree;
-    double const elevation = view.elevation * degree;
+    double const azimuth = view.azimuth * DEGREE;
+    double const elevation = view.elevation * DEGREE;
     Vector3d const back(std::sin(azimuth) * std::cos(elevation), std::sin(elevation),
                         std::cos(azimuth) * std::cos(elevation));
     Vector3d const right(std::cos(azimuth), 0.0, -std::sin(azimuth));
@@ -68,7 +69,7 @@ RigidMatrix VirtualScanner::registered(RigidMatrix const& pose, std::uint32_t fr
 {
     Vector3d const shift = normal_vector(errors(frame, shift_error)) * settings_.registration_shift;
     Vector3d const turn =
-        normal_vector(errors(frame, turn_error)) * (settings_.registration_turn * degree);
+        normal_vector(errors(frame, turn_error)) * (settings_.registration_turn * DEGREE);
     Matrix3d const rotation =
         Eigen::AngleAxisd(turn.norm(), turn.stableNormalized()).toRotationMatrix();
     RigidMatrix result;
@@ -81,7 +82,7 @@ std::vector<VirtualScanner::Shot> VirtualScanner::shoot(ScannedObject const& obj
                                                         RigidMatrix const& pose) const
 {
     double const step = settings_.spacing / settings_.distance;
-    double const least_cosine = std::cos(settings_.largest_slant * degree);
+    double const least_cosine = std::cos(settings_.largest_slant * DEGREE);
     Vector3f const origin = pose.get_translation().cast<float>();
     std::vector<Shot> shots;
     shots.reserve(static_cast<std::size_t>(settings_.rows) *
