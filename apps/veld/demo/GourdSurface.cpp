@@ -1,6 +1,7 @@
 #include "demo/GourdSurface.h"
 
 #include "demo/angles.h"
+
 #include <algorithm>
 #include <cmath>
 
