@@ -97,7 +97,7 @@ void export_by_openmesh(TriMesh const& mesh, char const* extension, Options cons
     auto const write = [&](std::ostream& stoppable)
     {
         return OpenMesh::IO::IOManager().write(stoppable, extension, exporter, options,
-                                               digits_that_tell_floats_apart);
+                                               DIGITS_THAT_TELL_FLOATS_APART);
     };
     if (!detail::write_stoppably(stream, size, write))
     {
