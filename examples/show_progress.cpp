@@ -17,11 +17,11 @@ namespace
 
 // [token]
 // Made here, so that the handler never meets one that is not there yet.
-CancelToken const interrupted;
+CancelToken const INTERRUPTED;
 
 void on_interrupt(int /*signal*/)
 {
-    interrupted.cancel();
+    INTERRUPTED.cancel();
 }
 
 // [token]
@@ -33,7 +33,7 @@ bool close_holes(TriMesh& mesh)
     std::signal(SIGINT, on_interrupt);
     try
     {
-        RunScope const scope(interrupted, [](double fraction)
+        RunScope const scope(INTERRUPTED, [](double fraction)
                              { std::clog << '\r' << static_cast<int>(100 * fraction) << " %"; });
         EarTrimming().ear_trimming(mesh);
         return true;

@@ -31,7 +31,7 @@ namespace
 
 using DepthImage = Image<1, std::uint16_t>;
 
-constexpr std::uint16_t too_far = 65535;
+constexpr std::uint16_t TOO_FAR = 65535;
 
 /// A camera that sees two neighbouring pixels on one surface, and their depths differ by more than
 /// this part, looks along the surface: with 500 pixels of focal length, under a fortieth of a
@@ -92,7 +92,7 @@ View parse_view(Json const& json, double unit)
 
 bool is_depth(std::uint16_t depth)
 {
-    return depth != 0 && depth != too_far;
+    return depth != 0 && depth != TOO_FAR;
 }
 
 /// Whether the cell that begins at a pixel lies on one surface.

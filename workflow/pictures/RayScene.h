@@ -18,15 +18,15 @@ using OrvaneAlgorithm::Vector3f;
 /// What a ray met first.
 struct RayHit
 {
-    static constexpr std::uint32_t nothing = std::numeric_limits<std::uint32_t>::max();
+    static constexpr std::uint32_t NOTHING = std::numeric_limits<std::uint32_t>::max();
 
-    std::uint32_t element = nothing; ///< Index of the triangle or the rod.
+    std::uint32_t element = NOTHING; ///< Index of the triangle or the rod.
     float distance = std::numeric_limits<float>::infinity();
     float u = 0.0F; ///< Weight of a triangle's second corner.
     float v = 0.0F; ///< Weight of a triangle's third corner.
     Vector3f normal = Vector3f::Zero();
 
-    bool hit() const { return element != nothing; }
+    bool hit() const { return element != NOTHING; }
 };
 
 /// Triangles or rods that rays are shot at. Shooting is safe from many threads. What is hit does

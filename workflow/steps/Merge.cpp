@@ -43,6 +43,7 @@ template <typename Frame>
 std::vector<RangeData const*> pointers(std::vector<Frame> const& frames)
 {
     std::vector<RangeData const*> list;
+    list.reserve(frames.size());
     for (auto const& frame : frames)
     {
         list.push_back(pointer_to(frame));

@@ -76,10 +76,12 @@ private:
 
     Vector3f sample(int x, int y, int i) const
     {
-        float const across = static_cast<float>(x) +
-                             (static_cast<float>(i % SAMPLES_PER_SIDE) + 0.5F) / SAMPLES_PER_SIDE;
-        float const down = static_cast<float>(y) +
-                           (static_cast<float>(i / SAMPLES_PER_SIDE) + 0.5F) / SAMPLES_PER_SIDE;
+        int const column = i % SAMPLES_PER_SIDE;
+        int const row = i / SAMPLES_PER_SIDE;
+        float const across =
+            static_cast<float>(x) + (static_cast<float>(column) + 0.5F) / SAMPLES_PER_SIDE;
+        float const down =
+            static_cast<float>(y) + (static_cast<float>(row) + 0.5F) / SAMPLES_PER_SIDE;
         float const right = across / static_cast<float>(settings_.width);
         float const top = 1.0F - down / static_cast<float>(settings_.height);
         Vector3f const direction = camera_.ray(2.0F * right - 1.0F, 2.0F * top - 1.0F);

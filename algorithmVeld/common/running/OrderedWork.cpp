@@ -17,24 +17,24 @@ namespace
 
 // A cell's key has 21 bits for each axis. Places beyond that fall into the last cell, which makes
 // some wait for each other that need not.
-constexpr int bits = 21;
-constexpr std::int64_t last_cell = (1 << bits) - 1;
-constexpr int no_place = std::numeric_limits<int>::max();
+constexpr int BITS = 21;
+constexpr std::int64_t LAST_CELL = (1 << BITS) - 1;
+constexpr int NO_PLACE = std::numeric_limits<int>::max();
 
 using Cell = std::array<std::int64_t, 3>;
 
 std::uint64_t key_of(Cell const& cell)
 {
-    return (static_cast<std::uint64_t>(cell[0]) << (2 * bits)) |
-           (static_cast<std::uint64_t>(cell[1]) << bits) | static_cast<std::uint64_t>(cell[2]);
+    return (static_cast<std::uint64_t>(cell[0]) << (2 * BITS)) |
+           (static_cast<std::uint64_t>(cell[1]) << BITS) | static_cast<std::uint64_t>(cell[2]);
 }
 
 Cell cell_of(std::uint64_t key)
 {
-    constexpr std::uint64_t mask = last_cell;
-    return {{static_cast<std::int64_t>(key >> (2 * bits)),
-             static_cast<std::int64_t>((key >> bits) & mask),
-             static_cast<std::int64_t>(key & mask)}};
+    constexpr std::uint64_t MASK = LAST_CELL;
+    return {{static_cast<std::int64_t>(key >> (2 * BITS)),
+             static_cast<std::int64_t>((key >> BITS) & MASK),
+             static_cast<std::int64_t>(key & MASK)}};
 }
 
 Cell cell_at(Vector3f const& place, Vector3f const& min, double width)
@@ -46,7 +46,7 @@ Cell cell_at(Vector3f const& place, Vector3f const& min, double width)
         double const steps = (static_cast<double>(place[i]) - static_cast<double>(min[i])) / width;
         // A comparison with NaN is false.
         cell[axis] =
-            steps < static_cast<double>(last_cell) ? static_cast<std::int64_t>(steps) : last_cell;
+            steps < static_cast<double>(LAST_CELL) ? static_cast<std::int64_t>(steps) : LAST_CELL;
     }
     return cell;
 }
@@ -54,7 +54,7 @@ Cell cell_at(Vector3f const& place, Vector3f const& min, double width)
 bool is_inside(Cell const& cell)
 {
     return std::all_of(cell.begin(), cell.end(),
-                       [](std::int64_t c) { return c >= 0 && c <= last_cell; });
+                       [](std::int64_t c) { return c >= 0 && c <= LAST_CELL; });
 }
 
 } // namespace
@@ -129,7 +129,7 @@ void OrderedWork::find_neighbours()
 int OrderedWork::next_place(int cell) const
 {
     auto const c = static_cast<std::size_t>(cell);
-    return next_[c] < end_[c] ? order_[static_cast<std::size_t>(next_[c])] : no_place;
+    return next_[c] < end_[c] ? order_[static_cast<std::size_t>(next_[c])] : NO_PLACE;
 }
 
 /// Whether no place that is not done comes before the next one of a cell, there or around.
@@ -138,7 +138,7 @@ bool OrderedWork::is_first_around(int cell) const
     auto const c = static_cast<std::size_t>(cell);
     int const own = next_place(cell);
     auto const begin = neighbours_.begin();
-    return own != no_place &&
+    return own != NO_PLACE &&
            std::all_of(begin + first_neighbour_[c], begin + first_neighbour_[c + 1],
                        [&](int neighbour) { return own < next_place(neighbour); });
 }

@@ -33,6 +33,7 @@ template <typename Value>
 std::vector<std::string> names(std::map<std::string, Value> const& map)
 {
     std::vector<std::string> result;
+    result.reserve(map.size());
     for (auto const& entry : map)
     {
         result.push_back(entry.first);

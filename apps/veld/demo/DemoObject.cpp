@@ -118,7 +118,7 @@ std::array<Vector3d, 3> stick_places()
 /// A round stick along z, from inside the gourd up, with a rounded rim and a slightly domed cap.
 Soup make_stick(Vector3d const& foot)
 {
-    constexpr std::uint32_t sides = 64;
+    constexpr std::uint32_t SIDES = 64;
     constexpr int RIM_STEPS = 6;
     constexpr int CAP_RINGS = 8;
     constexpr std::uint32_t RIMS = 1 + RIM_STEPS + CAP_RINGS + 1;
@@ -129,9 +129,9 @@ Soup make_stick(Vector3d const& foot)
     Soup soup;
     auto const add_rim = [&](double radius, double height)
     {
-        for (std::uint32_t i = 0; i < sides; ++i)
+        for (std::uint32_t i = 0; i < SIDES; ++i)
         {
-            double const angle = 2.0 * PI * i / sides;
+            double const angle = 2.0 * PI * i / SIDES;
             soup.add(foot + Vector3d(radius * std::cos(angle), radius * std::sin(angle), height));
         }
     };
@@ -147,13 +147,13 @@ Soup make_stick(Vector3d const& foot)
         double const part = static_cast<double>(ring) / CAP_RINGS;
         add_rim(FLAT * part, STICK_HEIGHT - DOME * part * part);
     }
-    for (std::uint32_t lower = 0; lower < (RIMS - 1) * sides; lower += sides)
+    for (std::uint32_t lower = 0; lower < (RIMS - 1) * SIDES; lower += SIDES)
     {
-        for (std::uint32_t i = 0; i < sides; ++i)
+        for (std::uint32_t i = 0; i < SIDES; ++i)
         {
-            std::uint32_t const next = (i + 1) % sides;
-            soup.triangles.push_back({lower + i, lower + next, lower + sides + next});
-            soup.triangles.push_back({lower + i, lower + sides + next, lower + sides + i});
+            std::uint32_t const next = (i + 1) % SIDES;
+            soup.triangles.push_back({lower + i, lower + next, lower + SIDES + next});
+            soup.triangles.push_back({lower + i, lower + SIDES + next, lower + SIDES + i});
         }
     }
     return soup;

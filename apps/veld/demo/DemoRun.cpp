@@ -26,6 +26,7 @@ constexpr double FOOT_WIDTH = 2.0; // of a stick, in mm
 std::vector<ScannerView> scanner_views()
 {
     std::vector<ScannerView> views;
+    views.reserve(14);
     for (int i = 0; i < 8; ++i)
     {
         views.push_back({45.0 * i, -5.0});

@@ -22,16 +22,16 @@ constexpr double DEGREE = PI / 180.0;
 /// Independent errors of one frame.
 enum Error : std::uint32_t
 {
-    depth_error,
-    lost_point,
-    shift_error,
-    turn_error,
-    number_of_errors
+    DEPTH_ERROR,
+    LOST_POINT,
+    SHIFT_ERROR,
+    TURN_ERROR,
+    NUMBER_OF_ERRORS
 };
 
 Scatter errors(std::uint32_t frame, Error error)
 {
-    return Scatter(frame * number_of_errors + error);
+    return Scatter(frame * NUMBER_OF_ERRORS + error);
 }
 
 Vector3d normal_vector(Scatter const& scatter)
@@ -67,9 +67,9 @@ RigidMatrix VirtualScanner::true_pose(ScannerView const& view) const
 /// The pose as a registration finds it: a little off, turned round the middle of the object.
 RigidMatrix VirtualScanner::registered(RigidMatrix const& pose, std::uint32_t frame) const
 {
-    Vector3d const shift = normal_vector(errors(frame, shift_error)) * settings_.registration_shift;
+    Vector3d const shift = normal_vector(errors(frame, SHIFT_ERROR)) * settings_.registration_shift;
     Vector3d const turn =
-        normal_vector(errors(frame, turn_error)) * (settings_.registration_turn * DEGREE);
+        normal_vector(errors(frame, TURN_ERROR)) * (settings_.registration_turn * DEGREE);
     Matrix3d const rotation =
         Eigen::AngleAxisd(turn.norm(), turn.stableNormalized()).toRotationMatrix();
     RigidMatrix result;
@@ -133,8 +133,8 @@ ScannedFrame VirtualScanner::take_frame(ScannedObject const& object, ScannerView
     RigidMatrix const pose = true_pose(view);
     Matrix3d const to_frame = pose.get_rotation().transpose();
     auto const shots = shoot(object, pose);
-    Scatter const depth = errors(frame, depth_error);
-    Scatter const loss = errors(frame, lost_point);
+    Scatter const depth = errors(frame, DEPTH_ERROR);
+    Scatter const loss = errors(frame, LOST_POINT);
     ScannedFrame result;
     result.rows = settings_.rows;
     result.columns = settings_.columns;
