@@ -1,12 +1,20 @@
+// The run: its calls, and its steps from hole to fairing.
+
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 
+#include "algorithmVeld/HoleFilling/careful/Fairing.h"
+#include "algorithmVeld/HoleFilling/careful/HoleFiles.h"
+#include "algorithmVeld/HoleFilling/careful/HoleMerge.h"
 #include "algorithmVeld/HoleFilling/careful/HoleRegion.h"
 #include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
+#include "algorithmVeld/HoleFilling/careful/HoleTriangulation.h"
+#include "algorithmVeld/HoleFilling/careful/HoleWork.h"
+#include "algorithmVeld/HoleFilling/careful/PatchGrowth.h"
 #include "algorithmVeld/common/arrays/checked.h"
-#include "algorithmVeld/common/mesh_files/MeshDump.h"
-#include "algorithmVeld/common/mesh_files/ObjText.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
 #include <map>
@@ -26,19 +34,6 @@ void add_filled_property(TriMesh& mesh, Handle& handle, char const* name, Value 
     mesh.add_property(handle, name);
     auto& values = mesh.property(handle).data_vector();
     std::fill(values.begin(), values.end(), value);
-}
-
-/// Mean length of the edges around a vertex, 0 without edges.
-float mean_edge_length(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
-{
-    float sum = 0.0F;
-    int edges = 0;
-    for (auto const edge : mesh.ve_range(vertex))
-    {
-        sum += mesh.calc_edge_length(edge);
-        ++edges;
-    }
-    return edges > 0 ? sum / static_cast<float>(edges) : 0.0F;
 }
 
 /// Face and vertex normals as OpenMesh's `update_normals` computes them, on all cores.
@@ -62,33 +57,6 @@ void update_normals(TriMesh& mesh)
                                       mesh.set_normal(vertex, mesh.calc_vertex_normal(vertex));
                                   }
                               });
-}
-
-/// Writes faces and their vertices as text OBJ. \return false if the file cannot be written
-bool write_faces(TriMesh const& mesh, std::vector<OpenMesh::FaceHandle> const& faces,
-                 char const* path)
-{
-    auto const vertices = detail::vertices_of(mesh, faces);
-    detail::ObjText file(path);
-    file.vertex_count(static_cast<int>(vertices.size()));
-    std::map<int, int> numbers;
-    for (auto const vertex : vertices)
-    {
-        numbers.emplace(vertex.idx(), static_cast<int>(numbers.size()) + 1);
-        file.vertex(mesh.point(vertex));
-    }
-    file.triangle_count(static_cast<int>(faces.size()));
-    for (auto const face : faces)
-    {
-        std::vector<int> corners;
-        for (auto const vertex : mesh.fv_range(face))
-        {
-            corners.push_back(numbers[vertex.idx()]);
-        }
-        file.triangle(detail::at(corners, 0), detail::at(corners, 1), detail::at(corners, 2));
-    }
-    file.end_of_file();
-    return file.close();
 }
 
 } // namespace
@@ -227,6 +195,8 @@ RetVal HoleFillingCore::main_process()
 {
     detail::StepTimer const timer("main-process");
     log("main_process() ..\n");
+    detail::Stages stages({4, 4, 50, 2, 40});
+    stages.next();
     calc_avg_edge_len();
     dijkstra_dis_thr_ = static_cast<float>(topology_dis_thr_ * avg_edge_len_);
     long_edge_thr_ = 1.5 * avg_edge_len_;
@@ -236,19 +206,23 @@ RetVal HoleFillingCore::main_process()
     mesh_->request_face_normals();
     update_normals(*mesh_);
     add_run_properties();
+    stages.next();
     {
         detail::StepTimer const step("find-holes-region", "main-process");
         find_holes_region();
     }
     show_mesh_info();
+    stages.next();
     {
         detail::StepTimer const step("process-holes-expanded", "main-process");
         process_holes_expanded();
     }
+    stages.next();
     {
         detail::StepTimer const step("create-smooth-patch", "main-process");
         create_smooth_patch();
     }
+    stages.next();
     fair_patches();
     return RET_SUCCESS;
 }
@@ -286,8 +260,10 @@ void HoleFillingCore::calc_avg_edge_len()
 {
     log("calc_avg_edge_len() ..\n");
     double sum = 0.0;
+    detail::CancelPoll poll;
     for (auto it = mesh_->edges_sbegin(); it != mesh_->edges_end(); ++it)
     {
+        poll.next();
         sum += mesh_->calc_edge_length(*it);
     }
     avg_edge_len_ = mesh_->n_edges() > 0 ? sum / static_cast<double>(mesh_->n_edges()) : 0.0;
@@ -299,33 +275,249 @@ void HoleFillingCore::find_holes_region()
     log("find_holes_region() ..\n");
     auto& in_region = mesh_->property(face_region_prop_).data_vector();
     std::fill(in_region.begin(), in_region.end(), false);
-    detail::HoleRegionGrowth growth(*mesh_);
-    detail::parallel_for_even(static_cast<std::ptrdiff_t>(mesh_->n_vertices()),
-                              [&](std::ptrdiff_t i)
-                              {
-                                  VertexHandle const vertex(static_cast<int>(i));
-                                  if (!detail::is_deleted(*mesh_, vertex))
-                                  {
-                                      mesh_->property(vert_edge_len_prop_, vertex) =
-                                          mean_edge_length(*mesh_, vertex);
-                                  }
-                              });
-    regions_.clear();
-    for (auto const& hole : holes_)
+    detail::measure_edges(*mesh_, vert_edge_len_prop_);
+    regions_ = detail::grow_regions(*mesh_, holes_, {topology_dis_thr_, dijkstra_dis_thr_},
+                                    face_region_prop_);
+    detail::mark_vertices(*mesh_, regions_, vert_region_prop_);
+}
+
+void HoleFillingCore::process_holes_expanded()
+{
+    log("process_holes_expanded() ..\n");
+    hole_done_.assign(holes_.size(), false);
+    if (holes_.empty())
     {
-        regions_.push_back(
-            growth.grow(hole, topology_dis_thr_, dijkstra_dis_thr_, face_region_prop_));
+        return;
     }
-    for (auto const& region : regions_)
+    std::vector<detail::HoleWork> works(holes_.size());
+    detail::Stages stages({1, 5, 5, 1});
+    stages.next();
     {
-        for (auto const face : region)
+        detail::StepTimer const step("create-sub-mesh", "process-holes-expanded");
+        log("create hole mesh array ..\n");
+        detail::for_each_hole(holes_, [&](std::size_t i) { create_sub_mesh(i, works[i]); });
+    }
+    stages.next();
+    {
+        detail::StepTimer const step("hole-triangulation", "process-holes-expanded");
+        log("start fill hole mesh array ..\n");
+        detail::for_each_hole(holes_, [&](std::size_t i) { triangulate_hole(i, works[i]); });
+    }
+    stages.next();
+    {
+        detail::StepTimer const step("hole-refinement", "process-holes-expanded");
+        detail::for_each_hole(holes_, [&](std::size_t i) { refine_hole(i, works[i]); });
+    }
+    stages.next();
+    {
+        detail::StepTimer const step("merge-hole-mesh", "process-holes-expanded");
+        merge_holes(works);
+    }
+}
+
+void HoleFillingCore::create_sub_mesh(std::size_t hole, detail::HoleWork& work) const
+{
+    int const index = static_cast<int>(hole);
+    if (use_hole_vert_num_thr_ && static_cast<int>(holes_[hole].size()) > hole_verts_thr_)
+    {
+        log("  skip hole[%d] with %d boundary.\n", index, static_cast<int>(holes_[hole].size()));
+        work.open = OpenReason::TOO_MANY_EDGES;
+        return;
+    }
+    work.sub = std::make_unique<detail::HoleSubMesh>();
+    work.open =
+        detail::make_sub_mesh(*mesh_, regions_[hole], vert_edge_len_prop_, index, *work.sub);
+    if (work.open == OpenReason::NOT_A_BOUNDARY)
+    {
+        return;
+    }
+    save_sub_mesh(hole, work, "%s/extracted-hole-%04d-sub-mesh.stl", "save-step-0-hole-mesh");
+    if (!detail::map_loop(*mesh_, holes_[hole], *work.sub))
+    {
+        log("  !!!fail to find exact boundary halfedges of hole[%d].\n", index);
+        work.open = OpenReason::BOUNDARY_TANGLED;
+    }
+}
+
+void HoleFillingCore::triangulate_hole(std::size_t hole, detail::HoleWork& work) const
+{
+    if (work.open)
+    {
+        return;
+    }
+    int const index = static_cast<int>(hole);
+    auto& sub = *work.sub;
+    int const vertices = static_cast<int>(sub.loop.size());
+    log("  start hole_triangulation( %d )  with ( %d ) vertices ..\n", index, vertices);
+    work.open = detail::triangulate_hole(sub.mesh, sub.loop, sub.face_new, triangulation_rule());
+    log("  hole_triangulation( %d ) done.\n", index);
+    if (work.open)
+    {
+        log("  !!!fail to fill hole [%6d] with ( %d ) vertices.\n", index, vertices);
+        return;
+    }
+    save_sub_mesh(hole, work, "%s/extracted-hole-%04d-sub-mesh-step-1-filled.stl",
+                  "save-step-1-filled-mesh");
+}
+
+void HoleFillingCore::refine_hole(std::size_t hole, detail::HoleWork& work) const
+{
+    if (work.open)
+    {
+        return;
+    }
+    int const index = static_cast<int>(hole);
+    auto& sub = *work.sub;
+    log("  start hole_refinement( %d ) ..\n", index);
+    bool const refined = hole_refinement_ex(sub.mesh, sub.face_new, sub.vert_new, sub.vert_boundary,
+                                            sub.vert_edge_len);
+    log("  hole_refinement( %6d ) done.\n", index);
+    if (!refined)
+    {
+        log("  fail to refine hole [%6d].\n", index);
+        work.open = OpenReason::FOLDS_TOO_SHARPLY;
+        return;
+    }
+    save_sub_mesh(hole, work, "%s/extracted-hole-%04d-sub-mesh-step-2-refined.stl",
+                  "save-step-2-refined-mesh");
+}
+
+void HoleFillingCore::merge_holes(std::vector<detail::HoleWork>& works)
+{
+    detail::reserve_for_fills(*mesh_, works);
+    for (std::size_t i = 0; i < works.size(); ++i)
+    {
+        detail::poll_cancel(); // between holes: one that is merged is merged whole
+        if (!works[i].open)
         {
-            for (auto const vertex : mesh_->fv_range(face))
+            log("  start merge_hole( %6d ) ..\n", static_cast<int>(i));
+            if (!merge_hole(i, *works[i].sub))
             {
-                mesh_->property(vert_region_prop_, vertex) = true;
+                works[i].open = OpenReason::FACE_REFUSED;
             }
+            hole_done_[i] = true;
+        }
+        if (works[i].open)
+        {
+            open_holes_.push_back({loop_vertices(i), *works[i].open});
+        }
+        works[i].sub.reset();
+    }
+}
+
+bool HoleFillingCore::merge_hole(std::size_t hole, detail::HoleSubMesh& sub)
+{
+    auto const merged = detail::merge_fill(*mesh_, sub);
+    for (auto const vertex : merged.verts)
+    {
+        mesh_->property(vert_new_prop_, vertex) = true;
+        mesh_->property(vert_hole_prop_, vertex) = static_cast<int>(hole);
+    }
+    for (auto const face : merged.faces)
+    {
+        mesh_->property(face_new_prop_, face) = true;
+        mesh_->property(face_hole_prop_, face) = static_cast<int>(hole);
+    }
+    return merged.complete;
+}
+
+std::vector<OpenMesh::VertexHandle> HoleFillingCore::loop_vertices(std::size_t hole) const
+{
+    std::vector<VertexHandle> vertices;
+    for (auto const h : holes_[hole])
+    {
+        vertices.push_back(mesh_->from_vertex_handle(h));
+    }
+    return vertices;
+}
+
+void HoleFillingCore::save_sub_mesh(std::size_t hole, detail::HoleWork const& work,
+                                    char const* pattern, char const* step) const
+{
+    if (gPH.log_enabled && enable_file_saving_)
+    {
+        detail::save_sub_mesh(work.sub->mesh, static_cast<int>(hole), pattern, step);
+    }
+}
+
+void HoleFillingCore::create_smooth_patch()
+{
+    log("create_smooth_patch() ..\n");
+    show_mesh_info();
+    patches_ = detail::grow_patches(*mesh_, vert_new_prop_, vert_region_prop_);
+    auto& patch_of = mesh_->property(vert_patch_prop_).data_vector();
+    auto& place_of = mesh_->property(vert_patch_index_prop_).data_vector();
+    std::fill(patch_of.begin(), patch_of.end(), -1);
+    std::fill(place_of.begin(), place_of.end(), -1);
+    for (std::size_t p = 0; p < patches_.size(); ++p)
+    {
+        for (std::size_t k = 0; k < patches_[p].size(); ++k)
+        {
+            auto const v = static_cast<std::size_t>(patches_[p][k].idx());
+            patch_of[v] = static_cast<int>(p);
+            place_of[v] = static_cast<int>(k);
         }
     }
+    log("  ###total regions:          %8d\n", static_cast<int>(patches_.size()));
+}
+
+bool HoleFillingCore::fairing_patch_C0()
+{
+    log("fairing_patch_C0() ..\n");
+    fair(1);
+    return true;
+}
+
+bool HoleFillingCore::fairing_patch_C1()
+{
+    log("fairing_patch_C1() ..\n");
+    fair(2);
+    return true;
+}
+
+bool HoleFillingCore::fairing_patch_C2()
+{
+    log("fairing_patch_C2() ..\n");
+    fair(3);
+    return true;
+}
+
+void HoleFillingCore::fair(int order)
+{
+    detail::fair_patches(*mesh_, patches_, fairing_system(order),
+                         {fairing_min_verts_thr_, fairing_verts_thr_});
+}
+
+void HoleFillingCore::check_C0_value()
+{
+    log("check_C0_value() ..\n");
+    check(1, " error: patch %d vert %d C0 value of point( %15.8f, %15.8f, %15.8f) = %15.8f\n");
+}
+
+void HoleFillingCore::check_C1_value()
+{
+    log("check_C1_value() ..\n");
+    check(2, " error: patch %d vert %d C1 value of point( %15.8f, %15.8f, %15.8f) = %15.8f\n");
+}
+
+void HoleFillingCore::check_C2_value()
+{
+    log("check_C2_value() ..\n");
+    check(3, " error: patch %d vert %d C2 value of point( %15.8f, %15.8f, %15.8f) = %15.8f\n");
+}
+
+void HoleFillingCore::check(int order, char const* format)
+{
+    detail::log_unmet_equations(*mesh_, patches_, fairing_system(order),
+                                {fairing_min_verts_thr_, fairing_verts_thr_}, format);
+}
+
+detail::FairingSystem HoleFillingCore::fairing_system(int order) const
+{
+    auto const weight = weight_type_ == 1   ? detail::LaplaceWeight::INVERSE_LENGTH
+                        : weight_type_ == 2 ? detail::LaplaceWeight::COTANGENT
+                                            : detail::LaplaceWeight::UNIFORM;
+    return {order, weight};
 }
 
 void HoleFillingCore::get_extra_filling_info(std::vector<std::vector<FaceHandle>>& new_faces,
@@ -361,92 +553,6 @@ void HoleFillingCore::get_extra_filling_info(std::vector<std::vector<FaceHandle>
         {
             new_faces.push_back(std::move(faces[i]));
             new_verts.push_back(std::move(verts[i]));
-        }
-    }
-}
-
-void HoleFillingCore::show_hole_filling_param()
-{
-    log("show_hole_filling_param() ..\n");
-    log("\n===============< Hole Filling Param >===============\n");
-    log(weight_type_ == 0 ? "  hole fairing weight type:        uniform\n"
-                          : "  hole fairing weight type:        scale-dependent\n");
-    log(smooth_type_ == 0   ? "  hole fairing type:               C0\n"
-        : smooth_type_ == 1 ? "  hole fairing type:               C1\n"
-                            : "  hole fairing type:               C2\n");
-    log("  topology dis thr:          %8d rings\n", topology_dis_thr_);
-    log("  dijkstra dis thr:          %15.6f mm\n", dijkstra_dis_thr_);
-    log("  use hole vert num thr:     %8d\n", static_cast<int>(use_hole_vert_num_thr_));
-    log("  use hole perimeter thr:    %8d\n", static_cast<int>(use_hole_perimeter_thr_));
-    log("  hole verts thr:            %8d\n", hole_verts_thr_);
-    log("  fairing verts thr:         %8d\n", fairing_verts_thr_);
-    log("\n  mesh info:\n");
-    log("    faces:                   %8d\n", static_cast<int>(mesh_->n_faces()));
-    log("    verts:                   %8d\n", static_cast<int>(mesh_->n_vertices()));
-    log("  enable file saving:        %8d\n", static_cast<int>(enable_file_saving_));
-    log("===============</Hole Filling Param >===============\n\n");
-}
-
-void HoleFillingCore::show_mesh_info()
-{
-    if (!gPH.log_enabled)
-    {
-        return;
-    }
-    int new_faces = 0;
-    int region_faces = 0;
-    for (auto const face : mesh_->all_faces())
-    {
-        bool const is_new = mesh_->property(face_new_prop_, face);
-        new_faces += is_new ? 1 : 0;
-        region_faces += !is_new && mesh_->property(face_region_prop_, face) ? 1 : 0;
-    }
-    int new_verts = 0;
-    int region_verts = 0;
-    for (auto const vertex : mesh_->all_vertices())
-    {
-        bool const is_new = mesh_->property(vert_new_prop_, vertex);
-        new_verts += is_new ? 1 : 0;
-        region_verts += !is_new && mesh_->property(vert_region_prop_, vertex) ? 1 : 0;
-    }
-    int const faces = static_cast<int>(mesh_->n_faces());
-    int const verts = static_cast<int>(mesh_->n_vertices());
-    int const old_faces = faces - new_faces - region_faces;
-    int const old_verts = verts - new_verts - region_verts;
-    log("show_mesh_info() ..\n");
-    log("\n===============< mesh info >===============\n");
-    log("  total faces:               %8d\n", faces);
-    log("  faces new:                 %8d\n", new_faces);
-    log("  faces in region:           %8d\n", region_faces);
-    log("  faces unchange:            %8d\n", old_faces);
-    log("  check:                     %8d + %d + %d = %d\n", new_faces, region_faces, old_faces,
-        new_faces + region_faces + old_faces);
-    log("  total verts:               %8d\n", verts);
-    log("  verts new:                 %8d\n", new_verts);
-    log("  verts in region:           %8d\n", region_verts);
-    log("  verts unchange:            %8d\n", old_verts);
-    log("  check:                     %8d + %d + %d = %d\n\n", new_verts, region_verts, old_verts,
-        new_verts + region_verts + old_verts);
-}
-
-void HoleFillingCore::save_mesh(std::string const& name)
-{
-    char path[512];
-    format_line(path, "%s/%s", gPH.result_dir.c_str(), name.c_str());
-    detail::dump_mesh(*mesh_, path, "save-mesh");
-}
-
-void HoleFillingCore::save_holes()
-{
-    log("save_holes() ..\n");
-    for (std::size_t i = 0; i < regions_.size(); ++i)
-    {
-        log("  hole-%04d ..\n", static_cast<int>(i));
-        char path[512];
-        format_line(path, "%s/hole-%04d-sub-mesh.obj", gPH.result_dir.c_str(), static_cast<int>(i));
-        if (!write_faces(*mesh_, regions_[i], path))
-        {
-            log("  fail to write '%s'.\n", path);
         }
     }
 }

@@ -16,9 +16,10 @@ namespace OrvaneAlgorithm
 
 namespace detail
 {
+struct FairingSystem;
 struct HoleSubMesh;
 struct HoleWork;
-class PatchNeighbourhood;
+struct TriangulationRule;
 } // namespace detail
 
 /// Fills given holes of a mesh with a triangulated, refined and faired surface.
@@ -297,22 +298,16 @@ private:
     void triangulate_hole(std::size_t hole, detail::HoleWork& work) const;
     void refine_hole(std::size_t hole, detail::HoleWork& work) const;
     void merge_holes(std::vector<detail::HoleWork>& works);
-    void reserve_for(std::vector<detail::HoleWork> const& works);
-    void merge_vertices(int hole, detail::HoleSubMesh& sub);
-    bool merge_faces(int hole, detail::HoleSubMesh const& sub);
+    bool merge_hole(std::size_t hole, detail::HoleSubMesh& sub);
     std::vector<VertexHandle> loop_vertices(std::size_t hole) const;
-    void dump_sub_mesh(std::size_t hole, detail::HoleWork const& work, char const* pattern,
+    void save_sub_mesh(std::size_t hole, detail::HoleWork const& work, char const* pattern,
                        char const* step) const;
 
-    bool is_movable(VertexHandle vertex) const;
-    bool gather_patch(VertexHandle first, int patch, std::vector<VertexHandle>& members);
     void fair(int order);
-    std::vector<Vector3f> faired_points(std::vector<VertexHandle> const& patch, int order) const;
-    bool has_solvable_size(std::size_t vertices, int order) const;
-    detail::PatchNeighbourhood neighbourhood(std::vector<VertexHandle> const& patch,
-                                             int order) const;
-    float edge_weight(VertexHandle from, VertexHandle to) const;
     void check(int order, char const* format);
+
+    detail::TriangulationRule triangulation_rule() const;
+    detail::FairingSystem fairing_system(int order) const;
 
     std::vector<OpenHole> open_holes_;
 };

@@ -31,7 +31,8 @@ struct MeshReadReport
 /// Memory use is bounded by the size of the file, whatever it declares.
 /// \param path the file; it is not changed
 /// \param mesh replaced as a whole, attributes and custom properties included; afterwards it has
-///        vertex normals and colours exactly if the file has. Empty on failure.
+///        vertex normals and colours exactly if the file has. Empty on failure, and where Cancelled
+///        ends the reading.
 /// \param report replaced
 /// \return true on success
 ALGORITHMVELD_API bool read_mesh(std::string const& path, TriMesh& mesh, MeshReadReport& report);

@@ -1,4 +1,5 @@
 #include "algorithmVeld/HoleFilling/careful/PolygonSearch.h"
+#include "algorithmVeld/common/RunScope.h"
 #include "tests/HoleFilling/plain_triangulation.h"
 #include "tests/support/sanitizers.h"
 
@@ -434,4 +435,35 @@ TEST(PolygonSearch, TakesTheFirstOfEqualSplits)
     EXPECT_EQ((std::vector<PolygonTriangle>{{0, 1, 3}, {1, 2, 3}}), fill.triangles);
     EXPECT_EQ(0.0F, fill.cost.angle);
     EXPECT_FLOAT_EQ(1.0F, fill.cost.area);
+}
+
+TEST(PolygonSearch, EndsWhereItIsCancelledForAnyNumberOfThreads)
+{
+    constexpr std::size_t n = 400;
+    PolygonRim rim;
+    for (std::size_t i = 0; i < n; ++i)
+    {
+        double const angle = 2.0 * 3.141592653589793 * static_cast<double>(i) / n;
+        rim.points.push_back(
+            Vector3d(std::cos(angle), std::sin(angle), 0.1 * std::sin(3.0 * angle)).cast<float>());
+    }
+    rim.normals.assign(n, Vector3f::UnitZ());
+    rim.edge_exist.assign(n * n, false);
+    for (int const threads : {1, 2, 8})
+    {
+        OrvaneAlgorithm::CancelToken const token;
+        std::vector<double> told;
+        OrvaneAlgorithm::RunScope const scope(token,
+                                              [&](double fraction)
+                                              {
+                                                  told.push_back(fraction);
+                                                  if (fraction > 0.3)
+                                                  {
+                                                      token.cancel();
+                                                  }
+                                              });
+        EXPECT_THROW(best_polygon_fill(rim, {}, threads), OrvaneAlgorithm::Cancelled);
+        EXPECT_GE(told.size(), 5U);
+        EXPECT_LT(told.back(), 0.5);
+    }
 }

@@ -167,6 +167,19 @@ std::vector<Operation> const& operations()
          [](TriMesh& mesh) { ear_clipping(mesh, true, false, false, 20, 0.0, 0.0); }},
         {"ear_trimming",
          [](TriMesh& mesh) { EarTrimming().ear_trimming(mesh, true, false, false, 20, 0.0, 0.0); }},
+        {"fill_holes_core",
+         [](TriMesh& mesh)
+         {
+             detail::Stages stages({1, 20});
+             stages.next();
+             Holes holes;
+             FindHolesEx::find_holes(mesh, 30.0, holes, false);
+             stages.next();
+             std::vector<std::vector<OpenMesh::FaceHandle>> faces;
+             Holes vertices;
+             Holes patches;
+             fill_holes_core(mesh, holes, 1, faces, vertices, patches, false);
+         }},
         {"components_by_face",
          [](TriMesh& mesh) { remove_small_components_by_face(mesh, 10, false); }},
         {"components_by_vert",

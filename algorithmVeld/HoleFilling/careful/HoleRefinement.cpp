@@ -1,7 +1,9 @@
 #include "algorithmVeld/HoleFilling/careful/HoleRefinement.h"
 
 #include "algorithmVeld/common/mesh/AddFace.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <cmath>
 
@@ -126,8 +128,10 @@ int split_pass(TriMesh& mesh, RefinementFlags const& flags, SplitCriterion const
 {
     int splits = 0;
     int const count = static_cast<int>(mesh.n_faces());
+    CancelPoll poll;
     for (int i = 0; i < count; ++i)
     {
+        poll.next();
         FaceHandle const f(i);
         if (!is_live_and_new(mesh, flags.face_new, f))
         {
@@ -148,8 +152,10 @@ int relax_pass(TriMesh& mesh, OpenMesh::FPropHandleT<bool> face_new)
 {
     int flips = 0;
     int const count = static_cast<int>(mesh.n_edges());
+    CancelPoll poll;
     for (int i = 0; i < count; ++i)
     {
+        poll.next();
         OpenMesh::EdgeHandle const e(i);
         if (mesh.status(e).deleted())
         {
@@ -186,6 +192,22 @@ bool swap_edge(TriMesh& mesh, OpenMesh::FPropHandleT<bool> face_new, FaceHandle 
     }
     mesh.flip(mesh.edge_handle(h));
     return true;
+}
+
+void refine_fill(TriMesh& mesh, RefinementFlags const& flags, RefinementRule const& rule)
+{
+    DeletionScope const status(mesh);
+    for (int round = 0; round < rule.rounds; ++round)
+    {
+        int const splits = split_pass(mesh, flags, rule.is_coarse);
+        int const flips = relax_pass(mesh, flags.face_new);
+        if (splits + flips == 0)
+        {
+            break; // the rounds that are left would find the same mesh and change nothing
+        }
+    }
+    log_line(gPH.log_enabled, "  start garbage_collection() ..\n");
+    mesh.garbage_collection(true, true, true);
 }
 
 } // namespace OrvaneAlgorithm::detail

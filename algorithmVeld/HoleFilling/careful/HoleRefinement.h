@@ -7,7 +7,7 @@
 
 /// \file
 /// The refinement of a fill: faces are split at their centroids, and edges flipped to the better
-/// diagonal. Both passes need the four status attributes on the mesh.
+/// diagonal. The two passes and the flip need the four status attributes on the mesh.
 
 namespace OrvaneAlgorithm::detail
 {
@@ -56,5 +56,16 @@ int relax_pass(TriMesh& mesh, OpenMesh::FPropHandleT<bool> face_new);
 bool swap_edge(TriMesh& mesh, OpenMesh::FPropHandleT<bool> face_new, OpenMesh::FaceHandle f,
                OpenMesh::HalfedgeHandle h, OpenMesh::VertexHandle a, OpenMesh::VertexHandle b,
                OpenMesh::VertexHandle c);
+
+/// What a refinement does, and how often.
+struct RefinementRule
+{
+    SplitCriterion is_coarse; ///< Which faces it splits.
+    int rounds;               ///< Rounds of a split pass and a relax pass, at most.
+};
+
+/// Runs the rounds, until one changes nothing, and collects the garbage: handles of the mesh
+/// change.
+void refine_fill(TriMesh& mesh, RefinementFlags const& flags, RefinementRule const& rule);
 
 } // namespace OrvaneAlgorithm::detail

@@ -1,6 +1,7 @@
 #include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
 
 #include "algorithmVeld/common/mesh/SubMesh.h"
+#include "algorithmVeld/common/running/Log.h"
 
 #include <unordered_set>
 
@@ -86,24 +87,38 @@ std::vector<OpenMesh::VertexHandle> vertices_of(TriMesh const& mesh,
     return vertices;
 }
 
-RefusedElements make_sub_mesh(TriMesh const& mesh,
-                              std::vector<OpenMesh::VertexHandle> const& vertices,
-                              std::vector<OpenMesh::FaceHandle> const& faces,
-                              OpenMesh::VPropHandleT<float> edge_len, HoleSubMesh& sub)
+std::optional<OpenReason> make_sub_mesh(TriMesh const& mesh,
+                                        std::vector<OpenMesh::FaceHandle> const& region,
+                                        OpenMesh::VPropHandleT<float> edge_len, int hole,
+                                        HoleSubMesh& sub)
 {
+    auto const vertices = vertices_of(mesh, region);
+    if (vertices.size() < 3)
+    {
+        log("  !!!abnormal: hole[%d] with %d vertices.\n", hole, static_cast<int>(vertices.size()));
+        return OpenReason::NOT_A_BOUNDARY;
+    }
     add_channels(mesh, sub);
     sub.copies.reserve(vertices.size());
-    RefusedElements refused;
+    std::optional<OpenReason> open;
     for (auto const vertex : vertices)
     {
-        refused.vertices += take_vertex(mesh, vertex, edge_len, sub) ? 0 : 1;
+        if (!take_vertex(mesh, vertex, edge_len, sub))
+        {
+            log("  !!!fail to add vert [%s (%d)]\n", __FILE__, __LINE__);
+            open = OpenReason::BOUNDARY_TANGLED;
+        }
     }
-    for (auto const face : faces)
+    for (auto const face : region)
     {
-        refused.faces += take_face(mesh, face, sub) ? 0 : 1;
+        if (!take_face(mesh, face, sub))
+        {
+            log("  !!!fail to add face [%s (%d)]\n", __FILE__, __LINE__);
+            open = OpenReason::BOUNDARY_TANGLED;
+        }
     }
     sub.old_edges = sub.mesh.n_edges();
-    return refused;
+    return open;
 }
 
 bool map_loop(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop,

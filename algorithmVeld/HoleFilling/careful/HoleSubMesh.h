@@ -1,7 +1,9 @@
 #pragma once
 
+#include "algorithmVeld/HoleFilling/OpenHole.h"
 #include "algorithmVeld/common/TriMesh.h"
 
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -30,21 +32,17 @@ struct HoleSubMesh
 std::vector<OpenMesh::VertexHandle> vertices_of(TriMesh const& mesh,
                                                 std::vector<OpenMesh::FaceHandle> const& faces);
 
-/// What a sub-mesh could not take.
-struct RefusedElements
-{
-    int vertices = 0;
-    int faces = 0;
-};
-
-/// Fills `sub` with copies of `vertices` and `faces`, in their order, with their colours and
-/// normals where the mesh has them.
-/// \param vertices all vertices of the faces
+/// Fills `sub` with copies of a region's vertices and faces, in their order, with their colours and
+/// normals where the mesh has them. What it cannot take is logged.
 /// \param edge_len mean edge length at each vertex of the mesh, which is copied
-RefusedElements make_sub_mesh(TriMesh const& mesh,
-                              std::vector<OpenMesh::VertexHandle> const& vertices,
-                              std::vector<OpenMesh::FaceHandle> const& faces,
-                              OpenMesh::VPropHandleT<float> edge_len, HoleSubMesh& sub);
+/// \param hole the number under which the hole is logged
+/// \return why the hole has to stay open, if it has; `NOT_A_BOUNDARY` if the region has fewer than
+/// 3
+///         vertices: the sub-mesh is empty then
+std::optional<OpenReason> make_sub_mesh(TriMesh const& mesh,
+                                        std::vector<OpenMesh::FaceHandle> const& region,
+                                        OpenMesh::VPropHandleT<float> edge_len, int hole,
+                                        HoleSubMesh& sub);
 
 /// Finds a hole's halfedges in the copy and marks their from-vertices as boundary.
 /// \return false if one is missing

@@ -214,16 +214,17 @@ void add_polygon_triangles(TriMesh& mesh, std::vector<VertexHandle> const& verts
     }
 }
 
-bool triangulate_hole(TriMesh& mesh, std::vector<HalfedgeHandle> const& loop,
-                      OpenMesh::FPropHandleT<bool> face_new, TriangulationRule const& rule,
-                      RefusedTriangle const& refused)
+std::optional<OpenReason> triangulate_hole(TriMesh& mesh, std::vector<HalfedgeHandle> const& loop,
+                                           OpenMesh::FPropHandleT<bool> face_new,
+                                           TriangulationRule const& rule,
+                                           RefusedTriangle const& refused)
 {
     int const n = static_cast<int>(loop.size());
     log_line(gPH.log_enabled, "hole_triangulation() for hole with ( %d ) vertices ..\n", n);
     HolePolygon polygon;
     if (!find_hole_polygon(mesh, loop, polygon))
     {
-        return false;
+        return OpenReason::NOT_A_BOUNDARY;
     }
     // Holes are filled in parallel; a hole that is alone gets all threads.
     int const threads = omp_in_parallel() != 0 ? 1 : omp_get_max_threads();
@@ -236,10 +237,10 @@ bool triangulate_hole(TriMesh& mesh, std::vector<HalfedgeHandle> const& loop,
         log_line(gPH.log_enabled,
                  "    !!!skip hole with ( %d ) vertices, dihedral angle = %12.6f  [%s (%d)]\n", n,
                  static_cast<double>(fill.cost.angle), __FILE__, __LINE__);
-        return false;
+        return OpenReason::FOLDS_TOO_SHARPLY;
     }
     add_polygon_triangles(mesh, polygon.verts, fill.triangles, face_new, refused);
-    return true;
+    return std::nullopt;
 }
 
 } // namespace OrvaneAlgorithm::detail

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "algorithmVeld/HoleFilling/OpenHole.h"
 #include "algorithmVeld/HoleFilling/careful/PolygonSearch.h"
 #include "algorithmVeld/common/TriMesh.h"
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <vector>
 
 /// \file
@@ -53,10 +55,13 @@ void add_polygon_triangles(TriMesh& mesh, std::vector<OpenMesh::VertexHandle> co
 
 /// Closes a hole with its best triangulation. All threads work on it, unless it is called from a
 /// parallel region.
-/// \return false, without a new face, if a halfedge of the loop has no face on its other side, or
-///         if the best triangulation has an angle above `fold_angle`
-bool triangulate_hole(TriMesh& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop,
-                      OpenMesh::FPropHandleT<bool> face_new, TriangulationRule const& rule,
-                      RefusedTriangle const& refused = {});
+/// \return why the hole stays as it is, if it does: `NOT_A_BOUNDARY` if a halfedge of the loop has
+///         no face on its other side, `FOLDS_TOO_SHARPLY` if the chosen triangulation has an angle
+///         above `fold_angle`
+std::optional<OpenReason> triangulate_hole(TriMesh& mesh,
+                                           std::vector<OpenMesh::HalfedgeHandle> const& loop,
+                                           OpenMesh::FPropHandleT<bool> face_new,
+                                           TriangulationRule const& rule,
+                                           RefusedTriangle const& refused = {});
 
 } // namespace OrvaneAlgorithm::detail

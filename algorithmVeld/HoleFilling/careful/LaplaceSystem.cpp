@@ -1,5 +1,7 @@
 #include "algorithmVeld/HoleFilling/careful/LaplaceSystem.h"
 
+#include "algorithmVeld/common/running/Progress.h"
+
 #include <algorithm>
 #include <array>
 #include <unordered_map>
@@ -124,8 +126,10 @@ LaplaceSystem assemble(PatchNeighbourhood const& patch)
     RowAccumulator row(n);
     PathSum<ORDER> paths(patch, row);
     std::vector<std::pair<int, double>> entries;
+    CancelPoll poll;
     for (int k = 0; k < n; ++k)
     {
+        poll.next();
         Eigen::Index const first = 3 * static_cast<Eigen::Index>(k);
         system.right_side.segment<3>(first) = paths.run(k);
         row.flush(entries);
@@ -191,10 +195,12 @@ PatchNeighbourhood::PatchNeighbourhood(TriMesh const& mesh,
         place_of(vertex);
     }
     std::size_t next = 0;
+    CancelPoll poll;
     for (int ring = 0; ring < order; ++ring)
     {
         for (std::size_t const ring_end = vertices.size(); next < ring_end; ++next)
         {
+            poll.next();
             auto const vertex = vertices[next];
             float total = 0.0F;
             for (auto const h : mesh.voh_range(vertex))
