@@ -1,12 +1,5 @@
 #include "workflow/steps/StepJson.h"
 
-#include "workflow/Error.h"
-#include "workflow/files/JsonFields.h"
-
-#include <fmt/format.h>
-
-#include <limits>
-#include <map>
 #include <utility>
 
 namespace veld
@@ -14,104 +7,6 @@ namespace veld
 
 namespace
 {
-
-constexpr int LARGEST = std::numeric_limits<int>::max();
-
-template <typename Value>
-using Names = std::map<std::string, Value>;
-
-Names<Layers> const LAYERS{{"mean", Layers::MEAN}, {"best", Layers::BEST}, {"all", Layers::ALL}};
-Names<StickTips> const TIPS{{"up", StickTips::UP}, {"down", StickTips::DOWN}};
-Names<UpAxis> const UP_AXES{{"y", UpAxis::Y}, {"z", UpAxis::Z}};
-
-template <typename Value>
-std::string name_in(Names<Value> const& names, Value value)
-{
-    for (auto const& [name, named] : names)
-    {
-        if (named == value)
-        {
-            return name;
-        }
-    }
-    return {};
-}
-
-/// Reads the settings of one object and refuses keys that nothing has asked for.
-class SettingsReader
-{
-public:
-    SettingsReader(Json const& json, std::string const& place) : fields_(json, place), place_(place)
-    {
-    }
-
-    void flag(char const* key, bool& value)
-    {
-        keys_.emplace_back(key);
-        value = fields_.flag(key, value);
-    }
-
-    void integer(char const* key, int& value, int min, int max = LARGEST)
-    {
-        keys_.emplace_back(key);
-        value = fields_.has(key) ? fields_.integer(key, min, max) : value;
-    }
-
-    void number(char const* key, double& value, double min, double max = 1e300)
-    {
-        keys_.emplace_back(key);
-        if (!fields_.has(key))
-        {
-            return;
-        }
-        double const number = fields_.number(key);
-        if (!(number >= min && number <= max))
-        {
-            throw InputError(
-                max < 1e300
-                    ? fmt::format("{}'{}' has to be a number from {} to {}", place_, key, min, max)
-                    : fmt::format("{}'{}' has to be a number of {} or more", place_, key, min));
-        }
-        value = number;
-    }
-
-    template <typename Value>
-    void name(char const* key, Value& value, Names<Value> const& names)
-    {
-        keys_.emplace_back(key);
-        if (!fields_.has(key))
-        {
-            return;
-        }
-        auto const found = names.find(fields_.text(key));
-        if (found == names.end())
-        {
-            std::string known;
-            for (auto const& entry : names)
-            {
-                known += (known.empty() ? "" : ", ") + entry.first;
-            }
-            throw InputError(fmt::format("{}'{}' has to be one of {}", place_, key, known));
-        }
-        value = found->second;
-    }
-
-    /// Lets a key pass that its user reads.
-    bool has(char const* key)
-    {
-        keys_.emplace_back(key);
-        return fields_.has(key);
-    }
-
-    JsonFields const& fields() const { return fields_; }
-
-    void finish() const { fields_.allow_only(keys_); }
-
-private:
-    JsonFields fields_;
-    std::string place_;
-    std::vector<std::string> keys_;
-};
 
 Json counts(MeshHealth const& health)
 {
@@ -123,107 +18,16 @@ Json counts(MeshHealth const& health)
             {"isolated_vertices", health.isolated_vertices}};
 }
 
-Names<CleanKind> const& clean_kinds()
+std::string name_of(FillMethod method)
 {
-    static Names<CleanKind> const kinds = []
+    for (auto const& [name, named] : fill_methods())
     {
-        Names<CleanKind> names;
-        for (auto const kind : {CleanKind::MIN_FACES, CleanKind::MIN_VERTICES, CleanKind::STRONG,
-                                CleanKind::NON_MANIFOLD, CleanKind::PEEL, CleanKind::MARKERS})
+        if (named == method)
         {
-            names[name_of(kind)] = kind;
-        }
-        return names;
-    }();
-    return kinds;
-}
-
-Json to_json(Markers const& markers)
-{
-    Json list = Json::array();
-    for (std::size_t i = 0; i < markers.points.size(); ++i)
-    {
-        Json marker = json_point(markers.points[i]);
-        if (!markers.normals.empty())
-        {
-            for (int axis = 0; axis < 3; ++axis)
-            {
-                marker.push_back(markers.normals[i][axis]);
-            }
-        }
-        list.push_back(std::move(marker));
-    }
-    return list;
-}
-
-Markers read_marker_list(JsonFields const& fields, Json const& list)
-{
-    using OrvaneAlgorithm::Vector3f;
-    Markers markers;
-    bool const with_normals = !list.empty() && list[0].is_array() && list[0].size() == 6;
-    std::size_t const numbers = with_normals ? 6 : 3;
-    auto const rows = fields.rows("markers", list.size(), numbers);
-    for (std::size_t i = 0; i < rows.size(); i += numbers)
-    {
-        Eigen::Map<Eigen::Vector3d const> const point(&rows[i]);
-        markers.points.push_back(point.cast<float>());
-        if (with_normals)
-        {
-            Eigen::Map<Eigen::Vector3d const> const normal(&rows[i + 3]);
-            markers.normals.push_back(normal.cast<float>().stableNormalized());
+            return name;
         }
     }
-    return markers;
-}
-
-Json to_json(CleanUp const& clean_up)
-{
-    Json json{{"kind", name_of(clean_up.kind)}};
-    switch (clean_up.kind)
-    {
-    case CleanKind::STRONG:
-        json["rings"] = clean_up.rings;
-        json["limit"] = clean_up.limit;
-        break;
-    case CleanKind::MIN_FACES:
-    case CleanKind::MIN_VERTICES:
-        json["limit"] = clean_up.limit;
-        break;
-    case CleanKind::PEEL:
-        json["rings"] = clean_up.rings;
-        break;
-    case CleanKind::MARKERS:
-        json["radius"] = clean_up.near_markers.radius;
-        json["use_normals"] = clean_up.near_markers.use_normals;
-        json["normal_dot"] = clean_up.near_markers.normal_dot;
-        json["markers"] = to_json(clean_up.markers);
-        break;
-    case CleanKind::NON_MANIFOLD:
-        break;
-    }
-    return json;
-}
-
-CleanUp read_clean_up(Json const& json, std::string const& place)
-{
-    SettingsReader reader(json, place);
-    CleanUp clean_up;
-    if (!json.contains("kind"))
-    {
-        throw InputError(place + "'kind' is missing");
-    }
-    reader.name("kind", clean_up.kind, clean_kinds());
-    reader.integer("limit", clean_up.limit, 1);
-    reader.integer("rings", clean_up.rings, 0);
-    reader.number("radius", clean_up.near_markers.radius, 0.0);
-    reader.flag("use_normals", clean_up.near_markers.use_normals);
-    reader.number("normal_dot", clean_up.near_markers.normal_dot, -1.0, 1.0);
-    if (reader.has("markers"))
-    {
-        clean_up.markers = read_marker_list(reader.fields(), json["markers"]);
-    }
-    reader.finish();
-    return clean_up;
+    return {};
 }
 
 } // namespace
@@ -261,7 +65,7 @@ Json to_json(FindHolesResult const& result)
 
 Json to_json(FillPass const& pass)
 {
-    return {{"method", name_in(fill_methods(), pass.method)},
+    return {{"method", name_of(pass.method)},
             {"holes_before", pass.holes_before},
             {"holes_after", pass.holes_after},
             {"new_faces", pass.new_faces},
@@ -309,138 +113,6 @@ Json to_json(MergeResult const& result)
             {"stitch_radius", result.settings.stitch_radius},
             {"long_edge", result.settings.long_edge},
             {"seconds", result.seconds}};
-}
-
-Json to_json(LoadFramesSettings const& settings)
-{
-    return {{"scale", settings.scale}};
-}
-
-void read_settings(Json const& json, std::string const& place, LoadFramesSettings& settings)
-{
-    SettingsReader reader(json, place);
-    reader.number("scale", settings.scale, 1e-6, 1e6);
-    reader.finish();
-}
-
-Json to_json(MergeSettings const& settings)
-{
-    return {
-        {"layers", name_in(LAYERS, settings.layers)}, {"spacing", settings.spacing},
-        {"stitch_radius", settings.stitch_radius},    {"long_edge", settings.long_edge},
-        {"max_hole_edges", settings.max_hole_edges},  {"min_component", settings.min_component}};
-}
-
-void read_settings(Json const& json, std::string const& place, MergeSettings& settings)
-{
-    SettingsReader reader(json, place);
-    reader.name("layers", settings.layers, LAYERS);
-    reader.number("spacing", settings.spacing, 0.0);
-    reader.number("stitch_radius", settings.stitch_radius, 0.0);
-    reader.number("long_edge", settings.long_edge, 0.0);
-    reader.integer("max_hole_edges", settings.max_hole_edges, 0);
-    reader.integer("min_component", settings.min_component, 0);
-    reader.finish();
-}
-
-Json to_json(FillSettings const& settings)
-{
-    Json json{{"method", name_in(fill_methods(), settings.method)},
-              {"max_edges", settings.max_edges},
-              {"edge_length", settings.edge_length},
-              {"normal_angle", settings.normal_angle},
-              {"min_edges", settings.min_edges},
-              {"rings", settings.rings},
-              {"smoothness", settings.smoothness}};
-    if (settings.max_perimeter)
-    {
-        json["max_perimeter"] = *settings.max_perimeter;
-    }
-    return json;
-}
-
-void read_settings(Json const& json, std::string const& place, FillSettings& settings)
-{
-    SettingsReader reader(json, place);
-    reader.name("method", settings.method, fill_methods());
-    reader.integer("max_edges", settings.max_edges, 0);
-    reader.number("edge_length", settings.edge_length, 0.0);
-    reader.number("normal_angle", settings.normal_angle, 0.0, 180.0);
-    reader.integer("min_edges", settings.min_edges, 0);
-    reader.integer("rings", settings.rings, 0);
-    reader.integer("smoothness", settings.smoothness, 0, 2);
-    if (reader.has("max_perimeter"))
-    {
-        double value = 0.0;
-        reader.number("max_perimeter", value, 0.0);
-        settings.max_perimeter = value;
-    }
-    reader.finish();
-}
-
-Json to_json(CleanSettings const& settings)
-{
-    Json list = Json::array();
-    for (auto const& clean_up : settings.clean_ups)
-    {
-        list.push_back(to_json(clean_up));
-    }
-    return {{"clean_ups", std::move(list)}};
-}
-
-void read_settings(Json const& json, std::string const& place, CleanSettings& settings)
-{
-    SettingsReader reader(json, place);
-    if (reader.has("clean_ups"))
-    {
-        Json const& list = json["clean_ups"];
-        if (!list.is_array())
-        {
-            throw InputError(place + "'clean_ups' has to be a list");
-        }
-        settings.clean_ups.clear();
-        for (std::size_t i = 0; i < list.size(); ++i)
-        {
-            settings.clean_ups.push_back(
-                read_clean_up(list[i], fmt::format("{}clean_ups[{}]: ", place, i)));
-        }
-    }
-    reader.finish();
-}
-
-Json to_json(RenderSettings const& settings)
-{
-    return {{"width", settings.width},
-            {"height", settings.height},
-            {"azimuth", settings.view.azimuth},
-            {"elevation", settings.view.elevation},
-            {"up", name_in(UP_AXES, settings.view.up)},
-            {"line_width", settings.line_width}};
-}
-
-void read_settings(Json const& json, std::string const& place, RenderSettings& settings)
-{
-    constexpr int LARGEST_SIDE = 16384;
-    SettingsReader reader(json, place);
-    reader.integer("width", settings.width, 1, LARGEST_SIDE);
-    reader.integer("height", settings.height, 1, LARGEST_SIDE);
-    reader.number("azimuth", settings.view.azimuth, -360.0, 360.0);
-    reader.number("elevation", settings.view.elevation, -90.0, 90.0);
-    reader.name("up", settings.view.up, UP_AXES);
-    reader.number("line_width", settings.line_width, 0.0, 100.0);
-    reader.finish();
-}
-
-Json to_json(CutSticksSettings const& settings)
-{
-    return {{"tips", name_in(TIPS, settings.tips)}};
-}
-
-void read_settings(Json const& json, std::string const& place, CutSticksSettings& settings)
-{
-    SettingsReader reader(json, place);
-    reader.name("tips", settings.tips, TIPS);
-    reader.finish();
 }
 
 } // namespace veld

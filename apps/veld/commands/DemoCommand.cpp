@@ -1,6 +1,6 @@
 #include "commands/Command.h"
 #include "demo/DemoRun.h"
-#include "shell/CommonOptions.h"
+#include "options/CommonOptions.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,5 +1,5 @@
 #include "commands/Command.h"
-#include "shell/CommonOptions.h"
+#include "options/CommonOptions.h"
 #include "workflow/frames/FrameFiles.h"
 #include "workflow/steps/LoadFrames.h"
 #include "workflow/words.h"

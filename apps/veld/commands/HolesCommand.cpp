@@ -1,46 +1,17 @@
 #include "commands/Command.h"
-#include "shell/CommonOptions.h"
+#include "options/CommonOptions.h"
+#include "options/HoleOptions.h"
 #include "shell/Texts.h"
-#include "workflow/files/MarkerFile.h"
 #include "workflow/files/MeshFiles.h"
-#include "workflow/files/Numbers.h"
 #include "workflow/steps/StepJson.h"
 
 #include <CLI/CLI.hpp>
-#include <fmt/format.h>
-
-#include <array>
-#include <sstream>
 
 namespace veld::cli
 {
 
-using OrvaneAlgorithm::Vector3f;
-
 namespace
 {
-
-/// A point given as "X,Y,Z".
-/// \return false if the text is anything else
-bool parse_point(std::string const& text, Vector3f& point)
-{
-    std::istringstream stream(text + ","); // a comma behind each number, so that none hides
-    std::array<std::string, 4> parts;
-    std::size_t count = 0;
-    while (count < parts.size() && std::getline(stream, parts[count], ','))
-    {
-        ++count;
-    }
-    return count == 3 && parse_number(parts[0], point[0]) && parse_number(parts[1], point[1]) &&
-           parse_number(parts[2], point[2]);
-}
-
-std::string check_point(std::string const& text)
-{
-    Vector3f ignored;
-    return parse_point(text, ignored) ? std::string()
-                                      : fmt::format("'{}' is not a point X,Y,Z", text);
-}
 
 class HolesCommand : public Command
 {
@@ -48,89 +19,33 @@ public:
     void add_options(CLI::App& app) override
     {
         add_mesh(app, mesh_);
-        auto* const perimeter =
-            add_length(app, "--max-perimeter", settings_.max_perimeter,
-                       "Only holes shorter than this in mm, 0: any (default: 0)");
-        add_near_options(app);
-        add_marker_options(app, *perimeter);
+        options_.add(app);
         set_example(app, "holes scan.ply --max-perimeter 50");
     }
 
     std::vector<std::filesystem::path> inputs() const override
     {
-        return markers_.empty() ? std::vector<std::filesystem::path>{mesh_}
-                                : std::vector<std::filesystem::path>{mesh_, markers_};
+        std::vector<std::filesystem::path> files{mesh_};
+        if (!options_.marker_file().empty())
+        {
+            files.emplace_back(options_.marker_file());
+        }
+        return files;
     }
 
     Json run(Desk const& desk) override
     {
-        choose();
+        // First, so that a wrong marker file is told before a large mesh is read.
+        FindHolesSettings const settings = options_.settings();
         MeshFile file = read_mesh(mesh_, desk.context);
-        FindHolesResult const result = find_holes(file.mesh, settings_, desk.context);
+        FindHolesResult const result = find_holes(file.mesh, settings, desk.context);
         desk.console.print(to_text(mesh_, result));
         return to_json(result);
     }
 
 private:
-    void add_near_options(CLI::App& app)
-    {
-        near_option_ = app.add_option("--near", near_, "Only the hole nearest to this point (mm)")
-                           ->type_name("X,Y,Z")
-                           ->check(check_point);
-        auto* const distance = add_length(app, "--distance", near_place_.distance,
-                                          "With --near: its rim has to be nearer than this in mm");
-        near_option_->needs(distance);
-        distance->needs(near_option_);
-    }
-
-    void add_marker_options(CLI::App& app, CLI::Option& perimeter)
-    {
-        auto* const markers =
-            app.add_option("--markers", markers_,
-                           "Only holes that markers left: a marker a line, 'x y z [nx ny nz]'")
-                ->type_name("FILE");
-        auto* const match =
-            add_length(app, "--match", of_markers_.match,
-                       "With --markers: a hole's centre has to be nearer to a marker than this "
-                       "in mm");
-        auto* const radius =
-            add_length(app, "--marker-radius", of_markers_.radius,
-                       "With --markers: radius of a marker in mm; a longer rim than its circle is "
-                       "no marker hole");
-        auto* const normals = app.add_flag("--normals", of_markers_.use_normals,
-                                           "With --markers: a hole has to face like its marker");
-        auto* const dot = add_number(app, "--normal-dot", of_markers_.normal_dot, -1.0, 1.0,
-                                     "With --normals: dot product of the two directions has to "
-                                     "exceed this (default: 0.5, that is 60 degrees)");
-        markers->needs(match)->needs(radius)->excludes(&perimeter)->excludes(near_option_);
-        match->needs(markers);
-        radius->needs(markers);
-        normals->needs(markers);
-        dot->needs(normals);
-    }
-
-    /// A wrong marker file is told before a large mesh is read.
-    void choose()
-    {
-        if (!markers_.empty())
-        {
-            of_markers_.markers = read_markers(markers_, of_markers_.use_normals);
-            settings_.of_markers = of_markers_;
-        }
-        if (near_option_->count() > 0)
-        {
-            parse_point(near_, near_place_.place);
-            settings_.nearest_to = near_place_;
-        }
-    }
-
     std::string mesh_;
-    std::string markers_;
-    std::string near_;
-    CLI::Option* near_option_ = nullptr;
-    HoleNearPlace near_place_;
-    HolesOfMarkers of_markers_;
-    FindHolesSettings settings_;
+    HoleOptions options_;
 };
 
 } // namespace

@@ -1,5 +1,5 @@
 #include "commands/Command.h"
-#include "shell/CommonOptions.h"
+#include "options/CommonOptions.h"
 #include "shell/Texts.h"
 #include "workflow/files/MeshFiles.h"
 #include "workflow/steps/StepJson.h"

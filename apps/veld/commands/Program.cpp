@@ -1,8 +1,10 @@
 #include "commands/Program.h"
 
 #include "commands/Command.h"
-#include "shell/CommonOptions.h"
+#include "options/Arguments.h"
+#include "options/CommonOptions.h"
 #include "shell/ExitStatus.h"
+#include "shell/Failure.h"
 #include "shell/Session.h"
 #include "workflow/Error.h"
 #include "workflow/files/OutputFile.h"
@@ -13,10 +15,8 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <csignal>
 #include <iostream>
 #include <memory>
-#include <new>
 #include <vector>
 
 namespace veld::cli
@@ -87,7 +87,7 @@ void run_command(Command& command, CommonOptions const& options)
 {
     Console console;
     console.set_json(options.json);
-    Session session(options, console);
+    Session session({options.verbose, options.threads}, console);
     Outputs outputs;
     if (!command.directory().empty())
     {
@@ -108,47 +108,6 @@ void run_command(Command& command, CommonOptions const& options)
         throw OrvaneAlgorithm::Cancelled();
     }
     outputs.commit();
-}
-
-/// Refuses empty values, which would switch an option off without a word.
-void refuse_empty_values(CLI::App const& app)
-{
-    for (auto const* option : app.get_options())
-    {
-        auto const& values = option->results();
-        if (std::find(values.begin(), values.end(), std::string()) != values.end())
-        {
-            throw CLI::ValidationError(option->get_name(), "the value is empty");
-        }
-    }
-}
-
-/// Refuses "--option=", for which the parser would take the next argument.
-void refuse_cut_options(int argc, char const* const* argv)
-{
-    for (int i = 1; i < argc; ++i)
-    {
-        std::string const argument = argv[i];
-        if (argument.size() > 3 && argument.compare(0, 2, "--") == 0 && argument.back() == '=' &&
-            argument.find('=') == argument.size() - 1)
-        {
-            throw CLI::ValidationError(argument.substr(0, argument.size() - 1),
-                                       "the value is empty");
-        }
-    }
-}
-
-/// The first argument that is no option, or nothing.
-std::string first_word(int argc, char const* const* argv)
-{
-    for (int i = 1; i < argc; ++i)
-    {
-        if (argv[i][0] != '-')
-        {
-            return argv[i];
-        }
-    }
-    return {};
 }
 
 /// The parser's message names its options; what is missing is where the help stands.
@@ -217,54 +176,6 @@ int parse_and_run(int argc, char const* const* argv)
         }
     }
     return static_cast<int>(ExitStatus::DONE);
-}
-
-/// The setting of a step as an option.
-std::string option_of(std::string setting)
-{
-    std::replace(setting.begin(), setting.end(), '_', '-');
-    return "--" + setting;
-}
-
-int report_stop(int signal)
-{
-    print_line(signal == SIGINT ? "stopped by Ctrl-C: nothing was written"
-                                : "stopped: nothing was written");
-    return 128 + signal;
-}
-
-void print_reason(Error const& error)
-{
-    print_error(error.setting().empty()
-                    ? error.what()
-                    : std::string(error.what()) + " (see " + option_of(error.setting()) + ")");
-}
-
-/// Says in one line what the exception on its way is about. \return the exit status
-int report_failure()
-{
-    try
-    {
-        throw;
-    }
-    catch (InputError const& error)
-    {
-        print_reason(error);
-        return static_cast<int>(ExitStatus::WRONG_INPUT);
-    }
-    catch (Error const& error)
-    {
-        print_reason(error);
-    }
-    catch (std::bad_alloc const&)
-    {
-        print_error("the memory is not enough");
-    }
-    catch (std::exception const& error)
-    {
-        print_error(error.what());
-    }
-    return static_cast<int>(ExitStatus::FAILED);
 }
 
 } // namespace

@@ -9,9 +9,9 @@ namespace veld::cli
 using OrvaneAlgorithm::gLH;
 using OrvaneAlgorithm::gPH;
 
-Session::Session(CommonOptions const& options, Console& console) : signals_(context_.cancel)
+Session::Session(SessionSettings const& settings, Console& console) : signals_(context_.cancel)
 {
-    context_.threads = options.threads;
+    context_.threads = settings.threads;
     context_.warn = [&console](Warning const& warning)
     { console.warn(warning.about + ": " + warning.text); };
     if (is_terminal())
@@ -20,14 +20,14 @@ Session::Session(CommonOptions const& options, Console& console) : signals_(cont
         { console.show_progress(progress.step, progress.fraction); };
     }
     // The default of both sinks is standard output, which belongs to the result.
-    auto const log = [&console, verbose = options.verbose](std::string const& text)
+    auto const log = [&console, verbose = settings.verbose](std::string const& text)
     {
         if (verbose)
         {
             console.log(text);
         }
     };
-    gPH.log_enabled = options.verbose;
+    gPH.log_enabled = settings.verbose;
     gLH.set_sink(log);
     gLH.set_print_sink([](std::string const&) {});
 }

@@ -1,4 +1,4 @@
-#include "shell/CommonOptions.h"
+#include "options/CommonOptions.h"
 
 #include "workflow/files/Numbers.h"
 

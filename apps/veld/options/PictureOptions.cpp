@@ -1,0 +1,83 @@
+#include "options/PictureOptions.h"
+
+#include "options/CommonOptions.h"
+
+#include <CLI/CLI.hpp>
+
+#include <map>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+namespace veld::cli
+{
+
+namespace
+{
+
+/// Azimuth and elevation of the named views.
+std::map<std::string, std::pair<double, double>> const NAMED_VIEWS{
+    {"front", {0.0, 0.0}},
+    {"back", {180.0, 0.0}},
+    {"left", {-90.0, 0.0}},
+    {"right", {90.0, 0.0}},
+    {"top", {0.0, 90.0}},
+    {"bottom", {0.0, -90.0}},
+    {"iso", {45.0, 35.264389682754654}}};
+
+std::map<std::string, UpAxis> const UP_AXES{{"y", UpAxis::Y}, {"z", UpAxis::Z}};
+
+template <typename Value>
+std::vector<std::string> names(std::map<std::string, Value> const& map)
+{
+    std::vector<std::string> result;
+    result.reserve(map.size());
+    for (auto const& entry : map)
+    {
+        result.push_back(entry.first);
+    }
+    return result;
+}
+
+} // namespace
+
+void PictureOptions::add(CLI::App& app)
+{
+    add_view_options(app);
+    add_integer(app, "--width", settings_.width, 1, 16384, "Pixels (default: 1200)");
+    add_integer(app, "--height", settings_.height, 1, 16384, "Pixels (default: 900)");
+    add_number(app, "--line-width", settings_.line_width, 0.0, 100.0,
+               "Width of the hole rims in pixels, 0 draws none (default: 4)");
+}
+
+RenderSettings PictureOptions::settings() const
+{
+    RenderSettings settings = settings_;
+    if (!view_.empty())
+    {
+        std::tie(settings.view.azimuth, settings.view.elevation) = NAMED_VIEWS.at(view_);
+    }
+    settings.view.up = UP_AXES.at(up_);
+    return settings;
+}
+
+void PictureOptions::add_view_options(CLI::App& app)
+{
+    auto* const view = app.add_option("--view", view_,
+                                      "Look from the front, back, left, right, top, bottom or "
+                                      "iso (default: azimuth 30, elevation 20)")
+                           ->type_name("NAME")
+                           ->check(CLI::IsMember(names(NAMED_VIEWS)));
+    auto* const azimuth = add_number(app, "--azimuth", settings_.view.azimuth, -360.0, 360.0,
+                                     "Degrees round the object, from its front to its right");
+    auto* const elevation = add_number(app, "--elevation", settings_.view.elevation, -90.0, 90.0,
+                                       "Degrees above the object");
+    view->excludes(azimuth)->excludes(elevation);
+    app.add_option("--up", up_,
+                   "Axis that points up: y (front is +z) or z (front is -y); "
+                   "default: y")
+        ->type_name("AXIS")
+        ->check(CLI::IsMember(names(UP_AXES)));
+}
+
+} // namespace veld::cli
