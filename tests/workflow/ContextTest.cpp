@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <fstream>
 #include <omp.h>
 
@@ -39,6 +40,8 @@ TEST(Context, ProgressGrowsFromNoneToAllAndNamesWhatIsDone)
     };
     veld::merge(two_frames(), {}, context);
     ASSERT_GE(fractions.size(), 4U);
+    auto const stitch = std::find(steps.begin(), steps.end(), "stitch the frames") - steps.begin();
+    EXPECT_LT(fractions.at(static_cast<std::size_t>(stitch)), 0.9) << "more than a tenth is left";
     EXPECT_EQ(fractions.front(), 0.0);
     EXPECT_EQ(fractions.back(), 1.0);
     EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end()));

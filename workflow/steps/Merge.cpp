@@ -137,7 +137,8 @@ MergeResult merge(FrameSet const& frames, MergeSettings const& settings, Context
     auto const list = pointers(frames.frames);
     MergeResult result;
     result.frames = list.size();
-    result.settings = complete(settings, list, frames.source);
+    result.settings = scope.stage("measure the spacing", 0.02,
+                                  [&] { return complete(settings, list, frames.source); });
     auto const start = std::chrono::steady_clock::now();
     for (auto const* frame : list)
     {
