@@ -1,6 +1,7 @@
 #include "workflow/frames/FrameFiles.h"
 #include "workflow/Error.h"
 #include "workflow/ForEachIndex.h"
+#include "workflow/StepScope.h"
 #include "workflow/frames/FrameLoaders.h"
 #include "workflow/words.h"
 
@@ -68,8 +69,9 @@ std::string read_frame(fs::path const& path, RangeData& frame)
     }
 }
 
-void write_frame(OutputFile const& file, RangeData const& frame)
+void write_frame(OutputFile const& file, RangeData const& frame, Context& context)
 {
+    StepScope const scope(context, "write-frame", "write the frames");
     if (CRangeDataIO::write_rge(widened(file.temporary()), frame) != 0)
     {
         throw OperationError(shown(file.path()) + ": cannot be written");

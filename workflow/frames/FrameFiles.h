@@ -1,5 +1,6 @@
 #pragma once
 
+#include "workflow/Context.h"
 #include "workflow/export.h"
 #include "workflow/files/OutputFile.h"
 
@@ -22,6 +23,7 @@ frame_files_in(std::filesystem::path const& folder);
 std::string read_frame(std::filesystem::path const& path, RangeData& frame);
 
 /// Writes a `.rge` file.
-VELD_WORKFLOW_API void write_frame(OutputFile const& file, RangeData const& frame);
+VELD_WORKFLOW_API void write_frame(OutputFile const& file, RangeData const& frame,
+                                   Context& context);
 
 } // namespace veld

@@ -2,10 +2,15 @@
 
 #include "workflow/Error.h"
 
+#include "algorithmVeld/common/running/Progress.h"
+
 #include <embree3/rtcore.h>
 
 namespace veld
 {
+
+using OrvaneAlgorithm::detail::is_run_cancelled;
+using OrvaneAlgorithm::detail::poll_cancel;
 
 static_assert(sizeof(Vector3f) == 3 * sizeof(float), "points are handed over as plain floats");
 
@@ -52,7 +57,11 @@ struct RayScene::Handles
         rtcCommitGeometry(geometry);
         rtcAttachGeometry(scene, geometry);
         rtcReleaseGeometry(geometry);
+        // Building the tree takes seconds for millions of faces. It asks the thread that builds.
+        rtcSetSceneProgressMonitorFunction(
+            scene, [](void* /*unused*/, double /*done*/) { return !is_run_cancelled(); }, nullptr);
         rtcCommitScene(scene);
+        poll_cancel();
         if (rtcGetDeviceError(device) != RTC_ERROR_NONE)
         {
             throw OperationError("the ray caster refuses the mesh");

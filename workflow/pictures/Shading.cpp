@@ -1,5 +1,7 @@
 #include "workflow/pictures/Shading.h"
 
+#include "algorithmVeld/common/running/Progress.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -113,8 +115,10 @@ Surface make_surface(TriMesh const& mesh, std::vector<char> const& marks)
     auto const index = gather_points(mesh, points);
     surface.points = normalised(points);
     std::vector<Vector3f> normals;
+    OrvaneAlgorithm::detail::CancelPoll poll;
     for (auto const face : mesh.faces())
     {
+        poll.next();
         Surface::Triangle triangle{};
         std::size_t i = 0;
         for (auto const vertex : mesh.fv_range(face))
@@ -126,6 +130,7 @@ Surface make_surface(TriMesh const& mesh, std::vector<char> const& marks)
     }
     for (auto const face : mesh.faces())
     {
+        poll.next();
         std::array<Vector3f, 3> corners;
         std::size_t i = 0;
         for (auto const vertex : mesh.fv_range(face))

@@ -44,7 +44,7 @@ public:
         for (std::size_t i = 0; i < files.size(); ++i)
         {
             auto const& frame = set.frames[i];
-            write_frame(desk.outputs.add(files[i]), frame.data);
+            write_frame(desk.outputs.add(files[i]), frame.data, desk.context);
             text += fmt::format("  {}: {} on {} x {} ({})\n", shown(files[i]),
                                 counted(frame.data.get_vn(), "point"), frame.data.grid_rows,
                                 frame.data.grid_cols, frame.name);
