@@ -216,7 +216,7 @@ class Moving : public testing::Test
 };
 
 using Classes = testing::Types<Cloud, BaseTriMesh, RangeData, TriMesh>;
-TYPED_TEST_SUITE(Moving, Classes);
+TYPED_TEST_SUITE(Moving, Classes, );
 
 } // namespace
 
