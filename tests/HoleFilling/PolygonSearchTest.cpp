@@ -143,6 +143,30 @@ TEST(PolygonSearch, ChoosesWhatThePlainSearchChoosesBesideFacesWithoutAUnitNorma
     }
 }
 
+TEST(PolygonSearch, ChoosesWhatThePlainSearchChoosesBesideANormalThatIsNearlyAUnit)
+{
+    // The square of such a length is a multiple of 2^-149, here of about 5500 of them. What is
+    // divided by its root is 4.5e-5 shorter or longer than a unit: the cosine of such normals is
+    // not that of the angle 0 that their sine says.
+    std::mt19937 random(13);
+    for (double const multiple : {5500.51, 5500.49})
+    {
+        Vector3f const odd(0, 0, -static_cast<float>(std::sqrt(std::ldexp(multiple, -149))));
+        ASSERT_NEAR(std::fabs(odd.normalized().norm() - 1.0F), 4.5e-5F, 1e-6F);
+        for (std::size_t n = 8; n < 40; ++n)
+        {
+            auto polygon = veld_test::random_polygon(PolygonKind::PLANAR, n, 0, random);
+            std::normal_distribution<float> noise(0.0F, 0.3F);
+            for (auto& p : polygon.points)
+            {
+                p += Vector3f(noise(random), noise(random), 0.0F);
+            }
+            polygon.normals.assign(n, odd);
+            ASSERT_NO_FATAL_FAILURE(expect_same(polygon, {}, 1));
+        }
+    }
+}
+
 namespace
 {
 

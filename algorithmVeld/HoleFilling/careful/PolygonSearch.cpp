@@ -494,8 +494,7 @@ private:
     /// A face may be without a normal, or have one that is too short to be made a unit.
     static bool is_unit(Vector3f const& u)
     {
-        float const square = u.squaredNorm();
-        return square > 0.9999F && square < 1.0001F;
+        return std::fabs(u.squaredNorm() - 1.0F) < 2e-6F; // 6e-7 is what rounding makes of a unit
     }
 
     /// A cosine above which an angle is surely smaller than one in degrees, and no fold. The power
