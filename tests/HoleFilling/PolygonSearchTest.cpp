@@ -428,6 +428,27 @@ TEST(PolygonSearch, ReportsTheAngleThatItsTrianglesHave)
     EXPECT_GT(met, cases / 2);
 }
 
+TEST(PolygonSearch, ChoosesPartsWithoutALookBeyondTheirChords)
+{
+    // A flat pentagon with its last corner raised. The fan at that corner has the least angle of
+    // all, but it is not what its parts prefer, so a steeper one is found.
+    PlainPolygon pentagon;
+    pentagon.points = {{0, 0, 0}, {-1, 2, 0}, {1, 4, 0}, {3, 3, 0}, {3, 1, 1}};
+    pentagon.normals.assign(5, Vector3f(0, 0, -1));
+    pentagon.edge_exist.assign(25, false);
+    FillJudge const judge(pentagon);
+    double least = 1e30;
+    for (auto const& triangles : all_triangulations(0, 4))
+    {
+        least = std::min(least, judge.angle(triangles));
+    }
+    EXPECT_NEAR(29.2059, least, 1e-3);
+    EXPECT_NEAR(least, judge.angle({{0, 1, 4}, {1, 2, 4}, {2, 3, 4}}), 1e-9);
+    auto const fill = best_polygon_fill(rim_of(pentagon), {}, 1);
+    EXPECT_NEAR(35.2644, fill.cost.angle, 1e-3); // atan(1 / sqrt(2))
+    EXPECT_EQ((std::vector<PolygonTriangle>{{0, 1, 3}, {1, 2, 3}, {0, 3, 4}}), fill.triangles);
+}
+
 TEST(PolygonSearch, ChoosesWhatARecursiveSearchChooses)
 {
     std::mt19937 random(24);

@@ -232,7 +232,7 @@ std::optional<OpenReason> triangulate_hole(TriMesh& mesh, std::vector<HalfedgeHa
     log_line(gPH.log_enabled,
              "    Best weight (angle / area) of hole with ( %d ) vertices:    %f / %f\n", n,
              static_cast<double>(fill.cost.angle), static_cast<double>(fill.cost.area));
-    if (fill.cost.angle > fold_angle)
+    if (fill.cost.angle > FOLD_ANGLE)
     {
         log_line(gPH.log_enabled,
                  "    !!!skip hole with ( %d ) vertices, dihedral angle = %12.6f  [%s (%d)]\n", n,

@@ -57,7 +57,7 @@ void add_polygon_triangles(TriMesh& mesh, std::vector<OpenMesh::VertexHandle> co
 /// parallel region.
 /// \return why the hole stays as it is, if it does: `NOT_A_BOUNDARY` if a halfedge of the loop has
 ///         no face on its other side, `FOLDS_TOO_SHARPLY` if the chosen triangulation has an angle
-///         above `fold_angle`
+///         above `FOLD_ANGLE`
 std::optional<OpenReason> triangulate_hole(TriMesh& mesh,
                                            std::vector<OpenMesh::HalfedgeHandle> const& loop,
                                            OpenMesh::FPropHandleT<bool> face_new,

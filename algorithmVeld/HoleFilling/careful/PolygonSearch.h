@@ -1,5 +1,6 @@
 #pragma once
 
+#include "algorithmVeld/HoleFilling/careful/TriangleCost.h"
 #include "algorithmVeld/common/types.h"
 
 #include <array>
@@ -7,46 +8,11 @@
 #include <vector>
 
 /// \file
-/// The search for the triangulation of a polygon in space whose largest dihedral angle is the
-/// smallest possible and, of those, whose area is.
+/// The search for a triangulation of a polygon in space with small dihedral angles and, where these
+/// do not decide, a small area.
 
 namespace OrvaneAlgorithm::detail
 {
-
-/// What a triangulation costs, and how far it is searched.
-struct TriangulationRule
-{
-    float bad_triangle_area = 1000.0F; ///< Added to the area of a needle, and to that of a fold.
-    bool flat_weight = false;          ///< Angles below 179.5 degrees count as none.
-    int sample_num =
-        400; ///< Number of corners from which on every second, third, .. split is tried.
-};
-
-/// Largest angle to the neighbours, in degrees, and area with its penalties.
-struct SplitCost
-{
-    float angle = 0.0F;
-    float area = 0.0F;
-};
-
-/// Angles above this are folds, in degrees.
-constexpr float fold_angle = 179.5F;
-
-/// The up to three triangles beside a triangle, by their unit normals.
-struct NeighbourNormals
-{
-    std::array<Vector3f, 3> units;
-    std::size_t count = 0;
-
-    void add(Vector3f const& normal) { add_unit(normal.normalized()); }
-    void add_unit(Vector3f const& unit) { units[count++] = unit; }
-};
-
-/// Cost of the triangle of three corners, in the order in which it would be added.
-/// \param existing_edges number of its new edges that the mesh has already
-SplitCost triangle_cost(Vector3f const& pi, Vector3f const& pm, Vector3f const& pj,
-                        NeighbourNormals const& neighbours, int existing_edges,
-                        TriangulationRule const& rule);
 
 /// A polygon with what its triangulation has to fit.
 struct PolygonRim
@@ -67,10 +33,17 @@ struct PolygonFill
     std::vector<PolygonTriangle> triangles;
 };
 
-/// Finds the best triangulation: the one that a look at every split of every sub-polygon, in
-/// ascending order, would choose. A part is settled before what lies beyond its chord is known, so
-/// the largest angle need not be the least of all triangulations. Needs about 12 bytes times the
-/// square of the number of corners.
+/// Finds a triangulation by dynamic programming. Every part i..j of the polygon takes the split
+/// i, m, j whose largest angle is the smallest and, of those within 1e-5 degrees, whose area is:
+/// the one that a look at every m in ascending order would choose. Its angles are those of the
+/// triangle i, m, j to its neighbours in i..m and m..j, and those inside these parts, which keep
+/// the splits that they have chosen.
+///
+/// A part chooses before the triangle beyond its chord is known, so the largest angle need not be
+/// the smallest of all triangulations of the polygon. Where all angles are equal, the area is, if
+/// every m is tried.
+///
+/// Needs about 12 bytes times the square of the number of corners.
 /// \param threads number of threads; without influence on the result
 PolygonFill best_polygon_fill(PolygonRim const& rim, TriangulationRule const& rule, int threads);
 
