@@ -157,16 +157,17 @@ public:
     /// They work on any mesh with a hole, one thread a mesh, and read the settings only.
     /// @{
 
-    /// Closes a hole with the triangulation of its polygon whose largest dihedral angle is the
-    /// smallest and, of those, whose area is: every part of the polygon takes its best split, by
-    /// dynamic programming. A hole of n vertices takes about 12 n^2 bytes meanwhile, 1.2 GB for
-    /// 10 000; what cannot be allocated is thrown before a face is added.
+    /// Closes a hole with a triangulation of its polygon, by dynamic programming: every part of the
+    /// polygon takes the split with the smallest largest dihedral angle and, of those, the smallest
+    /// area, given what its two smaller parts have chosen before. That need not be the smallest
+    /// angle of all triangulations of the polygon. A hole of n vertices takes about 12 n^2 bytes
+    /// meanwhile, 1.2 GB for 10 000; what cannot be allocated is thrown before a face is added.
     /// \param mesh grown by the new faces; a face that the mesh refuses is left out. Stored face
     ///        normals are used; without them they are computed from the coordinates.
     /// \param loop the boundary halfedges of the hole, in order
     /// \param face_new set to true on the new faces
-    /// \return false, without a new face, if a halfedge has no face on its other side, or if no
-    ///         triangulation keeps all angles within 179.5 degrees
+    /// \return false, without a new face, if a halfedge has no face on its other side, or if the
+    ///         triangulation has an angle above 179.5 degrees
     bool hole_triangulation(TriMesh& mesh, std::vector<HalfedgeHandle>& loop,
                             FPropHandleT<bool>& face_new) const;
 
