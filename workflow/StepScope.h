@@ -24,8 +24,9 @@ public:
     StepScope(StepScope const&) = delete;
     StepScope& operator=(StepScope const&) = delete;
 
-    /// Goes on to a stage of the step. `work` runs with the part of the progress up to `end`. A step
-    /// that has stages does all its work in them: what runs outside tells the progress of the whole.
+    /// Goes on to a stage of the step. `work` runs with the part of the progress up to `end`. A
+    /// step that has stages does all its work in them: what runs outside tells the progress of the
+    /// whole.
     template <typename Work>
     decltype(auto) stage(std::string doing, double end, Work const& work)
     {
