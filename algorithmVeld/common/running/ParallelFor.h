@@ -116,6 +116,7 @@ void parallel_for_uneven(std::ptrdiff_t n, Body const& body)
         WorkerProgress worker(progress, 1);
         auto const step = [&](std::ptrdiff_t i)
         {
+            poll_cancel(); // A thread may be given earlier iterations than one that was ended.
             body(i);
             worker.next();
         };
