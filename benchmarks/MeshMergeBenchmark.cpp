@@ -17,7 +17,7 @@ namespace
 using OrvaneAlgorithm::gLH;
 using OrvaneAlgorithm::MeshMerge;
 using OrvaneAlgorithm::TriMesh;
-using veld_benchmark::spacing;
+using veld_benchmark::SPACING;
 
 /// Seconds of a step of the last run, from the report of steps.
 double seconds_of(std::string const& report, std::string const& step)
@@ -39,7 +39,7 @@ void mesh_merge(benchmark::State& state)
     {
         TriMesh mesh;
         std::vector<int> vertex_frames;
-        MeshMerge().mesh_merge(set.ranges, spacing, mesh, false, 20, 100, 5.0 * spacing,
+        MeshMerge().mesh_merge(set.ranges, SPACING, mesh, false, 20, 100, 5.0 * SPACING,
                                vertex_frames);
         state.PauseTiming();
         faces = mesh.n_faces();

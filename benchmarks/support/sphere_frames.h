@@ -2,6 +2,8 @@
 
 #include "algorithmVeld/common/RangeData.h"
 
+#include <Eigen/Geometry>
+
 #include <cmath>
 #include <random>
 #include <utility>
