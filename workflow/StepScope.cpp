@@ -10,24 +10,28 @@ namespace veld
 
 StepScope::StepScope(Context& context, std::string timer, std::string doing)
     : context_(context),
-      threads_before_(omp_get_max_threads()),
+      threads_(context.threads),
       doing_(std::move(doing)),
       run_(context.cancel, context.progress ? [this](double fraction) { tell({}, fraction); }
                                             : OrvaneAlgorithm::RunScope::ProgressSink()),
       timer_(std::move(timer))
 {
-    // A setting of the calling thread alone.
-    if (context.threads > 0)
-    {
-        omp_set_num_threads(context.threads);
-    }
     OrvaneAlgorithm::detail::poll_cancel();
     tell({}, 0.0);
 }
 
-StepScope::~StepScope()
+StepScope::Threads::Threads(int threads) : before_(omp_get_max_threads())
 {
-    omp_set_num_threads(threads_before_);
+    // A setting of the calling thread alone.
+    if (threads > 0)
+    {
+        omp_set_num_threads(threads);
+    }
+}
+
+StepScope::Threads::~Threads()
+{
+    omp_set_num_threads(before_);
 }
 
 void StepScope::warn(WarningCode code, std::string about, std::string text)

@@ -20,7 +20,6 @@ class VELD_WORKFLOW_API StepScope
 public:
     /// \param timer name in the step tree \param doing what the step does, in words
     StepScope(Context& context, std::string timer, std::string doing);
-    ~StepScope();
     StepScope(StepScope const&) = delete;
     StepScope& operator=(StepScope const&) = delete;
 
@@ -40,10 +39,23 @@ public:
     void warn(WarningCode code, std::string about, std::string text);
 
 private:
+    /// The number of threads, put back also where the step is cancelled before it begins.
+    class Threads
+    {
+    public:
+        explicit Threads(int threads);
+        ~Threads();
+        Threads(Threads const&) = delete;
+        Threads& operator=(Threads const&) = delete;
+
+    private:
+        int before_;
+    };
+
     void tell(std::string doing, double fraction);
 
     Context& context_;
-    int threads_before_;
+    Threads threads_;
     std::mutex mutex_;
     std::string doing_;
     double told_ = 0.0;    ///< Fraction that the host knows.

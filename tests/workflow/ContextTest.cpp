@@ -101,6 +101,17 @@ TEST(Context, TheNumberOfThreadsHoldsForTheStepAlone)
     EXPECT_EQ(omp_get_max_threads(), before);
 }
 
+TEST(Context, TheNumberOfThreadsIsPutBackWhereTheStepDoesNotBegin)
+{
+    int const before = omp_get_max_threads();
+    veld::Context context;
+    context.threads = before + 3;
+    context.cancel.cancel();
+    TriMesh mesh = grid(3, 3);
+    EXPECT_THROW(veld::inspect(mesh, context), Cancelled);
+    EXPECT_EQ(omp_get_max_threads(), before);
+}
+
 TEST(Context, WarningsTellTheirKindTheirFileAndASentence)
 {
     TempDir dir;
