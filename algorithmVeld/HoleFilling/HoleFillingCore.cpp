@@ -261,10 +261,13 @@ void HoleFillingCore::calc_avg_edge_len()
     log("calc_avg_edge_len() ..\n");
     double sum = 0.0;
     detail::CancelPoll poll;
-    for (auto it = mesh_->edges_sbegin(); it != mesh_->edges_end(); ++it)
+    for (auto const edge : mesh_->all_edges())
     {
         poll.next();
-        sum += mesh_->calc_edge_length(*it);
+        if (!detail::is_deleted(*mesh_, edge))
+        {
+            sum += mesh_->calc_edge_length(edge);
+        }
     }
     avg_edge_len_ = mesh_->n_edges() > 0 ? sum / static_cast<double>(mesh_->n_edges()) : 0.0;
     log("  mesh avg edge length:      %15.6f mm\n\n", avg_edge_len_);

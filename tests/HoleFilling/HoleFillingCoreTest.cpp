@@ -31,9 +31,11 @@ using veld_test::vh;
 class OpenFiller : public HoleFillingCore
 {
 public:
+    using HoleFillingCore::avg_edge_len_;
     using HoleFillingCore::face_new_prop_;
     using HoleFillingCore::hole_done_;
     using HoleFillingCore::hole_result_;
+    using HoleFillingCore::mesh_;
     using HoleFillingCore::patches_;
     using HoleFillingCore::regions_;
     using HoleFillingCore::smooth_type_;
@@ -482,6 +484,40 @@ TEST(HoleFillingCore, CheckReportsNoVertexAfterFairing)
     fill(filler, mesh, holes_of(mesh), 3, true);
     EXPECT_EQ(log.count("check_C0_value() ..\n"), 1);
     EXPECT_EQ(log.count(" error: patch "), 0);
+}
+
+TEST(HoleFillingCore, HiddenEdgesCountForTheMeanEdgeLengthAsOthersDo)
+{
+    TriMesh const holed = sphere_with_hole(4, 0.5);
+    TriMesh plain = holed;
+    HoleFillingCore filler;
+    fill(filler, plain, holes_of(plain));
+    for (int const shown : {10, static_cast<int>(holed.n_edges()) + 1})
+    {
+        TriMesh mesh = holed;
+        mesh.request_edge_status();
+        for (auto const edge : holed.edges())
+        {
+            mesh.status(edge).set_hidden((edge.idx() + 1) % shown != 0);
+        }
+        fill(filler, mesh, holes_of(mesh));
+        ASSERT_TRUE(same_bytes(plain, mesh)) << "one edge of " << shown << " is shown";
+    }
+}
+
+TEST(HoleFillingCore, DeletedEdgesAddNothingToTheMeanEdgeLengthButAreDividedBy)
+{
+    // Four unit edges and a diagonal; the triangle below the diagonal goes, and with it two edges.
+    TriMesh mesh = veld_test::grid(1, 1);
+    mesh.request_face_status();
+    mesh.request_edge_status();
+    mesh.request_halfedge_status();
+    mesh.request_vertex_status();
+    mesh.delete_face(FaceHandle(0));
+    OpenFiller filler;
+    filler.mesh_ = &mesh;
+    filler.calc_avg_edge_len();
+    EXPECT_NEAR(filler.avg_edge_len_, (2.0 + std::sqrt(2.0)) / 5.0, 1e-7);
 }
 
 TEST(HoleFillingCore, ComponentWithoutFixedSurroundingsIsNoPatch)

@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+
 namespace
 {
 
@@ -61,6 +63,20 @@ TEST(StepInput, CleaningLeavesTheMeshThatItIsGivenAsItIs)
     EXPECT_EQ(result.before.faces, faces);
     EXPECT_LT(result.after.faces, faces);
     EXPECT_EQ(result.mesh.n_faces(), result.after.faces);
+}
+
+TEST(StepInput, HiddenEdgesCountForTheAverageLengthAndDeletedOnesDoNot)
+{
+    TriMesh mesh = grid(1, 1);
+    mesh.request_edge_status();
+    veld::Context context;
+    double const all = veld::inspect(mesh, context).average_edge_length;
+    EXPECT_NEAR(all, (4.0 + std::sqrt(2.0)) / 5.0, 1e-7);
+    mesh.status(OpenMesh::EdgeHandle(0)).set_hidden(true);
+    EXPECT_EQ(veld::inspect(mesh, context).average_edge_length, all);
+    mesh.status(OpenMesh::EdgeHandle(0)).set_deleted(true); // one of unit length
+    EXPECT_NEAR(veld::inspect(mesh, context).average_edge_length, (3.0 + std::sqrt(2.0)) / 4.0,
+                1e-7);
 }
 
 TEST(StepInput, ACloudIsCleanedByMarkersOnly)

@@ -33,14 +33,21 @@ std::size_t count_boundary_gaps(TriMesh const& mesh, OpenMesh::VertexHandle vert
     return gaps;
 }
 
+/// Over all edges that are not deleted; the mesh's own range would leave hidden ones out too.
 double average_edge_length(TriMesh const& mesh)
 {
     double sum = 0.0;
-    for (auto const edge : mesh.edges())
+    std::size_t n = 0;
+    for (auto const edge : mesh.all_edges())
     {
-        sum += (mesh.point(edge.v0()).cast<double>() - mesh.point(edge.v1()).cast<double>()).norm();
+        if (!mesh.has_edge_status() || !mesh.status(edge).deleted())
+        {
+            sum += (mesh.point(edge.v0()).cast<double>() - mesh.point(edge.v1()).cast<double>())
+                       .norm();
+            ++n;
+        }
     }
-    return mesh.n_edges() == 0 ? 0.0 : sum / static_cast<double>(mesh.n_edges());
+    return n == 0 ? 0.0 : sum / static_cast<double>(n);
 }
 
 } // namespace
