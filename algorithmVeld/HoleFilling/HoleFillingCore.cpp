@@ -11,9 +11,9 @@
 #include "algorithmVeld/HoleFilling/careful/HoleWork.h"
 #include "algorithmVeld/HoleFilling/careful/PatchGrowth.h"
 #include "algorithmVeld/common/arrays/checked.h"
+#include "algorithmVeld/common/mesh/MeshNormals.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Log.h"
-#include "algorithmVeld/common/running/ParallelFor.h"
 #include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
@@ -34,29 +34,6 @@ void add_filled_property(TriMesh& mesh, Handle& handle, char const* name, Value 
     mesh.add_property(handle, name);
     auto& values = mesh.property(handle).data_vector();
     std::fill(values.begin(), values.end(), value);
-}
-
-/// Face and vertex normals as OpenMesh's `update_normals` computes them, on all cores.
-void update_normals(TriMesh& mesh)
-{
-    detail::parallel_for_even(static_cast<std::ptrdiff_t>(mesh.n_faces()),
-                              [&](std::ptrdiff_t i)
-                              {
-                                  OpenMesh::FaceHandle const face(static_cast<int>(i));
-                                  if (!detail::is_deleted(mesh, face))
-                                  {
-                                      mesh.set_normal(face, mesh.calc_face_normal(face));
-                                  }
-                              });
-    detail::parallel_for_even(static_cast<std::ptrdiff_t>(mesh.n_vertices()),
-                              [&](std::ptrdiff_t i)
-                              {
-                                  OpenMesh::VertexHandle const vertex(static_cast<int>(i));
-                                  if (!detail::is_deleted(mesh, vertex))
-                                  {
-                                      mesh.set_normal(vertex, mesh.calc_vertex_normal(vertex));
-                                  }
-                              });
 }
 
 } // namespace
@@ -195,16 +172,15 @@ RetVal HoleFillingCore::main_process()
 {
     detail::StepTimer const timer("main-process");
     log("main_process() ..\n");
-    detail::Stages stages({4, 4, 50, 2, 40});
+    detail::Stages stages({1, 3, 4, 50, 2, 40});
     stages.next();
     calc_avg_edge_len();
     dijkstra_dis_thr_ = static_cast<float>(topology_dis_thr_ * avg_edge_len_);
     long_edge_thr_ = 1.5 * avg_edge_len_;
     log("\n  long edge thr:       %f\n\n", long_edge_thr_);
     show_hole_filling_param();
-    mesh_->request_vertex_normals();
-    mesh_->request_face_normals();
-    update_normals(*mesh_);
+    stages.next();
+    detail::renew_normals(*mesh_);
     add_run_properties();
     stages.next();
     {

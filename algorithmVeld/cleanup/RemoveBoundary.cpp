@@ -5,6 +5,7 @@
 #include "algorithmVeld/common/arrays/ChannelScope.h"
 #include "algorithmVeld/common/mesh/Compaction.h"
 #include "algorithmVeld/common/mesh/FaceSearch.h"
+#include "algorithmVeld/common/mesh/MeshNormals.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/mesh/points.h"
 #include "algorithmVeld/common/running/Log.h"

@@ -2,7 +2,7 @@
 
 #include "algorithmVeld/common/KdTree3f.h"
 #include "algorithmVeld/common/geometry/angles.h"
-#include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/mesh/MeshNormals.h"
 #include "algorithmVeld/common/mesh/points.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/ParallelFor.h"

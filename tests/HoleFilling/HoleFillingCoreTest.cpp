@@ -387,6 +387,26 @@ TEST(HoleFillingCore, NinePropertiesStayAfterEachCall)
     EXPECT_EQ(count_properties(other), before + 9 + 2);
 }
 
+TEST(HoleFillingCore, AllNormalsAreThoseOfTheMeshBeforeItIsFilled)
+{
+    TriMesh mesh = sphere_with_hole(3, 0.5);
+    mesh.request_face_normals();
+    mesh.request_vertex_normals();
+    mesh.request_halfedge_normals();
+    TriMesh expected = mesh;
+    expected.update_normals();
+    HoleFillingCore filler;
+    fill(filler, mesh, holes_of(mesh));
+    for (auto const v : expected.vertices())
+    {
+        ASSERT_EQ(mesh.normal(v), expected.normal(v));
+    }
+    for (auto const h : expected.halfedges())
+    {
+        ASSERT_EQ(mesh.normal(h), expected.normal(h));
+    }
+}
+
 TEST(HoleFillingCore, TooManyVerticesCountOnlyWhenTheLimitIsOn)
 {
     Holes holes;

@@ -1,5 +1,5 @@
 #include "algorithmVeld/cleanup/RemoveBoundary.h"
-#include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/mesh/MeshNormals.h"
 #include "algorithmVeld/common/mesh_conversion.h"
 #include "dirty_meshes.h"
 #include "reference_cleanup.h"

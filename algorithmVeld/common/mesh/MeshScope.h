@@ -1,7 +1,6 @@
 #pragma once
 
 #include "algorithmVeld/common/TriMesh.h"
-#include "algorithmVeld/common/running/Progress.h"
 
 #include <vector>
 
@@ -91,60 +90,6 @@ inline bool is_deleted(TriMesh const& mesh, OpenMesh::HalfedgeHandle halfedge)
 {
     return (mesh.has_halfedge_status() && mesh.status(halfedge).deleted()) ||
            is_deleted(mesh, mesh.edge_handle(halfedge));
-}
-
-/// Computes the normals of faces and vertices, element by element what OpenMesh's updates do, which
-/// cannot be ended.
-inline void update_normals(TriMesh& mesh)
-{
-    LoopProgress progress(mesh.n_faces() + mesh.n_vertices());
-    for (auto const face : mesh.faces())
-    {
-        progress.next();
-        mesh.set_normal(face, mesh.calc_face_normal(face));
-    }
-    for (auto const vertex : mesh.vertices())
-    {
-        progress.next();
-        mesh.set_normal(vertex, mesh.calc_vertex_normal(vertex));
-    }
-}
-
-/// Requests the normals that the mesh lacks and, if any were lacking, computes both kinds, so that
-/// they agree. They stay: the next call finds them.
-inline void provide_normals(TriMesh& mesh)
-{
-    if (mesh.has_face_normals() && mesh.has_vertex_normals())
-    {
-        return;
-    }
-    bool const lacked_face_normals = !mesh.has_face_normals();
-    bool const lacked_vertex_normals = !mesh.has_vertex_normals();
-    try
-    {
-        if (lacked_face_normals)
-        {
-            mesh.request_face_normals();
-        }
-        if (lacked_vertex_normals)
-        {
-            mesh.request_vertex_normals();
-        }
-        update_normals(mesh);
-    }
-    catch (...)
-    {
-        // Half of them would be taken for all by the next call.
-        if (lacked_face_normals && mesh.has_face_normals())
-        {
-            mesh.release_face_normals();
-        }
-        if (lacked_vertex_normals && mesh.has_vertex_normals())
-        {
-            mesh.release_vertex_normals();
-        }
-        throw;
-    }
 }
 
 /// What happens to a vertex that loses its last face.

@@ -100,7 +100,18 @@ void parallel_for_even(std::ptrdiff_t n, Body const& body)
     progress.finish();
 }
 
-/// The same with one iteration at a time to whichever thread is free: for work of uneven size.
+/// The same with blocks of iterations, `body(begin, end)`, in which nobody is told or asked: for
+/// iterations so short that this would take longer than they do.
+template <typename Body>
+void parallel_for_blocks(std::ptrdiff_t n, Body const& body)
+{
+    constexpr std::ptrdiff_t BLOCK = 4096;
+    parallel_for_even((n + BLOCK - 1) / BLOCK,
+                      [&](std::ptrdiff_t k) { body(k * BLOCK, std::min(n, (k + 1) * BLOCK)); });
+}
+
+/// The loop of `parallel_for_even` with one iteration at a time to whichever thread is free: for
+/// work of uneven size.
 template <typename Body>
 void parallel_for_uneven(std::ptrdiff_t n, Body const& body)
 {
