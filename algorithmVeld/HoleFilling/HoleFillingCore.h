@@ -147,9 +147,9 @@ public:
                                 std::vector<std::vector<VertexHandle>>& patch_verts);
     void show_hole_filling_param();
     void show_mesh_info();
-    /// Writes the mesh to `gPH.result_dir`/`name`.
+    /// With logging and file saving on, writes the mesh to `gPH.result_dir`/`name`.
     void save_mesh(std::string const& name);
-    /// Writes the region of each hole to `gPH.result_dir` as text OBJ.
+    /// With logging on, writes the region of each hole to `gPH.result_dir` as text OBJ.
     void save_holes();
 
     /// @}

@@ -196,6 +196,10 @@ void HoleFillingCore::show_mesh_info()
 
 void HoleFillingCore::save_mesh(std::string const& name)
 {
+    if (!gPH.log_enabled || !enable_file_saving_)
+    {
+        return;
+    }
     char path[512];
     format_line(path, "%s/%s", gPH.result_dir.c_str(), name.c_str());
     detail::dump_mesh(*mesh_, path, "save-mesh");
@@ -203,6 +207,10 @@ void HoleFillingCore::save_mesh(std::string const& name)
 
 void HoleFillingCore::save_holes()
 {
+    if (!gPH.log_enabled)
+    {
+        return;
+    }
     log("save_holes() ..\n");
     detail::save_regions(*mesh_, regions_);
 }

@@ -618,6 +618,28 @@ TEST(HoleFillingCore, SubMeshesAreWrittenWhereLoggingAndSavingAreOn)
     }
 }
 
+TEST(HoleFillingCore, TheMeshIsSavedWithBothSwitchesAndTheRegionsWithTheLog)
+{
+    TriMesh mesh = veld_test::grid_with_hole(3);
+    OpenFiller filler;
+    fill(filler, mesh, inner_holes_of(mesh));
+    filler.mesh_ = &mesh;
+    for (bool const logging : {false, true})
+    {
+        for (bool const saving : {false, true})
+        {
+            veld_test::TempDir const dir;
+            LogCapture const log(logging);
+            gPH.set_result_dir(dir.path().string());
+            filler.set_enable_file_saving(saving);
+            filler.save_mesh("mesh.stl");
+            filler.save_holes();
+            EXPECT_EQ(std::filesystem::exists(dir.path() / "mesh.stl"), logging && saving);
+            EXPECT_EQ(std::filesystem::exists(dir.path() / "hole-0000-sub-mesh.obj"), logging);
+        }
+    }
+}
+
 TEST(HoleFillingCore, DumpThatCannotBeWrittenIsLoggedAndChangesNothing)
 {
     veld_test::TempDir const dir;
