@@ -36,6 +36,19 @@ void add_filled_property(TriMesh& mesh, Handle& handle, char const* name, Value 
     std::fill(values.begin(), values.end(), value);
 }
 
+/// Points at the host's mesh until the end of the scope, and not beyond it.
+class MeshOfRun
+{
+public:
+    MeshOfRun(TriMesh*& pointer, TriMesh& mesh) : pointer_(pointer) { pointer_ = &mesh; }
+    ~MeshOfRun() { pointer_ = nullptr; }
+    MeshOfRun(MeshOfRun const&) = delete;
+    MeshOfRun& operator=(MeshOfRun const&) = delete;
+
+private:
+    TriMesh*& pointer_;
+};
+
 } // namespace
 
 RetVal HoleFillingCore::fill_holes_core(TriMesh& mesh,
@@ -47,7 +60,8 @@ RetVal HoleFillingCore::fill_holes_core(TriMesh& mesh,
 {
     gPH.log_enabled = verbose;
     log("fill_holes_core() ..try to fill %d holes\n", static_cast<int>(holes.size()));
-    begin_run(mesh, holes.size(), rings);
+    MeshOfRun const scope(mesh_, mesh);
+    begin_run(holes.size(), rings);
     std::map<std::size_t, std::size_t> given_index;
     for (std::size_t i = 0; i < holes.size(); ++i)
     {
@@ -95,7 +109,8 @@ RetVal HoleFillingCore::fill_single_hole_core(TriMesh& mesh, std::vector<VertexH
 {
     gPH.log_enabled = verbose;
     log("fill_single_hole_core() ..\n");
-    begin_run(mesh, 1, rings);
+    MeshOfRun const scope(mesh_, mesh);
+    begin_run(1, rings);
     std::vector<HalfedgeHandle> halfedges;
     if (create_hole_cell_from_verts(hole, halfedges) != RET_SUCCESS)
     {
@@ -135,19 +150,35 @@ void HoleFillingCore::set_smooth_type(int smooth_type)
     }
 }
 
-void HoleFillingCore::begin_run(TriMesh& mesh, std::size_t n_holes, int rings)
+/// Nothing of a former run stays: its handles are those of another mesh.
+void HoleFillingCore::begin_run(std::size_t n_holes, int rings)
 {
-    mesh_ = &mesh;
     topology_dis_thr_ = rings;
     hole_result_.assign(n_holes, false);
     holes_.clear();
+    regions_.clear();
+    hole_done_.clear();
+    patches_.clear();
     open_holes_.clear();
+}
+
+bool HoleFillingCore::has_mesh() const
+{
+    if (mesh_ == nullptr)
+    {
+        log("  !!!error: no mesh outside a run [%s (%d)]\n", __FILE__, __LINE__);
+    }
+    return mesh_ != nullptr;
 }
 
 RetVal HoleFillingCore::create_hole_cell_from_verts(std::vector<VertexHandle> const& verts,
                                                     std::vector<HalfedgeHandle>& halfedges)
 {
     log("create_hole_cell_from_verts() ..\n");
+    if (!has_mesh())
+    {
+        return RET_INVALID_INPUT;
+    }
     if (verts.size() < 3)
     {
         return RET_INVALID_INPUT;
@@ -172,6 +203,10 @@ RetVal HoleFillingCore::main_process()
 {
     detail::StepTimer const timer("main-process");
     log("main_process() ..\n");
+    if (!has_mesh())
+    {
+        return RET_FAILED;
+    }
     detail::Stages stages({1, 3, 4, 50, 2, 40});
     stages.next();
     calc_avg_edge_len();
@@ -235,6 +270,10 @@ void HoleFillingCore::fair_patches()
 void HoleFillingCore::calc_avg_edge_len()
 {
     log("calc_avg_edge_len() ..\n");
+    if (!has_mesh())
+    {
+        return;
+    }
     double sum = 0.0;
     detail::CancelPoll poll;
     for (auto const edge : mesh_->all_edges())
@@ -252,6 +291,10 @@ void HoleFillingCore::calc_avg_edge_len()
 void HoleFillingCore::find_holes_region()
 {
     log("find_holes_region() ..\n");
+    if (!has_mesh())
+    {
+        return;
+    }
     auto& in_region = mesh_->property(face_region_prop_).data_vector();
     std::fill(in_region.begin(), in_region.end(), false);
     detail::measure_edges(*mesh_, vert_edge_len_prop_);
@@ -263,6 +306,10 @@ void HoleFillingCore::find_holes_region()
 void HoleFillingCore::process_holes_expanded()
 {
     log("process_holes_expanded() ..\n");
+    if (!has_mesh())
+    {
+        return;
+    }
     hole_done_.assign(holes_.size(), false);
     if (holes_.empty())
     {
@@ -422,6 +469,10 @@ void HoleFillingCore::save_sub_mesh(std::size_t hole, detail::HoleWork const& wo
 void HoleFillingCore::create_smooth_patch()
 {
     log("create_smooth_patch() ..\n");
+    if (!has_mesh())
+    {
+        return;
+    }
     show_mesh_info();
     patches_ = detail::grow_patches(*mesh_, vert_new_prop_, vert_region_prop_);
     auto& patch_of = mesh_->property(vert_patch_prop_).data_vector();
@@ -443,28 +494,30 @@ void HoleFillingCore::create_smooth_patch()
 bool HoleFillingCore::fairing_patch_C0()
 {
     log("fairing_patch_C0() ..\n");
-    fair(1);
-    return true;
+    return fair(1);
 }
 
 bool HoleFillingCore::fairing_patch_C1()
 {
     log("fairing_patch_C1() ..\n");
-    fair(2);
-    return true;
+    return fair(2);
 }
 
 bool HoleFillingCore::fairing_patch_C2()
 {
     log("fairing_patch_C2() ..\n");
-    fair(3);
-    return true;
+    return fair(3);
 }
 
-void HoleFillingCore::fair(int order)
+bool HoleFillingCore::fair(int order)
 {
+    if (!has_mesh())
+    {
+        return false;
+    }
     detail::fair_patches(*mesh_, patches_, fairing_system(order),
                          {fairing_min_verts_thr_, fairing_verts_thr_});
+    return true;
 }
 
 void HoleFillingCore::check_C0_value()
@@ -487,6 +540,10 @@ void HoleFillingCore::check_C2_value()
 
 void HoleFillingCore::check(int order, char const* format)
 {
+    if (!has_mesh())
+    {
+        return;
+    }
     detail::log_unmet_equations(*mesh_, patches_, fairing_system(order),
                                 {fairing_min_verts_thr_, fairing_verts_thr_}, format);
 }
@@ -504,6 +561,10 @@ void HoleFillingCore::get_extra_filling_info(std::vector<std::vector<FaceHandle>
                                              std::vector<std::vector<VertexHandle>>& patch_verts)
 {
     log("get_extra_filling_info() ..\n");
+    if (!has_mesh())
+    {
+        return;
+    }
     new_faces.clear();
     new_verts.clear();
     patch_verts = patches_;

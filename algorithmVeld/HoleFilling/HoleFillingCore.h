@@ -129,7 +129,8 @@ public:
 
     /// @}
     /// \name Steps of a run
-    /// They work on the mesh of the current run.
+    /// They work on the mesh of the current run. Outside a run there is none: they log that and do
+    /// nothing, and those with a result return one that is not success.
     /// @{
 
     /// Turns a hole's vertices into its boundary halfedges, one from each vertex to the next.
@@ -237,7 +238,7 @@ public:
     /// Moves the patches so that the first (C0), second (C1) or third (C2) power of the Laplace
     /// operator vanishes on them. A patch that is too small, too large or cannot be solved stays as
     /// it is.
-    /// \return true
+    /// \return true; false outside a run
     bool fairing_patch_C0();
     bool fairing_patch_C1();
     bool fairing_patch_C2();
@@ -257,7 +258,7 @@ public:
     /// @}
 
 protected:
-    TriMesh* mesh_ = nullptr;                        ///< Mesh of the current run, not owned.
+    TriMesh* mesh_ = nullptr;                        ///< Mesh of the current run, else none.
     int weight_type_ = 0;                            ///< Fairing weights: 0 uniform.
     int smooth_type_ = 1;                            ///< Fairing order: 0 C0, 1 C1, 2 C2.
     std::vector<std::vector<HalfedgeHandle>> holes_; ///< Boundary loops of the legal holes.
@@ -291,7 +292,8 @@ protected:
     bool enable_file_saving_ = false;                ///< With logging on, write debug meshes.
 
 private:
-    void begin_run(TriMesh& mesh, std::size_t n_holes, int rings);
+    void begin_run(std::size_t n_holes, int rings);
+    bool has_mesh() const;
     void add_run_properties();
     void fair_patches();
 
@@ -304,7 +306,7 @@ private:
     void save_sub_mesh(std::size_t hole, detail::HoleWork const& work, char const* pattern,
                        char const* step) const;
 
-    void fair(int order);
+    bool fair(int order);
     void check(int order, char const* format);
 
     detail::TriangulationRule triangulation_rule() const;

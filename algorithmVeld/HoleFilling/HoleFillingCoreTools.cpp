@@ -133,6 +133,10 @@ bool HoleFillingCore::MKL_Pardiso(SparseRows const& a, DenseVector const& b,
 void HoleFillingCore::show_hole_filling_param()
 {
     log("show_hole_filling_param() ..\n");
+    if (!has_mesh())
+    {
+        return;
+    }
     log("\n===============< Hole Filling Param >===============\n");
     log(weight_type_ == 0 ? "  hole fairing weight type:        uniform\n"
                           : "  hole fairing weight type:        scale-dependent\n");
@@ -154,7 +158,7 @@ void HoleFillingCore::show_hole_filling_param()
 
 void HoleFillingCore::show_mesh_info()
 {
-    if (!gPH.log_enabled)
+    if (!has_mesh() || !gPH.log_enabled)
     {
         return;
     }
@@ -196,7 +200,7 @@ void HoleFillingCore::show_mesh_info()
 
 void HoleFillingCore::save_mesh(std::string const& name)
 {
-    if (!gPH.log_enabled || !enable_file_saving_)
+    if (!has_mesh() || !gPH.log_enabled || !enable_file_saving_)
     {
         return;
     }
@@ -207,7 +211,7 @@ void HoleFillingCore::save_mesh(std::string const& name)
 
 void HoleFillingCore::save_holes()
 {
-    if (!gPH.log_enabled)
+    if (!has_mesh() || !gPH.log_enabled)
     {
         return;
     }

@@ -1,5 +1,6 @@
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 
+#include "algorithmVeld/common/RunScope.h"
 #include "algorithmVeld/common/mesh_io.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
 #include "tests/support/log_capture.h"
@@ -355,6 +356,73 @@ TEST(HoleFillingCore, SingleIllegalHoleIsRefused)
     EXPECT_EQ(faces.size(), 1U);
     EXPECT_EQ(log.text(), "fill_single_hole_core() ..\ncreate_hole_cell_from_verts() ..\n"
                           "  !!! wrong hole VertexHandle array.\n");
+}
+
+TEST(HoleFillingCore, StepsOutsideARunLogThatThereIsNoMeshAndFail)
+{
+    std::vector<std::vector<FaceHandle>> faces{{FaceHandle(3)}};
+    Holes verts;
+    std::vector<OpenMesh::HalfedgeHandle> halfedges;
+    auto const take_every_step = [&](OpenFiller& filler)
+    {
+        EXPECT_EQ(filler.create_hole_cell_from_verts({vh(0), vh(1), vh(2)}, halfedges),
+                  RET_INVALID_INPUT);
+        EXPECT_EQ(filler.main_process(), RET_FAILED);
+        filler.calc_avg_edge_len();
+        filler.find_holes_region();
+        filler.process_holes_expanded();
+        filler.create_smooth_patch();
+        EXPECT_FALSE(filler.fairing_patch_C0());
+        EXPECT_FALSE(filler.fairing_patch_C1());
+        EXPECT_FALSE(filler.fairing_patch_C2());
+        filler.check_C0_value();
+        filler.check_C1_value();
+        filler.check_C2_value();
+        filler.get_extra_filling_info(faces, verts, verts);
+        filler.show_hole_filling_param();
+        filler.show_mesh_info();
+        filler.save_mesh("mesh.stl");
+        filler.save_holes();
+    };
+    LogCapture const log;
+    OpenFiller filler;
+    take_every_step(filler);
+    EXPECT_EQ(log.count("  !!!error: no mesh outside a run ["), 17);
+    {
+        TriMesh mesh = veld_test::grid_with_hole(3);
+        fill(filler, mesh, inner_holes_of(mesh), 3, true);
+    }
+    EXPECT_EQ(filler.mesh_, nullptr);
+    take_every_step(filler);
+    EXPECT_EQ(log.count("  !!!error: no mesh outside a run ["), 2 * 17);
+    EXPECT_TRUE(halfedges.empty());
+    EXPECT_EQ(faces.size(), 1U);
+}
+
+TEST(HoleFillingCore, NothingOfAFormerRunIsLeftWhenTheNextFails)
+{
+    TriMesh mesh = sphere_with_hole(4, 0.5);
+    OpenFiller filler;
+    fill(filler, mesh, holes_of(mesh));
+    ASSERT_FALSE(filler.patches_.empty());
+    TriMesh small = veld_test::lone_triangle();
+    EXPECT_EQ(fill(filler, small, {{vh(0), vh(1)}}).result, RET_INVALID_INPUT);
+    EXPECT_TRUE(filler.regions_.empty());
+    EXPECT_TRUE(filler.patches_.empty());
+    EXPECT_TRUE(filler.hole_done_.empty());
+    EXPECT_EQ(filler.mesh_, nullptr);
+}
+
+TEST(HoleFillingCore, TheMeshIsLetGoOfWhenARunIsEnded)
+{
+    TriMesh mesh = veld_test::grid_with_hole(3);
+    Holes const holes = inner_holes_of(mesh);
+    CancelToken const token;
+    token.cancel();
+    RunScope const scope(token);
+    OpenFiller filler;
+    EXPECT_THROW(fill(filler, mesh, holes), Cancelled);
+    EXPECT_EQ(filler.mesh_, nullptr);
 }
 
 TEST(HoleFillingCore, ReversedHoleHasNoRegionAndStaysOpen)
