@@ -1,5 +1,6 @@
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 #include "tests/HoleFilling/hole_meshes.h"
+#include "tests/support/array_watch.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/meshes.h"
 
@@ -185,6 +186,16 @@ TEST(HoleTriangulation, RefusesALoopWithoutAFaceBeyondAndLeavesItsMarks)
     EXPECT_EQ(1U, hole.mesh.n_faces());
     EXPECT_EQ(properties + 3, vertex_properties(hole.mesh));
     EXPECT_EQ(1, log.count("  !!!error: invalid face handle ["));
+}
+
+TEST(HoleTriangulation, TouchesNoArrayOfTheWholeMesh)
+{
+    auto hole = veld_test::hole_mesh(veld_test::open_cone(8), 2, 1);
+    veld_test::ArrayWatch const watch(hole.mesh);
+    EXPECT_TRUE(triangulate(hole));
+    // Every property that is added makes the mesh size the others anew.
+    EXPECT_EQ(0U, watch.vertices());
+    EXPECT_EQ(6U, watch.faces()) << "the new ones";
 }
 
 TEST(HoleTriangulation, RemovesItsMarksAfterTheSetUp)

@@ -1,5 +1,6 @@
 #include "algorithmVeld/HoleFilling/careful/HoleTriangulation.h"
 
+#include "algorithmVeld/common/arrays/IndexTable.h"
 #include "algorithmVeld/common/arrays/checked.h"
 #include "algorithmVeld/common/geometry/TriangleGeometry.h"
 #include "algorithmVeld/common/mesh/AddFace.h"
@@ -7,6 +8,7 @@
 
 #include <omp.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace OrvaneAlgorithm::detail
@@ -18,44 +20,74 @@ using OpenMesh::FaceHandle;
 using OpenMesh::HalfedgeHandle;
 using OpenMesh::VertexHandle;
 
-/// The temporary properties of the set-up.
-struct RimMarks
+/// The corners and edges of the loop that are known so far.
+class RimMarks
 {
+public:
+    explicit RimMarks(std::size_t n) : corners_(n), edges_(n) {}
+
+    /// Marks a corner of the loop, and the edge behind it.
+    void add(VertexHandle v, OpenMesh::EdgeHandle edge, int place)
+    {
+        auto const corner = static_cast<std::size_t>(corners_.add(v.idx()));
+        if (corner == corners_at_.size())
+        {
+            corners_at_.push_back({});
+        }
+        int const count = ++corners_at_[corner].count;
+        if (count > 1)
+        {
+            log_line(gPH.log_enabled, "   @@@complex hole (vert[%d] appear %d times) [%s (%d)]\n",
+                     v.idx(), count, __FILE__, __LINE__);
+        }
+        corners_at_[corner].place = place;
+        edges_.add(edge.idx());
+    }
+
+    bool is_on_loop(OpenMesh::EdgeHandle edge) const { return edges_.contains(edge.idx()); }
+
+    /// Where a vertex stands in the loop; -1 if it does not.
+    int place_of(VertexHandle v) const
+    {
+        int const corner = corners_.find(v.idx());
+        return corner == IndexTable::NONE ? -1
+                                          : corners_at_[static_cast<std::size_t>(corner)].place;
+    }
+
+private:
+    struct Corner
+    {
+        int count = 0; ///< How often the loop passes it.
+        int place = 0; ///< Where it does so for the last time.
+    };
+
+    IndexTable corners_;
+    std::vector<Corner> corners_at_;
+    IndexTable edges_;
+};
+
+/// Leaves marks of the loop's first edges on the mesh, where hosts look for them.
+bool refuse_rim(TriMesh& mesh, std::vector<HalfedgeHandle> const& loop, std::size_t marked)
+{
+    log_line(gPH.log_enabled, "  !!!error: invalid face handle [%s (%d)]\n", __FILE__, __LINE__);
     OpenMesh::VPropHandleT<bool> on_hole;
     OpenMesh::VPropHandleT<int> hole_index;
     OpenMesh::VPropHandleT<int> count;
     OpenMesh::EPropHandleT<bool> hole_edge;
-
-    explicit RimMarks(TriMesh& mesh)
+    mesh.add_property(on_hole, "<vprop>");
+    mesh.add_property(hole_index, "<vprop>");
+    mesh.add_property(count, "<vprop>");
+    mesh.add_property(hole_edge, "<eprop>");
+    auto& places = mesh.property(hole_index).data_vector();
+    std::fill(places.begin(), places.end(), -1);
+    for (std::size_t k = 0; k < marked; ++k)
     {
-        mesh.add_property(on_hole, "<vprop>");
-        mesh.add_property(hole_index, "<vprop>");
-        mesh.add_property(count, "<vprop>");
-        mesh.add_property(hole_edge, "<eprop>");
-        for (auto const v : mesh.all_vertices())
-        {
-            mesh.property(on_hole, v) = false;
-            mesh.property(hole_index, v) = -1;
-            mesh.property(count, v) = 0;
-        }
-        for (auto const e : mesh.all_edges())
-        {
-            mesh.property(hole_edge, e) = false;
-        }
+        auto const v = mesh.from_vertex_handle(loop[k]);
+        mesh.property(on_hole, v) = true;
+        mesh.property(hole_index, v) = static_cast<int>(k);
+        ++mesh.property(count, v);
+        mesh.property(hole_edge, mesh.edge_handle(loop[k])) = true;
     }
-
-    void remove(TriMesh& mesh)
-    {
-        mesh.remove_property(on_hole);
-        mesh.remove_property(hole_index);
-        mesh.remove_property(count);
-        mesh.remove_property(hole_edge);
-    }
-};
-
-bool refuse_rim()
-{
-    log_line(gPH.log_enabled, "  !!!error: invalid face handle [%s (%d)]\n", __FILE__, __LINE__);
     return false;
 }
 
@@ -63,27 +95,19 @@ bool refuse_rim()
 bool mark_rim(TriMesh& mesh, std::vector<HalfedgeHandle> const& loop, RimMarks& marks,
               HolePolygon& polygon)
 {
-    for (std::size_t k = 0; k < loop.size(); ++k)
+    for (auto const h : loop)
     {
-        if (!mesh.is_valid_handle(loop[k]))
+        if (!mesh.is_valid_handle(h))
         {
-            return refuse_rim();
+            return refuse_rim(mesh, loop, polygon.verts.size());
         }
-        auto const v = mesh.from_vertex_handle(loop[k]);
+        auto const v = mesh.from_vertex_handle(h);
+        marks.add(v, mesh.edge_handle(h), static_cast<int>(polygon.verts.size()));
         polygon.verts.push_back(v);
-        int const count = ++mesh.property(marks.count, v);
-        if (mesh.property(marks.on_hole, v))
-        {
-            log_line(gPH.log_enabled, "   @@@complex hole (vert[%d] appear %d times) [%s (%d)]\n",
-                     v.idx(), count, __FILE__, __LINE__);
-        }
-        mesh.property(marks.on_hole, v) = true;
-        mesh.property(marks.hole_index, v) = static_cast<int>(k);
-        mesh.property(marks.hole_edge, mesh.edge_handle(loop[k])) = true;
-        auto const f = mesh.face_handle(mesh.opposite_halfedge_handle(loop[k]));
+        auto const f = mesh.face_handle(mesh.opposite_halfedge_handle(h));
         if (!f.is_valid())
         {
-            return refuse_rim();
+            return refuse_rim(mesh, loop, polygon.verts.size());
         }
         polygon.faces.push_back(f);
     }
@@ -91,7 +115,7 @@ bool mark_rim(TriMesh& mesh, std::vector<HalfedgeHandle> const& loop, RimMarks& 
 }
 
 /// Notes the corners that a face beside the hole joins already.
-void find_existing_edges(TriMesh& mesh, RimMarks const& marks, HolePolygon& polygon)
+void find_existing_edges(TriMesh const& mesh, RimMarks const& marks, HolePolygon& polygon)
 {
     std::size_t const n = polygon.verts.size();
     polygon.edge_exist.assign(n * n, false);
@@ -99,13 +123,12 @@ void find_existing_edges(TriMesh& mesh, RimMarks const& marks, HolePolygon& poly
     {
         for (auto const h : mesh.fh_range(f))
         {
-            bool const joins_corners = !mesh.property(marks.hole_edge, h.edge()) &&
-                                       mesh.property(marks.on_hole, h.from()) &&
-                                       mesh.property(marks.on_hole, h.to());
-            if (joins_corners)
+            int const from = marks.place_of(h.from());
+            int const to = marks.place_of(h.to());
+            if (from >= 0 && to >= 0 && !marks.is_on_loop(h.edge()))
             {
-                auto const a = static_cast<std::size_t>(mesh.property(marks.hole_index, h.from()));
-                auto const b = static_cast<std::size_t>(mesh.property(marks.hole_index, h.to()));
+                auto const a = static_cast<std::size_t>(from);
+                auto const b = static_cast<std::size_t>(to);
                 polygon.edge_exist[a * n + b] = true;
                 polygon.edge_exist[b * n + a] = true;
             }
@@ -153,13 +176,12 @@ PolygonRim take_rim(TriMesh const& mesh, HolePolygon& polygon)
 bool find_hole_polygon(TriMesh& mesh, std::vector<HalfedgeHandle> const& loop, HolePolygon& polygon)
 {
     polygon = {};
-    RimMarks marks(mesh);
+    RimMarks marks(loop.size());
     if (!mark_rim(mesh, loop, marks, polygon))
     {
         return false;
     }
     find_existing_edges(mesh, marks, polygon);
-    marks.remove(mesh);
     return true;
 }
 

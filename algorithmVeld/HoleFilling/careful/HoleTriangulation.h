@@ -23,9 +23,9 @@ struct HolePolygon
     std::vector<bool> edge_exist; ///< Whether the mesh joins corners a and b, at a * n + b.
 };
 
-/// Reads a hole's polygon.
-/// \return false if a halfedge has no face on its other side. Four temporary properties then stay
-///         on the mesh.
+/// Reads a hole's polygon, at the cost of the hole.
+/// \return false if a halfedge has no face on its other side. Four properties then stay on the
+///         mesh, with the marks of the loop up to there.
 bool find_hole_polygon(TriMesh& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop,
                        HolePolygon& polygon);
 
