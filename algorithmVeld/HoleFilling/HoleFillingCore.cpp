@@ -321,18 +321,21 @@ void HoleFillingCore::process_holes_expanded()
     {
         detail::StepTimer const step("create-sub-mesh", "process-holes-expanded");
         log("create hole mesh array ..\n");
-        detail::for_each_hole(holes_, [&](std::size_t i) { create_sub_mesh(i, works[i]); });
+        detail::for_each_hole(holes_, [&](std::size_t i, auto const* /*turn*/)
+                              { create_sub_mesh(i, works[i]); });
     }
     stages.next();
     {
         detail::StepTimer const step("hole-triangulation", "process-holes-expanded");
         log("start fill hole mesh array ..\n");
-        detail::for_each_hole(holes_, [&](std::size_t i) { triangulate_hole(i, works[i]); });
+        detail::for_each_hole(holes_, [&](std::size_t i, auto const* turn)
+                              { triangulate_hole(i, works[i], turn); });
     }
     stages.next();
     {
         detail::StepTimer const step("hole-refinement", "process-holes-expanded");
-        detail::for_each_hole(holes_, [&](std::size_t i) { refine_hole(i, works[i]); });
+        detail::for_each_hole(holes_, [&](std::size_t i, auto const* /*turn*/)
+                              { refine_hole(i, works[i]); });
     }
     stages.next();
     {
@@ -365,7 +368,8 @@ void HoleFillingCore::create_sub_mesh(std::size_t hole, detail::HoleWork& work) 
     }
 }
 
-void HoleFillingCore::triangulate_hole(std::size_t hole, detail::HoleWork& work) const
+void HoleFillingCore::triangulate_hole(std::size_t hole, detail::HoleWork& work,
+                                       detail::HoleTurn const* turn) const
 {
     if (work.open)
     {
@@ -375,7 +379,8 @@ void HoleFillingCore::triangulate_hole(std::size_t hole, detail::HoleWork& work)
     auto& sub = *work.sub;
     int const vertices = static_cast<int>(sub.loop.size());
     log("  start hole_triangulation( %d )  with ( %d ) vertices ..\n", index, vertices);
-    work.open = detail::triangulate_hole(sub.mesh, sub.loop, sub.face_new, triangulation_rule());
+    work.open =
+        detail::triangulate_hole(sub.mesh, sub.loop, sub.face_new, triangulation_rule(), {}, turn);
     log("  hole_triangulation( %d ) done.\n", index);
     if (work.open)
     {

@@ -18,6 +18,7 @@ namespace detail
 {
 struct FairingSystem;
 struct HoleSubMesh;
+struct HoleTurn;
 struct HoleWork;
 struct TriangulationRule;
 } // namespace detail
@@ -298,7 +299,8 @@ private:
     void fair_patches();
 
     void create_sub_mesh(std::size_t hole, detail::HoleWork& work) const;
-    void triangulate_hole(std::size_t hole, detail::HoleWork& work) const;
+    void triangulate_hole(std::size_t hole, detail::HoleWork& work,
+                          detail::HoleTurn const* turn) const;
     void refine_hole(std::size_t hole, detail::HoleWork& work) const;
     void merge_holes(std::vector<detail::HoleWork>& works);
     bool merge_hole(std::size_t hole, detail::HoleSubMesh& sub);

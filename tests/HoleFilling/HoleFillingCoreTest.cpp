@@ -7,6 +7,7 @@
 #include "tests/support/meshes.h"
 #include "tests/support/real_data.h"
 #include "tests/support/temp_dir.h"
+#include "tests/support/threads.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -761,6 +762,42 @@ TEST(HoleFillingCore, GivesTheSameBytesForAnyNumberOfThreads)
         }
     }
     omp_set_num_threads(threads);
+}
+
+TEST(HoleFillingCore, LargeHolesGiveTheSameBytesForAnyNumberOfThreads)
+{
+    // Two holes of 260 edges and one of 4: fewer than threads, in the end.
+    std::vector<veld_test::Cell> missing{{2, 2}};
+    for (int y = 0; y < 65; ++y)
+    {
+        for (int x = 0; x < 65; ++x)
+        {
+            missing.emplace_back(5 + x, 5 + y);
+            missing.emplace_back(75 + x, 5 + y);
+        }
+    }
+    TriMesh base = veld_test::grid_without(145, 75, missing);
+    for (auto const v : base.vertices())
+    {
+        base.point(v).z() = static_cast<float>((v.idx() * 13) % 7) * 0.05F;
+    }
+    Holes const holes = inner_holes_of(base);
+    ASSERT_EQ(holes.size(), 3U);
+    TriMesh first;
+    for (int const n : {1, 2, 3, 8})
+    {
+        veld_test::Threads const threads(n);
+        TriMesh mesh = base;
+        HoleFillingCore filler;
+        filler.set_smooth_type(0);
+        Filled const filled = fill(filler, mesh, holes);
+        EXPECT_EQ(filled.faces.size(), 3U);
+        if (n == 1)
+        {
+            first = mesh;
+        }
+        EXPECT_TRUE(same_bytes(first, mesh)) << n << " threads";
+    }
 }
 
 TEST(HoleFillingCore, SurvivesCoordinatesThatAreNoNumbers)

@@ -239,7 +239,7 @@ void add_polygon_triangles(TriMesh& mesh, std::vector<VertexHandle> const& verts
 std::optional<OpenReason> triangulate_hole(TriMesh& mesh, std::vector<HalfedgeHandle> const& loop,
                                            OpenMesh::FPropHandleT<bool> face_new,
                                            TriangulationRule const& rule,
-                                           RefusedTriangle const& refused)
+                                           RefusedTriangle const& refused, HoleTurn const* turn)
 {
     int const n = static_cast<int>(loop.size());
     log_line(gPH.log_enabled, "hole_triangulation() for hole with ( %d ) vertices ..\n", n);
@@ -248,9 +248,8 @@ std::optional<OpenReason> triangulate_hole(TriMesh& mesh, std::vector<HalfedgeHa
     {
         return OpenReason::NOT_A_BOUNDARY;
     }
-    // Holes are filled in parallel; a hole that is alone gets all threads.
     int const threads = omp_in_parallel() != 0 ? 1 : omp_get_max_threads();
-    auto const fill = best_polygon_fill(take_rim(mesh, polygon), rule, threads);
+    auto const fill = best_polygon_fill(take_rim(mesh, polygon), rule, threads, turn);
     log_line(gPH.log_enabled,
              "    Best weight (angle / area) of hole with ( %d ) vertices:    %f / %f\n", n,
              static_cast<double>(fill.cost.angle), static_cast<double>(fill.cost.area));

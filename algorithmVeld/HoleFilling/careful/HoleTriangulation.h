@@ -54,14 +54,13 @@ void add_polygon_triangles(TriMesh& mesh, std::vector<OpenMesh::VertexHandle> co
                            OpenMesh::FPropHandleT<bool> face_new, RefusedTriangle const& refused);
 
 /// Closes a hole with its best triangulation. All threads work on it, unless it is called from a
-/// parallel region.
+/// parallel region; then those of the turn's crew that are idle.
 /// \return why the hole stays as it is, if it does: `NOT_A_BOUNDARY` if a halfedge of the loop has
 ///         no face on its other side, `FOLDS_TOO_SHARPLY` if the chosen triangulation has an angle
 ///         above `FOLD_ANGLE`
-std::optional<OpenReason> triangulate_hole(TriMesh& mesh,
-                                           std::vector<OpenMesh::HalfedgeHandle> const& loop,
-                                           OpenMesh::FPropHandleT<bool> face_new,
-                                           TriangulationRule const& rule,
-                                           RefusedTriangle const& refused = {});
+std::optional<OpenReason>
+triangulate_hole(TriMesh& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop,
+                 OpenMesh::FPropHandleT<bool> face_new, TriangulationRule const& rule,
+                 RefusedTriangle const& refused = {}, HoleTurn const* turn = nullptr);
 
 } // namespace OrvaneAlgorithm::detail

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "algorithmVeld/HoleFilling/OpenHole.h"
+#include "algorithmVeld/HoleFilling/careful/HoleCrew.h"
 #include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
-#include "algorithmVeld/common/running/ParallelFor.h"
-#include "algorithmVeld/common/running/Progress.h"
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -20,30 +20,14 @@ struct HoleWork
     std::optional<OpenReason> open;
 };
 
-/// Runs `stage(i)` for each hole. The large holes come one after the other, each with all threads
-/// for itself; the others side by side.
-template <typename Stage>
+/// Works on one hole.
+/// \param turn none if it is the only hole: then all threads are its own
+using HoleStage = std::function<void(std::size_t hole, HoleTurn const* turn)>;
+
+/// Runs a stage for each hole, side by side, the large ones first. Of several exceptions the one of
+/// the first hole in that order is thrown.
+/// \param loops boundary halfedges of each hole
 void for_each_hole(std::vector<std::vector<OpenMesh::HalfedgeHandle>> const& loops,
-                   Stage const& stage)
-{
-    constexpr std::size_t LARGE = 256;
-    std::vector<std::size_t> small;
-    std::vector<std::size_t> large;
-    for (std::size_t i = 0; i < loops.size(); ++i)
-    {
-        (loops[i].size() < LARGE ? small : large).push_back(i);
-    }
-    // A large hole takes as long as many others.
-    double const n = static_cast<double>(100 * large.size() + small.size());
-    for (std::size_t k = 0; k < large.size(); ++k)
-    {
-        ProgressPart const part(100.0 * static_cast<double>(k) / n,
-                                100.0 * static_cast<double>(k + 1) / n);
-        stage(large[k]);
-    }
-    ProgressPart const rest(100.0 * static_cast<double>(large.size()) / n, 1.0);
-    parallel_for_uneven(static_cast<std::ptrdiff_t>(small.size()),
-                        [&](std::ptrdiff_t k) { stage(small[static_cast<std::size_t>(k)]); });
-}
+                   HoleStage const& stage);
 
 } // namespace OrvaneAlgorithm::detail

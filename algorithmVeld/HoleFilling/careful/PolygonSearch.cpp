@@ -5,11 +5,11 @@
 #include "algorithmVeld/HoleFilling/careful/TileLengths.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 
-#include <omp.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <functional>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -33,14 +33,12 @@ void set_sides(PolygonRim const& rim, SplitTables& tables)
 class TileSolver
 {
 public:
-    TileSolver(PolygonRim const& rim, TriangulationRule const& rule, SplitTables& tables,
-               int threads)
+    TileSolver(PolygonRim const& rim, TriangulationRule const& rule, SplitTables& tables)
         : rim_(rim),
           rule_(rule),
           tables_(tables),
           side_(std::clamp<std::size_t>(tables.size() / 24, 8, 64)),
-          first_done_((tables.size() + side_ - 1) / side_),
-          lengths_(static_cast<std::size_t>(threads), TileLengths(rim.points, tables, side_))
+          first_done_((tables.size() + side_ - 1) / side_)
     {
         for (std::size_t j = 0; j < first_done_.size(); ++j)
         {
@@ -48,28 +46,52 @@ public:
         }
     }
 
-    void run()
+    /// \param threads number of threads, if they are not those of a crew
+    void run(int threads, HoleTurn const* turn)
     {
-        int const threads = static_cast<int>(lengths_.size());
-        Progress progress(first_done_.size() * (first_done_.size() + 1) / 2);
+        std::size_t const tiles = first_done_.size() * (first_done_.size() + 1) / 2;
+        Progress progress(tiles);
         ExceptionCarrier carrier;
-#pragma omp parallel num_threads(threads) if (threads > 1)
+        auto const work = [&]
         {
             WorkerProgress worker(progress, 1);
-            carrier.run([&] { help(worker); });
+            std::function<void()> const count = [&]
+            {
+                worker.next();
+                if (turn != nullptr)
+                {
+                    turn->progress.reach(static_cast<double>(++done_) / static_cast<double>(tiles));
+                }
+            };
+            carrier.run([&] { help(count); });
+        };
+        if (turn != nullptr)
+        {
+            turn->crew.share(work);
+        }
+        else
+        {
+#pragma omp parallel num_threads(threads) if (threads > 1)
+            work();
         }
         carrier.rethrow();
     }
 
 private:
     /// What each thread does. Those that wait for the tiles of one that threw go home.
-    void help(WorkerProgress& worker)
+    /// \param count is called behind each tile
+    void help(std::function<void()> const& count)
     {
         try
         {
+            std::optional<TileLengths> lengths;
             for (auto j = next_column_++; j < first_done_.size(); j = next_column_++)
             {
-                solve_column(j, worker);
+                if (!lengths)
+                {
+                    lengths.emplace(rim_.points, tables_, side_);
+                }
+                solve_column(j, *lengths, count);
             }
         }
         catch (...)
@@ -79,9 +101,8 @@ private:
         }
     }
 
-    void solve_column(std::size_t j, WorkerProgress& worker)
+    void solve_column(std::size_t j, TileLengths& lengths, std::function<void()> const& count)
     {
-        auto& lengths = lengths_[static_cast<std::size_t>(omp_get_thread_num())];
         for (auto i = static_cast<std::ptrdiff_t>(j); i >= 0; --i)
         {
             while (j > 0 && first_done_[j - 1].load(std::memory_order_acquire) > i)
@@ -95,7 +116,7 @@ private:
             solve_tile(rim_, rule_, tables_, lengths, static_cast<std::size_t>(i) * side_,
                        j * side_, side_);
             first_done_[j].store(i, std::memory_order_release);
-            worker.next();
+            count();
         }
     }
 
@@ -105,13 +126,14 @@ private:
     std::size_t side_;
     std::atomic<std::size_t> next_column_{0};
     std::vector<std::atomic<std::ptrdiff_t>> first_done_; ///< by column, the lowest row of tiles
-    std::vector<TileLengths> lengths_;                    ///< of each thread
+    std::atomic<std::size_t> done_{0};                    ///< tiles
     std::atomic<bool> stopped_{false};
 };
 
 } // namespace
 
-PolygonFill best_polygon_fill(PolygonRim const& rim, TriangulationRule const& rule, int threads)
+PolygonFill best_polygon_fill(PolygonRim const& rim, TriangulationRule const& rule, int threads,
+                              HoleTurn const* turn)
 {
     PolygonFill fill;
     std::size_t const n = rim.points.size();
@@ -122,7 +144,9 @@ PolygonFill best_polygon_fill(PolygonRim const& rim, TriangulationRule const& ru
     auto const samples = static_cast<std::size_t>(std::max(rule.sample_num, 1));
     SplitTables tables(rim.points, n / samples + 1);
     set_sides(rim, tables);
-    TileSolver(rim, rule, tables, n >= 96 ? std::max(threads, 1) : 1).run();
+    bool const is_worth_helping = n >= 96;
+    TileSolver(rim, rule, tables)
+        .run(is_worth_helping ? std::max(threads, 1) : 1, is_worth_helping ? turn : nullptr);
     fill.cost = tables.cost(0, n - 1);
     fill.triangles.reserve(n - 2);
     visit_triangles(

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "algorithmVeld/HoleFilling/careful/HoleCrew.h"
 #include "algorithmVeld/HoleFilling/careful/TriangleCost.h"
 #include "algorithmVeld/common/types.h"
 
@@ -45,7 +46,9 @@ struct PolygonFill
 ///
 /// Needs about 12 bytes times the square of the number of corners.
 /// \param threads number of threads; without influence on the result
-PolygonFill best_polygon_fill(PolygonRim const& rim, TriangulationRule const& rule, int threads);
+/// \param turn if it is given, idle threads of its crew help instead of these
+PolygonFill best_polygon_fill(PolygonRim const& rim, TriangulationRule const& rule, int threads,
+                              HoleTurn const* turn = nullptr);
 
 /// Calls `visit(i, m, j)` for the triangles that the splits of i..j choose, in the order of
 /// `PolygonFill`. Without recursion: a fan of splits is as deep as the polygon is long.

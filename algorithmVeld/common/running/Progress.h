@@ -227,6 +227,36 @@ private:
     std::atomic<std::size_t> done_{0};
 };
 
+/// Some of another's steps, which are one long piece of work.
+class ProgressShare
+{
+public:
+    ProgressShare(Progress& whole, std::size_t steps) : whole_(whole), steps_(steps) {}
+    ProgressShare(ProgressShare const&) = delete;
+    ProgressShare& operator=(ProgressShare const&) = delete;
+
+    /// So much of it is done, from 0 to 1. Throws Cancelled if the run was cancelled. Any thread
+    /// may call it.
+    void reach(double fraction)
+    {
+        auto const reached = static_cast<std::size_t>(fraction * static_cast<double>(steps_));
+        auto before = reached_.load(std::memory_order_relaxed);
+        while (before < reached &&
+               !reached_.compare_exchange_weak(before, reached, std::memory_order_relaxed))
+        {
+        }
+        if (before < reached)
+        {
+            whole_.advance(reached - before);
+        }
+    }
+
+private:
+    Progress& whole_;
+    std::size_t steps_;
+    std::atomic<std::size_t> reached_{0};
+};
+
 /// Progress of a loop of many small steps in one thread.
 class LoopProgress
 {
