@@ -11,8 +11,8 @@
 #include "algorithmVeld/HoleFilling/careful/HoleWork.h"
 #include "algorithmVeld/HoleFilling/careful/PatchGrowth.h"
 #include "algorithmVeld/common/arrays/checked.h"
+#include "algorithmVeld/common/mesh/EdgeLengths.h"
 #include "algorithmVeld/common/mesh/MeshNormals.h"
-#include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/Progress.h"
 
@@ -274,16 +274,7 @@ void HoleFillingCore::calc_avg_edge_len()
     {
         return;
     }
-    double sum = 0.0;
-    detail::CancelPoll poll;
-    for (auto const edge : mesh_->all_edges())
-    {
-        poll.next();
-        if (!detail::is_deleted(*mesh_, edge))
-        {
-            sum += mesh_->calc_edge_length(edge);
-        }
-    }
+    double const sum = detail::sum_of_edge_lengths(*mesh_);
     avg_edge_len_ = mesh_->n_edges() > 0 ? sum / static_cast<double>(mesh_->n_edges()) : 0.0;
     log("  mesh avg edge length:      %15.6f mm\n\n", avg_edge_len_);
 }
