@@ -12,6 +12,7 @@
 #include "algorithmVeld/HoleFilling/careful/PatchGrowth.h"
 #include "algorithmVeld/common/arrays/checked.h"
 #include "algorithmVeld/common/mesh/EdgeLengths.h"
+#include "algorithmVeld/common/mesh/KernelExchange.h"
 #include "algorithmVeld/common/mesh/MeshNormals.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/Progress.h"
@@ -28,12 +29,17 @@ namespace
 {
 
 /// Adds a property to the mesh with the same value on every element.
+/// \param capacity for how many elements there is room
 template <typename Handle, typename Value>
-void add_filled_property(TriMesh& mesh, Handle& handle, char const* name, Value value)
+void add_filled_property(TriMesh& mesh, Handle& handle, char const* name, std::size_t capacity,
+                         Value value)
 {
     mesh.add_property(handle, name);
-    auto& values = mesh.property(handle).data_vector();
-    std::fill(values.begin(), values.end(), value);
+    auto& array = mesh.property(handle).data_vector();
+    std::vector<Value> values;
+    values.reserve(capacity);
+    values.assign(array.size(), value);
+    array.swap(values);
 }
 
 /// Points at the host's mesh until the end of the scope, and not beyond it.
@@ -157,6 +163,7 @@ void HoleFillingCore::begin_run(std::size_t n_holes, int rings)
     hole_result_.assign(n_holes, false);
     holes_.clear();
     regions_.clear();
+    region_verts_.clear();
     hole_done_.clear();
     patches_.clear();
     open_holes_.clear();
@@ -240,15 +247,21 @@ RetVal HoleFillingCore::main_process()
 
 void HoleFillingCore::add_run_properties()
 {
-    add_filled_property(*mesh_, vert_edge_len_prop_, "<vprop>", 0.0F);
-    add_filled_property(*mesh_, face_new_prop_, "<fprop>", false);
-    add_filled_property(*mesh_, face_hole_prop_, "<fprop>", -1);
-    add_filled_property(*mesh_, face_region_prop_, "<fprop>", false);
-    add_filled_property(*mesh_, vert_new_prop_, "<vprop>", false);
-    add_filled_property(*mesh_, vert_hole_prop_, "<vprop>", -1);
-    add_filled_property(*mesh_, vert_region_prop_, "<vprop>", false);
-    add_filled_property(*mesh_, vert_patch_prop_, "<vprop>", -1);
-    add_filled_property(*mesh_, vert_patch_index_prop_, "<vprop>", -1);
+    old_verts_ = mesh_->n_vertices();
+    old_faces_ = mesh_->n_faces();
+    // What the mesh has room for, or will be given when it has to be moved.
+    auto const capacity = detail::capacity_of(*mesh_);
+    std::size_t const verts = std::max(capacity.vertices, old_verts_ + old_verts_ / 8);
+    std::size_t const faces = std::max(capacity.faces, old_faces_ + old_faces_ / 8);
+    add_filled_property(*mesh_, vert_edge_len_prop_, "<vprop>", verts, 0.0F);
+    add_filled_property(*mesh_, face_new_prop_, "<fprop>", faces, false);
+    add_filled_property(*mesh_, face_hole_prop_, "<fprop>", faces, -1);
+    add_filled_property(*mesh_, face_region_prop_, "<fprop>", faces, false);
+    add_filled_property(*mesh_, vert_new_prop_, "<vprop>", verts, false);
+    add_filled_property(*mesh_, vert_hole_prop_, "<vprop>", verts, -1);
+    add_filled_property(*mesh_, vert_region_prop_, "<vprop>", verts, false);
+    add_filled_property(*mesh_, vert_patch_prop_, "<vprop>", verts, -1);
+    add_filled_property(*mesh_, vert_patch_index_prop_, "<vprop>", verts, -1);
 }
 
 void HoleFillingCore::fair_patches()
@@ -286,12 +299,18 @@ void HoleFillingCore::find_holes_region()
     {
         return;
     }
-    auto& in_region = mesh_->property(face_region_prop_).data_vector();
-    std::fill(in_region.begin(), in_region.end(), false);
-    detail::measure_edges(*mesh_, vert_edge_len_prop_);
+    for (auto const& region : regions_)
+    {
+        for (auto const face : region)
+        {
+            mesh_->property(face_region_prop_, face) = false;
+        }
+    }
     regions_ = detail::grow_regions(*mesh_, holes_, {topology_dis_thr_, dijkstra_dis_thr_},
                                     face_region_prop_);
-    detail::mark_vertices(*mesh_, regions_, vert_region_prop_);
+    auto const vertices = detail::mark_vertices(*mesh_, regions_, vert_region_prop_);
+    region_verts_.insert(region_verts_.end(), vertices.begin(), vertices.end());
+    detail::measure_edges(*mesh_, vertices, vert_edge_len_prop_);
 }
 
 void HoleFillingCore::process_holes_expanded()
@@ -434,6 +453,8 @@ bool HoleFillingCore::merge_hole(std::size_t hole, detail::HoleSubMesh& sub)
     {
         mesh_->property(vert_new_prop_, vertex) = true;
         mesh_->property(vert_hole_prop_, vertex) = static_cast<int>(hole);
+        mesh_->property(vert_patch_prop_, vertex) = -1;
+        mesh_->property(vert_patch_index_prop_, vertex) = -1;
     }
     for (auto const face : merged.faces)
     {
@@ -470,21 +491,29 @@ void HoleFillingCore::create_smooth_patch()
         return;
     }
     show_mesh_info();
-    patches_ = detail::grow_patches(*mesh_, vert_new_prop_, vert_region_prop_);
-    auto& patch_of = mesh_->property(vert_patch_prop_).data_vector();
-    auto& place_of = mesh_->property(vert_patch_index_prop_).data_vector();
-    std::fill(patch_of.begin(), patch_of.end(), -1);
-    std::fill(place_of.begin(), place_of.end(), -1);
-    for (std::size_t p = 0; p < patches_.size(); ++p)
+    for (auto const& patch : patches_)
     {
-        for (std::size_t k = 0; k < patches_[p].size(); ++k)
+        for (auto const vertex : patch)
         {
-            auto const v = static_cast<std::size_t>(patches_[p][k].idx());
-            patch_of[v] = static_cast<int>(p);
-            place_of[v] = static_cast<int>(k);
+            mesh_->property(vert_patch_prop_, vertex) = -1;
+            mesh_->property(vert_patch_index_prop_, vertex) = -1;
         }
     }
+    patches_ = detail::grow_patches(
+        *mesh_, {vert_new_prop_, vert_region_prop_, vert_patch_prop_, vert_patch_index_prop_},
+        movable_vertices());
     log("  ###total regions:          %8d\n", static_cast<int>(patches_.size()));
+}
+
+std::vector<OpenMesh::VertexHandle> HoleFillingCore::movable_vertices() const
+{
+    auto vertices = region_verts_;
+    std::sort(vertices.begin(), vertices.end());
+    for (auto i = old_verts_; i < mesh_->n_vertices(); ++i)
+    {
+        vertices.emplace_back(static_cast<int>(i));
+    }
+    return vertices;
 }
 
 bool HoleFillingCore::fairing_patch_C0()
@@ -566,17 +595,19 @@ void HoleFillingCore::get_extra_filling_info(std::vector<std::vector<FaceHandle>
     patch_verts = patches_;
     std::vector<std::vector<FaceHandle>> faces(holes_.size());
     std::vector<std::vector<VertexHandle>> verts(holes_.size());
-    for (auto const face : mesh_->all_faces())
+    for (auto i = old_faces_; i < mesh_->n_faces(); ++i)
     {
+        FaceHandle const face(static_cast<int>(i));
         int const hole = mesh_->property(face_hole_prop_, face);
         if (hole >= 0)
         {
             detail::at(faces, static_cast<std::size_t>(hole)).push_back(face);
         }
     }
-    for (auto const vertex : mesh_->all_vertices())
+    for (auto i = old_verts_; i < mesh_->n_vertices(); ++i)
     {
         // From 1 on: hosts have never been told the vertices of the first hole, and count on it.
+        VertexHandle const vertex(static_cast<int>(i));
         int const hole = mesh_->property(vert_hole_prop_, vertex);
         if (hole >= 1)
         {

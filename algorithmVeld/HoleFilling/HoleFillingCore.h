@@ -267,7 +267,7 @@ protected:
     std::vector<bool> hole_done_;                    ///< Which of `holes_` were merged.
     std::vector<bool> hole_result_;                  ///< The same for the holes as given.
     std::vector<std::vector<VertexHandle>> patches_; ///< Fairing patches.
-    VPropHandleT<float> vert_edge_len_prop_;         ///< Mean length of the edges at a vertex.
+    VPropHandleT<float> vert_edge_len_prop_;         ///< Mean edge length at a region's vertex.
     double avg_edge_len_ = 0.0;                      ///< Mean edge length of the mesh.
     double long_edge_thr_ = 0.0;                     ///< 1.5 times `avg_edge_len_`.
     FPropHandleT<bool> face_new_prop_;               ///< Face was made by filling.
@@ -314,7 +314,12 @@ private:
     detail::TriangulationRule triangulation_rule() const;
     detail::FairingSystem fairing_system(int order) const;
 
+    std::vector<VertexHandle> movable_vertices() const;
+
     std::vector<OpenHole> open_holes_;
+    std::vector<VertexHandle> region_verts_; ///< Vertices on the faces of regions.
+    std::size_t old_verts_ = 0;              ///< Number before the run; those behind are new.
+    std::size_t old_faces_ = 0;
 };
 
 } // namespace OrvaneAlgorithm

@@ -8,6 +8,7 @@
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Progress.h"
 
+#include <algorithm>
 #include <array>
 #include <type_traits>
 #include <utility>
@@ -157,6 +158,12 @@ bool is_vertex_linked(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
 {
     auto const h = mesh.halfedge_handle(vertex);
     return !h.is_valid() || (mesh.is_valid_handle(h) && mesh.from_vertex_handle(h) == vertex);
+}
+
+/// What a list is to have room for, so that `more` elements fit into it.
+size_t size_with_room(size_t n, size_t more, size_t capacity)
+{
+    return n + more <= capacity ? capacity : n + std::max(more, n / 8);
 }
 
 } // namespace
@@ -353,7 +360,10 @@ void TriMesh::rebuild_from_faces()
 
 void TriMesh::reserve_more(size_t vertices, size_t edges, size_t faces)
 {
-    reserve(n_vertices() + vertices, n_edges() + edges, n_faces() + faces);
+    auto const capacity = detail::capacity_of(*this);
+    reserve(size_with_room(n_vertices(), vertices, capacity.vertices),
+            size_with_room(n_edges(), edges, capacity.edges),
+            size_with_room(n_faces(), faces, capacity.faces));
 }
 
 } // namespace OrvaneAlgorithm

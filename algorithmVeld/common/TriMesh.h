@@ -56,7 +56,8 @@ public:
     void repair_illegal() override;
 
     /// Makes room for more elements in the connectivity and in all properties, so that adding them
-    /// one by one does not move the arrays.
+    /// one by one does not move the arrays. An array that has to be moved for it gets room for an
+    /// eighth more at least, so that making room again and again does not move them each time.
     void reserve_more(size_t vertices, size_t edges, size_t faces);
 
 protected:

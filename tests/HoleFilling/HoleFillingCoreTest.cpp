@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/RunScope.h"
 #include "algorithmVeld/common/mesh_io.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
+#include "tests/support/array_watch.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/meshes.h"
 #include "tests/support/real_data.h"
@@ -41,6 +42,7 @@ public:
     using HoleFillingCore::patches_;
     using HoleFillingCore::regions_;
     using HoleFillingCore::smooth_type_;
+    using HoleFillingCore::vert_edge_len_prop_;
     using HoleFillingCore::vert_new_prop_;
     using HoleFillingCore::weight_type_;
 };
@@ -474,6 +476,70 @@ TEST(HoleFillingCore, AllNormalsAreThoseOfTheMeshBeforeItIsFilled)
     {
         ASSERT_EQ(mesh.normal(h), expected.normal(h));
     }
+}
+
+TEST(HoleFillingCore, GivesTheMeshNoMoreArraysThanThoseThatStay)
+{
+    TriMesh mesh = sphere_with_hole(4, 0.5);
+    Holes const holes = holes_of(mesh);
+    std::size_t const vertices = mesh.n_vertices();
+    std::size_t const faces = mesh.n_faces();
+    veld_test::ArrayWatch const watch(mesh);
+    HoleFillingCore filler;
+    fill(filler, mesh, holes);
+    // Its nine properties, six of them on vertices, and the normals.
+    EXPECT_EQ(watch.vertices(), 6 + 1 + mesh.n_vertices() - vertices);
+    EXPECT_EQ(watch.faces(), 3 + 1 + mesh.n_faces() - faces);
+}
+
+TEST(HoleFillingCore, MeasuresEdgesAtTheVerticesOfRegionsOnly)
+{
+    TriMesh mesh = sphere_with_hole(4, 0.5);
+    std::size_t const old_vertices = mesh.n_vertices();
+    OpenFiller filler;
+    fill(filler, mesh, holes_of(mesh));
+    std::vector<bool> on_region(old_vertices, false);
+    for (auto const f : filler.regions_[0])
+    {
+        for (auto const v : mesh.fv_range(f))
+        {
+            on_region[static_cast<std::size_t>(v.idx())] = true;
+        }
+    }
+    for (std::size_t i = 0; i < old_vertices; ++i)
+    {
+        float const length = mesh.property(filler.vert_edge_len_prop_, vh(static_cast<int>(i)));
+        EXPECT_EQ(length > 0.0F, on_region[i]);
+    }
+}
+
+TEST(HoleFillingCore, ARunAfterAnotherFindsRoomInTheMesh)
+{
+    // Three holes, one a run: the first run makes room for an eighth more vertices.
+    std::vector<veld_test::Cell> missing;
+    for (int const x : {3, 4, 5, 10, 11, 12, 17, 18, 19})
+    {
+        for (int y = 3; y < 6; ++y)
+        {
+            missing.emplace_back(x, y);
+        }
+    }
+    TriMesh mesh = veld_test::grid_without(24, 9, missing);
+    mesh = TriMesh(mesh); // a copy has no room
+    Holes const holes = inner_holes_of(mesh);
+    ASSERT_EQ(holes.size(), 3U);
+    Vector3f const* place = mesh.points();
+    int moves = 0;
+    for (auto const& hole : holes)
+    {
+        std::size_t const vertices = mesh.n_vertices();
+        HoleFillingCore filler;
+        fill(filler, mesh, {hole});
+        EXPECT_GT(mesh.n_vertices(), vertices);
+        moves += mesh.points() != place ? 1 : 0;
+        place = mesh.points();
+    }
+    EXPECT_EQ(moves, 1);
 }
 
 TEST(HoleFillingCore, TooManyVerticesCountOnlyWhenTheLimitIsOn)

@@ -37,7 +37,6 @@ struct SquareHole
         OpenMesh::VPropHandleT<float> edge_len;
         mesh.add_property(in_region);
         mesh.add_property(edge_len);
-        detail::measure_edges(mesh, edge_len);
         auto const regions = detail::grow_regions(mesh, {loop}, {2, 100.0F}, in_region);
         open = detail::make_sub_mesh(mesh, regions[0], edge_len, 0, sub);
         mapped = detail::map_loop(mesh, loop, sub);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 
 using namespace OrvaneAlgorithm;
 using namespace veld_test;
@@ -68,6 +69,48 @@ TEST(HoleRegion, ReachesNoFartherThanItsLimits)
         detail::grow_regions(grid.mesh, grid.loops, {100, 1.5F}, grid.in_region);
     EXPECT_GT(short_paths[0].size(), 4U);
     EXPECT_LE(short_paths[0].size(), faces_in_box(grid.mesh, 3));
+}
+
+TEST(HoleRegion, RingsAndPathsStayForTheRegionsBehind)
+{
+    // Three rings reach half of the three cells between the holes: the regions touch, and the
+    // second one goes on through the faces that the first one has brought near.
+    TriMesh mesh = grid_without(9, 5, {{2, 2}, {6, 2}});
+    OpenMesh::FPropHandleT<bool> in_region;
+    mesh.add_property(in_region);
+    Loop const first = loop_through(mesh, vh(2 * 10 + 2));
+    Loop const second = loop_through(mesh, vh(2 * 10 + 6));
+    auto const grow = [&](std::vector<Loop> const& loops) {
+        return detail::grow_regions(mesh, loops, {3, 1e6F}, in_region);
+    };
+    auto const alone = grow({second})[0];
+    auto const behind = grow({first, second})[1];
+    EXPECT_EQ(grow({first})[0], grow({first, second})[0]);
+    EXPECT_GT(behind.size(), alone.size());
+}
+
+TEST(HoleRegion, MarksEachVertexOnceAndMeasuresTheMarkedOnesOnly)
+{
+    HoledGrid grid;
+    OpenMesh::VPropHandleT<bool> on_region;
+    OpenMesh::VPropHandleT<float> edge_len;
+    grid.mesh.add_property(on_region);
+    grid.mesh.add_property(edge_len);
+    auto const regions = detail::grow_regions(grid.mesh, grid.loops, {1, 1e6F}, grid.in_region);
+    auto const marked = detail::mark_vertices(grid.mesh, {regions[0], regions[0]}, on_region);
+    // The four faces along the hole have its corners, and one vertex more each.
+    EXPECT_EQ(marked.size(), 8U);
+    detail::measure_edges(grid.mesh, marked, edge_len);
+    std::size_t n = 0;
+    for (auto const v : grid.mesh.vertices())
+    {
+        n += grid.mesh.property(on_region, v) ? 1 : 0;
+        EXPECT_EQ(grid.mesh.property(on_region, v), grid.mesh.property(edge_len, v) > 0.0F);
+    }
+    EXPECT_EQ(n, 8U);
+    // Vertex (3, 4), a corner of the hole: four unit edges and two diagonals.
+    EXPECT_FLOAT_EQ(grid.mesh.property(edge_len, vh(4 * 8 + 3)),
+                    (4.0F + 2.0F * std::sqrt(2.0F)) / 6.0F);
 }
 
 } // namespace

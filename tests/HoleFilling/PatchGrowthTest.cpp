@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace
 {
 
@@ -20,15 +22,21 @@ struct MarkedMesh
     TriMesh mesh;
     OpenMesh::VPropHandleT<bool> vert_new;
     OpenMesh::VPropHandleT<bool> vert_region;
+    OpenMesh::VPropHandleT<int> vert_patch;
+    OpenMesh::VPropHandleT<int> vert_place;
 
     explicit MarkedMesh(TriMesh const& given) : mesh(given)
     {
         mesh.add_property(vert_new);
         mesh.add_property(vert_region);
+        mesh.add_property(vert_patch);
+        mesh.add_property(vert_place);
         for (auto const v : mesh.vertices())
         {
             mesh.property(vert_new, v) = false;
             mesh.property(vert_region, v) = false;
+            mesh.property(vert_patch, v) = -1;
+            mesh.property(vert_place, v) = -1;
         }
     }
 
@@ -47,7 +55,18 @@ struct MarkedMesh
         }
     }
 
-    std::vector<Patch> patches() const { return grow_patches(mesh, vert_new, vert_region); }
+    std::vector<Patch> patches()
+    {
+        Patch starts;
+        for (auto const v : mesh.vertices())
+        {
+            if (mesh.property(vert_new, v) || mesh.property(vert_region, v))
+            {
+                starts.push_back(v);
+            }
+        }
+        return grow_patches(mesh, {vert_new, vert_region, vert_patch, vert_place}, starts);
+    }
 };
 
 Patch handles(std::vector<int> const& indices)
@@ -87,6 +106,26 @@ TEST(PatchGrowth, MembersFollowTheOneFromWhichTheyAreReached)
     EXPECT_EQ(patches[0], handles({22, 23, 24, 25}));
 }
 
+TEST(PatchGrowth, NotesThePatchOfAVertexAndItsPlaceAndNothingOfOthers)
+{
+    MarkedMesh grid(veld_test::grid(6, 6));
+    grid.mark_region({8, 9}); // no patch
+    grid.mark_new({22, 40});
+    grid.mark_region({23, 24});
+    ASSERT_EQ(grid.patches(), (std::vector<Patch>{handles({22, 23, 24}), handles({40})}));
+    auto const noted = [&](int v)
+    {
+        return std::pair(grid.mesh.property(grid.vert_patch, vh(v)),
+                         grid.mesh.property(grid.vert_place, vh(v)));
+    };
+    EXPECT_EQ(noted(22), std::pair(0, 0));
+    EXPECT_EQ(noted(24), std::pair(0, 2));
+    EXPECT_EQ(noted(40), std::pair(1, 0));
+    EXPECT_EQ(noted(8), std::pair(-1, -1));
+    EXPECT_EQ(noted(9), std::pair(-1, -1));
+    EXPECT_EQ(noted(0), std::pair(-1, -1));
+}
+
 TEST(PatchGrowth, KeepsSetsApartThatNoEdgeJoins)
 {
     MarkedMesh grid(veld_test::grid(6, 6));
@@ -110,6 +149,7 @@ TEST(PatchGrowth, LeavesASetWithoutFixedSurroundingsAlone)
     solid.mark_region({1, 2, 3});
     EXPECT_TRUE(solid.patches().empty());
     solid.mesh.property(solid.vert_region, vh(3)) = false;
-    ASSERT_EQ(solid.patches().size(), 1U);
-    EXPECT_EQ(solid.patches()[0].size(), 3U);
+    auto const patches = solid.patches();
+    ASSERT_EQ(patches.size(), 1U);
+    EXPECT_EQ(patches[0].size(), 3U);
 }

@@ -325,6 +325,21 @@ TEST(TriMesh, ReservedArraysDoNotMove)
     EXPECT_EQ(mesh.points(), before);
 }
 
+TEST(TriMesh, MakingRoomAgainAndAgainSeldomMovesTheArrays)
+{
+    TriMesh mesh = grid(20, 20);
+    int moves = 0;
+    Vector3f const* place = mesh.points();
+    for (int i = 0; i < 441; ++i)
+    {
+        mesh.reserve_more(1, 2, 1);
+        mesh.add_vertex({0, 0, 0});
+        moves += mesh.points() != place ? 1 : 0;
+        place = mesh.points();
+    }
+    EXPECT_LE(moves, 7) << "by an eighth each, from 441 to twice as many";
+}
+
 TEST(TriMeshSwap, BringsLinksPointsAndAttributesBack)
 {
     TriMesh mesh = grid_with_attributes();

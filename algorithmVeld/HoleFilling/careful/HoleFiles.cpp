@@ -1,12 +1,11 @@
 #include "algorithmVeld/HoleFilling/careful/HoleFiles.h"
 
 #include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
+#include "algorithmVeld/common/arrays/IndexTable.h"
 #include "algorithmVeld/common/arrays/checked.h"
 #include "algorithmVeld/common/mesh_files/MeshDump.h"
 #include "algorithmVeld/common/mesh_files/ObjText.h"
 #include "algorithmVeld/common/running/Log.h"
-
-#include <map>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -17,13 +16,12 @@ namespace
 bool write_faces(TriMesh const& mesh, std::vector<OpenMesh::FaceHandle> const& faces,
                  char const* path)
 {
-    auto const vertices = vertices_of(mesh, faces);
+    IndexTable places;
+    auto const vertices = vertices_of(mesh, faces, places);
     ObjText file(path);
     file.vertex_count(static_cast<int>(vertices.size()));
-    std::map<int, int> numbers;
     for (auto const vertex : vertices)
     {
-        numbers.emplace(vertex.idx(), static_cast<int>(numbers.size()) + 1);
         file.vertex(mesh.point(vertex));
     }
     file.triangle_count(static_cast<int>(faces.size()));
@@ -32,7 +30,7 @@ bool write_faces(TriMesh const& mesh, std::vector<OpenMesh::FaceHandle> const& f
         std::vector<int> corners;
         for (auto const vertex : mesh.fv_range(face))
         {
-            corners.push_back(numbers[vertex.idx()]);
+            corners.push_back(places.find(vertex.idx()) + 1);
         }
         file.triangle(at(corners, 0), at(corners, 1), at(corners, 2));
     }

@@ -1,8 +1,11 @@
 #include "algorithmVeld/HoleFilling/careful/HoleRegion.h"
 
-#include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/arrays/IndexTable.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 #include "algorithmVeld/common/running/Progress.h"
+
+#include <algorithm>
+#include <cstddef>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -35,63 +38,57 @@ float mean_edge_length(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
     return edges > 0 ? sum / static_cast<float>(edges) : 0.0F;
 }
 
-/// What the growth of one region leaves to the next. Its temporary properties are on the mesh while
-/// it lives.
+/// A face that some region has met. Its ring and its path stay for the regions behind.
+struct MetFace
+{
+    int ring = FAR_RING;
+    float path = FAR_LENGTH;
+    bool is_taken = false; ///< By the region that grows.
+    Vector3f centroid;
+};
+
+/// The growth of regions, one after the other.
 class RegionGrowth
 {
 public:
-    RegionGrowth(TriMesh& mesh, RegionLimits const& limits);
+    RegionGrowth(TriMesh const& mesh, RegionLimits const& limits) : mesh_(mesh), limits_(limits) {}
 
-    std::vector<OpenMesh::FaceHandle> grow(std::vector<OpenMesh::HalfedgeHandle> const& loop,
-                                           OpenMesh::FPropHandleT<bool> in_region);
+    std::vector<OpenMesh::FaceHandle> grow(std::vector<OpenMesh::HalfedgeHandle> const& loop);
 
 private:
+    MetFace& meet(OpenMesh::FaceHandle face);
     void visit_neighbours(OpenMesh::FaceHandle face, std::vector<OpenMesh::FaceHandle>& front);
 
-    TriMesh& mesh_;
+    TriMesh const& mesh_;
     RegionLimits limits_;
-    ScopedProperty<OpenMesh::FPropHandleT<bool>> visited_;
-    ScopedProperty<OpenMesh::FPropHandleT<int>> ring_;
-    ScopedProperty<OpenMesh::FPropHandleT<float>> length_;
-    ScopedProperty<OpenMesh::FPropHandleT<Vector3f>> centroid_;
+    IndexTable numbers_;         ///< Of the faces that were met, by index.
+    std::vector<MetFace> faces_; ///< By that number.
 };
 
-RegionGrowth::RegionGrowth(TriMesh& mesh, RegionLimits const& limits)
-    : mesh_(mesh),
-      limits_(limits),
-      visited_(mesh, "<fprop>"),
-      ring_(mesh, "<fprop>"),
-      length_(mesh, "<fprop>"),
-      centroid_(mesh, "<fprop>")
+MetFace& RegionGrowth::meet(OpenMesh::FaceHandle face)
 {
-    visited_.data().assign(mesh.n_faces(), false);
-    ring_.data().assign(mesh.n_faces(), FAR_RING);
-    length_.data().assign(mesh.n_faces(), FAR_LENGTH);
-    auto& centroids = centroid_.data();
-    parallel_for_even(static_cast<std::ptrdiff_t>(mesh.n_faces()),
-                      [&](std::ptrdiff_t i)
-                      {
-                          OpenMesh::FaceHandle const face(static_cast<int>(i));
-                          if (!is_deleted(mesh, face))
-                          {
-                              centroids[static_cast<std::size_t>(i)] = centroid_of(mesh, face);
-                          }
-                      });
+    auto const number = static_cast<std::size_t>(numbers_.add(face.idx()));
+    if (number == faces_.size())
+    {
+        faces_.emplace_back();
+        faces_.back().centroid = centroid_of(mesh_, face);
+    }
+    return faces_[number];
 }
 
 std::vector<OpenMesh::FaceHandle>
-RegionGrowth::grow(std::vector<OpenMesh::HalfedgeHandle> const& loop,
-                   OpenMesh::FPropHandleT<bool> in_region)
+RegionGrowth::grow(std::vector<OpenMesh::HalfedgeHandle> const& loop)
 {
     std::vector<OpenMesh::FaceHandle> front;
     for (auto const h : loop)
     {
         auto const face = mesh_.face_handle(mesh_.opposite_halfedge_handle(h));
-        if (face.is_valid() && !mesh_.property(visited_.handle(), face))
+        if (face.is_valid() && !meet(face).is_taken)
         {
-            mesh_.property(visited_.handle(), face) = true;
-            mesh_.property(ring_.handle(), face) = 0;
-            mesh_.property(length_.handle(), face) = 0.0F;
+            auto& met = meet(face);
+            met.is_taken = true;
+            met.ring = 0;
+            met.path = 0.0F;
             front.push_back(face);
         }
     }
@@ -103,8 +100,7 @@ RegionGrowth::grow(std::vector<OpenMesh::HalfedgeHandle> const& loop,
     }
     for (auto const face : front)
     {
-        mesh_.property(in_region, face) = true;
-        mesh_.property(visited_.handle(), face) = false;
+        meet(face).is_taken = false;
     }
     return front;
 }
@@ -112,8 +108,7 @@ RegionGrowth::grow(std::vector<OpenMesh::HalfedgeHandle> const& loop,
 void RegionGrowth::visit_neighbours(OpenMesh::FaceHandle face,
                                     std::vector<OpenMesh::FaceHandle>& front)
 {
-    int const next_ring = mesh_.property(ring_.handle(), face) + 1;
-    float const length = mesh_.property(length_.handle(), face);
+    MetFace const from = meet(face); // a copy: who is met next may move it
     for (auto const h : mesh_.fh_range(face))
     {
         auto const other = mesh_.face_handle(mesh_.opposite_halfedge_handle(h));
@@ -121,23 +116,16 @@ void RegionGrowth::visit_neighbours(OpenMesh::FaceHandle face,
         {
             continue;
         }
-        auto& ring = mesh_.property(ring_.handle(), other);
-        auto& path = mesh_.property(length_.handle(), other);
-        float const step =
-            (mesh_.property(centroid_.handle(), face) - mesh_.property(centroid_.handle(), other))
-                .norm();
-        if (next_ring < ring)
+        auto& met = meet(other);
+        float const step = (from.centroid - met.centroid).norm();
+        met.ring = std::min(met.ring, from.ring + 1);
+        if (step + from.path < met.path)
         {
-            ring = next_ring;
+            met.path = step + from.path;
         }
-        if (step + length < path)
+        if (!met.is_taken && met.ring < limits_.rings && met.path < limits_.path)
         {
-            path = step + length;
-        }
-        if (!mesh_.property(visited_.handle(), other) && ring < limits_.rings &&
-            path < limits_.path)
-        {
-            mesh_.property(visited_.handle(), other) = true;
+            met.is_taken = true;
             front.push_back(other);
         }
     }
@@ -154,36 +142,45 @@ grow_regions(TriMesh& mesh, std::vector<std::vector<OpenMesh::HalfedgeHandle>> c
     for (auto const& loop : loops)
     {
         poll_cancel();
-        regions.push_back(growth.grow(loop, in_region));
+        regions.push_back(growth.grow(loop));
+        for (auto const face : regions.back())
+        {
+            mesh.property(in_region, face) = true;
+        }
     }
     return regions;
 }
 
-void mark_vertices(TriMesh& mesh, std::vector<std::vector<OpenMesh::FaceHandle>> const& regions,
-                   OpenMesh::VPropHandleT<bool> on_region)
+std::vector<OpenMesh::VertexHandle>
+mark_vertices(TriMesh& mesh, std::vector<std::vector<OpenMesh::FaceHandle>> const& regions,
+              OpenMesh::VPropHandleT<bool> on_region)
 {
+    std::vector<OpenMesh::VertexHandle> marked;
     for (auto const& region : regions)
     {
         for (auto const face : region)
         {
             for (auto const vertex : mesh.fv_range(face))
             {
-                mesh.property(on_region, vertex) = true;
+                if (!mesh.property(on_region, vertex))
+                {
+                    mesh.property(on_region, vertex) = true;
+                    marked.push_back(vertex);
+                }
             }
         }
     }
+    return marked;
 }
 
-void measure_edges(TriMesh& mesh, OpenMesh::VPropHandleT<float> edge_len)
+void measure_edges(TriMesh& mesh, std::vector<OpenMesh::VertexHandle> const& vertices,
+                   OpenMesh::VPropHandleT<float> edge_len)
 {
-    parallel_for_even(static_cast<std::ptrdiff_t>(mesh.n_vertices()),
+    parallel_for_even(static_cast<std::ptrdiff_t>(vertices.size()),
                       [&](std::ptrdiff_t i)
                       {
-                          OpenMesh::VertexHandle const vertex(static_cast<int>(i));
-                          if (!is_deleted(mesh, vertex))
-                          {
-                              mesh.property(edge_len, vertex) = mean_edge_length(mesh, vertex);
-                          }
+                          auto const vertex = vertices[static_cast<std::size_t>(i)];
+                          mesh.property(edge_len, vertex) = mean_edge_length(mesh, vertex);
                       });
 }
 

@@ -18,7 +18,7 @@ struct RegionLimits
 };
 
 /// Grows a region around each hole: the faces along its boundary, whatever the limits, then those
-/// around them, in the order in which they are reached.
+/// around them, in the order in which they are reached. That costs as much as they are.
 ///
 /// Ring and path of a face stay from one region to the next: a face that an earlier hole reached in
 /// fewer steps keeps that number, so the order of the holes matters.
@@ -29,10 +29,14 @@ grow_regions(TriMesh& mesh, std::vector<std::vector<OpenMesh::HalfedgeHandle>> c
              RegionLimits const& limits, OpenMesh::FPropHandleT<bool> in_region);
 
 /// Sets `on_region` to true on the vertices of all faces of regions.
-void mark_vertices(TriMesh& mesh, std::vector<std::vector<OpenMesh::FaceHandle>> const& regions,
-                   OpenMesh::VPropHandleT<bool> on_region);
+/// \return those on which it was false, in the order in which they are met
+std::vector<OpenMesh::VertexHandle>
+mark_vertices(TriMesh& mesh, std::vector<std::vector<OpenMesh::FaceHandle>> const& regions,
+              OpenMesh::VPropHandleT<bool> on_region);
 
-/// Sets `edge_len` of each vertex to the mean length of the edges around it, 0 without edges.
-void measure_edges(TriMesh& mesh, OpenMesh::VPropHandleT<float> edge_len);
+/// Sets `edge_len` of vertices to the mean length of the edges around each, 0 without edges.
+/// \param vertices each at most once
+void measure_edges(TriMesh& mesh, std::vector<OpenMesh::VertexHandle> const& vertices,
+                   OpenMesh::VPropHandleT<float> edge_len);
 
 } // namespace OrvaneAlgorithm::detail

@@ -3,7 +3,7 @@
 #include "algorithmVeld/common/mesh/SubMesh.h"
 #include "algorithmVeld/common/running/Log.h"
 
-#include <unordered_set>
+#include <cstddef>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -40,7 +40,6 @@ bool take_vertex(TriMesh const& mesh, OpenMesh::VertexHandle origin,
     {
         return false;
     }
-    sub.copies.emplace(origin.idx(), copy);
     sub.mesh.property(sub.vert_origin, copy) = origin;
     sub.mesh.property(sub.vert_new, copy) = false;
     sub.mesh.property(sub.vert_boundary, copy) = false;
@@ -48,10 +47,10 @@ bool take_vertex(TriMesh const& mesh, OpenMesh::VertexHandle origin,
     return true;
 }
 
+/// \return an invalid handle if there is none
 OpenMesh::VertexHandle copy_of(HoleSubMesh const& sub, OpenMesh::VertexHandle origin)
 {
-    auto const copy = sub.copies.find(origin.idx());
-    return copy == sub.copies.end() ? OpenMesh::VertexHandle() : copy->second;
+    return OpenMesh::VertexHandle(sub.copies.find(origin.idx()));
 }
 
 bool take_face(TriMesh const& mesh, OpenMesh::FaceHandle face, HoleSubMesh& sub)
@@ -68,17 +67,15 @@ bool take_face(TriMesh const& mesh, OpenMesh::FaceHandle face, HoleSubMesh& sub)
 
 } // namespace
 
-std::vector<OpenMesh::VertexHandle> vertices_of(TriMesh const& mesh,
-                                                std::vector<OpenMesh::FaceHandle> const& faces)
+std::vector<OpenMesh::VertexHandle>
+vertices_of(TriMesh const& mesh, std::vector<OpenMesh::FaceHandle> const& faces, IndexTable& places)
 {
-    std::unordered_set<int> seen;
-    seen.reserve(faces.size());
     std::vector<OpenMesh::VertexHandle> vertices;
     for (auto const face : faces)
     {
         for (auto const vertex : mesh.fv_range(face))
         {
-            if (seen.insert(vertex.idx()).second)
+            if (static_cast<std::size_t>(places.add(vertex.idx())) == vertices.size())
             {
                 vertices.push_back(vertex);
             }
@@ -92,14 +89,13 @@ std::optional<OpenReason> make_sub_mesh(TriMesh const& mesh,
                                         OpenMesh::VPropHandleT<float> edge_len, int hole,
                                         HoleSubMesh& sub)
 {
-    auto const vertices = vertices_of(mesh, region);
+    auto const vertices = vertices_of(mesh, region, sub.copies);
     if (vertices.size() < 3)
     {
         log("  !!!abnormal: hole[%d] with %d vertices.\n", hole, static_cast<int>(vertices.size()));
         return OpenReason::NOT_A_BOUNDARY;
     }
     add_channels(mesh, sub);
-    sub.copies.reserve(vertices.size());
     std::optional<OpenReason> open;
     for (auto const vertex : vertices)
     {

@@ -2,9 +2,9 @@
 
 #include "algorithmVeld/HoleFilling/OpenHole.h"
 #include "algorithmVeld/common/TriMesh.h"
+#include "algorithmVeld/common/arrays/IndexTable.h"
 
 #include <optional>
-#include <unordered_map>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
@@ -20,8 +20,8 @@ struct HoleSubMesh
     OpenMesh::VPropHandleT<float> vert_edge_len;
     /// The vertex of the main mesh that a vertex stands for.
     OpenMesh::VPropHandleT<OpenMesh::VertexHandle> vert_origin;
-    /// The vertex that stands for one of the main mesh, by its index there.
-    std::unordered_map<int, OpenMesh::VertexHandle> copies;
+    /// The index of the vertex that stands for one of the main mesh, by its index there.
+    IndexTable copies;
     /// The hole's boundary halfedges, in the copy.
     std::vector<OpenMesh::HalfedgeHandle> loop;
     /// Edges that the copy had before it was filled.
@@ -29,8 +29,10 @@ struct HoleSubMesh
 };
 
 /// The vertices of faces, in the order in which they are met.
+/// \param places gets where in that order each stands
 std::vector<OpenMesh::VertexHandle> vertices_of(TriMesh const& mesh,
-                                                std::vector<OpenMesh::FaceHandle> const& faces);
+                                                std::vector<OpenMesh::FaceHandle> const& faces,
+                                                IndexTable& places);
 
 /// Fills `sub` with copies of a region's vertices and faces, in their order, with their colours and
 /// normals where the mesh has them. What it cannot take is logged.

@@ -12,37 +12,41 @@ namespace
 
 using OpenMesh::VertexHandle;
 
-/// What the growth knows of a vertex.
-enum class Growth : char
-{
-    UNTOUCHED,
-    TAKEN,
-    TURNED_DOWN ///< Its set was no patch; whoever starts there would find the same.
-};
+constexpr int NO_PATCH = -1;
+/// The vertex' set was no patch; whoever starts there would find the same.
+constexpr int TURNED_DOWN = -2;
 
 struct PatchGrowth
 {
-    TriMesh const& mesh;
-    OpenMesh::VPropHandleT<bool> vert_new;
-    OpenMesh::VPropHandleT<bool> vert_region;
-    std::vector<Growth> states;
+    TriMesh& mesh;
+    PatchProperties properties;
 
-    Growth& state(VertexHandle vertex) { return states[static_cast<std::size_t>(vertex.idx())]; }
+    int& patch_of(VertexHandle vertex) const
+    {
+        return mesh.property(properties.vert_patch, vertex);
+    }
 
+    void set(VertexHandle vertex, int patch, int place) const
+    {
+        patch_of(vertex) = patch;
+        mesh.property(properties.vert_place, vertex) = place;
+    }
+
+    bool is_new(VertexHandle vertex) const { return mesh.property(properties.vert_new, vertex); }
     bool is_movable(VertexHandle vertex) const
     {
-        return mesh.property(vert_new, vertex) || mesh.property(vert_region, vertex);
+        return is_new(vertex) || mesh.property(properties.vert_region, vertex);
     }
 
     /// Gathers the connected set of a vertex. \return whether it is a patch
-    bool gather(VertexHandle first, Patch& members)
+    bool gather(VertexHandle first, int patch, Patch& members) const
     {
         bool touches_outside = false;
         bool has_new = false;
         auto const take = [&](VertexHandle vertex)
         {
-            state(vertex) = Growth::TAKEN;
-            has_new = has_new || mesh.property(vert_new, vertex);
+            set(vertex, patch, static_cast<int>(members.size()));
+            has_new = has_new || is_new(vertex);
             members.push_back(vertex);
         };
         take(first);
@@ -56,7 +60,7 @@ struct PatchGrowth
                 {
                     touches_outside = true;
                 }
-                else if (state(other) != Growth::TAKEN)
+                else if (patch_of(other) < 0)
                 {
                     take(other);
                 }
@@ -68,30 +72,35 @@ struct PatchGrowth
 
 } // namespace
 
-std::vector<Patch> grow_patches(TriMesh const& mesh, OpenMesh::VPropHandleT<bool> vert_new,
-                                OpenMesh::VPropHandleT<bool> vert_region)
+std::vector<Patch> grow_patches(TriMesh& mesh, PatchProperties const& properties,
+                                std::vector<VertexHandle> const& starts)
 {
-    PatchGrowth growth{mesh, vert_new, vert_region, {}};
-    growth.states.assign(mesh.n_vertices(), Growth::UNTOUCHED);
+    PatchGrowth const growth{mesh, properties};
     std::vector<Patch> patches;
+    Patch turned_down;
     CancelPoll poll;
-    for (auto const vertex : mesh.all_vertices())
+    for (auto const vertex : starts)
     {
         poll.next();
-        if (growth.state(vertex) != Growth::UNTOUCHED || !growth.is_movable(vertex))
+        if (growth.patch_of(vertex) != NO_PATCH)
         {
             continue;
         }
         Patch members;
-        if (growth.gather(vertex, members))
+        if (growth.gather(vertex, static_cast<int>(patches.size()), members))
         {
             patches.push_back(std::move(members));
             continue;
         }
         for (auto const member : members)
         {
-            growth.state(member) = Growth::TURNED_DOWN;
+            growth.set(member, TURNED_DOWN, -1);
         }
+        turned_down.insert(turned_down.end(), members.begin(), members.end());
+    }
+    for (auto const vertex : turned_down)
+    {
+        growth.set(vertex, NO_PATCH, -1);
     }
     return patches;
 }

@@ -112,4 +112,11 @@ void exchange_kernels(Kernel& a, Kernel& b)
     of_a.put_into(b);
 }
 
+KernelCapacity capacity_of(Kernel& mesh)
+{
+    OpenMesh::ArrayKernel& lists = mesh;
+    return {(lists.*pointer_to(Vertices())).capacity(), (lists.*pointer_to(Edges())).capacity(),
+            (lists.*pointer_to(Faces())).capacity()};
+}
+
 } // namespace OrvaneAlgorithm::detail
