@@ -10,8 +10,9 @@
 #include <string>
 
 /// \file
-/// Holes triangulated, refined and faired: the whole operation on a scan with many small holes,
-/// with the share of each stage in its time. Arguments: faces of the mesh, threads.
+/// Holes triangulated, refined and faired: the whole operation on a scan with many small holes, or
+/// with one hole of 50 edges, with the share of each stage in its time. Arguments: faces of the
+/// mesh, threads.
 
 namespace
 {
@@ -31,9 +32,8 @@ void add_steps(benchmark::State& state, nlohmann::json const& steps)
     }
 }
 
-void fill_holes_core(benchmark::State& state)
+void fill(benchmark::State& state, TriMesh const& mesh)
 {
-    TriMesh const& mesh = veld_benchmark::scan_with_holes(static_cast<int>(state.range(0)));
     veld_test::Threads const threads(static_cast<int>(state.range(1)));
     std::size_t new_faces = 0;
     gLH.clear_steps();
@@ -58,9 +58,25 @@ void fill_holes_core(benchmark::State& state)
     add_steps(state, nlohmann::json::parse(gLH.steps_as_json()));
 }
 
+void fill_holes_core(benchmark::State& state)
+{
+    fill(state, veld_benchmark::scan_with_holes(static_cast<int>(state.range(0))));
+}
+
+/// What is left of the time when the mesh grows is what goes with the mesh.
+void fill_one_hole(benchmark::State& state)
+{
+    fill(state, veld_benchmark::scan_with_holes(static_cast<int>(state.range(0)), 1, 50));
+}
+
 } // namespace
 
 BENCHMARK(fill_holes_core)
+    ->ArgNames({"faces", "threads"})
+    ->ArgsProduct({{90000, 900000}, {1, 2}})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(fill_one_hole)
     ->ArgNames({"faces", "threads"})
     ->ArgsProduct({{90000, 900000}, {1, 2}})
     ->UseRealTime()

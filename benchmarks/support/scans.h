@@ -2,6 +2,7 @@
 
 #include "benchmarks/support/bumpy_sphere.h"
 
+#include <array>
 #include <map>
 
 /// \file
@@ -10,16 +11,23 @@
 namespace veld_benchmark
 {
 
-/// A bumpy sphere with one hole of 30 edges for 900 faces.
-inline TriMesh const& scan_with_holes(int faces)
+/// A bumpy sphere with holes of a number of edges.
+inline TriMesh const& scan_with_holes(int faces, int holes, int edges)
 {
-    static std::map<int, TriMesh> meshes;
-    auto found = meshes.find(faces);
+    static std::map<std::array<int, 3>, TriMesh> meshes;
+    std::array<int, 3> const key{faces, holes, edges};
+    auto found = meshes.find(key);
     if (found == meshes.end())
     {
-        found = meshes.emplace(faces, bumpy_sphere(faces, faces / 900, 30)).first;
+        found = meshes.emplace(key, bumpy_sphere(faces, holes, edges)).first;
     }
     return found->second;
+}
+
+/// The same with one hole of 30 edges for 900 faces.
+inline TriMesh const& scan_with_holes(int faces)
+{
+    return scan_with_holes(faces, faces / 900, 30);
 }
 
 /// A copy with the room that the mesh reader leaves: three edges and two faces a vertex.
