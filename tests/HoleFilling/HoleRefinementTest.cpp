@@ -1,9 +1,14 @@
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 #include "tests/HoleFilling/hole_meshes.h"
+#include "tests/HoleFilling/plain_refinement.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
 
 #include <gtest/gtest.h>
+
+#include <random>
+#include <tuple>
 
 using namespace OrvaneAlgorithm;
 using veld_test::HoleMesh;
@@ -52,6 +57,37 @@ HoleMesh square(float move = 0.0F)
 bool joined(HoleMesh const& hole, int a, int b)
 {
     return hole.mesh.find_halfedge(vh(a), vh(b)).is_valid();
+}
+
+/// Moves every vertex by up to the given distance along each axis.
+void shake(TriMesh& mesh, float distance, unsigned int seed)
+{
+    std::mt19937 random(seed);
+    auto const step = [&] { return (static_cast<float>(random() % 2001U) / 1000.0F - 1.0F); };
+    for (auto const v : mesh.vertices())
+    {
+        mesh.set_point(v, mesh.point(v) + distance * Vector3f(step(), step(), step()));
+    }
+}
+
+/// Refines a copy as plainly as it is described, and expects the same links, coordinates and marks
+/// of the operation. \return what the plain way did
+veld_test::PlainRefinement expect_plain_result(HoleMesh const& before, double long_edge, int rounds)
+{
+    HoleMesh expected = before;
+    veld_test::PlainRefinement plain(expected, long_edge);
+    plain.run(rounds);
+    HoleMesh hole = before;
+    EXPECT_TRUE(refine(hole, long_edge, rounds));
+    EXPECT_TRUE(veld_test::fingerprint(expected.mesh) == veld_test::fingerprint(hole.mesh));
+    auto const marks = [](HoleMesh const& h)
+    {
+        return std::make_tuple(h.mesh.property(h.face_new).data_vector(),
+                               h.mesh.property(h.vert_new).data_vector(),
+                               h.mesh.property(h.vert_boundary).data_vector());
+    };
+    EXPECT_EQ(marks(expected), marks(hole));
+    return plain;
 }
 
 double area_of(TriMesh const& mesh)
@@ -232,6 +268,47 @@ TEST(HoleRefinement, RunsNoRoundIfToldSo)
     auto hole = large_triangle();
     EXPECT_TRUE(refine(hole, 1.0, 0));
     EXPECT_EQ(1U, hole.mesh.n_faces());
+}
+
+TEST(HoleRefinement, DoesToFillsWhatAPlainOneDoes)
+{
+    int splits = 0;
+    int flips = 0;
+    for (unsigned int seed = 0; seed < 30; ++seed)
+    {
+        SCOPED_TRACE(seed);
+        auto sphere = veld_test::sphere(3 + static_cast<int>(seed % 2));
+        shake(sphere, seed % 3 == 0 ? 0.0F : 0.02F, seed);
+        auto hole = veld_test::open_sphere(sphere, 0.3F + 0.05F * static_cast<float>(seed % 8));
+        HoleFillingCore core;
+        ASSERT_TRUE(core.hole_triangulation(hole.mesh, hole.loop, hole.face_new));
+        int const rounds = 1 + static_cast<int>(seed % 10);
+        auto const plain = expect_plain_result(hole, 0.08 + 0.02 * (seed % 5), rounds);
+        splits += plain.splits();
+        flips += plain.flips();
+    }
+    EXPECT_GT(splits, 1000);
+    EXPECT_GT(flips, 1000);
+}
+
+TEST(HoleRefinement, DoesToFacesOfAllKindsWhatAPlainOneDoes)
+{
+    for (unsigned int seed = 0; seed < 60; ++seed)
+    {
+        SCOPED_TRACE(seed);
+        // Right angles in a lattice flip at every visit, shaken ones now and then, and where all
+        // is folded some diagonals exist already.
+        HoleMesh hole;
+        hole.mesh = veld_test::grid(4, 5);
+        shake(hole.mesh, seed % 4 == 0 ? 0.0F : 0.4F * static_cast<float>(seed % 4), seed);
+        hole.add_flags();
+        std::mt19937 random(seed);
+        for (auto const f : hole.mesh.faces())
+        {
+            hole.mesh.property(hole.face_new, f) = random() % 5U != 0U;
+        }
+        expect_plain_result(hole, 0.3 + 0.2 * (seed % 6), 10);
+    }
 }
 
 TEST(SwapEdge, TellsWhetherItFlipped)
