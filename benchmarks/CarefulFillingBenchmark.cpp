@@ -1,6 +1,8 @@
+#include "algorithmVeld/HoleFilling/careful/LaplaceSystem.h"
 #include "algorithmVeld/api/algorithms.h"
 #include "algorithmVeld/common/LogHolder.h"
 #include "benchmarks/support/scans.h"
+#include "tests/support/meshes.h"
 #include "tests/support/threads.h"
 
 #include <benchmark/benchmark.h>
@@ -8,11 +10,13 @@
 #include <nlohmann/json.hpp>
 
 #include <string>
+#include <vector>
 
 /// \file
 /// Holes triangulated, refined and faired: the whole operation on a scan with many small holes, or
 /// with one hole of 50 edges, with the share of each stage in its time. Arguments: faces of the
-/// mesh, threads.
+/// mesh, threads. And its systems by themselves: assembled and solved for a square patch.
+/// Arguments: vertices along its side, power of the Laplace operator.
 
 namespace
 {
@@ -69,6 +73,51 @@ void fill_one_hole(benchmark::State& state)
     fill(state, veld_benchmark::scan_with_holes(static_cast<int>(state.range(0)), 1, 50));
 }
 
+struct SquarePatch
+{
+    TriMesh mesh;
+    std::vector<OpenMesh::VertexHandle> verts;
+
+    explicit SquarePatch(int side) : mesh(veld_test::grid(side + 5, side + 5))
+    {
+        for (int y = 3; y < side + 3; ++y)
+        {
+            for (int x = 3; x < side + 3; ++x)
+            {
+                verts.emplace_back(y * (side + 6) + x);
+            }
+        }
+    }
+
+    OrvaneAlgorithm::detail::LaplaceSystem system(int order) const
+    {
+        auto const one = [](OpenMesh::VertexHandle, OpenMesh::VertexHandle) { return 1.0F; };
+        return OrvaneAlgorithm::detail::assemble_laplace({mesh, verts, order, one}, order);
+    }
+};
+
+void assemble_patch(benchmark::State& state)
+{
+    SquarePatch const patch(static_cast<int>(state.range(0)));
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(patch.system(static_cast<int>(state.range(1))));
+    }
+}
+
+void solve_patch(benchmark::State& state)
+{
+    auto const system =
+        SquarePatch(static_cast<int>(state.range(0))).system(static_cast<int>(state.range(1)));
+    std::vector<double> x;
+    for (auto _ : state)
+    {
+        auto const report =
+            OrvaneAlgorithm::detail::solve_direct(system.matrix, system.right_side, x);
+        state.counters["factor_entries"] = report.factor_nonzeros;
+    }
+}
+
 } // namespace
 
 BENCHMARK(fill_holes_core)
@@ -81,3 +130,11 @@ BENCHMARK(fill_one_hole)
     ->ArgsProduct({{90000, 900000}, {1, 2}})
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
+BENCHMARK(assemble_patch)
+    ->ArgNames({"side", "power"})
+    ->ArgsProduct({{13, 100}, {2, 3}})
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(solve_patch)
+    ->ArgNames({"side", "power"})
+    ->ArgsProduct({{5, 13, 30, 60, 140}, {2}})
+    ->Unit(benchmark::kMicrosecond);

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <unordered_map>
-#include <utility>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -23,7 +23,15 @@ constexpr std::array<double, 4> PATH_COEFFICIENTS<2>{1.0, -2.0, 1.0, 0.0};
 template <>
 constexpr std::array<double, 4> PATH_COEFFICIENTS<3>{-1.0, 3.0, -3.0, 1.0};
 
-/// One row of the matrix: filled in any order of columns, read out in rising order.
+/// The coefficients that the three coordinates share, row by row, in rising order of columns.
+struct SharedRows
+{
+    std::vector<std::size_t> starts{0};
+    std::vector<int> columns;
+    std::vector<double> values;
+};
+
+/// One row of them, filled in any order of columns.
 class RowAccumulator
 {
 public:
@@ -44,17 +52,18 @@ public:
         values_[c] += value;
     }
 
-    /// Moves the entries to `entries` and starts anew.
-    void flush(std::vector<std::pair<int, double>>& entries)
+    /// Moves the row to the end of `rows` and starts anew.
+    void flush(SharedRows& rows)
     {
         std::sort(columns_.begin(), columns_.end());
-        entries.clear();
         for (int const column : columns_)
         {
             auto const c = static_cast<std::size_t>(column);
-            entries.emplace_back(column, values_[c]);
+            rows.columns.push_back(column);
+            rows.values.push_back(values_[c]);
             used_[c] = 0;
         }
+        rows.starts.push_back(rows.columns.size());
         columns_.clear();
     }
 
@@ -63,6 +72,31 @@ private:
     std::vector<char> used_;
     std::vector<int> columns_;
 };
+
+/// Makes the matrix of all coordinates of them: no row has an entry of another coordinate.
+void interleave(SharedRows const& rows, RowMajorMatrix& matrix)
+{
+    std::size_t const n = rows.starts.size() - 1;
+    auto const unknowns = static_cast<Eigen::Index>(3 * n);
+    matrix.resize(unknowns, unknowns);
+    matrix.resizeNonZeros(static_cast<Eigen::Index>(3 * rows.columns.size()));
+    int* start = matrix.outerIndexPtr();
+    int* column = matrix.innerIndexPtr();
+    double* value = matrix.valuePtr();
+    *start = 0;
+    for (std::size_t k = 0; k < n; ++k)
+    {
+        for (int c = 0; c < 3; ++c)
+        {
+            for (std::size_t e = rows.starts[k]; e < rows.starts[k + 1]; ++e)
+            {
+                *column++ = 3 * rows.columns[e] + c;
+                *value++ = rows.values[e];
+            }
+            *++start = static_cast<int>(column - matrix.innerIndexPtr());
+        }
+    }
+}
 
 /// Adds up what the paths from one vertex contribute. Ends inside the patch are unknowns and go to
 /// the matrix; the others are known, and their weighted sums go to the right side.
@@ -120,29 +154,18 @@ LaplaceSystem assemble(PatchNeighbourhood const& patch)
 {
     int const n = patch.patch_size();
     LaplaceSystem system;
-    Eigen::Index const unknowns = 3 * static_cast<Eigen::Index>(n);
-    system.matrix.resize(unknowns, unknowns);
-    system.right_side.resize(unknowns);
+    system.right_side.resize(3 * static_cast<Eigen::Index>(n));
+    SharedRows rows;
     RowAccumulator row(n);
     PathSum<ORDER> paths(patch, row);
-    std::vector<std::pair<int, double>> entries;
     CancelPoll poll;
     for (int k = 0; k < n; ++k)
     {
         poll.next();
-        Eigen::Index const first = 3 * static_cast<Eigen::Index>(k);
-        system.right_side.segment<3>(first) = paths.run(k);
-        row.flush(entries);
-        for (int c = 0; c < 3; ++c)
-        {
-            system.matrix.startVec(first + c);
-            for (auto const& [column, value] : entries)
-            {
-                system.matrix.insertBack(3 * k + c, 3 * column + c) = value;
-            }
-        }
+        system.right_side.segment<3>(3 * static_cast<Eigen::Index>(k)) = paths.run(k);
+        row.flush(rows);
     }
-    system.matrix.finalize();
+    interleave(rows, system.matrix);
     return system;
 }
 
@@ -183,7 +206,7 @@ PatchNeighbourhood::PatchNeighbourhood(TriMesh const& mesh,
     places.reserve(patch.size() * 4);
     auto const place_of = [&](OpenMesh::VertexHandle vertex)
     {
-        auto const found = places.emplace(vertex.idx(), static_cast<int>(vertices.size()));
+        auto const found = places.try_emplace(vertex.idx(), static_cast<int>(vertices.size()));
         if (found.second)
         {
             vertices.push_back(vertex);
