@@ -14,6 +14,11 @@ char const* solver_name()
     return "Eigen SparseLU";
 }
 
+bool fix_solver_kernels()
+{
+    return true; // They are compiled once, for every processor.
+}
+
 namespace detail
 {
 

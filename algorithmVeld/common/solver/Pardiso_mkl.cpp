@@ -18,6 +18,8 @@ extern "C"
                  int const* n, double const* a, int const* ia, int const* ja, int* perm,
                  int const* nrhs, int* iparm, int const* msglvl, double* b, double* x, int* error);
     int MKL_Set_Num_Threads_Local(int threads);
+    int MKL_CBWR_Get(int option);
+    int MKL_CBWR_Set(int setting);
     using MklProgress = int (*)(int* thread, int* step, char* stage, int stage_length);
     MklProgress mkl_set_progress(MklProgress progress);
 }
@@ -28,6 +30,25 @@ namespace OrvaneAlgorithm
 char const* solver_name()
 {
     return "MKL PARDISO";
+}
+
+bool fix_solver_kernels()
+{
+    // As MKL's headers define them.
+    constexpr int CBWR_BRANCH = 1;
+    constexpr int CBWR_BRANCH_OFF = 1;
+    constexpr int CBWR_COMPATIBLE = 3;
+
+    static std::once_flag once;
+    std::call_once(once,
+                   []
+                   {
+                       if (MKL_CBWR_Get(CBWR_BRANCH) <= CBWR_BRANCH_OFF)
+                       {
+                           MKL_CBWR_Set(CBWR_COMPATIBLE);
+                       }
+                   });
+    return MKL_CBWR_Get(CBWR_BRANCH) == CBWR_COMPATIBLE;
 }
 
 namespace detail
@@ -172,6 +193,7 @@ PardisoReport solve_direct(RowMajorMatrix const& a, Eigen::VectorXd const& b,
         compressed = a;
         compressed.makeCompressed();
     }
+    fix_solver_kernels();
     let_mkl_be_stopped();
     OneMklThread const one_thread;
     System system(a.isCompressed() ? a : compressed, b);
