@@ -5,7 +5,9 @@
 #include "algorithmVeld/common/files/WholeFile.h"
 #include "algorithmVeld/common/mesh_files/MeshReaders.h"
 #include "algorithmVeld/common/mesh_files/ObjWriter.h"
+#include "algorithmVeld/common/mesh_files/PlyWriter.h"
 #include "algorithmVeld/common/mesh_files/QuietOpenMesh.h"
+#include "algorithmVeld/common/mesh_files/SoupMending.h"
 #include "algorithmVeld/common/mesh_files/StoppableStream.h"
 #include "algorithmVeld/common/mesh_files/openmesh_io.h"
 
@@ -30,12 +32,11 @@ struct Format
     void (*write)(TriMesh const& mesh, std::ostream& stream);
 };
 
-void write_ply(TriMesh const& mesh, std::ostream& stream);
 void write_stl(TriMesh const& mesh, std::ostream& stream);
 void write_off(TriMesh const& mesh, std::ostream& stream);
 void write_om(TriMesh const& mesh, std::ostream& stream);
 
-constexpr Format FORMATS[] = {{".ply", detail::read_ply, write_ply},
+constexpr Format FORMATS[] = {{".ply", detail::read_ply, detail::write_ply},
                               {".stl", detail::read_stl, write_stl},
                               {".obj", detail::read_obj, detail::write_obj},
                               {".off", detail::read_off, write_off},
@@ -69,6 +70,104 @@ detail::MeshSoup read_soup(fs::path const& path)
     detail::check_soup(soup);
     detail::clean_attributes(soup);
     return soup;
+}
+
+/// Runs `read`, which fills the mesh, and leaves an empty one where it fails.
+template <typename Read>
+std::string read_or_empty(std::string const& path, TriMesh& mesh, Read const& read)
+{
+    std::string error;
+    try
+    {
+        error = detail::error_of(path, read);
+    }
+    catch (Cancelled const&)
+    {
+        mesh = TriMesh();
+        throw;
+    }
+    if (!error.empty())
+    {
+        mesh = TriMesh();
+    }
+    return error;
+}
+
+// Mending.
+
+MissingFaces missing(detail::LeftOut const& faces, detail::MeshSoup const& soup)
+{
+    return {faces.count, faces.count == 0 ? 0 : faces.first + std::size_t(soup.first_number)};
+}
+
+void count_contents(detail::MeshSoup const& soup, MeshFileContents& contents)
+{
+    contents.vertices = soup.points.size();
+    soup.for_each_face([&](std::size_t, int const*, std::size_t n) { ++contents.faces[n]; });
+    auto const keep = [&](bool is_there, std::string const& name)
+    {
+        if (is_there)
+        {
+            contents.kept.push_back(detail::printable(name));
+        }
+    };
+    keep(!soup.normals.empty(), "normals");
+    keep(!soup.colors.empty(), "colours");
+    keep(!soup.texcoords.empty(), "texture coordinates");
+    for (auto const& values : soup.values)
+    {
+        keep(true, values.name);
+    }
+    for (auto const& what : soup.dropped)
+    {
+        contents.dropped.push_back(detail::printable(what));
+    }
+}
+
+/// Leaves triangles of different, finite points.
+void make_triangles(detail::MeshSoup& soup, MeshFileContents& contents)
+{
+    detail::LeftOut not_finite;
+    detail::LeftOut degenerate;
+    detail::LeftOut too_large;
+    contents.vertices_not_finite = detail::remove_unplaced_points(soup, not_finite);
+    auto const n_polygons = soup.polygons.size();
+    auto const n_triangles = soup.faces.size() - n_polygons;
+    detail::triangulate_polygons(soup, degenerate, too_large);
+    contents.triangles_of_polygons = soup.faces.size() - n_triangles;
+    detail::remove_degenerate(soup, degenerate);
+    contents.not_finite = missing(not_finite, soup);
+    contents.degenerate = missing(degenerate, soup);
+    contents.too_large = missing(too_large, soup);
+}
+
+/// Makes a soup of triangles one that a mesh can hold.
+void mend(detail::MeshSoup& soup, MeshFileContents& contents)
+{
+    detail::LeftOut repeated;
+    detail::remove_repeated(soup, repeated);
+    contents.repeated = missing(repeated, soup);
+    contents.turned_faces = detail::orient(soup);
+    auto const separation = detail::separate(soup);
+    contents.crowded_edges = separation.edges;
+    contents.added_vertices = separation.points;
+}
+
+/// \param soup comes back with the faces that the mesh has
+void build_or_mend(detail::MeshSoup& soup, TriMesh& mesh, MeshFileContents& contents)
+{
+    detail::Stages stages({1, 2, 1});
+    stages.next();
+    if (detail::build_mesh(soup, mesh).empty())
+    {
+        return;
+    }
+    stages.next();
+    mend(soup, contents);
+    stages.next();
+    detail::LeftOut unheld;
+    detail::remove_faces(soup, detail::build_mesh(soup, mesh), unheld);
+    contents.unheld = missing(unheld, soup);
 }
 
 // Writing.
@@ -106,13 +205,6 @@ void export_by_openmesh(TriMesh const& mesh, char const* extension, Options cons
 }
 
 constexpr Options::Flag BINARY = static_cast<Options::Flag>(Options::Binary | Options::LSB);
-
-void write_ply(TriMesh const& mesh, std::ostream& stream)
-{
-    auto options = vertex_attributes(mesh);
-    options += BINARY;
-    export_by_openmesh(mesh, ".ply", options, 20 * mesh.n_vertices() + 13 * mesh.n_faces(), stream);
-}
 
 void write_stl(TriMesh const& mesh, std::ostream& stream)
 {
@@ -208,23 +300,37 @@ bool read_mesh(std::string const& path, TriMesh& mesh, MeshReadReport& report)
         detail::Stages stages({2, 3});
         stages.next();
         auto const soup = read_soup(path);
+        detail::require_triangles(soup);
+        detail::require_finite_points(soup);
         stages.next();
-        report.faces_left_out = detail::build_mesh(soup, mesh);
+        report.faces_left_out = detail::build_mesh(soup, mesh).size();
     };
-    try
-    {
-        report.error = detail::error_of(path, read);
-    }
-    catch (Cancelled const&)
-    {
-        mesh = TriMesh();
-        throw;
-    }
-    if (!report.error.empty())
-    {
-        mesh = TriMesh();
-    }
+    report.error = read_or_empty(path, mesh, read);
     return report.error.empty();
+}
+
+bool read_and_mend_mesh(std::string const& path, TriMesh& mesh, MeshFileContents& contents)
+{
+    contents = {};
+    auto const read = [&]
+    {
+        detail::Stages stages({2, 1, 3});
+        stages.next();
+        auto soup = read_soup(path);
+        stages.next();
+        count_contents(soup, contents);
+        make_triangles(soup, contents);
+        stages.next();
+        build_or_mend(soup, mesh, contents);
+        detail::add_carried(soup, mesh);
+    };
+    auto const error = read_or_empty(path, mesh, read);
+    if (!error.empty())
+    {
+        contents = {};
+    }
+    contents.error = error;
+    return error.empty();
 }
 
 bool write_mesh(std::string const& path, TriMesh const& mesh, std::string& error)

@@ -2,7 +2,9 @@
 
 #include "algorithmVeld/common/TriMesh.h"
 
+#include <map>
 #include <string>
+#include <vector>
 
 namespace OrvaneAlgorithm
 {
@@ -37,12 +39,89 @@ struct MeshReadReport
 /// \return true on success
 ALGORITHMVELD_API bool read_mesh(std::string const& path, TriMesh& mesh, MeshReadReport& report);
 
+/// Faces or triangles of a file that are not in the mesh.
+struct MissingFaces
+{
+    size_t count = 0;
+    size_t first = 0; ///< The first one's number, as the format counts.
+};
+
+/// What a mesh file holds, and what had to be done to make a mesh of it.
+struct MeshFileContents
+{
+    /// Why the file was refused: one line that begins with the path. Empty on success.
+    std::string error;
+
+    size_t vertices = 0;
+    std::map<size_t, size_t> faces; ///< How many there are, by the number of their corners.
+
+    /// Vertices that have a coordinate that is not finite. They are left out, and their faces too.
+    size_t vertices_not_finite = 0;
+    MissingFaces not_finite;
+
+    /// \name Faces that are left out
+    /// @{
+    MissingFaces degenerate; ///< With fewer than three different corners.
+    MissingFaces too_large;  ///< With more than 4096 corners.
+    MissingFaces repeated;   ///< With the same corners in the same order as one before.
+    /// What the half-edge structure cannot hold all the same: one face of a surface that passes an
+    /// edge twice.
+    MissingFaces unheld;
+    /// @}
+
+    size_t triangles_of_polygons = 0;
+    size_t turned_faces = 0; ///< Turned over, to be like most of the faces that hang together.
+    /// Edges where surfaces were taken apart: of more than two faces, or of two faces that no
+    /// turning makes agree.
+    size_t crowded_edges = 0;
+    size_t added_vertices = 0; ///< Copies of vertices at which surfaces were taken apart.
+
+    /// What the mesh has beside its surface, by the names in the file.
+    std::vector<std::string> kept;
+    /// What else the file carries and the mesh does not, in words. Of a great many things the first
+    /// ones.
+    std::vector<std::string> dropped;
+
+    size_t faces_left_out() const
+    {
+        return not_finite.count + degenerate.count + too_large.count + repeated.count +
+               unheld.count;
+    }
+};
+
+/// Reads a mesh file as read_mesh() does, but makes a mesh of what is none, and hands on more.
+///
+/// Polygons of a file are cut into triangles: ears in the plane that fits best, the shortest cut
+/// first. Points that are not finite go with their faces, and what names fewer than three points or
+/// repeats a face. Where the rest does not fit into a mesh,
+/// - faces are turned over so that the two faces of an edge agree, the fewer of those that hang
+///   together;
+/// - surfaces that share an edge of more than two faces are taken apart there: pairs of faces that
+///   agree stay together, first those that hang together elsewhere, then the flattest, and what is
+///   left over ends there;
+/// - where a closed fan of faces shares a vertex with others, each gets a vertex of its own.
+/// So hardly a face is lost. Added vertices come behind those of the file. A file that needs none
+/// of this gives the mesh that read_mesh() gives. What is damaged is refused as there.
+///
+/// Texture coordinates of corners (PLY, OBJ) become those of halfedges, NaN where a corner has
+/// none. Values of PLY vertices of the names quality, intensity, confidence, s, t, u, v, texture_u,
+/// texture_v and scalar_... become float properties of vertices, named "file:" and the name. Both
+/// stay with their elements, whatever is deleted, and write_mesh() writes them.
+/// \param mesh replaced as a whole, attributes and custom properties included. Empty on failure,
+///        and where Cancelled ends the reading.
+/// \param contents replaced
+/// \return true on success
+ALGORITHMVELD_API bool read_and_mend_mesh(std::string const& path, TriMesh& mesh,
+                                          MeshFileContents& contents);
+
 /// Writes a mesh in the format that the extension names (PLY, STL and OM binary, little-endian; OBJ
 /// and OFF as text that brings back every float), with vertex normals and colours where the mesh
-/// has them and the format can hold them (STL cannot; colours are bytes except in OBJ). Elements
-/// marked deleted are left out. The file appears whole or not at all, and one that is there already
-/// stays until then and leaves its permissions to the new one. Symbolic links are followed.
-/// \param error replaced: why it could not be written, one line that begins with the path; empty on
+/// has them and the format can hold them (STL cannot; colours are bytes except in OBJ), and with
+/// what read_and_mend_mesh() hands on: values of vertices in PLY, texture coordinates in PLY and
+/// OBJ. Elements marked deleted are left out. The file appears whole or not at all, and one that is
+/// there already stays until then and leaves its permissions to the new one. Symbolic links are
+/// followed. \param error replaced: why it could not be written, one line that begins with the
+/// path; empty on
 ///        success
 /// \return true on success
 ALGORITHMVELD_API bool write_mesh(std::string const& path, TriMesh const& mesh, std::string& error);

@@ -130,6 +130,12 @@ std::string_view TextCursor::next_word()
     return word;
 }
 
+std::string_view without_byte_order_mark(std::string_view text)
+{
+    constexpr std::string_view MARK = "\xEF\xBB\xBF";
+    return text.substr(text.substr(0, MARK.size()) == MARK ? MARK.size() : 0);
+}
+
 bool parse_number(std::string_view word, float& number)
 {
     return parse_real(word, number);

@@ -34,6 +34,9 @@ private:
     std::size_t line_number_ = 0;
 };
 
+/// The text behind the mark with which some editors begin UTF-8.
+std::string_view without_byte_order_mark(std::string_view text);
+
 /// Whole words as numbers, whatever the language of the process. A number too large for the type
 /// becomes infinite, one too small becomes zero, both with its sign.
 /// \return false if the word is no number

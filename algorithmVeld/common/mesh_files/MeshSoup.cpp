@@ -3,6 +3,8 @@
 #include "algorithmVeld/common/mesh/AddFace.h"
 #include "algorithmVeld/common/running/Progress.h"
 
+#include <algorithm>
+
 namespace OrvaneAlgorithm::detail
 {
 
@@ -35,18 +37,48 @@ void add_vertices(MeshSoup const& soup, TriMesh& mesh)
     }
 }
 
-std::size_t add_faces(MeshSoup const& soup, TriMesh& mesh)
+std::vector<std::size_t> add_faces(MeshSoup const& soup, TriMesh& mesh)
 {
-    std::size_t left_out = 0;
+    std::vector<std::size_t> left_out;
     LoopProgress progress(soup.faces.size());
-    for (auto const& [a, b, c] : soup.faces)
+    for (std::size_t i = 0; i < soup.faces.size(); ++i)
     {
         progress.next();
+        auto const& [a, b, c] = soup.faces[i];
         auto const face = add_face_checked(mesh, OpenMesh::VertexHandle(a),
                                            OpenMesh::VertexHandle(b), OpenMesh::VertexHandle(c));
-        left_out += face.is_valid() ? 0 : 1;
+        if (!face.is_valid())
+        {
+            left_out.push_back(i);
+        }
     }
     return left_out;
+}
+
+/// The corner of a face at a vertex. A face of a mesh has each vertex once.
+std::size_t corner_at(std::array<int, 3> const& face, int vertex)
+{
+    return static_cast<std::size_t>(std::find(face.begin(), face.end() - 1, vertex) - face.begin());
+}
+
+/// Texture coordinates stand on the halfedge that leads to the corner. All faces have to be in the
+/// mesh, in the soup's order.
+void add_texcoords(MeshSoup const& soup, TriMesh& mesh)
+{
+    mesh.request_halfedge_texcoords2D();
+    for (auto const h : mesh.halfedges())
+    {
+        mesh.set_texcoord2D(h, no_texcoord());
+    }
+    for (auto const face : mesh.faces())
+    {
+        auto const i = static_cast<std::size_t>(face.idx());
+        for (auto const h : mesh.fh_range(face))
+        {
+            auto const corner = corner_at(soup.faces[i], mesh.to_vertex_handle(h).idx());
+            mesh.set_texcoord2D(h, soup.texcoords[3 * i + corner]);
+        }
+    }
 }
 
 void zero_where_not_finite(std::vector<Vector3f>& vectors)
@@ -59,45 +91,97 @@ void zero_where_not_finite(std::vector<Vector3f>& vectors)
 
 } // namespace
 
-void require_triangle(std::uint64_t face, std::uint64_t corners)
+void MeshSoup::add_face(std::vector<int> const& corners)
 {
-    if (corners != 3)
+    if (corners.size() == 3)
     {
-        throw FileError("face " + std::to_string(face) + " has " + std::to_string(corners) +
-                        " corners; only triangles are supported");
+        faces.push_back({corners[0], corners[1], corners[2]});
+        return;
+    }
+    polygons.push_back({faces.size(), polygon_corners.size(), corners.size()});
+    polygon_corners.insert(polygon_corners.end(), corners.begin(), corners.end());
+    faces.push_back({});
+}
+
+void MeshSoup::add_texcoords(std::size_t n_corners, std::vector<Vector2f> const& coordinates)
+{
+    bool const is_polygon = n_corners != 3;
+    auto& target = is_polygon ? polygon_texcoords : texcoords;
+    if (coordinates.size() == n_corners)
+    {
+        target.insert(target.end(), coordinates.begin(), coordinates.end());
+    }
+    else
+    {
+        target.insert(target.end(), n_corners, no_texcoord());
+    }
+    texcoords.insert(texcoords.end(), is_polygon ? 3 : 0, no_texcoord());
+}
+
+void MeshSoup::drop(std::string const& what)
+{
+    constexpr std::size_t MOST = 32;
+    bool const is_noted = std::find(dropped.begin(), dropped.end(), what) != dropped.end();
+    if (!is_noted && dropped.size() < MOST)
+    {
+        dropped.push_back(what);
     }
 }
 
-void check_soup(MeshSoup const& soup)
+std::string MeshSoup::face_number(std::size_t face) const
 {
-    if (soup.points.size() > MOST_FACES || soup.faces.size() > MOST_FACES)
+    auto const place = places.empty() ? face : static_cast<std::size_t>(places[face]);
+    return std::to_string(place + static_cast<std::size_t>(first_number));
+}
+
+void require_triangles(MeshSoup const& soup)
+{
+    if (!soup.polygons.empty())
     {
-        throw FileError("holds more than a mesh can");
+        auto const& first = soup.polygons.front();
+        throw FileError("face " + soup.face_number(first.face) + " has " +
+                        std::to_string(first.n_corners) + " corners; only triangles are supported");
     }
-    auto const number = [&](auto index) { return std::to_string(index + soup.first_number); };
+}
+
+void require_finite_points(MeshSoup const& soup)
+{
     CancelPoll poll;
     for (std::size_t i = 0; i < soup.points.size(); ++i)
     {
         poll.next();
         if (!soup.points[i].allFinite())
         {
-            throw FileError("vertex " + number(static_cast<std::int64_t>(i)) +
+            throw FileError("vertex " +
+                            std::to_string(i + static_cast<std::size_t>(soup.first_number)) +
                             " has a coordinate that is not finite");
         }
     }
-    for (std::size_t i = 0; i < soup.faces.size(); ++i)
+}
+
+void check_soup(MeshSoup const& soup)
+{
+    if (soup.points.size() > MOST_FACES ||
+        soup.faces.size() + soup.polygon_corners.size() > MOST_FACES)
     {
-        poll.next();
-        for (std::int64_t const corner : soup.faces[i])
-        {
-            if (corner < 0 || static_cast<std::size_t>(corner) >= soup.points.size())
-            {
-                throw FileError("face " + number(static_cast<std::int64_t>(i)) + " names vertex " +
-                                number(corner) + ", but there are only " +
-                                std::to_string(soup.points.size()));
-            }
-        }
+        throw FileError("holds more than a mesh can");
     }
+    CancelPoll poll;
+    soup.for_each_face(
+        [&](std::size_t face, int const* corners, std::size_t n)
+        {
+            poll.next();
+            auto const* const wrong = std::find_if(
+                corners, corners + n,
+                [&](std::int64_t corner)
+                { return corner < 0 || static_cast<std::size_t>(corner) >= soup.points.size(); });
+            if (wrong != corners + n)
+            {
+                throw FileError("face " + soup.face_number(face) + " names vertex " +
+                                std::to_string(std::int64_t{*wrong} + soup.first_number) +
+                                ", but there are only " + std::to_string(soup.points.size()));
+            }
+        });
 }
 
 void clean_attributes(MeshSoup& soup)
@@ -106,7 +190,7 @@ void clean_attributes(MeshSoup& soup)
     zero_where_not_finite(soup.colors);
 }
 
-std::size_t build_mesh(MeshSoup const& soup, TriMesh& mesh)
+std::vector<std::size_t> build_mesh(MeshSoup const& soup, TriMesh& mesh)
 {
     mesh = TriMesh();
     // A triangulated surface has at most about three edges a vertex: room for those that will fill
@@ -115,6 +199,19 @@ std::size_t build_mesh(MeshSoup const& soup, TriMesh& mesh)
     mesh.reserve(soup.points.size(), edges, soup.faces.size());
     add_vertices(soup, mesh);
     return add_faces(soup, mesh);
+}
+
+void add_carried(MeshSoup const& soup, TriMesh& mesh)
+{
+    for (auto const& [name, values] : soup.values)
+    {
+        auto const property = add_carried_value(mesh, name);
+        std::copy(values.begin(), values.end(), mesh.property(property).data_vector().begin());
+    }
+    if (!soup.texcoords.empty())
+    {
+        add_texcoords(soup, mesh);
+    }
 }
 
 } // namespace OrvaneAlgorithm::detail

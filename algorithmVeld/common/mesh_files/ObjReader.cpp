@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -11,13 +12,96 @@ namespace OrvaneAlgorithm::detail
 namespace
 {
 
-/// What the format has beside triangles and their vertices; it is passed over.
-constexpr std::string_view IGNORED_KEYWORDS[] = {
-    "bevel",  "bmat",   "bsp",    "bzp",        "c_interp", "call",     "cdc",  "cdp",  "con",
-    "cstype", "ctech",  "curv",   "curv2",      "csh",      "d_interp", "deg",  "end",  "g",
-    "hole",   "l",      "lod",    "maplib",     "mg",       "mtllib",   "o",    "p",    "parm",
-    "res",    "s",      "scrv",   "shadow_obj", "sp",       "stech",    "step", "surf", "trace_obj",
-    "trim",   "usemap", "usemtl", "vp",         "vt"};
+/// What the format has beside faces and their vertices, and what it is called where it is told that
+/// it is not kept; nothing where there is nothing to lose.
+constexpr std::pair<std::string_view, char const*> IGNORED_KEYWORDS[] = {
+    {"g", "groups"},
+    {"o", "groups"},
+    {"s", "smoothing groups"},
+    {"mtllib", "materials"},
+    {"usemtl", "materials"},
+    {"maplib", "materials"},
+    {"usemap", "materials"},
+    {"l", "lines"},
+    {"p", "single points"},
+    {"vp", "curves and surfaces"},
+    {"bsp", "curves and surfaces"},
+    {"bzp", "curves and surfaces"},
+    {"cdc", "curves and surfaces"},
+    {"cdp", "curves and surfaces"},
+    {"curv", "curves and surfaces"},
+    {"curv2", "curves and surfaces"},
+    {"res", "curves and surfaces"},
+    {"surf", "curves and surfaces"},
+    {"bevel", nullptr},
+    {"bmat", nullptr},
+    {"c_interp", nullptr},
+    {"call", nullptr},
+    {"con", nullptr},
+    {"csh", nullptr},
+    {"cstype", nullptr},
+    {"ctech", nullptr},
+    {"d_interp", nullptr},
+    {"deg", nullptr},
+    {"end", nullptr},
+    {"hole", nullptr},
+    {"lod", nullptr},
+    {"mg", nullptr},
+    {"parm", nullptr},
+    {"scrv", nullptr},
+    {"shadow_obj", nullptr},
+    {"sp", nullptr},
+    {"stech", nullptr},
+    {"step", nullptr},
+    {"trace_obj", nullptr},
+    {"trim", nullptr}};
+
+/// Walks through the text by lines, each of which goes on in the next one behind a backslash.
+/// Comments do not: a path may end them.
+class ObjCursor
+{
+public:
+    explicit ObjCursor(std::string_view content) : text_(content) {}
+
+    bool next_line_with_words()
+    {
+        while (!next_word().empty())
+        {
+        }
+        has_ended_ = false;
+        goes_on_ = false;
+        return text_.next_line_with_words();
+    }
+
+    /// The next word of the line; empty at its end and where a comment begins.
+    std::string_view next_word()
+    {
+        while (!has_ended_)
+        {
+            auto word = text_.next_word();
+            if (!word.empty() && word.back() == '\\' && TextCursor(text_).next_word().empty())
+            {
+                goes_on_ = true;
+                word.remove_suffix(1);
+            }
+            if (!word.empty() && word.front() != '#')
+            {
+                return word;
+            }
+            has_ended_ = !word.empty() || !goes_on_ || !text_.next_line();
+            goes_on_ = false;
+        }
+        return {};
+    }
+
+    std::string_view rest() const { return text_.rest(); }
+    std::size_t line_number() const { return text_.line_number(); }
+
+private:
+    TextCursor text_;
+    bool goes_on_ = false; ///< A backslash was there.
+    bool has_ended_ = true;
+};
 
 class ObjParser
 {
@@ -38,6 +122,7 @@ public:
         }
         soup_.first_number = 1;
         finish_normals();
+        finish_texcoords();
         finish_colors();
         return std::move(soup_);
     }
@@ -61,15 +146,32 @@ private:
         {
             normals_.push_back(parse_vector());
         }
+        else if (keyword == "vt")
+        {
+            parse_texcoord();
+        }
         else if (keyword == "f")
         {
             parse_face();
         }
-        else if (keyword.front() != '#' &&
-                 std::find(std::begin(IGNORED_KEYWORDS), std::end(IGNORED_KEYWORDS), keyword) ==
-                     std::end(IGNORED_KEYWORDS))
+        else if (!keyword.empty())
+        {
+            pass_over(keyword);
+        }
+    }
+
+    void pass_over(std::string_view keyword)
+    {
+        auto const* const found =
+            std::find_if(std::begin(IGNORED_KEYWORDS), std::end(IGNORED_KEYWORDS),
+                         [&](auto const& known) { return known.first == keyword; });
+        if (found == std::end(IGNORED_KEYWORDS))
         {
             refuse("is not understood");
+        }
+        if (found->second != nullptr)
+        {
+            soup_.drop(found->second);
         }
     }
 
@@ -96,11 +198,11 @@ private:
     void parse_vertex()
     {
         soup_.points.push_back(parse_vector());
-        TextCursor ahead = text_;
+        ObjCursor ahead = text_;
         int more = 0;
-        for (auto word = ahead.next_word(); !word.empty() && word.front() != '#'; ++more)
+        while (!ahead.next_word().empty())
         {
-            word = ahead.next_word();
+            ++more;
         }
         if (more >= 3)
         {
@@ -108,48 +210,76 @@ private:
         }
     }
 
+    /// One number at least. One that is none makes a corner without texture coordinates: the mesh
+    /// is usable without.
+    void parse_texcoord()
+    {
+        Vector2f texcoord = no_texcoord();
+        if (parse_number(text_.next_word(), texcoord[0]))
+        {
+            auto const word = text_.next_word();
+            texcoord[1] = 0.0F;
+            if (!word.empty() && !parse_number(word, texcoord[1]))
+            {
+                texcoord = no_texcoord();
+            }
+        }
+        texcoords_.push_back(texcoord);
+    }
+
     void parse_face()
     {
-        std::array<int, 3> corners{};
-        std::array<int, 3> normals{};
-        std::uint64_t n = 0;
-        for (auto word = text_.next_word(); !word.empty() && word.front() != '#';
-             word = text_.next_word())
+        corners_.clear();
+        for (auto word = text_.next_word(); !word.empty(); word = text_.next_word())
         {
-            if (n < 3)
-            {
-                parse_corner(word, corners[n], normals[n]);
-            }
-            ++n;
+            parse_corner(word);
         }
-        require_triangle(soup_.faces.size() + 1, n);
-        soup_.faces.push_back(corners);
-        face_normals_.push_back(normals);
+        soup_.add_face(corners_);
     }
 
     /// A corner is "v", "v/t", "v/t/n" or "v//n".
-    void parse_corner(std::string_view word, int& vertex, int& normal) const
+    void parse_corner(std::string_view word)
     {
         auto const first = word.find('/');
-        vertex = parse_index(word.substr(0, first), soup_.points.size());
-        normal = NONE;
+        corners_.push_back(parse_index(word.substr(0, first), soup_.points.size()));
         auto const second = first == std::string_view::npos ? first : word.find('/', first + 1);
-        if (second != std::string_view::npos)
-        {
-            normal = parse_index(word.substr(second + 1), normals_.size());
-        }
+        corner_texcoords_.push_back(
+            first == std::string_view::npos
+                ? NONE
+                : texcoord_index(word.substr(first + 1, second - first - 1)));
+        corner_normals_.push_back(second == std::string_view::npos
+                                      ? NONE
+                                      : parse_index(word.substr(second + 1), normals_.size()));
+    }
+
+    /// What is no index is no texture coordinate.
+    int texcoord_index(std::string_view word) const
+    {
+        int index = NONE;
+        return read_index(word, texcoords_.size(), index) ? index : NONE;
     }
 
     /// Indices count from 1, negative ones back from the newest element.
+    static bool read_index(std::string_view word, std::size_t n, int& index)
+    {
+        std::int64_t number = 0;
+        if (!parse_number(word, number) || number == 0 ||
+            number > std::numeric_limits<int>::max() || number < -static_cast<std::int64_t>(n))
+        {
+            return false;
+        }
+        index = static_cast<int>(number > 0 ? number - 1 : static_cast<std::int64_t>(n) + number);
+        return true;
+    }
+
     int parse_index(std::string_view word, std::size_t n) const
     {
-        std::int64_t index = 0;
-        if (!parse_number(word, index) || index == 0 || index > std::numeric_limits<int>::max() ||
-            index < -static_cast<std::int64_t>(n))
+        int index = NONE;
+        if (!read_index(word, n, index))
         {
             refuse("has a corner that is no index");
         }
-        return static_cast<int>(index > 0 ? index - 1 : static_cast<std::int64_t>(n) + index);
+        return index;
     }
 
     /// A vertex gets the normal of the first corner that gives it one. As many normals as vertices
@@ -159,26 +289,63 @@ private:
         auto const n = soup_.points.size();
         std::vector<int> normal_of(n, NONE);
         bool any = false;
+        auto normal = corner_normals_.begin();
         CancelPoll poll;
-        for (std::size_t f = 0; f < soup_.faces.size(); ++f)
-        {
-            poll.next();
-            for (std::size_t i = 0; i < 3; ++i)
+        soup_.for_each_face(
+            [&](std::size_t face, int const* corners, std::size_t n_corners)
             {
-                int const normal = face_normals_[f][i];
-                require_normal(f, normal);
-                auto const vertex = static_cast<std::size_t>(soup_.faces[f][i]);
-                if (normal != NONE && vertex < n && normal_of[vertex] == NONE)
+                poll.next();
+                for (std::size_t i = 0; i < n_corners; ++i, ++normal)
                 {
-                    normal_of[vertex] = normal;
+                    require_normal(face, *normal);
+                    auto const vertex = static_cast<std::size_t>(corners[i]);
+                    if (*normal == NONE || vertex >= n)
+                    {
+                        continue;
+                    }
                     any = true;
+                    normal_of[vertex] = normal_of[vertex] == NONE ? *normal : normal_of[vertex];
+                    note_second_normal(normal_of[vertex], *normal);
                 }
-            }
-        }
+            });
         if (any || normals_.size() == n)
         {
             take_normals(normal_of);
         }
+    }
+
+    void note_second_normal(int first, int second)
+    {
+        if (first != second &&
+            normals_[static_cast<std::size_t>(first)] != normals_[static_cast<std::size_t>(second)])
+        {
+            soup_.drop("normals that differ between the faces of a vertex");
+        }
+    }
+
+    void finish_texcoords()
+    {
+        if (texcoords_.empty())
+        {
+            return;
+        }
+        auto corner = corner_texcoords_.begin();
+        std::vector<Vector2f> list;
+        CancelPoll poll;
+        soup_.for_each_face(
+            [&](std::size_t, int const*, std::size_t n_corners)
+            {
+                poll.next();
+                list.clear();
+                for (std::size_t i = 0; i < n_corners; ++i, ++corner)
+                {
+                    bool const is_there =
+                        *corner != NONE && static_cast<std::size_t>(*corner) < texcoords_.size();
+                    list.push_back(is_there ? texcoords_[static_cast<std::size_t>(*corner)]
+                                            : no_texcoord());
+                }
+                soup_.add_texcoords(n_corners, list);
+            });
     }
 
     void require_normal(std::size_t face, int normal) const
@@ -224,17 +391,20 @@ private:
         }
     }
 
-    TextCursor text_;
+    ObjCursor text_;
     MeshSoup soup_;
     std::vector<Vector3f> normals_;
-    std::vector<std::array<int, 3>> face_normals_;
+    std::vector<Vector2f> texcoords_;
+    std::vector<int> corners_;          ///< Of the face that is being read.
+    std::vector<int> corner_normals_;   ///< Of all faces.
+    std::vector<int> corner_texcoords_; ///< Of all faces.
 };
 
 } // namespace
 
 MeshSoup read_obj(std::string_view content)
 {
-    return ObjParser(content).parse();
+    return ObjParser(without_byte_order_mark(content)).parse();
 }
 
 } // namespace OrvaneAlgorithm::detail

@@ -1,9 +1,12 @@
 #include "algorithmVeld/common/mesh_files/ObjWriter.h"
 
+#include "algorithmVeld/common/mesh_files/Carried.h"
 #include "algorithmVeld/common/running/Progress.h"
 
 #include <charconv>
+#include <cstring>
 #include <string>
+#include <unordered_map>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -19,7 +22,8 @@ void append_number(std::string& text, Number number)
     text.append(digits, end);
 }
 
-void append_vector(std::string& text, Vector3f const& vector)
+template <typename Vector>
+void append_vector(std::string& text, Vector const& vector)
 {
     for (float const value : vector)
     {
@@ -45,17 +49,66 @@ void append_vertex(std::string& text, TriMesh const& mesh, OpenMesh::VertexHandl
     }
 }
 
-void append_face(std::string& text, TriMesh const& mesh, OpenMesh::FaceHandle face)
+/// Texture coordinates by their numbers in the file, from 1 in the order of first use.
+class TexcoordNumbers
 {
-    text += 'f';
-    for (auto const vertex : mesh.fv_range(face))
+public:
+    /// Numbers coordinates. \return whether they are new
+    bool add(Vector2f const& texcoord)
     {
+        return numbers_.emplace(key(texcoord), numbers_.size() + 1).second;
+    }
+
+    std::size_t operator[](Vector2f const& texcoord) const { return numbers_.at(key(texcoord)); }
+
+private:
+    static std::uint64_t key(Vector2f const& texcoord)
+    {
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, texcoord.data(), sizeof(bits));
+        return bits;
+    }
+
+    std::unordered_map<std::uint64_t, std::size_t> numbers_;
+};
+
+void append_new_texcoords(std::string& text, TriMesh const& mesh, OpenMesh::FaceHandle face,
+                          TexcoordNumbers& numbers)
+{
+    if (!has_texcoords(mesh, face))
+    {
+        return;
+    }
+    for (auto const h : mesh.fh_range(face))
+    {
+        if (numbers.add(mesh.texcoord2D(h)))
+        {
+            text += "vt";
+            append_vector(text, mesh.texcoord2D(h));
+            text += '\n';
+        }
+    }
+}
+
+void append_face(std::string& text, TriMesh const& mesh, OpenMesh::FaceHandle face,
+                 TexcoordNumbers const& texcoords)
+{
+    bool const has_texture = carries_texcoords(mesh) && has_texcoords(mesh, face);
+    text += 'f';
+    for (auto const h : mesh.fh_range(face))
+    {
+        int const vertex = mesh.to_vertex_handle(h).idx() + 1;
         text += ' ';
-        append_number(text, vertex.idx() + 1);
+        append_number(text, vertex);
+        if (has_texture)
+        {
+            text += '/';
+            append_number(text, texcoords[mesh.texcoord2D(h)]);
+        }
         if (mesh.has_vertex_normals())
         {
-            text += "//";
-            append_number(text, vertex.idx() + 1);
+            text += has_texture ? "/" : "//";
+            append_number(text, vertex);
         }
     }
     text += '\n';
@@ -77,6 +130,7 @@ void write_obj(TriMesh const& mesh, std::ostream& stream)
 {
     constexpr std::size_t BLOCK = 1U << 16U;
     std::string text;
+    TexcoordNumbers texcoords;
     LoopProgress progress(mesh.n_vertices() + mesh.n_faces());
     for (auto const vertex : mesh.vertices())
     {
@@ -87,7 +141,11 @@ void write_obj(TriMesh const& mesh, std::ostream& stream)
     for (auto const face : mesh.faces())
     {
         progress.next();
-        append_face(text, mesh, face);
+        if (carries_texcoords(mesh))
+        {
+            append_new_texcoords(text, mesh, face, texcoords);
+        }
+        append_face(text, mesh, face, texcoords);
         flush(text, stream, BLOCK);
     }
     flush(text, stream, 0);

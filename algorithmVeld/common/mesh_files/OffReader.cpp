@@ -112,6 +112,14 @@ public:
         return {x, y, z};
     }
 
+    /// Whether anything but a comment is left of the line.
+    bool has_more() const
+    {
+        TextCursor ahead = text_;
+        auto const word = ahead.next_word();
+        return !word.empty() && word.front() != '#';
+    }
+
     /// Whether the next word is written with a decimal point.
     bool has_point_ahead() const
     {
@@ -204,17 +212,24 @@ void read_text_vertices(TextCursor& text, Header const& header, std::uint64_t n,
 
 void read_text_faces(TextCursor& text, std::uint64_t n, MeshSoup& soup)
 {
+    std::vector<int> corners;
+    bool has_colors = false;
     LoopProgress progress(static_cast<std::size_t>(n));
     for (std::uint64_t i = 0; i < n; ++i)
     {
         progress.next();
         TextRow row(text, "face", i);
-        auto const corners = row.number<std::int64_t>();
-        require_triangle(i, static_cast<std::uint64_t>(std::max<std::int64_t>(corners, 0)));
-        int const a = to_index(row.number<std::int64_t>(), i);
-        int const b = to_index(row.number<std::int64_t>(), i);
-        int const c = to_index(row.number<std::int64_t>(), i);
-        soup.faces.push_back({a, b, c});
+        corners.clear();
+        for (auto left = row.number<std::int64_t>(); left > 0; --left)
+        {
+            corners.push_back(to_index(row.number<std::int64_t>(), i));
+        }
+        soup.add_face(corners);
+        has_colors = has_colors || row.has_more();
+    }
+    if (has_colors)
+    {
+        soup.drop("face colours");
     }
 }
 
@@ -298,6 +313,7 @@ void take_vertices(ByteCursor& bytes, Header const& header, bool big_endian, std
 
 void take_faces(ByteCursor& bytes, bool big_endian, std::uint64_t n, MeshSoup& soup)
 {
+    std::vector<int> corners;
     LoopProgress progress(static_cast<std::size_t>(n));
     for (std::uint64_t i = 0; i < n; ++i)
     {
@@ -310,18 +326,24 @@ void take_faces(ByteCursor& bytes, bool big_endian, std::uint64_t n, MeshSoup& s
             }
         };
         need(1);
-        require_triangle(i, bytes.take<std::uint32_t>());
-        need(3);
-        int const a = bytes.take<std::int32_t>();
-        int const b = bytes.take<std::int32_t>();
-        int const c = bytes.take<std::int32_t>();
-        soup.faces.push_back({a, b, c});
+        auto const n_corners = bytes.take<std::uint32_t>();
+        need(n_corners);
+        corners.clear();
+        for (std::uint32_t corner = 0; corner < n_corners; ++corner)
+        {
+            corners.push_back(bytes.take<std::int32_t>());
+        }
+        soup.add_face(corners);
         if (big_endian)
         {
             need(1);
             auto const channels = bytes.take<std::uint32_t>();
             need(channels);
             bytes.skip(channels * WORD_SIZE);
+            if (channels > 0)
+            {
+                soup.drop("face colours");
+            }
         }
     }
 }
@@ -354,9 +376,14 @@ MeshSoup read_binary(std::string_view body, Header const& header)
 
 MeshSoup read_off(std::string_view content)
 {
-    TextCursor text(content);
+    TextCursor text(without_byte_order_mark(content));
     auto const header = parse_header(text);
-    return header.binary ? read_binary(text.rest(), header) : read_text(text, header);
+    auto soup = header.binary ? read_binary(text.rest(), header) : read_text(text, header);
+    if (header.texcoords)
+    {
+        soup.drop("texture coordinates");
+    }
+    return soup;
 }
 
 } // namespace OrvaneAlgorithm::detail

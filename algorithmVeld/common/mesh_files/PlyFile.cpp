@@ -101,7 +101,7 @@ Property parse_property(TextCursor& text)
 
 Header parse_header(std::string_view content)
 {
-    TextCursor text(content);
+    TextCursor text(without_byte_order_mark(content));
     text.next_line();
     if (text.next_word() != "ply" || !text.next_word().empty())
     {
@@ -130,11 +130,15 @@ Header parse_header(std::string_view content)
             header.body = text.rest();
             return header;
         }
+        else if (keyword == "comment")
+        {
+            header.has_textures = header.has_textures || text.next_word() == "TextureFile";
+        }
         else if (keyword == "obj_info")
         {
             header.infos.push_back(text.rest_of_line());
         }
-        else if (keyword != "comment" && !keyword.empty())
+        else if (!keyword.empty())
         {
             refuse_header_line(text);
         }

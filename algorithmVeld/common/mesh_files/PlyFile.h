@@ -61,6 +61,7 @@ struct Header
     Encoding encoding = Encoding::ASCII;
     std::vector<Element> elements;
     std::vector<std::string_view> infos; ///< what stands behind `obj_info`, line by line
+    bool has_textures = false;           ///< a comment names a texture image
     std::string_view body;
 };
 
@@ -190,6 +191,7 @@ private:
 
 // The elements.
 
+/// Where a value of a vertex goes.
 enum Slot : unsigned char
 {
     X,
@@ -201,15 +203,36 @@ enum Slot : unsigned char
     RED,
     GREEN,
     BLUE,
+    ALPHA,
     SLOTS,
-    IGNORED = SLOTS
+    CARRIED, ///< Handed on as it is.
+    IGNORED
 };
+
+/// Whether the values of a vertex that have this name are handed on, whatever they mean.
+inline bool is_carried(std::string_view name)
+{
+    static char const* const names[] = {"quality", "confidence", "intensity", "s",        "t",
+                                        "u",       "v",          "texture_u", "texture_v"};
+    constexpr std::string_view ANY_SCALAR = "scalar_";
+    return std::find(std::begin(names), std::end(names), name) != std::end(names) ||
+           name.substr(0, ANY_SCALAR.size()) == ANY_SCALAR;
+}
 
 inline Slot slot_of(Property const& property)
 {
-    static char const* const names[] = {"x", "y", "z", "nx", "ny", "nz", "red", "green", "blue"};
+    static char const* const names[] = {"x",  "y",   "z",     "nx",   "ny",
+                                        "nz", "red", "green", "blue", "alpha"};
+    if (property.list_count)
+    {
+        return IGNORED;
+    }
     auto const* const found = std::find(std::begin(names), std::end(names), property.name);
-    return property.list_count ? IGNORED : static_cast<Slot>(found - std::begin(names));
+    if (found != std::end(names))
+    {
+        return static_cast<Slot>(found - std::begin(names));
+    }
+    return is_carried(property.name) ? CARRIED : IGNORED;
 }
 
 /// How a colour of the type becomes one from 0 to 1.
@@ -288,7 +311,7 @@ public:
         {
             auto const slot = slot_of(property);
             slots_.push_back(slot);
-            scales_.push_back(slot == IGNORED || slot < RED ? 1 : colour_scale(property.type));
+            scales_.push_back(slot >= RED && slot < SLOTS ? colour_scale(property.type) : 1);
         }
         if (!has(X) || !has(Y) || !has(Z))
         {
@@ -298,6 +321,7 @@ public:
 
     bool has_normals() const { return has(NX) && has(NY) && has(NZ); }
     bool has_colors() const { return has(RED) && has(GREEN) && has(BLUE); }
+    bool has_alpha() const { return has(ALPHA); }
     Slot slot(std::size_t property) const { return slots_[property]; }
     double scale(std::size_t property) const { return scales_[property]; }
 
@@ -311,6 +335,34 @@ private:
     std::vector<double> scales_;
 };
 
+/// The lists for the values that are handed on, one for each property; none for the others. What is
+/// not handed on is noted. A name counts once.
+inline std::vector<int> add_carried_lists(Element const& element, VertexLayout const& layout,
+                                          std::size_t room, MeshSoup& soup)
+{
+    constexpr int NONE = -1;
+    std::vector<int> lists;
+    for (std::size_t i = 0; i < element.properties.size(); ++i)
+    {
+        auto const& name = element.properties[i].name;
+        bool const is_known =
+            std::any_of(soup.values.begin(), soup.values.end(),
+                        [&](VertexValues const& known) { return known.name == name; });
+        bool const is_new = layout.slot(i) == CARRIED && !is_known;
+        lists.push_back(is_new ? static_cast<int>(soup.values.size()) : NONE);
+        if (is_new)
+        {
+            soup.values.push_back({name, {}});
+            soup.values.back().values.reserve(room);
+        }
+        else if (layout.slot(i) >= SLOTS)
+        {
+            soup.drop("vertex " + name);
+        }
+    }
+    return lists;
+}
+
 template <typename Source>
 void read_vertices(Source& source, Element const& element, MeshSoup& soup)
 {
@@ -320,8 +372,10 @@ void read_vertices(Source& source, Element const& element, MeshSoup& soup)
     soup.points.reserve(room);
     soup.normals.reserve(layout.has_normals() ? room : 0);
     soup.colors.reserve(layout.has_colors() ? room : 0);
+    auto const lists = add_carried_lists(element, layout, room, soup);
 
     float values[SLOTS] = {};
+    float least_alpha = 1.0F;
     LoopProgress progress(static_cast<std::size_t>(element.rows));
     for (Row row{&element, 0}; row.number < element.rows; ++row.number)
     {
@@ -330,7 +384,13 @@ void read_vertices(Source& source, Element const& element, MeshSoup& soup)
         for (std::size_t i = 0; i < element.properties.size(); ++i)
         {
             auto const& property = element.properties[i];
-            if (layout.slot(i) == IGNORED)
+            if (lists[i] >= 0)
+            {
+                soup.values[static_cast<std::size_t>(lists[i])].values.push_back(
+                    to_float(source.number(property.type)));
+                continue;
+            }
+            if (layout.slot(i) >= SLOTS)
             {
                 skip_property(source, property, row);
                 continue;
@@ -347,6 +407,11 @@ void read_vertices(Source& source, Element const& element, MeshSoup& soup)
         {
             soup.colors.emplace_back(values[RED], values[GREEN], values[BLUE]);
         }
+        least_alpha = layout.has_alpha() ? std::min(least_alpha, values[ALPHA]) : least_alpha;
+    }
+    if (least_alpha < 1.0F)
+    {
+        soup.drop("transparency");
     }
 }
 
@@ -385,6 +450,10 @@ void read_elements(Source source, Header const& header, MeshSoup& soup, char con
         else
         {
             skip_element(source, element);
+            if (element.rows > 0)
+            {
+                soup.drop(element.name);
+            }
         }
     }
     if (!source.at_end())

@@ -102,6 +102,7 @@ MeshSoup read_binary(std::string_view content)
     soup.faces.reserve(static_cast<std::size_t>(n));
     VertexMerger merger(soup.points);
     ByteCursor bytes(content.substr(HEADER_SIZE), false);
+    bool has_attributes = false;
     LoopProgress progress(static_cast<std::size_t>(n));
     for (std::uint64_t i = 0; i < n; ++i)
     {
@@ -115,8 +116,12 @@ MeshSoup read_binary(std::string_view content)
             float const z = bytes.take<float>();
             corner = merger.index_of({x, y, z});
         }
-        bytes.skip(sizeof(std::uint16_t));
+        has_attributes = bytes.take<std::uint16_t>() != 0 || has_attributes;
         soup.faces.push_back(corners);
+    }
+    if (has_attributes)
+    {
+        soup.drop("face attributes");
     }
     return soup;
 }
@@ -176,25 +181,18 @@ private:
         auto const cut_off = "ends in the middle of face " + std::to_string(number);
         next_line(cut_off);
         require(is_next("outer") && is_next("loop"));
-        std::array<int, 3> corners{};
-        std::uint64_t n = 0;
+        corners_.clear();
         next_line(cut_off);
         for (auto word = text_.next_word(); !equal_ignoring_case(word, "endloop");
              word = text_.next_word())
         {
             require(equal_ignoring_case(word, "vertex"));
-            int const corner = merger_.index_of(parse_point());
-            if (n < 3)
-            {
-                corners[n] = corner;
-            }
-            ++n;
+            corners_.push_back(merger_.index_of(parse_point()));
             next_line(cut_off);
         }
-        require_triangle(number, n);
         next_line(cut_off);
         require(is_next("endfacet"));
-        soup_.faces.push_back(corners);
+        soup_.add_face(corners_);
     }
 
     Vector3f parse_point()
@@ -228,6 +226,7 @@ private:
     TextCursor text_;
     MeshSoup soup_;
     VertexMerger merger_;
+    std::vector<int> corners_; ///< Of the face that is being read.
     ReadingProgress progress_;
 };
 
@@ -250,11 +249,12 @@ bool is_text(std::string_view content)
 MeshSoup read_stl(std::string_view content)
 {
     bool const binary = is_binary(content);
-    if (!binary && !is_text(content))
+    auto const text = without_byte_order_mark(content);
+    if (!binary && !is_text(text))
     {
         refuse_size(content);
     }
-    auto soup = binary ? read_binary(content) : TextParser(content).parse();
+    auto soup = binary ? read_binary(content) : TextParser(text).parse();
     if (soup.faces.empty())
     {
         throw FileError("holds no faces");
