@@ -11,7 +11,9 @@ namespace veld
 /// What a warning is of, for hosts that treat some of them in their own way.
 enum class WarningCode
 {
-    FACES_LEFT_OUT, ///< Faces of a mesh file that the mesh cannot hold.
+    FACES_LEFT_OUT, ///< Faces of a mesh file that are not in the mesh.
+    MESH_MENDED,    ///< A mesh file of which a mesh had to be made, without losing a face.
+    VALUES_DROPPED, ///< What a mesh file carries, or the output cannot hold, and that is not kept.
     FRAME_LEFT_OUT, ///< A frame that cannot be used.
     FRAME_MENDED,   ///< A frame that had to be mended.
     UNITS_UNLIKELY, ///< Lengths that look like metres.

@@ -17,8 +17,8 @@ using namespace veld_test;
 TriMesh load(std::string const& path)
 {
     TriMesh mesh;
-    OrvaneAlgorithm::MeshReadReport report;
-    EXPECT_TRUE(OrvaneAlgorithm::read_mesh(path, mesh, report)) << report.error;
+    OrvaneAlgorithm::MeshFileContents contents;
+    EXPECT_TRUE(OrvaneAlgorithm::read_and_mend_mesh(path, mesh, contents)) << contents.error;
     return mesh;
 }
 

@@ -1,5 +1,7 @@
 #include "workflow/files/KeptAttributes.h"
 
+#include "algorithmVeld/common/mesh_files/Carried.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -8,6 +10,53 @@ namespace veld
 
 using OrvaneAlgorithm::TriMesh;
 using OrvaneAlgorithm::Vector3f;
+
+namespace
+{
+
+/// Calls `mix(vertex, neighbours)` for the vertices that were added behind the old ones, from the
+/// rims inwards, one row after the other: all neighbours that are given have their values. Vertices
+/// that no way leads to are left out.
+template <typename Mix>
+void for_each_new_vertex(TriMesh const& mesh, std::size_t n_old, Mix const& mix)
+{
+    std::vector<char> is_done(mesh.n_vertices(), 0);
+    std::fill_n(is_done.begin(), n_old, 1);
+    std::vector<OpenMesh::VertexHandle> waiting;
+    for (auto i = n_old; i < mesh.n_vertices(); ++i)
+    {
+        waiting.push_back(mesh.vertex_handle(static_cast<unsigned>(i)));
+    }
+    for (bool going_on = true; going_on;)
+    {
+        std::vector<OpenMesh::VertexHandle> later;
+        std::vector<OpenMesh::VertexHandle> row;
+        for (auto const vertex : waiting)
+        {
+            std::vector<OpenMesh::VertexHandle> neighbours;
+            for (auto const neighbour : mesh.vv_range(vertex))
+            {
+                if (is_done[static_cast<std::size_t>(neighbour.idx())] != 0)
+                {
+                    neighbours.push_back(neighbour);
+                }
+            }
+            if (!neighbours.empty())
+            {
+                mix(vertex, neighbours);
+            }
+            (neighbours.empty() ? later : row).push_back(vertex);
+        }
+        for (auto const vertex : row)
+        {
+            is_done[static_cast<std::size_t>(vertex.idx())] = 1;
+        }
+        going_on = !row.empty();
+        waiting = std::move(later);
+    }
+}
+
+} // namespace
 
 KeptAttributes::KeptAttributes(TriMesh const& mesh)
     : had_vertex_normals_(mesh.has_vertex_normals()),
@@ -73,43 +122,83 @@ bool KeptAttributes::is_changed(TriMesh const& mesh, OpenMesh::FaceHandle face) 
 
 void KeptAttributes::colour_new_vertices(TriMesh& mesh) const
 {
-    std::vector<char> has_colour(mesh.n_vertices(), 0);
-    std::fill_n(has_colour.begin(), points_.size(), 1);
-    std::vector<OpenMesh::VertexHandle> waiting;
     for (auto i = points_.size(); i < mesh.n_vertices(); ++i)
     {
-        waiting.push_back(mesh.vertex_handle(static_cast<unsigned>(i)));
-        mesh.set_color(waiting.back(), Vector3f::Zero());
+        mesh.set_color(mesh.vertex_handle(static_cast<unsigned>(i)), Vector3f::Zero());
     }
-    // From the rims inwards, one row of vertices after the other.
-    for (bool going_on = true; going_on;)
+    for_each_new_vertex(mesh, points_.size(),
+                        [&](OpenMesh::VertexHandle vertex, auto const& neighbours)
+                        {
+                            Vector3f sum = Vector3f::Zero();
+                            for (auto const neighbour : neighbours)
+                            {
+                                sum += mesh.color(neighbour);
+                            }
+                            mesh.set_color(vertex, sum / static_cast<float>(neighbours.size()));
+                        });
+}
+
+void complete_carried(TriMesh const& before, TriMesh& after)
+{
+    namespace detail = OrvaneAlgorithm::detail;
+    auto const values = detail::carried_values(after);
+    auto const mix = [&](OpenMesh::VertexHandle vertex, auto const& neighbours)
     {
-        std::vector<OpenMesh::VertexHandle> later;
-        std::vector<OpenMesh::VertexHandle> row;
-        for (auto const vertex : waiting)
+        for (auto const value : values)
         {
-            Vector3f sum = Vector3f::Zero();
-            int count = 0;
-            for (auto const neighbour : mesh.vv_range(vertex))
+            float sum = 0.0F;
+            for (auto const neighbour : neighbours)
             {
-                if (has_colour[static_cast<std::size_t>(neighbour.idx())] != 0)
-                {
-                    sum += mesh.color(neighbour);
-                    ++count;
-                }
+                sum += after.property(value, neighbour);
             }
-            if (count > 0)
-            {
-                mesh.set_color(vertex, sum / static_cast<float>(count));
-            }
-            (count > 0 ? row : later).push_back(vertex);
+            after.property(value, vertex) = sum / static_cast<float>(neighbours.size());
         }
-        for (auto const vertex : row)
+    };
+    if (!values.empty())
+    {
+        for_each_new_vertex(after, before.n_vertices(), mix);
+    }
+    for (auto i = before.n_faces(); i < after.n_faces() && detail::carries_texcoords(after); ++i)
+    {
+        for (auto const h : after.fh_range(after.face_handle(static_cast<unsigned>(i))))
         {
-            has_colour[static_cast<std::size_t>(vertex.idx())] = 1;
+            after.set_texcoord2D(h, detail::no_texcoord());
         }
-        going_on = !row.empty();
-        waiting = std::move(later);
+    }
+}
+
+void carry_over(TriMesh const& before, TriMesh& after)
+{
+    namespace detail = OrvaneAlgorithm::detail;
+    bool const has_normals = before.has_vertex_normals() && after.has_vertex_normals();
+    auto const values = detail::carried_values(before);
+    std::vector<detail::CarriedValue> copies;
+    copies.reserve(values.size());
+    for (auto const value : values)
+    {
+        copies.push_back(detail::add_carried_value(after, detail::name_in_file(before, value)));
+    }
+    auto old = before.vertices_begin();
+    auto const is_it = [&](OpenMesh::VertexHandle vertex)
+    {
+        return before.point(*old) == after.point(vertex) &&
+               (!has_normals || before.normal(*old) == after.normal(vertex));
+    };
+    for (auto const vertex : after.vertices())
+    {
+        while (old != before.vertices_end() && !is_it(vertex))
+        {
+            ++old;
+        }
+        if (old == before.vertices_end())
+        {
+            return;
+        }
+        for (std::size_t i = 0; i < values.size(); ++i)
+        {
+            after.property(copies[i], vertex) = before.property(values[i], *old);
+        }
+        ++old;
     }
 }
 

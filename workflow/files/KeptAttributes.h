@@ -33,4 +33,15 @@ private:
     std::vector<OrvaneAlgorithm::Vector3f> normals_;
 };
 
+/// \name What a mesh carries from file to file, across a change
+/// @{
+/// Completes what was added behind the old elements: new vertices get the mean of their neighbours'
+/// values, from the rims inwards; new faces have no texture coordinates.
+void complete_carried(OrvaneAlgorithm::TriMesh const& before, OrvaneAlgorithm::TriMesh& after);
+
+/// Gives points that were made anew the values that they had. Those that are left have their order,
+/// and of points at one place with one normal all are left or none.
+void carry_over(OrvaneAlgorithm::TriMesh const& before, OrvaneAlgorithm::TriMesh& after);
+/// @}
+
 } // namespace veld

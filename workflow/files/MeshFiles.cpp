@@ -4,32 +4,158 @@
 #include "workflow/StepScope.h"
 #include "workflow/words.h"
 
+#include "algorithmVeld/common/mesh_files/Carried.h"
 #include "algorithmVeld/common/mesh_io.h"
 
 #include <fmt/format.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace veld
 {
+
+namespace
+{
+
+using OrvaneAlgorithm::MeshFileContents;
+using OrvaneAlgorithm::MissingFaces;
+
+/// Items of a sentence.
+class Items
+{
+public:
+    explicit Items(std::string separator) : separator_(std::move(separator)) {}
+
+    void add(bool is_there, std::string const& item)
+    {
+        if (is_there)
+        {
+            text_ += (text_.empty() ? "" : separator_) + item;
+        }
+    }
+
+    std::string const& text() const { return text_; }
+
+private:
+    std::string separator_;
+    std::string text_;
+};
+
+std::string polygons(MeshFileContents const& contents)
+{
+    std::size_t quads = 0;
+    std::size_t others = 0;
+    for (auto const& [corners, count] : contents.faces)
+    {
+        quads += corners == 4 ? count : 0;
+        others += corners > 4 ? count : 0;
+    }
+    Items items(" and ");
+    items.add(quads > 0, counted(quads, "quad"));
+    items.add(others > 0, counted(others, "larger face"));
+    return items.text();
+}
+
+/// What had to be done that lost no face.
+std::string mending(MeshFileContents const& contents)
+{
+    Items items("; ");
+    items.add(contents.triangles_of_polygons > 0,
+              fmt::format("{} cut into {}", polygons(contents),
+                          counted(contents.triangles_of_polygons, "triangle")));
+    items.add(contents.turned_faces > 0, fmt::format("{} turned over like most around",
+                                                     counted(contents.turned_faces, "face")));
+    items.add(contents.crowded_edges > 0,
+              fmt::format("surfaces that meet taken apart at {} ({} added)",
+                          counted(contents.crowded_edges, "edge"),
+                          counted(contents.added_vertices, "vertex")));
+    items.add(contents.crowded_edges == 0 && contents.added_vertices > 0,
+              fmt::format("surfaces that meet in a point taken apart ({} added)",
+                          counted(contents.added_vertices, "vertex")));
+    return items.text();
+}
+
+/// Which faces are not in the mesh, and why.
+std::string losses(MeshFileContents const& contents)
+{
+    Items items(", ");
+    auto const add = [&](MissingFaces const& faces, char const* why) {
+        items.add(faces.count > 0, fmt::format("{} {} (first: {})", faces.count, why, faces.first));
+    };
+    add(contents.not_finite, "at vertices that are not finite");
+    add(contents.degenerate, "of fewer than three different corners");
+    add(contents.too_large, "of too many corners");
+    add(contents.repeated, "repeated");
+    add(contents.unheld, "at an edge that a surface passes twice");
+    return items.text();
+}
+
+void warn_of_mending(StepScope& scope, std::string const& path, MeshFileContents const& contents)
+{
+    std::size_t const lost = contents.faces_left_out();
+    Items items("; ");
+    items.add(lost > 0, fmt::format("{} left out: {}", counted(lost, "face"), losses(contents)));
+    items.add(contents.vertices_not_finite > 0,
+              fmt::format("{} left out that are not finite",
+                          counted(contents.vertices_not_finite, "vertex")));
+    std::string const mended = mending(contents);
+    items.add(!mended.empty(), mended);
+    if (!items.text().empty())
+    {
+        scope.warn(lost > 0 ? WarningCode::FACES_LEFT_OUT : WarningCode::MESH_MENDED, path,
+                   items.text());
+    }
+}
+
+void warn_of_dropped(StepScope& scope, std::string const& path,
+                     std::vector<std::string> const& dropped)
+{
+    Items items(", ");
+    for (auto const& what : dropped)
+    {
+        items.add(true, what);
+    }
+    if (!dropped.empty())
+    {
+        scope.warn(WarningCode::VALUES_DROPPED, path, "not kept: " + items.text());
+    }
+}
+
+/// What a mesh carries that a format cannot hold.
+std::vector<std::string> beyond_format(TriMesh const& mesh, std::filesystem::path const& path)
+{
+    namespace detail = OrvaneAlgorithm::detail;
+    std::string const extension = lower_extension(path);
+    std::vector<std::string> names;
+    if (detail::carries_texcoords(mesh) && extension != ".ply" && extension != ".obj")
+    {
+        names.emplace_back("texture coordinates");
+    }
+    for (auto const value : detail::carried_values(mesh))
+    {
+        if (extension != ".ply")
+        {
+            names.push_back(detail::name_in_file(mesh, value));
+        }
+    }
+    return names;
+}
+
+} // namespace
 
 MeshFile read_mesh(std::filesystem::path const& path, Context& context)
 {
     StepScope scope(context, "read-mesh", "read the mesh");
     MeshFile file;
-    OrvaneAlgorithm::MeshReadReport report;
-    if (!OrvaneAlgorithm::read_mesh(path.string(), file.mesh, report))
+    if (!OrvaneAlgorithm::read_and_mend_mesh(path.string(), file.mesh, file.contents))
     {
-        throw InputError(report.error);
+        throw InputError(file.contents.error);
     }
-    file.faces_left_out = report.faces_left_out;
-    if (file.faces_left_out > 0)
-    {
-        scope.warn(
-            WarningCode::FACES_LEFT_OUT, shown(path),
-            fmt::format("{} left out: a corner is repeated, or an edge has two faces already",
-                        counted(file.faces_left_out, "face")));
-    }
+    file.faces_left_out = file.contents.faces_left_out();
+    warn_of_mending(scope, shown(path), file.contents);
+    warn_of_dropped(scope, shown(path), file.contents.dropped);
     return file;
 }
 
@@ -43,7 +169,7 @@ void write_mesh(std::filesystem::path const& path, TriMesh const& mesh, Context&
 
 void write_mesh(OutputFile const& file, TriMesh const& mesh, Context& context)
 {
-    StepScope const scope(context, "write-mesh", "write the mesh");
+    StepScope scope(context, "write-mesh", "write the mesh");
     std::string const temporary = file.temporary().string();
     std::string error;
     if (!OrvaneAlgorithm::write_mesh(temporary, mesh, error))
@@ -51,6 +177,7 @@ void write_mesh(OutputFile const& file, TriMesh const& mesh, Context& context)
         bool const named = error.compare(0, temporary.size(), temporary) == 0;
         throw OperationError(named ? shown(file.path()) + error.substr(temporary.size()) : error);
     }
+    warn_of_dropped(scope, shown(file.path()), beyond_format(mesh, file.path()));
     OrvaneAlgorithm::detail::poll_cancel(); // the last moment before the file gets its place
 }
 

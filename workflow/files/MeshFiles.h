@@ -5,6 +5,7 @@
 #include "workflow/files/OutputFile.h"
 
 #include "algorithmVeld/common/TriMesh.h"
+#include "algorithmVeld/common/mesh_io.h"
 
 #include <cstddef>
 #include <filesystem>
@@ -14,18 +15,21 @@ namespace veld
 
 using OrvaneAlgorithm::TriMesh;
 
-/// What a mesh file held.
+/// A mesh, and what its file held.
 struct MeshFile
 {
     TriMesh mesh;
-    std::size_t faces_left_out = 0; ///< Faces that a half-edge mesh cannot hold.
+    std::size_t faces_left_out = 0; ///< Faces of the file that are not in the mesh.
+    OrvaneAlgorithm::MeshFileContents contents;
 };
 
-/// Reads a mesh file: PLY, STL, OBJ, OFF or OM, by its extension. Warns of faces that had to be
-/// left out. Throws `InputError` where the file cannot be read.
+/// Reads a mesh file: PLY, STL, OBJ, OFF or OM, by its extension. What is no mesh of triangles is
+/// made one, as `OrvaneAlgorithm::read_and_mend_mesh` says. Warns once of that, and once of what
+/// the file carries and the mesh does not. Throws `InputError` where the file cannot be read.
 VELD_WORKFLOW_API MeshFile read_mesh(std::filesystem::path const& path, Context& context);
 
-/// Writes a mesh file in the format that its extension names. It appears whole or not at all.
+/// Writes a mesh file in the format that its extension names. It appears whole or not at all. Warns
+/// where the format cannot hold texture coordinates or values of vertices that the mesh carries.
 /// Throws `InputError` for an unknown extension, `OperationError` where it cannot be written.
 VELD_WORKFLOW_API void write_mesh(std::filesystem::path const& path, TriMesh const& mesh,
                                   Context& context);

@@ -2,6 +2,7 @@
 
 #include "workflow/Error.h"
 #include "workflow/StepScope.h"
+#include "workflow/files/KeptAttributes.h"
 
 #include "algorithmVeld/api/algorithms.h"
 #include "algorithmVeld/cleanup/RemoveBoundary.h"
@@ -80,12 +81,14 @@ RetVal remove_from_mesh(TriMesh& mesh, Markers const& markers, MarkerSettings co
 
 RetVal remove_from_cloud(TriMesh& mesh, Markers const& markers, MarkerSettings const& settings)
 {
+    TriMesh const before = mesh;
     BaseTriMesh cloud;
     TriMesh_convert_to_BaseTriMesh(mesh, cloud);
     RetVal const result = OrvaneAlgorithm::remove_marker_cloud(
         cloud, markers.points, markers.normals, settings.radius, settings.use_normals,
         settings.normal_dot, gPH.log_enabled);
     BaseTriMesh_convert_to_TriMesh(cloud, mesh);
+    carry_over(before, mesh);
     return result;
 }
 

@@ -215,6 +215,7 @@ FillResult fill(TriMesh const& mesh, std::vector<FillSettings> const& passes, Co
         holes = pass.holes_after;
         result.passes.push_back(pass);
     }
+    complete_carried(mesh, result.mesh);
     result.open =
         scope.stage("count the holes", 1.0, [&] { return report_open_holes(result.mesh, finder); });
     result.holes_after = result.open.size();

@@ -32,6 +32,38 @@ std::string name_of(FillMethod method)
 
 } // namespace
 
+Json to_json(OrvaneAlgorithm::MeshFileContents const& contents)
+{
+    Json faces = Json::object();
+    for (auto const& [corners, count] : contents.faces)
+    {
+        faces[std::to_string(corners)] = count;
+    }
+    Json left_out = Json::object();
+    auto const add = [&](char const* why, OrvaneAlgorithm::MissingFaces const& missing)
+    {
+        if (missing.count > 0)
+        {
+            left_out[why] = {{"count", missing.count}, {"first", missing.first}};
+        }
+    };
+    add("not_finite", contents.not_finite);
+    add("degenerate", contents.degenerate);
+    add("too_large", contents.too_large);
+    add("repeated", contents.repeated);
+    add("unheld", contents.unheld);
+    return {{"vertices", contents.vertices},
+            {"faces_by_corners", std::move(faces)},
+            {"vertices_not_finite", contents.vertices_not_finite},
+            {"left_out", std::move(left_out)},
+            {"triangles_of_polygons", contents.triangles_of_polygons},
+            {"turned_faces", contents.turned_faces},
+            {"crowded_edges", contents.crowded_edges},
+            {"added_vertices", contents.added_vertices},
+            {"kept", contents.kept},
+            {"dropped", contents.dropped}};
+}
+
 Json to_json(MeshHealth const& health)
 {
     Json json;

@@ -2,6 +2,7 @@
 
 #include "workflow/export.h"
 #include "workflow/files/Json.h"
+#include "workflow/files/MeshFiles.h"
 #include "workflow/steps/Clean.h"
 #include "workflow/steps/CutSticks.h"
 #include "workflow/steps/Fill.h"
@@ -21,6 +22,7 @@ namespace veld
 
 /// \name Results
 /// @{
+VELD_WORKFLOW_API Json to_json(OrvaneAlgorithm::MeshFileContents const& contents);
 VELD_WORKFLOW_API Json to_json(MeshHealth const& health);
 VELD_WORKFLOW_API Json to_json(FindHolesResult const& result);
 VELD_WORKFLOW_API Json to_json(FillPass const& pass);

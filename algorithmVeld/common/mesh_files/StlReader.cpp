@@ -190,6 +190,12 @@ private:
             corners_.push_back(merger_.index_of(parse_point()));
             next_line(cut_off);
         }
+        if (corners_.size() < 3)
+        {
+            throw FileError("face " + std::to_string(number) + " has " +
+                            std::to_string(corners_.size()) +
+                            " corners; only triangles are supported");
+        }
         next_line(cut_off);
         require(is_next("endfacet"));
         soup_.add_face(corners_);

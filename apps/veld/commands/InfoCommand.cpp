@@ -27,9 +27,10 @@ public:
     {
         MeshFile file = read_mesh(mesh_, desk.context);
         MeshHealth const health = inspect(file.mesh, desk.context);
-        desk.console.print(to_text(mesh_, health, file.faces_left_out));
+        desk.console.print(to_text(mesh_, health, file.contents));
         Json json = to_json(health);
         json["faces_left_out"] = file.faces_left_out;
+        json["file"] = to_json(file.contents);
         return json;
     }
 

@@ -13,7 +13,49 @@ std::string added(std::size_t faces, std::size_t vertices)
     return vertices == 0 ? text : text + " and " + counted(vertices, "vertex");
 }
 
-std::string to_text(std::string const& path, MeshHealth const& health, std::size_t faces_left_out)
+namespace
+{
+
+/// What is in the file as it is, and what had to be done with it: zeros are left out.
+std::string file_lines(OrvaneAlgorithm::MeshFileContents const& contents)
+{
+    std::string text = "  in the file\n";
+    auto const add = [&text](std::string const& name, std::size_t count)
+    { text += count == 0 ? std::string() : fmt::format("    {:<22}{:>12}\n", name, count); };
+    auto const list = [&text](char const* name, std::vector<std::string> const& items)
+    {
+        if (!items.empty())
+        {
+            text +=
+                fmt::format("    {:<22}{:>12}\n", name, fmt::format("{}", fmt::join(items, ", ")));
+        }
+    };
+    add("vertices", contents.vertices);
+    for (auto const& [corners, count] : contents.faces)
+    {
+        add(corners == 3   ? "triangles"
+            : corners == 4 ? "quads"
+                           : "faces of " + counted(corners, "corner"),
+            count);
+    }
+    add("vertices not finite", contents.vertices_not_finite);
+    add("their faces", contents.not_finite.count);
+    add("degenerate faces", contents.degenerate.count);
+    add("faces too large", contents.too_large.count);
+    add("repeated faces", contents.repeated.count);
+    add("faces turned over", contents.turned_faces);
+    add("crowded edges", contents.crowded_edges);
+    add("vertices added", contents.added_vertices);
+    add("faces left out there", contents.unheld.count);
+    list("kept", contents.kept);
+    list("not kept", contents.dropped);
+    return text;
+}
+
+} // namespace
+
+std::string to_text(std::string const& path, MeshHealth const& health,
+                    OrvaneAlgorithm::MeshFileContents const& contents)
 {
     std::string text = path + (health.closed ? ": closed\n" : ": open\n");
     auto const add = [&text](char const* name, std::size_t count)
@@ -26,13 +68,13 @@ std::string to_text(std::string const& path, MeshHealth const& health, std::size
     add("components", health.components);
     add("non-manifold vertices", health.non_manifold_vertices);
     add("isolated vertices", health.isolated_vertices);
-    add("faces left out", faces_left_out);
+    add("faces left out", contents.faces_left_out());
     text +=
         fmt::format("  {:<24}{:>12.6g} mm\n", "average edge length", health.average_edge_length);
     auto const size = (health.box_max.cast<double>() - health.box_min.cast<double>()).eval();
     text += fmt::format("  {:<24}{:>12.6g} x {:.6g} x {:.6g} mm\n", "bounding box", size.x(),
                         size.y(), size.z());
-    return text;
+    return text + file_lines(contents);
 }
 
 std::string to_text(std::string const& path, FindHolesResult const& result)

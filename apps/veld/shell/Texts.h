@@ -1,5 +1,6 @@
 #pragma once
 
+#include "workflow/files/MeshFiles.h"
 #include "workflow/steps/Clean.h"
 #include "workflow/steps/Fill.h"
 #include "workflow/steps/FindHoles.h"
@@ -18,7 +19,9 @@ namespace veld::cli
 /// "40 faces", "40 faces and 9 vertices".
 std::string added(std::size_t faces, std::size_t vertices);
 
-std::string to_text(std::string const& path, MeshHealth const& health, std::size_t faces_left_out);
+/// A mesh, and below it what its file holds.
+std::string to_text(std::string const& path, MeshHealth const& health,
+                    OrvaneAlgorithm::MeshFileContents const& contents);
 std::string to_text(std::string const& path, FindHolesResult const& result);
 std::string to_text(std::string const& path, FillResult const& result);
 std::string to_text(std::string const& path, CleanResult const& result);
