@@ -6,6 +6,7 @@
 #include "algorithmVeld/HoleFilling/EarClipping.h"
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
+#include "algorithmVeld/HoleFilling/HoleSmooth.h"
 #include "algorithmVeld/HoleFilling/OpenHole.h"
 #include "algorithmVeld/MeshAssistant/MeshAssistant.h"
 #include "algorithmVeld/api/RetVal.h"

@@ -14,6 +14,7 @@
 #include "algorithmVeld/common/mesh/EdgeLengths.h"
 #include "algorithmVeld/common/mesh/KernelExchange.h"
 #include "algorithmVeld/common/mesh/MeshNormals.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/Progress.h"
 
@@ -27,20 +28,6 @@ using detail::log;
 
 namespace
 {
-
-/// Adds a property to the mesh with the same value on every element.
-/// \param capacity for how many elements there is room
-template <typename Handle, typename Value>
-void add_filled_property(TriMesh& mesh, Handle& handle, char const* name, std::size_t capacity,
-                         Value value)
-{
-    mesh.add_property(handle, name);
-    auto& array = mesh.property(handle).data_vector();
-    std::vector<Value> values;
-    values.reserve(capacity);
-    values.assign(array.size(), value);
-    array.swap(values);
-}
 
 /// Points at the host's mesh until the end of the scope, and not beyond it.
 class MeshOfRun
@@ -253,15 +240,15 @@ void HoleFillingCore::add_run_properties()
     auto const capacity = detail::capacity_of(*mesh_);
     std::size_t const verts = std::max(capacity.vertices, old_verts_ + old_verts_ / 8);
     std::size_t const faces = std::max(capacity.faces, old_faces_ + old_faces_ / 8);
-    add_filled_property(*mesh_, vert_edge_len_prop_, "<vprop>", verts, 0.0F);
-    add_filled_property(*mesh_, face_new_prop_, "<fprop>", faces, false);
-    add_filled_property(*mesh_, face_hole_prop_, "<fprop>", faces, -1);
-    add_filled_property(*mesh_, face_region_prop_, "<fprop>", faces, false);
-    add_filled_property(*mesh_, vert_new_prop_, "<vprop>", verts, false);
-    add_filled_property(*mesh_, vert_hole_prop_, "<vprop>", verts, -1);
-    add_filled_property(*mesh_, vert_region_prop_, "<vprop>", verts, false);
-    add_filled_property(*mesh_, vert_patch_prop_, "<vprop>", verts, -1);
-    add_filled_property(*mesh_, vert_patch_index_prop_, "<vprop>", verts, -1);
+    detail::add_filled_property(*mesh_, vert_edge_len_prop_, "<vprop>", 0.0F, verts);
+    detail::add_filled_property(*mesh_, face_new_prop_, "<fprop>", false, faces);
+    detail::add_filled_property(*mesh_, face_hole_prop_, "<fprop>", -1, faces);
+    detail::add_filled_property(*mesh_, face_region_prop_, "<fprop>", false, faces);
+    detail::add_filled_property(*mesh_, vert_new_prop_, "<vprop>", false, verts);
+    detail::add_filled_property(*mesh_, vert_hole_prop_, "<vprop>", -1, verts);
+    detail::add_filled_property(*mesh_, vert_region_prop_, "<vprop>", false, verts);
+    detail::add_filled_property(*mesh_, vert_patch_prop_, "<vprop>", -1, verts);
+    detail::add_filled_property(*mesh_, vert_patch_index_prop_, "<vprop>", -1, verts);
 }
 
 void HoleFillingCore::fair_patches()

@@ -181,6 +181,19 @@ std::vector<Operation> const& operations()
              Holes patches;
              fill_holes_core(mesh, holes, 1, faces, vertices, patches, false);
          }},
+        {"hole_smooth",
+         [](TriMesh& mesh)
+         {
+             detail::Stages stages({3, 10, 1});
+             stages.next();
+             HoleSmooth smoother(mesh, OpenMesh::VPropHandleT<bool>());
+             smoother.set_all_active();
+             smoother.initialize(HoleSmooth::Scale_Dependent, HoleSmooth::C1);
+             stages.next();
+             smoother.smooth(20);
+             stages.next();
+             smoother.get_iterative_smoothed_mesh(mesh);
+         }},
         {"components_by_face",
          [](TriMesh& mesh) { remove_small_components_by_face(mesh, 10, false); }},
         {"components_by_vert",

@@ -262,6 +262,18 @@ Operation const OPERATIONS[] = {
              fill_single_hole_core(mesh, hole, 2, faces, verts, patch, call.verbose);
          return Outcome(value, mesh, faces, verts, patch);
      }},
+    {"HoleSmooth",
+     [](Call const&)
+     {
+         TriMesh mesh = holed_mesh();
+         HoleSmooth smoother(mesh, OpenMesh::VPropHandleT<bool>());
+         smoother.set_all_active();
+         smoother.initialize(HoleSmooth::Normal_Dir, HoleSmooth::C1);
+         smoother.set_relative_local_error(0.01F);
+         RetVal const value = smoother.smooth(5);
+         bool const same_size = smoother.get_iterative_smoothed_mesh(mesh);
+         return Outcome(value, same_size, mesh);
+     }},
     {"find_hole",
      [](Call const& call)
      {

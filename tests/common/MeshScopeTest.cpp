@@ -138,6 +138,20 @@ TEST(DeletionScope, LeavesTheStatusOfHalfedgesOutWhereItIsToldTo)
     EXPECT_TRUE(has_no_status(mesh));
 }
 
+TEST(AddFilledProperty, GivesEveryElementTheValue)
+{
+    TriMesh mesh = veld_test::grid(2, 2);
+    OpenMesh::VPropHandleT<bool> flag;
+    OpenMesh::EPropHandleT<Vector3f> vector;
+    detail::add_filled_property(mesh, flag, "<vprop>", true);
+    detail::add_filled_property(mesh, vector, "<eprop>", Vector3f(1, 2, 3), 500);
+    EXPECT_EQ(mesh.property(flag).data_vector(), std::vector<bool>(mesh.n_vertices(), true));
+    EXPECT_EQ(mesh.property(vector).data_vector(),
+              std::vector<Vector3f>(mesh.n_edges(), Vector3f(1, 2, 3)));
+    EXPECT_GE(mesh.property(vector).data_vector().capacity(), 500U);
+    EXPECT_EQ(mesh.property(vector).name(), "<eprop>");
+}
+
 // OpenMesh ends the process when a face is deleted twice.
 TEST(CheckedDeletion, ASecondDeletionAndWrongHandlesDoNoHarm)
 {

@@ -55,8 +55,23 @@ TEST(ParallelFor, RunsEveryIterationOnce)
         });
 }
 
+TEST(ParallelFor, ShortOnesRunOnceToo)
+{
+    for_thread_counts(
+        []
+        {
+            for (std::size_t const n : {1U, 4095U, 4096U, 4097U, 20000U})
+            {
+                std::vector<int> runs(n, 0);
+                parallel_for_short(n, [&](std::size_t i) { ++runs.at(i); });
+                EXPECT_EQ(runs, std::vector<int>(n, 1));
+            }
+        });
+}
+
 TEST(ParallelFor, NothingToDoDoesNothing)
 {
+    parallel_for_short(0, [](std::size_t) { FAIL(); });
     parallel_for_even(0, [](std::ptrdiff_t) { FAIL(); });
     parallel_for_uneven(0, [](std::ptrdiff_t) { FAIL(); });
     parallel_for_even(-3, [](std::ptrdiff_t) { FAIL(); });

@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/TriMesh.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
@@ -30,6 +31,20 @@ private:
     TriMesh& mesh_;
     Handle handle_;
 };
+
+/// Adds a property to the mesh with the same value on every element.
+/// \param capacity for how many elements it gets room at least
+template <typename Handle, typename Value>
+void add_filled_property(TriMesh& mesh, Handle& handle, char const* name, Value const& value,
+                         std::size_t capacity = 0)
+{
+    mesh.add_property(handle, name);
+    auto& array = mesh.property(handle).data_vector();
+    std::vector<Value> values;
+    values.reserve(capacity);
+    values.assign(array.size(), value);
+    array.swap(values);
+}
 
 /// Whether a deletion marks halfedges too. Nothing is removed by their marks.
 enum class HalfedgeStatus

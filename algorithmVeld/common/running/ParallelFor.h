@@ -110,6 +110,21 @@ void parallel_for_blocks(std::ptrdiff_t n, Body const& body)
                       [&](std::ptrdiff_t k) { body(k * BLOCK, std::min(n, (k + 1) * BLOCK)); });
 }
 
+/// The same for iterations of a few instructions each, `body(i)`. Few of them stay in the calling
+/// thread.
+template <typename Body>
+void parallel_for_short(std::size_t n, Body const& body)
+{
+    parallel_for_blocks(static_cast<std::ptrdiff_t>(n),
+                        [&](std::ptrdiff_t begin, std::ptrdiff_t end)
+                        {
+                            for (std::ptrdiff_t i = begin; i < end; ++i)
+                            {
+                                body(static_cast<std::size_t>(i));
+                            }
+                        });
+}
+
 /// The loop of `parallel_for_even` with one iteration at a time to whichever thread is free: for
 /// work of uneven size.
 template <typename Body>
