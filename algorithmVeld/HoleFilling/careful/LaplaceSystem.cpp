@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <unordered_map>
+#include <cstdint>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -22,6 +22,71 @@ template <>
 constexpr std::array<double, 4> PATH_COEFFICIENTS<2>{1.0, -2.0, 1.0, 0.0};
 template <>
 constexpr std::array<double, 4> PATH_COEFFICIENTS<3>{-1.0, 3.0, -3.0, 1.0};
+
+/// Places of vertices by their index in the mesh, in open addressing: asked for every neighbour.
+class PlaceTable
+{
+public:
+    explicit PlaceTable(std::size_t expected)
+    {
+        while (slots_.size() < 2 * expected)
+        {
+            slots_.resize(2 * slots_.size(), FREE);
+        }
+    }
+
+    /// The place of a vertex, which is `next` for a new one. Places are given in rising order.
+    int find_or_add(int vertex, int next)
+    {
+        if (2 * static_cast<std::size_t>(next) >= slots_.size())
+        {
+            grow();
+        }
+        Slot& slot = find(vertex);
+        if (slot.vertex < 0)
+        {
+            slot = {vertex, next};
+        }
+        return slot.place;
+    }
+
+private:
+    struct Slot
+    {
+        int vertex;
+        int place;
+    };
+    static constexpr Slot FREE{-1, -1};
+
+    /// The vertex's slot, or the free one that it would take. Neighbours have near indices, which
+    /// the factor scatters.
+    Slot& find(int vertex)
+    {
+        std::size_t const mask = slots_.size() - 1;
+        auto const hash = static_cast<std::uint64_t>(vertex) * 0x9E3779B97F4A7C15U;
+        std::size_t i = static_cast<std::size_t>(hash >> 32U) & mask;
+        while (slots_[i].vertex >= 0 && slots_[i].vertex != vertex)
+        {
+            i = (i + 1) & mask;
+        }
+        return slots_[i];
+    }
+
+    void grow()
+    {
+        std::vector<Slot> before(2 * slots_.size(), FREE);
+        before.swap(slots_);
+        for (Slot const& slot : before)
+        {
+            if (slot.vertex >= 0)
+            {
+                find(slot.vertex) = slot;
+            }
+        }
+    }
+
+    std::vector<Slot> slots_ = std::vector<Slot>(16, FREE);
+};
 
 /// The coefficients that the three coordinates share, row by row, in rising order of columns.
 struct SharedRows
@@ -202,16 +267,16 @@ PatchNeighbourhood::PatchNeighbourhood(TriMesh const& mesh,
     : patch_size_(static_cast<int>(patch.size())), starts_{0}
 {
     std::vector<OpenMesh::VertexHandle> vertices;
-    std::unordered_map<int, int> places;
-    places.reserve(patch.size() * 4);
+    PlaceTable places(2 * patch.size());
     auto const place_of = [&](OpenMesh::VertexHandle vertex)
     {
-        auto const found = places.try_emplace(vertex.idx(), static_cast<int>(vertices.size()));
-        if (found.second)
+        int const next = static_cast<int>(vertices.size());
+        int const place = places.find_or_add(vertex.idx(), next);
+        if (place == next)
         {
             vertices.push_back(vertex);
         }
-        return found.first->second;
+        return place;
     };
     for (auto const vertex : patch)
     {
