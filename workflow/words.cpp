@@ -16,4 +16,21 @@ std::string shown(std::filesystem::path const& path)
     return path.u8string();
 }
 
+std::string why_not_written(std::error_code const& error)
+{
+    if (error == std::errc::read_only_file_system)
+    {
+        return "the disk is read-only";
+    }
+    if (error == std::errc::permission_denied || error == std::errc::operation_not_permitted)
+    {
+        return "there is no permission to write there";
+    }
+    if (error == std::errc::no_space_on_device)
+    {
+        return "the disk is full";
+    }
+    return error ? error.message() : "unknown reason";
+}
+
 } // namespace veld

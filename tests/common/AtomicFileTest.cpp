@@ -90,6 +90,24 @@ TEST(AtomicFile, PermissionsOfAnExistingFileStay)
     }
 }
 
+TEST(AtomicFile, WhatAnEndedProcessLeftIsRemovedByTheNext)
+{
+    TempDir const directory;
+    AtomicFile at_work(directory.file("other.bin"));
+    at_work.stream() << "unfinished";
+    // Nobody holds the first; the others are not ours.
+    write_file(directory.file(".veld-0123456789abcdef.part"), "left over");
+    write_file(directory.file(".veld-0123456789abcdef.part2"), "a person's");
+    write_file(directory.file(".veld-0123456789abcdeg.part"), "a person's");
+    fs::create_symlink("other.bin", directory.path() / ".veld-fedcba9876543210.part");
+
+    ASSERT_TRUE(write_atomically(directory.file("a.bin"), "content"));
+    EXPECT_FALSE(fs::exists(directory.file(".veld-0123456789abcdef.part")));
+    EXPECT_EQ(files_in(directory), 5);
+    EXPECT_TRUE(at_work.commit());
+    EXPECT_EQ(file_content(directory.file("other.bin")), "unfinished");
+}
+
 TEST(AtomicFile, SymbolicLinksStayAndTheirTargetsAreWritten)
 {
     TempDir const directory;

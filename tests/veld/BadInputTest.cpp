@@ -103,9 +103,15 @@ TEST(BadArguments, OutputThatCannotBeWrittenIsToldBeforeTheWork)
 {
     MeshDir const dir(grid_with_hole(2));
     std::filesystem::create_directory(dir.file("folder.ply"));
-    for (std::string const name : {"none/out.ply", "folder.ply", "mesh.ply/out.ply"})
+    std::vector<std::pair<std::string, std::string>> const reasons{
+        {"none/out.ply", "there is no directory " + dir.file("none")},
+        {"folder.ply", "is a directory"},
+        {"mesh.ply/out.ply", dir.mesh() + " is no directory"}};
+    for (auto const& [name, reason] : reasons)
     {
-        expect_refused(run_veld({"fill", dir.mesh(), "-o", dir.file(name)}), dir.file(name));
+        Outcome const run = run_veld({"fill", dir.mesh(), "-o", dir.file(name)});
+        expect_refused(run, dir.file(name));
+        EXPECT_THAT(run.err, HasSubstr(reason));
     }
     expect_refused(run_veld({"render", dir.mesh(), "-o", dir.file("none/out.png")}),
                    dir.file("none/out.png"));

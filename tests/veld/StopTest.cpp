@@ -1,6 +1,8 @@
-#include "run_veld.h"
+#include "run_script.h"
 
 #include <gmock/gmock.h>
+
+#include <csignal>
 
 #if !defined(_WIN32)
 
@@ -73,6 +75,72 @@ TEST_P(Stop, TakesTheDirectoriesBackThatItMade)
 
 INSTANTIATE_TEST_SUITE_P(Signals, Stop,
                          testing::Values(std::make_pair("INT", 130), std::make_pair("TERM", 143)));
+
+/// A command whose file is complete but not in its place: it waits for somebody to read its report.
+class StopAtTheReport : public testing::Test
+{
+protected:
+    StopAtTheReport()
+    {
+        std::signal(SIGPIPE, SIG_DFL); // as a shell has it
+        write_file(dir_.file("out.ply"), "old");
+    }
+
+    /// \param then what happens in that state; `$pid` is the program, `$reader` reads nothing
+    /// \return its status, and what the shell prints
+    Outcome run(std::string const& then)
+    {
+        return run_script_in(dir_.path(),
+                             "chmod 600 out.ply; mkfifo pipe\n"
+                             "sleep 60 < pipe & reader=$!\n"
+                             "exec 3> pipe; head -c 65536 /dev/zero >&3; rm pipe\n"
+                             "\"$veld\" fill mesh.ply -o out.ply >&3 & pid=$!\n"
+                             "exec 3>&-\n"
+                             "until [ -s .veld-*.part/out.ply ]; do sleep 0.02; done\n" +
+                                 then +
+                                 "\nwait $pid; status=$?; kill $reader 2>/dev/null; exit $status");
+    }
+
+    MeshDir dir_{grid_with_hole(2)};
+};
+
+TEST_F(StopAtTheReport, LeavesNoFileWhateverTheSignal)
+{
+    std::vector<std::pair<std::string, int>> const ends{{"kill -TERM $pid", 143},
+                                                        {"kill -INT $pid", 130},
+                                                        {"kill -HUP $pid", 129},
+                                                        {"kill $reader", 141}};
+    for (auto const& [end, status] : ends)
+    {
+        EXPECT_EQ(run(end).status, status) << end;
+        EXPECT_EQ(read_file(dir_.file("out.ply")), "old");
+        EXPECT_THAT(files_in(dir_.path()), ElementsAre("mesh.ply", "out.ply")) << end;
+    }
+}
+
+TEST_F(StopAtTheReport, WhatAKilledOneLeftTheNextOneRemoves)
+{
+    EXPECT_EQ(run("kill -KILL $pid").status, 137);
+    EXPECT_EQ(files_in(dir_.path()).size(), 3U);
+    EXPECT_EQ(read_file(dir_.file("out.ply")), "old");
+    ASSERT_EQ(run_veld({"fill", dir_.mesh(), "-o", dir_.file("out.ply")}).status, 0);
+    EXPECT_THAT(files_in(dir_.path()), ElementsAre("mesh.ply", "out.ply"));
+}
+
+TEST_F(StopAtTheReport, AnotherOneForTheSameFileLeavesItAlone)
+{
+    Outcome const both = run("\"$veld\" fill mesh.ply -o out.ply --quiet; echo $?\n"
+                             "ls -d .veld-*.part/out.ply | wc -l; kill -TERM $pid");
+    EXPECT_EQ(both.out, "0\n1\n");
+    EXPECT_EQ(both.status, 143);
+    EXPECT_NE(read_file(dir_.file("out.ply")), "old");
+}
+
+TEST_F(StopAtTheReport, NobodyElseMayReadTheFileMeanwhile)
+{
+    Outcome const modes = run("stat -c %a .veld-*.part .veld-*.part/out.ply; kill -TERM $pid");
+    EXPECT_EQ(modes.out, "700\n600\n");
+}
 
 } // namespace
 

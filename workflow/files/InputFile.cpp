@@ -6,7 +6,9 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <cerrno>
 #include <filesystem>
+#include <system_error>
 
 namespace veld
 {
@@ -28,10 +30,12 @@ std::ifstream open_input(std::filesystem::path const& path)
     {
         throw InputError(shown(path) + ": is not a file");
     }
+    errno = 0;
     std::ifstream stream(path, std::ios::binary);
     if (!stream)
     {
-        throw InputError(shown(path) + ": cannot be opened");
+        throw InputError(shown(path) + ": cannot be opened: " +
+                         std::error_code(errno, std::generic_category()).message());
     }
     std::array<char, 3> start{};
     stream.read(start.data(), start.size());

@@ -55,8 +55,6 @@ std::string unique_file_suffix()
 
 AtomicFile::AtomicFile(std::filesystem::path const& target) : target_(without_links(target, error_))
 {
-    // A name of its own: one made of the target's could be too long.
-    partial_ = target_.parent_path() / (".veld-" + unique_file_suffix() + ".part");
     std::error_code ignored;
     auto const before = std::filesystem::status(target_, ignored);
     if (std::filesystem::is_directory(before))
@@ -107,7 +105,10 @@ void AtomicFile::open(std::filesystem::file_status const& before)
         stream_.setstate(std::ios::failbit);
         return;
     }
+    remove_left_over(target_.parent_path());
+    bool const replaces = std::filesystem::is_regular_file(before);
     errno = 0;
+    create(replaces);
     stream_.imbue(std::locale::classic());
     stream_.open(partial_, std::ios::binary | std::ios::trunc);
     is_opened_ = stream_.is_open();
@@ -115,13 +116,37 @@ void AtomicFile::open(std::filesystem::file_status const& before)
     {
         error_ = last_error();
     }
-    else if (std::filesystem::is_regular_file(before))
+    else if (replaces)
     {
-        // Now, while the file is empty: what others may not read they never may.
         std::error_code ignored;
         std::filesystem::permissions(partial_, before.permissions() & std::filesystem::perms::all,
                                      ignored);
     }
+}
+
+/// Makes the empty file. One that replaces another is its owner's alone until it has got the
+/// permissions of that one: what others may not read they never may.
+void AtomicFile::create(bool for_owner_only)
+{
+    do
+    {
+        partial_ = temporary_path(target_.parent_path());
+#if defined(_WIN32)
+        static_cast<void>(for_owner_only);
+        std::ofstream const made(partial_, std::ios::binary);
+#else
+        int const made =
+            ::open(partial_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                   for_owner_only ? S_IRUSR | S_IWUSR
+                                  : S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH);
+        if (made < 0)
+        {
+            return; // to open it fails for the same reason
+        }
+        ::close(made);
+#endif
+        // Between the two, somebody may take it for left over and remove it.
+    } while (!mark_.put_on(partial_));
 }
 
 } // namespace OrvaneAlgorithm::detail

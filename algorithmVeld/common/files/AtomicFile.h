@@ -1,5 +1,7 @@
 #pragma once
 
+#include "algorithmVeld/common/files/TemporaryPlace.h"
+
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -12,9 +14,10 @@ namespace OrvaneAlgorithm::detail
 std::string unique_file_suffix();
 
 /// A binary file that is written beside its place and moved there when it is complete: an existing
-/// file stays as it is until then, and leaves its permissions to the new one. Where the place is a
-/// symbolic link the link stays, and the file that it names is written. An unfinished file goes
-/// away with its scope.
+/// file stays as it is until then, and leaves its permissions to the new one, which has them from
+/// the start. Where the place is a symbolic link the link stays, and the file that it names is
+/// written. An unfinished file goes away with its scope; where the process ends before that, the
+/// next one that writes in the same directory removes it.
 class AtomicFile
 {
 public:
@@ -35,10 +38,12 @@ public:
 
 private:
     void open(std::filesystem::file_status const& before);
+    void create(bool for_owner_only);
 
     std::error_code error_;
     std::filesystem::path target_;
     std::filesystem::path partial_;
+    UseMark mark_;
     std::ofstream stream_;
     bool is_opened_ = false;
     bool is_committed_ = false;

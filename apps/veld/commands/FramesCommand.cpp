@@ -37,7 +37,7 @@ public:
         FrameSet const set = load_frames(source_.source, source_.settings, desk.context);
         std::vector<fs::path> const files = name_files(set.frames.size());
         refuse_other_frames(files);
-        check_outputs(files, set.files);
+        desk.outputs.check(files, set.files);
 
         std::string text = fmt::format("{}: {}\n", set.source, counted(files.size(), "frame"));
         Json list = Json::array();

@@ -51,7 +51,7 @@ public:
     Json run(Desk const& desk) override
     {
         FrameSet const set = load_frames(source_.source, source_.settings, desk.context);
-        check_outputs(this->outputs(), set.files);
+        desk.outputs.check(this->outputs(), set.files);
         settings_.layers = keep_layers_ ? Layers::ALL : keep_points_ ? Layers::BEST : Layers::MEAN;
         MergeResult const result = merge(set, settings_, desk.context);
         write_mesh(desk.outputs.add(output_), result.mesh, desk.context);

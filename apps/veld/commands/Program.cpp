@@ -73,14 +73,14 @@ void write_timings(std::string const& path, Outputs& outputs)
     }
 }
 
-void check_files(Command const& command, CommonOptions const& options)
+void check_files(Command const& command, CommonOptions const& options, Outputs const& outputs)
 {
     auto files = command.outputs();
     if (!options.timings.empty())
     {
         files.push_back(options.timings);
     }
-    check_outputs(files, command.inputs());
+    outputs.check(files, command.inputs());
 }
 
 void run_command(Command& command, CommonOptions const& options)
@@ -93,7 +93,7 @@ void run_command(Command& command, CommonOptions const& options)
     {
         outputs.make_directory(command.directory());
     }
-    check_files(command, options);
+    check_files(command, options, outputs);
 
     Json const result = command.run({console, session.context(), outputs});
     write_timings(options.timings, outputs);
@@ -143,7 +143,8 @@ int parse_and_run(int argc, char const* const* argv)
                              "Print the version and the direct solver of the library");
     program.footer("veld COMMAND --help explains a command with an example.\n"
                    "Exit status: 0 done, 1 the input or the arguments are wrong, "
-                   "2 the operation failed, 130 and 143 stopped by Ctrl-C and TERM.");
+                   "2 the operation failed, 129, 130, 141 and 143 stopped by the signals HUP, "
+                   "INT, PIPE and TERM.");
     auto const entries = add_commands(program);
     try
     {

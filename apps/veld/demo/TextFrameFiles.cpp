@@ -5,10 +5,7 @@
 
 #include <fmt/format.h>
 
-#include <filesystem>
 #include <iterator>
-
-namespace fs = std::filesystem;
 
 namespace veld::cli
 {
@@ -93,7 +90,7 @@ std::vector<std::string> TextFrameFiles::all() const
 
 std::string TextFrameFiles::save(std::vector<ScannedFrame> const& frames, Outputs& outputs) const
 {
-    fs::path const staging = outputs.make_staging(directory_);
+    StagingDirectory const& staging = outputs.make_staging(directory_);
     OutputFile const& description_file = outputs.add_staged(description(), staging);
     write_text_file(description_file, description_of(frames).dump(2) + "\n");
     std::vector<OutputFile const*> point_files;

@@ -34,6 +34,12 @@ void print_reason(Error const& error)
 
 int report_stop(int signal)
 {
+#if !defined(_WIN32)
+    if (signal == SIGPIPE)
+    {
+        return 128 + signal; // whoever has closed the pipe wants no more, and needs no word
+    }
+#endif
     print_line(signal == SIGINT ? "stopped by Ctrl-C: nothing was written"
                                 : "stopped: nothing was written");
     return 128 + signal;

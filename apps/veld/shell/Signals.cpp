@@ -36,6 +36,18 @@ void handle(int number, void (*handler)(int))
 #endif
 }
 
+#if !defined(_WIN32)
+/// What `nohup`, or a program that starts this one, has switched off stays off.
+void handle_unless_ignored(int number, void (*handler)(int))
+{
+    struct sigaction before = {};
+    if (sigaction(number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
+    {
+        handle(number, handler);
+    }
+}
+#endif
+
 } // namespace
 
 Signals::Signals(OrvaneAlgorithm::CancelToken const& token)
@@ -43,12 +55,22 @@ Signals::Signals(OrvaneAlgorithm::CancelToken const& token)
     token_of_handler = new OrvaneAlgorithm::CancelToken(token);
     handle(SIGINT, cancel_on_signal);
     handle(SIGTERM, cancel_on_signal);
+#if !defined(_WIN32)
+    handle_unless_ignored(SIGHUP, cancel_on_signal);
+    handle_unless_ignored(SIGPIPE, cancel_on_signal);
+    handle(SIGXFSZ, SIG_IGN); // to write too much is an error like a full disk
+#endif
 }
 
 Signals::~Signals()
 {
     handle(SIGINT, SIG_DFL);
     handle(SIGTERM, SIG_DFL);
+#if !defined(_WIN32)
+    handle_unless_ignored(SIGHUP, SIG_DFL);
+    handle_unless_ignored(SIGPIPE, SIG_DFL);
+    handle(SIGXFSZ, SIG_DFL);
+#endif
     delete token_of_handler.exchange(nullptr);
 }
 

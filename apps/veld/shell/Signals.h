@@ -5,7 +5,8 @@
 namespace veld::cli
 {
 
-/// While it lives, Ctrl-C and TERM do not end the program but cancel what it does. One at a time.
+/// While it lives, signals do not end the program but cancel what it does: Ctrl-C, TERM, the
+/// terminal that is closed, and the reader of standard output that has gone. One at a time.
 class Signals
 {
 public:
