@@ -219,6 +219,7 @@ TEST(BadArguments, WrongOptionsAreOneLine)
          "--normal-dot", "0.5"},
         {"sticks", mesh, "-o", dir.file("out")},
         {"sticks", mesh, "--seeds", mesh},
+        {"sticks", mesh, "--seeds", mesh, "-o", "-"},
         {"holes", mesh, "--distance", "1"},
         {"holes", mesh, "--markers", mesh},
         {"holes", mesh, "--normals"},

@@ -58,7 +58,8 @@ TEST(CommonOptions, EveryHelpNamesTheSharedOptions)
     for (auto const& command : COMMANDS)
     {
         Outcome const help = run_veld({command, "--help"});
-        for (char const* option : {"--json", "--verbose", "--threads", "--timings"})
+        for (char const* option :
+             {"--json", "--quiet", "--verbose", "--no-overwrite", "--threads", "--timings"})
         {
             EXPECT_THAT(help.out, HasSubstr(option)) << command;
         }
@@ -129,6 +130,76 @@ TEST(CommonOptions, NoProgressWithoutATerminal)
 {
     MeshDir const dir(grid_with_hole(2));
     EXPECT_EQ(run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply")}).err, "");
+}
+
+TEST(CommonOptions, QuietLeavesErrorsOnly)
+{
+    TempDir const dir;
+    // Two faces and a third one at their edge, of which a warning tells.
+    write_file(dir.file("fan.ply"), "ply\nformat ascii 1.0\nelement vertex 5\nproperty float x\n"
+                                    "property float y\nproperty float z\nelement face 3\n"
+                                    "property list uchar int vertex_indices\nend_header\n0 0 0\n"
+                                    "1 0 0\n0 1 0\n0 -1 0\n0 0 1\n3 0 1 2\n3 1 0 3\n3 0 1 4\n");
+    Outcome const run = run_veld({"info", dir.file("fan.ply"), "--quiet"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out + run.err, "");
+    Outcome const failed = run_veld({"info", dir.file("none.ply"), "--quiet"});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_EQ(failed.error_lines(), 1);
+    for (std::string const other : {"--json", "--verbose"})
+    {
+        EXPECT_EQ(run_veld({"info", dir.file("fan.ply"), "--quiet", other}).status, 1);
+    }
+}
+
+TEST(CommonOptions, NoOverwriteKeepsWhatIsThere)
+{
+    MeshDir const dir(grid_with_hole(2));
+    write_file(dir.file("old.ply"), "earlier result");
+    write_file(dir.file("old.json"), "earlier times");
+    std::vector<std::vector<std::string>> const calls{
+        {"fill", dir.mesh(), "-o", dir.file("old.ply")},
+        {"clean", dir.mesh(), "-o", dir.file("old.ply"), "--non-manifold"},
+        {"info", dir.mesh(), "--timings", dir.file("old.json")}};
+    for (auto call : calls)
+    {
+        call.emplace_back("--no-overwrite");
+        Outcome const run = run_veld(call);
+        EXPECT_EQ(run.status, 1);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(run.error_lines(), 1) << run.err;
+        EXPECT_THAT(run.err, HasSubstr("is there already (see --no-overwrite)"));
+    }
+    EXPECT_EQ(read_file(dir.file("old.ply")), "earlier result");
+    EXPECT_EQ(read_file(dir.file("old.json")), "earlier times");
+    EXPECT_EQ(run_veld({"fill", dir.mesh(), "-o", dir.file("new.ply"), "--no-overwrite"}).status,
+              0);
+    EXPECT_THAT(files_in(dir.path()), ElementsAre("mesh.ply", "new.ply", "old.json", "old.ply"));
+}
+
+TEST(CommonOptions, OutIsAnotherNameOfOutput)
+{
+    MeshDir const dir(grid_with_hole(2));
+    for (std::string const name : {"-o", "--out", "--output"})
+    {
+        EXPECT_EQ(run_veld({"fill", dir.mesh(), name, dir.file(name + ".ply")}).status, 0) << name;
+    }
+    EXPECT_EQ(read_file(dir.file("--out.ply")), read_file(dir.file("--output.ply")));
+}
+
+TEST(CommonOptions, NamesOfFilesMayBeAnything)
+{
+    MeshDir const dir(grid_with_hole(2));
+    std::string const blanks = "two words \xC3\xA4\xE2\x82\xAC.ply";
+    std::filesystem::copy_file(dir.mesh(), dir.file("-dash.ply"));
+    std::filesystem::copy_file(dir.mesh(), dir.file(blanks));
+    EXPECT_EQ(run_veld_in(dir.path(), "info -- -dash.ply").status, 0);
+    EXPECT_EQ(run_veld_in(dir.path(), "fill -o -out.ply -- -dash.ply").status, 0);
+    Outcome const run =
+        run_veld_in(dir.path(), "fill " + quoted(blanks) + " -o " + quoted("filled " + blanks));
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("filled " + blanks + ": 2 holes before"));
+    EXPECT_EQ(read_file(dir.file("-out.ply")), read_file(dir.file("filled " + blanks)));
 }
 
 TEST(CommonOptions, LeadingZeroIsStillDecimal)

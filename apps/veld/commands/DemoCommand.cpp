@@ -15,9 +15,9 @@ class DemoCommand : public Command
 public:
     void add_options(CLI::App& app) override
     {
-        app.add_option("-o,--output", directory_,
-                       "Directory for the frames, meshes and pictures (default: ./veld-demo)")
-            ->type_name("DIR");
+        add_output_directory(
+            app, directory_,
+            "Directory for the frames, meshes and pictures (default: ./veld-demo)");
         add_integer(app, "--width", width_, 16, 16384,
                     "Pixels across the pictures, three quarters as high (default: 1200)");
         set_example(app, "demo -o veld-demo");

@@ -24,9 +24,7 @@ public:
     void add_options(CLI::App& app) override
     {
         add_frame_source(app, source_);
-        app.add_option("-o,--output", directory_, "Directory for the .rge files")
-            ->required()
-            ->type_name("DIR");
+        add_output_directory(app, directory_, "Directory for the .rge files")->required();
         set_example(app, "frames scans/bun.conf -o frames --scale 1000");
     }
 

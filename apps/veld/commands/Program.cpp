@@ -85,10 +85,9 @@ void check_files(Command const& command, CommonOptions const& options, Outputs c
 
 void run_command(Command& command, CommonOptions const& options)
 {
-    Console console;
-    console.set_json(options.json);
+    Console console({options.json, options.quiet});
     Session session({options.verbose, options.threads}, console);
-    Outputs outputs;
+    Outputs outputs(options.no_overwrite ? Existing::KEPT : Existing::REPLACED);
     if (!command.directory().empty())
     {
         outputs.make_directory(command.directory());

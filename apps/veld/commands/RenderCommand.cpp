@@ -24,9 +24,7 @@ public:
     void add_options(CLI::App& app) override
     {
         add_mesh(app, mesh_);
-        app.add_option("-o,--output", output_, "Picture to write, .png or .jpg")
-            ->required()
-            ->type_name("PNG");
+        add_output(app, output_, "Picture to write, .png or .jpg")->required()->type_name("PNG");
         options_.add(app);
         app.add_option("--compare", original_,
                        "Mesh before a change: faces that it lacks get another colour")

@@ -24,10 +24,10 @@ public:
                        "A stick a line, 'x y z diameter height' in mm; the point is on the stick")
             ->required()
             ->type_name("FILE");
-        app.add_option("-o,--output", directory_,
-                       "Directory for the sticks, stick-0.ply and so on, numbered as their seeds")
-            ->required()
-            ->type_name("DIR");
+        add_output_directory(
+            app, directory_,
+            "Directory for the sticks, stick-0.ply and so on, numbered as their seeds")
+            ->required();
         app.add_flag("--down", down_, "The tips lie towards -z (default: towards +z)");
         set_example(app, "sticks scan.ply --seeds seeds.txt -o sticks");
     }

@@ -44,12 +44,22 @@ std::string explain_integer(std::string const& text, int const* number, int min,
 
 void add_common_options(CLI::App& app, CommonOptions& options)
 {
-    app.add_flag("--json", options.json, "Print the result as one JSON object");
-    app.add_flag("--verbose", options.verbose, "Print the library's log on standard error");
-    add_integer(app, "--threads", options.threads, 1, MAX_THREADS,
-                "Number of threads (default: all cores)");
-    app.add_option("--timings", options.timings, "Write the times of all steps to FILE, as JSON")
-        ->type_name("FILE");
+    auto* const json = app.add_flag("--json", options.json, "Print the result as one JSON object");
+    auto* const quiet = app.add_flag("--quiet", options.quiet, "Print nothing but errors");
+    auto* const verbose =
+        app.add_flag("--verbose", options.verbose, "Print the library's log on standard error");
+    quiet->excludes(json)->excludes(verbose);
+    auto* const no_overwrite = app.add_flag("--no-overwrite", options.no_overwrite,
+                                            "Refuse an output that is there already");
+    auto* const threads = add_integer(app, "--threads", options.threads, 1, MAX_THREADS,
+                                      "Number of threads (default: all cores)");
+    auto* const timings = app.add_option("--timings", options.timings,
+                                         "Write the times of all steps to FILE, as JSON")
+                              ->type_name("FILE");
+    for (auto* const option : {json, quiet, verbose, no_overwrite, threads, timings})
+    {
+        option->group(COMMON_OPTIONS);
+    }
 }
 
 void add_mesh(CLI::App& app, std::string& mesh)
@@ -61,9 +71,23 @@ void add_mesh(CLI::App& app, std::string& mesh)
 
 void add_mesh_output(CLI::App& app, std::string& output)
 {
-    app.add_option("-o,--output", output, "Mesh file to write; the extension tells the format")
+    add_output(app, output, "Mesh file to write; the extension tells the format")
         ->required()
         ->type_name("OUT");
+}
+
+CLI::Option* add_output(CLI::App& app, std::string& output, std::string const& description)
+{
+    return app.add_option("-o,--output,--out", output, description);
+}
+
+CLI::Option* add_output_directory(CLI::App& app, std::string& directory,
+                                  std::string const& description)
+{
+    return add_output(app, directory, description)
+        ->type_name("DIR")
+        ->check([](std::string const& text)
+                { return text == "-" ? "a directory is no stream" : std::string(); });
 }
 
 void add_frame_source(CLI::App& app, FrameSourceOptions& options)

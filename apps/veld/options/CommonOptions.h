@@ -17,11 +17,16 @@ namespace veld::cli
 /// What every command takes.
 struct CommonOptions
 {
-    bool json = false;    ///< The result as one JSON object.
-    bool verbose = false; ///< The library's log on standard error.
-    int threads = 0;      ///< Number of threads; 0 leaves it to the machine.
-    std::string timings;  ///< File for the step times; empty for none.
+    bool json = false;         ///< The result as one JSON object.
+    bool quiet = false;        ///< Errors only.
+    bool verbose = false;      ///< The library's log on standard error.
+    bool no_overwrite = false; ///< An output that is there already is refused.
+    int threads = 0;           ///< Number of threads; 0 leaves it to the machine.
+    std::string timings;       ///< File for the step times; empty for none.
 };
+
+/// Under which heading help lists them.
+constexpr char const* COMMON_OPTIONS = "Options of all commands";
 
 void add_common_options(CLI::App& app, CommonOptions& options);
 
@@ -30,6 +35,13 @@ void add_mesh(CLI::App& app, std::string& mesh);
 
 /// The option `--output` for a mesh file.
 void add_mesh_output(CLI::App& app, std::string& output);
+
+/// The option for what is written, `--output` with its other names.
+CLI::Option* add_output(CLI::App& app, std::string& output, std::string const& description);
+
+/// The same for a directory.
+CLI::Option* add_output_directory(CLI::App& app, std::string& directory,
+                                  std::string const& description);
 
 /// Where frames come from, as the command line names it.
 struct FrameSourceOptions

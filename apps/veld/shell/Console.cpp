@@ -70,7 +70,7 @@ void print_error(std::string const& text)
 
 void Console::print(std::string const& text)
 {
-    if (!json_)
+    if (!settings_.json && !settings_.quiet)
     {
         write_result(text);
     }
@@ -84,8 +84,11 @@ void Console::print_json(std::string const& text)
 void Console::warn(std::string const& text)
 {
     std::lock_guard<std::mutex> const lock(mutex_);
-    clear_line();
-    write_error_stream("warning: " + one_line(text) + "\n");
+    if (!settings_.quiet)
+    {
+        clear_line();
+        write_error_stream("warning: " + one_line(text) + "\n");
+    }
 }
 
 void Console::log(std::string const& text)
@@ -101,7 +104,7 @@ void Console::show_progress(std::string const& text, double fraction)
     std::lock_guard<std::mutex> const lock(mutex_);
     auto const now = std::chrono::steady_clock::now();
     bool const is_due = !progress_shown_ || text != progress_text_ || now - progress_time_ >= PAUSE;
-    if (is_terminal() && is_due)
+    if (is_terminal() && is_due && !settings_.quiet)
     {
         clear_line();
         write_error_stream(progress_line(text, fraction));

@@ -7,20 +7,24 @@
 namespace veld::cli
 {
 
+/// Where the result goes, and what is told beside it.
+struct ConsoleSettings
+{
+    bool json = false;  ///< The one object is the whole result.
+    bool quiet = false; ///< Errors only.
+};
+
 /// The two standard streams: text results on standard output; warnings, the log and one line of
 /// progress on standard error. May be used from any thread.
 class Console
 {
 public:
-    Console() = default;
+    explicit Console(ConsoleSettings const& settings) : settings_(settings) {}
     ~Console() { clear_progress(); }
     Console(Console const&) = delete;
     Console& operator=(Console const&) = delete;
 
-    /// With `--json`, `print` is silent: the one object is all that standard output gets.
-    void set_json(bool json) { json_ = json; }
-
-    /// Writes lines of the result for people.
+    /// Writes lines of the result for people, unless there is one for programs.
     void print(std::string const& text);
 
     /// Writes the result for programs.
@@ -44,8 +48,9 @@ private:
     void write_result(std::string const& text);
     void clear_line();
 
+    ConsoleSettings settings_;
+
     std::mutex mutex_;
-    bool json_ = false;
     bool progress_shown_ = false;
     std::string progress_text_;
     std::chrono::steady_clock::time_point progress_time_;
