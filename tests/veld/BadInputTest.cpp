@@ -113,6 +113,8 @@ TEST(BadArguments, OutputThatCannotBeWrittenIsToldBeforeTheWork)
         expect_refused(run, dir.file(name));
         EXPECT_THAT(run.err, HasSubstr(reason));
     }
+    expect_refused(run_veld({"fill", dir.mesh(), "-o", dir.file("mesh.ply/deep/")}),
+                   dir.mesh() + " is a file");
     expect_refused(run_veld({"render", dir.mesh(), "-o", dir.file("none/out.png")}),
                    dir.file("none/out.png"));
     expect_refused(run_veld({"info", dir.mesh(), "--timings", dir.file("none/t.json")}),
@@ -180,7 +182,6 @@ TEST(BadArguments, WrongOptionsAreOneLine)
         {"nonsense"},
         {"info"},
         {"info", mesh, "--colour"},
-        {"info", mesh, mesh},
         {"fill", mesh},
         {"fill", mesh, "-o", dir.file("out.ply"), "--method", "magic"},
         {"fill", mesh, "-o", dir.file("out.ply"), "--max-perimeter", "-1"},

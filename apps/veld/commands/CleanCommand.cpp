@@ -1,4 +1,4 @@
-#include "commands/Command.h"
+#include "commands/MeshCommand.h"
 #include "options/CleanOptions.h"
 #include "options/CommonOptions.h"
 #include "shell/Texts.h"
@@ -13,59 +13,49 @@ namespace veld::cli
 namespace
 {
 
-class CleanCommand : public Command
+class CleanCommand : public MeshCommand
 {
 public:
+    CleanCommand() : MeshCommand(ResultPlace::Kind::MESH) {}
+
     void add_options(CLI::App& app) override
     {
-        app.add_option("MESH", mesh_,
-                       "Mesh file: PLY, STL, OBJ, OFF or OM; for --markers it may be a cloud of "
-                       "points without faces")
-            ->required()
-            ->option_text(" ");
-        add_mesh_output(app, output_);
+        input().add(app, ". For --markers they may be clouds of points without faces");
+        result().add_for_each_mesh(app);
         options_.add(app);
         set_example(app, "clean scan.ply -o cleaned.ply --min-faces 6 --non-manifold");
     }
 
-    std::vector<std::filesystem::path> inputs() const override
+    std::vector<std::filesystem::path> further_inputs() const override
     {
-        std::vector<std::filesystem::path> files{mesh_};
         auto const& markers = options_.marker_files();
-        files.insert(files.end(), markers.begin(), markers.end());
-        return files;
+        return {markers.begin(), markers.end()};
     }
 
-    std::vector<std::filesystem::path> outputs() const override
-    {
-        check_mesh_extension(output_);
-        return {output_};
-    }
-
-    Json run(Desk const& desk) override
+    Json run_on(std::string const& mesh, Desk const& desk) override
     {
         // First, so that a wrong marker file is told before a large mesh is read.
         CleanSettings const settings = options_.settings();
-        MeshFile const file = read_mesh(mesh_, desk.context);
-        check_output_holds(file.mesh);
-        CleanResult const result =
-            about(mesh_, [&] { return clean(file.mesh, settings, desk.context); });
-        write_mesh(desk.outputs.add(output_), result.mesh, desk.context);
-        desk.console.print(to_text(output_, result));
-        return to_json(result);
+        MeshFile const file = input().read(mesh, desk.context);
+        check_output_holds(file.mesh, mesh);
+        CleanResult const cleaned =
+            about(mesh_name(mesh), [&] { return clean(file.mesh, settings, desk.context); });
+        write_mesh(open_result(mesh, desk), cleaned.mesh, desk.context);
+        desk.console.print(to_text(result().name_for(mesh), cleaned));
+        return to_json(cleaned);
     }
 
 private:
-    void check_output_holds(TriMesh const& mesh) const
+    void check_output_holds(TriMesh const& mesh, std::string const& name)
     {
-        if (mesh.n_vertices() > 0 && mesh.n_faces() == 0 && lower_extension(output_) == ".stl")
+        if (mesh.n_vertices() > 0 && mesh.n_faces() == 0 &&
+            result().extension_for(name, input().format()) == ".stl")
         {
-            throw InputError(output_ + ": an STL file cannot hold points without faces");
+            throw InputError(result().name_for(name) +
+                             ": an STL file cannot hold points without faces");
         }
     }
 
-    std::string mesh_;
-    std::string output_;
     CleanOptions options_;
 };
 

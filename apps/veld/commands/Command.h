@@ -29,6 +29,13 @@ public:
     /// Adds the command's own options and its example.
     virtual void add_options(CLI::App& app) = 0;
 
+    /// Takes note that all arguments are there. Refuses those that do not go together, by the
+    /// parser's exception.
+    virtual void take_arguments() {}
+
+    /// Whether standard output is an output's, so that the report goes beside it.
+    virtual bool writes_standard_output() const { return false; }
+
     /// The directory for the outputs, made if it is not there; empty for none.
     virtual std::filesystem::path directory() const { return {}; }
 
@@ -41,6 +48,10 @@ public:
     /// Does the work and prints its text.
     /// \return the result for `--json`
     virtual Json run(Desk const& desk) = 0;
+
+    /// The exit status after `run` where a part of the work failed and the rest was done; 0 if
+    /// none.
+    virtual int status() const { return 0; }
 };
 
 /// Runs a step on what a file held: an error names the file.

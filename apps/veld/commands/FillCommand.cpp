@@ -1,4 +1,4 @@
-#include "commands/Command.h"
+#include "commands/MeshCommand.h"
 #include "options/CommonOptions.h"
 #include "options/FillOptions.h"
 #include "shell/Texts.h"
@@ -13,37 +13,29 @@ namespace veld::cli
 namespace
 {
 
-class FillCommand : public Command
+class FillCommand : public MeshCommand
 {
 public:
+    FillCommand() : MeshCommand(ResultPlace::Kind::MESH) {}
+
     void add_options(CLI::App& app) override
     {
-        add_mesh(app, mesh_);
-        add_mesh_output(app, output_);
+        input().add(app);
+        result().add_for_each_mesh(app);
         options_.add(app);
         set_example(app, "fill scan.ply -o filled.ply --method trim --max-perimeter 100");
     }
 
-    std::vector<std::filesystem::path> inputs() const override { return {mesh_}; }
-
-    std::vector<std::filesystem::path> outputs() const override
+    Json run_on(std::string const& mesh, Desk const& desk) override
     {
-        check_mesh_extension(output_);
-        return {output_};
-    }
-
-    Json run(Desk const& desk) override
-    {
-        FillResult const result =
-            fill(read_mesh(mesh_, desk.context).mesh, options_.settings(), desk.context);
-        write_mesh(desk.outputs.add(output_), result.mesh, desk.context);
-        desk.console.print(to_text(output_, result));
-        return to_json(result);
+        FillResult const filled =
+            fill(input().read(mesh, desk.context).mesh, options_.settings(), desk.context);
+        write_mesh(open_result(mesh, desk), filled.mesh, desk.context);
+        desk.console.print(to_text(result().name_for(mesh), filled));
+        return to_json(filled);
     }
 
 private:
-    std::string mesh_;
-    std::string output_;
     FillOptions options_;
 };
 

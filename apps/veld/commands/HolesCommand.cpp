@@ -1,4 +1,4 @@
-#include "commands/Command.h"
+#include "commands/MeshCommand.h"
 #include "options/CommonOptions.h"
 #include "options/HoleOptions.h"
 #include "shell/Texts.h"
@@ -13,38 +13,34 @@ namespace veld::cli
 namespace
 {
 
-class HolesCommand : public Command
+class HolesCommand : public MeshCommand
 {
 public:
     void add_options(CLI::App& app) override
     {
-        add_mesh(app, mesh_);
+        input().add(app);
         options_.add(app);
         set_example(app, "holes scan.ply --max-perimeter 50");
     }
 
-    std::vector<std::filesystem::path> inputs() const override
+    std::vector<std::filesystem::path> further_inputs() const override
     {
-        std::vector<std::filesystem::path> files{mesh_};
-        if (!options_.marker_file().empty())
-        {
-            files.emplace_back(options_.marker_file());
-        }
-        return files;
+        return options_.marker_file().empty()
+                   ? std::vector<std::filesystem::path>()
+                   : std::vector<std::filesystem::path>{options_.marker_file()};
     }
 
-    Json run(Desk const& desk) override
+    Json run_on(std::string const& mesh, Desk const& desk) override
     {
         // First, so that a wrong marker file is told before a large mesh is read.
         FindHolesSettings const settings = options_.settings();
-        MeshFile file = read_mesh(mesh_, desk.context);
+        MeshFile file = input().read(mesh, desk.context);
         FindHolesResult const result = find_holes(file.mesh, settings, desk.context);
-        desk.console.print(to_text(mesh_, result));
+        desk.console.print(to_text(mesh_name(mesh), result));
         return to_json(result);
     }
 
 private:
-    std::string mesh_;
     HoleOptions options_;
 };
 

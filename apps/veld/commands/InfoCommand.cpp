@@ -1,4 +1,4 @@
-#include "commands/Command.h"
+#include "commands/MeshCommand.h"
 #include "options/CommonOptions.h"
 #include "shell/Texts.h"
 #include "workflow/files/MeshFiles.h"
@@ -12,30 +12,25 @@ namespace veld::cli
 namespace
 {
 
-class InfoCommand : public Command
+class InfoCommand : public MeshCommand
 {
 public:
     void add_options(CLI::App& app) override
     {
-        add_mesh(app, mesh_);
+        input().add(app);
         set_example(app, "info scan.ply");
     }
 
-    std::vector<std::filesystem::path> inputs() const override { return {mesh_}; }
-
-    Json run(Desk const& desk) override
+    Json run_on(std::string const& mesh, Desk const& desk) override
     {
-        MeshFile file = read_mesh(mesh_, desk.context);
+        MeshFile file = input().read(mesh, desk.context);
         MeshHealth const health = inspect(file.mesh, desk.context);
-        desk.console.print(to_text(mesh_, health, file.contents));
+        desk.console.print(to_text(mesh_name(mesh), health, file.contents));
         Json json = to_json(health);
         json["faces_left_out"] = file.faces_left_out;
         json["file"] = to_json(file.contents);
         return json;
     }
-
-private:
-    std::string mesh_;
 };
 
 } // namespace

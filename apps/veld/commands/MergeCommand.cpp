@@ -1,5 +1,7 @@
 #include "commands/Command.h"
 #include "options/CommonOptions.h"
+#include "options/MeshInput.h"
+#include "options/ResultPlace.h"
 #include "shell/Texts.h"
 #include "workflow/files/MeshFiles.h"
 #include "workflow/steps/StepJson.h"
@@ -18,7 +20,8 @@ public:
     void add_options(CLI::App& app) override
     {
         add_frame_source(app, source_);
-        add_mesh_output(app, output_);
+        result_.add(app);
+        format_option_ = add_format(app, format_);
         app.add_option("--method", method_,
                        "stitch: near borders are closed by fans of triangles (default: stitch)")
             ->type_name("NAME")
@@ -37,10 +40,24 @@ public:
         set_example(app, "merge scans/bun.conf -o merged.ply --scale 1000");
     }
 
+    void take_arguments() override
+    {
+        if (format_option_->count() > 0 && !writes_standard_output())
+        {
+            throw CLI::ValidationError("--format", "is for a mesh on standard output");
+        }
+    }
+
+    bool writes_standard_output() const override { return result_.is_standard_output(); }
+
     std::vector<std::filesystem::path> outputs() const override
     {
-        check_mesh_extension(output_);
-        std::vector<std::filesystem::path> files{output_};
+        result_.check_extension();
+        std::vector<std::filesystem::path> files;
+        if (!writes_standard_output())
+        {
+            files.push_back(result_.given());
+        }
         if (!frame_map_.empty())
         {
             files.push_back(frame_map_);
@@ -53,19 +70,19 @@ public:
         FrameSet const set = load_frames(source_.source, source_.settings, desk.context);
         desk.outputs.check(this->outputs(), set.files);
         settings_.layers = keep_layers_ ? Layers::ALL : keep_points_ ? Layers::BEST : Layers::MEAN;
-        MergeResult const result = merge(set, settings_, desk.context);
-        write_mesh(desk.outputs.add(output_), result.mesh, desk.context);
+        MergeResult const merged = merge(set, settings_, desk.context);
+        write_mesh(result_.open("", format_, desk.outputs), merged.mesh, desk.context);
         if (!frame_map_.empty())
         {
             std::string text;
-            for (int const frame : result.vertex_frames)
+            for (int const frame : merged.vertex_frames)
             {
                 text += std::to_string(frame) + '\n';
             }
             write_text_file(desk.outputs.add(frame_map_), text);
         }
-        desk.console.print(to_text(output_, result));
-        return to_json(result);
+        desk.console.print(to_text(result_.name_for(""), merged));
+        return to_json(merged);
     }
 
 private:
@@ -86,7 +103,9 @@ private:
     }
 
     FrameSourceOptions source_;
-    std::string output_;
+    ResultPlace result_{ResultPlace::Kind::MESH};
+    std::string format_ = "ply";
+    CLI::Option* format_option_ = nullptr;
     std::string method_ = "stitch";
     std::string frame_map_;
     bool keep_layers_ = false;

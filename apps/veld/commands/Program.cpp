@@ -83,9 +83,10 @@ void check_files(Command const& command, CommonOptions const& options, Outputs c
     outputs.check(files, command.inputs());
 }
 
-void run_command(Command& command, CommonOptions const& options)
+/// \return the exit status
+int run_command(Command& command, CommonOptions const& options)
 {
-    Console console({options.json, options.quiet});
+    Console console({options.json, options.quiet, command.writes_standard_output()});
     Session session({options.verbose, options.threads}, console);
     Outputs outputs(options.no_overwrite ? Existing::KEPT : Existing::REPLACED);
     if (!command.directory().empty())
@@ -107,6 +108,7 @@ void run_command(Command& command, CommonOptions const& options)
         throw OrvaneAlgorithm::Cancelled();
     }
     outputs.commit();
+    return command.status();
 }
 
 /// The parser's message names its options; what is missing is where the help stands.
@@ -131,6 +133,18 @@ int print_help(CLI::App const& program, CLI::Success const& help)
     return static_cast<int>(ExitStatus::DONE);
 }
 
+void take_arguments(std::vector<std::unique_ptr<Entry>> const& entries)
+{
+    for (auto const& entry : entries)
+    {
+        if (entry->app->parsed())
+        {
+            refuse_empty_values(*entry->app);
+            entry->command->take_arguments();
+        }
+    }
+}
+
 int parse_and_run(int argc, char const* const* argv)
 {
     CLI::App program("Merges, cleans and draws 3D scans, and closes their holes. Lengths are mm.",
@@ -149,10 +163,7 @@ int parse_and_run(int argc, char const* const* argv)
     {
         refuse_cut_options(argc, argv);
         program.parse(argc, argv);
-        for (auto const* sub : program.get_subcommands())
-        {
-            refuse_empty_values(*sub);
-        }
+        take_arguments(entries);
     }
     catch (CLI::Success const& help)
     {
@@ -172,7 +183,7 @@ int parse_and_run(int argc, char const* const* argv)
     {
         if (entry->app->parsed())
         {
-            run_command(*entry->command, entry->common);
+            return run_command(*entry->command, entry->common);
         }
     }
     return static_cast<int>(ExitStatus::DONE);

@@ -1,4 +1,4 @@
-#include "commands/Command.h"
+#include "commands/MeshCommand.h"
 #include "options/CommonOptions.h"
 #include "options/PictureOptions.h"
 #include "workflow/files/MeshFiles.h"
@@ -18,13 +18,15 @@ namespace veld::cli
 namespace
 {
 
-class RenderCommand : public Command
+class RenderCommand : public MeshCommand
 {
 public:
+    RenderCommand() : MeshCommand(ResultPlace::Kind::PICTURE) {}
+
     void add_options(CLI::App& app) override
     {
-        add_mesh(app, mesh_);
-        add_output(app, output_, "Picture to write, .png or .jpg")->required()->type_name("PNG");
+        input().add(app);
+        result().add_for_each_mesh(app);
         options_.add(app);
         app.add_option("--compare", original_,
                        "Mesh before a change: faces that it lacks get another colour")
@@ -32,27 +34,21 @@ public:
         set_example(app, "render scan.ply -o scan.png --view front");
     }
 
-    std::vector<std::filesystem::path> inputs() const override
+    std::vector<std::filesystem::path> further_inputs() const override
     {
-        return original_.empty() ? std::vector<std::filesystem::path>{mesh_}
-                                 : std::vector<std::filesystem::path>{mesh_, original_};
+        return original_.empty() ? std::vector<std::filesystem::path>()
+                                 : std::vector<std::filesystem::path>{original_};
     }
 
-    std::vector<std::filesystem::path> outputs() const override
+    Json run_on(std::string const& mesh, Desk const& desk) override
     {
-        check_picture_extension(output_);
-        return {output_};
-    }
-
-    Json run(Desk const& desk) override
-    {
-        MeshFile file = read_mesh(mesh_, desk.context);
+        MeshFile file = input().read(mesh, desk.context);
         auto const marks = new_faces(file.mesh, desk.context);
         RenderSettings const settings = options_.settings();
-        Picture const picture =
-            about(mesh_, [&] { return render(file.mesh, marks, settings, desk.context); });
-        write_picture(desk.outputs.add(output_), picture, desk.context);
-        return report(file.mesh, marks, picture, desk);
+        Picture const picture = about(mesh_name(mesh), [&]
+                                      { return render(file.mesh, marks, settings, desk.context); });
+        write_picture(open_result(mesh, desk), picture, desk.context);
+        return report(result().name_for(mesh), file.mesh, marks, picture, desk);
     }
 
 private:
@@ -62,8 +58,8 @@ private:
                                  : mark_new_faces(mesh, read_mesh(original_, context).mesh);
     }
 
-    Json report(TriMesh& mesh, FaceMarks const& marks, Picture const& picture,
-                Desk const& desk) const
+    Json report(std::string const& name, TriMesh& mesh, FaceMarks const& marks,
+                Picture const& picture, Desk const& desk) const
     {
         std::size_t const holes = find_holes(mesh, {}, desk.context).holes.size();
         Json json;
@@ -72,7 +68,7 @@ private:
         json["faces"] = mesh.n_faces();
         json["holes"] = holes;
         std::string text =
-            fmt::format("{}: {} x {} pixels, {}, {}", output_, picture.width(), picture.height(),
+            fmt::format("{}: {} x {} pixels, {}, {}", name, picture.width(), picture.height(),
                         counted(mesh.n_faces(), "face"), counted(holes, "hole"));
         if (!original_.empty())
         {
@@ -84,8 +80,6 @@ private:
         return json;
     }
 
-    std::string mesh_;
-    std::string output_;
     std::string original_;
     PictureOptions options_;
 };

@@ -1,4 +1,4 @@
-#include "commands/Command.h"
+#include "commands/MeshCommand.h"
 #include "options/CommonOptions.h"
 #include "shell/Texts.h"
 #include "workflow/files/MeshFiles.h"
@@ -14,12 +14,12 @@ namespace veld::cli
 namespace
 {
 
-class SticksCommand : public Command
+class SticksCommand : public MeshCommand
 {
 public:
     void add_options(CLI::App& app) override
     {
-        add_mesh(app, mesh_);
+        input().add_one(app);
         app.add_option("--seeds", seeds_,
                        "A stick a line, 'x y z diameter height' in mm; the point is on the stick")
             ->required()
@@ -34,7 +34,7 @@ public:
 
     std::filesystem::path directory() const override { return directory_; }
 
-    std::vector<std::filesystem::path> inputs() const override { return {mesh_, seeds_}; }
+    std::vector<std::filesystem::path> further_inputs() const override { return {seeds_}; }
 
     std::vector<std::filesystem::path> outputs() const override
     {
@@ -47,14 +47,14 @@ public:
         return files;
     }
 
-    Json run(Desk const& desk) override
+    Json run_on(std::string const& name, Desk const& desk) override
     {
         StickSeeds const seeds = read_seeds(seeds_);
-        MeshFile mesh = read_mesh(mesh_, desk.context);
+        MeshFile mesh = input().read(name, desk.context);
         CutSticksSettings settings;
         settings.tips = down_ ? StickTips::DOWN : StickTips::UP;
-        auto const sticks =
-            about(mesh_, [&] { return cut_sticks(mesh.mesh, seeds, settings, desk.context); });
+        auto const sticks = about(mesh_name(name), [&]
+                                  { return cut_sticks(mesh.mesh, seeds, settings, desk.context); });
         Json list = Json::array();
         for (std::size_t i = 0; i < sticks.size(); ++i)
         {
@@ -73,7 +73,6 @@ private:
         return (std::filesystem::path(directory_) / fmt::format("stick-{}.ply", i)).string();
     }
 
-    std::string mesh_;
     std::string seeds_;
     std::string directory_;
     bool down_ = false;

@@ -62,20 +62,6 @@ void add_common_options(CLI::App& app, CommonOptions& options)
     }
 }
 
-void add_mesh(CLI::App& app, std::string& mesh)
-{
-    app.add_option("MESH", mesh, "Mesh file: PLY, STL, OBJ, OFF or OM")
-        ->required()
-        ->option_text(" ");
-}
-
-void add_mesh_output(CLI::App& app, std::string& output)
-{
-    add_output(app, output, "Mesh file to write; the extension tells the format")
-        ->required()
-        ->type_name("OUT");
-}
-
 CLI::Option* add_output(CLI::App& app, std::string& output, std::string const& description)
 {
     return app.add_option("-o,--output,--out", output, description);

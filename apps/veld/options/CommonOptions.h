@@ -30,12 +30,6 @@ constexpr char const* COMMON_OPTIONS = "Options of all commands";
 
 void add_common_options(CLI::App& app, CommonOptions& options);
 
-/// The argument MESH.
-void add_mesh(CLI::App& app, std::string& mesh);
-
-/// The option `--output` for a mesh file.
-void add_mesh_output(CLI::App& app, std::string& output);
-
 /// The option for what is written, `--output` with its other names.
 CLI::Option* add_output(CLI::App& app, std::string& output, std::string const& description);
 

@@ -133,6 +133,11 @@ void Console::write_result(std::string const& text)
 {
     std::lock_guard<std::mutex> const lock(mutex_);
     clear_line();
+    if (settings_.output_is_stdout)
+    {
+        write_error_stream(text);
+        return;
+    }
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);
 }

@@ -10,8 +10,9 @@ namespace veld::cli
 /// Where the result goes, and what is told beside it.
 struct ConsoleSettings
 {
-    bool json = false;  ///< The one object is the whole result.
-    bool quiet = false; ///< Errors only.
+    bool json = false;             ///< The one object is the whole result.
+    bool quiet = false;            ///< Errors only.
+    bool output_is_stdout = false; ///< Standard output is a file's: the result goes beside it.
 };
 
 /// The two standard streams: text results on standard output; warnings, the log and one line of

@@ -23,11 +23,11 @@ std::string option_of(std::string setting)
     return "--" + setting;
 }
 
-void print_reason(Error const& error)
+std::string reason_of(Error const& error)
 {
-    print_error(error.setting().empty()
-                    ? error.what()
-                    : std::string(error.what()) + " (see " + option_of(error.setting()) + ")");
+    return error.setting().empty()
+               ? error.what()
+               : std::string(error.what()) + " (see " + option_of(error.setting()) + ")";
 }
 
 } // namespace
@@ -40,35 +40,41 @@ int report_stop(int signal)
         return 128 + signal; // whoever has closed the pipe wants no more, and needs no word
     }
 #endif
-    print_line(signal == SIGINT ? "stopped by Ctrl-C: nothing was written"
-                                : "stopped: nothing was written");
+    print_line(signal == SIGINT ? "stopped by Ctrl-C: nothing unfinished was written"
+                                : "stopped: nothing unfinished was written");
     return 128 + signal;
 }
 
-int report_failure()
+Failure current_failure()
 {
+    auto const failed = static_cast<int>(ExitStatus::FAILED);
     try
     {
         throw;
     }
     catch (InputError const& error)
     {
-        print_reason(error);
-        return static_cast<int>(ExitStatus::WRONG_INPUT);
+        return {static_cast<int>(ExitStatus::WRONG_INPUT), reason_of(error)};
     }
     catch (Error const& error)
     {
-        print_reason(error);
+        return {failed, reason_of(error)};
     }
     catch (std::bad_alloc const&)
     {
-        print_error("the memory is not enough");
+        return {failed, "the memory is not enough"};
     }
     catch (std::exception const& error)
     {
-        print_error(error.what());
+        return {failed, error.what()};
     }
-    return static_cast<int>(ExitStatus::FAILED);
+}
+
+int report_failure()
+{
+    Failure const failure = current_failure();
+    print_error(failure.text);
+    return failure.status;
 }
 
 } // namespace veld::cli
