@@ -16,6 +16,14 @@ if(TARGET veld)
   endif()
   install(TARGETS veld RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
+if(TARGET veld_help)
+  get_target_property(VELD_HELP_DIR veld_help VELD_DIRECTORY)
+  install(FILES "${VELD_HELP_DIR}/veld"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
+  install(FILES "${VELD_HELP_DIR}/_veld"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions")
+  install(FILES "${VELD_HELP_DIR}/veld.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+endif()
 
 if(TARGET veld_workflow)
   # It finds the library in the folder where it lies itself.

@@ -20,6 +20,15 @@ foreach(needed
   endif()
 endforeach()
 
+if(WITH_VELD AND UNIX)
+  foreach(needed "share/bash-completion/completions/veld" "share/zsh/site-functions/_veld"
+      "share/man/man1/veld[.]1")
+    if(NOT "${installed}" MATCHES "${needed}")
+      message(FATAL_ERROR "${needed} is not installed")
+    endif()
+  endforeach()
+endif()
+
 # The installed veld runs from a prefix that has been moved, without a search path.
 if(WITH_VELD)
   file(REMOVE_RECURSE "${PREFIX}-moved")

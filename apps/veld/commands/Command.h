@@ -81,5 +81,7 @@ std::unique_ptr<Command> make_clean_command();
 std::unique_ptr<Command> make_sticks_command();
 std::unique_ptr<Command> make_render_command();
 std::unique_ptr<Command> make_demo_command();
+std::unique_ptr<Command> make_completion_command();
+std::unique_ptr<Command> make_man_command();
 
 } // namespace veld::cli

@@ -62,6 +62,9 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
     add_command(
         program, entries, make_demo_command(), "demo",
         "Scan an object made by code, merge its frames, clean the mesh, close its holes, draw it");
+    add_command(program, entries, make_completion_command(), "completion",
+                "Print the script with which a shell completes these commands");
+    add_command(program, entries, make_man_command(), "man", "Print the page of the manual");
     return entries;
 }
 
