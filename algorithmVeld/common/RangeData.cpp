@@ -1,6 +1,7 @@
 #include "algorithmVeld/common/RangeData.h"
 
 #include "algorithmVeld/common/arrays/Channels.h"
+#include "algorithmVeld/common/arrays/GridMap.h"
 #include "algorithmVeld/common/arrays/checked.h"
 #include "algorithmVeld/common/geometry/unit_vector.h"
 #include "algorithmVeld/common/running/Progress.h"
@@ -29,9 +30,15 @@ int vertex_at(MatrixXi const& map, long long row, long long col, size_t n_vertic
     return vertex >= 0 && static_cast<size_t>(vertex) < n_vertices ? vertex : -1;
 }
 
+int vertex_at(detail::GridMap const& map, long long row, long long col, size_t /*n_vertices*/)
+{
+    return map(row, col);
+}
+
 /// The corners of the cell whose top left one is `cell`, against the clock about the normals; -1
 /// where there is no vertex.
-std::array<int, 4> cell_corners(MatrixXi const& map, RangeData::UVCoord const& cell, size_t n)
+template <typename Map>
+std::array<int, 4> cell_corners(Map const& map, RangeData::UVCoord const& cell, size_t n)
 {
     long long const r = cell.row;
     long long const c = cell.col;
@@ -76,7 +83,8 @@ void add_distance(RangeData const& frame, int a, int b, DistanceSum& total)
 }
 
 /// Distances from `samples` evenly spread vertices to their neighbours to the right and below.
-DistanceSum sample_distances(RangeData const& frame, MatrixXi const& map, size_t samples)
+template <typename Map>
+DistanceSum sample_distances(RangeData const& frame, Map const& map, size_t samples)
 {
     DistanceSum total;
     size_t const n = std::min(frame.get_vn(), frame.vUV.size());
@@ -87,6 +95,51 @@ DistanceSum sample_distances(RangeData const& frame, MatrixXi const& map, size_t
         add_distance(frame, corners[0], corners[3], total);
     }
     return total;
+}
+
+template <typename Map>
+int mean_distance(RangeData const& frame, Map const& map, double& mean, int sample_count)
+{
+    mean = 0.0;
+    size_t const n = std::min(frame.get_vn(), frame.vUV.size());
+    if (sample_count <= 0)
+    {
+        return 1;
+    }
+    DistanceSum total =
+        sample_distances(frame, map, std::min(n, static_cast<size_t>(sample_count)));
+    if (total.count == 0)
+    {
+        total = sample_distances(frame, map, n);
+    }
+    if (total.count == 0)
+    {
+        return 1;
+    }
+    mean = total.sum / static_cast<double>(total.count);
+    return 0;
+}
+
+template <typename Map>
+void list_quads(RangeData const& frame, Map const& map, std::vector<std::vector<int>>& quads)
+{
+    quads.clear();
+    size_t const n = frame.get_vn();
+    detail::CancelPoll poll;
+    for (size_t i = 0; i < n && i < frame.vUV.size() && i < frame.cellFlag.size(); ++i)
+    {
+        poll.next();
+        if (frame.cellFlag[i] != 1)
+        {
+            continue;
+        }
+        auto const corners = cell_corners(map, frame.vUV[i], n);
+        // Of two vertices in one cell only the one that the map holds stands for it.
+        if (is_complete(corners) && corners[0] == static_cast<int>(i))
+        {
+            quads.emplace_back(corners.begin(), corners.end());
+        }
+    }
 }
 
 } // namespace
@@ -168,8 +221,7 @@ void RangeData::keep_vertices(std::vector<char> const& keep)
 
 void RangeData::drop_incomplete_cells()
 {
-    MatrixXi map;
-    create_vertices_index_map(map);
+    detail::GridMap const map(*this);
     for (size_t i = 0; i < vUV.size() && i < cellFlag.size(); ++i)
     {
         if (cellFlag[i] == 1 && !is_complete(cell_corners(map, vUV[i], get_vn())))
@@ -191,8 +243,7 @@ bool RangeData::has_legal_cells() const
     {
         return false;
     }
-    MatrixXi map;
-    create_vertices_index_map(map);
+    detail::GridMap const map(*this);
     for (size_t i = 0; i < get_vn(); ++i)
     {
         if (cellFlag[i] == 1 && !is_complete(cell_corners(map, vUV[i], get_vn())))
@@ -311,28 +362,17 @@ void RangeData::create_vertices_index_map(MatrixXi& map) const
 
 void RangeData::convert_to_quad(MatrixXi const& map, std::vector<std::vector<int>>& quads) const
 {
-    quads.clear();
-    detail::CancelPoll poll;
-    for (size_t i = 0; i < get_vn() && i < vUV.size() && i < cellFlag.size(); ++i)
-    {
-        poll.next();
-        if (cellFlag[i] != 1)
-        {
-            continue;
-        }
-        auto const corners = cell_corners(map, vUV[i], get_vn());
-        // Of two vertices in one cell only the one that the map holds stands for it.
-        if (is_complete(corners) && corners[0] == static_cast<int>(i))
-        {
-            quads.emplace_back(corners.begin(), corners.end());
-        }
-    }
+    list_quads(*this, map, quads);
+}
+
+void RangeData::convert_to_quad(std::vector<std::vector<int>>& quads) const
+{
+    list_quads(*this, detail::GridMap(*this), quads);
 }
 
 void RangeData::update_vNrv_from_grid()
 {
-    MatrixXi map;
-    create_vertices_index_map(map);
+    detail::GridMap const map(*this);
     vNrv.assign(get_vn(), Vector3f::Zero());
     has_vNormal = true;
     for (size_t i = 0; i < get_vn() && i < vUV.size(); ++i)
@@ -355,24 +395,12 @@ void RangeData::update_vNrv_from_grid()
 int RangeData_compute_mean_distance(RangeData const& frame, MatrixXi const& map, double& mean,
                                     int sample_count)
 {
-    mean = 0.0;
-    size_t const n = std::min(frame.get_vn(), frame.vUV.size());
-    if (sample_count <= 0)
-    {
-        return 1;
-    }
-    DistanceSum total =
-        sample_distances(frame, map, std::min(n, static_cast<size_t>(sample_count)));
-    if (total.count == 0)
-    {
-        total = sample_distances(frame, map, n);
-    }
-    if (total.count == 0)
-    {
-        return 1;
-    }
-    mean = total.sum / static_cast<double>(total.count);
-    return 0;
+    return mean_distance(frame, map, mean, sample_count);
+}
+
+int RangeData_compute_mean_distance(RangeData const& frame, double& mean, int sample_count)
+{
+    return mean_distance(frame, detail::GridMap(frame), mean, sample_count);
 }
 
 } // namespace OrvaneAlgorithm

@@ -79,6 +79,9 @@ public:
     /// Lists the cells whose `cellFlag` is 1 as quads of vertex indices, (r, c), (r, c+1),
     /// (r+1, c+1), (r+1, c), in the order of the vertices. A cell that lacks a corner is left out.
     void convert_to_quad(MatrixXi const& map, std::vector<std::vector<int>>& quads) const;
+    /// The same without a map, which has an entry for each cell of the grid: the memory that this
+    /// takes grows with the vertices, however large the grid says it is.
+    void convert_to_quad(std::vector<std::vector<int>>& quads) const;
 
     /// Computes unit normals from the neighbours on the grid and switches their channel on. A
     /// vertex that has no neighbour in its row or none in its column gets a zero normal.
@@ -100,10 +103,12 @@ private:
 /// \param map as `create_vertices_index_map` makes it
 /// \param mean the mean, in millimetres; 0 where there are no neighbours
 /// \param sample_count how many vertices are looked at, spread evenly; all if there are fewer, or
-/// if
-///        none of those looked at has a neighbour
+///        if none of those looked at has a neighbour
 /// \return 0 on success; 1 if `sample_count` is not positive or no vertex has a neighbour
 ALGORITHMVELD_API int RangeData_compute_mean_distance(RangeData const& frame, MatrixXi const& map,
                                                       double& mean, int sample_count);
+/// The same without a map, in memory that grows with the vertices and not with the grid.
+ALGORITHMVELD_API int RangeData_compute_mean_distance(RangeData const& frame, double& mean,
+                                                      int sample_count);
 
 } // namespace OrvaneAlgorithm

@@ -1,5 +1,6 @@
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
 
+#include "algorithmVeld/common/arrays/GridMap.h"
 #include "algorithmVeld/common/arrays/checked.h"
 #include "algorithmVeld/common/geometry/angles.h"
 #include "algorithmVeld/common/geometry/unit_vector.h"
@@ -90,17 +91,16 @@ double median(std::vector<double> values)
 std::vector<double> grid_distances(RangeData const& frame)
 {
     constexpr std::size_t SAMPLES = 2000;
-    MatrixXi map;
-    frame.create_vertices_index_map(map);
+    detail::GridMap const map(frame);
     std::vector<double> distances;
     std::size_t const n = std::min(frame.get_vn(), frame.vUV.size());
     std::size_t const step = std::max<std::size_t>(1, n / SAMPLES);
     auto const add = [&](std::size_t i, long long row, long long col)
     {
-        bool const inside = row >= 0 && col >= 0 && row < map.rows() && col < map.cols();
-        if (inside && map(row, col) >= 0)
+        int const vertex = map(row, col);
+        if (vertex >= 0)
         {
-            auto const other = static_cast<std::size_t>(map(row, col));
+            auto const other = static_cast<std::size_t>(vertex);
             double const distance =
                 (frame.vCoord[other].cast<double>() - frame.vCoord[i].cast<double>()).norm();
             // NaN has no place in an order.

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 #include <stdexcept>
 
 namespace OrvaneAlgorithm
@@ -86,19 +87,23 @@ size_t PointCloud2RangeData::pixels() const
     return static_cast<size_t>(std::max(rows_, 0)) * static_cast<size_t>(std::max(columns_, 0));
 }
 
+bool PointCloud2RangeData::is_grid_too_large() const
+{
+    return pixels() > static_cast<size_t>(detail::MOST_CELLS);
+}
+
 void PointCloud2RangeData::allocMemSpace()
 {
     freeMemSpace();
-    size_t const n = pixels();
-    if (n > detail::MOST_CELLS)
+    if (is_grid_too_large())
     {
         return;
     }
-    points_.reset(new Vector3f[n]);
-    normals_.reset(new Vector3f[n]);
-    point_tags_.reset(new char[n]);
-    quad_tags_.reset(new char[n]);
-    allocated_pixels_ = n;
+    points_ = std::make_shared<std::vector<Vector3f>>();
+    normals_ = std::make_shared<std::vector<Vector3f>>();
+    point_tags_ = std::make_shared<std::vector<char>>();
+    quad_tags_ = std::make_shared<std::vector<char>>();
+    largest_grid_ = pixels();
 }
 
 void PointCloud2RangeData::freeMemSpace()
@@ -107,7 +112,7 @@ void PointCloud2RangeData::freeMemSpace()
     normals_.reset();
     point_tags_.reset();
     quad_tags_.reset();
-    allocated_pixels_ = 0;
+    largest_grid_ = 0;
 }
 
 bool PointCloud2RangeData::processPointCloud()
@@ -282,8 +287,14 @@ void PointCloud2RangeData::load_matrix_file(int number)
 bool PointCloud2RangeData::loadFile()
 {
     detail::log("PointCloud2RangeData::loadFile() ..\n");
+    if (is_grid_too_large())
+    {
+        detail::log("  !!!error: a grid of %d x %d has more than %lld pixels.\n", rows_, columns_,
+                    static_cast<long long>(detail::MOST_CELLS));
+        return false;
+    }
     // Arrays of a smaller grid are as good as none.
-    if (points_ == nullptr || allocated_pixels_ < pixels())
+    if (points_ == nullptr || largest_grid_ < pixels())
     {
         if (gPH.log_enabled)
         {
@@ -292,14 +303,18 @@ bool PointCloud2RangeData::loadFile()
         return false;
     }
     // Only here: what a short file does not hold stays as the frame before left it.
-    std::fill_n(points_.get(), pixels(), Vector3f(Vector3f::Zero()));
+    points_->clear();
     mRangeDataArr.resize(mRtFrameNumArr.size());
     mRgeFrameNumArr.resize(mRtFrameNumArr.size());
+    std::set<int> seen;
     detail::Progress progress(mRtFrameNumArr.size());
     for (size_t i = 0; i < mRtFrameNumArr.size(); ++i)
     {
         progress.advance(0);
-        load_point_file(i);
+        if (!own_points_only_ || seen.insert(mRtFrameNumArr[i]).second)
+        {
+            load_point_file(i);
+        }
         progress.advance();
     }
     return true;
@@ -319,7 +334,15 @@ void PointCloud2RangeData::load_point_file(size_t index)
         detail::log("  !!!fail to read cloud of frame %4d\n", number);
         return;
     }
+    if (own_points_only_)
+    {
+        points_->clear();
+    }
     input.points_read = read_points(text);
+    if (own_points_only_)
+    {
+        points_->resize(input.points_read);
+    }
     caclPointCloudInfo();
     input.has_pose = fillRangeData(number, static_cast<int>(index));
     if (!input.has_pose)
@@ -341,6 +364,7 @@ void PointCloud2RangeData::load_point_file(size_t index)
 size_t PointCloud2RangeData::read_points(TextScanner& text)
 {
     int const columns = six_columns_ ? 6 : 3;
+    std::vector<Vector3f>& points = *points_;
     size_t const n = pixels();
     detail::CancelPoll poll;
     for (size_t i = 0; i < n; ++i)
@@ -348,10 +372,18 @@ size_t PointCloud2RangeData::read_points(TextScanner& text)
         poll.next();
         for (int k = 0; k < columns; ++k)
         {
-            float dropped = 0;
-            if (!text.next(k < 3 ? points_[static_cast<std::ptrdiff_t>(i)][k] : dropped))
+            float value = 0;
+            if (!text.next(value))
             {
                 return i;
+            }
+            if (i == points.size())
+            {
+                points.emplace_back(Vector3f::Zero());
+            }
+            if (k < 3)
+            {
+                points[i][k] = value;
             }
         }
     }
@@ -366,19 +398,21 @@ void PointCloud2RangeData::caclPointCloudInfo()
 
 void PointCloud2RangeData::calcQuadTag()
 {
-    Vector3f const* const points = points_.get();
-    char* const tags = point_tags_.get();
-    std::transform(points, points + pixels(), tags,
+    std::vector<Vector3f> const& points = *points_;
+    std::vector<char>& tags = *point_tags_;
+    tags.resize(points.size());
+    std::transform(points.begin(), points.end(), tags.begin(),
                    [](Vector3f const& point) { return static_cast<char>(is_point(point)); });
-    std::fill_n(quad_tags_.get(), pixels(), char{0});
-    for (int r = 0; r + 1 < rows_; ++r)
+    quad_tags_->assign(points.size(), 0);
+    auto const width = static_cast<size_t>(std::max(columns_, 0));
+    // The corners below the last row that was read hold no point.
+    for (size_t row = 0; row + width + 1 < tags.size(); row += width)
     {
-        for (int c = 0; c + 1 < columns_; ++c)
+        for (size_t i = row; i + 1 < row + width && i + width + 1 < tags.size(); ++i)
         {
-            std::ptrdiff_t const i = std::ptrdiff_t{r} * columns_ + c;
-            bool const complete = tags[i] == 1 && tags[i + 1] == 1 && tags[i + columns_] == 1 &&
-                                  tags[i + columns_ + 1] == 1;
-            quad_tags_[i] = static_cast<char>(complete);
+            bool const complete = tags[i] == 1 && tags[i + 1] == 1 && tags[i + width] == 1 &&
+                                  tags[i + width + 1] == 1;
+            (*quad_tags_)[i] = static_cast<char>(complete);
         }
     }
 }
@@ -386,15 +420,15 @@ void PointCloud2RangeData::calcQuadTag()
 /// Normals of the complete cells, not of unit length. The frames do not carry them.
 void PointCloud2RangeData::calcNorm()
 {
-    Vector3f const* const points = points_.get();
-    std::fill_n(normals_.get(), pixels(), Vector3f(Vector3f::Zero()));
-    for (std::ptrdiff_t i = 0; i < static_cast<std::ptrdiff_t>(pixels()); ++i)
+    std::vector<Vector3f> const& points = *points_;
+    normals_->assign(points.size(), Vector3f(Vector3f::Zero()));
+    for (size_t i = 0; i < points.size(); ++i)
     {
-        if (quad_tags_[i] == 1)
+        if ((*quad_tags_)[i] == 1)
         {
             Vector3f const from_right = points[i] - points[i + 1];
-            Vector3f const from_below = points[i] - points[i + columns_];
-            normals_[i] = from_right.cross(from_below);
+            Vector3f const from_below = points[i] - points[i + static_cast<size_t>(columns_)];
+            (*normals_)[i] = from_right.cross(from_below);
         }
     }
 }
@@ -403,20 +437,18 @@ bool PointCloud2RangeData::fillRangeData(int frame_id, int index)
 {
     RangeData frame;
     frame.set_grid_size(rows_, columns_);
-    char const* const tags = point_tags_.get();
+    std::vector<char> const& tags = *point_tags_;
+    auto const width = static_cast<size_t>(std::max(columns_, 0));
     detail::CancelPoll poll;
-    frame.reserve_vn(static_cast<size_t>(std::count(tags, tags + pixels(), 1)));
-    for (int r = 0; r < rows_; ++r)
+    frame.reserve_vn(static_cast<size_t>(std::count(tags.begin(), tags.end(), 1)));
+    for (size_t i = 0; i < tags.size(); ++i)
     {
-        for (int c = 0; c < columns_; ++c)
+        poll.next();
+        if (tags[i] == 1)
         {
-            poll.next();
-            std::ptrdiff_t const i = std::ptrdiff_t{r} * columns_ + c;
-            if (tags[i] == 1)
-            {
-                size_t const vertex = frame.add_vCoord_and_vUV(points_[i], {r, c});
-                frame.set_cellFlag(vertex, quad_tags_[i]);
-            }
+            size_t const vertex = frame.add_vCoord_and_vUV(
+                (*points_)[i], {static_cast<int>(i / width), static_cast<int>(i % width)});
+            frame.set_cellFlag(vertex, (*quad_tags_)[i]);
         }
     }
     // After a second run the list holds more frames than there are poses.

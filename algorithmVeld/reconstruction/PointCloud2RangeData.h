@@ -28,6 +28,8 @@ class TextScanner;
 /// before left it in the points (0 in the first frame): `get_frame_input` tells. Numbers that are
 /// none end the reading of a file.
 ///
+/// The size of the grid alone takes no memory: that grows with the points that are read.
+///
 /// Works on the calling thread. Nothing is thrown but for a header line without a digit, an index
 /// that is out of range and lack of memory. A copy shares the arrays of the current frame with its
 /// source until one of them calls `Initialize` again, so two of them do not run at the same time.
@@ -68,15 +70,20 @@ public:
     void set_RtParamStoreType(bool common_file) { rt_param_store_type_ = common_file; }
     /// Whether there is a pose file of 12 values a frame. Default false.
     void set_rt_file_with_12_params(bool twelve) { rt_file_with_12_params_ = twelve; }
+    /// Whether a frame gets what its own point file holds and nothing else: a pixel of which that
+    /// file has no whole record holds no point, and a frame whose number stood in the common pose
+    /// file before is empty, as without a point file. So memory is bounded by the size of the
+    /// files. Default false.
+    void set_OwnPointsOnly(bool own) { own_points_only_ = own; }
 
-    /// Takes memory for one frame of the grid that is set; arrays from an earlier call are let go.
+    /// Makes the arrays for a frame of the grid that is set; those from an earlier call are let go.
     /// A grid of more than 2^28 pixels gets none.
     void Initialize();
 
     /// Reads all poses and all frames. Run again, it adds to the list of frames of the run before
     /// and so returns false.
     /// \return true if every frame of the list has a pose of its own, also for no frame at all.
-    ///         False too if there are frames but no memory for the grid that is set. A frame whose
+    ///         False too if there are frames but no arrays for the grid that is set. A frame whose
     ///         point file is missing, or whose pose has another number, is empty, and the result
     ///         stays true.
     /// \throw std::out_of_range ("invalid string position") for a header line without a digit; the
@@ -107,6 +114,7 @@ private:
                                  int& missing);
 
     size_t pixels() const;
+    bool is_grid_too_large() const;
     void allocMemSpace();
     void freeMemSpace();
     void add_frame(int number);
@@ -124,10 +132,11 @@ private:
 
     int columns_ = 0;
     int rows_ = 0;
-    std::shared_ptr<Vector3f[]> points_;
-    std::shared_ptr<Vector3f[]> normals_;
-    std::shared_ptr<char[]> point_tags_;
-    std::shared_ptr<char[]> quad_tags_;
+    // Row by row up to the last pixel that a file of the run told of. Behind it there is no point.
+    std::shared_ptr<std::vector<Vector3f>> points_;
+    std::shared_ptr<std::vector<Vector3f>> normals_;
+    std::shared_ptr<std::vector<char>> point_tags_;
+    std::shared_ptr<std::vector<char>> quad_tags_;
     bool rt_file_with_12_params_ = false;
     std::vector<RangeData> mRangeDataArr;
     std::vector<OrvaneMat> mMatrixArr;
@@ -146,7 +155,8 @@ private:
     bool memory_allocated_ = false; ///< never set, so every `Initialize` takes memory
     bool six_columns_ = true;
 
-    size_t allocated_pixels_ = 0;
+    bool own_points_only_ = false;
+    size_t largest_grid_ = 0;        ///< pixels that the arrays were made for
     std::vector<FrameInput> inputs_; ///< one for each entry of mRtFrameNumArr
 };
 

@@ -311,6 +311,69 @@ TEST(RangeData, MeanDistanceFindsTheOnlyNeighboursBesideTheSample)
     EXPECT_DOUBLE_EQ(mean, 7.0);
 }
 
+/// Four corners of a cell and a lone vertex, at the ends of the largest grid there is.
+RangeData frame_on_the_largest_grid()
+{
+    int const most = std::numeric_limits<int>::max();
+    RangeData frame;
+    frame.set_grid_size(most, most);
+    frame.add_vCoord_and_vUV({9, 9, 0}, {0, 0});
+    for (int i = 0; i < 4; ++i)
+    {
+        frame.add_vCoord_and_vUV({static_cast<float>(i % 2), 2.0F * static_cast<float>(i / 2), 0},
+                                 {most - 2 + i / 2, most - 2 + i % 2});
+    }
+    frame.set_cellFlag(1, 1);
+    return frame;
+}
+
+TEST(RangeData, LargestGridTakesMemoryForItsVerticesOnly)
+{
+    RangeData frame = frame_on_the_largest_grid();
+    EXPECT_TRUE(frame.is_legal());
+    Quads quads;
+    frame.convert_to_quad(quads);
+    EXPECT_EQ(quads, (Quads{{1, 2, 4, 3}}));
+    double mean = 0.0;
+    EXPECT_EQ(RangeData_compute_mean_distance(frame, mean, 2000), 0);
+    EXPECT_DOUBLE_EQ(mean, 1.5); // 1 and 2, twice each
+    frame.update_vNrv_from_grid();
+    EXPECT_EQ(frame.vNrv[0], Vector3f(0, 0, 0));
+    EXPECT_EQ(frame.vNrv[4], Vector3f(0, 0, 1));
+    frame.set_cellFlag(0, 1); // has no other corner
+    EXPECT_FALSE(frame.is_legal());
+    frame.repair_illegal();
+    EXPECT_TRUE(frame.is_legal());
+    frame.enable_vFlag();
+    frame.set_vDeleted(2, true);
+    frame.squeeze();
+    EXPECT_EQ(frame.cellFlag, (std::vector<char>{0, 0, 0, 0}));
+}
+
+TEST(RangeData, QuadsAndMeanDistanceAreTheSameWithoutAMap)
+{
+    RangeData frame = full_frame(5, 7);
+    frame.enable_vFlag();
+    for (size_t const gone : {3U, 17U, 18U, 30U})
+    {
+        frame.set_vDeleted(gone, true);
+    }
+    frame.squeeze();
+    MatrixXi map;
+    frame.create_vertices_index_map(map);
+    Quads quads{{1, 2, 3, 4}}; // replaced
+    frame.convert_to_quad(quads);
+    EXPECT_EQ(quads, quads_of(frame));
+    for (int const samples : {-1, 0, 1, 4, 2000})
+    {
+        double with_map = 7.0;
+        double without = 8.0;
+        EXPECT_EQ(RangeData_compute_mean_distance(frame, map, with_map, samples),
+                  RangeData_compute_mean_distance(frame, without, samples));
+        EXPECT_EQ(with_map, without);
+    }
+}
+
 TEST(RangeData, EveryInconsistencyIsIllegalAndRepaired)
 {
     auto const expect_repaired = [](RangeData frame, size_t n)

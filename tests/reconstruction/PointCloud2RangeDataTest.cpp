@@ -497,6 +497,78 @@ TEST(PointCloud2RangeData, ShortPointFileKeepsTheFrameBeforeAndTheFirstHasZeros)
     EXPECT_EQ(frames.get_frame_input(2).points_read, 1U);
 }
 
+TEST(PointCloud2RangeData, FrameWithItsOwnPointsOnlyHoldsNothingOfTheFrameBefore)
+{
+    Scan const scan(2, 2);
+    for (int const i : {1, 2, 3})
+    {
+        scan.write_pose(i, IDENTITY_12);
+    }
+    scan.write_plane(1, 5);
+    scan.write_points(2, "6 6 6 0 0 0  7 7 7 0 0 0  8 8 8 0 0 0  9 9");
+    scan.write_points(3, "");
+    auto frames = scan.reader(Poses::TWELVE, 1, 3);
+    frames.set_OwnPointsOnly(true);
+    frames.Initialize();
+    EXPECT_TRUE(frames.processPointCloud());
+    EXPECT_EQ(frames.get_rangeData(0).get_vn(), 4U);
+    EXPECT_THAT(frames.get_rangeData(0).cellFlag, ElementsAre(1, 0, 0, 0));
+    EXPECT_THAT(frames.get_rangeData(1).vCoord,
+                ElementsAre(Vector3f(6, 6, 6), Vector3f(7, 7, 7), Vector3f(8, 8, 8)));
+    EXPECT_THAT(frames.get_rangeData(1).cellFlag, ElementsAre(0, 0, 0));
+    EXPECT_EQ(frames.get_frame_input(1).points_read, 3U);
+    EXPECT_EQ(frames.get_rangeData(2).get_vn(), 0U);
+    EXPECT_TRUE(frames.get_frame_input(2).has_pose);
+}
+
+TEST(PointCloud2RangeData, NumberThatStandsTwiceHasItsPointsOnceWithItsOwnPointsOnly)
+{
+    Scan const scan(1, 1);
+    scan.write_plane(7, 5);
+    scan.write("rt.txt", "a 7 " + IDENTITY_12 + " b 7 " + IDENTITY_12);
+    for (bool const own : {false, true})
+    {
+        auto frames = scan.reader(Poses::COMMON, 0, 0);
+        frames.set_OwnPointsOnly(own);
+        frames.Initialize();
+        EXPECT_TRUE(frames.processPointCloud());
+        EXPECT_THAT(frames.get_frame_id_arr(), ElementsAre(7, 7));
+        EXPECT_EQ(frames.get_rangeData(0).get_vn(), 1U);
+        EXPECT_EQ(frames.get_rangeData(1).get_vn(), own ? 0U : 1U);
+        EXPECT_EQ(frames.get_frame_input(1).has_points, !own);
+    }
+}
+
+TEST(PointCloud2RangeData, LargestGridIsReadAsFarAsTheFileGoes)
+{
+    // Points of the whole grid alone would take 3 GB.
+    Scan const scan(16384, 16384);
+    scan.write_pose(1, IDENTITY_12);
+    scan.write_points(1, "1 1 1 0 0 0  2 2 2 0 0 0");
+    auto frames = scan.reader(Poses::TWELVE, 1, 1);
+    frames.Initialize();
+    EXPECT_TRUE(frames.processPointCloud());
+    EXPECT_EQ(frames.get_rangeData(0).grid_cols, 16384);
+    EXPECT_EQ(frames.get_rangeData(0).get_vn(), 2U);
+    EXPECT_TRUE(frames.get_rangeData(0).is_legal());
+}
+
+TEST(PointCloud2RangeData, CellsOfAGridOfWhichTheLastRowIsCutOff)
+{
+    Scan const scan(3, 3);
+    scan.write_pose(1, IDENTITY_12);
+    std::string points;
+    for (int i = 0; i < 8; ++i)
+    {
+        points += "1 2 3 0 0 0 ";
+    }
+    scan.write_points(1, points);
+    auto frames = scan.reader(Poses::TWELVE, 1, 1);
+    frames.Initialize();
+    EXPECT_TRUE(frames.processPointCloud());
+    EXPECT_THAT(frames.get_rangeData(0).cellFlag, ElementsAre(1, 1, 0, 1, 0, 0, 0, 0));
+}
+
 TEST(PointCloud2RangeData, LongPointFileIsReadAsFarAsTheGridGoes)
 {
     Scan const scan(1, 1);
@@ -584,7 +656,12 @@ TEST(PointCloud2RangeData, GridsOfImpossibleSizes)
     auto frames = scan.reader(Poses::TWELVE, 1, 1);
     frames.set_ImageSize(most, most);
     frames.Initialize();
-    EXPECT_FALSE(frames.processPointCloud());
+    LogCapture const log;
+    auto const printed = veld_test::output_of([&] { EXPECT_FALSE(frames.processPointCloud()); });
+    EXPECT_EQ(printed, "");
+    EXPECT_EQ(log.count("  !!!error: a grid of 2147483647 x 2147483647 has more than 268435456 "
+                        "pixels.\n"),
+              1);
     for (auto const& size : {std::pair(0, 5), std::pair(-3, -4), std::pair(-1, most)})
     {
         auto empty = scan.reader(Poses::TWELVE, 1, 1);

@@ -460,7 +460,9 @@ TEST(TextFrames, DescriptionThatIsWrongIsRefused)
     refuse(with("/rows", 2.5), "'rows'");
     refuse(with("/rows", "2"), "'rows'");
     refuse(with("/rows", 1e300), "'rows'");
-    refuse(with("/columns", 1 << 28), "'columns'");
+    refuse(with("/columns", 1 << 28),
+           "a grid of 2 'rows' and 268435456 'columns' is too large: more than 268435456 pixels");
+    refuse(with("/columns", 1LL << 32), "'columns' has to be a whole number from 1");
     refuse(with("/colums", 3), "'colums' is not known here");
     refuse(with("/poses/form", "thirteen"), "'form' has to be one of twelve, common, sixteen");
     refuse(with("/poses/header", true), "only poses of the form sixteen have a 'header'");

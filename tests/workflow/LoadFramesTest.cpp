@@ -10,6 +10,7 @@ namespace
 {
 
 using namespace veld_test;
+using OrvaneAlgorithm::RangeData;
 using testing::HasSubstr;
 
 TEST(PrepareFrames, NormalsComeFromTheGridWhereThereAreNone)
@@ -38,6 +39,39 @@ TEST(PrepareFrames, TheGridIsMirroredWhereItsFacesTurnTheirBacksToTheSensor)
         auto const set = veld::prepare_frames("scan", std::move(frames), {}, context);
         float const side = sensor == veld::Sensor::PLUS_Z ? 1.0F : -1.0F;
         EXPECT_NEAR(set.frames[0].data.vNrv[12].z(), side, 1e-6F);
+    }
+}
+
+/// A flat patch of 60 x 60 points on a grid of the given size, without normals.
+RangeData patch_on_grid(int side)
+{
+    RangeData frame = flat_frame(60, 60, 1.0F);
+    frame.set_grid_size(side, side);
+    frame.disable_vNormal();
+    return frame;
+}
+
+TEST(PrepareFrames, FrameThatFillsATinyPartOfItsGridIsAsGoodAsAny)
+{
+    for (auto const sensor : {veld::Sensor::PLUS_Z, veld::Sensor::MINUS_Z})
+    {
+        veld::NamedFrame sparse{"sparse", patch_on_grid(16384), sensor};
+        sparse.data.add_vCoord_and_vUV({200, 200, 0}, {16383, 16383});
+        veld::Context context;
+        auto const wanted =
+            veld::prepare_frames("scan", {{"tight", patch_on_grid(60), sensor}}, {}, context);
+        auto const set = veld::prepare_frames("scan", {sparse}, {}, context);
+        RangeData const& tight = wanted.frames[0].data;
+        RangeData const& frame = set.frames[0].data;
+        ASSERT_EQ(frame.get_vn(), tight.get_vn() + 1);
+        EXPECT_EQ(frame.grid_cols, 16384);
+        int const shift = sensor == veld::Sensor::PLUS_Z ? 0 : 16384 - 60;
+        for (std::size_t i = 0; i < tight.get_vn(); ++i)
+        {
+            ASSERT_EQ(frame.vUV[i].col, tight.vUV[i].col + shift);
+            ASSERT_EQ(frame.cellFlag[i], tight.cellFlag[i]);
+            ASSERT_EQ(frame.vNrv[i], tight.vNrv[i]);
+        }
     }
 }
 

@@ -1,12 +1,13 @@
 #include "workflow/frames/FrameGrid.h"
 
+#include "algorithmVeld/common/arrays/GridMap.h"
+
 #include <cmath>
 
 namespace veld
 {
 
 using OrvaneAlgorithm::Matrix3d;
-using OrvaneAlgorithm::MatrixXi;
 using OrvaneAlgorithm::RigidMatrix;
 using OrvaneAlgorithm::Vector3d;
 using OrvaneAlgorithm::Vector3f;
@@ -18,10 +19,8 @@ using Quad = std::vector<int>;
 
 std::vector<Quad> quads_of(RangeData const& frame)
 {
-    MatrixXi map;
-    frame.create_vertices_index_map(map);
     std::vector<Quad> quads;
-    frame.convert_to_quad(map, quads);
+    frame.convert_to_quad(quads);
     return quads;
 }
 
@@ -94,17 +93,16 @@ bool contradicts_normals(RangeData const& frame)
 
 void mirror_columns(RangeData& frame)
 {
-    MatrixXi map;
-    frame.create_vertices_index_map(map);
+    OrvaneAlgorithm::detail::GridMap const map(frame);
     std::vector<char> flags(frame.get_vn(), 0);
     for (std::size_t i = 0; i < frame.get_vn(); ++i)
     {
         auto const [row, col] = frame.vUV[i];
         // What was the right upper corner of a cell becomes its left upper one.
-        if (frame.cellFlag[i] == 1 && col >= 0 && col + 1 < frame.grid_cols &&
-            map(row, col + 1) >= 0)
+        int const right = frame.cellFlag[i] == 1 && col >= 0 ? map(row, col + 1LL) : -1;
+        if (right >= 0)
         {
-            flags[static_cast<std::size_t>(map(row, col + 1))] = 1;
+            flags[static_cast<std::size_t>(right)] = 1;
         }
     }
     frame.cellFlag = std::move(flags);
@@ -137,27 +135,11 @@ void compute_normals(RangeData& frame)
     }
 }
 
-void keep_first_pixels(RangeData& frame, std::size_t n)
-{
-    frame.enable_vFlag();
-    for (std::size_t i = 0; i < frame.get_vn(); ++i)
-    {
-        auto const pixel =
-            static_cast<std::size_t>(frame.vUV[i].row) * static_cast<std::size_t>(frame.grid_cols) +
-            static_cast<std::size_t>(frame.vUV[i].col);
-        frame.set_vDeleted(i, pixel >= n);
-    }
-    frame.squeeze();
-    frame.disable_vFlag();
-}
-
 double spacing_of(RangeData const& frame)
 {
     constexpr int SAMPLES = 2000;
-    MatrixXi map;
-    frame.create_vertices_index_map(map);
     double mean = 0.0;
-    RangeData_compute_mean_distance(frame, map, mean, SAMPLES);
+    RangeData_compute_mean_distance(frame, mean, SAMPLES);
     return mean;
 }
 

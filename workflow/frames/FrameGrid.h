@@ -23,9 +23,6 @@ void mirror_columns(RangeData& frame);
 /// cell gets what its neighbours on the grid tell.
 void compute_normals(RangeData& frame);
 
-/// Takes the vertices out whose pixel, counted row by row, is `n` or more.
-void keep_first_pixels(RangeData& frame, std::size_t n);
-
 /// Mean distance of neighbours on the grid; 0 where there are none.
 double spacing_of(RangeData const& frame);
 

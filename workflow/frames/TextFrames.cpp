@@ -4,12 +4,14 @@
 #include "workflow/frames/FrameLoaders.h"
 #include "workflow/words.h"
 
+#include "algorithmVeld/common/files/limits.h"
 #include "algorithmVeld/reconstruction/PointCloud2RangeData.h"
 #include "algorithmVeld/util/UtilTool.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <limits>
 #include <set>
 #include <stdexcept>
 
@@ -21,6 +23,7 @@ namespace veld
 
 using OrvaneAlgorithm::PointCloud2RangeData;
 using OrvaneAlgorithm::UtilTool;
+using OrvaneAlgorithm::detail::MOST_CELLS;
 
 namespace
 {
@@ -110,17 +113,28 @@ void parse_range(JsonFields const& fields, TextScan& scan)
     }
 }
 
+void parse_grid(JsonFields const& fields, TextScan& scan)
+{
+    constexpr int LARGEST = std::numeric_limits<int>::max();
+    scan.rows = fields.integer("rows", 1, LARGEST);
+    scan.columns = fields.integer("columns", 1, LARGEST);
+    if (scan.columns > MOST_CELLS / scan.rows)
+    {
+        throw InputError(fmt::format("{}: a grid of {} 'rows' and {} 'columns' is too large: more "
+                                     "than {} pixels",
+                                     scan.description, scan.rows, scan.columns, MOST_CELLS));
+    }
+}
+
 TextScan parse_scan(std::filesystem::path const& path, Json const& json)
 {
-    constexpr int MOST_CELLS = 1 << 28;
     JsonFields const fields(json, shown(path) + ": ");
     fields.allow_only(
         {"rows", "columns", "directory", "points", "poses", "first", "last", "sensor"});
     TextScan scan;
     scan.description = shown(path);
     scan.directory = path_beside(path, fields.text("directory", ".")).string();
-    scan.rows = fields.integer("rows", 1, MOST_CELLS);
-    scan.columns = fields.integer("columns", 1, MOST_CELLS / scan.rows);
+    parse_grid(fields, scan);
     fields.object("points").allow_only({"prefix", "suffix"});
     scan.points = parse_names(fields.object("points"));
     parse_poses(fields.object("poses"), scan);
@@ -163,6 +177,7 @@ PointCloud2RangeData reader_for(TextScan const& scan)
     reader.set_rt_file_with_12_params(scan.form == PoseForm::TWELVE);
     reader.set_RtParamStoreType(scan.form == PoseForm::COMMON);
     reader.set_HasFrameIdInfo(scan.has_header);
+    reader.set_OwnPointsOnly(true);
     reader.Initialize();
     return reader;
 }
@@ -214,8 +229,6 @@ LoadedFrame take_frame(TextScan const& scan, PointCloud2RangeData& reader, int i
         static_cast<std::size_t>(scan.rows) * static_cast<std::size_t>(scan.columns);
     if (frame.unusable.empty() && input.points_read < pixels)
     {
-        // The rest is what the frame before had there.
-        keep_first_pixels(frame.data, input.points_read);
         frame.remarks.push_back(fmt::format("its point file ends after {} of {} pixels: the others "
                                             "hold no points",
                                             input.points_read, pixels));
@@ -246,12 +259,15 @@ LoadedSource load_text_frames(std::filesystem::path const& path, Json const& des
     {
         LoadedFrame frame = take_frame(scan, reader, i);
         int const number = reader.get_frame_id(i);
-        if (!numbers.insert(number).second)
+        if (numbers.insert(number).second)
+        {
+            source.files.push_back(pose_file(scan, number));
+            source.files.push_back(file_name(scan, scan.points, number));
+        }
+        else
         {
             frame.unusable = "its number stands twice in the pose file";
         }
-        source.files.push_back(pose_file(scan, number));
-        source.files.push_back(file_name(scan, scan.points, number));
         source.frames.push_back(std::move(frame));
     }
     for (int number = scan.first; scan.has_range && number <= scan.last; ++number)

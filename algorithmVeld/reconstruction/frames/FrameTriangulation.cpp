@@ -173,10 +173,8 @@ bool have_normals(std::vector<RangeData const*> const& ranges)
 
 std::vector<std::vector<int>> grid_quads(RangeData const& frame)
 {
-    MatrixXi map;
-    frame.create_vertices_index_map(map);
     std::vector<std::vector<int>> quads;
-    frame.convert_to_quad(map, quads);
+    frame.convert_to_quad(quads);
     return quads;
 }
 

@@ -1,5 +1,6 @@
 #include "algorithmVeld/reconstruction/overlap/FrameSurface.h"
 
+#include "algorithmVeld/common/arrays/GridMap.h"
 #include "algorithmVeld/common/arrays/checked.h"
 #include "algorithmVeld/common/geometry/unit_vector.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
@@ -30,11 +31,11 @@ public:
           first_(surface.first[number]),
           longest_edge_(longest_edge),
           deepest_(deepest),
-          surface_(surface)
+          surface_(surface),
+          map_(frame)
     {
         std::fill_n(surface.frame.begin() + static_cast<std::ptrdiff_t>(first_), n_,
                     static_cast<int>(number));
-        frame.create_vertices_index_map(map_);
     }
 
     void run()
@@ -71,16 +72,9 @@ private:
         }
     }
 
-    int vertex_at(long long row, long long col) const
-    {
-        bool const inside = row >= 0 && col >= 0 && row < map_.rows() && col < map_.cols();
-        return inside ? map_(row, col) : -1;
-    }
-
     Corners corners(long long r, long long c) const
     {
-        return {
-            {vertex_at(r, c), vertex_at(r, c + 1), vertex_at(r + 1, c + 1), vertex_at(r + 1, c)}};
+        return {{map_(r, c), map_(r, c + 1), map_(r + 1, c + 1), map_(r + 1, c)}};
     }
 
     Vector3f const& position(int vertex) const
@@ -117,7 +111,7 @@ private:
     /// Whether the cell with its first corner at a place of the grid is surface.
     bool is_surface_at(long long row, long long col) const
     {
-        int const vertex = vertex_at(row, col);
+        int const vertex = map_(row, col);
         return vertex >= 0 && surface_.cell[first_ + static_cast<std::size_t>(vertex)] == 1;
     }
 
@@ -137,7 +131,7 @@ private:
         neighbours.fill(-1);
         long long const r = frame_.vUV[i].row;
         long long const c = frame_.vUV[i].col;
-        if (vertex_at(r, c) != static_cast<int>(i))
+        if (map_(r, c) != static_cast<int>(i))
         {
             return;
         }
@@ -160,7 +154,7 @@ private:
             {
                 auto const& step = STEPS[m % STEPS.size()];
                 neighbours[m % STEPS.size()] =
-                    static_cast<int>(first_) + vertex_at(r + step[0], c + step[1]);
+                    static_cast<int>(first_) + map_(r + step[0], c + step[1]);
             }
         }
         surface_.spacing[first_ + i] =
@@ -205,7 +199,7 @@ private:
     double longest_edge_;
     int deepest_;
     FrameSurface& surface_;
-    MatrixXi map_;
+    GridMap map_;
     CancelPoll poll_;
 };
 
