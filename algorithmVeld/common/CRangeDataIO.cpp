@@ -22,9 +22,21 @@ using detail::BinaryWriter;
 constexpr std::array<unsigned char, 8> SIGNATURE{0x89, 'V', 'R', 'G', 'E', '\r', '\n', 0x1a};
 constexpr std::uint32_t VERSION = 1;
 
+bool is_too_large(std::int64_t rows, std::int64_t columns)
+{
+    return rows > 0 && columns > 0 && rows * columns > detail::MOST_CELLS;
+}
+
 bool is_believable_grid(std::int64_t rows, std::int64_t columns)
 {
-    return rows >= 0 && columns >= 0 && rows * columns <= detail::MOST_CELLS;
+    return rows >= 0 && columns >= 0 && !is_too_large(rows, columns);
+}
+
+std::string too_large_grid(RangeData const& frame)
+{
+    return "its grid of " + std::to_string(frame.grid_rows) + " x " +
+           std::to_string(frame.grid_cols) + " cells is too large: more than " +
+           std::to_string(detail::MOST_CELLS);
 }
 
 bool has_known_header(BinaryReader& reader)
@@ -105,25 +117,33 @@ void write_frame(BinaryWriter& writer, RangeData const& frame)
 
 int CRangeDataIO::read_rge(std::wstring const& path, RangeData& frame)
 {
+    std::string ignored;
+    return read_rge(path, frame, ignored);
+}
+
+int CRangeDataIO::read_rge(std::wstring const& path, RangeData& frame, std::string& reason)
+{
     frame = RangeData();
+    reason.clear();
     std::filesystem::path file;
-    if (!detail::path_from_wide(path, file))
-    {
-        return 1;
-    }
+    bool const is_name = detail::path_from_wide(path, file);
     BinaryReader reader(file);
-    if (!reader.is_open())
+    if (!is_name || !reader.is_open())
     {
+        reason = "it cannot be opened";
         return 1;
     }
     if (!has_known_header(reader))
     {
+        reason = "it is no frame file of a known version";
         return 2;
     }
     RangeData whole;
     read_frame(reader, whole);
     if (!reader.finish())
     {
+        reason = is_too_large(whole.grid_rows, whole.grid_cols) ? too_large_grid(whole)
+                                                                : "the file is damaged";
         return 3;
     }
     frame = std::move(whole);

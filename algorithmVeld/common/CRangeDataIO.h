@@ -21,6 +21,8 @@ public:
     /// \return 0 on success; 1 the file cannot be opened; 2 it is no frame file or a newer version;
     ///         3 it is damaged, or its grid has more than 2^28 cells
     static int read_rge(std::wstring const& path, RangeData& frame);
+    /// The same, with a reason in words; empty on success.
+    static int read_rge(std::wstring const& path, RangeData& frame, std::string& reason);
 
     /// Writes a frame. An existing file is replaced only by a complete one.
     /// \return 0 on success; 1 the file cannot be written, the frame's data is swapped out, or the

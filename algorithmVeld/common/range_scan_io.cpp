@@ -36,7 +36,7 @@ std::int64_t info_number(Header const& header, std::string_view key)
         text.next_line();
         std::int64_t number = -1;
         if (text.next_word() == key && detail::parse_number(text.next_word(), number) &&
-            number >= 0 && number <= detail::MOST_CELLS)
+            number >= 0)
         {
             return number;
         }
@@ -49,9 +49,11 @@ GridSize grid_size(Header const& header)
     GridSize size;
     size.rows = info_number(header, "num_rows");
     size.columns = info_number(header, "num_cols");
-    if (size.rows * size.columns > detail::MOST_CELLS)
+    if (size.rows > 0 && size.columns > detail::MOST_CELLS / size.rows)
     {
-        throw FileError("has a grid that is too large");
+        throw FileError("has a grid of " + std::to_string(size.rows) + " x " +
+                        std::to_string(size.columns) + " cells, which is too large: more than " +
+                        std::to_string(detail::MOST_CELLS));
     }
     return size;
 }

@@ -343,6 +343,33 @@ TEST(RangeDataIo, GridsThatCannotBeAreRefused)
     EXPECT_EQ(with_grid(-5, -5), 3);
 }
 
+TEST(RangeDataIo, ReasonIsToldInWords)
+{
+    TempDir const dir;
+    auto const reason_of = [&](Bytes const& bytes)
+    {
+        write_bytes(dir.path() / "a.rge", bytes);
+        RangeData frame;
+        std::string reason = "of an earlier file";
+        int const code = CRangeDataIO::read_rge((dir.path() / "a.rge").wstring(), frame, reason);
+        EXPECT_EQ(code == 0, reason.empty());
+        return reason;
+    };
+    EXPECT_EQ(reason_of(small_file()), "");
+    EXPECT_EQ(reason_of({}), "it is no frame file of a known version");
+    Bytes cut = small_file();
+    cut.pop_back();
+    EXPECT_EQ(reason_of(cut), "the file is damaged");
+    EXPECT_EQ(reason_of(FileBuilder().header(1).integer(-1).integer(5).with_checksum()),
+              "the file is damaged");
+    EXPECT_EQ(reason_of(FileBuilder().header(1).integer(20000).integer(30000).with_checksum()),
+              "its grid of 20000 x 30000 cells is too large: more than 268435456");
+    RangeData frame;
+    std::string reason;
+    EXPECT_EQ(CRangeDataIO::read_rge((dir.path() / "none.rge").wstring(), frame, reason), 1);
+    EXPECT_EQ(reason, "it cannot be opened");
+}
+
 TEST(RangeDataIo, GridsThatCannotBeReadAreNotWritten)
 {
     TempDir const dir;

@@ -180,7 +180,9 @@ TEST(RangePly, SizeOfTheGridHasToBeTold)
     EXPECT_THAT(error_of(replaced(good, "obj_info num_rows 2\n", "")), HasSubstr("num_rows"));
     EXPECT_THAT(error_of(replaced(replaced(good, "num_rows 2", "num_rows 268435456"), "num_cols 3",
                                   "num_cols 268435456")),
-                HasSubstr("too large"));
+                HasSubstr("268435456 x 268435456 cells, which is too large"));
+    EXPECT_THAT(error_of(replaced(good, "num_rows 2", "num_rows 9223372036854775807")),
+                HasSubstr("9223372036854775807 x 3 cells, which is too large"));
     EXPECT_THAT(error_of(replaced(good, "num_rows 2", "num_rows 99999999999999999999")),
                 HasSubstr("num_rows"));
 }

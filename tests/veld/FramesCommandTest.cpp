@@ -753,6 +753,9 @@ TEST(RgeFolder, FrameThatCannotBeUsedIsNamed)
     expect_left_out("the file is damaged");
     write_file(dir.file("b.rge"), "");
     expect_left_out("it is no frame file of a known version");
+    write_file(dir.file("b.rge"),
+               whole.substr(0, 12) + std::string("\0\x80\0\0\0\x80\0\0", 8) + whole.substr(20));
+    expect_left_out("its grid of 32768 x 32768 cells is too large: more than 268435456");
     RangeData bent = good;
     bent.pose.set_rotation(2.0 * Matrix3d::Identity());
     write_rge(dir.file("b.rge"), bent);

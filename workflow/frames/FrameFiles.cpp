@@ -56,17 +56,9 @@ std::vector<fs::path> frame_files_in(fs::path const& folder)
 
 std::string read_frame(fs::path const& path, RangeData& frame)
 {
-    switch (CRangeDataIO::read_rge(widened(path), frame))
-    {
-    case 0:
-        return {};
-    case 1:
-        return "it cannot be opened";
-    case 2:
-        return "it is no frame file of a known version";
-    default:
-        return "the file is damaged";
-    }
+    std::string reason;
+    CRangeDataIO::read_rge(widened(path), frame, reason);
+    return reason;
 }
 
 void write_frame(OutputFile const& file, RangeData const& frame, Context& context)
