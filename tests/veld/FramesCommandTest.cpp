@@ -1,10 +1,10 @@
+#include "depth_png.h"
 #include "run_veld.h"
 
 #include "algorithmVeld/common/CRangeDataIO.h"
 #include "tests/support/real_data.h"
 
 #include <gmock/gmock.h>
-#include <zlib.h>
 
 #include <limits>
 #include <map>
@@ -497,52 +497,6 @@ TEST(TextFrames, EveryBeginningOfADescriptionIsRefused)
 
 // Depth images.
 
-void append_big_endian(std::string& bytes, std::uint32_t number)
-{
-    for (int shift = 24; shift >= 0; shift -= 8)
-    {
-        bytes += static_cast<char>(number >> static_cast<unsigned>(shift) & 0xFFU);
-    }
-}
-
-void append_chunk(std::string& file, std::string const& name, std::string const& data)
-{
-    append_big_endian(file, static_cast<std::uint32_t>(data.size()));
-    std::string const body = name + data;
-    file += body;
-    append_big_endian(
-        file, static_cast<std::uint32_t>(crc32(0, reinterpret_cast<Bytef const*>(body.data()),
-                                               static_cast<uInt>(body.size()))));
-}
-
-/// A grey PNG file of 16 bits.
-std::string png_text(int width, int height, std::vector<int> const& values)
-{
-    std::string rows;
-    for (std::size_t i = 0; i < values.size(); ++i)
-    {
-        if (i % static_cast<std::size_t>(width) == 0)
-        {
-            rows += '\0';
-        }
-        rows += static_cast<char>(values[i] >> 8);
-        rows += static_cast<char>(values[i] & 0xFF);
-    }
-    uLongf size = compressBound(static_cast<uLong>(rows.size()));
-    std::string packed(size, '\0');
-    compress(reinterpret_cast<Bytef*>(packed.data()), &size,
-             reinterpret_cast<Bytef const*>(rows.data()), static_cast<uLong>(rows.size()));
-    packed.resize(size);
-    std::string file = "\x89PNG\r\n\x1a\n";
-    std::string header;
-    append_big_endian(header, static_cast<std::uint32_t>(width));
-    append_big_endian(header, static_cast<std::uint32_t>(height));
-    append_chunk(file, "IHDR", header + std::string("\x10\0\0\0\0", 5));
-    append_chunk(file, "IDAT", packed);
-    append_chunk(file, "IEND", "");
-    return file;
-}
-
 nlohmann::json view(std::string const& depth)
 {
     return {{"image", "photo.jpg"},
@@ -600,6 +554,60 @@ TEST(DepthImageFrames, PixelsBecomePointsThatLookAtTheCamera)
         EXPECT_LT((frame.pose.get_rotation() - r.transpose()).norm(), 1e-12);
         EXPECT_LT((r * frame.pose.get_translation() + t).norm(), 1e-12);
     }
+}
+
+TEST(DepthImageFrames, DepthCameraMayDifferFromThatOfThePhotograph)
+{
+    auto own = view("d.png");
+    own["width"] = 1920;
+    own["height"] = 1080;
+    own["fx"] = 1045.0;
+    own["fy"] = 1046.0;
+    own["cx"] = 951.0;
+    own["cy"] = 506.0;
+    own["depth_width"] = 3;
+    own["depth_height"] = 2;
+    own["depth_fx"] = 10.0;
+    own["depth_fy"] = 20.0;
+    own["depth_cx"] = 1.0;
+    own["depth_cy"] = 0.0;
+    auto alone = own;
+    for (char const* const key : {"image", "width", "height", "fx", "fy", "cx", "cy"})
+    {
+        alone.erase(key);
+    }
+    auto only_focus = view("d.png");
+    only_focus["fx"] = 11.0;
+    only_focus["depth_fx"] = 10.0;
+    Room const plain(view("d.png"));
+    std::string const wanted = [&]
+    {
+        FramesRun const run(plain.cameras());
+        return read_file(run.dir.file("out/frame-0000.rge"));
+    }();
+    for (auto const& json : {own, alone, only_focus})
+    {
+        Room const room(json);
+        FramesRun const run(room.cameras());
+        EXPECT_EQ(run.outcome.err, "");
+        EXPECT_EQ(read_file(run.dir.file("out/frame-0000.rge")), wanted);
+    }
+}
+
+TEST(DepthImageFrames, IntrinsicsOfAPhotographOfAnotherSizeAreNotTaken)
+{
+    auto json = view("d.png");
+    json["width"] = 6;
+    json["depth_width"] = 3;
+    for (char const* const key : {"depth_fx", "depth_fy", "depth_cx", "depth_cy"})
+    {
+        Room const room(view("d.png"), json);
+        FramesRun const run(room.cameras());
+        run.expect_only_warning("d.png: left out: its view: '" + std::string(key) + "' is missing");
+        json[key] = 1.0;
+    }
+    Room const whole(view("d.png"), json);
+    EXPECT_EQ(FramesRun(whole.cameras()).count(), 2U);
 }
 
 TEST(DepthImageFrames, CellAcrossAJumpIsNone)

@@ -66,20 +66,61 @@ double unit_of(Json const& cameras, std::string const& name)
                                  name, units));
 }
 
+/// The camera of the depth image: what stands under a key with `depth_` in front, and where that is
+/// missing under the key itself, which is the photograph's.
+class DepthCamera
+{
+public:
+    explicit DepthCamera(JsonFields const& fields) : fields_(fields) {}
+
+    int side(std::string const& key) const
+    {
+        constexpr int LONGEST_SIDE = 1 << 20;
+        return fields_.integer(name_of(key), 1, LONGEST_SIDE);
+    }
+
+    /// The intrinsics of a photograph hold for a depth image of the same size only.
+    CameraInParam intrinsics() const
+    {
+        bool const is_own_size = differs("width") || differs("height");
+        auto const number = [&](char const* key)
+        { return fields_.number(is_own_size ? PREFIX + std::string(key) : name_of(key)); };
+        double const fx = number("fx");
+        double const fy = number("fy");
+        if (!(fx > 0.0 && fy > 0.0))
+        {
+            throw InputError("'fx' and 'fy' have to be more than 0");
+        }
+        double const cx = number("cx");
+        double const cy = number("cy");
+        return CameraInParam(fx, fy, cx, cy);
+    }
+
+private:
+    static constexpr char const* PREFIX = "depth_";
+
+    std::string name_of(std::string const& key) const
+    {
+        return fields_.has(PREFIX + key) ? PREFIX + key : key;
+    }
+
+    bool differs(std::string const& side_key) const
+    {
+        return fields_.has(side_key) && name_of(side_key) != side_key &&
+               fields_.number(name_of(side_key)) != fields_.number(side_key);
+    }
+
+    JsonFields const& fields_;
+};
+
 View parse_view(Json const& json, double unit)
 {
-    constexpr int LONGEST_SIDE = 1 << 20;
     JsonFields const fields(json, "");
+    DepthCamera const camera(fields);
     View view;
-    view.width = fields.integer("width", 1, LONGEST_SIDE);
-    view.height = fields.integer("height", 1, LONGEST_SIDE);
-    double const fx = fields.number("fx");
-    double const fy = fields.number("fy");
-    if (!(fx > 0.0 && fy > 0.0))
-    {
-        throw InputError("'fx' and 'fy' have to be more than 0");
-    }
-    view.camera = CameraInParam(fx, fy, fields.number("cx"), fields.number("cy"));
+    view.width = camera.side("width");
+    view.height = camera.side("height");
+    view.camera = camera.intrinsics();
     auto const rows = fields.rows("R", 3, 3);
     auto const shift = fields.numbers("t", 3);
     RigidMatrix from_global;
