@@ -238,6 +238,41 @@ TEST(FramesCommand, RangeScanThatCannotBeUsedIsLeftOut)
     }
 }
 
+TEST(FramesCommand, NameOfARangeScanMayHaveBlanks)
+{
+    for (std::string const row :
+         {"bmesh \"left  side 2.ply\" 1 2 3 0 0 0 1", "bmesh\tleft  side 2.ply 1 2 3 0 0 0 1",
+          "bmesh  left  side 2.ply\t1 2 3 0 0 0 1\r", "bmesh \"left  side 2.ply\"1 2 3 0 0 0 1"})
+    {
+        Scans const scans(row + "\n");
+        write_file(scans.file("left  side 2.ply"), scan_text(3, 4, 1));
+        FramesRun const run(scans.conf());
+        ASSERT_EQ(run.outcome.status, 0) << row << "\n" << run.outcome.err;
+        EXPECT_EQ(run.frame(0).get_vn(), 12U);
+        EXPECT_EQ(run.frame(0).pose.get_translation(), Vector3d(1, 2, 3));
+    }
+    // A name of numbers has to stand in quotes, for a number too many is no part of a name.
+    Scans const quoted("bmesh \"a 0\" 0 0 0 0 0 0 1\n");
+    write_file(quoted.file("a 0"), scan_text(3, 4, 1));
+    EXPECT_EQ(FramesRun(quoted.conf()).count(), 1U);
+    for (std::string const row : {"bmesh \"a.ply 0 0 0 0 0 0 1", "bmesh \"\" 0 0 0 0 0 0 1"})
+    {
+        Scans const open(row + "\n");
+        FramesRun(open.conf()).expect_error("line 1 is not understood");
+    }
+}
+
+TEST(FramesCommand, FolderWithOneListOfRangeScansIsThatList)
+{
+    Scans const scans("bmesh a.ply 0 0 0 0 0 0 1\nbmesh b.ply 0 0 0 0 0 0 1\n");
+    EXPECT_EQ(FramesRun(scans.path().string()).count(), 2U);
+    EXPECT_EQ(FramesRun(scans.path().string() + "/").count(), 2U);
+    fs::create_directory(scans.file("folder.conf"));
+    EXPECT_EQ(FramesRun(scans.path().string()).count(), 2U);
+    write_file(scans.file("second.CONF"), "");
+    FramesRun(scans.path().string()).expect_error("holds 2 .conf files: name one of them");
+}
+
 TEST(FramesCommand, PointsThatAreNoNumbersAreTakenOut)
 {
     Scans const scans("bmesh n.ply 0 0 0 0 0 0 1\n");

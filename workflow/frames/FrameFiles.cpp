@@ -74,10 +74,6 @@ LoadedSource load_rge_folder(fs::path const& folder)
 {
     LoadedSource source;
     source.files = frame_files_in(folder);
-    if (source.files.empty())
-    {
-        throw InputError(shown(folder) + ": holds no .rge files and no cameras.json");
-    }
     source.frames.resize(source.files.size());
     for_each_index(source.frames.size(),
                    [&source](std::size_t i)

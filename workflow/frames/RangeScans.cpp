@@ -10,13 +10,15 @@
 #include <Eigen/Geometry>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <locale>
 #include <sstream>
 
 /// \file
 /// Range scans of public collections: a `.conf` file with a line `bmesh FILE tx ty tz qx qy qz qw`
-/// for each, and PLY files with range grids.
+/// for each, and PLY files with range grids. Names with blanks stand in double quotes, or are what
+/// stands before the seven numbers.
 
 namespace veld
 {
@@ -26,6 +28,9 @@ using OrvaneAlgorithm::Vector3d;
 
 namespace
 {
+
+/// What the classic locale takes for white space.
+constexpr char const* BLANKS = " \t\n\v\f\r";
 
 std::vector<std::string> words_of(std::string const& line)
 {
@@ -39,22 +44,82 @@ std::vector<std::string> words_of(std::string const& line)
     return words;
 }
 
+constexpr std::size_t POSE_NUMBERS = 7;
+
+/// What stands behind `bmesh`.
+struct ScanRow
+{
+    std::string file;
+    std::vector<std::string> pose; ///< word by word, whatever they are
+};
+
+bool is_number(std::string const& word)
+{
+    double ignored = 0.0;
+    return parse_number(word, ignored);
+}
+
+/// Where the name of a row without quotes ends. Behind it stands the pose; a name with blanks is
+/// known by the seven numbers that end the row.
+std::size_t count_name_words(std::vector<std::string> const& words)
+{
+    auto const is_no_number = [](std::string const& word) { return !is_number(word); };
+    auto const last = std::find_if(words.rbegin(), words.rend(), is_no_number);
+    bool const has_pose = last - words.rbegin() == static_cast<std::ptrdiff_t>(POSE_NUMBERS);
+    return has_pose ? words.size() - POSE_NUMBERS : 1;
+}
+
+/// The text up to the end of its word of this number, counted from 1.
+std::string first_words(std::string const& text, std::size_t count)
+{
+    std::size_t end = 0;
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        end = text.find_first_of(BLANKS, text.find_first_not_of(BLANKS, end));
+    }
+    return text.substr(0, end);
+}
+
+/// \return false if there is no name, or none that ends
+bool parse_row(std::string const& text, ScanRow& row)
+{
+    std::size_t const begin = text.find_first_not_of(BLANKS);
+    if (begin == std::string::npos)
+    {
+        return false;
+    }
+    if (text[begin] == '"')
+    {
+        std::size_t const end = text.find('"', begin + 1);
+        if (end == std::string::npos || end == begin + 1)
+        {
+            return false;
+        }
+        row = {text.substr(begin + 1, end - begin - 1), words_of(text.substr(end + 1))};
+        return true;
+    }
+    row.pose = words_of(text);
+    std::size_t const n = count_name_words(row.pose);
+    row.file = first_words(text.substr(begin), n);
+    row.pose.erase(row.pose.begin(), row.pose.begin() + static_cast<std::ptrdiff_t>(n));
+    return true;
+}
+
 /// The pose of a row: its quaternion, scalar last, tells the turn from global coordinates to the
 /// frame's, so it is turned round; the translation is used as it stands.
 /// \return what is wrong with the row; empty on success
 std::string parse_pose(std::vector<std::string> const& words, RigidMatrix& pose)
 {
-    constexpr std::size_t FIRST = 2;
-    std::array<double, 7> values{};
-    if (words.size() != FIRST + values.size())
+    std::array<double, POSE_NUMBERS> values{};
+    if (words.size() != values.size())
     {
-        return fmt::format("its pose has {} numbers and not 7", words.size() - FIRST);
+        return fmt::format("its pose has {} numbers and not {}", words.size(), values.size());
     }
     for (std::size_t i = 0; i < values.size(); ++i)
     {
-        if (!parse_number(words[FIRST + i], values[i]))
+        if (!parse_number(words[i], values[i]))
         {
-            return fmt::format("'{}' in its pose is no number", words[FIRST + i]);
+            return fmt::format("'{}' in its pose is no number", words[i]);
         }
     }
     Eigen::Quaterniond const turn(values[6], values[3], values[4], values[5]);
@@ -100,17 +165,18 @@ LoadedSource load_range_scans(std::filesystem::path const& conf)
         {
             continue;
         }
-        if (words[0] != "bmesh" || words.size() < 2)
+        ScanRow row;
+        if (words[0] != "bmesh" || !parse_row(line.substr(line.find("bmesh") + 5), row))
         {
             throw InputError(fmt::format("{}: line {} is not understood", shown(conf), number));
         }
         LoadedFrame frame;
-        source.files.push_back(path_beside(conf, words[1]));
+        source.files.push_back(path_beside(conf, row.file));
         frame.file = source.files.back();
         frame.name = shown(frame.file);
         frame.sensor = Sensor::PLUS_Z;
         RigidMatrix pose;
-        frame.unusable = parse_pose(words, pose);
+        frame.unusable = parse_pose(row.pose, pose);
         frame.data.set_rigidMatrix(pose);
         source.frames.push_back(std::move(frame));
     }

@@ -32,15 +32,46 @@ LoadedSource load_described(fs::path const& path)
                                                       : load_text_frames(path, json);
 }
 
+/// The lists of range scans in a folder.
+std::vector<fs::path> scan_lists_in(fs::path const& folder)
+{
+    std::vector<fs::path> lists;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+         entry.increment(error))
+    {
+        std::error_code ignored;
+        if (lower_extension(entry->path()) == ".conf" && entry->is_regular_file(ignored))
+        {
+            lists.push_back(entry->path());
+        }
+    }
+    return lists;
+}
+
 LoadedSource load_folder(fs::path const& folder)
 {
     std::error_code error;
     fs::path const cameras = folder / "cameras.json";
-    if (frame_files_in(folder).empty() && fs::exists(cameras, error))
+    if (!frame_files_in(folder).empty())
+    {
+        return load_rge_folder(folder);
+    }
+    if (fs::exists(cameras, error))
     {
         return load_described(cameras);
     }
-    return load_rge_folder(folder);
+    auto const lists = scan_lists_in(folder);
+    if (lists.size() == 1)
+    {
+        return load_range_scans(lists.front());
+    }
+    if (lists.size() > 1)
+    {
+        throw InputError(
+            fmt::format("{}: holds {} .conf files: name one of them", shown(folder), lists.size()));
+    }
+    throw InputError(shown(folder) + ": holds no .rge files and no cameras.json, nor a .conf");
 }
 
 LoadedSource load_source(fs::path const& source)

@@ -42,7 +42,8 @@ struct FrameSet
 };
 
 /// Loads the frames of a source: a folder of `.rge` files or of depth images with `cameras.json`,
-/// that `cameras.json`, the description of text frames (JSON), or the `.conf` of range scans.
+/// that `cameras.json`, the description of text frames (JSON), the `.conf` of range scans, or a
+/// folder that has one `.conf` and nothing of the others.
 ///
 /// A frame that cannot be used is left out, and one that had to be mended is mended, both with a
 /// warning that names it. Throws `InputError` where no frame is left.

@@ -80,8 +80,8 @@ void add_frame_source(CLI::App& app, FrameSourceOptions& options)
 {
     constexpr double LARGEST_SCALE = 1e6;
     app.add_option("SOURCE", options.source,
-                   "Folder of .rge files or of depth images with cameras.json, description of text "
-                   "frames (.json), or list of range scans (.conf)")
+                   "Folder of .rge files, of depth images with cameras.json or of range scans with "
+                   "one .conf; description of text frames (.json), or list of range scans (.conf)")
         ->required()
         ->option_text(" ");
     add_number(app, "--scale", options.settings.scale, 1.0 / LARGEST_SCALE, LARGEST_SCALE,
