@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/HoleFilling/ears/EarList.h"
 #include "algorithmVeld/HoleFilling/ears/OpenLoops.h"
+#include "algorithmVeld/HoleFilling/ears/SimpleLoops.h"
 #include "algorithmVeld/MeshAssistant/MeshAssistant.h"
 #include "algorithmVeld/common/geometry/angles.h"
 #include "algorithmVeld/common/mesh/AddFace.h"
@@ -11,6 +12,7 @@
 #include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
 
+#include <algorithm>
 #include <cmath>
 #include <set>
 
@@ -147,7 +149,7 @@ void EarClipping::fill_hole_type_plane(TriMesh& mesh)
             try_loop(mesh, h, open_loops);
         }
     }
-    open_holes_ = open_loops.collect(mesh);
+    open_holes_ = open_loops.collect(mesh, take_apart_);
     report_counters();
 }
 
@@ -222,8 +224,16 @@ bool EarClipping::consistency_normal(TriMesh const& mesh, OpenMesh::VertexHandle
 void EarClipping::try_loop(TriMesh& mesh, OpenMesh::HalfedgeHandle start,
                            detail::OpenLoops& open_loops)
 {
-    mark(mesh, start);
     auto const loop = detail::boundary_walk(mesh, start);
+    if (take_apart_ && limit_against(mesh, loop))
+    {
+        for (auto const& part : detail::simple_loops(mesh, {loop}))
+        {
+            try_simple_loop(mesh, part, open_loops);
+        }
+        return;
+    }
+    mark(mesh, start);
     auto const first_edge = mesh.n_edges();
     open_reason_.reset();
     if (detail::is_beyond_perimeter(mesh, loop, max_perimeter_))
@@ -237,6 +247,50 @@ void EarClipping::try_loop(TriMesh& mesh, OpenMesh::HalfedgeHandle start,
     else if (!loop.empty())
     {
         walk_and_fill(mesh, start);
+    }
+    open_loops.note(mesh, loop, first_edge, mesh.n_edges(),
+                    open_reason_.value_or(OpenReason::BOUNDARY_TANGLED));
+}
+
+/// The limit that a loop is beyond, if it is beyond one.
+std::optional<OpenReason> EarClipping::limit_against(TriMesh const& mesh,
+                                                     detail::BoundaryLoop const& loop) const
+{
+    if (node_num_constraint_ && node_num_thr_ < static_cast<std::ptrdiff_t>(loop.size()))
+    {
+        return OpenReason::TOO_MANY_EDGES;
+    }
+    if (detail::is_beyond_perimeter(mesh, loop, max_perimeter_))
+    {
+        return OpenReason::PERIMETER_TOO_LONG;
+    }
+    return std::nullopt;
+}
+
+/// Fills one of the loops of a boundary that was taken apart, if it is new: the scan meets such a
+/// boundary again behind each loop that was filled in part.
+void EarClipping::try_simple_loop(TriMesh& mesh, detail::BoundaryLoop const& loop,
+                                  detail::OpenLoops& open_loops)
+{
+    if (std::all_of(loop.begin(), loop.end(),
+                    [&](OpenMesh::HalfedgeHandle h) { return mesh.property(visited_prop_, h); }))
+    {
+        return;
+    }
+    for (auto const h : loop)
+    {
+        mark(mesh, h);
+    }
+    auto const first_edge = mesh.n_edges();
+    open_reason_ = limit_against(mesh, loop);
+    if (!open_reason_ && detail::goes_round_a_fan(mesh, loop))
+    {
+        open_reason_ = OpenReason::HANGS_ON_A_VERTEX;
+    }
+    if (!open_reason_)
+    {
+        auto nodes = detail::from_vertices(mesh, loop);
+        fill_simple_loop(mesh, nodes);
     }
     open_loops.note(mesh, loop, first_edge, mesh.n_edges(),
                     open_reason_.value_or(OpenReason::BOUNDARY_TANGLED));

@@ -55,6 +55,12 @@ public:
     /// border of an open scan. 0, the default, takes the limit away.
     void set_max_perimeter(double length) { max_perimeter_ = length; }
 
+    /// Takes a boundary that passes a vertex more than once and is beyond a limit on corners or
+    /// perimeter apart into loops that don't, as a search for holes does, and fills those within
+    /// the limits. What goes round a piece that hangs on a vertex stays open. Off by default: such
+    /// a boundary is one hole.
+    void set_take_apart(bool enabled) { take_apart_ = enabled; }
+
     /// Fills the holes of a mesh with the settings as they are.
     /// \param mesh gets faces and edges; vertices and old faces stay as they are
     void fill_hole(TriMesh& mesh);
@@ -113,6 +119,10 @@ private:
     class Run;
 
     void try_loop(TriMesh& mesh, OpenMesh::HalfedgeHandle start, detail::OpenLoops& open_loops);
+    std::optional<OpenReason>
+    limit_against(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop) const;
+    void try_simple_loop(TriMesh& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop,
+                         detail::OpenLoops& open_loops);
     void walk_and_fill(TriMesh& mesh, OpenMesh::HalfedgeHandle start);
     void fill_simple_loop(TriMesh& mesh, std::vector<OpenMesh::VertexHandle>& nodes);
     void report_counters() const;
@@ -141,6 +151,7 @@ private:
 
     TriMesh* mesh_ = nullptr; ///< The mesh of the run; marks are only made there.
     double max_perimeter_ = 0.0;
+    bool take_apart_ = false;
     std::optional<OpenReason> open_reason_; ///< Why the loop in work stays open.
     std::vector<OpenHole> open_holes_;
 };

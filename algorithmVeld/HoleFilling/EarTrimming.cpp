@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/HoleFilling/ears/EarList.h"
 #include "algorithmVeld/HoleFilling/ears/OpenLoops.h"
+#include "algorithmVeld/HoleFilling/ears/SimpleLoops.h"
 #include "algorithmVeld/common/arrays/DisjointSets.h"
 #include "algorithmVeld/common/geometry/angles.h"
 #include "algorithmVeld/common/mesh/AddFace.h"
@@ -14,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <numeric>
 #include <string>
 
@@ -213,8 +215,9 @@ void EarTrimming::fill_holes(TriMesh& mesh)
     }
     detail::Stages stages({2, 20, 5});
     stages.next();
+    std::size_t const n_whole = take_apart_ ? take_apart_holes_beyond_limits(mesh) : holes_.size();
     std::vector<TrimPlan> plans(holes_.size());
-    set_aside_holes_beyond_limits(mesh, plans);
+    set_aside_holes_beyond_limits(mesh, n_whole, plans);
 
     Clusters clusters(mesh, holes_);
     for (std::size_t hole = 0; hole < holes_.size(); ++hole)
@@ -241,20 +244,46 @@ void EarTrimming::fill_holes(TriMesh& mesh)
 
 // ---------------------------------------------------------------------------------------- planning
 
-void EarTrimming::set_aside_holes_beyond_limits(TriMesh const& mesh,
+/// The limit that a hole is beyond, if it is beyond one.
+std::optional<OpenReason> EarTrimming::limit_against(TriMesh const& mesh,
+                                                     detail::BoundaryLoop const& hole) const
+{
+    if (node_num_constraint_ && node_num_thr_ < static_cast<std::ptrdiff_t>(hole.size()))
+    {
+        return OpenReason::TOO_MANY_EDGES;
+    }
+    if (detail::is_beyond_perimeter(mesh, hole, max_perimeter_))
+    {
+        return OpenReason::PERIMETER_TOO_LONG;
+    }
+    return std::nullopt;
+}
+
+/// Puts the simple loops of the holes that are beyond a limit in their place, behind the others: so
+/// these are filled as if those were not there. \return the number of the others
+std::size_t EarTrimming::take_apart_holes_beyond_limits(TriMesh const& mesh)
+{
+    auto const beyond = std::stable_partition(holes_.begin(), holes_.end(),
+                                              [&](detail::BoundaryLoop const& hole)
+                                              { return !limit_against(mesh, hole); });
+    auto const n_whole = static_cast<std::size_t>(beyond - holes_.begin());
+    auto loops = detail::simple_loops(mesh, {beyond, holes_.end()});
+    holes_.erase(beyond, holes_.end());
+    std::move(loops.begin(), loops.end(), std::back_inserter(holes_));
+    return n_whole;
+}
+
+/// \param n_whole so many holes, the first ones, were not taken apart
+void EarTrimming::set_aside_holes_beyond_limits(TriMesh const& mesh, std::size_t n_whole,
                                                 std::vector<TrimPlan>& plans) const
 {
     for (std::size_t hole = 0; hole < holes_.size(); ++hole)
     {
         auto& plan = plans[hole];
-        if (node_num_constraint_ &&
-            node_num_thr_ < static_cast<std::ptrdiff_t>(holes_[hole].size()))
+        plan.open = limit_against(mesh, holes_[hole]);
+        if (!plan.open && hole >= n_whole && detail::goes_round_a_fan(mesh, holes_[hole]))
         {
-            plan.open = OpenReason::TOO_MANY_EDGES;
-        }
-        else if (detail::is_beyond_perimeter(mesh, holes_[hole], max_perimeter_))
-        {
-            plan.open = OpenReason::PERIMETER_TOO_LONG;
+            plan.open = OpenReason::HANGS_ON_A_VERTEX;
         }
         plan.set_aside = plan.open.has_value();
     }
@@ -456,7 +485,7 @@ void EarTrimming::carry_out(TriMesh& mesh, std::vector<TrimPlan> const& plans)
         open_loops.note(mesh, holes_[hole], first_edge, mesh.n_edges(),
                         plan.open.value_or(OpenReason::BOUNDARY_TANGLED));
     }
-    open_holes_ = open_loops.collect(mesh);
+    open_holes_ = open_loops.collect(mesh, take_apart_);
 }
 
 } // namespace OrvaneAlgorithm

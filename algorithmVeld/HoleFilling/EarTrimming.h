@@ -74,11 +74,18 @@ public:
     /// border of an open scan. 0, the default, takes the limit away.
     void set_max_perimeter(double length) { max_perimeter_ = length; }
 
+    /// Takes a boundary that passes a vertex more than once and is beyond a limit on edges or
+    /// perimeter apart into loops that don't, as a search for holes does, and fills those within
+    /// the limits after all other holes. What goes round a piece that hangs on a vertex stays open.
+    /// Off by default: such a boundary is one hole.
+    void set_take_apart(bool enabled) { take_apart_ = enabled; }
+
     /// The loops that the last run left open, or partly open, and why.
     std::vector<OpenHole> const& open_holes() const { return open_holes_; }
 
 protected:
-    /// Boundary loops of the mesh, each from its lowest halfedge on, in the order of those.
+    /// Boundary loops of the mesh, each from its lowest halfedge on, in the order of those. What
+    /// was taken apart stands behind them.
     std::vector<std::vector<OpenMesh::HalfedgeHandle>> holes_;
     bool node_num_constraint_ = true;
     int node_num_thr_ = 20;
@@ -91,7 +98,10 @@ private:
     void find_holes_ordered_halfedges(TriMesh& mesh);
     void fill_holes(TriMesh& mesh);
 
-    void set_aside_holes_beyond_limits(TriMesh const& mesh,
+    std::optional<OpenReason>
+    limit_against(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& hole) const;
+    std::size_t take_apart_holes_beyond_limits(TriMesh const& mesh);
+    void set_aside_holes_beyond_limits(TriMesh const& mesh, std::size_t n_whole,
                                        std::vector<detail::TrimPlan>& plans) const;
     void plan_cluster(TriMesh const& mesh, std::vector<std::size_t> const& cluster,
                       detail::MeshPatch& patch, std::vector<detail::TrimPlan>& plans) const;
@@ -112,6 +122,7 @@ private:
                                     float& edge_len, detail::TrimPlan& plan) const;
 
     double max_perimeter_ = 0.0;
+    bool take_apart_ = false;
     std::vector<OpenHole> open_holes_;
 };
 

@@ -26,7 +26,9 @@ char const* to_string(OpenReason reason)
     case OpenReason::NOT_A_BOUNDARY:
         return "no boundary loop with faces around it";
     case OpenReason::FOLDS_TOO_SHARPLY:
-        return "every filling folds back too sharply";
+        return "the triangulation found folds back too sharply";
+    case OpenReason::HANGS_ON_A_VERTEX:
+        return "two pieces hang together by one of its vertices only";
     }
     return "unknown reason";
 }

@@ -20,7 +20,9 @@ enum class OpenReason
     DEGENERATE_CORNER,  ///< Corners that coincide, coordinates that are no numbers, a lone edge.
     BOUNDARY_TANGLED,   ///< The boundary touches itself in a way that cannot be taken apart.
     NOT_A_BOUNDARY,     ///< What was given is no boundary loop with faces around it.
-    FOLDS_TOO_SHARPLY   ///< The triangulation that was found folds back by more than the limit.
+    FOLDS_TOO_SHARPLY,  ///< The triangulation that was found folds back by more than the limit.
+    HANGS_ON_A_VERTEX   ///< A piece of surface hangs on one of its vertices, or it is that piece's
+                        ///< rim.
 };
 
 /// The reason in a few lower-case English words, such as "more edges than allowed".

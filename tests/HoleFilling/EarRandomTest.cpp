@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/HoleFilling/EarClipping.h"
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
+#include "algorithmVeld/hole_detection/FindHolesEx.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/threads.h"
@@ -152,6 +153,80 @@ TEST(EarRandom, ClippingIsTheSameAsWithPlainListsAndSearches)
     {
         EXPECT_GT(reasons[reason], 0) << to_string(reason);
     }
+}
+
+using Corners = std::set<OpenMesh::VertexHandle>;
+
+/// The corners of each simple loop of the boundary.
+std::multiset<Corners> simple_holes(TriMesh mesh)
+{
+    Holes holes;
+    FindHolesEx::find_holes(mesh, holes, false);
+    std::multiset<Corners> result;
+    for (auto const& hole : holes)
+    {
+        result.insert({hole.begin(), hole.end()});
+    }
+    return result;
+}
+
+/// Each simple loop is told of once, and what was a hole before is not said to have more edges than
+/// it has.
+template <typename Filler>
+void expect_true_reasons(TriMesh const& before, TriMesh const& mesh, Filler const& filler,
+                         reference::Settings const& settings)
+{
+    auto const holes_before = simple_holes(before);
+    std::multiset<Corners> told;
+    for (auto const& open : filler.open_holes())
+    {
+        Corners const corners(open.corners.begin(), open.corners.end());
+        told.insert(corners);
+        if (open.reason == OpenReason::TOO_MANY_EDGES && holes_before.count(corners) > 0)
+        {
+            EXPECT_GT(corners.size(), static_cast<std::size_t>(settings.node_num_thr));
+        }
+    }
+    EXPECT_EQ(told, simple_holes(mesh));
+}
+
+TEST(EarRandom, WhatIsTakenApartIsFilledBesideAllElse)
+{
+    std::map<OpenReason, int> reasons;
+    std::size_t more_faces = 0;
+    for (unsigned seed = 0; seed < SEEDS && !HasFailure(); ++seed)
+    {
+        SCOPED_TRACE(seed);
+        std::mt19937 random(seed + 300000);
+        auto settings = random_settings(random);
+        settings.node_num = true;
+        TriMesh const before = random_mesh(seed);
+        TriMesh together = before;
+        EarTrimming trimming;
+        trim(trimming, together, settings);
+
+        TriMesh apart = before;
+        trimming.set_take_apart(true);
+        trim(trimming, apart, settings);
+        expect_only_added_to(together, apart);
+        expect_true_reasons(before, apart, trimming, settings);
+        more_faces += apart.n_faces() - together.n_faces();
+
+        TriMesh clipped = before;
+        EarClipping clipping;
+        clipping.set_take_apart(true);
+        clipping.fill_hole(clipped, true, settings.edge_length, settings.norm,
+                           settings.node_num_thr, settings.edge_length_thr, settings.norm_thr);
+        expect_only_added_to(before, clipped);
+        expect_true_reasons(before, clipped, clipping, settings);
+        for (auto const& hole : trimming.open_holes())
+        {
+            ++reasons[hole.reason];
+        }
+    }
+    EXPECT_GT(more_faces, 500U);
+    EXPECT_GT(reasons[OpenReason::HANGS_ON_A_VERTEX], 0);
+    EXPECT_GT(reasons[OpenReason::TOO_MANY_EDGES], 0);
 }
 
 TEST(EarRandom, ScatteredTrianglesReachTheWaysInWhichTheListOfCornersFails)

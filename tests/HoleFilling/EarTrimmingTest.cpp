@@ -377,6 +377,59 @@ TEST(EarTrimming, LoopOfAHoleThatIsSetAsideMayTouchOneThatIsFilled)
     EXPECT_EQ(broken_link(mesh), "");
 }
 
+TEST(EarTrimming, BoundaryThatTouchesItselfIsTakenApartBeyondALimitIfThatIsWanted)
+{
+    // The walk 0 1 2 0 7 6 is the gap and the outline of the flap; the other one has six edges too.
+    TriMesh mesh = gap_between_three_fans();
+    auto trimming = without_limits();
+    trimming.set_node_num_constraint(true);
+    trimming.set_node_num_thr(5);
+    trimming.ear_trimming(mesh);
+    EXPECT_EQ(mesh.n_faces(), 4U);
+    EXPECT_EQ(trimming.open_holes().size(), 2U);
+
+    trimming.set_take_apart(true);
+    trimming.ear_trimming(mesh);
+    EXPECT_EQ(faces_from(mesh, 4), (Faces{{0, 1, 2}}));
+    EXPECT_EQ(broken_link(mesh), "");
+    ASSERT_EQ(trimming.open_holes().size(), 2U);
+    EXPECT_THAT(indices(trimming.open_holes()[0].corners), testing::UnorderedElementsAre(0, 6, 7));
+    EXPECT_EQ(trimming.open_holes()[0].reason, OpenReason::HANGS_ON_A_VERTEX);
+    EXPECT_EQ(trimming.open_holes()[1].corners.size(), 6U);
+    EXPECT_EQ(trimming.open_holes()[1].reason, OpenReason::TOO_MANY_EDGES);
+}
+
+TEST(EarTrimming, HoleOnWhichATriangleHangsIsNotTakenApartToBeFilled)
+{
+    // A ball without one face, and a triangle that hangs on a corner of the hole.
+    TriMesh mesh = sphere(1);
+    std::vector<Vector3f> points(mesh.points(), mesh.points() + mesh.n_vertices());
+    auto triangles = faces_from(mesh, 0);
+    Triangle const hole = triangles.back();
+    triangles.pop_back();
+    int const n = static_cast<int>(points.size());
+    Vector3f const corner = 1.1F * points[static_cast<std::size_t>(hole[0])];
+    points.emplace_back(corner + Vector3f(0.1F, 0, 0));
+    points.emplace_back(corner + Vector3f(0, 0.1F, 0));
+    triangles.push_back({hole[0], n, n + 1});
+    mesh = make_mesh(points, triangles);
+    ASSERT_EQ(loops_of(mesh).size(), 1U);
+
+    auto trimming = without_limits();
+    trimming.set_node_num_constraint(true);
+    trimming.set_node_num_thr(5);
+    trimming.set_take_apart(true);
+    trimming.ear_trimming(mesh);
+    // The triangle would hang on an inner vertex then.
+    std::multiset<OpenReason> reasons;
+    for (auto const& open : trimming.open_holes())
+    {
+        reasons.insert(open.reason);
+    }
+    EXPECT_EQ(reasons, (std::multiset<OpenReason>{OpenReason::HANGS_ON_A_VERTEX,
+                                                  OpenReason::HANGS_ON_A_VERTEX}));
+}
+
 TEST(EarTrimming, DeletedElementsAreNoHoles)
 {
     // A cell is deleted and not yet collected: its inner edge is gone, its rim is the hole.

@@ -1,6 +1,6 @@
 #include "algorithmVeld/HoleFilling/ears/OpenLoops.h"
 
-#include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
+#include "algorithmVeld/HoleFilling/ears/SimpleLoops.h"
 
 #include <unordered_set>
 
@@ -31,9 +31,9 @@ void OpenLoops::note(TriMesh const& mesh, OpenMesh::HalfedgeHandle h, Attempt co
     }
 }
 
-std::vector<OpenHole> OpenLoops::collect(TriMesh const& mesh) const
+std::vector<OpenHole> OpenLoops::collect(TriMesh const& mesh, bool apart) const
 {
-    std::vector<OpenHole> result;
+    std::vector<BoundaryLoop> loops;
     std::unordered_set<int> visited;
     for (auto const start : noted_)
     {
@@ -41,20 +41,37 @@ std::vector<OpenHole> OpenLoops::collect(TriMesh const& mesh) const
         {
             continue;
         }
-        auto const loop = boundary_walk(mesh, start);
-        Attempt last{0, OpenReason::BOUNDARY_TANGLED};
-        for (auto const h : loop)
+        loops.push_back(boundary_walk(mesh, start));
+        for (auto const h : loops.back())
         {
             visited.insert(h.idx());
-            auto const attempt = latest_.find(h.idx());
-            if (attempt != latest_.end() && attempt->second.number > last.number)
-            {
-                last = attempt->second;
-            }
         }
-        result.push_back({from_vertices(mesh, loop), last.reason});
+    }
+    if (apart)
+    {
+        loops = simple_loops(mesh, loops);
+    }
+    std::vector<OpenHole> result;
+    result.reserve(loops.size());
+    for (auto const& loop : loops)
+    {
+        result.push_back({from_vertices(mesh, loop), reason_of(loop)});
     }
     return result;
+}
+
+OpenReason OpenLoops::reason_of(std::vector<OpenMesh::HalfedgeHandle> const& loop) const
+{
+    Attempt last{0, OpenReason::BOUNDARY_TANGLED};
+    for (auto const h : loop)
+    {
+        auto const attempt = latest_.find(h.idx());
+        if (attempt != latest_.end() && attempt->second.number > last.number)
+        {
+            last = attempt->second;
+        }
+    }
+    return last.reason;
 }
 
 } // namespace OrvaneAlgorithm::detail

@@ -22,7 +22,9 @@ public:
 
     /// The noted loops that are open now, in the order in which they were noted first. The latest
     /// attempt at any piece of a loop tells its reason.
-    std::vector<OpenHole> collect(TriMesh const& mesh) const;
+    /// \param apart whether a boundary that touches itself is told as several simple loops, each
+    ///        with a reason of its own
+    std::vector<OpenHole> collect(TriMesh const& mesh, bool apart) const;
 
 private:
     struct Attempt
@@ -32,6 +34,7 @@ private:
     };
 
     void note(TriMesh const& mesh, OpenMesh::HalfedgeHandle h, Attempt const& attempt);
+    OpenReason reason_of(std::vector<OpenMesh::HalfedgeHandle> const& loop) const;
 
     std::size_t attempts_ = 0;
     std::vector<OpenMesh::HalfedgeHandle> noted_;
