@@ -16,6 +16,7 @@ enum class WarningCode
     VALUES_DROPPED, ///< What a mesh file carries, or the output cannot hold, and that is not kept.
     FRAME_LEFT_OUT, ///< A frame that cannot be used.
     FRAME_MENDED,   ///< A frame that had to be mended.
+    PATCH_UNFAIRED, ///< A filling that is too large to be made smooth.
     UNITS_UNLIKELY, ///< Lengths that look like metres.
     STICK_EMPTY     ///< A stick of which nothing was found.
 };

@@ -93,6 +93,37 @@ TriMesh ball_with_hole()
     return make_mesh(points, triangles);
 }
 
+/// A square gap 0 1 8 2 whose boundary goes on from its last corner, 0, round a flap 0 6 7 before
+/// it closes: one walk of seven edges, 6.9 long. The border of the rest, 3 0 4 2 5 1, is far away.
+TriMesh gap_with_a_flap()
+{
+    return make_mesh({{0, 0, 0},
+                      {1, 0, 0},
+                      {0, 1, 0},
+                      {5, -10, 0},
+                      {-8, 6, 0},
+                      {15, 10, 0},
+                      {-0.94F, -0.34F, 0},
+                      {-0.34F, -0.94F, 0},
+                      {1, 1, 0}},
+                     {{0, 2, 4}, {0, 6, 7}, {1, 0, 3}, {8, 1, 5}, {2, 8, 5}});
+}
+
+/// The only open hole of so many edges.
+nlohmann::json open_hole(nlohmann::json const& json, int edges)
+{
+    nlohmann::json found;
+    for (auto const& open : json["open"])
+    {
+        if (open["edges"] == edges)
+        {
+            EXPECT_TRUE(found.is_null());
+            found = open;
+        }
+    }
+    return found;
+}
+
 TEST_P(FillCommand, HasTheDocumentedKeys)
 {
     auto const json = fill(sheet());
@@ -166,6 +197,49 @@ TEST_P(FillCommand, HolesThatTouchAreBothClosed)
     EXPECT_EQ(json["new_faces"], 4);
 }
 
+TEST_P(FillCommand, HoleThatAWalkJoinsWithAnotherBorderIsJudgedByItself)
+{
+    using Options = std::vector<std::string>;
+    for (auto const& limit :
+         {Options{"--max-edges", "4", "--max-perimeter", "0"}, Options{"--max-perimeter", "5"}})
+    {
+        SCOPED_TRACE(limit[0]);
+        auto const json = fill(gap_with_a_flap(), limit);
+        EXPECT_EQ(json["holes_before"], 3);
+        EXPECT_EQ(json["new_faces"], 2);
+        EXPECT_EQ(json["holes_after"], 2);
+        EXPECT_THAT(open_hole(json, 3)["reason"].get<std::string>(), HasSubstr("hang together"));
+        EXPECT_THAT(open_hole(json, 6)["reason"].get<std::string>(),
+                    HasSubstr(limit[0] == "--max-edges" ? "more edges" : "perimeter"));
+    }
+}
+
+TEST_P(FillCommand, HoleThatAWalkJoinsWithAnotherBorderStaysOpenForAReasonOfItsOwn)
+{
+    auto const json = fill(gap_with_a_flap(), {"--max-perimeter", "5", "--edge-length", "1.4"});
+    EXPECT_EQ(json["new_faces"], 0);
+    EXPECT_THAT(open_hole(json, 4)["reason"].get<std::string>(), HasSubstr("closing edge"));
+    EXPECT_THAT(open_hole(json, 3)["reason"].get<std::string>(), HasSubstr("hang together"));
+    EXPECT_THAT(open_hole(json, 6)["reason"].get<std::string>(), HasSubstr("perimeter"));
+}
+
+TEST_P(FillCommand, ScrapOnTheOuterBorderIsNoHole)
+{
+    // Two triangles that hang on the sheet's last vertex.
+    TriMesh mesh = grid(12, 12);
+    auto const corner = vh(static_cast<int>(mesh.n_vertices()) - 1);
+    Vector3f const place = mesh.point(corner);
+    auto const a = mesh.add_vertex(place + Vector3f(1, 0, 0));
+    auto const b = mesh.add_vertex(place + Vector3f(2, 1, 0));
+    auto const c = mesh.add_vertex(place + Vector3f(0, 1, 0));
+    mesh.add_face(corner, a, b);
+    mesh.add_face(corner, b, c);
+    auto const json = fill(mesh);
+    EXPECT_EQ(json["new_faces"], 0);
+    EXPECT_THAT(open_hole(json, 4)["reason"].get<std::string>(), HasSubstr("hang together"));
+    EXPECT_THAT(open_hole(json, 48)["reason"].get<std::string>(), HasSubstr("perimeter"));
+}
+
 TEST_P(FillCommand, ClosedMeshIsWrittenAsItIs)
 {
     auto const json = fill(tetrahedron());
@@ -182,6 +256,31 @@ TEST_P(FillCommand, TextSaysWhatStaysOpen)
     EXPECT_EQ(run.status, 0);
     EXPECT_THAT(run.out, HasSubstr("2 holes before, 1 after"));
     EXPECT_THAT(run.out, HasSubstr("hole 0 stays open (48 edges, 48 mm)"));
+}
+
+TEST_P(FillCommand, ManyOpenHolesAreSummedUpByReason)
+{
+    std::vector<Cell> cells;
+    for (int i = 0; i < 12; ++i)
+    {
+        cells.emplace_back(2 + 5 * (i % 4), 2 + 5 * (i / 4));
+    }
+    MeshDir const dir(grid_without(24, 24, cells));
+    auto const fill_with = [&dir](std::vector<std::string> const& more)
+    {
+        std::vector<std::string> arguments{
+            "fill",     dir.mesh(),      "-o", dir.file("o.ply"), "--method",
+            GetParam(), "--edge-length", "1.4"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return run_veld(arguments);
+    };
+    EXPECT_THAT(
+        fill_with({}).out,
+        testing::EndsWith("\n  12 holes stay open (4 edges): longer closing edge than allowed\n"
+                          "  1 hole stays open (96 edges): longer perimeter than allowed\n"
+                          "  --verbose lists them one by one\n"));
+    EXPECT_THAT(fill_with({"--verbose"}).out, HasSubstr("hole 12 stays open ("));
+    EXPECT_EQ(fill_with({"--json"}).json()["open"].size(), 13U);
 }
 
 TEST_P(FillCommand, SameBytesForAnyNumberOfThreads)

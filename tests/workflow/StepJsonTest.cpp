@@ -48,6 +48,8 @@ TEST(StepJson, SettingsComeBackAsTheyWere)
     fill.min_edges = 4;
     fill.rings = 2;
     fill.smoothness = 0;
+    fill.exact_edges = 400;
+    fill.max_patch = 9000;
     expect_round_trip(fill);
     veld::RenderSettings render;
     render.width = 10;

@@ -9,7 +9,10 @@
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 #include "algorithmVeld/common/ParamHolder.h"
 
+#include <fmt/format.h>
+
 #include <chrono>
+#include <limits>
 #include <map>
 #include <utility>
 
@@ -34,6 +37,8 @@ void set_limits(Ears& ears, FillSettings const& settings)
     ears.set_edge_length_thr(settings.edge_length);
     ears.set_norm_constraint(settings.normal_angle < 180.0);
     ears.set_max_perimeter(*settings.max_perimeter);
+    // Else a small hole that touches the outer border would stay open with it.
+    ears.set_take_apart(true);
 }
 
 std::vector<OpenHole> clip(TriMesh& mesh, FillSettings const& settings)
@@ -54,7 +59,35 @@ std::vector<OpenHole> trim(TriMesh& mesh, FillSettings const& settings)
     return ears.open_holes();
 }
 
-std::vector<OpenHole> fill_carefully(TriMesh& mesh, FillSettings const& settings)
+OrvaneAlgorithm::HoleFillingCore core_with(FillSettings const& settings)
+{
+    constexpr int NO_LIMIT = std::numeric_limits<int>::max();
+    OrvaneAlgorithm::HoleFillingCore core;
+    core.set_smooth_type(settings.smoothness);
+    core.set_use_hole_vert_num_thr(settings.max_edges > 0);
+    core.set_hole_verts_thr(settings.max_edges);
+    // The number of edges from which on splits are left out.
+    bool const all_splits = settings.exact_edges <= 0 || settings.exact_edges == NO_LIMIT;
+    core.set_triangulation_sample_num(all_splits ? NO_LIMIT : settings.exact_edges + 1);
+    core.set_fairing_verts_thr(settings.max_patch > 0 ? settings.max_patch : NO_LIMIT);
+    return core;
+}
+
+void warn_of_large_patches(Holes const& patches, FillSettings const& settings, StepScope& scope)
+{
+    for (auto const& patch : patches)
+    {
+        if (settings.max_patch > 0 && patch.size() > static_cast<std::size_t>(settings.max_patch))
+        {
+            scope.warn(WarningCode::PATCH_UNFAIRED, "careful filling",
+                       fmt::format("a patch of {} vertices is closed but not smooth, for it has "
+                                   "more than {}",
+                                   patch.size(), settings.max_patch));
+        }
+    }
+}
+
+std::vector<OpenHole> fill_carefully(TriMesh& mesh, FillSettings const& settings, StepScope& scope)
 {
     std::vector<OpenHole> open;
     Holes holes;
@@ -80,10 +113,7 @@ std::vector<OpenHole> fill_carefully(TriMesh& mesh, FillSettings const& settings
     }
 
     KeptAttributes const attributes(mesh);
-    OrvaneAlgorithm::HoleFillingCore core;
-    core.set_smooth_type(settings.smoothness);
-    core.set_use_hole_vert_num_thr(settings.max_edges > 0);
-    core.set_hole_verts_thr(settings.max_edges);
+    auto core = core_with(settings);
     std::vector<bool> filled;
     std::vector<std::vector<OpenMesh::FaceHandle>> new_faces;
     std::vector<std::vector<OpenMesh::VertexHandle>> new_vertices;
@@ -91,11 +121,12 @@ std::vector<OpenHole> fill_carefully(TriMesh& mesh, FillSettings const& settings
     core.fill_holes_core_ex(mesh, holes, filled, settings.rings, new_faces, new_vertices, patches,
                             OrvaneAlgorithm::gPH.log_enabled);
     attributes.restore(mesh);
+    warn_of_large_patches(patches, settings, scope);
     open.insert(open.end(), core.open_holes().begin(), core.open_holes().end());
     return open;
 }
 
-std::vector<OpenHole> run_pass(TriMesh& mesh, FillSettings const& settings)
+std::vector<OpenHole> run_pass(TriMesh& mesh, FillSettings const& settings, StepScope& scope)
 {
     switch (settings.method)
     {
@@ -104,7 +135,7 @@ std::vector<OpenHole> run_pass(TriMesh& mesh, FillSettings const& settings)
     case FillMethod::TRIM:
         return trim(mesh, settings);
     case FillMethod::CORE:
-        return fill_carefully(mesh, settings);
+        return fill_carefully(mesh, settings, scope);
     }
     return {};
 }
@@ -114,11 +145,20 @@ std::vector<OpenHole> run_pass(TriMesh& mesh, FillSettings const& settings)
 class ReasonFinder
 {
 public:
-    /// Takes the holes that a pass left open. They override what an earlier one left.
-    void add(std::vector<OpenHole> const& open_holes)
+    /// Takes the holes that a pass left open. They override what an earlier one left. A hole that
+    /// was beyond a limit and got shorter when others were filled is not beyond it any more.
+    void add(TriMesh const& mesh, std::vector<OpenHole> const& open_holes,
+             FillSettings const& settings)
     {
         for (auto const& open : open_holes)
         {
+            if ((open.reason == OpenReason::TOO_MANY_EDGES &&
+                 open.corners.size() <= static_cast<std::size_t>(settings.max_edges)) ||
+                (open.reason == OpenReason::PERIMETER_TOO_LONG &&
+                 hole_perimeter(mesh, open.corners) < *settings.max_perimeter))
+            {
+                continue;
+            }
             for (std::size_t i = 0; i < open.corners.size(); ++i)
             {
                 auto const next = open.corners[(i + 1) % open.corners.size()];
@@ -159,13 +199,13 @@ std::vector<OpenHoleReport> report_open_holes(TriMesh& mesh, ReasonFinder const&
 
 /// Runs one pass and counts what it did.
 FillPass fill_pass(FillSettings const& settings, std::size_t holes, FillResult& result,
-                   ReasonFinder& finder)
+                   ReasonFinder& finder, StepScope& scope)
 {
     TriMesh& mesh = result.mesh;
     std::size_t const vertices = mesh.n_vertices();
     std::size_t const faces = mesh.n_faces();
     auto const start = std::chrono::steady_clock::now();
-    finder.add(run_pass(mesh, settings));
+    finder.add(mesh, run_pass(mesh, settings, scope), settings);
     result.seconds +=
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 
@@ -210,8 +250,9 @@ FillResult fill(TriMesh const& mesh, std::vector<FillSettings> const& passes, Co
         settings.max_perimeter = settings.max_perimeter.value_or(diagonal);
         double const end =
             0.05 + 0.9 * static_cast<double>(i + 1) / static_cast<double>(passes.size());
-        FillPass const pass = scope.stage(
-            "close the holes", end, [&] { return fill_pass(settings, holes, result, finder); });
+        FillPass const pass =
+            scope.stage("close the holes", end,
+                        [&] { return fill_pass(settings, holes, result, finder, scope); });
         holes = pass.holes_after;
         result.passes.push_back(pass);
     }

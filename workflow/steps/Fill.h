@@ -41,6 +41,11 @@ struct FillSettings
     int min_edges = 0;  ///< Smaller holes are passed over: they are another pass's.
     int rings = 3;      ///< Rings of faces around a hole that may move.
     int smoothness = 1; ///< Continuous in: 0 position, 1 tangent planes, 2 curvature.
+    /// Holes of up to so many edges are triangulated with a look at every split, those of up to
+    /// twice as many at every second, and so on.
+    int exact_edges = 2000;
+    /// Vertices of the largest patch (a hole and its rings, or several that meet) that is faired.
+    int max_patch = 100'000;
 };
 
 /// A hole that stayed open.

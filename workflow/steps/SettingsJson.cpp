@@ -260,7 +260,9 @@ Json to_json(FillSettings const& settings)
               {"normal_angle", settings.normal_angle},
               {"min_edges", settings.min_edges},
               {"rings", settings.rings},
-              {"smoothness", settings.smoothness}};
+              {"smoothness", settings.smoothness},
+              {"exact_edges", settings.exact_edges},
+              {"max_patch", settings.max_patch}};
     if (settings.max_perimeter)
     {
         json["max_perimeter"] = *settings.max_perimeter;
@@ -278,6 +280,8 @@ void read_settings(Json const& json, std::string const& place, FillSettings& set
     reader.integer("min_edges", settings.min_edges, 0);
     reader.integer("rings", settings.rings, 0);
     reader.integer("smoothness", settings.smoothness, 0, 2);
+    reader.integer("exact_edges", settings.exact_edges, 0);
+    reader.integer("max_patch", settings.max_patch, 0);
     if (reader.has("max_perimeter"))
     {
         double value = 0.0;

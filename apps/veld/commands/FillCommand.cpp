@@ -31,7 +31,7 @@ public:
         FillResult const filled =
             fill(input().read(mesh, desk.context).mesh, options_.settings(), desk.context);
         write_mesh(open_result(mesh, desk), filled.mesh, desk.context);
-        desk.console.print(to_text(result().name_for(mesh), filled));
+        desk.console.print(to_text(result().name_for(mesh), filled, desk.verbose));
         return to_json(filled);
     }
 

@@ -96,11 +96,9 @@ OutputFile const& MeshCommand::open_result(std::string const& mesh, Desk const& 
 Json MeshCommand::run_apart(std::string const& mesh, Desk const& desk)
 {
     Outputs outputs(desk.outputs.existing());
+    Desk const apart{desk.console, desk.context, outputs, desk.verbose};
     Json result;
-    bool const done = attempt(desk, result,
-                              [&] {
-                                  result = run_on(mesh, {desk.console, desk.context, outputs});
-                              });
+    bool const done = attempt(desk, result, [&] { result = run_on(mesh, apart); });
     // A report that is lost is lost for all.
     desk.console.finish();
     if (done)

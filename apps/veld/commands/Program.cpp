@@ -98,7 +98,7 @@ int run_command(Command& command, CommonOptions const& options)
     }
     check_files(command, options, outputs);
 
-    Json const result = command.run({console, session.context(), outputs});
+    Json const result = command.run({console, session.context(), outputs, options.verbose});
     write_timings(options.timings, outputs);
     if (options.json)
     {

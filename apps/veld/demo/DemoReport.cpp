@@ -97,7 +97,7 @@ Json report_filling(std::string const& path, FillResult const& result, Desk cons
 {
     FillPass const& large = result.passes.at(0);
     FillPass const& others = result.passes.at(1);
-    desk.console.print(to_text(path, result));
+    desk.console.print(to_text(path, result, desk.verbose));
     desk.console.print(fmt::format("  core closed {} of more than {} edges: {} added\n",
                                    counted(large.holes_before - large.holes_after, "hole"),
                                    LARGEST_SMALL_HOLE, added(large.new_faces, large.new_vertices)));

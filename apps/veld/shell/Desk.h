@@ -13,6 +13,7 @@ struct Desk
     Console& console;
     Context& context;
     Outputs& outputs; ///< The files that it writes; they are committed when all is done.
+    bool verbose;     ///< Whether long lists are wanted in full.
 };
 
 } // namespace veld::cli

@@ -4,8 +4,55 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <vector>
+
 namespace veld::cli
 {
+
+namespace
+{
+
+/// A line for each reason, the most frequent one first.
+std::string open_holes_by_reason(std::vector<OpenHoleReport> const& open_holes)
+{
+    struct Group
+    {
+        std::string reason;
+        std::size_t holes = 0;
+        std::size_t fewest_edges = 0;
+        std::size_t most_edges = 0;
+    };
+    std::vector<Group> groups;
+    for (auto const& open : open_holes)
+    {
+        auto group =
+            std::find_if(groups.begin(), groups.end(),
+                         [&open](Group const& other) { return other.reason == open.reason; });
+        if (group == groups.end())
+        {
+            group = groups.insert(group, {open.reason, 0, open.edges, open.edges});
+        }
+        ++group->holes;
+        group->fewest_edges = std::min(group->fewest_edges, open.edges);
+        group->most_edges = std::max(group->most_edges, open.edges);
+    }
+    std::stable_sort(groups.begin(), groups.end(),
+                     [](Group const& a, Group const& b) { return a.holes > b.holes; });
+    std::string text;
+    for (auto const& group : groups)
+    {
+        std::string const edges = group.fewest_edges == group.most_edges
+                                      ? std::string()
+                                      : fmt::format("{} to ", group.fewest_edges);
+        text += fmt::format("  {} {} open ({}{}): {}\n", counted(group.holes, "hole"),
+                            group.holes == 1 ? "stays" : "stay", edges,
+                            counted(group.most_edges, "edge"), group.reason);
+    }
+    return text + "  --verbose lists them one by one\n";
+}
+
+} // namespace
 
 std::string added(std::size_t faces, std::size_t vertices)
 {
@@ -94,11 +141,16 @@ std::string to_text(std::string const& path, FindHolesResult const& result)
     return text;
 }
 
-std::string to_text(std::string const& path, FillResult const& result)
+std::string to_text(std::string const& path, FillResult const& result, bool all_open)
 {
+    constexpr std::size_t MOST_LISTED = 10;
     std::string text = fmt::format("{}: {} before, {} after, {} added in {:.3g} s\n", path,
                                    counted(result.holes_before, "hole"), result.holes_after,
                                    added(result.new_faces, result.new_vertices), result.seconds);
+    if (!all_open && result.open.size() > MOST_LISTED)
+    {
+        return text + open_holes_by_reason(result.open);
+    }
     for (auto const& open : result.open)
     {
         text += fmt::format("  hole {} stays open ({}, {:.6g} mm): {}\n", open.hole,

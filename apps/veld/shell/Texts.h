@@ -23,7 +23,8 @@ std::string added(std::size_t faces, std::size_t vertices);
 std::string to_text(std::string const& path, MeshHealth const& health,
                     OrvaneAlgorithm::MeshFileContents const& contents);
 std::string to_text(std::string const& path, FindHolesResult const& result);
-std::string to_text(std::string const& path, FillResult const& result);
+/// \param all_open lists every hole that stays open, also where they are many
+std::string to_text(std::string const& path, FillResult const& result, bool all_open);
 std::string to_text(std::string const& path, CleanResult const& result);
 std::string to_text(std::string const& path, MergeResult const& result);
 
