@@ -40,7 +40,7 @@ struct FillSettings
     // core
     int min_edges = 0;  ///< Smaller holes are passed over: they are another pass's.
     int rings = 3;      ///< Rings of faces around a hole that may move.
-    int smoothness = 1; ///< Continuous in: 0 position, 1 tangent planes, 2 curvature.
+    int smoothness = 2; ///< Continuous in: 0 position, 1 tangent planes, 2 curvature.
     /// Holes of up to so many edges are triangulated with a look at every split, those of up to
     /// twice as many at every second, and so on.
     int exact_edges = 2000;

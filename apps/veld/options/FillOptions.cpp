@@ -69,7 +69,7 @@ void FillOptions::add_core_options(CLI::App& app)
     core_options_.push_back(
         app.add_option("--smooth", smoothness_,
                        "core: the surface goes on in its position (c0), its tangent planes "
-                       "(c1) or its curvature (c2) (default: c1)")
+                       "(c1) or its curvature (c2) (default: c2)")
             ->type_name("NAME")
             ->check(CLI::IsMember(std::vector<std::string>{"c0", "c1", "c2"})));
 }

@@ -34,7 +34,7 @@ private:
     CLI::Option* perimeter_ = nullptr;
     std::vector<CLI::Option*> ear_options_;
     std::vector<CLI::Option*> core_options_;
-    std::string smoothness_ = "c1";
+    std::string smoothness_ = "c2";
     FillSettings settings_;
 };
 
