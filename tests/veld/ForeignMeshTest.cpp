@@ -64,8 +64,8 @@ TEST_F(ForeignMesh, CubeOfQuadsIsAClosedMeshAndTwoLinesSayWhatWasDone)
     EXPECT_EQ(json["closed"], true);
     EXPECT_EQ(json["faces"], 12);
     EXPECT_EQ(json["faces_left_out"], 0);
-    EXPECT_EQ(json["file"]["faces_by_corners"], nlohmann::json({{"4", 6}}));
-    EXPECT_EQ(json["file"]["kept"], nlohmann::json({"normals", "texture coordinates"}));
+    EXPECT_EQ(json["contents"]["faces_by_corners"], nlohmann::json({{"4", 6}}));
+    EXPECT_EQ(json["contents"]["kept"], nlohmann::json({"normals", "texture coordinates"}));
 }
 
 TEST_F(ForeignMesh, InfoShowsWhatTheFileHolds)
@@ -108,7 +108,7 @@ TEST_F(ForeignMesh, FacesThatAreLeftOutAreCountedWithTheirReasonsInOneLine)
     EXPECT_EQ(run.json()["faces_left_out"], 2);
     EXPECT_EQ(run.json()["faces"], 3);
     EXPECT_EQ(run.json()["vertices"], 7);
-    EXPECT_EQ(run.json()["file"]["left_out"]["repeated"],
+    EXPECT_EQ(run.json()["contents"]["left_out"]["repeated"],
               nlohmann::json({{"count", 1}, {"first", 4}}));
 }
 

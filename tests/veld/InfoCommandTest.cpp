@@ -25,12 +25,12 @@ TEST(InfoCommand, HasTheDocumentedKeys)
                 UnorderedElementsAre("vertices", "faces", "edges", "boundary_edges", "holes",
                                      "components", "non_manifold_vertices", "isolated_vertices",
                                      "faces_left_out", "closed", "average_edge_length",
-                                     "bounding_box", "file"));
+                                     "bounding_box", "contents"));
 }
 
 TEST(InfoCommand, HasTheDocumentedKeysOfTheFile)
 {
-    EXPECT_THAT(keys_of(info(tetrahedron())["file"]),
+    EXPECT_THAT(keys_of(info(tetrahedron())["contents"]),
                 UnorderedElementsAre("vertices", "faces_by_corners", "vertices_not_finite",
                                      "left_out", "triangles_of_polygons", "turned_faces",
                                      "crowded_edges", "added_vertices", "kept", "dropped"));

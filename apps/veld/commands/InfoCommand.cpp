@@ -28,7 +28,7 @@ public:
         desk.console.print(to_text(mesh_name(mesh), health, file.contents));
         Json json = to_json(health);
         json["faces_left_out"] = file.faces_left_out;
-        json["file"] = to_json(file.contents);
+        json["contents"] = to_json(file.contents);
         return json;
     }
 };
