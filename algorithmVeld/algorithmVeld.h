@@ -5,9 +5,13 @@
 
 #include "algorithmVeld/HoleFilling/EarClipping.h"
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
+#include "algorithmVeld/HoleFilling/HoleFilling.h"
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
+#include "algorithmVeld/HoleFilling/HoleRadius.h"
 #include "algorithmVeld/HoleFilling/HoleSmooth.h"
+#include "algorithmVeld/HoleFilling/MarkerHoleFilling.h"
 #include "algorithmVeld/HoleFilling/OpenHole.h"
+#include "algorithmVeld/HoleFilling/TriangleMeasures.h"
 #include "algorithmVeld/MeshAssistant/MeshAssistant.h"
 #include "algorithmVeld/api/RetVal.h"
 #include "algorithmVeld/api/algorithms.h"

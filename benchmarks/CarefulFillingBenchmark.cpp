@@ -2,14 +2,12 @@
 #include "algorithmVeld/api/algorithms.h"
 #include "algorithmVeld/common/LogHolder.h"
 #include "benchmarks/support/scans.h"
+#include "benchmarks/support/step_counters.h"
 #include "tests/support/meshes.h"
 #include "tests/support/threads.h"
 
 #include <benchmark/benchmark.h>
 
-#include <nlohmann/json.hpp>
-
-#include <string>
 #include <vector>
 
 /// \file
@@ -24,17 +22,6 @@ namespace
 using OrvaneAlgorithm::gLH;
 using OrvaneAlgorithm::Holes;
 using OrvaneAlgorithm::TriMesh;
-
-/// Adds the seconds of a step and of those below it to the counters.
-void add_steps(benchmark::State& state, nlohmann::json const& steps)
-{
-    for (auto const& step : steps)
-    {
-        state.counters[step["name"].get<std::string>() + "_ms"] =
-            1000.0 * step["seconds"].get<double>() / step["laps"].get<double>();
-        add_steps(state, step["children"]);
-    }
-}
 
 void fill(benchmark::State& state, TriMesh const& mesh)
 {
@@ -59,7 +46,7 @@ void fill(benchmark::State& state, TriMesh const& mesh)
         state.ResumeTiming();
     }
     state.counters["new_faces"] = static_cast<double>(new_faces);
-    add_steps(state, nlohmann::json::parse(gLH.steps_as_json()));
+    veld_benchmark::add_steps(state);
 }
 
 void fill_holes_core(benchmark::State& state)

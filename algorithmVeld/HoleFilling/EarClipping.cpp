@@ -1,5 +1,6 @@
 #include "algorithmVeld/HoleFilling/EarClipping.h"
 
+#include "algorithmVeld/HoleFilling/careful/HoleFiles.h"
 #include "algorithmVeld/HoleFilling/ears/EarList.h"
 #include "algorithmVeld/HoleFilling/ears/OpenLoops.h"
 #include "algorithmVeld/HoleFilling/ears/SimpleLoops.h"
@@ -54,22 +55,6 @@ std::vector<OpenMesh::HalfedgeHandle> walk_to(TriMesh const& mesh, OpenMesh::Hal
         h = mesh.next_halfedge_handle(h);
     }
     return {};
-}
-
-/// Two dumps of a triangle's surroundings, with the triangle and without.
-void dump_triangle(TriMesh const& mesh, OpenMesh::VertexHandle a, OpenMesh::VertexHandle b,
-                   OpenMesh::VertexHandle c, char const* name)
-{
-    if (!gPH.log_enabled || !mesh.is_valid_handle(a) || !mesh.is_valid_handle(b) ||
-        !mesh.is_valid_handle(c))
-    {
-        return;
-    }
-    for (bool const failed : {true, false})
-    {
-        MeshAssistant::output_neighbour_region(mesh, a, b, c, mesh.point(a), mesh.point(b), 0.0F,
-                                               failed, name);
-    }
 }
 
 } // namespace
@@ -335,7 +320,7 @@ void EarClipping::fill_simple_loop(TriMesh& mesh, std::vector<OpenMesh::VertexHa
     {
         if (!add_face(mesh, nodes[0], nodes[1], nodes[2]))
         {
-            dump_triangle(mesh, nodes[0], nodes[1], nodes[2], "try-add-final-triangle");
+            detail::dump_triangle(mesh, nodes[0], nodes[1], nodes[2], "try-add-final-triangle");
             fail(OpenReason::FACE_REFUSED);
         }
     }
@@ -393,7 +378,8 @@ bool EarClipping::cut_ear(TriMesh& mesh, EarList& list, OpenMesh::VertexHandle f
     }
     if (!add_face(mesh, ear.prev, ear.cur, ear.next))
     {
-        dump_triangle(mesh, ear.prev, ear.cur, ear.next, "hole-filling_fail-to-add-triangle");
+        detail::dump_triangle(mesh, ear.prev, ear.cur, ear.next,
+                              "hole-filling_fail-to-add-triangle");
         log("fail to add triangle [%s (%d)]\n", __FILE__, __LINE__);
         return fail(OpenReason::FACE_REFUSED);
     }
@@ -440,7 +426,8 @@ bool EarClipping::agrees_with_surface(TriMesh const& mesh, HoleNode const& ear)
     {
         return true;
     }
-    dump_triangle(mesh, ear.prev, ear.cur, ear.next, "hole-filling_normal-consistency-fail");
+    detail::dump_triangle(mesh, ear.prev, ear.cur, ear.next,
+                          "hole-filling_normal-consistency-fail");
     log("norm inconformity [%s (%d)]\n", __FILE__, __LINE__);
     return fail(OpenReason::NORMALS_DISAGREE);
 }
@@ -511,7 +498,7 @@ bool EarClipping::add_last_face(TriMesh& mesh, EarList const& list)
         return true;
     }
     log("fail to add the last face of hole [%s (%d)]\n", __FILE__, __LINE__);
-    dump_triangle(mesh, last.prev, last.cur, last.next, "fill-hole-add-last-triangle");
+    detail::dump_triangle(mesh, last.prev, last.cur, last.next, "fill-hole-add-last-triangle");
     return fail(OpenReason::FACE_REFUSED);
 }
 

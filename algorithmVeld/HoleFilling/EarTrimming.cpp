@@ -182,27 +182,9 @@ bool EarTrimming::consistency_normal(TriMesh const& mesh, OpenMesh::VertexHandle
 
 void EarTrimming::find_holes_ordered_halfedges(TriMesh& mesh)
 {
-    bool const log = gPH.log_enabled;
-    detail::log_line(log, "find_all_holes_ordered_halfedges() ..\n");
+    detail::log("find_all_holes_ordered_halfedges() ..\n");
     holes_ = detail::boundary_walks(mesh, detail::HiddenHalfedges::WALKED);
-
-    auto const count = static_cast<int>(holes_.size());
-    detail::log_line(log, "  total holes:          %8d\n", count);
-    if (holes_.empty())
-    {
-        return;
-    }
-    auto const [shortest, longest] =
-        std::minmax_element(holes_.begin(), holes_.end(),
-                            [](auto const& a, auto const& b) { return a.size() < b.size(); });
-    auto const total =
-        std::accumulate(holes_.begin(), holes_.end(), std::size_t{0},
-                        [](std::size_t sum, auto const& hole) { return sum + hole.size(); });
-    detail::log_line(log, "  hole edge max num:    %8d\n", static_cast<int>(longest->size()));
-    detail::log_line(log, "  hole edge min num:    %8d\n", static_cast<int>(shortest->size()));
-    detail::log_line(log, "  hole edge total num:  %8d\n", static_cast<int>(total));
-    detail::log_line(log, "  hole edge avg num:    %15.6f\n",
-                     static_cast<double>(static_cast<float>(total) / static_cast<float>(count)));
+    detail::log_loop_counts(holes_);
 }
 
 void EarTrimming::fill_holes(TriMesh& mesh)

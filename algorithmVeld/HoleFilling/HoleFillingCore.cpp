@@ -408,6 +408,8 @@ void HoleFillingCore::refine_hole(std::size_t hole, detail::HoleWork& work) cons
     }
     save_sub_mesh(hole, work, "%s/extracted-hole-%04d-sub-mesh-step-2-refined.stl",
                   "save-step-2-refined-mesh");
+    work.fill = detail::take_fill(sub);
+    work.sub.reset();
 }
 
 void HoleFillingCore::merge_holes(std::vector<detail::HoleWork>& works)
@@ -419,7 +421,7 @@ void HoleFillingCore::merge_holes(std::vector<detail::HoleWork>& works)
         if (!works[i].open)
         {
             log("  start merge_hole( %6d ) ..\n", static_cast<int>(i));
-            if (!merge_hole(i, *works[i].sub))
+            if (!merge_hole(i, works[i].fill))
             {
                 works[i].open = OpenReason::FACE_REFUSED;
             }
@@ -429,13 +431,13 @@ void HoleFillingCore::merge_holes(std::vector<detail::HoleWork>& works)
         {
             open_holes_.push_back({loop_vertices(i), *works[i].open});
         }
-        works[i].sub.reset();
+        works[i].fill = {};
     }
 }
 
-bool HoleFillingCore::merge_hole(std::size_t hole, detail::HoleSubMesh& sub)
+bool HoleFillingCore::merge_hole(std::size_t hole, detail::Fill const& fill)
 {
-    auto const merged = detail::merge_fill(*mesh_, sub);
+    auto const merged = detail::merge_fill(*mesh_, fill, detail::RefusedFace::IS_LEFT_OUT);
     for (auto const vertex : merged.verts)
     {
         mesh_->property(vert_new_prop_, vertex) = true;

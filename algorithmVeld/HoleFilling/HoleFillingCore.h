@@ -1,6 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/HoleFilling/OpenHole.h"
+#include "algorithmVeld/HoleFilling/TriangleMeasures.h"
 #include "algorithmVeld/common/RetVal.h"
 #include "algorithmVeld/common/TriMesh.h"
 #include "algorithmVeld/common/export.h"
@@ -17,7 +18,7 @@ namespace OrvaneAlgorithm
 namespace detail
 {
 struct FairingSystem;
-struct HoleSubMesh;
+struct Fill;
 struct HoleTurn;
 struct HoleWork;
 struct TriangulationRule;
@@ -38,7 +39,7 @@ struct TriangulationRule;
 /// adds nine properties to the mesh, which stay on it beside those of the runs before.
 ///
 /// An object works on one mesh at a time and is not to be copied in the middle of a run.
-class ALGORITHMVELD_API HoleFillingCore
+class ALGORITHMVELD_API HoleFillingCore : public TriangleMeasures
 {
 public:
     using VertexHandle = OpenMesh::VertexHandle;
@@ -212,23 +213,6 @@ public:
     bool swap_edge(TriMesh& mesh, FPropHandleT<bool>& face_new, FaceHandle& f, HalfedgeHandle& h,
                    VertexHandle& a, VertexHandle& b, VertexHandle& c) const;
 
-    /// Angle between two vectors of any length, in radians.
-    static void calc_angle(Vector3f const& u, Vector3f const& v, float& angle);
-    /// Area of a triangle.
-    static void calc_area(Vector3f const& a, Vector3f const& b, Vector3f const& c, float& area);
-    /// Unit normal of the triangle taken in reverse order, `c`, `b`, `a`.
-    static void calc_tri_normal(Vector3f const& a, Vector3f const& b, Vector3f const& c,
-                                Vector3f& normal);
-    /// The angles of a triangle at its corners, in radians.
-    static void calc_inner_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
-                                     float& angle_a, float& angle_b, float& angle_c);
-    static void calc_max_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
-                                   float& max);
-    static void calc_min_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
-                                   float& min);
-    static void calc_max_min_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
-                                       float& max, float& min);
-
     /// @}
     /// \name Fairing
     /// @{
@@ -303,7 +287,7 @@ private:
                           detail::HoleTurn const* turn) const;
     void refine_hole(std::size_t hole, detail::HoleWork& work) const;
     void merge_holes(std::vector<detail::HoleWork>& works);
-    bool merge_hole(std::size_t hole, detail::HoleSubMesh& sub);
+    bool merge_hole(std::size_t hole, detail::Fill const& fill);
     std::vector<VertexHandle> loop_vertices(std::size_t hole) const;
     void save_sub_mesh(std::size_t hole, detail::HoleWork const& work, char const* pattern,
                        char const* step) const;

@@ -7,7 +7,6 @@
 #include "algorithmVeld/HoleFilling/careful/HoleFiles.h"
 #include "algorithmVeld/HoleFilling/careful/HoleRefinement.h"
 #include "algorithmVeld/HoleFilling/careful/HoleTriangulation.h"
-#include "algorithmVeld/common/geometry/TriangleGeometry.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/mesh_files/MeshDump.h"
 #include "algorithmVeld/common/running/Log.h"
@@ -70,52 +69,6 @@ bool HoleFillingCore::swap_edge(TriMesh& mesh, FPropHandleT<bool>& face_new, Fac
 {
     detail::DeletionScope const status(mesh);
     return detail::swap_edge(mesh, face_new, f, h, a, b, c);
-}
-
-void HoleFillingCore::calc_angle(Vector3f const& u, Vector3f const& v, float& angle)
-{
-    angle = detail::angle_between(u, v);
-}
-
-void HoleFillingCore::calc_area(Vector3f const& a, Vector3f const& b, Vector3f const& c,
-                                float& area)
-{
-    area = detail::triangle_area(a, b, c);
-}
-
-void HoleFillingCore::calc_tri_normal(Vector3f const& a, Vector3f const& b, Vector3f const& c,
-                                      Vector3f& normal)
-{
-    normal = detail::reversed_normal(a, b, c);
-}
-
-void HoleFillingCore::calc_inner_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
-                                           float& angle_a, float& angle_b, float& angle_c)
-{
-    auto const angles = detail::corner_angles(a, b, c);
-    angle_a = angles.a;
-    angle_b = angles.b;
-    angle_c = angles.c;
-}
-
-void HoleFillingCore::calc_max_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
-                                         float& max)
-{
-    max = detail::corner_angles(a, b, c).max();
-}
-
-void HoleFillingCore::calc_min_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
-                                         float& min)
-{
-    min = detail::corner_angles(a, b, c).min();
-}
-
-void HoleFillingCore::calc_max_min_tri_angle(Vector3f const& a, Vector3f const& b,
-                                             Vector3f const& c, float& max, float& min)
-{
-    auto const angles = detail::corner_angles(a, b, c);
-    max = angles.max();
-    min = angles.min();
 }
 
 bool HoleFillingCore::calc_cot_weight(TriMesh const& mesh, VertexHandle const& v,

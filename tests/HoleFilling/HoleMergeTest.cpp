@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/HoleFilling/careful/HoleRegion.h"
 #include "algorithmVeld/HoleFilling/careful/HoleTriangulation.h"
+#include "algorithmVeld/HoleFilling/careful/HoleWork.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/meshes.h"
 
@@ -88,7 +89,8 @@ TEST(HoleMerge, ATriangulatedCopyClosesTheMesh)
     ASSERT_TRUE(hole.mapped);
     ASSERT_EQ(hole.loop.size(), 8U);
     ASSERT_FALSE(detail::triangulate_hole(hole.sub.mesh, hole.sub.loop, hole.sub.face_new, {}));
-    auto const merged = detail::merge_fill(hole.mesh, hole.sub);
+    auto const merged = detail::merge_fill(hole.mesh, detail::take_fill(hole.sub),
+                                           detail::RefusedFace::IS_LEFT_OUT);
     EXPECT_TRUE(merged.complete);
     EXPECT_TRUE(merged.verts.empty());
     // 24 faces were there; a polygon of 8 corners takes 6.
@@ -101,19 +103,18 @@ TEST(HoleMerge, ATriangulatedCopyClosesTheMesh)
     EXPECT_NEAR(area_of(hole.mesh), 16.0, 1e-5);
 }
 
-TEST(HoleMerge, NewVerticesComeWithTheirPointsAndAreNotedAsOrigins)
+TEST(HoleMerge, NewVerticesComeWithTheirPoints)
 {
     SquareHole hole;
     Vector3f const apex(2.0F, 2.25F, 0.5F);
     hole.fill_with_fan(apex);
-    auto const merged = detail::merge_fill(hole.mesh, hole.sub);
+    auto const merged = detail::merge_fill(hole.mesh, detail::take_fill(hole.sub),
+                                           detail::RefusedFace::IS_LEFT_OUT);
     EXPECT_TRUE(merged.complete);
     ASSERT_EQ(merged.verts.size(), 1U);
     EXPECT_EQ(merged.verts[0], vh(25));
     EXPECT_EQ(hole.mesh.point(vh(25)), apex);
     EXPECT_EQ(hole.mesh.valence(vh(25)), 8U);
-    auto const last = vh(static_cast<int>(hole.sub.mesh.n_vertices()) - 1);
-    EXPECT_EQ(hole.sub.mesh.property(hole.sub.vert_origin, last), vh(25));
     ASSERT_EQ(merged.faces.size(), 8U);
     for (std::size_t k = 0; k < 8; ++k)
     {
@@ -129,18 +130,34 @@ TEST(HoleMerge, AFaceThatTheMeshRefusesIsLoggedAndTheOthersGoIn)
     // Somebody else has put a triangle on two of the hole's edges.
     ASSERT_TRUE(hole.mesh.add_face(vh(6), vh(7), vh(11)).is_valid());
     veld_test::LogCapture const log;
-    auto const merged = detail::merge_fill(hole.mesh, hole.sub);
+    auto const merged = detail::merge_fill(hole.mesh, detail::take_fill(hole.sub),
+                                           detail::RefusedFace::IS_LEFT_OUT);
     EXPECT_FALSE(merged.complete);
     EXPECT_EQ(merged.faces.size(), 6U);
     EXPECT_EQ(log.count("  !!!fail to add face ["), 2);
+}
+
+TEST(HoleMerge, AMergeThatEndsAtARefusedFaceLeavesOutThoseBehindIt)
+{
+    SquareHole hole;
+    hole.fill_with_fan({2, 2, 0});
+    // The triangle takes the fan's first two edges, so its first face is refused.
+    ASSERT_TRUE(hole.mesh.add_face(vh(6), vh(7), vh(11)).is_valid());
+    veld_test::LogCapture const log;
+    auto const merged =
+        detail::merge_fill(hole.mesh, detail::take_fill(hole.sub), detail::RefusedFace::ENDS_MERGE);
+    EXPECT_FALSE(merged.complete);
+    EXPECT_TRUE(merged.faces.empty());
+    EXPECT_EQ(merged.verts.size(), 1U);
+    EXPECT_EQ(log.count("  !!!fail to add face ["), 1);
 }
 
 TEST(HoleMerge, HolesThatWereGivenUpNeedNoRoom)
 {
     SquareHole hole;
     std::vector<detail::HoleWork> works(2);
-    works[0].open = OpenReason::TOO_MANY_EDGES; // and no copy
-    works[1].sub = std::make_unique<detail::HoleSubMesh>(std::move(hole.sub));
+    works[0].open = OpenReason::TOO_MANY_EDGES; // and no fill
+    works[1].fill = detail::take_fill(hole.sub);
     auto const vertices = hole.mesh.n_vertices();
     detail::reserve_for_fills(hole.mesh, works);
     EXPECT_EQ(hole.mesh.n_vertices(), vertices);

@@ -875,7 +875,8 @@ private:
         {
             return false;
         }
-        bool const tie = std::fabs(at_edge - across) <= 1e-5;
+        // Corners in one line may have no angle: that is as good as any, too.
+        bool const tie = !(std::fabs(at_edge - across) > 1e-5);
         if (tie && flipped_on_tie != nullptr && !flipped_on_tie->insert(edge).second)
         {
             return false;
@@ -947,9 +948,9 @@ public:
 
 private:
     /// Coefficient of a path of some edges, before its weights.
-    float sign_and_count(int edges) const
+    double sign_and_count(int edges) const
     {
-        static constexpr float COUNTS[4][4] = {
+        static constexpr double COUNTS[4][4] = {
             {0, 0, 0, 0}, {-1, 1, 0, 0}, {1, -2, 1, 0}, {-1, 3, -3, 1}};
         return COUNTS[order_][edges];
     }
@@ -984,44 +985,45 @@ private:
     void add_row(VertexHandle v)
     {
         int const row = number_[at(v)];
-        entries.emplace_back(row, row, static_cast<double>(sign_and_count(0)));
-        add_paths(row, v, 1, 1.0F, 1.0F);
+        entries.emplace_back(row, row, sign_and_count(0));
+        add_paths(row, v, 1, 1.0, 1.0);
     }
 
     /// All paths of `length` edges whose last edge leaves v, and the longer ones.
+    /// Weights are `float`; what is made of them is not, so that the system is as exact as its
+    /// solution is compared.
     /// \param weights product of the weights before
     /// \param sums product of the sums of weights before
-    void add_paths(int row, VertexHandle v, int length, float weights, float sums)
+    void add_paths(int row, VertexHandle v, int length, double weights, double sums)
     {
         auto const steps = steps_from(v);
         if (steps.empty())
         {
             return;
         }
-        float const all_sums = sums * sum_of(steps);
-        float const count = sign_and_count(length);
-        Vector3f fixed = Vector3f::Zero();
+        double const all_sums = sums * sum_of(steps);
+        double const count = sign_and_count(length);
+        Eigen::Vector3d fixed = Eigen::Vector3d::Zero();
         for (auto const& step : steps)
         {
             int const column = number_[at(step.to)];
-            float const all_weights = weights * step.weight;
+            double const all_weights = weights * static_cast<double>(step.weight);
             if (column >= 0)
             {
-                entries.emplace_back(row, column,
-                                     static_cast<double>(count * all_weights / all_sums));
+                entries.emplace_back(row, column, count * all_weights / all_sums);
             }
             else
             {
-                fixed += all_weights * mesh_.point(step.to);
+                fixed += all_weights * mesh_.point(step.to).cast<double>();
             }
         }
-        Vector3f const part = count * fixed / all_sums;
-        right.row(row) -= part.cast<double>().transpose();
+        right.row(row) -= (count * fixed / all_sums).transpose();
         if (length < order_)
         {
             for (auto const& step : steps)
             {
-                add_paths(row, step.to, length + 1, weights * step.weight, all_sums);
+                add_paths(row, step.to, length + 1, weights * static_cast<double>(step.weight),
+                          all_sums);
             }
         }
     }

@@ -194,6 +194,14 @@ std::vector<Operation> const& operations()
              stages.next();
              smoother.get_iterative_smoothed_mesh(mesh);
          }},
+        {"holes_filling",
+         [](TriMesh& mesh)
+         {
+             HoleFilling filling;
+             filling.set_topology_dis_thr(1);
+             filling.set_max_perimeter(30.0);
+             filling.holes_filling(mesh);
+         }},
         {"components_by_face",
          [](TriMesh& mesh) { remove_small_components_by_face(mesh, 10, false); }},
         {"components_by_vert",

@@ -262,6 +262,25 @@ Operation const OPERATIONS[] = {
              fill_single_hole_core(mesh, hole, 2, faces, verts, patch, call.verbose);
          return Outcome(value, mesh, faces, verts, patch);
      }},
+    {"HoleFilling",
+     [](Call const&)
+     {
+         TriMesh mesh = holed_mesh();
+         HoleFilling filling;
+         filling.set_topology_dis_thr(1);
+         RetVal const value = filling.holes_filling(mesh);
+         return Outcome(value, mesh, filling.open_holes());
+     }},
+    {"MarkerHoleFilling",
+     [](Call const&)
+     {
+         TriMesh mesh = holed_mesh();
+         MarkerHoleFilling filling;
+         filling.set_topology_dis_thr(1);
+         filling.set_marker_search_radius(2.0);
+         RetVal const value = filling.marker_holes_filling(mesh, MARKERS);
+         return Outcome(value, mesh, filling.open_holes());
+     }},
     {"HoleSmooth",
      [](Call const&)
      {

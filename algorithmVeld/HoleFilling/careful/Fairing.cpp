@@ -37,17 +37,46 @@ bool has_solvable_size(Patch const& patch, FairingSystem const& system, FairingL
     return true;
 }
 
+void log_sizes(RowMajorMatrix const& a, Eigen::VectorXd const& b, int verts)
+{
+    log("====================< MKL_Pardiso Param> ====================\n");
+    log("  spareAMat.size() [rows, cols] = [%d, %d]\n", static_cast<int>(a.rows()),
+        static_cast<int>(a.cols()));
+    log("  BVec.size()                   = %d\n", static_cast<int>(b.size()));
+    log("  inner verts:                  = %d\n", verts);
+    log("  vval.size()                   = %d\n", static_cast<int>(a.nonZeros()));
+    log("  vcol.size()                   = %d\n", static_cast<int>(a.nonZeros()));
+    log("  vrow.size()                   = %d\n", static_cast<int>(a.rows() + 1));
+    log("====================</MKL_Pardiso Param> ====================\n");
+}
+
+void log_factors(PardisoReport const& report)
+{
+    log("   Reordering completed ... \n");
+    log("   Number of nonzeros in factors = %d\n", report.factor_nonzeros);
+    log("   Number of factorization MFLOPS = %d\n", report.factor_mflops);
+}
+
 } // namespace
 
-bool solve_logged(RowMajorMatrix const& a, Eigen::VectorXd const& b, std::vector<double>& x)
+bool solve_logged(RowMajorMatrix const& a, Eigen::VectorXd const& b, std::vector<double>& x,
+                  std::optional<int> verts)
 {
     log("MKL_Pardiso() ..\n");
+    if (verts)
+    {
+        log_sizes(a, b, *verts);
+    }
     auto const report = solve_direct(a, b, x);
     if (report.analysis_error != 0)
     {
         log("   ERROR during symbolic factorization: %d    [%s (%d)]\n", report.analysis_error,
             __FILE__, __LINE__);
         return false;
+    }
+    if (verts)
+    {
+        log_factors(report);
     }
     if (report.factorisation_error != 0)
     {
@@ -66,11 +95,16 @@ bool solve_logged(RowMajorMatrix const& a, Eigen::VectorXd const& b, std::vector
 }
 
 std::vector<Vector3f> faired_points(TriMesh const& mesh, Patch const& patch,
-                                    FairingSystem const& system)
+                                    FairingSystem const& system, SolverLog what)
 {
     auto const equations = assemble_laplace(neighbourhood(mesh, patch, system), system.order);
+    std::optional<int> verts;
+    if (what == SolverLog::PHASES_AND_SIZES)
+    {
+        verts = static_cast<int>(patch.size());
+    }
     std::vector<double> x;
-    if (!solve_logged(equations.matrix, equations.right_side, x))
+    if (!solve_logged(equations.matrix, equations.right_side, x, verts))
     {
         log("  MKL_Pardiso failed.\n");
         return {};

@@ -5,6 +5,7 @@
 #include "algorithmVeld/common/TriMesh.h"
 #include "algorithmVeld/common/solver/Pardiso.h"
 
+#include <optional>
 #include <vector>
 
 /// \file
@@ -28,15 +29,25 @@ struct FairingLimits
     int max_verts = 20000;
 };
 
+/// How much is logged of a solution.
+enum class SolverLog
+{
+    PHASES,          ///< How its phases ended.
+    PHASES_AND_SIZES ///< Also how large the system and its factors are.
+};
+
 /// Solves `a x = b` and logs how it went.
 /// \param x cleared before it is filled
+/// \param verts number of vertices, if the sizes are to be logged too
 /// \return false if the solver reports an error
-bool solve_logged(RowMajorMatrix const& a, Eigen::VectorXd const& b, std::vector<double>& x);
+bool solve_logged(RowMajorMatrix const& a, Eigen::VectorXd const& b, std::vector<double>& x,
+                  std::optional<int> verts = {});
 
 /// Where the system puts the vertices of a patch.
 /// \return empty, with the reason in the log, if it cannot be solved
 std::vector<Vector3f> faired_points(TriMesh const& mesh, Patch const& patch,
-                                    FairingSystem const& system);
+                                    FairingSystem const& system,
+                                    SolverLog what = SolverLog::PHASES);
 
 /// Moves the patches. One outside the limits, or whose system cannot be solved, is logged and stays
 /// as it is. All systems see the positions of before, whichever is solved first.

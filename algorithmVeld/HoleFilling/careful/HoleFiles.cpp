@@ -1,6 +1,7 @@
 #include "algorithmVeld/HoleFilling/careful/HoleFiles.h"
 
 #include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
+#include "algorithmVeld/MeshAssistant/MeshAssistant.h"
 #include "algorithmVeld/common/arrays/IndexTable.h"
 #include "algorithmVeld/common/arrays/checked.h"
 #include "algorithmVeld/common/mesh_files/MeshDump.h"
@@ -45,6 +46,21 @@ void save_sub_mesh(TriMesh const& sub, int hole, char const* pattern, char const
     char path[512];
     format_line(path, pattern, gPH.result_dir.c_str(), hole);
     dump_mesh(sub, path, step);
+}
+
+void dump_triangle(TriMesh const& mesh, OpenMesh::VertexHandle a, OpenMesh::VertexHandle b,
+                   OpenMesh::VertexHandle c, char const* name)
+{
+    if (!gPH.log_enabled || !mesh.is_valid_handle(a) || !mesh.is_valid_handle(b) ||
+        !mesh.is_valid_handle(c))
+    {
+        return;
+    }
+    for (bool const failed : {true, false})
+    {
+        MeshAssistant::output_neighbour_region(mesh, a, b, c, mesh.point(a), mesh.point(b), 0.0F,
+                                               failed, name);
+    }
 }
 
 void save_regions(TriMesh const& mesh,

@@ -5,7 +5,7 @@
 #include <vector>
 
 /// \file
-/// Files in `gPH.result_dir` by which a filling is diagnosed.
+/// Files by which a filling is diagnosed, in `gPH.result_dir` unless something else is said.
 
 namespace OrvaneAlgorithm::detail
 {
@@ -14,6 +14,11 @@ namespace OrvaneAlgorithm::detail
 /// \param pattern of the path, for the directory and the hole's number
 /// \param step under which the time is booked
 void save_sub_mesh(TriMesh const& sub, int hole, char const* pattern, char const* step);
+
+/// Writes what is around a triangle to `gPH.debug_dir`, once with the triangle and once without, if
+/// logging is on and its corners are vertices of the mesh.
+void dump_triangle(TriMesh const& mesh, OpenMesh::VertexHandle a, OpenMesh::VertexHandle b,
+                   OpenMesh::VertexHandle c, char const* name);
 
 /// Writes each region as text OBJ. A file that cannot be written is logged.
 void save_regions(TriMesh const& mesh,

@@ -10,97 +10,90 @@ namespace OrvaneAlgorithm::detail
 namespace
 {
 
-using OpenMesh::FaceHandle;
 using OpenMesh::VertexHandle;
 
-void merge_vertices(TriMesh& mesh, HoleSubMesh& sub, MergedFill& merged)
+/// The new vertices in the mesh, by their places in the fill.
+std::vector<VertexHandle> add_vertices(TriMesh& mesh, Fill const& fill)
 {
-    for (auto const vertex : sub.mesh.all_vertices())
+    std::vector<VertexHandle> vertices;
+    vertices.reserve(fill.points.size());
+    for (auto const& point : fill.points)
     {
-        if (!sub.mesh.property(sub.vert_new, vertex))
-        {
-            continue;
-        }
-        auto const added = mesh.add_vertex(sub.mesh.point(vertex));
-        if (!added.is_valid())
+        vertices.push_back(mesh.add_vertex(point));
+        if (!vertices.back().is_valid())
         {
             log("  !!!fail to merge vert [%s (%d)]\n", __FILE__, __LINE__);
-            continue;
         }
-        sub.mesh.property(sub.vert_origin, vertex) = added;
-        merged.verts.push_back(added);
     }
+    return vertices;
 }
 
-/// \return an invalid handle if the mesh has not got the face
-FaceHandle merge_face(TriMesh& mesh, HoleSubMesh const& sub, FaceHandle face)
-{
-    std::vector<VertexHandle> corners;
-    for (auto const vertex : sub.mesh.fv_range(face))
-    {
-        corners.push_back(sub.mesh.property(sub.vert_origin, vertex));
-    }
-    if (corners.size() != 3)
-    {
-        log("  !!!unexpected non triangle [%s (%d)]\n", __FILE__, __LINE__);
-        return FaceHandle();
-    }
-    auto const added = add_face_checked(mesh, corners[0], corners[1], corners[2]);
-    if (!added.is_valid())
-    {
-        log("  !!!fail to add face [%s (%d)]\n", __FILE__, __LINE__);
-    }
-    return added;
-}
+} // namespace
 
-void merge_faces(TriMesh& mesh, HoleSubMesh const& sub, MergedFill& merged)
+Fill take_fill(HoleSubMesh const& sub)
 {
+    Fill fill;
+    std::vector<Fill::Corner> corners;
+    corners.reserve(sub.mesh.n_vertices());
+    for (auto const vertex : sub.mesh.all_vertices())
+    {
+        if (sub.mesh.property(sub.vert_new, vertex))
+        {
+            corners.push_back({true, static_cast<int>(fill.points.size())});
+            fill.points.push_back(sub.mesh.point(vertex));
+        }
+        else
+        {
+            corners.push_back({false, sub.mesh.property(sub.vert_origin, vertex).idx()});
+        }
+    }
     for (auto const face : sub.mesh.all_faces())
     {
         if (!sub.mesh.property(sub.face_new, face))
         {
             continue;
         }
-        auto const added = merge_face(mesh, sub, face);
-        if (added.is_valid())
+        std::array<Fill::Corner, 3> triangle;
+        std::size_t n = 0;
+        for (auto const vertex : sub.mesh.fv_range(face))
         {
-            merged.faces.push_back(added);
+            triangle[n++ % 3] = corners[static_cast<std::size_t>(vertex.idx())];
         }
-        else
+        if (n != 3)
         {
-            merged.complete = false;
+            log("  !!!unexpected non triangle [%s (%d)]\n", __FILE__, __LINE__);
+            triangle = {};
         }
+        fill.faces.push_back(triangle);
     }
+    fill.edges = sub.mesh.n_edges() - std::min(sub.mesh.n_edges(), sub.old_edges);
+    return fill;
 }
 
-} // namespace
-
-void reserve_for_fills(TriMesh& mesh, std::vector<HoleWork> const& works)
-{
-    std::size_t vertices = 0;
-    std::size_t edges = 0;
-    std::size_t faces = 0;
-    for (auto const& work : works)
-    {
-        if (!work.open)
-        {
-            auto const& sub = *work.sub;
-            auto const& vert_new = sub.mesh.property(sub.vert_new).data_vector();
-            auto const& face_new = sub.mesh.property(sub.face_new).data_vector();
-            vertices +=
-                static_cast<std::size_t>(std::count(vert_new.begin(), vert_new.end(), true));
-            faces += static_cast<std::size_t>(std::count(face_new.begin(), face_new.end(), true));
-            edges += sub.mesh.n_edges() - std::min(sub.mesh.n_edges(), sub.old_edges);
-        }
-    }
-    mesh.reserve_more(vertices, edges, faces);
-}
-
-MergedFill merge_fill(TriMesh& mesh, HoleSubMesh& sub)
+MergedFill merge_fill(TriMesh& mesh, Fill const& fill, RefusedFace refused)
 {
     MergedFill merged;
-    merge_vertices(mesh, sub, merged);
-    merge_faces(mesh, sub, merged);
+    merged.verts = add_vertices(mesh, fill);
+    auto const vertex_of = [&](Fill::Corner const& corner)
+    {
+        return corner.is_new ? merged.verts[static_cast<std::size_t>(corner.index)]
+                             : VertexHandle(corner.index);
+    };
+    for (auto const& [a, b, c] : fill.faces)
+    {
+        auto const face = add_face_checked(mesh, vertex_of(a), vertex_of(b), vertex_of(c));
+        if (face.is_valid())
+        {
+            merged.faces.push_back(face);
+            continue;
+        }
+        log("  !!!fail to add face [%s (%d)]\n", __FILE__, __LINE__);
+        merged.complete = false;
+        if (refused == RefusedFace::ENDS_MERGE)
+        {
+            break;
+        }
+    }
     return merged;
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
-#include "algorithmVeld/HoleFilling/careful/HoleWork.h"
+#include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
 
+#include <array>
+#include <cstddef>
 #include <vector>
 
 /// \file
@@ -10,10 +12,31 @@
 namespace OrvaneAlgorithm::detail
 {
 
-/// Makes room in the mesh for the fills of all holes that were not given up.
-void reserve_for_fills(TriMesh& mesh, std::vector<HoleWork> const& works);
+/// What filling added to a sub-mesh, apart from it.
+struct Fill
+{
+    /// A corner of a new face: a vertex of the main mesh, or a new one.
+    struct Corner
+    {
+        bool is_new = false;
+        int index = -1; ///< Of the main mesh's vertex, or in `points`; -1 where there is neither.
+    };
 
-/// What a merge added to the mesh, in the order of the sub-mesh.
+    std::vector<Vector3f> points;             ///< Of the new vertices, in the sub-mesh's order.
+    std::vector<std::array<Corner, 3>> faces; ///< In the sub-mesh's order.
+    std::size_t edges = 0;                    ///< How many more the sub-mesh has than before.
+};
+
+Fill take_fill(HoleSubMesh const& sub);
+
+/// What happens at a face that the mesh refuses. It is logged either way.
+enum class RefusedFace
+{
+    IS_LEFT_OUT, ///< The others are added.
+    ENDS_MERGE   ///< Those behind it are left out too.
+};
+
+/// What a merge added to the mesh, in the order of the fill.
 struct MergedFill
 {
     std::vector<OpenMesh::VertexHandle> verts;
@@ -21,9 +44,7 @@ struct MergedFill
     bool complete = true; ///< Whether the mesh took every face.
 };
 
-/// Adds the new vertices and faces of a filled sub-mesh to the mesh. What the mesh refuses is
-/// logged and left out.
-/// \param sub `vert_origin` of the new vertices is set to those that stand for them in the mesh
-MergedFill merge_fill(TriMesh& mesh, HoleSubMesh& sub);
+/// Adds the new vertices and faces of a fill to the mesh.
+MergedFill merge_fill(TriMesh& mesh, Fill const& fill, RefusedFace refused);
 
 } // namespace OrvaneAlgorithm::detail

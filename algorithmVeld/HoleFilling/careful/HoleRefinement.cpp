@@ -75,10 +75,19 @@ bool is_cosine(float x)
     return x >= -1.0F && x <= 1.0F;
 }
 
-/// Whether the edge a-b of the triangles a-b-c and a-b-d is the better diagonal, by the sums of the
-/// angles at its ends and of those opposite. Bit by bit the same whichever end is called a, and
-/// whichever triangle comes first.
-bool is_better_diagonal(Vector3f const& a, Vector3f const& b, Vector3f const& c, Vector3f const& d)
+/// How an edge compares with the other diagonal of its two triangles.
+enum class Diagonal
+{
+    BETTER,
+    EVEN, ///< By what rounding may make of a tie; never the better one of the two.
+    WORSE
+};
+
+/// The edge a-b of the triangles a-b-c and a-b-d, by the sums of the angles at its ends and of
+/// those opposite. Bit by bit the same whichever end is called a, and whichever triangle comes
+/// first.
+Diagonal compare_diagonals(Vector3f const& a, Vector3f const& b, Vector3f const& c,
+                           Vector3f const& d)
 {
     Vector3f const ac = (c - a).normalized();
     Vector3f const ad = (d - a).normalized();
@@ -95,14 +104,22 @@ bool is_better_diagonal(Vector3f const& a, Vector3f const& b, Vector3f const& c,
         constexpr float CLEAR = 1e-5F;
         if (std::max(cos_a, cos_b) + CLEAR < std::min(cos_c, cos_d))
         {
-            return true;
+            return Diagonal::BETTER;
         }
         if (std::max(cos_c, cos_d) + CLEAR < std::min(cos_a, cos_b))
         {
-            return false;
+            return Diagonal::WORSE;
         }
     }
-    return std::acos(cos_a) + std::acos(cos_b) > std::acos(cos_c) + std::acos(cos_d);
+    float const inner = std::acos(cos_a) + std::acos(cos_b);
+    float const outer = std::acos(cos_c) + std::acos(cos_d);
+    if (inner > outer)
+    {
+        return Diagonal::BETTER;
+    }
+    constexpr float TIE = 1e-5F;
+    // Corners in one line may have no angle: such an edge is no better and no worse.
+    return !(std::abs(inner - outer) > TIE) ? Diagonal::EVEN : Diagonal::WORSE;
 }
 
 /// Whether the other diagonal of an edge's two triangles may take its place: it must not exist.
@@ -161,9 +178,12 @@ void unsettle_faces_at(TriMesh const& mesh, EdgeHandle e, SettledElements& settl
     }
 }
 
-/// Flips an edge between two new faces, unless it is the better diagonal.
+/// Flips an edge between two new faces, unless it is the better diagonal, or an even one that is
+/// noted already.
+/// \param even_edges if it is given, even edges that are flipped are noted there
 /// \return whether it was flipped
-bool visit_edge(TriMesh& mesh, FPropHandleT<bool> face_new, EdgeHandle e, SettledElements& settled)
+bool visit_edge(TriMesh& mesh, FPropHandleT<bool> face_new, EdgeHandle e, SettledElements& settled,
+                std::vector<char>* even_edges = nullptr)
 {
     auto const h0 = mesh.halfedge_handle(e, 0);
     auto const h1 = mesh.halfedge_handle(e, 1);
@@ -177,14 +197,23 @@ bool visit_edge(TriMesh& mesh, FPropHandleT<bool> face_new, EdgeHandle e, Settle
     auto const b = mesh.to_vertex_handle(h0);
     auto const c = mesh.to_vertex_handle(mesh.next_halfedge_handle(h0));
     auto const d = mesh.to_vertex_handle(mesh.next_halfedge_handle(h1));
-    if (is_better_diagonal(mesh.point(a), mesh.point(b), mesh.point(c), mesh.point(d)))
+    auto const diagonal =
+        compare_diagonals(mesh.point(a), mesh.point(b), mesh.point(c), mesh.point(d));
+    if (diagonal == Diagonal::BETTER)
     {
         settled.add(e);
         return false;
     }
-    if (!can_flip(mesh, c, d))
+    auto const place = static_cast<std::size_t>(e.idx());
+    bool const is_noted =
+        even_edges != nullptr && diagonal == Diagonal::EVEN && (*even_edges)[place] != 0;
+    if (is_noted || !can_flip(mesh, c, d))
     {
         return false; // It may later, where the edge in its way is flipped.
+    }
+    if (even_edges != nullptr && diagonal == Diagonal::EVEN)
+    {
+        (*even_edges)[place] = 1;
     }
     flip_edge(mesh, e);
     unsettle_faces_at(mesh, e, settled);
@@ -286,6 +315,30 @@ int relax_pass(TriMesh& mesh, FPropHandleT<bool> face_new, SettledElements& sett
     return flips;
 }
 
+void relax_until_stable(TriMesh& mesh, FPropHandleT<bool> face_new, SettledElements& settled)
+{
+    std::vector<char> even_edges(mesh.n_edges(), 0);
+    std::size_t left = 4 * mesh.n_edges();
+    int const count = static_cast<int>(mesh.n_edges());
+    CancelPoll poll;
+    bool flipped = true;
+    while (flipped && left > 0)
+    {
+        flipped = false;
+        for (int i = 0; i < count && left > 0; ++i)
+        {
+            poll.next();
+            EdgeHandle const e(i);
+            if (!settled.has(e) && !mesh.status(e).deleted() &&
+                visit_edge(mesh, face_new, e, settled, &even_edges))
+            {
+                flipped = true;
+                --left;
+            }
+        }
+    }
+}
+
 bool swap_edge(TriMesh& mesh, FPropHandleT<bool> face_new, FaceHandle f, HalfedgeHandle h,
                VertexHandle a, VertexHandle b, VertexHandle c)
 {
@@ -296,7 +349,8 @@ bool swap_edge(TriMesh& mesh, FPropHandleT<bool> face_new, FaceHandle f, Halfedg
     }
     VertexHandle const d = third_vertex(mesh, g, a, b);
     if (!c.is_valid() || !d.is_valid() || !mesh.is_flip_ok(mesh.edge_handle(h)) ||
-        is_better_diagonal(mesh.point(a), mesh.point(b), mesh.point(c), mesh.point(d)))
+        compare_diagonals(mesh.point(a), mesh.point(b), mesh.point(c), mesh.point(d)) ==
+            Diagonal::BETTER)
     {
         return false;
     }
@@ -316,6 +370,22 @@ void refine_fill(TriMesh& mesh, RefinementFlags const& flags, RefinementRule con
         {
             break; // the rounds that are left would find the same mesh and change nothing
         }
+    }
+    log_line(gPH.log_enabled, "  start garbage_collection() ..\n");
+    compact(mesh);
+}
+
+void refine_until_stable(TriMesh& mesh, RefinementFlags const& flags, StableRefinement const& rule)
+{
+    DeletionScope const status(mesh);
+    SettledElements settled;
+    for (int round = 0; round < rule.most_rounds && mesh.n_faces() < rule.most_faces; ++round)
+    {
+        if (split_pass(mesh, flags, rule.is_coarse, settled, rule.notice) == 0)
+        {
+            break;
+        }
+        relax_until_stable(mesh, flags.face_new, settled);
     }
     log_line(gPH.log_enabled, "  start garbage_collection() ..\n");
     compact(mesh);

@@ -95,6 +95,12 @@ int split_pass(TriMesh& mesh, RefinementFlags const& flags, SplitCriterion const
 ///         0.
 int relax_pass(TriMesh& mesh, OpenMesh::FPropHandleT<bool> face_new, SettledElements& settled);
 
+/// Visits the edges in this way again and again until none is flipped. An edge whose diagonals are
+/// equally good is flipped once at most, and all edges together four times as often as there are
+/// edges, so that it ends on any points.
+void relax_until_stable(TriMesh& mesh, OpenMesh::FPropHandleT<bool> face_new,
+                        SettledElements& settled);
+
 /// Flips the edge `a`-`b` between the new faces `f` (with the third vertex `c`) and that of the
 /// halfedge `h`, unless the angles at `a` and `b` are together larger than those opposite.
 /// \return whether the edge was flipped
@@ -112,5 +118,17 @@ struct RefinementRule
 /// Runs the rounds, until one changes nothing, and collects the garbage: handles of the mesh
 /// change.
 void refine_fill(TriMesh& mesh, RefinementFlags const& flags, RefinementRule const& rule);
+
+/// A refinement that goes on until nothing is split.
+struct StableRefinement
+{
+    SplitCriterion is_coarse;
+    SplitNotice notice;     ///< May be empty.
+    int most_rounds;        ///< Rounds of a split pass and a relaxation until it is stable.
+    std::size_t most_faces; ///< A mesh of so many faces gets no more rounds.
+};
+
+/// Runs the rounds and collects the garbage: handles of the mesh change.
+void refine_until_stable(TriMesh& mesh, RefinementFlags const& flags, StableRefinement const& rule);
 
 } // namespace OrvaneAlgorithm::detail

@@ -152,6 +152,27 @@ grow_regions(TriMesh& mesh, std::vector<std::vector<OpenMesh::HalfedgeHandle>> c
 }
 
 std::vector<OpenMesh::VertexHandle>
+vertices_of(TriMesh const& mesh, std::vector<std::vector<OpenMesh::FaceHandle>> const& regions)
+{
+    IndexTable places;
+    std::vector<OpenMesh::VertexHandle> vertices;
+    for (auto const& region : regions)
+    {
+        for (auto const face : region)
+        {
+            for (auto const vertex : mesh.fv_range(face))
+            {
+                if (static_cast<std::size_t>(places.add(vertex.idx())) == vertices.size())
+                {
+                    vertices.push_back(vertex);
+                }
+            }
+        }
+    }
+    return vertices;
+}
+
+std::vector<OpenMesh::VertexHandle>
 mark_vertices(TriMesh& mesh, std::vector<std::vector<OpenMesh::FaceHandle>> const& regions,
               OpenMesh::VPropHandleT<bool> on_region)
 {

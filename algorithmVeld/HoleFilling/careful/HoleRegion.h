@@ -28,6 +28,10 @@ std::vector<std::vector<OpenMesh::FaceHandle>>
 grow_regions(TriMesh& mesh, std::vector<std::vector<OpenMesh::HalfedgeHandle>> const& loops,
              RegionLimits const& limits, OpenMesh::FPropHandleT<bool> in_region);
 
+/// The vertices of the faces of all regions, each once, in the order in which they are met.
+std::vector<OpenMesh::VertexHandle>
+vertices_of(TriMesh const& mesh, std::vector<std::vector<OpenMesh::FaceHandle>> const& regions);
+
 /// Sets `on_region` to true on the vertices of all faces of regions.
 /// \return those on which it was false, in the order in which they are met
 std::vector<OpenMesh::VertexHandle>

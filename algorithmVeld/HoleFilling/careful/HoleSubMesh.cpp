@@ -53,6 +53,21 @@ OpenMesh::VertexHandle copy_of(HoleSubMesh const& sub, OpenMesh::VertexHandle or
     return OpenMesh::VertexHandle(sub.copies.find(origin.idx()));
 }
 
+OpenMesh::HalfedgeHandle copy_of(TriMesh const& mesh, OpenMesh::HalfedgeHandle origin,
+                                 HoleSubMesh const& sub)
+{
+    auto const from = copy_of(sub, mesh.from_vertex_handle(origin));
+    auto const to = copy_of(sub, mesh.to_vertex_handle(origin));
+    return from.is_valid() && to.is_valid() ? sub.mesh.find_halfedge(from, to)
+                                            : OpenMesh::HalfedgeHandle();
+}
+
+void add_to_loop(OpenMesh::HalfedgeHandle h, HoleSubMesh& sub)
+{
+    sub.mesh.property(sub.vert_boundary, sub.mesh.from_vertex_handle(h)) = true;
+    sub.loop.push_back(h);
+}
+
 bool take_face(TriMesh const& mesh, OpenMesh::FaceHandle face, HoleSubMesh& sub)
 {
     auto const copy = copy_face(
@@ -122,18 +137,31 @@ bool map_loop(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& 
 {
     for (auto const h : loop)
     {
-        auto const from = copy_of(sub, mesh.from_vertex_handle(h));
-        auto const to = copy_of(sub, mesh.to_vertex_handle(h));
-        bool const known = from.is_valid() && to.is_valid();
-        auto const copy = known ? sub.mesh.find_halfedge(from, to) : OpenMesh::HalfedgeHandle();
+        auto const copy = copy_of(mesh, h, sub);
         if (!copy.is_valid())
         {
             return false;
         }
-        sub.mesh.property(sub.vert_boundary, from) = true;
-        sub.loop.push_back(copy);
+        add_to_loop(copy, sub);
     }
     return true;
+}
+
+LoopMatch walk_loop(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop,
+                    HoleSubMesh& sub)
+{
+    auto const first = loop.empty() ? OpenMesh::HalfedgeHandle() : copy_of(mesh, loop[0], sub);
+    if (!first.is_valid())
+    {
+        return LoopMatch::NO_FIRST_HALFEDGE;
+    }
+    auto h = first;
+    do
+    {
+        add_to_loop(h, sub);
+        h = sub.mesh.next_halfedge_handle(h);
+    } while (h != first && sub.loop.size() <= loop.size());
+    return sub.loop.size() == loop.size() ? LoopMatch::SAME : LoopMatch::OTHER_LENGTH;
 }
 
 } // namespace OrvaneAlgorithm::detail

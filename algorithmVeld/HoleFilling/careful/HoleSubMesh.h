@@ -51,4 +51,17 @@ std::optional<OpenReason> make_sub_mesh(TriMesh const& mesh,
 bool map_loop(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop,
               HoleSubMesh& sub);
 
+/// How the boundary of a copy agrees with a hole.
+enum class LoopMatch
+{
+    SAME,
+    NO_FIRST_HALFEDGE, ///< The hole's first halfedge has no counterpart.
+    OTHER_LENGTH       ///< From there, the boundary is longer or shorter than the hole.
+};
+
+/// Finds a hole's first halfedge in the copy, goes on along the copy's own boundary and marks the
+/// from-vertices as boundary. Only the length is compared.
+LoopMatch walk_loop(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop,
+                    HoleSubMesh& sub);
+
 } // namespace OrvaneAlgorithm::detail

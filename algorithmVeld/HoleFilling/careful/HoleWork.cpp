@@ -72,4 +72,21 @@ void for_each_hole(Loops const& loops, HoleStage const& stage)
     progress.finish();
 }
 
+void reserve_for_fills(TriMesh& mesh, std::vector<HoleWork> const& works)
+{
+    std::size_t vertices = 0;
+    std::size_t edges = 0;
+    std::size_t faces = 0;
+    for (auto const& work : works)
+    {
+        if (!work.open)
+        {
+            vertices += work.fill.points.size();
+            edges += work.fill.edges;
+            faces += work.fill.faces.size();
+        }
+    }
+    mesh.reserve_more(vertices, edges, faces);
+}
+
 } // namespace OrvaneAlgorithm::detail

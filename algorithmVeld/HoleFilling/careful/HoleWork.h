@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/HoleFilling/OpenHole.h"
 #include "algorithmVeld/HoleFilling/careful/HoleCrew.h"
+#include "algorithmVeld/HoleFilling/careful/HoleMerge.h"
 #include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
 
 #include <cstddef>
@@ -13,10 +14,13 @@
 namespace OrvaneAlgorithm::detail
 {
 
-/// One hole on its way through the stages: its sub-mesh, and why it was given up, if it was.
+/// One hole on its way through the stages: its sub-mesh, what has been made of it at the end, and
+/// why it was given up, if it was. A sub-mesh is dropped as soon as it has served, so that ten
+/// thousand holes need little more room than their new faces.
 struct HoleWork
 {
     std::unique_ptr<HoleSubMesh> sub;
+    Fill fill;
     std::optional<OpenReason> open;
 };
 
@@ -29,5 +33,8 @@ using HoleStage = std::function<void(std::size_t hole, HoleTurn const* turn)>;
 /// \param loops boundary halfedges of each hole
 void for_each_hole(std::vector<std::vector<OpenMesh::HalfedgeHandle>> const& loops,
                    HoleStage const& stage);
+
+/// Makes room in the mesh for the fills of all holes that were not given up.
+void reserve_for_fills(TriMesh& mesh, std::vector<HoleWork> const& works);
 
 } // namespace OrvaneAlgorithm::detail

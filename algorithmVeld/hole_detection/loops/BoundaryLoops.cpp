@@ -1,6 +1,7 @@
 #include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
 
 #include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
@@ -262,6 +263,27 @@ std::vector<VertexHandle> from_vertices(TriMesh const& mesh, BoundaryLoop const&
     std::transform(walk.begin(), walk.end(), vertices.begin(),
                    [&](HalfedgeHandle h) { return mesh.from_vertex_handle(h); });
     return vertices;
+}
+
+void log_loop_counts(std::vector<BoundaryLoop> const& walks)
+{
+    auto const count = static_cast<int>(walks.size());
+    log("  total holes:          %8d\n", count);
+    if (walks.empty())
+    {
+        return;
+    }
+    auto const [shortest, longest] =
+        std::minmax_element(walks.begin(), walks.end(),
+                            [](auto const& a, auto const& b) { return a.size() < b.size(); });
+    auto const total =
+        std::accumulate(walks.begin(), walks.end(), std::size_t{0},
+                        [](std::size_t sum, auto const& hole) { return sum + hole.size(); });
+    log("  hole edge max num:    %8d\n", static_cast<int>(longest->size()));
+    log("  hole edge min num:    %8d\n", static_cast<int>(shortest->size()));
+    log("  hole edge total num:  %8d\n", static_cast<int>(total));
+    log("  hole edge avg num:    %15.6f\n",
+        static_cast<double>(static_cast<float>(total) / static_cast<float>(count)));
 }
 
 Holes split_into_simple_holes(TriMesh const& mesh, Holes const& walks)

@@ -38,6 +38,10 @@ BoundaryLoop boundary_walk(TriMesh const& mesh, OpenMesh::HalfedgeHandle start);
 /// The from-vertices of a walk's halfedges.
 std::vector<OpenMesh::VertexHandle> from_vertices(TriMesh const& mesh, BoundaryLoop const& walk);
 
+/// Logs how many walks there are and, if there are any, the largest, the smallest, the sum and the
+/// mean of their numbers of edges.
+void log_loop_counts(std::vector<BoundaryLoop> const& walks);
+
 /// Cuts walks into loops that pass each of their vertices once.
 ///
 /// A walk closes a loop when it comes back to a vertex of its path: that loop is given out, begins
