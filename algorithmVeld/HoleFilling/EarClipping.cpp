@@ -212,7 +212,7 @@ void EarClipping::try_loop(TriMesh& mesh, OpenMesh::HalfedgeHandle start,
     auto const loop = detail::boundary_walk(mesh, start);
     if (take_apart_ && limit_against(mesh, loop))
     {
-        for (auto const& part : detail::simple_loops(mesh, {loop}))
+        for (auto const& part : new_simple_loops(mesh, loop))
         {
             try_simple_loop(mesh, part, open_loops);
         }
@@ -252,16 +252,26 @@ std::optional<OpenReason> EarClipping::limit_against(TriMesh const& mesh,
     return std::nullopt;
 }
 
-/// Fills one of the loops of a boundary that was taken apart, if it is new: the scan meets such a
-/// boundary again behind each loop that was filled in part.
+/// The loops of a boundary that is taken apart, without those that were tried: the scan meets such
+/// a boundary again behind each loop that was filled in part. All of them are told before one is
+/// filled, for a loop that stops marks what its walk goes on to.
+std::vector<detail::BoundaryLoop>
+EarClipping::new_simple_loops(TriMesh const& mesh, detail::BoundaryLoop const& walk) const
+{
+    auto loops = detail::simple_loops(mesh, {walk});
+    auto const is_tried = [&](detail::BoundaryLoop const& loop)
+    {
+        return std::all_of(loop.begin(), loop.end(),
+                           [&](OpenMesh::HalfedgeHandle h)
+                           { return mesh.property(visited_prop_, h); });
+    };
+    loops.erase(std::remove_if(loops.begin(), loops.end(), is_tried), loops.end());
+    return loops;
+}
+
 void EarClipping::try_simple_loop(TriMesh& mesh, detail::BoundaryLoop const& loop,
                                   detail::OpenLoops& open_loops)
 {
-    if (std::all_of(loop.begin(), loop.end(),
-                    [&](OpenMesh::HalfedgeHandle h) { return mesh.property(visited_prop_, h); }))
-    {
-        return;
-    }
     for (auto const h : loop)
     {
         mark(mesh, h);

@@ -121,6 +121,8 @@ private:
     void try_loop(TriMesh& mesh, OpenMesh::HalfedgeHandle start, detail::OpenLoops& open_loops);
     std::optional<OpenReason>
     limit_against(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop) const;
+    std::vector<std::vector<OpenMesh::HalfedgeHandle>>
+    new_simple_loops(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& walk) const;
     void try_simple_loop(TriMesh& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop,
                          detail::OpenLoops& open_loops);
     void walk_and_fill(TriMesh& mesh, OpenMesh::HalfedgeHandle start);
