@@ -73,7 +73,7 @@ void patch(benchmark::State& state, HoleSmooth::Component component, unsigned in
 {
     TriMesh& mesh = mesh_of(state.range(0));
     auto const active_vertices = static_cast<std::size_t>(state.range(1));
-    auto const active = mark_patch(mesh, active_vertices);
+    auto active = mark_patch(mesh, active_vertices);
     double copying = 0.0;
     double initializing = 0.0;
     double stepping = 0.0;
