@@ -82,8 +82,8 @@ void marker_holes_filling(benchmark::State& state)
 
 BENCHMARK(holes_filling)
     ->ArgNames({"holes", "threads", "regions"})
-    ->ArgsProduct({{100, 1000}, {2}, {0, 1, 2}})
-    ->Args({1000, 1, 1})
+    ->ArgsProduct({{100}, {1, 2}, {0, 1, 2}})
+    ->ArgsProduct({{1000}, {2}, {0, 2}})
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(marker_holes_filling)
