@@ -24,6 +24,10 @@ else()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # OpenMesh grows its arrays by copies of vectors that Eigen leaves uninitialised.
     target_compile_options(veld_compiler INTERFACE -Wno-maybe-uninitialized)
+    if(CMAKE_UNITY_BUILD)
+      # It takes sources that are joined for headers, which should have no unnamed namespace.
+      target_compile_options(veld_compiler INTERFACE -Wno-subobject-linkage)
+    endif()
   endif()
   if(VELD_WARNINGS_AS_ERRORS)
     target_compile_options(veld_compiler INTERFACE -Werror)

@@ -63,7 +63,7 @@ using detail::TrimPlan;
 namespace
 {
 
-constexpr double WIDEST_CORNER = 2.0 * detail::PI;
+constexpr double WIDEST_EAR = 2.0 * detail::PI;
 constexpr float OUT_OF_REACH = 2.0F * detail::PI_F;
 
 /// The holes that touch each other, directly or by way of others, as lists of their numbers. A hole
@@ -317,7 +317,7 @@ void EarTrimming::plan_hole(TriMesh& mesh, std::vector<OpenMesh::VertexHandle> c
         poll.next();
         auto const place = list.smallest();
         HoleNode const ear = list[place];
-        if (static_cast<double>(ear.angle) > WIDEST_CORNER || !std::isfinite(ear.angle))
+        if (static_cast<double>(ear.angle) > WIDEST_EAR || !std::isfinite(ear.angle))
         {
             plan.open = reason_for_wide_corner(ear, face_refused);
             return;

@@ -24,7 +24,7 @@ namespace OrvaneAlgorithm
 namespace
 {
 
-constexpr detail::TimedStages STAGES("frame-overlap");
+constexpr detail::TimedStages OVERLAP("frame-overlap");
 
 bool fits_numbering(std::vector<RangeData const*> const& ranges)
 {
@@ -229,32 +229,32 @@ std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> cons
     limits.cover_factor = cover_factor_;
     limits.layer_factor = layer_factor_;
     limits.least_cosine = std::cos(detail::radians(normal_angle_thr_));
-    auto const surface = STAGES.run(
+    auto const surface = OVERLAP.run(
         "list-frames", [&]
         { return detail::list_frame_surface(ranges, long_edge_factor_ * spacing, border_cells); });
     stages.next();
     auto const overlap =
-        STAGES.run("find-overlap", [&] { return detail::find_overlap(surface, limits); });
+        OVERLAP.run("find-overlap", [&] { return detail::find_overlap(surface, limits); });
     stages.next();
     auto const quality = detail::measure_quality(surface, spacing, border_cells);
     stages.next();
-    auto const advantage = STAGES.run(
+    auto const advantage = OVERLAP.run(
         "compare-frames", [&] { return detail::compare_frames(surface, overlap, quality); });
     stages.next();
-    auto const stays = STAGES.run("choose-points",
-                                  [&] {
-                                      return detail::choose_points(surface, overlap, advantage,
-                                                                   spacing, gap_factor_ * spacing);
-                                  });
+    auto const stays = OVERLAP.run("choose-points",
+                                   [&] {
+                                       return detail::choose_points(surface, overlap, advantage,
+                                                                    spacing, gap_factor_ * spacing);
+                                   });
     stages.next();
     std::vector<float> shifts;
     if (averages_layers_)
     {
-        shifts = STAGES.run("average-layers",
-                            [&] {
-                                return detail::distances_to_mean(surface, overlap, quality, stays,
-                                                                 layer_factor_ * spacing);
-                            });
+        shifts = OVERLAP.run("average-layers",
+                             [&] {
+                                 return detail::distances_to_mean(surface, overlap, quality, stays,
+                                                                  layer_factor_ * spacing);
+                             });
     }
     stages.next();
     detail::StepTimer const timer("copy-frames", "frame-overlap");

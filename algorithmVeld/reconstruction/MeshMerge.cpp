@@ -18,7 +18,7 @@ namespace OrvaneAlgorithm
 namespace
 {
 
-constexpr detail::TimedStages STAGES("mesh-merge");
+constexpr detail::TimedStages MERGE("mesh-merge");
 
 /// Empties the mesh if an exception leaves the scope, for half of a merge is of no use.
 class EmptiedOnException
@@ -83,7 +83,7 @@ RetVal MeshMerge::mesh_merge(std::vector<RangeData const*> const& ranges, double
     stages.next();
     mesh.clear();
     FrameNumbers const frame_numbers(*this, mesh);
-    if (!STAGES.run("rge-to-mesh", [&] { return convert_rge_to_mesh(ranges, mesh); }))
+    if (!MERGE.run("rge-to-mesh", [&] { return convert_rge_to_mesh(ranges, mesh); }))
     {
         detail::log("  fail to convert rge to mesh.\n");
         return RET_INVALID_INPUT;
@@ -105,36 +105,36 @@ void MeshMerge::close_gaps(TriMesh& mesh, float stitch_radius, int max_hole_edge
     detail::Stages stages({5, 50, 5, 15, 15, 10});
 
     stages.next();
-    STAGES.run("delete-long-edge", [&] { delete_long_edge(mesh, long_edge_length); });
+    MERGE.run("delete-long-edge", [&] { delete_long_edge(mesh, long_edge_length); });
     save(mesh, "10-long-edge-deleted-mesh.stl", "save-long-edge-deleted-mesh");
 
     stages.next();
-    STAGES.run("border-stitch", [&] { border_stitch(mesh, stitch_radius); });
+    MERGE.run("border-stitch", [&] { border_stitch(mesh, stitch_radius); });
     save(mesh, "20-stitched-mesh.stl", "save-stitched-mesh");
 
     stages.next();
-    STAGES.run("mesh-filter", [&] { mesh_filter(mesh); });
+    MERGE.run("mesh-filter", [&] { mesh_filter(mesh); });
     save(mesh, "30-filtered-mesh.stl", "save-filtered-mesh");
 
     stages.next();
-    STAGES.run("ear-trimming-round-1",
-               [&] {
-                   ear_trimming(mesh, false, true, true, max_hole_edges, longest_ear_edge,
-                                ear_normal_angle);
-               });
+    MERGE.run("ear-trimming-round-1",
+              [&] {
+                  ear_trimming(mesh, false, true, true, max_hole_edges, longest_ear_edge,
+                               ear_normal_angle);
+              });
     save(mesh, "40-hole-filled-round-1-mesh.stl", "save-hole-filled-round-1-mesh");
 
     stages.next();
-    STAGES.run("remove-small-components",
-               [&] { PostProcessing().remove_small_objects(mesh, min_component_size); });
+    MERGE.run("remove-small-components",
+              [&] { PostProcessing().remove_small_objects(mesh, min_component_size); });
     save(mesh, "50-small-components-removed-mesh.stl", "save-small-components-removed-mesh");
 
     stages.next();
-    STAGES.run("ear-trimming-round-2",
-               [&] {
-                   ear_trimming(mesh, true, false, false, max_hole_edges, longest_ear_edge,
-                                ear_normal_angle);
-               });
+    MERGE.run("ear-trimming-round-2",
+              [&] {
+                  ear_trimming(mesh, true, false, false, max_hole_edges, longest_ear_edge,
+                               ear_normal_angle);
+              });
     save(mesh, "60-hole-filled-round-2-mesh.stl", "save-hole-filled-round-2-mesh");
 }
 

@@ -6,6 +6,7 @@
 #include "tests/support/markers.h"
 #include "tests/support/meshes.h"
 #include "tests/support/real_data.h"
+#include "tests/support/special_floats.h"
 #include "tests/support/standard_output.h"
 
 #include <gmock/gmock.h>
@@ -27,8 +28,6 @@ using testing::HasSubstr;
 
 namespace
 {
-
-constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
 
 /// A size whose far rim lies at exactly 5: 0.25 * 36 + 16 = 25.
 Vector2f const REACH_5(6, 4);

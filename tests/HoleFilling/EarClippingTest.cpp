@@ -1,5 +1,6 @@
 #include "algorithmVeld/HoleFilling/EarClipping.h"
 #include "tests/support/ear_meshes.h"
+#include "tests/support/files.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/steps.h"
 #include "tests/support/temp_dir.h"
@@ -46,23 +47,6 @@ std::vector<OpenMesh::VertexHandle> handles(std::vector<int> const& indices)
         result.push_back(vh(i));
     }
     return result;
-}
-
-std::vector<std::string> files_in(TempDir const& directory)
-{
-    std::vector<std::string> names;
-    for (auto const& entry : std::filesystem::directory_iterator(directory.path()))
-    {
-        names.push_back(entry.path().filename().string());
-    }
-    return names;
-}
-
-std::string content(std::string const& path)
-{
-    std::ifstream file(path);
-    EXPECT_TRUE(file) << path;
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 /// A mesh with its settings that makes each kind of failure happen.
@@ -239,7 +223,7 @@ TEST(EarClipping, HoleWithoutAConvexCornerIsTriedTwiceAndLeftAlone)
     EXPECT_THAT(log.text(), ContainsRegex("unusual angle" + PLACE));
     EXPECT_THAT(log.text(), EndsWith(counters(0, 2, 0, 0)));
     // The second walk begins one corner later.
-    EXPECT_THAT(files_in(directory),
+    EXPECT_THAT(files_in(directory.path()),
                 UnorderedElementsAre("hole-with-wrong-angle-node_008-start-node-2.obj",
                                      "failed_simple_loop_closure_hole-start-node-2.obj",
                                      "hole-with-wrong-angle-node_008-start-node-3.obj",
@@ -264,7 +248,7 @@ TEST(EarClipping, LoopBehindALongEdgeIsTriedOnce)
         log.text(),
         ContainsRegex("long edge occur:\n  edge thr = 1\\.000000\n  edge len = 1\\.414214\n "
                       "\\([^ ]*HoleFilling/EarClipping\\.cpp \\[[0-9]+\\]\\)\n"));
-    EXPECT_THAT(files_in(directory),
+    EXPECT_THAT(files_in(directory.path()),
                 UnorderedElementsAre("failed_simple_loop_5_long_edge_position-start-node-5.obj",
                                      "failed_simple_loop_closure_hole-start-node-5.obj"));
     EXPECT_EQ(clipping.open_holes().back().reason, OpenReason::EDGE_TOO_LONG);
@@ -329,7 +313,7 @@ TEST(EarClipping, EarAgainstTheNormalsEndsTheAttempt)
     EXPECT_THAT(log.text(), ContainsRegex("norm inconformity" + PLACE));
     EXPECT_THAT(log.text(), EndsWith(counters(0, 2, 0, 0)));
     EXPECT_THAT(
-        files_in(directory),
+        files_in(directory.path()),
         testing::IsSupersetOf(
             {"hole-filling_normal-consistency-fail-patch_radius-0.000000_[9-5-6].obj",
              "hole-filling_normal-consistency-fail-patch_radius-0.000000_[9-5-6]_with-failed-face."
@@ -354,7 +338,7 @@ TEST(EarClipping, RefusedTriangleEndsTheAttempt)
     EXPECT_EQ(mesh.n_faces(), before);
     EXPECT_THAT(log.text(), ContainsRegex("fail to add triangle" + PLACE));
     EXPECT_THAT(log.text(), EndsWith(counters(0, 2, 2, 0)));
-    EXPECT_THAT(files_in(directory),
+    EXPECT_THAT(files_in(directory.path()),
                 testing::IsSupersetOf(
                     {"hole-filling_fail-to-add-triangle-patch_radius-0.000000_[0-1-2].obj",
                      "hole-filling_fail-to-add-triangle-patch_radius-0.000000_[0-1-2]_with-failed-"
@@ -377,7 +361,7 @@ TEST(EarClipping, BoundaryThatTouchesItselfLeavesALoopBehindItsTouchingCorner)
     EXPECT_EQ(broken_link(mesh), "");
     EXPECT_THAT(log.text(), testing::MatchesRegex("fail to add the last face of hole" + PLACE));
     EXPECT_THAT(
-        files_in(directory),
+        files_in(directory.path()),
         UnorderedElementsAre(
             "fill-hole-add-last-triangle-patch_radius-0.000000_[0-7-6].obj",
             "fill-hole-add-last-triangle-patch_radius-0.000000_[0-7-6]_with-failed-face.obj",
@@ -407,7 +391,7 @@ TEST(EarClipping, LoopOfThreeThatTheMeshRefusesIsDumped)
     EarClipping clipping;
     clipping.fill_hole(mesh);
     EXPECT_THAT(log.text(), HasSubstr("add face failed:      1\n"));
-    EXPECT_THAT(files_in(directory),
+    EXPECT_THAT(files_in(directory.path()),
                 testing::IsSupersetOf(
                     {"try-add-final-triangle-patch_radius-0.000000_[0-1-2].obj",
                      "try-add-final-triangle-patch_radius-0.000000_[0-1-2]_with-failed-face.obj"}));
@@ -475,7 +459,8 @@ TEST(EarClipping, PolygonThatGoesRoundTwiceIsAnUnexpectedHole)
                                                   "   circle_list\\.size\\(\\) = 7\n"
                                                   "\\$\\$\\$: unexpected hole type" +
                                                   PLACE));
-    EXPECT_THAT(files_in(directory), UnorderedElementsAre("unexpected-hole-start-node-6.obj"));
+    EXPECT_THAT(files_in(directory.path()),
+                UnorderedElementsAre("unexpected-hole-start-node-6.obj"));
     EXPECT_EQ(faces_from(mesh, before), (Faces{{5, 6, 9}, {6, 10, 9}}));
 }
 
@@ -610,7 +595,7 @@ TEST(EarClipping, NestThatFailsIsDumpedAndStillATrue)
     gPH.debug_dir = directory.path().string();
     EarClipping clipping;
     EXPECT_TRUE(clipping.fill_nest_polygon_hole(mesh, TriMesh::HalfedgeIter(mesh, h)));
-    EXPECT_THAT(files_in(directory),
+    EXPECT_THAT(files_in(directory.path()),
                 testing::Contains(StartsWith("failed_simple_loop_closure_hole-start-node-")));
 }
 
@@ -749,14 +734,14 @@ TEST(EarClipping, NothingIsPrintedOrDumpedWhileLoggingIsOff)
             LogCapture const log;
             gPH.debug_dir = directory.path().string();
             failure.clipping.fill_hole(with_dumps);
-            EXPECT_THAT(files_in(directory), testing::Not(IsEmpty()));
+            EXPECT_THAT(files_in(directory.path()), testing::Not(IsEmpty()));
         }
         TempDir const directory;
         LogCapture const log(false);
         gPH.debug_dir = directory.path().string();
         failure.clipping.fill_hole(failure.mesh);
         EXPECT_EQ(log.text(), "");
-        EXPECT_THAT(files_in(directory), IsEmpty());
+        EXPECT_THAT(files_in(directory.path()), IsEmpty());
         EXPECT_EQ(fingerprint(failure.mesh), fingerprint(with_dumps));
     }
 }
@@ -773,7 +758,7 @@ TEST(EarClipping, EachDumpThatCannotBeWrittenIsLoggedAndChangesNothing)
             LogCapture const log;
             gPH.debug_dir = directory.path().string();
             failure.clipping.fill_hole(with_dumps);
-            names = files_in(directory);
+            names = files_in(directory.path());
         }
         LogCapture const log;
         gPH.debug_dir = directory.file("missing");
@@ -797,7 +782,7 @@ TEST(EarClipping, DumpsOfATriangleHoldItAndItsSurroundings)
     EarClipping clipping;
     clipping.fill_hole(mesh);
     std::string const stem = "hole-filling_fail-to-add-triangle-patch_radius-0.000000_[0-1-2]";
-    auto const text = content(directory.file(stem + ".obj"));
+    auto const text = file_content(directory.file(stem + ".obj"));
     EXPECT_THAT(text, StartsWith("v 0.000000 0.000000 0.000000\n"
                                  "v 1.000000 0.000000 0.000000\n"
                                  "v 0.500000 0.900000 0.000000\n"
@@ -808,7 +793,7 @@ TEST(EarClipping, DumpsOfATriangleHoldItAndItsSurroundings)
                                  "f 1 2 3\n"));
     EXPECT_EQ(std::count(text.begin(), text.end(), 'f'), 1 + 8);
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 7 + 1 + 8);
-    EXPECT_EQ(content(directory.file(stem + "_with-failed-face.obj")), text);
+    EXPECT_EQ(file_content(directory.file(stem + "_with-failed-face.obj")), text);
 }
 
 TEST(EarClipping, DumpsOfCornersHoldTheirSurroundings)
@@ -822,7 +807,8 @@ TEST(EarClipping, DumpsOfCornersHoldTheirSurroundings)
     auto clipping = holes_only();
     clipping.set_edge_length_constraint(true);
     clipping.fill_hole(mesh);
-    auto const text = content(directory.file("failed_simple_loop_closure_hole-start-node-5.obj"));
+    auto const text =
+        file_content(directory.file("failed_simple_loop_closure_hole-start-node-5.obj"));
     EXPECT_EQ(std::count(text.begin(), text.end(), 'v'), 16);
     EXPECT_EQ(std::count(text.begin(), text.end(), 'f'), 16);
 }

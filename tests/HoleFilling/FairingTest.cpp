@@ -22,12 +22,12 @@ using detail::Patch;
 using OpenMesh::VertexHandle;
 using veld_test::vh;
 
-constexpr int cells = 12;
+constexpr int GRID_CELLS = 12;
 
 /// A grid that is bumpy in all three coordinates.
 TriMesh bumpy_grid()
 {
-    TriMesh mesh = veld_test::grid(cells, cells);
+    TriMesh mesh = veld_test::grid(GRID_CELLS, GRID_CELLS);
     for (auto const v : mesh.vertices())
     {
         Vector3f const bump(static_cast<float>((v.idx() * 37) % 29),
@@ -46,7 +46,7 @@ Patch square(int from_x, int to_x, int from_y, int to_y)
     {
         for (int x = from_x; x <= to_x; ++x)
         {
-            patch.push_back(vh(y * (cells + 1) + x));
+            patch.push_back(vh(y * (GRID_CELLS + 1) + x));
         }
     }
     return patch;
@@ -160,7 +160,7 @@ TEST_P(FairingOfAPatch, PutsItWhereADenseSolverPutsIt)
         Vector3d const there = expected.row(static_cast<Eigen::Index>(k));
         EXPECT_LT((point - there).norm(), 2e-5);
     }
-    Patch const others = square(0, cells, 0, 3);
+    Patch const others = square(0, GRID_CELLS, 0, 3);
     EXPECT_TRUE(same_points(mesh, before, others));
     EXPECT_FALSE(same_points(mesh, before, patch));
 }

@@ -31,7 +31,7 @@ using veld_test::LogCapture;
 using veld_test::vh;
 
 /// A filler whose inner state a test may look at and set.
-class OpenFiller : public HoleFillingCore
+class OpenCoreFiller : public HoleFillingCore
 {
 public:
     using HoleFillingCore::avg_edge_len_;
@@ -236,7 +236,7 @@ TEST(HoleFillingCore, NothingOutsideThePatchesMoves)
 TEST(HoleFillingCore, WithoutRingsTheRegionIsTheFacesAlongTheBoundary)
 {
     TriMesh mesh = veld_test::grid_with_hole(2);
-    OpenFiller filler;
+    OpenCoreFiller filler;
     fill(filler, mesh, inner_holes_of(mesh), 0);
     ASSERT_EQ(filler.regions_.size(), 1U);
     EXPECT_EQ(filler.regions_[0].size(), 8U);
@@ -366,7 +366,7 @@ TEST(HoleFillingCore, StepsOutsideARunLogThatThereIsNoMeshAndFail)
     std::vector<std::vector<FaceHandle>> faces{{FaceHandle(3)}};
     Holes verts;
     std::vector<OpenMesh::HalfedgeHandle> halfedges;
-    auto const take_every_step = [&](OpenFiller& filler)
+    auto const take_every_step = [&](OpenCoreFiller& filler)
     {
         EXPECT_EQ(filler.create_hole_cell_from_verts({vh(0), vh(1), vh(2)}, halfedges),
                   RET_INVALID_INPUT);
@@ -388,7 +388,7 @@ TEST(HoleFillingCore, StepsOutsideARunLogThatThereIsNoMeshAndFail)
         filler.save_holes();
     };
     LogCapture const log;
-    OpenFiller filler;
+    OpenCoreFiller filler;
     take_every_step(filler);
     EXPECT_EQ(log.count("  !!!error: no mesh outside a run ["), 17);
     {
@@ -405,7 +405,7 @@ TEST(HoleFillingCore, StepsOutsideARunLogThatThereIsNoMeshAndFail)
 TEST(HoleFillingCore, NothingOfAFormerRunIsLeftWhenTheNextFails)
 {
     TriMesh mesh = sphere_with_hole(4, 0.5);
-    OpenFiller filler;
+    OpenCoreFiller filler;
     fill(filler, mesh, holes_of(mesh));
     ASSERT_FALSE(filler.patches_.empty());
     TriMesh small = veld_test::lone_triangle();
@@ -423,7 +423,7 @@ TEST(HoleFillingCore, TheMeshIsLetGoOfWhenARunIsEnded)
     CancelToken const token;
     token.cancel();
     RunScope const scope(token);
-    OpenFiller filler;
+    OpenCoreFiller filler;
     EXPECT_THROW(fill(filler, mesh, holes), Cancelled);
     EXPECT_EQ(filler.mesh_, nullptr);
 }
@@ -434,7 +434,7 @@ TEST(HoleFillingCore, ReversedHoleHasNoRegionAndStaysOpen)
     Holes holes = inner_holes_of(mesh);
     std::reverse(holes[0].begin(), holes[0].end());
     LogCapture const log;
-    OpenFiller filler;
+    OpenCoreFiller filler;
     Filled const filled = fill(filler, mesh, holes, 3, true);
     EXPECT_EQ(filled.result, RET_SUCCESS);
     EXPECT_TRUE(filled.faces.empty());
@@ -496,7 +496,7 @@ TEST(HoleFillingCore, MeasuresEdgesAtTheVerticesOfRegionsOnly)
 {
     TriMesh mesh = sphere_with_hole(4, 0.5);
     std::size_t const old_vertices = mesh.n_vertices();
-    OpenFiller filler;
+    OpenCoreFiller filler;
     fill(filler, mesh, holes_of(mesh));
     std::vector<bool> on_region(old_vertices, false);
     for (auto const f : filler.regions_[0])
@@ -569,7 +569,7 @@ TEST(HoleFillingCore, OverlappingRegionsMergeWithoutConflict)
     TriMesh mesh = veld_test::grid_without(9, 5, {{2, 2}, {6, 2}});
     Holes const holes = inner_holes_of(mesh);
     ASSERT_EQ(holes.size(), 2U);
-    OpenFiller filler;
+    OpenCoreFiller filler;
     Filled const filled = fill(filler, mesh, holes, 6);
     EXPECT_EQ(filled.faces.size(), 2U);
     auto first = filler.regions_[0];
@@ -669,7 +669,7 @@ TEST(HoleFillingCore, DeletedEdgesAddNothingToTheMeanEdgeLengthButAreDividedBy)
     mesh.request_halfedge_status();
     mesh.request_vertex_status();
     mesh.delete_face(FaceHandle(0));
-    OpenFiller filler;
+    OpenCoreFiller filler;
     filler.mesh_ = &mesh;
     filler.calc_avg_edge_len();
     EXPECT_NEAR(filler.avg_edge_len_, (2.0 + std::sqrt(2.0)) / 5.0, 1e-7);
@@ -687,7 +687,7 @@ TEST(HoleFillingCore, ComponentWithoutFixedSurroundingsIsNoPatch)
 
 TEST(HoleFillingCore, SmoothTypeTakes01And2Only)
 {
-    OpenFiller filler;
+    OpenCoreFiller filler;
     for (int const type : {0, 2, 1})
     {
         filler.set_smooth_type(type);
@@ -756,7 +756,7 @@ TEST(HoleFillingCore, SubMeshesAreWrittenWhereLoggingAndSavingAreOn)
 TEST(HoleFillingCore, TheMeshIsSavedWithBothSwitchesAndTheRegionsWithTheLog)
 {
     TriMesh mesh = veld_test::grid_with_hole(3);
-    OpenFiller filler;
+    OpenCoreFiller filler;
     fill(filler, mesh, inner_holes_of(mesh));
     filler.mesh_ = &mesh;
     for (bool const logging : {false, true})

@@ -30,7 +30,7 @@ using veld_test::Threads;
 using veld_test::vh;
 
 /// A filler whose steps a test may call one by one.
-class OpenFiller : public HoleFilling
+class OpenWholeFiller : public HoleFilling
 {
 public:
     using HoleFilling::avg_area;
@@ -427,7 +427,7 @@ TEST(HoleFilling, ACancelledRunLeavesTheMeshAsItWas)
 
 TEST(HoleFilling, MeasuresTheMesh)
 {
-    OpenFiller filler;
+    OpenWholeFiller filler;
     filler.begin_run(veld_test::grid(2, 1));
     LogCapture const log;
     filler.calc_mesh_fea();
@@ -450,7 +450,7 @@ TEST(HoleFilling, MeasuresTheMesh)
 
 TEST(HoleFilling, LogsTheLengthsOfTheHolesItFinds)
 {
-    OpenFiller filler;
+    OpenWholeFiller filler;
     filler.begin_run(veld_test::grid_with_hole(1));
     LogCapture const log;
     filler.find_holes_ordered_halfedges();
@@ -473,7 +473,7 @@ TEST(HoleFilling, TheAlternativeFairingGivesWhatTheUsualOneGives)
         mesh.property(inner, v) = mesh.point(v).z() > 0.5F;
     }
     TriMesh other = mesh;
-    OpenFiller filler;
+    OpenWholeFiller filler;
     EXPECT_TRUE(filler.fairing_minimization_with_SparseLU(mesh, inner));
     EXPECT_TRUE(filler.fairing_minimization_with_ConjugateGradient(other, inner));
     EXPECT_EQ(veld_test::fingerprint(mesh), veld_test::fingerprint(other));
@@ -493,7 +493,7 @@ TEST(HoleFilling, ASystemAboveTheLimitMovesNothingAndIsNoFailure)
         flagged += is_inner ? 1 : 0;
     }
     auto const before = veld_test::fingerprint(mesh);
-    OpenFiller filler;
+    OpenWholeFiller filler;
     filler.set_fairing_verts_thr(flagged - 1);
     LogCapture const log;
     EXPECT_TRUE(filler.fairing_minimization_with_SparseLU(mesh, inner));
@@ -516,7 +516,7 @@ TEST(HoleFilling, NothingToFairIsNoFailure)
         mesh.property(inner, v) = false;
     }
     LogCapture const log;
-    EXPECT_TRUE(OpenFiller().fairing_minimization_with_SparseLU(mesh, inner));
+    EXPECT_TRUE(OpenWholeFiller().fairing_minimization_with_SparseLU(mesh, inner));
     EXPECT_EQ(log.count("MKL_Pardiso() ..\n"), 0);
 }
 
@@ -531,7 +531,7 @@ TEST(HoleFilling, TheSolverReportsItsSizes)
     b << 4.0, 8.0;
     std::vector<double> x{9.0}; // cleared first
     LogCapture const log;
-    EXPECT_TRUE(OpenFiller().MKL_Pardiso(a, b, 1, x));
+    EXPECT_TRUE(OpenWholeFiller().MKL_Pardiso(a, b, 1, x));
     EXPECT_THAT(x, testing::ElementsAre(1.0, 2.0));
     EXPECT_THAT(log.text(), testing::HasSubstr(
                                 "====================< MKL_Pardiso Param> ====================\n"
@@ -576,7 +576,7 @@ struct BumpyGrid
 TEST(HoleFilling, FairingWithTheBorderFlattensABumpInAPlane)
 {
     BumpyGrid grid;
-    EXPECT_TRUE(OpenFiller().fairing_minimization_with_SimplicialCholesky(
+    EXPECT_TRUE(OpenWholeFiller().fairing_minimization_with_SimplicialCholesky(
         grid.mesh, grid.face_new, grid.vert_new, grid.vert_boundary));
     for (auto const v : grid.mesh.vertices())
     {
@@ -589,7 +589,7 @@ TEST(HoleFilling, FairingWithTheBorderNamesEdgesThatLeaveIt)
     BumpyGrid grid;
     grid.mesh.property(grid.vert_boundary, vh(1)) = false;
     LogCapture const log;
-    EXPECT_TRUE(OpenFiller().fairing_minimization_with_SimplicialCholesky(
+    EXPECT_TRUE(OpenWholeFiller().fairing_minimization_with_SimplicialCholesky(
         grid.mesh, grid.face_new, grid.vert_new, grid.vert_boundary));
     EXPECT_GT(log.count("   !!!abnormal vh_from [") + log.count("   !!!abnormal vh_to ["), 0);
 }
@@ -601,7 +601,7 @@ TEST(HoleFilling, OnePassOfThePlaneMovesEachVertexToItsNeighbours)
     {
         grid.mesh.property(grid.vert_new, v) = v.idx() == 12;
     }
-    OpenFiller().fairing_plane(grid.mesh, grid.vert_new);
+    OpenWholeFiller().fairing_plane(grid.mesh, grid.vert_new);
     EXPECT_NEAR(grid.mesh.point(vh(12)).x(), 2.0F, 1e-6F);
     EXPECT_NEAR(grid.mesh.point(vh(12)).y(), 2.0F, 1e-6F);
     EXPECT_EQ(grid.mesh.point(vh(12)).z(), 0.0F);
@@ -614,7 +614,7 @@ TEST(HoleFilling, ALoneVertexStaysInThePlanePass)
     OpenMesh::VPropHandleT<bool> inner;
     mesh.add_property(inner);
     mesh.property(inner, v) = true;
-    OpenFiller().fairing_plane(mesh, inner);
+    OpenWholeFiller().fairing_plane(mesh, inner);
     EXPECT_EQ(mesh.point(v), Vector3f(1.0F, 2.0F, 3.0F));
 }
 
@@ -627,7 +627,7 @@ TEST(HoleFilling, AHoleIsFlatIfNineTenthsOfItsSurroundingsAre)
         flat.mesh.property(flat.face_new, f) = f.idx() < 4;
     }
     LogCapture const log;
-    EXPECT_TRUE(OpenFiller().is_flat_hole(flat.mesh, flat.face_new));
+    EXPECT_TRUE(OpenWholeFiller().is_flat_hole(flat.mesh, flat.face_new));
     EXPECT_EQ(log.count("  average normal of border triangles: 0.00000 / 0.00000 / 1.00000\n"), 1);
     EXPECT_EQ(log.count("    percentage of even triangles:  1.0000\n"), 1);
 
@@ -638,7 +638,7 @@ TEST(HoleFilling, AHoleIsFlatIfNineTenthsOfItsSurroundingsAre)
     {
         round.property(none, f) = false;
     }
-    EXPECT_FALSE(OpenFiller().is_flat_hole(round, none));
+    EXPECT_FALSE(OpenWholeFiller().is_flat_hole(round, none));
 }
 
 TEST(HoleFilling, NamesNormalsThatAreNone)
@@ -649,7 +649,7 @@ TEST(HoleFilling, NamesNormalsThatAreNone)
     mesh.update_normals();
     mesh.set_normal(vh(1), Vector3f::Constant(std::numeric_limits<float>::quiet_NaN()));
     LogCapture const log;
-    OpenFiller().verify_mesh(mesh);
+    OpenWholeFiller().verify_mesh(mesh);
     EXPECT_EQ(log.count("    invalid vert[1] normal: ("), 1);
     EXPECT_EQ(log.count("    invalid vert["), 1);
     EXPECT_EQ(log.count("    invalid face["), 0);
@@ -660,7 +660,7 @@ TEST(HoleFilling, FindsTheCircleThroughThreePoints)
 {
     Vector3f centre;
     float radius = 0.0F;
-    OpenFiller::calc_tri_circum_circle({5, 1, 2}, {1, 5, 2}, {-3, 1, 2}, centre, radius);
+    OpenWholeFiller::calc_tri_circum_circle({5, 1, 2}, {1, 5, 2}, {-3, 1, 2}, centre, radius);
     EXPECT_NEAR((centre - Vector3f(1, 1, 2)).norm(), 0.0F, 1e-6F);
     EXPECT_NEAR(radius, 4.0F, 1e-6F);
 }

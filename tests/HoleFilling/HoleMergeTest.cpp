@@ -60,16 +60,6 @@ struct SquareHole
     bool mapped = false;
 };
 
-double area_of(TriMesh const& mesh)
-{
-    double area = 0.0;
-    for (auto const f : mesh.faces())
-    {
-        area += mesh.calc_face_area(f);
-    }
-    return area;
-}
-
 std::size_t count_boundary_edges(TriMesh const& mesh)
 {
     std::size_t count = 0;

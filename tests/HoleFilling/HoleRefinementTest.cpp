@@ -90,16 +90,6 @@ veld_test::PlainRefinement expect_plain_result(HoleMesh const& before, double lo
     return plain;
 }
 
-double area_of(TriMesh const& mesh)
-{
-    double area = 0.0;
-    for (auto const f : mesh.faces())
-    {
-        area += static_cast<double>(mesh.calc_face_area(f));
-    }
-    return area;
-}
-
 } // namespace
 
 TEST(HoleRefinement, SplitsACoarseFaceAtItsCentroid)

@@ -6,6 +6,7 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
+#include "tests/support/special_floats.h"
 #include "tests/support/threads.h"
 
 #include <gtest/gtest.h>
@@ -25,14 +26,13 @@ namespace
 using namespace OrvaneAlgorithm;
 using OpenMesh::VertexHandle;
 using veld_test::LogCapture;
+using veld_test::NOT_A_NUMBER;
 using veld_test::vh;
 
 using Component = HoleSmooth::Component;
 using Continuity = HoleSmooth::Continuity;
 using Setting = std::tuple<Component, Continuity>;
 using Indices = std::vector<int>;
-
-constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
 
 Component const COMPONENTS[] = {HoleSmooth::Tangential, HoleSmooth::Normal_Dir,
                                 HoleSmooth::Tangential_and_Normal, HoleSmooth::Scale_Dependent};

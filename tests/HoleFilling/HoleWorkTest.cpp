@@ -23,7 +23,7 @@ using veld_test::Threads;
 
 using Loops = std::vector<std::vector<OpenMesh::HalfedgeHandle>>;
 
-Loops loops_of(std::vector<std::size_t> const& sizes)
+Loops loops_of_sizes(std::vector<std::size_t> const& sizes)
 {
     Loops loops;
     for (std::size_t const n : sizes)
@@ -63,7 +63,7 @@ TEST(HoleWork, LargeHolesAreWorkedOnSideBySide)
     Threads const threads(2);
     Meeting meeting(2);
     std::atomic<int> met{0};
-    for_each_hole(loops_of({300, 1000}),
+    for_each_hole(loops_of_sizes({300, 1000}),
                   [&](std::size_t, HoleTurn const*) { met += meeting.attend() ? 1 : 0; });
     EXPECT_EQ(met, 2);
 }
@@ -73,7 +73,7 @@ TEST(HoleWork, AThreadWithoutAHoleHelpsWithThoseThatAreLeft)
     Threads const threads(3);
     Meeting meeting(3);
     std::atomic<int> met{0};
-    for_each_hole(loops_of({5, 7, 300}),
+    for_each_hole(loops_of_sizes({5, 7, 300}),
                   [&](std::size_t hole, HoleTurn const* turn)
                   {
                       if (hole == 2)
@@ -88,7 +88,7 @@ TEST(HoleWork, AHoleThatIsAloneHasNoCrew)
 {
     Threads const threads(2);
     int runs = 0;
-    for_each_hole(loops_of({300}),
+    for_each_hole(loops_of_sizes({300}),
                   [&](std::size_t hole, HoleTurn const* turn)
                   {
                       ++runs;
@@ -105,7 +105,7 @@ TEST(HoleWork, LargeHolesComeFirstAndEachHoleOnce)
     std::vector<std::size_t> order;
     {
         Threads const one(1);
-        for_each_hole(loops_of({3, 256, 255, 900, 4}),
+        for_each_hole(loops_of_sizes({3, 256, 255, 900, 4}),
                       [&](std::size_t hole, HoleTurn const*) { order.push_back(hole); });
     }
     EXPECT_THAT(order, testing::ElementsAre(1, 3, 0, 2, 4));
@@ -130,7 +130,7 @@ TEST(HoleWork, TheExceptionOfTheFirstHoleIsThrownAndNobodyWaitsForTheOthers)
         Threads const threads(n);
         try
         {
-            for_each_hole(loops_of({300, 300, 300, 5, 5, 5}),
+            for_each_hole(loops_of_sizes({300, 300, 300, 5, 5, 5}),
                           [](std::size_t hole, HoleTurn const*)
                           {
                               if (hole % 3 == 1)
@@ -153,7 +153,7 @@ TEST(HoleWork, TellsHowFarALargeHoleIs)
     std::vector<double> told;
     {
         RunScope const scope(CancelToken{}, [&](double fraction) { told.push_back(fraction); });
-        for_each_hole(loops_of({3, 300}),
+        for_each_hole(loops_of_sizes({3, 300}),
                       [&](std::size_t hole, HoleTurn const* turn)
                       {
                           for (int k = 1; hole == 1 && k <= 10; ++k)

@@ -22,8 +22,6 @@ namespace
 {
 
 using namespace veld_test;
-using reference::Component;
-using reference::Continuity;
 using reference::Outcome;
 
 std::vector<bool> only(TriMesh const& mesh, std::vector<int> const& chosen)
@@ -36,8 +34,8 @@ std::vector<bool> only(TriMesh const& mesh, std::vector<int> const& chosen)
     return flags;
 }
 
-Vector3f smoothed(TriMesh const& mesh, int vertex, Component component, Continuity continuity,
-                  unsigned iterations, float tolerance = -1.0F)
+Vector3f smoothed(TriMesh const& mesh, int vertex, reference::Component component,
+                  reference::Continuity continuity, unsigned iterations, float tolerance = -1.0F)
 {
     return reference::smooth(mesh, only(mesh, {vertex}), component, continuity, iterations,
                              tolerance)[static_cast<std::size_t>(vertex)];
@@ -167,7 +165,8 @@ Eigen::MatrixXd dense_points(TriMesh const& mesh)
 TEST(ReferenceSmooth, C0MovesHalfwayToTheMeanOfTheNeighbours)
 {
     TriMesh const mesh = moved_middle({1.5F, 1, 0.5F});
-    EXPECT_EQ(smoothed(mesh, 4, Component::TANGENTIAL_AND_NORMAL, Continuity::C0, 1),
+    EXPECT_EQ(smoothed(mesh, 4, reference::Component::TANGENTIAL_AND_NORMAL,
+                       reference::Continuity::C0, 1),
               Vector3f(1.25F, 1, 0.25F));
 }
 
@@ -181,10 +180,11 @@ TEST(ReferenceSmooth, C1DividesTheSecondUmbrellaByItsDiagonal)
     Eigen::Vector3d const q =
         (twice * dense_points(mesh)).row(vertex).transpose() / twice(vertex, vertex);
     Vector3f const expected = mesh.point(vh(vertex)) - 0.25F * q.cast<float>();
-    EXPECT_LT(
-        (smoothed(mesh, vertex, Component::TANGENTIAL_AND_NORMAL, Continuity::C1, 1) - expected)
-            .norm(),
-        1e-6F);
+    EXPECT_LT((smoothed(mesh, vertex, reference::Component::TANGENTIAL_AND_NORMAL,
+                        reference::Continuity::C1, 1) -
+               expected)
+                  .norm(),
+              1e-6F);
 }
 
 TEST(ReferenceSmooth, ScaleDependentWeightsAreInverseLengths)
@@ -193,49 +193,59 @@ TEST(ReferenceSmooth, ScaleDependentWeightsAreInverseLengths)
     TriMesh const mesh = make_mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {-2, 0, 0}, {0, -2, 0}},
                                    {{0, 1, 2}, {0, 2, 3}, {0, 3, 4}, {0, 4, 1}});
     // The weighted neighbours add up to 0, so does their mean.
-    EXPECT_EQ(smoothed(mesh, 0, Component::SCALE_DEPENDENT, Continuity::C0, 1), Vector3f(0, 0, 0));
-    EXPECT_EQ(smoothed(mesh, 0, Component::TANGENTIAL_AND_NORMAL, Continuity::C0, 1),
+    EXPECT_EQ(
+        smoothed(mesh, 0, reference::Component::SCALE_DEPENDENT, reference::Continuity::C0, 1),
+        Vector3f(0, 0, 0));
+    EXPECT_EQ(smoothed(mesh, 0, reference::Component::TANGENTIAL_AND_NORMAL,
+                       reference::Continuity::C0, 1),
               Vector3f(-0.125F, -0.125F, 0));
 }
 
 TEST(ReferenceSmooth, CotangentWeightsLeaveAPointOfAPlaneWhereItIs)
 {
     TriMesh const mesh = moved_middle({1.25F, 1.125F, 0});
-    Vector3f const moved = smoothed(mesh, 4, Component::NORMAL_DIR, Continuity::C0, 1);
+    Vector3f const moved =
+        smoothed(mesh, 4, reference::Component::NORMAL_DIR, reference::Continuity::C0, 1);
     EXPECT_LT((moved - mesh.point(vh(4))).norm(), 1e-6F);
 }
 
 TEST(ReferenceSmooth, TangentialStaysInThePlaneOfTheStart)
 {
     TriMesh mesh = moved_middle({1.5F, 1, 0});
-    EXPECT_EQ(smoothed(mesh, 4, Component::TANGENTIAL, Continuity::C0, 60).z(), 0.0F);
+    EXPECT_EQ(
+        smoothed(mesh, 4, reference::Component::TANGENTIAL, reference::Continuity::C0, 60).z(),
+        0.0F);
     for (auto const v : mesh.vertices())
     {
         Vector3f const p = mesh.point(v);
         mesh.set_point(v, Vector3f(p.x(), p.y(), v.idx() == 4 ? 0.0F : 1.0F));
     }
     // All neighbours are above, but its normal points up.
-    Vector3f const moved = smoothed(mesh, 4, Component::TANGENTIAL, Continuity::C0, 1);
+    Vector3f const moved =
+        smoothed(mesh, 4, reference::Component::TANGENTIAL, reference::Continuity::C0, 1);
     EXPECT_NEAR(moved.z(), 0.0F, 0.2F);
-    Vector3f const free = smoothed(mesh, 4, Component::TANGENTIAL_AND_NORMAL, Continuity::C0, 1);
+    Vector3f const free = smoothed(mesh, 4, reference::Component::TANGENTIAL_AND_NORMAL,
+                                   reference::Continuity::C0, 1);
     EXPECT_EQ(free.z(), 0.5F);
 }
 
 TEST(ReferenceSmooth, AnErrorOf0TakesBackWhatLeavesThePlane)
 {
     TriMesh const above = open_cone(6, 0.5F);
-    EXPECT_EQ(smoothed(above, 0, Component::TANGENTIAL_AND_NORMAL, Continuity::C0, 3, 0.0F),
+    EXPECT_EQ(smoothed(above, 0, reference::Component::TANGENTIAL_AND_NORMAL,
+                       reference::Continuity::C0, 3, 0.0F),
               Vector3f(0, 0, 0.5F));
     TriMesh const flat = moved_middle({1.5F, 1, 0});
-    EXPECT_EQ(smoothed(flat, 4, Component::TANGENTIAL_AND_NORMAL, Continuity::C0, 1, 0.0F),
+    EXPECT_EQ(smoothed(flat, 4, reference::Component::TANGENTIAL_AND_NORMAL,
+                       reference::Continuity::C0, 1, 0.0F),
               Vector3f(1.25F, 1, 0));
 }
 
 TEST(ReferenceSmooth, AnErrorScalesTheWholeDisplacement)
 {
     TriMesh const mesh = open_cone(6, 0.5F);
-    Vector3f const moved =
-        smoothed(mesh, 0, Component::TANGENTIAL_AND_NORMAL, Continuity::C0, 1, 0.125F);
+    Vector3f const moved = smoothed(mesh, 0, reference::Component::TANGENTIAL_AND_NORMAL,
+                                    reference::Continuity::C0, 1, 0.125F);
     EXPECT_NEAR(moved.z(), 0.375F, 1e-6F);
 }
 
@@ -243,18 +253,20 @@ TEST(ReferenceSmooth, AnIsolatedVertexHalvesTowardsTheOrigin)
 {
     TriMesh mesh = grid(1, 1);
     auto const lone = mesh.add_vertex(Vector3f(4, 8, 16));
-    EXPECT_EQ(smoothed(mesh, lone.idx(), Component::TANGENTIAL_AND_NORMAL, Continuity::C0, 2),
+    EXPECT_EQ(smoothed(mesh, lone.idx(), reference::Component::TANGENTIAL_AND_NORMAL,
+                       reference::Continuity::C0, 2),
               Vector3f(1, 2, 4));
 }
 
 TEST(ReferenceSmooth, NothingMovesForC2OrWithoutIterations)
 {
     TriMesh const mesh = moved_middle({1.5F, 1, 0.5F});
-    for (auto const component : {Component::TANGENTIAL, Component::NORMAL_DIR,
-                                 Component::TANGENTIAL_AND_NORMAL, Component::SCALE_DEPENDENT})
+    for (auto const component :
+         {reference::Component::TANGENTIAL, reference::Component::NORMAL_DIR,
+          reference::Component::TANGENTIAL_AND_NORMAL, reference::Component::SCALE_DEPENDENT})
     {
-        EXPECT_EQ(smoothed(mesh, 4, component, Continuity::C2, 5), mesh.point(vh(4)));
-        EXPECT_EQ(smoothed(mesh, 4, component, Continuity::C1, 0), mesh.point(vh(4)));
+        EXPECT_EQ(smoothed(mesh, 4, component, reference::Continuity::C2, 5), mesh.point(vh(4)));
+        EXPECT_EQ(smoothed(mesh, 4, component, reference::Continuity::C1, 0), mesh.point(vh(4)));
     }
 }
 
@@ -262,18 +274,18 @@ TEST(ReferenceSmooth, ActiveVerticesKeepAwayFromTheBorder)
 {
     TriMesh mesh = grid(6, 6);
     mesh.request_vertex_status();
-    auto const count = [&](Continuity continuity)
+    auto const count = [&](reference::Continuity continuity)
     {
         auto const active = reference::active_vertices(mesh, continuity, false);
         return std::count(active.begin(), active.end(), true);
     };
-    EXPECT_EQ(count(Continuity::C0), 25);
-    EXPECT_EQ(count(Continuity::C1), 9);
-    EXPECT_EQ(count(Continuity::C2), 1);
+    EXPECT_EQ(count(reference::Continuity::C0), 25);
+    EXPECT_EQ(count(reference::Continuity::C1), 9);
+    EXPECT_EQ(count(reference::Continuity::C2), 1);
     mesh.status(vh(24)).set_selected(true);
-    EXPECT_EQ(count(Continuity::C0), 1);
+    EXPECT_EQ(count(reference::Continuity::C0), 1);
     mesh.status(vh(24)).set_locked(true);
-    EXPECT_EQ(count(Continuity::C0), 0);
+    EXPECT_EQ(count(reference::Continuity::C0), 0);
 }
 
 TEST(ReferenceWhole, FiguresOfAGrid)

@@ -950,9 +950,9 @@ private:
     /// Coefficient of a path of some edges, before its weights.
     double sign_and_count(int edges) const
     {
-        static constexpr double COUNTS[4][4] = {
-            {0, 0, 0, 0}, {-1, 1, 0, 0}, {1, -2, 1, 0}, {-1, 3, -3, 1}};
-        return COUNTS[order_][edges];
+        static constexpr std::array<std::array<double, 4>, 4> COUNTS{
+            {{0, 0, 0, 0}, {-1, 1, 0, 0}, {1, -2, 1, 0}, {-1, 3, -3, 1}}};
+        return COUNTS.at(static_cast<std::size_t>(order_)).at(static_cast<std::size_t>(edges));
     }
 
     struct Step

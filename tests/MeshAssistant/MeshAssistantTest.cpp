@@ -1,5 +1,6 @@
 #include "algorithmVeld/MeshAssistant/MeshAssistant.h"
 #include "algorithmVeld/common/mesh_files/ObjText.h"
+#include "tests/support/files.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/meshes.h"
 #include "tests/support/temp_dir.h"
@@ -19,24 +20,6 @@ using testing::StartsWith;
 
 namespace
 {
-
-std::string content(std::string const& path)
-{
-    std::ifstream file(path);
-    EXPECT_TRUE(file) << path;
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-std::vector<std::string> files_in(TempDir const& directory)
-{
-    std::vector<std::string> names;
-    for (auto const& entry : std::filesystem::directory_iterator(directory.path()))
-    {
-        names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 /// Logging on, both directories of the diagnostics in a new directory.
 struct Diagnostics
@@ -69,21 +52,22 @@ TEST(MeshAssistant, FacesAreWrittenWithTheirVerticesInTheOrderTheyAreMet)
     // Face 1 of the square is (0, 3, 2), face 0 is (0, 1, 3); both are met from their halfedge.
     MeshAssistant::output_faces(grid(1, 1), face_handles({1, 0}), "two-faces.obj");
     EXPECT_EQ(diagnostics.log.text(), "output_faces() ..\n");
-    EXPECT_EQ(content(diagnostics.directory.file("two-faces.obj")), "# Number of vertices: 4\n"
-                                                                    "v 0.000000 0.000000 0.000000\n"
-                                                                    "v 1.000000 1.000000 0.000000\n"
-                                                                    "v 0.000000 1.000000 0.000000\n"
-                                                                    "v 1.000000 0.000000 0.000000\n"
-                                                                    "# Number of triangles: 2\n"
-                                                                    "f 1 2 3\n"
-                                                                    "f 1 4 2\n");
+    EXPECT_EQ(file_content(diagnostics.directory.file("two-faces.obj")),
+              "# Number of vertices: 4\n"
+              "v 0.000000 0.000000 0.000000\n"
+              "v 1.000000 1.000000 0.000000\n"
+              "v 0.000000 1.000000 0.000000\n"
+              "v 1.000000 0.000000 0.000000\n"
+              "# Number of triangles: 2\n"
+              "f 1 2 3\n"
+              "f 1 4 2\n");
 }
 
 TEST(MeshAssistant, NoFacesMakeAFileWithoutAny)
 {
     Diagnostics diagnostics;
     MeshAssistant::output_faces(grid(1, 1), {}, "none.obj");
-    EXPECT_EQ(content(diagnostics.directory.file("none.obj")),
+    EXPECT_EQ(file_content(diagnostics.directory.file("none.obj")),
               "# Number of vertices: 0\n# Number of triangles: 0\n");
 }
 
@@ -97,7 +81,7 @@ TEST(MeshAssistant, FacesThatAreNotThereAreLeftOut)
     mesh.request_halfedge_status();
     mesh.delete_face(OpenMesh::FaceHandle(0), false);
     MeshAssistant::output_faces(mesh, face_handles({0, 1, 2, -1}), "one.obj");
-    EXPECT_THAT(content(diagnostics.directory.file("one.obj")),
+    EXPECT_THAT(file_content(diagnostics.directory.file("one.obj")),
                 HasSubstr("# Number of triangles: 1\n"));
 }
 
@@ -116,7 +100,7 @@ TEST(MeshAssistant, FacesAreWrittenWithoutALogLineWhileLoggingIsOff)
     gPH.log_enabled = false;
     MeshAssistant::output_faces(grid(1, 1), face_handles({0}), "quiet.obj");
     EXPECT_EQ(diagnostics.log.text(), "");
-    EXPECT_THAT(files_in(diagnostics.directory), ElementsAre("quiet.obj"));
+    EXPECT_THAT(files_in(diagnostics.directory.path()), ElementsAre("quiet.obj"));
 }
 
 TEST(MeshAssistant, EachPieceOfTheBoundaryGetsAFileNamedByItsFirstVertex)
@@ -126,7 +110,7 @@ TEST(MeshAssistant, EachPieceOfTheBoundaryGetsAFileNamedByItsFirstVertex)
     // its middle cell (2, 2), which has the corners 14 15 20 21.
     TriMesh mesh = grid_without(5, 5, {{2, 2}});
     MeshAssistant::output_hole_region(mesh, diagnostics.directory.path().string());
-    EXPECT_THAT(files_in(diagnostics.directory),
+    EXPECT_THAT(files_in(diagnostics.directory.path()),
                 ElementsAre("vertex-0-hole-region.obj", "vertex-14-hole-region.obj"));
     EXPECT_EQ(diagnostics.log.text(), "");
 }
@@ -136,7 +120,7 @@ TEST(MeshAssistant, RegionOfTheBoundaryHoldsTheFacesAroundIt)
     Diagnostics diagnostics;
     TriMesh mesh = lone_triangle();
     MeshAssistant::output_hole_region(mesh, diagnostics.directory.path().string());
-    auto const text = content(diagnostics.directory.file("vertex-0-hole-region.obj"));
+    auto const text = file_content(diagnostics.directory.file("vertex-0-hole-region.obj"));
     EXPECT_THAT(text, StartsWith("v 0.000000 0.000000 0.000000\n"
                                  "v 1.000000 0.000000 0.000000\n"
                                  "v 0.000000 1.000000 0.000000\n"
@@ -150,7 +134,7 @@ TEST(MeshAssistant, HoleRegionsAreNotWrittenWhileLoggingIsOff)
     gPH.log_enabled = false;
     TriMesh mesh = lone_triangle();
     MeshAssistant::output_hole_region(mesh, diagnostics.directory.path().string());
-    EXPECT_THAT(files_in(diagnostics.directory), IsEmpty());
+    EXPECT_THAT(files_in(diagnostics.directory.path()), IsEmpty());
 }
 
 TEST(MeshAssistant, HoleRegionThatCannotBeWrittenIsLoggedWithItsPlace)
@@ -168,7 +152,7 @@ TEST(MeshAssistant, ClosedMeshHasNoHoleRegion)
     Diagnostics diagnostics;
     TriMesh mesh = sphere(1);
     MeshAssistant::output_hole_region(mesh, diagnostics.directory.path().string());
-    EXPECT_THAT(files_in(diagnostics.directory), IsEmpty());
+    EXPECT_THAT(files_in(diagnostics.directory.path()), IsEmpty());
 }
 
 TEST(MeshAssistant, NeighbourRegionBeginsWithTheTriangle)
@@ -180,7 +164,7 @@ TEST(MeshAssistant, NeighbourRegionBeginsWithTheTriangle)
         MeshAssistant::output_neighbour_region(mesh, vh(3), vh(1), vh(0), mesh.point(vh(3)),
                                                mesh.point(vh(1)), 0.5F, failed, "ear");
     }
-    EXPECT_THAT(files_in(diagnostics.directory),
+    EXPECT_THAT(files_in(diagnostics.directory.path()),
                 ElementsAre("ear-patch_radius-0.500000_[3-1-0].obj",
                             "ear-patch_radius-0.500000_[3-1-0]_with-failed-face.obj"));
     std::string const region = "v 1.000000 1.000000 0.000000\n"
@@ -190,8 +174,9 @@ TEST(MeshAssistant, NeighbourRegionBeginsWithTheTriangle)
                                "f 1 2 3\n"
                                // The faces (0, 1, 3) and (0, 3, 2), as the file numbers them.
                                "f 3 2 1\nf 3 1 4\n";
-    EXPECT_EQ(content(diagnostics.directory.file("ear-patch_radius-0.500000_[3-1-0].obj")), region);
-    EXPECT_EQ(content(diagnostics.directory.file(
+    EXPECT_EQ(file_content(diagnostics.directory.file("ear-patch_radius-0.500000_[3-1-0].obj")),
+              region);
+    EXPECT_EQ(file_content(diagnostics.directory.file(
                   "ear-patch_radius-0.500000_[3-1-0]_with-failed-face.obj")),
               region);
 }
@@ -202,7 +187,7 @@ TEST(MeshAssistant, NeighbourRegionOfATriangleWithARepeatedCornerStillNamesThree
     TriMesh const mesh = lone_triangle();
     MeshAssistant::output_neighbour_region(mesh, vh(0), vh(0), vh(1), mesh.point(vh(0)),
                                            mesh.point(vh(0)), 0.0F, true, "odd");
-    EXPECT_EQ(content(diagnostics.directory.file(
+    EXPECT_EQ(file_content(diagnostics.directory.file(
                   "odd-patch_radius-0.000000_[0-0-1]_with-failed-face.obj")),
               "v 0.000000 0.000000 0.000000\n"
               "v 0.000000 0.000000 0.000000\n"
@@ -220,7 +205,7 @@ TEST(MeshAssistant, NeighbourRegionNeedsADirectory)
     MeshAssistant::output_neighbour_region(mesh, vh(0), vh(1), vh(2), mesh.point(vh(0)),
                                            mesh.point(vh(1)), 0.0F, true, "x");
     EXPECT_EQ(diagnostics.log.text(), "");
-    EXPECT_THAT(files_in(diagnostics.directory), IsEmpty());
+    EXPECT_THAT(files_in(diagnostics.directory.path()), IsEmpty());
 }
 
 TEST(MeshAssistant, NeighbourRegionThatCannotBeWrittenIsLogged)
@@ -241,7 +226,7 @@ TEST(MeshAssistant, NodesRegionReachesTwoRings)
     // From the middle of a 9 x 9 grid two rings reach 4 x 4 cells, less the two corners across the
     // diagonals: the neighbours of the middle are (5,4) (5,5) (4,5) (3,4) (3,3) (4,3).
     MeshAssistant::output_nodes_region(grid(8, 8), {vh(40)}, name);
-    auto const text = content(diagnostics.directory.file("region-start-node-40.obj"));
+    auto const text = file_content(diagnostics.directory.file("region-start-node-40.obj"));
     auto const lines_with = [&](std::string const& start)
     {
         int n = 0;
@@ -263,8 +248,8 @@ TEST(MeshAssistant, SameMeshGivesTheSameBytes)
     std::string second = "second";
     MeshAssistant::output_nodes_region(mesh, {vh(3), vh(17), vh(9)}, first);
     MeshAssistant::output_nodes_region(mesh, {vh(3), vh(9), vh(17)}, second);
-    EXPECT_EQ(content(diagnostics.directory.file("first-start-node-3.obj")),
-              content(diagnostics.directory.file("second-start-node-3.obj")));
+    EXPECT_EQ(file_content(diagnostics.directory.file("first-start-node-3.obj")),
+              file_content(diagnostics.directory.file("second-start-node-3.obj")));
 }
 
 TEST(MeshAssistant, NodesRegionThatCannotBeWrittenIsLogged)
@@ -285,9 +270,9 @@ TEST(MeshAssistant, RegionsOfVerticesThatAreNotThereAreLeftOut)
     MeshAssistant::output_nodes_region(mesh, {}, name);
     MeshAssistant::output_neighbour_region(mesh, vh(0), vh(1), vh(7), mesh.point(vh(0)),
                                            mesh.point(vh(1)), 0.0F, true, "x");
-    EXPECT_THAT(files_in(diagnostics.directory), IsEmpty());
+    EXPECT_THAT(files_in(diagnostics.directory.path()), IsEmpty());
     MeshAssistant::output_nodes_region(mesh, {vh(-1), vh(7)}, name);
-    EXPECT_EQ(content(diagnostics.directory.file("x-start-node--1.obj")), "");
+    EXPECT_EQ(file_content(diagnostics.directory.file("x-start-node--1.obj")), "");
 }
 
 TEST(ObjText, WritesColoursAndAnEndWhereAskedTo)
@@ -301,11 +286,11 @@ TEST(ObjText, WritesColoursAndAnEndWhereAskedTo)
     file.polygon({1, 2, 3, 4});
     file.end_of_file();
     EXPECT_TRUE(file.close());
-    EXPECT_EQ(content(directory.file("x.obj")), "# Number of vertices: 1\n"
-                                                "v 1.500000 -2.000000 0.000000 255 0 7\n"
-                                                "# Number of triangles: 0\n"
-                                                "f 1 2 3 4\n"
-                                                "# end of file\n");
+    EXPECT_EQ(file_content(directory.file("x.obj")), "# Number of vertices: 1\n"
+                                                     "v 1.500000 -2.000000 0.000000 255 0 7\n"
+                                                     "# Number of triangles: 0\n"
+                                                     "f 1 2 3 4\n"
+                                                     "# end of file\n");
 }
 
 TEST(ObjText, FileThatCannotBeOpenedTakesEverythingAndFailsToClose)

@@ -80,14 +80,14 @@ Verts marker_normals()
 }
 
 /// An operation on a mesh. What it gives back, or writes, becomes the mesh as well.
-struct Operation
+struct MeshOperation
 {
     char const* name;
     std::function<void(TriMesh& mesh)> run;
     bool begins_damaged = false; ///< It damages the mesh first, for there to be work.
 };
 
-std::ostream& operator<<(std::ostream& stream, Operation const& operation)
+std::ostream& operator<<(std::ostream& stream, MeshOperation const& operation)
 {
     return stream << operation.name;
 }
@@ -139,9 +139,9 @@ std::vector<RangeData> const& frames()
     return list;
 }
 
-std::vector<Operation> const& operations()
+std::vector<MeshOperation> const& operations()
 {
-    static std::vector<Operation> const list{
+    static std::vector<MeshOperation> const list{
         {"find_holes",
          [](TriMesh& mesh)
          {
@@ -291,7 +291,7 @@ std::vector<std::ptrdiff_t> property_counts(TriMesh const& mesh)
             count(mesh.fprops_begin(), mesh.fprops_end())};
 }
 
-class LongOperation : public testing::TestWithParam<Operation>
+class LongOperation : public testing::TestWithParam<MeshOperation>
 {
 };
 

@@ -7,6 +7,7 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
+#include "tests/support/special_floats.h"
 #include "tests/support/standard_output.h"
 
 #include <gmock/gmock.h>
@@ -25,8 +26,6 @@ using testing::ElementsAre;
 namespace
 {
 
-constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
-constexpr float INFINITE = std::numeric_limits<float>::infinity();
 Vector3f const UP(0, 0, 1);
 Vector3f const DOWN(0, 0, -1);
 

@@ -1,5 +1,6 @@
 #include "algorithmVeld/common/files/AtomicFile.h"
 
+#include "tests/support/files.h"
 #include "tests/support/mesh_files.h"
 #include "tests/support/temp_dir.h"
 
@@ -9,6 +10,7 @@
 
 using OrvaneAlgorithm::detail::AtomicFile;
 using veld_test::file_content;
+using veld_test::files_in;
 using veld_test::TempDir;
 using veld_test::write_file;
 
@@ -23,11 +25,6 @@ bool write_atomically(fs::path const& path, std::string const& content)
     AtomicFile file(path);
     file.stream() << content;
     return file.commit();
-}
-
-std::ptrdiff_t files_in(TempDir const& directory)
-{
-    return std::distance(fs::directory_iterator(directory.path()), fs::directory_iterator());
 }
 
 } // namespace
@@ -50,7 +47,7 @@ TEST(AtomicFile, OldFileStaysUntilTheNewOneIsCommitted)
         EXPECT_FALSE(file.error());
     }
     EXPECT_EQ(file_content(path), "new");
-    EXPECT_EQ(files_in(directory), 1);
+    EXPECT_EQ(files_in(directory.path()).size(), 1U);
 }
 
 TEST(AtomicFile, SaysWhyItCannotBeWritten)
@@ -64,7 +61,7 @@ TEST(AtomicFile, SaysWhyItCannotBeWritten)
     AtomicFile folder(directory.path());
     EXPECT_FALSE(folder.commit());
     EXPECT_EQ(folder.error(), std::errc::is_a_directory);
-    EXPECT_EQ(files_in(directory), 0);
+    EXPECT_EQ(files_in(directory.path()).size(), 0U);
 }
 
 TEST(AtomicFile, NameMayBeAsLongAsTheSystemAllows)
@@ -103,7 +100,7 @@ TEST(AtomicFile, WhatAnEndedProcessLeftIsRemovedByTheNext)
 
     ASSERT_TRUE(write_atomically(directory.file("a.bin"), "content"));
     EXPECT_FALSE(fs::exists(directory.file(".veld-0123456789abcdef.part")));
-    EXPECT_EQ(files_in(directory), 5);
+    EXPECT_EQ(files_in(directory.path()).size(), 5U);
     EXPECT_TRUE(at_work.commit());
     EXPECT_EQ(file_content(directory.file("other.bin")), "unfinished");
 }
@@ -134,7 +131,7 @@ TEST(AtomicFile, LinksInACircleAreRefused)
     AtomicFile file(directory.path() / "a");
     EXPECT_FALSE(file.commit());
     EXPECT_EQ(file.error(), std::errc::too_many_symbolic_link_levels);
-    EXPECT_EQ(files_in(directory), 2);
+    EXPECT_EQ(files_in(directory.path()).size(), 2U);
 }
 
 TEST(AtomicFile, WhatIsNoFileIsNotReplaced)

@@ -1,6 +1,8 @@
 #include "algorithmVeld/common/BaseTriMesh.h"
 
 #include "swap_support.h"
+#include "tests/support/files.h"
+#include "tests/support/special_floats.h"
 
 #include <gtest/gtest.h>
 
@@ -12,8 +14,6 @@ using namespace veld_test;
 
 namespace
 {
-
-float const NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
 
 /// A strip of `n` triangles over n + 2 vertices: face i has the vertices i, i + 1, i + 2 (odd ones
 /// the other way round). Every channel is on.
@@ -300,13 +300,13 @@ TEST(BaseTriMesh, DamagedSwapFileGivesAnEmptyMesh)
         BaseTriMesh mesh = strip(2);
         mesh.set_texture_image(Image<3, unsigned char>(2, 2));
         ASSERT_EQ(mesh.swap_out_data(), 0);
-        std::string bytes = read_bytes(swap_path(mesh));
+        std::string bytes = file_content(swap_path(mesh));
         if (i == bytes.size())
         {
             break;
         }
         bytes[i] = static_cast<char>(~bytes[i]);
-        write_bytes(swap_path(mesh), bytes);
+        write_file(swap_path(mesh), bytes);
         EXPECT_NE(mesh.swap_in_data(), 0) << i;
         EXPECT_EQ(mesh.get_fn() + mesh.get_vn(), 0U);
         EXPECT_TRUE(mesh.texture_image.empty());

@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/types.h"
 #include "swap_support.h"
+#include "tests/support/files.h"
 #include "tests/support/temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -11,9 +12,9 @@
 using namespace OrvaneAlgorithm;
 using detail::BinaryReader;
 using detail::BinaryWriter;
-using veld_test::read_bytes;
+using veld_test::file_content;
 using veld_test::TempDir;
-using veld_test::write_bytes;
+using veld_test::write_file;
 
 namespace
 {
@@ -63,7 +64,7 @@ TEST(BinaryFile, IsLittleEndianWithAChecksumAtItsEnd)
     BinaryWriter writer(dir.file("a"));
     writer.array<std::uint16_t>(std::vector<std::uint16_t>{0x3231, 0x3433, 0x3635, 0x3837});
     ASSERT_TRUE(writer.finish());
-    std::string const bytes = read_bytes(dir.file("a"));
+    std::string const bytes = file_content(dir.file("a"));
     ASSERT_EQ(bytes.size(), 20U);
     EXPECT_EQ(bytes.substr(0, 8), std::string("\x04\0\0\0\0\0\0\0", 8));
     EXPECT_EQ(bytes.substr(8, 8), "12345678");
@@ -72,20 +73,20 @@ TEST(BinaryFile, IsLittleEndianWithAChecksumAtItsEnd)
     BinaryWriter digits(dir.file("b"));
     digits.elements<char>("123456789", 9);
     ASSERT_TRUE(digits.finish());
-    EXPECT_EQ(read_bytes(dir.file("b")), "123456789\x26\x39\xF4\xCB");
+    EXPECT_EQ(file_content(dir.file("b")), "123456789\x26\x39\xF4\xCB");
 }
 
 TEST(BinaryFile, CutOffAnywhereIsSeen)
 {
     TempDir const dir;
     write_sample(dir.file("a"));
-    std::string const bytes = read_bytes(dir.file("a"));
+    std::string const bytes = file_content(dir.file("a"));
     for (std::size_t n = 0; n < bytes.size(); ++n)
     {
-        write_bytes(dir.file("a"), bytes.substr(0, n));
+        write_file(dir.file("a"), bytes.substr(0, n));
         EXPECT_FALSE(read_sample(dir.file("a")).is_whole) << n;
     }
-    write_bytes(dir.file("a"), bytes + "x");
+    write_file(dir.file("a"), bytes + "x");
     EXPECT_FALSE(read_sample(dir.file("a")).is_whole);
 }
 
@@ -93,12 +94,12 @@ TEST(BinaryFile, EveryChangedBitIsSeen)
 {
     TempDir const dir;
     write_sample(dir.file("a"));
-    std::string const bytes = read_bytes(dir.file("a"));
+    std::string const bytes = file_content(dir.file("a"));
     for (std::size_t bit = 0; bit < bytes.size() * 8; ++bit)
     {
         std::string damaged = bytes;
         damaged[bit / 8] = static_cast<char>(damaged[bit / 8] ^ (1 << (bit % 8)));
-        write_bytes(dir.file("a"), damaged);
+        write_file(dir.file("a"), damaged);
         EXPECT_FALSE(read_sample(dir.file("a")).is_whole) << bit;
     }
 }
@@ -138,12 +139,12 @@ TEST(BinaryFile, WhatIsNoFileCannotBeOpened)
 TEST(BinaryFile, UnfinishedFileLeavesTheOldOne)
 {
     TempDir const dir;
-    write_bytes(dir.file("a"), "old");
+    write_file(dir.file("a"), "old");
     {
         BinaryWriter writer(dir.file("a"));
         writer.scalar<std::int32_t>(1);
     }
-    EXPECT_EQ(read_bytes(dir.file("a")), "old");
+    EXPECT_EQ(file_content(dir.file("a")), "old");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
     write_sample(dir.file("a"));
     EXPECT_TRUE(read_sample(dir.file("a")).is_whole);

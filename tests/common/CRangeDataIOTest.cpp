@@ -1,5 +1,6 @@
 #include "algorithmVeld/common/CRangeDataIO.h"
 
+#include "tests/support/files.h"
 #include "tests/support/temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -11,25 +12,14 @@
 #include <limits>
 
 using namespace OrvaneAlgorithm;
+using veld_test::Bytes;
+using veld_test::files_in;
+using veld_test::read_bytes;
 using veld_test::TempDir;
+using veld_test::write_bytes;
 
 namespace
 {
-
-using Bytes = std::vector<unsigned char>;
-
-Bytes read_bytes(std::filesystem::path const& path)
-{
-    std::ifstream stream(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(stream), {});
-}
-
-void write_bytes(std::filesystem::path const& path, Bytes const& bytes)
-{
-    std::ofstream stream(path, std::ios::binary);
-    stream.write(reinterpret_cast<char const*>(bytes.data()),
-                 static_cast<std::streamsize>(bytes.size()));
-}
 
 /// Builds a file by hand, byte by byte as the format's page tells it.
 class FileBuilder
@@ -174,7 +164,7 @@ void expect_round_trip(RangeData const& frame)
 }
 
 /// Reads bytes as a file. A frame that is refused has to be empty.
-int code_of(Bytes const& bytes)
+int code_of_reading(Bytes const& bytes)
 {
     TempDir const dir;
     write_bytes(dir.path() / "frame.rge", bytes);
@@ -187,12 +177,6 @@ int code_of(Bytes const& bytes)
     return code;
 }
 
-std::size_t files_in(TempDir const& dir)
-{
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(dir.path()),
-                                                  std::filesystem::directory_iterator()));
-}
-
 } // namespace
 
 TEST(RangeDataIo, WritesTheDocumentedBytes)
@@ -202,7 +186,7 @@ TEST(RangeDataIo, WritesTheDocumentedBytes)
     EXPECT_EQ(read_bytes(dir.path() / "a.rge"), small_file());
     ASSERT_EQ(CRangeDataIO::write_rge((dir.path() / "a.rge").wstring(), RangeData()), 0);
     EXPECT_EQ(read_bytes(dir.path() / "a.rge").size(), 171U);
-    EXPECT_EQ(files_in(dir), 1U);
+    EXPECT_EQ(files_in(dir.path()).size(), 1U);
 }
 
 TEST(RangeDataIo, ReadsTheDocumentedBytes)
@@ -276,11 +260,11 @@ TEST(RangeDataIo, PathsMayHaveAnyLetters)
 TEST(RangeDataIo, FilesCutOffAtAnyLengthAreRefused)
 {
     Bytes const whole = small_file();
-    ASSERT_EQ(code_of(whole), 0);
+    ASSERT_EQ(code_of_reading(whole), 0);
     for (std::size_t length = 0; length < whole.size(); ++length)
     {
         // Without header and checksum it is no frame file; after that it is a damaged one.
-        ASSERT_EQ(code_of(Bytes(whole.begin(), whole.begin() + std::ptrdiff_t(length))),
+        ASSERT_EQ(code_of_reading(Bytes(whole.begin(), whole.begin() + std::ptrdiff_t(length))),
                   length < 16 ? 2 : 3)
             << length;
     }
@@ -295,7 +279,7 @@ TEST(RangeDataIo, FilesWithAnyChangedByteAreRefused)
         {
             Bytes changed = whole;
             changed[i] ^= change;
-            ASSERT_EQ(code_of(changed), i < 12 ? 2 : 3) << "byte " << i;
+            ASSERT_EQ(code_of_reading(changed), i < 12 ? 2 : 3) << "byte " << i;
         }
     }
 }
@@ -304,13 +288,13 @@ TEST(RangeDataIo, BytesBehindTheChecksumAreRefused)
 {
     Bytes longer = small_file();
     longer.push_back(0);
-    EXPECT_EQ(code_of(longer), 3);
+    EXPECT_EQ(code_of_reading(longer), 3);
 }
 
 TEST(RangeDataIo, OtherVersionsAreRefused)
 {
-    EXPECT_EQ(code_of(FileBuilder().header(2).with_checksum()), 2);
-    EXPECT_EQ(code_of(FileBuilder().header(0).with_checksum()), 2);
+    EXPECT_EQ(code_of_reading(FileBuilder().header(2).with_checksum()), 2);
+    EXPECT_EQ(code_of_reading(FileBuilder().header(0).with_checksum()), 2);
 }
 
 TEST(RangeDataIo, HugeArraysInSmallFilesAreRefused)
@@ -320,7 +304,7 @@ TEST(RangeDataIo, HugeArraysInSmallFilesAreRefused)
     {
         FileBuilder file;
         file.header(1).integer(1).integer(1).pose_of_nothing();
-        EXPECT_EQ(code_of(file.length(n).floats({1, 2, 3}).with_checksum()), 3) << n;
+        EXPECT_EQ(code_of_reading(file.length(n).floats({1, 2, 3}).with_checksum()), 3) << n;
     }
 }
 
@@ -333,7 +317,7 @@ TEST(RangeDataIo, GridsThatCannotBeAreRefused)
         file.header(1).integer(rows).integer(columns).pose_of_nothing();
         file.length(0).length(0).length(0);
         file.switched(false).length(0).switched(false).length(0).switched(false).length(0);
-        return code_of(file.with_checksum());
+        return code_of_reading(file.with_checksum());
     };
     EXPECT_EQ(with_grid(0, 0), 0);
     EXPECT_EQ(with_grid(16384, 16384), 0);
@@ -378,7 +362,7 @@ TEST(RangeDataIo, GridsThatCannotBeReadAreNotWritten)
     EXPECT_EQ(CRangeDataIO::write_rge((dir.path() / "a.rge").wstring(), frame), 1);
     frame.grid_rows = frame.grid_cols = 20000;
     EXPECT_EQ(CRangeDataIO::write_rge((dir.path() / "a.rge").wstring(), frame), 1);
-    EXPECT_EQ(files_in(dir), 0U);
+    EXPECT_EQ(files_in(dir.path()).size(), 0U);
 }
 
 TEST(RangeDataIo, FramesThatAreSwappedOutAreNotWritten)
@@ -387,7 +371,7 @@ TEST(RangeDataIo, FramesThatAreSwappedOutAreNotWritten)
     RangeData frame = small_frame();
     ASSERT_EQ(frame.swap_out_data(), 0);
     EXPECT_EQ(CRangeDataIO::write_rge((dir.path() / "a.rge").wstring(), frame), 1);
-    EXPECT_EQ(files_in(dir), 0U);
+    EXPECT_EQ(files_in(dir.path()).size(), 0U);
     ASSERT_EQ(frame.swap_in_data(), 0);
     EXPECT_EQ(CRangeDataIO::write_rge((dir.path() / "a.rge").wstring(), frame), 0);
 }
@@ -398,14 +382,14 @@ TEST(RangeDataIo, SwitchesAreOnOrOff)
     file.header(1).integer(0).integer(0).pose_of_nothing();
     file.length(0).length(0).length(0).unsigned_number(2, 1).length(0);
     file.switched(false).length(0).switched(false).length(0);
-    EXPECT_EQ(code_of(file.with_checksum()), 3);
+    EXPECT_EQ(code_of_reading(file.with_checksum()), 3);
 }
 
 TEST(RangeDataIo, ForeignAndEmptyFilesAreNoFrames)
 {
-    EXPECT_EQ(code_of({}), 2);
-    EXPECT_EQ(code_of({'p', 'l', 'y'}), 2);
-    EXPECT_EQ(code_of(Bytes(1000, 'x')), 2);
+    EXPECT_EQ(code_of_reading({}), 2);
+    EXPECT_EQ(code_of_reading({'p', 'l', 'y'}), 2);
+    EXPECT_EQ(code_of_reading(Bytes(1000, 'x')), 2);
 }
 
 TEST(RangeDataIo, MissingFilesAndDirectoriesCannotBeOpened)
@@ -427,7 +411,7 @@ TEST(RangeDataIo, WhatCannotBeWrittenLeavesNothingBehind)
     EXPECT_EQ(CRangeDataIO::write_rge((dir.path() / "folder").wstring(), small_frame()), 1);
     EXPECT_EQ(CRangeDataIO::write_rge((dir.path() / "no/a.rge").wstring(), small_frame()), 1);
     EXPECT_EQ(CRangeDataIO::write_rge({}, small_frame()), 1);
-    EXPECT_EQ(files_in(dir), 1U);
+    EXPECT_EQ(files_in(dir.path()).size(), 1U);
 }
 
 #if WCHAR_MAX > 0x10ffff

@@ -1,6 +1,8 @@
 #include "algorithmVeld/common/Cloud.h"
 
 #include "swap_support.h"
+#include "tests/support/files.h"
+#include "tests/support/special_floats.h"
 #include "tests/support/temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -16,8 +18,6 @@ using namespace veld_test;
 
 namespace
 {
-
-float const NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
 
 /// Vertex i lies at (i, 0, 0), has the normal (0, i, 0) and the colour (0, 0, i).
 Cloud row_of(int n)
@@ -298,15 +298,15 @@ TEST(CloudSwap, MissingOrDamagedFileGivesAnEmptyCloud)
     {
         cloud = row_of(5);
         cloud.swap_out_data();
-        return read_bytes(swap_path(cloud)).size();
+        return file_content(swap_path(cloud)).size();
     }();
     for (size_t i = 0; i < n_bytes; ++i)
     {
         cloud = row_of(5);
         ASSERT_EQ(cloud.swap_out_data(), 0);
-        std::string bytes = read_bytes(swap_path(cloud));
+        std::string bytes = file_content(swap_path(cloud));
         bytes[i] = static_cast<char>(~bytes[i]);
-        write_bytes(swap_path(cloud), bytes);
+        write_file(swap_path(cloud), bytes);
         EXPECT_NE(cloud.swap_in_data(), 0) << i;
         EXPECT_EQ(cloud.get_vn(), 0U);
         EXPECT_TRUE(cloud.is_legal());

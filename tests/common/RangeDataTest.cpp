@@ -1,6 +1,8 @@
 #include "algorithmVeld/common/RangeData.h"
 
 #include "swap_support.h"
+#include "tests/support/files.h"
+#include "tests/support/special_floats.h"
 
 #include <gtest/gtest.h>
 
@@ -12,8 +14,6 @@ using namespace veld_test;
 
 namespace
 {
-
-float const NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
 
 /// A frame with a vertex at every cell, at (column * step, row * step, 0), so that normals point to
 /// +z. Every cell with four corners is flagged.
@@ -438,7 +438,7 @@ TEST(RangeData, SwappingBringsGridFlagsAndPoseBack)
     EXPECT_FALSE(has_leftover(swap_path(frame)));
 
     ASSERT_EQ(frame.swap_out_data(), 0);
-    write_bytes(swap_path(frame), "no frame");
+    write_file(swap_path(frame), "no frame");
     EXPECT_NE(frame.swap_in_data(), 0);
     EXPECT_EQ(frame.get_vn(), 0U);
     EXPECT_EQ(frame.grid_rows, 0);

@@ -1,7 +1,9 @@
 #include "algorithmVeld/common/TriMesh.h"
 
 #include "swap_support.h"
+#include "tests/support/files.h"
 #include "tests/support/meshes.h"
+#include "tests/support/special_floats.h"
 
 #include <gtest/gtest.h>
 
@@ -14,8 +16,6 @@ using namespace veld_test;
 
 namespace
 {
-
-float const NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
 
 /// Everything that links the elements, in one list.
 std::vector<int> links(TriMesh const& mesh)
@@ -447,7 +447,7 @@ TEST(TriMeshSwap, MissingOrDamagedFileGivesAnEmptyMeshThatCanBeUsed)
         OpenMesh::VPropHandleT<int> property;
         mesh.add_property(property);
         ASSERT_EQ(mesh.swap_out_data(), 0);
-        std::string bytes = read_bytes(swap_path(mesh));
+        std::string bytes = file_content(swap_path(mesh));
         if (i == bytes.size())
         {
             std::filesystem::remove(swap_path(mesh));
@@ -456,7 +456,7 @@ TEST(TriMeshSwap, MissingOrDamagedFileGivesAnEmptyMeshThatCanBeUsed)
             break;
         }
         bytes[i] = static_cast<char>(~bytes[i]);
-        write_bytes(swap_path(mesh), bytes);
+        write_file(swap_path(mesh), bytes);
         EXPECT_NE(mesh.swap_in_data(), 0) << i;
         EXPECT_EQ(mesh.n_vertices() + mesh.n_edges() + mesh.n_faces(), 0U);
         EXPECT_FALSE(has_leftover(swap_path(mesh)));

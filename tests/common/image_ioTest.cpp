@@ -1,5 +1,6 @@
 #include "algorithmVeld/common/image_io.h"
 
+#include "tests/support/files.h"
 #include "tests/support/real_data.h"
 #include "tests/support/temp_dir.h"
 
@@ -24,8 +25,11 @@ namespace
 {
 
 using RgbImage = Image<3, unsigned char>;
-using Bytes = std::vector<unsigned char>;
+using veld_test::Bytes;
+using veld_test::files_in;
+using veld_test::read_bytes;
 using veld_test::TempDir;
+using veld_test::write_bytes;
 
 /// Different in every row, column and channel; smooth, so that JPEG keeps it closely.
 RgbImage gradient(int width, int height)
@@ -67,25 +71,6 @@ double mean_difference(RgbImage const& a, RgbImage const& b)
         sum += std::abs(a.data()[i] - b.data()[i]);
     }
     return sum / static_cast<double>(n_bytes(a));
-}
-
-Bytes read_bytes(std::string const& path)
-{
-    std::ifstream stream(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(stream), {});
-}
-
-void write_bytes(std::string const& path, Bytes const& bytes)
-{
-    std::ofstream stream(path, std::ios::binary);
-    stream.write(reinterpret_cast<char const*>(bytes.data()),
-                 static_cast<std::streamsize>(bytes.size()));
-}
-
-std::size_t files_in(TempDir const& dir)
-{
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(dir.path()),
-                                                  std::filesystem::directory_iterator()));
 }
 
 /// Reads bytes as a file into an image that is not empty before.
@@ -228,7 +213,7 @@ TEST(ImageIo, PngKeepsEveryByte)
         ASSERT_EQ(read_rgb_image(dir.file("a.png"), back), 0);
         EXPECT_TRUE(same(image, back));
     }
-    EXPECT_EQ(files_in(dir), 1U);
+    EXPECT_EQ(files_in(dir.path()).size(), 1U);
 }
 
 TEST(ImageIo, JpegKeepsColoursClosely)
@@ -243,7 +228,7 @@ TEST(ImageIo, JpegKeepsColoursClosely)
         ASSERT_TRUE(same_size(image, back));
         EXPECT_LT(mean_difference(image, back), 1.5);
     }
-    EXPECT_EQ(files_in(dir), 1U);
+    EXPECT_EQ(files_in(dir.path()).size(), 1U);
 }
 
 TEST(ImageIo, MemoryIsBlueGreenRedAndTheFileRedGreenBlue)
@@ -309,7 +294,7 @@ TEST(ImageIo, UnknownExtensionAndEmptyImageAreRefused)
     EXPECT_EQ(write_rgb_image("", gradient(2, 2)), 1);
     EXPECT_EQ(write_rgb_image(dir.file("a.png"), RgbImage()), 1);
     EXPECT_EQ(write_rgb_image(dir.file("a.jpg"), RgbImage(0, 5)), 1);
-    EXPECT_EQ(files_in(dir), 0U);
+    EXPECT_EQ(files_in(dir.path()).size(), 0U);
 }
 
 TEST(ImageIo, WhatCannotBeWrittenLeavesNothingBehind)
@@ -323,7 +308,7 @@ TEST(ImageIo, WhatCannotBeWrittenLeavesNothingBehind)
         std::filesystem::create_directory(folder);
         EXPECT_EQ(write_rgb_image(folder, gradient(2, 2)), 2);
     }
-    EXPECT_EQ(files_in(dir), 2U);
+    EXPECT_EQ(files_in(dir.path()).size(), 2U);
 }
 
 TEST(ImageIo, SidesThatTheFormatCannotTakeAreRefusedAndTheOldFileStays)
@@ -338,7 +323,7 @@ TEST(ImageIo, SidesThatTheFormatCannotTakeAreRefusedAndTheOldFileStays)
     EXPECT_EQ(image.width(), 2);
     EXPECT_EQ(read_rgb_image(dir.file("a.png"), image), 0);
     EXPECT_TRUE(same(image, gradient(2, 2)));
-    EXPECT_EQ(files_in(dir), 2U);
+    EXPECT_EQ(files_in(dir.path()).size(), 2U);
 }
 
 TEST(ImageIo, MissingForeignAndEmptyFilesAreNoImages)

@@ -53,22 +53,6 @@ Mended mend(std::string const& name, std::string const& content)
     return result;
 }
 
-std::vector<std::array<int, 3>> corners_of(TriMesh const& mesh)
-{
-    std::vector<std::array<int, 3>> faces;
-    for (auto const face : mesh.faces())
-    {
-        std::array<int, 3> corners{};
-        std::size_t i = 0;
-        for (auto const vertex : mesh.fv_range(face))
-        {
-            corners[i++] = vertex.idx();
-        }
-        faces.push_back(corners);
-    }
-    return faces;
-}
-
 std::size_t boundary_edges(TriMesh const& mesh)
 {
     std::size_t n = 0;

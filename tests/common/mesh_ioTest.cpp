@@ -25,22 +25,6 @@ using veld_test::write_file;
 namespace
 {
 
-std::vector<std::array<int, 3>> corners_of(TriMesh const& mesh)
-{
-    std::vector<std::array<int, 3>> faces;
-    for (auto const face : mesh.faces())
-    {
-        std::array<int, 3> corners{};
-        std::size_t i = 0;
-        for (auto const vertex : mesh.fv_range(face))
-        {
-            corners[i++] = vertex.idx();
-        }
-        faces.push_back(corners);
-    }
-    return faces;
-}
-
 std::vector<Vector3f> positions_of(TriMesh const& mesh)
 {
     return {mesh.points(), mesh.points() + mesh.n_vertices()};

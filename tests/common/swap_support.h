@@ -19,17 +19,6 @@ inline std::filesystem::path swap_path(OrvaneAlgorithm::BaseData& data)
     return OrvaneAlgorithm::detail::path_from_wide(data.get_temp_full_name());
 }
 
-inline std::string read_bytes(std::filesystem::path const& path)
-{
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
-inline void write_bytes(std::filesystem::path const& path, std::string const& bytes)
-{
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
-
 /// Whether the file, or another one whose name begins so, is left in its directory.
 inline bool has_leftover(std::filesystem::path const& path)
 {

@@ -2,6 +2,7 @@
 #include "tests/support/holes.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/meshes.h"
+#include "tests/support/special_floats.h"
 
 #include <limits>
 #include <numeric>
@@ -13,8 +14,6 @@ using namespace veld_test;
 namespace
 {
 
-constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
-constexpr double INFINITE = std::numeric_limits<double>::infinity();
 using Lists = std::vector<std::vector<int>>;
 
 /// Loops as they are but for where they begin, and the list of them sorted.

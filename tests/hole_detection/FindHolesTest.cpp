@@ -3,19 +3,13 @@
 #include "tests/support/holes.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/meshes.h"
+#include "tests/support/special_floats.h"
 #include "tests/support/steps.h"
 
 #include <limits>
 
 using namespace OrvaneAlgorithm;
 using namespace veld_test;
-
-namespace
-{
-
-constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
-
-} // namespace
 
 TEST(FindHoles, AClosedMeshIsASuccessWithoutHoles)
 {

@@ -2,6 +2,7 @@
 #include "tests/support/holes.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/meshes.h"
+#include "tests/support/special_floats.h"
 #include "tests/support/threads.h"
 
 #include <limits>
@@ -12,7 +13,6 @@ using namespace veld_test;
 namespace
 {
 
-constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
 constexpr double PI = 3.141592653589793;
 
 /// A sheet in the plane z = 0, its normals up, with unit holes around (1.5, 1.5) and (4.5, 1.5).

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/common/mesh_io.h"
+#include "tests/support/files.h"
 #include "tests/support/temp_dir.h"
 
 #include <cstring>
@@ -14,19 +15,6 @@
 
 namespace veld_test
 {
-
-inline void write_file(std::string const& path, std::string const& content)
-{
-    // A new file instead of new content: some file systems wait for the disk otherwise.
-    std::filesystem::remove(path);
-    std::ofstream(path, std::ios::binary) << content;
-}
-
-inline std::string file_content(std::string const& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 /// The bytes of a number, lowest first, whatever machine runs the tests.
 template <typename Number>

@@ -232,4 +232,31 @@ inline TriMesh sphere(int level)
     return make_mesh(points, triangles);
 }
 
+/// The corners of every face, as their indices.
+inline std::vector<std::array<int, 3>> corners_of(TriMesh const& mesh)
+{
+    std::vector<std::array<int, 3>> faces;
+    for (auto const face : mesh.faces())
+    {
+        std::array<int, 3> corners{};
+        std::size_t i = 0;
+        for (auto const vertex : mesh.fv_range(face))
+        {
+            corners[i++] = vertex.idx();
+        }
+        faces.push_back(corners);
+    }
+    return faces;
+}
+
+inline double area_of(TriMesh const& mesh)
+{
+    double area = 0.0;
+    for (auto const face : mesh.faces())
+    {
+        area += static_cast<double>(mesh.calc_face_area(face));
+    }
+    return area;
+}
+
 } // namespace veld_test

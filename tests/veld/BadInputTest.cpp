@@ -141,7 +141,7 @@ TEST(BadArguments, OutputOfUnknownFormatIsRefused)
 TEST(BadArguments, InputIsNeverTheOutput)
 {
     MeshDir const dir(grid_with_hole(2));
-    std::string const before = read_file(dir.mesh());
+    std::string const before = file_content(dir.mesh());
     std::filesystem::create_hard_link(dir.mesh(), dir.file("hard.ply"));
     std::filesystem::create_symlink(dir.mesh(), dir.file("soft.ply"));
     for (std::string const& out :
@@ -150,8 +150,8 @@ TEST(BadArguments, InputIsNeverTheOutput)
         expect_refused(run_veld({"fill", dir.mesh(), "-o", out}), out);
         expect_refused(run_veld({"info", dir.mesh(), "--timings", out}), out);
     }
-    EXPECT_EQ(read_file(dir.mesh()), before);
-    EXPECT_EQ(read_file(dir.file("hard.ply")), before);
+    EXPECT_EQ(file_content(dir.mesh()), before);
+    EXPECT_EQ(file_content(dir.file("hard.ply")), before);
 }
 
 TEST(BadArguments, TwoOutputsOfOneNameAreRefused)
@@ -170,7 +170,7 @@ TEST(BadArguments, ExistingOutputSurvivesAFailure)
     write_file(dir.file("out.ply"), "earlier result");
     expect_refused(run_veld({"fill", dir.file("bad.ply"), "-o", dir.file("out.ply")}),
                    dir.file("bad.ply"));
-    EXPECT_EQ(read_file(dir.file("out.ply")), "earlier result");
+    EXPECT_EQ(file_content(dir.file("out.ply")), "earlier result");
 }
 
 TEST(BadArguments, WrongOptionsAreOneLine)
@@ -295,7 +295,7 @@ TEST(Outputs, PermissionsOfTheEarlierFileStay)
     write_file(dir.file("out.ply"), "earlier result");
     fs::permissions(dir.file("out.ply"), mode);
     ASSERT_EQ(run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply")}).status, 0);
-    EXPECT_NE(read_file(dir.file("out.ply")), "earlier result");
+    EXPECT_NE(file_content(dir.file("out.ply")), "earlier result");
     EXPECT_EQ(fs::status(dir.file("out.ply")).permissions(), mode);
 }
 
@@ -315,8 +315,8 @@ TEST(Outputs, SymbolicLinkStaysOneAndItsFileIsReplaced)
         EXPECT_TRUE(fs::is_symlink(dir.file(name)));
     }
     EXPECT_THAT(files_in(dir.file("real")), ElementsAre("not_yet.ply", "there.ply"));
-    EXPECT_EQ(read_file(dir.file("real/there.ply")), read_file(dir.file("plain.ply")));
-    EXPECT_EQ(read_file(dir.file("real/not_yet.ply")), read_file(dir.file("plain.ply")));
+    EXPECT_EQ(file_content(dir.file("real/there.ply")), file_content(dir.file("plain.ply")));
+    EXPECT_EQ(file_content(dir.file("real/not_yet.ply")), file_content(dir.file("plain.ply")));
 }
 
 TEST(Outputs, LinkToNothingYetIsTheSameFileAsItsTarget)

@@ -58,7 +58,7 @@ protected:
                                            "--json"};
         arguments.insert(arguments.end(), options.begin(), options.end());
         Outcome outcome = run_veld(arguments);
-        EXPECT_EQ(read_file(dir_.file("mesh.ply")), mesh_text);
+        EXPECT_EQ(file_content(dir_.file("mesh.ply")), mesh_text);
         return outcome;
     }
 
@@ -267,7 +267,7 @@ TEST_F(CleanCommand, LogGoesToStandardErrorIfAsked)
 TEST_F(CleanCommand, EachCleanUpIsAStepOfTheTimings)
 {
     run(ply_text(grid(4, 4)), {"--timings", dir_.file("times.json"), "--peel", "0"});
-    EXPECT_THAT(read_file(dir_.file("times.json")), HasSubstr("clean-up peel"));
+    EXPECT_THAT(file_content(dir_.file("times.json")), HasSubstr("clean-up peel"));
 }
 
 TEST_F(CleanCommand, OutputIsTheSameForAnyNumberOfThreads)
@@ -278,8 +278,8 @@ TEST_F(CleanCommand, OutputIsTheSameForAnyNumberOfThreads)
     {
         clean(grid(12, 12), {"--threads", threads, "--markers", markers, "--marker-radius", "1.5",
                              "--normals", "--peel", "0", "--strong", "3", "--rings", "1"});
-        first = first.empty() ? read_file(dir_.file("out.ply")) : first;
-        EXPECT_EQ(read_file(dir_.file("out.ply")), first) << threads;
+        first = first.empty() ? file_content(dir_.file("out.ply")) : first;
+        EXPECT_EQ(file_content(dir_.file("out.ply")), first) << threads;
     }
 }
 
@@ -483,7 +483,7 @@ TEST_F(CleanCommand, InputsAreNoOutputs)
                   {"--timings", markers, options[0], options[1], options[2], options[3]})
                   .status,
               1);
-    EXPECT_EQ(read_file(markers), "1 1 0\n");
+    EXPECT_EQ(file_content(markers), "1 1 0\n");
 }
 
 TEST_F(CleanCommand, NothingToDoIsAnError)

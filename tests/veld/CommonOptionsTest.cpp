@@ -104,7 +104,7 @@ TEST(CommonOptions, TimingsAreAStepTree)
     Outcome const run = run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply"), "--timings",
                                   dir.file("times.json"), "--method", "trim"});
     ASSERT_EQ(run.status, 0) << run.err;
-    auto const steps = nlohmann::json::parse(read_file(dir.file("times.json")));
+    auto const steps = nlohmann::json::parse(file_content(dir.file("times.json")));
     std::vector<std::string> names;
     for (auto const& step : steps)
     {
@@ -170,8 +170,8 @@ TEST(CommonOptions, NoOverwriteKeepsWhatIsThere)
         EXPECT_EQ(run.error_lines(), 1) << run.err;
         EXPECT_THAT(run.err, HasSubstr("is there already (see --no-overwrite)"));
     }
-    EXPECT_EQ(read_file(dir.file("old.ply")), "earlier result");
-    EXPECT_EQ(read_file(dir.file("old.json")), "earlier times");
+    EXPECT_EQ(file_content(dir.file("old.ply")), "earlier result");
+    EXPECT_EQ(file_content(dir.file("old.json")), "earlier times");
     EXPECT_EQ(run_veld({"fill", dir.mesh(), "-o", dir.file("new.ply"), "--no-overwrite"}).status,
               0);
     EXPECT_THAT(files_in(dir.path()), ElementsAre("mesh.ply", "new.ply", "old.json", "old.ply"));
@@ -184,7 +184,7 @@ TEST(CommonOptions, OutIsAnotherNameOfOutput)
     {
         EXPECT_EQ(run_veld({"fill", dir.mesh(), name, dir.file(name + ".ply")}).status, 0) << name;
     }
-    EXPECT_EQ(read_file(dir.file("--out.ply")), read_file(dir.file("--output.ply")));
+    EXPECT_EQ(file_content(dir.file("--out.ply")), file_content(dir.file("--output.ply")));
 }
 
 TEST(CommonOptions, NamesOfFilesMayBeAnything)
@@ -199,7 +199,7 @@ TEST(CommonOptions, NamesOfFilesMayBeAnything)
         run_veld_in(dir.path(), "fill " + quoted(blanks) + " -o " + quoted("filled " + blanks));
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_THAT(run.out, HasSubstr("filled " + blanks + ": 2 holes before"));
-    EXPECT_EQ(read_file(dir.file("-out.ply")), read_file(dir.file("filled " + blanks)));
+    EXPECT_EQ(file_content(dir.file("-out.ply")), file_content(dir.file("filled " + blanks)));
 }
 
 TEST(CommonOptions, LeadingZeroIsStillDecimal)
@@ -258,7 +258,7 @@ TEST(CommonOptions, NoOutputAppearsWhereTheReportIsLost)
                   2);
     }
     EXPECT_THAT(files_in(dir.path()), ElementsAre("mesh.ply", "old.ply"));
-    EXPECT_EQ(read_file(dir.file("old.ply")), "earlier result");
+    EXPECT_EQ(file_content(dir.file("old.ply")), "earlier result");
 }
 #endif
 

@@ -102,7 +102,7 @@ TEST(DemoCommand, FramesNeedNoMirroring)
 {
     auto const& demo = shared_demo();
     ASSERT_EQ(demo.run.status, 0) << demo.run.err;
-    std::istringstream text(read_file(demo.file("frames/cloud1.asc")));
+    std::istringstream text(file_content(demo.file("frames/cloud1.asc")));
     auto const first = demo.run.json()["frames"][0];
     std::size_t const columns = first["columns"];
     std::vector<std::array<double, 3>> points(columns * first["rows"].get<std::size_t>());
@@ -136,7 +136,7 @@ TEST(DemoCommand, ScanIsTheMergeOfTheFrames)
     Outcome const run = run_veld({"merge", demo.file("frames/frames.json"), "-o",
                                   dir.file("scan.ply"), "--max-hole-edges", "0", "--json"});
     ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(read_file(dir.file("scan.ply")), read_file(demo.file("scan.ply")));
+    EXPECT_EQ(file_content(dir.file("scan.ply")), file_content(demo.file("scan.ply")));
     auto const json = demo.run.json();
     auto again = run.json();
     EXPECT_EQ(keys_of(json["merge"]), keys_of(again));
@@ -214,7 +214,7 @@ TEST(DemoCommand, FilesOfTheHostServeTheOtherCommands)
     EXPECT_EQ(sticks.status, 0) << sticks.err;
     for (std::string const name : {"stick-0.ply", "stick-1.ply", "stick-2.ply"})
     {
-        EXPECT_EQ(read_file(dir.file("again/" + name)), read_file(demo.file(name)));
+        EXPECT_EQ(file_content(dir.file("again/" + name)), file_content(demo.file(name)));
     }
     Outcome const clean =
         run_veld({"clean", demo.file("scan.ply"), "-o", dir.file("again.ply"), "--markers",
@@ -233,7 +233,7 @@ TEST(DemoCommand, FileInTheDirectorysPlaceIsRefused)
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.error_lines(), 1);
     EXPECT_NE(run.err.find(dir.file("demo")), std::string::npos);
-    EXPECT_EQ(read_file(dir.file("demo")), "mine");
+    EXPECT_EQ(file_content(dir.file("demo")), "mine");
 }
 
 TEST(DemoCommand, TimingsAreNoOtherOutputOfTheDemo)
@@ -284,8 +284,8 @@ TEST(DemoCommand, TextNamesTheStepsAndTimingsGoToItsDirectoryAndThreadsChangeNoB
         {
             if (name != "frames")
             {
-                EXPECT_TRUE(read_file(dir.file("new/" + folder + name)) ==
-                            read_file(demo.file(folder + name)))
+                EXPECT_TRUE(file_content(dir.file("new/" + folder + name)) ==
+                            file_content(demo.file(folder + name)))
                     << folder << name;
             }
         }

@@ -25,7 +25,7 @@ protected:
         Outcome const run = run_veld(arguments);
         EXPECT_EQ(run.status, 0) << run.err;
         EXPECT_EQ(run.err, "");
-        EXPECT_EQ(read_file(dir_.file("mesh.ply")), ply_text(mesh));
+        EXPECT_EQ(file_content(dir_.file("mesh.ply")), ply_text(mesh));
         auto const json = run.json();
         EXPECT_EQ(json["holes_after"], json["open"].size());
         check_result(mesh, json);
@@ -294,7 +294,7 @@ TEST_P(FillCommand, SameBytesForAnyNumberOfThreads)
                             std::to_string(i + 1)})
                       .status,
                   0);
-        results[i] = read_file(out);
+        results[i] = file_content(out);
     }
     EXPECT_EQ(results[0], results[1]);
 }

@@ -86,7 +86,7 @@ protected:
     }
 
     TriMesh result() const { return load(dir_.file("out.ply")); }
-    std::string result_bytes() const { return read_file(dir_.file("out.ply")); }
+    std::string result_bytes() const { return file_content(dir_.file("out.ply")); }
 
     /// How many of the old vertices have another place now.
     std::size_t moved(TriMesh const& mesh) const

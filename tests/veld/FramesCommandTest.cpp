@@ -618,14 +618,14 @@ TEST(DepthImageFrames, DepthCameraMayDifferFromThatOfThePhotograph)
     std::string const wanted = [&]
     {
         FramesRun const run(plain.cameras());
-        return read_file(run.dir.file("out/frame-0000.rge"));
+        return file_content(run.dir.file("out/frame-0000.rge"));
     }();
     for (auto const& json : {own, alone, only_focus})
     {
         Room const room(json);
         FramesRun const run(room.cameras());
         EXPECT_EQ(run.outcome.err, "");
-        EXPECT_EQ(read_file(run.dir.file("out/frame-0000.rge")), wanted);
+        EXPECT_EQ(file_content(run.dir.file("out/frame-0000.rge")), wanted);
     }
 }
 
@@ -685,7 +685,7 @@ TEST(DepthImageFrames, ViewThatCannotBeUsedIsNamed)
           Bad{with("depth", "blank.png"), "blank.png: left out: it holds no points"}})
     {
         Room const room(view("d.png"), bad.view);
-        std::string const whole = read_file(room.file("d.png"));
+        std::string const whole = file_content(room.file("d.png"));
         write_file(room.file("cut.png"), whole.substr(0, whole.size() / 2));
         write_file(room.file("blank.png"), png_text(3, 2, std::vector<int>(6, 0)));
         FramesRun const run(room.cameras());
@@ -749,7 +749,7 @@ TEST(RgeFolder, FramesComeByNameAndAsTheyAre)
     EXPECT_EQ(run.outcome.err, "");
     ASSERT_EQ(run.count(), 2U);
     EXPECT_EQ(run.frame(0).get_vn(), 5U);
-    EXPECT_EQ(read_file(run.dir.file("out/frame-0001.rge")), read_file(dir.file("b.rge")));
+    EXPECT_EQ(file_content(run.dir.file("out/frame-0001.rge")), file_content(dir.file("b.rge")));
 }
 
 TEST(RgeFolder, NormalsAreComputedWhereThereAreNone)
@@ -791,7 +791,7 @@ TEST(RgeFolder, FrameThatCannotBeUsedIsNamed)
     };
     write_rge(dir.file("b.rge"), RangeData());
     expect_left_out("it holds no points");
-    std::string const whole = read_file(dir.file("a.rge"));
+    std::string const whole = file_content(dir.file("a.rge"));
     write_file(dir.file("b.rge"), whole.substr(0, whole.size() - 1));
     expect_left_out("the file is damaged");
     write_file(dir.file("b.rge"), "");
@@ -875,12 +875,12 @@ TEST(FramesCommand, InputsAreNeverWritten)
 {
     TempDir const dir;
     write_rge(dir.file("frame-0000.rge"), small_frame());
-    std::string const before = read_file(dir.file("frame-0000.rge"));
+    std::string const before = file_content(dir.file("frame-0000.rge"));
     Outcome const run =
         run_veld({"frames", dir.path().string(), "-o", dir.path().string(), "--scale", "2"});
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.err, HasSubstr("is an input, which is never written"));
-    EXPECT_EQ(read_file(dir.file("frame-0000.rge")), before);
+    EXPECT_EQ(file_content(dir.file("frame-0000.rge")), before);
 }
 
 TEST(FramesCommand, OutputIsNeeded)
@@ -919,7 +919,7 @@ TEST(FramesCommand, VerboseJsonIsTheOnlyStandardOutput)
 std::map<std::string, Eigen::Matrix4d> published_poses(std::string const& path)
 {
     std::map<std::string, Eigen::Matrix4d> poses;
-    std::istringstream text(read_file(path));
+    std::istringstream text(file_content(path));
     std::string line;
     while (std::getline(text, line))
     {
@@ -1017,7 +1017,7 @@ TEST_F(FramesRealData, PosesOfTheRoomAreThePublishedOnesInMillimetres)
 {
     FramesRun const& run = room();
     EXPECT_EQ(run.outcome.err, "");
-    std::istringstream text(read_file(real_data("rgbd_room/frame-000010.pose.txt")));
+    std::istringstream text(file_content(real_data("rgbd_room/frame-000010.pose.txt")));
     Eigen::Matrix4d pose;
     for (int i = 0; i < 16; ++i)
     {
@@ -1036,7 +1036,8 @@ TEST_F(FramesRealData, NumberOfThreadsDoesNotMatter)
     FramesRun const many(real_data("range_bunny/bun.conf"), {"--threads", "8", "--scale", "1000"});
     for (auto const& name : files_in(one.dir.file("out")))
     {
-        EXPECT_EQ(read_file(one.dir.file("out/" + name)), read_file(many.dir.file("out/" + name)));
+        EXPECT_EQ(file_content(one.dir.file("out/" + name)),
+                  file_content(many.dir.file("out/" + name)));
     }
 }
 

@@ -73,7 +73,7 @@ std::string mesh_content(std::string const& extension)
     std::string error;
     EXPECT_TRUE(OrvaneAlgorithm::write_mesh(dir.file("m" + extension), grid_with_hole(2), error))
         << error;
-    return read_file(dir.file("m" + extension));
+    return file_content(dir.file("m" + extension));
 }
 
 std::string stl_text()
@@ -110,7 +110,7 @@ std::string rge_content(RangeData const& frame)
 {
     TempDir const dir;
     EXPECT_EQ(OrvaneAlgorithm::CRangeDataIO::write_rge((dir.path() / "a.rge").wstring(), frame), 0);
-    return read_file(dir.file("a.rge"));
+    return file_content(dir.file("a.rge"));
 }
 
 Source rge_source()

@@ -31,7 +31,7 @@ TEST(ManCommand, FileIsThePage)
 {
     TempDir const dir;
     EXPECT_EQ(run_veld({"man", "-o", dir.file("veld.1")}).out, "");
-    EXPECT_EQ(read_file(dir.file("veld.1")), run_veld({"man"}).out);
+    EXPECT_EQ(file_content(dir.file("veld.1")), run_veld({"man"}).out);
 }
 
 TEST(ManCommand, ManShowsItWithoutAWarning)

@@ -157,7 +157,7 @@ TEST(MergeCommand, TheFrameOfEveryVertexIsWritten)
     Frames const frames(half_covered());
     Outcome const run = frames.merge({"--json", "--frame-map", frames.file("map.txt")});
     ASSERT_EQ(run.status, 0) << run.err;
-    std::istringstream text(read_file(frames.file("map.txt")));
+    std::istringstream text(file_content(frames.file("map.txt")));
     std::map<int, int> count;
     for (int frame = 0; text >> frame;)
     {
@@ -171,14 +171,14 @@ TEST(MergeCommand, SameBytesForAnyNumberOfThreads)
 {
     Frames const frames(random_frames(3, 6, 40, 0.5F));
     ASSERT_EQ(frames.merge({"--threads", "1", "--frame-map", frames.file("map.txt")}).status, 0);
-    std::string const mesh = read_file(frames.file("merged.ply"));
-    std::string const map = read_file(frames.file("map.txt"));
+    std::string const mesh = file_content(frames.file("merged.ply"));
+    std::string const map = file_content(frames.file("map.txt"));
     for (char const* const threads : {"2", "8"})
     {
         ASSERT_EQ(
             frames.merge({"--threads", threads, "--frame-map", frames.file("map.txt")}).status, 0);
-        EXPECT_EQ(read_file(frames.file("merged.ply")), mesh);
-        EXPECT_EQ(read_file(frames.file("map.txt")), map);
+        EXPECT_EQ(file_content(frames.file("merged.ply")), mesh);
+        EXPECT_EQ(file_content(frames.file("map.txt")), map);
     }
 }
 

@@ -114,7 +114,7 @@ TEST_F(MeshesRealData, CarefulFillingIsTheSameForAnyNumberOfThreadsAndNamesWhatS
             ASSERT_EQ(run.status, 0) << path << run.err;
             json = run.json();
         }
-        ASSERT_EQ(read_file(outputs[0]), read_file(outputs[1])) << path;
+        ASSERT_EQ(file_content(outputs[0]), file_content(outputs[1])) << path;
         TriMesh const before = load(path);
         TriMesh const after = load(outputs[0]);
         EXPECT_EQ(after.n_faces(), before.n_faces() + json["new_faces"].get<std::size_t>()) << path;

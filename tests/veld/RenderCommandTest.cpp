@@ -154,9 +154,9 @@ TEST(RenderCommand, SameBytesForAnyNumberOfThreads)
                       .status,
                   0);
     }
-    std::string const one = read_file(dir.file("1.png"));
+    std::string const one = file_content(dir.file("1.png"));
     EXPECT_FALSE(one.empty());
-    EXPECT_TRUE(one == read_file(dir.file("2.png")));
+    EXPECT_TRUE(one == file_content(dir.file("2.png")));
 }
 
 TEST(RenderCommand, SizeAndPlaceOfTheMeshDoNotMatter)

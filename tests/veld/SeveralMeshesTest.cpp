@@ -36,8 +36,8 @@ TEST_F(SeveralMeshes, EachGoesToTheDirectoryUnderItsOwnName)
     EXPECT_THAT(both.out, StartsWith("new/out/one.ply: 2 holes before"));
     EXPECT_THAT(both.out, HasSubstr("\nnew/out/two.ply: 2 holes before"));
     EXPECT_THAT(files_in(file("new/out")), ElementsAre("one.ply", "two.ply"));
-    EXPECT_EQ(read_file(file("new/out/one.ply")), read_file(file("filled-one.ply")));
-    EXPECT_EQ(read_file(file("new/out/two.ply")), read_file(file("filled-two.ply")));
+    EXPECT_EQ(file_content(file("new/out/one.ply")), file_content(file("filled-one.ply")));
+    EXPECT_EQ(file_content(file("new/out/two.ply")), file_content(file("filled-two.ply")));
 
     EXPECT_EQ(run("clean one.ply -o single/ --non-manifold").status, 0);
     EXPECT_THAT(files_in(file("single")), ElementsAre("one.ply"));
@@ -103,7 +103,7 @@ TEST_F(SeveralMeshes, TwoOfOneNameAndInputsAsOutputsAreRefusedBeforeTheWork)
     EXPECT_EQ(input.status, 1);
     EXPECT_THAT(input.err, HasSubstr("one.ply: is an input"));
     EXPECT_THAT(files_in(dir_.path()), ElementsAre("bad.ply", "one.ply", "sub", "two.ply"));
-    EXPECT_EQ(read_file(file("one.ply")), ply_text(grid_with_hole(2)));
+    EXPECT_EQ(file_content(file("one.ply")), ply_text(grid_with_hole(2)));
 }
 
 } // namespace

@@ -36,7 +36,7 @@ protected:
         return outcome;
     }
 
-    std::string content(std::string const& name) const { return read_file(dir_.file(name)); }
+    std::string content(std::string const& name) const { return file_content(dir_.file(name)); }
 
     MeshDir dir_{grid_with_hole(2)};
 };

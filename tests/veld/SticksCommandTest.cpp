@@ -33,8 +33,8 @@ protected:
                                            "-o",      dir_.file("sticks")};
         arguments.insert(arguments.end(), options.begin(), options.end());
         Outcome outcome = run_veld(arguments);
-        EXPECT_EQ(read_file(dir_.file("mesh.ply")), ply_text(mesh));
-        EXPECT_EQ(read_file(dir_.file("seeds.txt")), seeds);
+        EXPECT_EQ(file_content(dir_.file("mesh.ply")), ply_text(mesh));
+        EXPECT_EQ(file_content(dir_.file("seeds.txt")), seeds);
         return outcome;
     }
 
@@ -127,7 +127,7 @@ TEST_F(SticksCommand, LogIsNotOnStandardOutput)
 TEST_F(SticksCommand, SegmentationIsAStepOfTheTimings)
 {
     run(cone(3), "1 0 0 4 3\n", {"--timings", dir_.file("times.json")});
-    EXPECT_THAT(read_file(dir_.file("times.json")), HasSubstr("segment-stick"));
+    EXPECT_THAT(file_content(dir_.file("times.json")), HasSubstr("segment-stick"));
 }
 
 TEST_F(SticksCommand, WrongSeedFilesAreNamed)
@@ -173,14 +173,14 @@ TEST_F(SticksCommand, InputsAreNoOutputs)
                                   dir.file("seeds.txt"), "-o", dir.path().string()});
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.err, HasSubstr("is an input"));
-    EXPECT_EQ(read_file(dir.file("stick-0.ply")), ply_text(cone(3)));
+    EXPECT_EQ(file_content(dir.file("stick-0.ply")), ply_text(cone(3)));
 }
 
 TEST_F(SticksCommand, FileInTheDirectorysPlaceIsRefused)
 {
     write_file(dir_.file("sticks"), "mine");
     EXPECT_EQ(run(cone(3), "1 0 0 4 3\n").status, 1);
-    EXPECT_EQ(read_file(dir_.file("sticks")), "mine");
+    EXPECT_EQ(file_content(dir_.file("sticks")), "mine");
 }
 
 } // namespace

@@ -24,8 +24,8 @@ Outcome stop_veld(std::string const& arguments, std::string const& signal, TempD
     int const result = std::system(script.c_str());
     Outcome run;
     run.status = WIFEXITED(result) ? WEXITSTATUS(result) : -1;
-    run.out = read_file(dir.file("streams/out"));
-    run.err = read_file(dir.file("streams/err"));
+    run.out = file_content(dir.file("streams/out"));
+    run.err = file_content(dir.file("streams/err"));
     std::filesystem::remove_all(dir.file("streams"));
     return run;
 }
@@ -59,7 +59,7 @@ TEST_P(Stop, LeavesTheOldOutputAsItWas)
     MeshDir const dir(sphere(3));
     write_file(dir.file("out.png"), "old");
     EXPECT_EQ(stop_veld(long_work(dir), signal, dir).status, status);
-    EXPECT_EQ(read_file(dir.file("out.png")), "old");
+    EXPECT_EQ(file_content(dir.file("out.png")), "old");
     EXPECT_THAT(files_in(dir.file("")), ElementsAre("mesh.ply", "out.png"));
 }
 
@@ -113,7 +113,7 @@ TEST_F(StopAtTheReport, LeavesNoFileWhateverTheSignal)
     for (auto const& [end, status] : ends)
     {
         EXPECT_EQ(run(end).status, status) << end;
-        EXPECT_EQ(read_file(dir_.file("out.ply")), "old");
+        EXPECT_EQ(file_content(dir_.file("out.ply")), "old");
         EXPECT_THAT(files_in(dir_.path()), ElementsAre("mesh.ply", "out.ply")) << end;
     }
 }
@@ -122,7 +122,7 @@ TEST_F(StopAtTheReport, WhatAKilledOneLeftTheNextOneRemoves)
 {
     EXPECT_EQ(run("kill -KILL $pid").status, 137);
     EXPECT_EQ(files_in(dir_.path()).size(), 3U);
-    EXPECT_EQ(read_file(dir_.file("out.ply")), "old");
+    EXPECT_EQ(file_content(dir_.file("out.ply")), "old");
     ASSERT_EQ(run_veld({"fill", dir_.mesh(), "-o", dir_.file("out.ply")}).status, 0);
     EXPECT_THAT(files_in(dir_.path()), ElementsAre("mesh.ply", "out.ply"));
 }
@@ -133,7 +133,7 @@ TEST_F(StopAtTheReport, AnotherOneForTheSameFileLeavesItAlone)
                              "ls -d .veld-*.part/out.ply | wc -l; kill -TERM $pid");
     EXPECT_EQ(both.out, "0\n1\n");
     EXPECT_EQ(both.status, 143);
-    EXPECT_NE(read_file(dir_.file("out.ply")), "old");
+    EXPECT_NE(file_content(dir_.file("out.ply")), "old");
 }
 
 TEST_F(StopAtTheReport, NobodyElseMayReadTheFileMeanwhile)

@@ -73,7 +73,7 @@ inline MeasuredRun run_measured(std::vector<std::string> const& arguments)
     run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     run.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     run.peak_mb = megabytes_of(usage);
-    run.err = read_file(err);
+    run.err = file_content(err);
     return run;
 }
 

@@ -23,8 +23,8 @@ inline Outcome run_script_in(std::filesystem::path const& directory, std::string
 #else
     run.status = result;
 #endif
-    run.out = read_file(streams.file("out"));
-    run.err = read_file(streams.file("err"));
+    run.out = file_content(streams.file("out"));
+    run.err = file_content(streams.file("err"));
     return run;
 }
 

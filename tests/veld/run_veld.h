@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/support/files.h"
 #include "tests/support/meshes.h"
 #include "tests/support/temp_dir.h"
 
@@ -33,19 +34,6 @@ struct Outcome
     long error_lines() const { return std::count(err.begin(), err.end(), '\n'); }
 };
 
-inline std::string read_file(std::string const& path)
-{
-    std::ifstream stream(path, std::ios::binary);
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
-
-inline void write_file(std::string const& path, std::string const& text)
-{
-    std::ofstream(path, std::ios::binary) << text;
-}
-
 inline std::string quoted(std::string const& argument)
 {
     return "\"" + argument + "\"";
@@ -69,8 +57,8 @@ inline Outcome run_veld_in(std::filesystem::path const& directory, std::string c
 #else
     run.status = WIFEXITED(result) ? WEXITSTATUS(result) : -1;
 #endif
-    run.out = standard_output.empty() ? read_file(out) : std::string();
-    run.err = read_file(streams.file("err"));
+    run.out = standard_output.empty() ? file_content(out) : std::string();
+    run.err = file_content(streams.file("err"));
     return run;
 }
 
@@ -120,17 +108,6 @@ public:
 };
 
 /// Names of the files in a directory.
-inline std::vector<std::string> files_in(std::filesystem::path const& directory)
-{
-    std::vector<std::string> names;
-    for (auto const& entry : std::filesystem::directory_iterator(directory))
-    {
-        names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 /// The names of an object's keys.
 inline std::vector<std::string> keys_of(nlohmann::json const& object)
 {

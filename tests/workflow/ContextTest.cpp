@@ -1,6 +1,7 @@
 #include "workflow/workflow.h"
 
 #include "tests/reconstruction/frames.h"
+#include "tests/support/files.h"
 #include "tests/support/meshes.h"
 #include "tests/support/temp_dir.h"
 
@@ -76,10 +77,7 @@ TEST(Context, TheFileThatWasThereStaysAfterACancel)
     veld::Context context;
     context.progress = [&](veld::Progress const&) { context.cancel.cancel(); };
     EXPECT_THROW(veld::write_mesh(path, grid(300, 300), context), Cancelled);
-    std::ifstream stream(path);
-    std::string text;
-    stream >> text;
-    EXPECT_EQ(text, "old");
+    EXPECT_EQ(file_content(path), "old");
 }
 
 TEST(Context, AContextWithoutFunctionsIsEnough)

@@ -3,8 +3,10 @@
 #include "workflow/Error.h"
 #include "workflow/words.h"
 
+#include "tests/support/files.h"
 #include "tests/support/mesh_files.h"
 #include "tests/support/temp_dir.h"
+#include "tests/workflow/reason_of.h"
 
 #include <gmock/gmock.h>
 
@@ -23,28 +25,10 @@ using veld::Existing;
 using veld::OutputFile;
 using veld::Outputs;
 using veld_test::file_content;
+using veld_test::files_in;
+using veld_test::reason_of;
 using veld_test::TempDir;
 using veld_test::write_file;
-
-std::ptrdiff_t entries_in(fs::path const& directory)
-{
-    return std::distance(fs::directory_iterator(directory), fs::directory_iterator());
-}
-
-/// What an error says.
-template <typename Work>
-std::string reason_of(Work const& work)
-{
-    try
-    {
-        work();
-    }
-    catch (veld::Error const& error)
-    {
-        return error.what();
-    }
-    return "no error";
-}
 
 TEST(OutputFile, IsInItsPlaceWhenItIsCommittedAndNotBefore)
 {
@@ -62,7 +46,7 @@ TEST(OutputFile, IsInItsPlaceWhenItIsCommittedAndNotBefore)
         veld::write_text_file(file, "never committed");
     }
     EXPECT_EQ(file_content(dir.file("out.txt")), "content");
-    EXPECT_EQ(entries_in(dir.path()), 1);
+    EXPECT_EQ(files_in(dir.path()).size(), 1U);
 }
 
 TEST(OutputFile, GoesToAStreamAsAWhole)
@@ -126,7 +110,7 @@ TEST(Outputs, CheckTellsWhyNothingCanBeWritten)
     EXPECT_EQ(reason("file"), "no error");
     EXPECT_EQ(reason_of([&] { Outputs(Existing::KEPT).check({dir.file("file")}, {}); }),
               dir.file("file") + ": is there already");
-    EXPECT_EQ(entries_in(dir.path()), 1);
+    EXPECT_EQ(files_in(dir.path()).size(), 1U);
 }
 
 TEST(Outputs, ReasonsAreWords)

@@ -27,7 +27,7 @@ TEST(SameBytes, AHostsMergeGivesWhatTheProgramGives)
     veld::write_mesh(dir.file("host.ply"), veld::merge(set, {}, context).mesh, context);
     auto const run = run_veld({"merge", dir.file(""), "-o", dir.file("program.ply")});
     ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(read_file(dir.file("host.ply")), read_file(dir.file("program.ply")));
+    EXPECT_EQ(file_content(dir.file("host.ply")), file_content(dir.file("program.ply")));
 }
 
 TEST(SameBytes, AHostsFillGivesWhatTheProgramGives)
@@ -43,7 +43,8 @@ TEST(SameBytes, AHostsFillGivesWhatTheProgramGives)
         auto const run =
             run_veld({"fill", dir.mesh(), "-o", dir.file("program.ply"), "--method", name});
         ASSERT_EQ(run.status, 0) << run.err;
-        EXPECT_EQ(read_file(dir.file("host.ply")), read_file(dir.file("program.ply"))) << name;
+        EXPECT_EQ(file_content(dir.file("host.ply")), file_content(dir.file("program.ply")))
+            << name;
     }
 }
 

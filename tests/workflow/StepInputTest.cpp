@@ -2,6 +2,7 @@
 
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
+#include "tests/workflow/reason_of.h"
 
 #include <gmock/gmock.h>
 
@@ -12,21 +13,6 @@ namespace
 
 using namespace veld_test;
 using testing::HasSubstr;
-
-/// What an error of a step says.
-template <typename Step>
-std::string reason_of(Step const& step)
-{
-    try
-    {
-        step();
-    }
-    catch (veld::Error const& error)
-    {
-        return error.what();
-    }
-    return "no error";
-}
 
 TEST(StepInput, FillingLeavesTheMeshThatItIsGivenAsItIs)
 {

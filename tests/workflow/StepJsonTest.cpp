@@ -11,7 +11,7 @@ using testing::HasSubstr;
 using veld::Json;
 
 template <typename Settings>
-std::string reason_of(Json const& json, Settings settings)
+std::string refusal_of(Json const& json, Settings settings)
 {
     try
     {
@@ -87,24 +87,24 @@ TEST(StepJson, WhatIsNotNamedKeepsItsValue)
 
 TEST(StepJson, ANameThatIsNotKnownIsATypingError)
 {
-    EXPECT_THAT(reason_of(Json{{"spaceing", 1.0}}, veld::MergeSettings()),
+    EXPECT_THAT(refusal_of(Json{{"spaceing", 1.0}}, veld::MergeSettings()),
                 HasSubstr("recipe.json: 'spaceing' is not known here"));
-    EXPECT_THAT(reason_of(Json{{"method", "magic"}}, veld::FillSettings()),
+    EXPECT_THAT(refusal_of(Json{{"method", "magic"}}, veld::FillSettings()),
                 HasSubstr("'method' has to be one of clip, core, trim"));
     EXPECT_THAT(
-        reason_of(Json{{"clean_ups", {{{"kind", "peel"}, {"ring", 1}}}}}, veld::CleanSettings()),
+        refusal_of(Json{{"clean_ups", {{{"kind", "peel"}, {"ring", 1}}}}}, veld::CleanSettings()),
         HasSubstr("recipe.json: clean_ups[0]: 'ring' is not known here"));
 }
 
 TEST(StepJson, AValueOutsideItsBoundsIsRefused)
 {
-    EXPECT_THAT(reason_of(Json{{"spacing", -1.0}}, veld::MergeSettings()),
+    EXPECT_THAT(refusal_of(Json{{"spacing", -1.0}}, veld::MergeSettings()),
                 HasSubstr("'spacing' has to be a number of 0 or more"));
-    EXPECT_THAT(reason_of(Json{{"smoothness", 3}}, veld::FillSettings()),
+    EXPECT_THAT(refusal_of(Json{{"smoothness", 3}}, veld::FillSettings()),
                 HasSubstr("'smoothness' has to be a whole number from 0 to 2"));
-    EXPECT_THAT(reason_of(Json{{"elevation", 91.0}}, veld::RenderSettings()),
+    EXPECT_THAT(refusal_of(Json{{"elevation", 91.0}}, veld::RenderSettings()),
                 HasSubstr("'elevation' has to be a number from -90 to 90"));
-    EXPECT_THAT(reason_of(Json::array(), veld::RenderSettings()), HasSubstr("is no JSON object"));
+    EXPECT_THAT(refusal_of(Json::array(), veld::RenderSettings()), HasSubstr("is no JSON object"));
 }
 
 } // namespace

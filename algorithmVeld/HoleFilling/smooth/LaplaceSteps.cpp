@@ -49,7 +49,7 @@ void compute_c1_step(MovingPart const& part, StepInput const& input,
                      std::vector<Vector3f> const& umbrellas, std::vector<Vector3f>& new_points)
 {
     // Below this the step is taken as it is.
-    constexpr float SMALLEST = 1e-5F;
+    constexpr float SMALLEST_DIAGONAL = 1e-5F;
     parallel_for_short(part.n_moving,
                        [&](std::size_t k)
                        {
@@ -65,7 +65,7 @@ void compute_c1_step(MovingPart const& part, StepInput const& input,
                            }
                            Vector3f step = umbrellas[v] - sum * input.vertex_weights[v];
                            diagonal *= input.vertex_weights[v];
-                           if (std::abs(diagonal) > SMALLEST)
+                           if (std::abs(diagonal) > SMALLEST_DIAGONAL)
                            {
                                step /= diagonal;
                            }
