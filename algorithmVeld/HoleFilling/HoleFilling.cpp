@@ -90,6 +90,7 @@ void HoleFilling::begin_run(TriMesh const& mesh)
     open_holes_.clear();
     border_.clear();
     searched_ = false;
+    is_cut_ = false;
 }
 
 void HoleFilling::give_back(TriMesh& mesh)
@@ -232,8 +233,13 @@ void HoleFilling::grow_regions(std::vector<std::vector<HalfedgeHandle>> const& l
 {
     auto& flags = mesh_.property(in_region).data_vector();
     std::fill(flags.begin(), flags.end(), false);
+    // Behind the cut nobody asks for the flags any more.
+    auto const use = is_cut_ ? detail::RegionUse::SUB_MESHES : detail::RegionUse::FACES;
+    detail::Stages stages({4, 1});
+    stages.next();
     regions_ =
-        detail::grow_regions(mesh_, loops, {topology_dis_thr_, dijkstra_dis_thr_}, in_region);
+        detail::grow_regions(mesh_, loops, {topology_dis_thr_, dijkstra_dis_thr_}, in_region, use);
+    stages.next();
     detail::measure_edges(mesh_, detail::vertices_of(mesh_, regions_), vert_edge_len_prop_);
 }
 
@@ -264,6 +270,7 @@ void HoleFilling::delete_flagged_faces(FPropHandleT<bool> flag)
         }
     }
     detail::compact(mesh_);
+    is_cut_ = true;
 }
 
 void HoleFilling::process_holes()

@@ -197,7 +197,8 @@ protected:
 
     /// Fills those of `holes_` that are selected, in parallel, and merges them in their order.
     void fill_holes(std::function<bool(std::size_t)> const& selected);
-    /// Grows `regions_` around loops, and flags their faces and no others.
+    /// Grows `regions_` around loops, and flags their faces and no others. Behind a cut the regions
+    /// are for the sub-meshes only.
     /// \param loops one for each of `holes_`, empty where no region is wanted
     void grow_regions(std::vector<std::vector<HalfedgeHandle>> const& loops,
                       FPropHandleT<bool> in_region);
@@ -258,6 +259,7 @@ private:
     /// From-vertices of the loops that are left alone; vertices keep their numbers over a run.
     std::set<int> border_;
     bool searched_ = false; ///< Whether the holes of this run have been searched for before.
+    bool is_cut_ = false;   ///< Whether this run has cut regions away.
     std::vector<OpenHole> open_holes_;
 };
 

@@ -293,8 +293,11 @@ void HoleFillingCore::find_holes_region()
             mesh_->property(face_region_prop_, face) = false;
         }
     }
+    detail::Stages stages({4, 1});
+    stages.next();
     regions_ = detail::grow_regions(*mesh_, holes_, {topology_dis_thr_, dijkstra_dis_thr_},
                                     face_region_prop_);
+    stages.next();
     auto const vertices = detail::mark_vertices(*mesh_, regions_, vert_region_prop_);
     region_verts_.insert(region_verts_.end(), vertices.begin(), vertices.end());
     detail::measure_edges(*mesh_, vertices, vert_edge_len_prop_);

@@ -1,11 +1,14 @@
 #include "algorithmVeld/HoleFilling/careful/HoleRegion.h"
 
+#include "algorithmVeld/common/arrays/DisjointSets.h"
 #include "algorithmVeld/common/arrays/IndexTable.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 #include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <limits>
+#include <utility>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -13,18 +16,8 @@ namespace OrvaneAlgorithm::detail
 namespace
 {
 
-constexpr int FAR_RING = 10000;
-constexpr float FAR_LENGTH = 10000.0F;
-
-Vector3f centroid_of(TriMesh const& mesh, OpenMesh::FaceHandle face)
-{
-    Vector3f sum = Vector3f::Zero();
-    for (auto const vertex : mesh.fv_range(face))
-    {
-        sum += mesh.point(vertex);
-    }
-    return sum / 3.0F;
-}
+using Loops = std::vector<std::vector<OpenMesh::HalfedgeHandle>>;
+using Groups = std::vector<std::vector<std::size_t>>;
 
 float mean_edge_length(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
 {
@@ -38,115 +31,124 @@ float mean_edge_length(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
     return edges > 0 ? sum / static_cast<float>(edges) : 0.0F;
 }
 
-/// A face that some region has met. Its ring and its path stay for the regions behind.
-struct MetFace
+/// Whether what holes before have met can change what counts of a region.
+///
+/// It only makes rings and paths smaller, and never rings smaller than they really are. So a region
+/// that no path has cut short has the faces within its rings either way, and no other hole has more
+/// of them. And faces that were taken before any was kept out are taken in the same order.
+bool is_open_to_others(GrownRegion const& region, RegionUse use)
 {
-    int ring = FAR_RING;
-    float path = FAR_LENGTH;
-    bool is_taken = false; ///< By the region that grows.
-    Vector3f centroid;
-};
-
-/// The growth of regions, one after the other.
-class RegionGrowth
-{
-public:
-    RegionGrowth(TriMesh const& mesh, RegionLimits const& limits) : mesh_(mesh), limits_(limits) {}
-
-    std::vector<OpenMesh::FaceHandle> grow(std::vector<OpenMesh::HalfedgeHandle> const& loop);
-
-private:
-    MetFace& meet(OpenMesh::FaceHandle face);
-    void visit_neighbours(OpenMesh::FaceHandle face, std::vector<OpenMesh::FaceHandle>& front);
-
-    TriMesh const& mesh_;
-    RegionLimits limits_;
-    IndexTable numbers_;         ///< Of the faces that were met, by index.
-    std::vector<MetFace> faces_; ///< By that number.
-};
-
-MetFace& RegionGrowth::meet(OpenMesh::FaceHandle face)
-{
-    auto const number = static_cast<std::size_t>(numbers_.add(face.idx()));
-    if (number == faces_.size())
-    {
-        faces_.emplace_back();
-        faces_.back().centroid = centroid_of(mesh_, face);
-    }
-    return faces_[number];
+    return !region.has_whole_rim || (region.is_cut_short && use == RegionUse::FACES);
 }
 
-std::vector<OpenMesh::FaceHandle>
-RegionGrowth::grow(std::vector<OpenMesh::HalfedgeHandle> const& loop)
+/// Groups of holes. What the regions of one have met is nowhere near those of another, whatever the
+/// order: not even limits without a length of the path bring them together.
+Groups separate_groups(TriMesh const& mesh, Loops const& loops, RegionLimits const& limits,
+                       std::vector<GrownRegion> const& regions)
 {
-    std::vector<OpenMesh::FaceHandle> front;
-    for (auto const h : loop)
+    DisjointSets sets(loops.size());
+    constexpr float NO_LIMIT = std::numeric_limits<float>::infinity();
+    IndexTable numbers;
+    std::vector<OpenMesh::FaceHandle> faces;
+    std::vector<int> holes; // the first one that reaches each of them
+    for (std::size_t i = 0; i < loops.size(); ++i)
     {
-        auto const face = mesh_.face_handle(mesh_.opposite_halfedge_handle(h));
-        if (face.is_valid() && !meet(face).is_taken)
+        int const hole = static_cast<int>(i);
+        poll_cancel();
+        GrownRegion const without_path =
+            regions[i].is_cut_short ? RegionGrowth(mesh, {limits.rings, NO_LIMIT}).grow(loops[i])
+                                    : GrownRegion();
+        for (auto const face : regions[i].is_cut_short ? without_path.faces : regions[i].faces)
         {
-            auto& met = meet(face);
-            met.is_taken = true;
-            met.ring = 0;
-            met.path = 0.0F;
-            front.push_back(face);
+            auto const number = static_cast<std::size_t>(numbers.add(face.idx()));
+            if (number == faces.size())
+            {
+                faces.push_back(face);
+                holes.push_back(hole);
+            }
+            sets.join(holes[number], hole);
         }
     }
-    CancelPoll poll;
-    for (std::size_t i = 0; i < front.size(); ++i)
+    for (std::size_t number = 0; number < faces.size(); ++number)
     {
-        poll.next();
-        visit_neighbours(front[i], front);
+        for (auto const neighbour : mesh.ff_range(faces[number]))
+        {
+            int const other = numbers.find(neighbour.idx());
+            if (other != IndexTable::NONE)
+            {
+                sets.join(holes[number], holes[static_cast<std::size_t>(other)]);
+            }
+        }
     }
-    for (auto const face : front)
+    Groups groups(loops.size());
+    for (std::size_t i = 0; i < loops.size(); ++i)
     {
-        meet(face).is_taken = false;
+        groups[static_cast<std::size_t>(sets.root(static_cast<int>(i)))].push_back(i);
     }
-    return front;
+    return groups;
 }
 
-void RegionGrowth::visit_neighbours(OpenMesh::FaceHandle face,
-                                    std::vector<OpenMesh::FaceHandle>& front)
+/// Grows the regions of a group anew, one behind the other.
+void grow_in_order(TriMesh const& mesh, Loops const& loops, RegionLimits const& limits,
+                   std::vector<std::size_t> const& group, std::vector<GrownRegion>& regions)
 {
-    MetFace const from = meet(face); // a copy: who is met next may move it
-    for (auto const h : mesh_.fh_range(face))
+    RegionGrowth growth(mesh, limits);
+    for (std::size_t const i : group)
     {
-        auto const other = mesh_.face_handle(mesh_.opposite_halfedge_handle(h));
-        if (!other.is_valid())
-        {
-            continue;
-        }
-        auto& met = meet(other);
-        float const step = (from.centroid - met.centroid).norm();
-        met.ring = std::min(met.ring, from.ring + 1);
-        if (step + from.path < met.path)
-        {
-            met.path = step + from.path;
-        }
-        if (!met.is_taken && met.ring < limits_.rings && met.path < limits_.path)
-        {
-            met.is_taken = true;
-            front.push_back(other);
-        }
+        poll_cancel();
+        regions[i] = growth.grow(loops[i], regions[i].has_whole_rim ? RegionPart::OWN_OR_NEW
+                                                                    : RegionPart::WHOLE);
     }
+}
+
+/// Grows each region by itself, and then those anew to which the others around them matter.
+std::vector<GrownRegion> grow_all(TriMesh const& mesh, Loops const& loops,
+                                  RegionLimits const& limits, RegionUse use)
+{
+    std::vector<GrownRegion> regions(loops.size());
+    auto const is_open = [&](auto const& region) { return is_open_to_others(region, use); };
+    Stages stages({4, 1});
+    stages.next();
+    parallel_for_uneven(static_cast<std::ptrdiff_t>(loops.size()),
+                        [&](std::ptrdiff_t k)
+                        {
+                            auto const i = static_cast<std::size_t>(k);
+                            regions[i] = RegionGrowth(mesh, limits).grow(loops[i]);
+                        });
+    stages.next();
+    if (loops.size() > 1 && std::any_of(regions.begin(), regions.end(), is_open))
+    {
+        auto const groups = separate_groups(mesh, loops, limits, regions);
+        parallel_for_uneven(static_cast<std::ptrdiff_t>(groups.size()),
+                            [&](std::ptrdiff_t k)
+                            {
+                                auto const& group = groups[static_cast<std::size_t>(k)];
+                                if (group.size() > 1 &&
+                                    std::any_of(group.begin(), group.end(),
+                                                [&](std::size_t i) { return is_open(regions[i]); }))
+                                {
+                                    grow_in_order(mesh, loops, limits, group, regions);
+                                }
+                            });
+    }
+    return regions;
 }
 
 } // namespace
 
-std::vector<std::vector<OpenMesh::FaceHandle>>
-grow_regions(TriMesh& mesh, std::vector<std::vector<OpenMesh::HalfedgeHandle>> const& loops,
-             RegionLimits const& limits, OpenMesh::FPropHandleT<bool> in_region)
+std::vector<std::vector<OpenMesh::FaceHandle>> grow_regions(TriMesh& mesh, Loops const& loops,
+                                                            RegionLimits const& limits,
+                                                            OpenMesh::FPropHandleT<bool> in_region,
+                                                            RegionUse use)
 {
-    RegionGrowth growth(mesh, limits);
     std::vector<std::vector<OpenMesh::FaceHandle>> regions;
-    for (auto const& loop : loops)
+    for (auto& region : grow_all(mesh, loops, limits, use))
     {
-        poll_cancel();
-        regions.push_back(growth.grow(loop));
-        for (auto const face : regions.back())
+        for (auto const face : region.faces)
         {
             mesh.property(in_region, face) = true;
         }
+        regions.push_back(std::move(region.faces));
     }
     return regions;
 }

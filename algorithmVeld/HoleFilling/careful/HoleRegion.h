@@ -1,5 +1,6 @@
 #pragma once
 
+#include "algorithmVeld/HoleFilling/careful/RegionGrowth.h"
 #include "algorithmVeld/common/TriMesh.h"
 
 #include <vector>
@@ -10,23 +11,25 @@
 namespace OrvaneAlgorithm::detail
 {
 
-/// How far a region reaches from its hole. A face lies within it while it is below both.
-struct RegionLimits
+/// What regions are asked for.
+enum class RegionUse
 {
-    int rings;  ///< Rings of faces; those along the hole are ring 0.
-    float path; ///< Length of the path over the centroids of faces.
+    FACES,     ///< Which faces they have, all together, and what lies at each hole.
+    SUB_MESHES ///< Only what lies at each hole, for the sub-mesh in which it is filled.
 };
 
-/// Grows a region around each hole: the faces along its boundary, whatever the limits, then those
-/// around them, in the order in which they are reached. That costs as much as they are.
+/// Grows a region around each hole, one behind the other (see `RegionGrowth`): together they have
+/// the faces that this gives, and those at one hole stand in the order in which they are reached.
 ///
-/// Ring and path of a face stay from one region to the next: a face that an earlier hole reached in
-/// fewer steps keeps that number, so the order of the holes matters.
+/// A region goes on through those before it that it touches; in a mesh with many holes that is half
+/// of the mesh. Here it ends where the hole's own rings do, and costs what it is by itself. Only
+/// where holes whose regions touch can matter to each other, all of them are grown in their order.
 /// \param loops boundary halfedges of each hole; one without a face behind it is passed over
 /// \param in_region set to true on every face that is taken
 std::vector<std::vector<OpenMesh::FaceHandle>>
 grow_regions(TriMesh& mesh, std::vector<std::vector<OpenMesh::HalfedgeHandle>> const& loops,
-             RegionLimits const& limits, OpenMesh::FPropHandleT<bool> in_region);
+             RegionLimits const& limits, OpenMesh::FPropHandleT<bool> in_region,
+             RegionUse use = RegionUse::FACES);
 
 /// The vertices of the faces of all regions, each once, in the order in which they are met.
 std::vector<OpenMesh::VertexHandle>
