@@ -201,8 +201,22 @@ inline int border_length(Surface const& surface, std::vector<std::size_t> const&
     return 0;
 }
 
-/// Cuts round holes of about `length` boundary edges, spread evenly.
-inline void cut_holes(Surface& sphere, int holes, int length)
+/// Numbers of boundary edges from the first to the last, both included.
+struct HoleSizes
+{
+    int first;
+    int last;
+
+    /// All of them in turn, the large ones between the small ones.
+    int of(int hole) const
+    {
+        int const sizes = last - first + 1;
+        return first + static_cast<int>(static_cast<std::int64_t>(hole) * 29 % sizes);
+    }
+};
+
+/// Cuts round holes of about so many boundary edges, spread evenly.
+inline void cut_holes(Surface& sphere, int holes, HoleSizes const& sizes)
 {
     OrvaneAlgorithm::KdTree3f tree;
     tree.build_kdtree(sphere.points);
@@ -211,16 +225,24 @@ inline void cut_holes(Surface& sphere, int holes, int length)
     std::vector<int> inside;
     std::vector<float> sq_dists;
     double guess = 0.0;
+    int guess_length = 0;
     for (int h = 0; h < holes; ++h)
     {
+        int const length = sizes.of(h);
         // Points of a Fibonacci lattice, and the radius by bisection.
         double const z = 1.0 - 2.0 * (h + 0.5) / holes;
         double const angle = PI * (1.0 + std::sqrt(5.0)) * (h + 0.5);
         double const r = std::sqrt(1.0 - z * z);
         Vector3f const centre =
             Eigen::Vector3d(std::cos(angle) * r, std::sin(angle) * r, z).cast<float>();
-        double low = guess * 0.9;
-        double high = guess > 0.0 ? guess * 1.1 : 1.3;
+        if (guess > 0.0 && length != guess_length)
+        {
+            guess = guess * length / guess_length;
+        }
+        double const around = guess_length == length ? 0.1 : 0.3;
+        double low = guess * (1.0 - around);
+        double high = guess > 0.0 ? guess * (1.0 + around) : 1.3;
+        guess_length = length;
         int best = 0;
         std::vector<std::size_t> best_triangles;
         for (int step = 0; step < (guess > 0.0 ? 8 : 26) && best != length; ++step)
@@ -297,14 +319,20 @@ inline int cells_for(int faces)
     return std::max(2, static_cast<int>(std::lround(std::sqrt(faces / 12.0))));
 }
 
-/// The mesh: about `faces` triangles before `holes` holes of about `length` edges are cut.
-inline TriMesh bumpy_sphere(int faces, int holes, int length)
+/// The mesh: about `faces` triangles before `holes` holes of about so many edges are cut.
+inline TriMesh bumpy_sphere(int faces, int holes, HoleSizes const& sizes)
 {
     int const n = cells_for(faces);
     Surface sphere = cube_sphere(n);
-    cut_holes(sphere, holes, length);
+    cut_holes(sphere, holes, sizes);
     add_bumps(sphere, 100.0 * PI / 2.0 / n);
     return to_mesh(sphere);
+}
+
+/// The same with holes of one size.
+inline TriMesh bumpy_sphere(int faces, int holes, int length)
+{
+    return bumpy_sphere(faces, holes, HoleSizes{length, length});
 }
 
 } // namespace veld_benchmark

@@ -133,9 +133,8 @@ bool RegionGrowth::has_whole_rim(Loop const& loop) const
     auto const is_sure = [&](OpenMesh::FaceHandle face)
     {
         int const number = numbers_.find(face.idx());
-        int const place = number == IndexTable::NONE
-                              ? NONE
-                              : faces_[static_cast<std::size_t>(number)].place;
+        int const place =
+            number == IndexTable::NONE ? NONE : faces_[static_cast<std::size_t>(number)].place;
         return place != NONE && static_cast<std::size_t>(place) < sure;
     };
     return std::all_of(loop.begin(), loop.end(),
@@ -153,8 +152,7 @@ std::vector<OpenMesh::FaceHandle> RegionGrowth::finish(RegionPart part)
     for (int const number : front_)
     {
         auto& face = met(number);
-        if (part == RegionPart::WHOLE || !face.was_taken ||
-            face.steps < std::max(limits_.rings, 1))
+        if (part == RegionPart::WHOLE || !face.was_taken || face.steps < std::max(limits_.rings, 1))
         {
             faces.push_back(face.face);
         }
