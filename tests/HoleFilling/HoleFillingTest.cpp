@@ -448,6 +448,37 @@ TEST(HoleFilling, MeasuresTheMesh)
                                    "  edges:                9\n  halfedges:           18\n\n"));
 }
 
+TEST(HoleFilling, CountsTheEdgesThatAreLeftAtVertices)
+{
+    TriMesh mesh = veld_test::grid(3, 3);
+    mesh.request_vertex_status();
+    mesh.request_edge_status();
+    mesh.request_halfedge_status();
+    mesh.request_face_status();
+    mesh.delete_vertex(vh(5), false); // an inner one
+    mesh.add_vertex(Vector3f(9, 9, 9));
+    int edges = 0;
+    int most = 0;
+    int vertices = 0;
+    for (auto const v : mesh.vertices())
+    {
+        int at_vertex = 0;
+        for (auto const e : mesh.edges())
+        {
+            at_vertex += e.v0() == v || e.v1() == v ? 1 : 0;
+        }
+        edges += at_vertex;
+        most = std::max(most, at_vertex);
+        ++vertices;
+    }
+    OpenWholeFiller filler;
+    filler.begin_run(mesh);
+    filler.calc_mesh_fea();
+    EXPECT_EQ(filler.min_ring, 0);
+    EXPECT_EQ(filler.max_ring, most);
+    EXPECT_DOUBLE_EQ(filler.avg_ring, static_cast<double>(edges) / vertices);
+}
+
 TEST(HoleFilling, LogsTheLengthsOfTheHolesItFinds)
 {
     OpenWholeFiller filler;

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <vector>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -36,6 +38,11 @@ double face_area(TriMesh const& mesh, OpenMesh::FaceHandle face)
         return 0.0;
     }
     return std::sqrt(square);
+}
+
+std::size_t index_of(OpenMesh::VertexHandle vertex)
+{
+    return static_cast<std::size_t>(vertex.idx());
 }
 
 template <typename Handle, typename Measure>
@@ -81,9 +88,22 @@ Extent face_areas(TriMesh const& mesh)
 
 Extent valences(TriMesh const& mesh)
 {
+    // Walking round each vertex would read the links of the whole mesh out of their order.
+    std::vector<int> edges(mesh.n_vertices(), 0);
+    CancelPoll poll;
+    for (auto const edge : mesh.all_edges())
+    {
+        poll.next();
+        if (!is_deleted(mesh, edge))
+        {
+            ++edges[index_of(mesh.to_vertex_handle(mesh.halfedge_handle(edge, 0)))];
+            ++edges[index_of(mesh.to_vertex_handle(mesh.halfedge_handle(edge, 1)))];
+        }
+    }
     return measure_all<OpenMesh::VertexHandle>(
         mesh, mesh.n_vertices(),
-        [&](OpenMesh::VertexHandle vertex) { return static_cast<double>(mesh.valence(vertex)); });
+        [&](OpenMesh::VertexHandle vertex)
+        { return static_cast<double>(edges[index_of(vertex)]); });
 }
 
 } // namespace OrvaneAlgorithm::detail
