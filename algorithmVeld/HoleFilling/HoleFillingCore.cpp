@@ -12,8 +12,8 @@
 #include "algorithmVeld/HoleFilling/careful/PatchGrowth.h"
 #include "algorithmVeld/common/arrays/checked.h"
 #include "algorithmVeld/common/mesh/EdgeLengths.h"
-#include "algorithmVeld/common/mesh/KernelExchange.h"
 #include "algorithmVeld/common/mesh/MeshNormals.h"
+#include "algorithmVeld/common/mesh/MeshRoom.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/Progress.h"
@@ -236,19 +236,16 @@ void HoleFillingCore::add_run_properties()
 {
     old_verts_ = mesh_->n_vertices();
     old_faces_ = mesh_->n_faces();
-    // What the mesh has room for, or will be given when it has to be moved.
-    auto const capacity = detail::capacity_of(*mesh_);
-    std::size_t const verts = std::max(capacity.vertices, old_verts_ + old_verts_ / 8);
-    std::size_t const faces = std::max(capacity.faces, old_faces_ + old_faces_ / 8);
-    detail::add_filled_property(*mesh_, vert_edge_len_prop_, "<vprop>", 0.0F, verts);
-    detail::add_filled_property(*mesh_, face_new_prop_, "<fprop>", false, faces);
-    detail::add_filled_property(*mesh_, face_hole_prop_, "<fprop>", -1, faces);
-    detail::add_filled_property(*mesh_, face_region_prop_, "<fprop>", false, faces);
-    detail::add_filled_property(*mesh_, vert_new_prop_, "<vprop>", false, verts);
-    detail::add_filled_property(*mesh_, vert_hole_prop_, "<vprop>", -1, verts);
-    detail::add_filled_property(*mesh_, vert_region_prop_, "<vprop>", false, verts);
-    detail::add_filled_property(*mesh_, vert_patch_prop_, "<vprop>", -1, verts);
-    detail::add_filled_property(*mesh_, vert_patch_index_prop_, "<vprop>", -1, verts);
+    auto const room = detail::room_for_new_arrays(*mesh_);
+    detail::add_filled_property(*mesh_, vert_edge_len_prop_, "<vprop>", 0.0F, room.vertices);
+    detail::add_filled_property(*mesh_, face_new_prop_, "<fprop>", false, room.faces);
+    detail::add_filled_property(*mesh_, face_hole_prop_, "<fprop>", -1, room.faces);
+    detail::add_filled_property(*mesh_, face_region_prop_, "<fprop>", false, room.faces);
+    detail::add_filled_property(*mesh_, vert_new_prop_, "<vprop>", false, room.vertices);
+    detail::add_filled_property(*mesh_, vert_hole_prop_, "<vprop>", -1, room.vertices);
+    detail::add_filled_property(*mesh_, vert_region_prop_, "<vprop>", false, room.vertices);
+    detail::add_filled_property(*mesh_, vert_patch_prop_, "<vprop>", -1, room.vertices);
+    detail::add_filled_property(*mesh_, vert_patch_index_prop_, "<vprop>", -1, room.vertices);
 }
 
 void HoleFillingCore::fair_patches()

@@ -5,6 +5,7 @@
 #include "algorithmVeld/common/mesh/AddFace.h"
 #include "algorithmVeld/common/mesh/Compaction.h"
 #include "algorithmVeld/common/mesh/KernelExchange.h"
+#include "algorithmVeld/common/mesh/MeshRoom.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Progress.h"
 
@@ -160,16 +161,11 @@ bool is_vertex_linked(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
     return !h.is_valid() || (mesh.is_valid_handle(h) && mesh.from_vertex_handle(h) == vertex);
 }
 
-/// What a list is to have room for, so that `more` elements fit into it.
-size_t size_with_room(size_t n, size_t more, size_t capacity)
-{
-    return n + more <= capacity ? capacity : n + std::max(more, n / 8);
-}
-
 } // namespace
 
-TriMesh::TriMesh(TriMesh const& other) : BaseData(other), Kernel(static_cast<Kernel const&>(other))
+TriMesh::TriMesh(TriMesh const& other) : TriMesh()
 {
+    *this = other;
 }
 
 TriMesh& TriMesh::operator=(TriMesh const& other)
@@ -178,6 +174,7 @@ TriMesh& TriMesh::operator=(TriMesh const& other)
     if (this != &other)
     {
         BaseData::operator=(other);
+        detail::make_room_for_copy(*this, other);
         Kernel::operator=(other);
     }
     return *this;
@@ -360,10 +357,8 @@ void TriMesh::rebuild_from_faces()
 
 void TriMesh::reserve_more(size_t vertices, size_t edges, size_t faces)
 {
-    auto const capacity = detail::capacity_of(*this);
-    reserve(size_with_room(n_vertices(), vertices, capacity.vertices),
-            size_with_room(n_edges(), edges, capacity.edges),
-            size_with_room(n_faces(), faces, capacity.faces));
+    auto const room = detail::room_for_more(*this, {vertices, edges, faces});
+    reserve(room.vertices, room.edges, room.faces);
 }
 
 } // namespace OrvaneAlgorithm

@@ -1,5 +1,6 @@
 #include "algorithmVeld/common/TriMesh.h"
 
+#include "algorithmVeld/common/mesh/MeshNormals.h"
 #include "swap_support.h"
 #include "tests/support/files.h"
 #include "tests/support/meshes.h"
@@ -338,6 +339,50 @@ TEST(TriMesh, MakingRoomAgainAndAgainSeldomMovesTheArrays)
         place = mesh.points();
     }
     EXPECT_LE(moves, 7) << "by an eighth each, from 441 to twice as many";
+}
+
+/// A grid whose arrays have no room for anything else.
+TriMesh full_grid(int n)
+{
+    TriMesh const source = grid(n, n);
+    TriMesh mesh;
+    mesh.reserve(source.n_vertices(), source.n_edges(), source.n_faces());
+    for (auto const v : source.vertices())
+    {
+        mesh.add_vertex(source.point(v));
+    }
+    for (auto const f : source.faces())
+    {
+        auto const h = source.halfedge_handle(f);
+        mesh.add_face(source.from_vertex_handle(h), source.to_vertex_handle(h),
+                      source.opposite_vh(h));
+    }
+    return mesh;
+}
+
+TEST(TriMesh, WhereLittleRoomIsMadeNewerArraysStayWhereTheyAre)
+{
+    TriMesh mesh = full_grid(8);
+    detail::renew_normals(mesh);
+    auto const* const normals = mesh.property(mesh.face_normals_pph()).data();
+    mesh.reserve_more(1, 2, 1);
+    mesh.resize(mesh.n_vertices() + 1, mesh.n_edges() + 2, mesh.n_faces() + 1);
+    EXPECT_EQ(mesh.property(mesh.face_normals_pph()).data(), normals);
+}
+
+TEST(TriMesh, LinksOfACopyHaveRoomForMore)
+{
+    TriMesh const mesh = grid(8, 8);
+    TriMesh assigned;
+    assigned = mesh;
+    for (TriMesh copy : {TriMesh(mesh), assigned})
+    {
+        auto const* const edges = &copy.edge(OpenMesh::EdgeHandle(0));
+        auto const* const faces = &copy.face(OpenMesh::FaceHandle(0));
+        copy.resize(copy.n_vertices(), copy.n_edges() + 10, copy.n_faces() + 10);
+        EXPECT_EQ(&copy.edge(OpenMesh::EdgeHandle(0)), edges);
+        EXPECT_EQ(&copy.face(OpenMesh::FaceHandle(0)), faces);
+    }
 }
 
 TEST(TriMeshSwap, BringsLinksPointsAndAttributesBack)

@@ -122,6 +122,25 @@ TEST_P(RoundTrip, KeepsAPointCloud)
     EXPECT_EQ(back.n_faces(), 0U);
 }
 
+// So that holes are filled without moving the mesh.
+TEST_P(RoundTrip, LeavesRoomForMore)
+{
+    std::string error;
+    ASSERT_TRUE(write_mesh(file(), rich_mesh(), error)) << error;
+    TriMesh mesh;
+    MeshReadReport report;
+    ASSERT_TRUE(read_mesh(file(), mesh, report)) << report.error;
+    auto const* const points = mesh.points();
+    auto const* const normals = mesh.vertex_normals();
+    auto const* const edges = &mesh.edge(OpenMesh::EdgeHandle(0));
+    auto const* const faces = &mesh.face(OpenMesh::FaceHandle(0));
+    mesh.resize(mesh.n_vertices() * 9 / 8, mesh.n_edges() * 9 / 8, mesh.n_faces() * 9 / 8);
+    EXPECT_EQ(mesh.points(), points);
+    EXPECT_EQ(mesh.vertex_normals(), normals);
+    EXPECT_EQ(&mesh.edge(OpenMesh::EdgeHandle(0)), edges);
+    EXPECT_EQ(&mesh.face(OpenMesh::FaceHandle(0)), faces);
+}
+
 TEST_P(RoundTrip, MakesBytesOfColoursBeyondTheRange)
 {
     auto mesh = veld_test::lone_triangle();

@@ -1,43 +1,13 @@
 #include "algorithmVeld/common/mesh/KernelExchange.h"
 
+#include "algorithmVeld/common/mesh/KernelLists.h"
+
 #include <algorithm>
 #include <utility>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
 {
-
-/// Hands out a member that its class keeps private. Only an explicit instantiation may name it, and
-/// that defines the friend function by which the rest of the file gets at it.
-template <typename Tag, typename Tag::Pointer MEMBER>
-struct Opened
-{
-    friend typename Tag::Pointer pointer_to(Tag) { return MEMBER; }
-};
-
-/// A private list of OpenMesh's kernel.
-template <typename Item>
-struct ListOf
-{
-    using Pointer = std::vector<Item> OpenMesh::ArrayKernel::*;
-};
-
-struct Vertices : ListOf<OpenMesh::ArrayItems::Vertex>
-{
-    friend Pointer pointer_to(Vertices);
-};
-struct Edges : ListOf<OpenMesh::ArrayItems::Edge>
-{
-    friend Pointer pointer_to(Edges);
-};
-struct Faces : ListOf<OpenMesh::ArrayItems::Face>
-{
-    friend Pointer pointer_to(Faces);
-};
-
-template struct Opened<Vertices, &OpenMesh::ArrayKernel::vertices_>;
-template struct Opened<Edges, &OpenMesh::ArrayKernel::edges_>;
-template struct Opened<Faces, &OpenMesh::ArrayKernel::faces_>;
 
 namespace
 {
@@ -87,11 +57,12 @@ public:
     }
 
 private:
-    void exchange_lists(OpenMesh::ArrayKernel& mesh)
+    void exchange_lists(Kernel& mesh)
     {
-        vertices_.swap(mesh.*pointer_to(Vertices()));
-        edges_.swap(mesh.*pointer_to(Edges()));
-        faces_.swap(mesh.*pointer_to(Faces()));
+        auto const lists = lists_of(mesh);
+        vertices_.swap(lists.vertices);
+        edges_.swap(lists.edges);
+        faces_.swap(lists.faces);
     }
 
     std::vector<OpenMesh::ArrayItems::Vertex> vertices_;
@@ -110,13 +81,6 @@ void exchange_kernels(Kernel& a, Kernel& b)
     std::swap(a, b);
     of_b.put_into(a);
     of_a.put_into(b);
-}
-
-KernelCapacity capacity_of(Kernel& mesh)
-{
-    OpenMesh::ArrayKernel& lists = mesh;
-    return {(lists.*pointer_to(Vertices())).capacity(), (lists.*pointer_to(Edges())).capacity(),
-            (lists.*pointer_to(Faces())).capacity()};
 }
 
 } // namespace OrvaneAlgorithm::detail

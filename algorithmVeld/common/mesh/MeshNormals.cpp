@@ -1,10 +1,12 @@
 #include "algorithmVeld/common/mesh/MeshNormals.h"
 
+#include "algorithmVeld/common/mesh/MeshRoom.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 
 #include <cstddef>
 #include <exception>
+#include <vector>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -79,13 +81,26 @@ Vector3f vertex_normal(TriMesh const& mesh, Vector3f const* face_normals, Vertex
     return sum;
 }
 
+/// Gives an array room, before it has values.
+void make_room(std::vector<Vector3f>& normals, std::size_t room)
+{
+    std::vector<Vector3f> roomy;
+    roomy.reserve(room);
+    roomy.resize(normals.size());
+    normals.swap(roomy);
+}
+
 /// Takes requests back if an exception leaves the scope: half of the normals would be taken for all
 /// by the next who finds them.
 class NormalRequests
 {
 public:
     NormalRequests(TriMesh& mesh, bool faces, bool vertices)
-        : mesh_(mesh), faces_(faces), vertices_(vertices)
+        : mesh_(mesh),
+          faces_(faces),
+          vertices_(vertices),
+          new_faces_(!mesh.has_face_normals()),
+          new_vertices_(!mesh.has_vertex_normals())
     {
         if (faces_)
         {
@@ -113,10 +128,26 @@ public:
     NormalRequests(NormalRequests const&) = delete;
     NormalRequests& operator=(NormalRequests const&) = delete;
 
+    /// Gives the arrays that were not there before the room of the others.
+    void make_room_in_new_arrays() const
+    {
+        auto const room = room_for_new_arrays(mesh_);
+        if (faces_ && new_faces_)
+        {
+            make_room(mesh_.property(mesh_.face_normals_pph()).data_vector(), room.faces);
+        }
+        if (vertices_ && new_vertices_)
+        {
+            make_room(mesh_.property(mesh_.vertex_normals_pph()).data_vector(), room.vertices);
+        }
+    }
+
 private:
     TriMesh& mesh_;
     bool faces_;
     bool vertices_;
+    bool new_faces_;
+    bool new_vertices_;
     int exceptions_ = std::uncaught_exceptions();
 };
 
@@ -164,6 +195,7 @@ void update_halfedge_normals(TriMesh& mesh)
 void renew_normals(TriMesh& mesh)
 {
     NormalRequests const requests(mesh, true, true);
+    requests.make_room_in_new_arrays();
     bool const has_halfedge_normals = mesh.has_halfedge_normals();
     Stages stages({1.0, 1.0, has_halfedge_normals ? 10.0 : 0.0});
     stages.next();
@@ -184,6 +216,7 @@ void provide_normals(TriMesh& mesh)
         return;
     }
     NormalRequests const requests(mesh, !mesh.has_face_normals(), !mesh.has_vertex_normals());
+    requests.make_room_in_new_arrays();
     Stages stages({1, 1});
     stages.next();
     update_face_normals(mesh);

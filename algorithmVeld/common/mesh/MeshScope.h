@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/TriMesh.h"
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
@@ -32,18 +33,42 @@ private:
     Handle handle_;
 };
 
-/// Adds a property to the mesh with the same value on every element.
+/// A kind of elements: how many there are, and how a mesh is given a property of theirs.
+struct ElementKind
+{
+    std::size_t n;
+    std::size_t (OpenMesh::BaseKernel::*give)(OpenMesh::BaseProperty*);
+};
+template <typename T>
+ElementKind kind_of(TriMesh const& mesh, OpenMesh::VPropHandleT<T> /*handle*/)
+{
+    return {mesh.n_vertices(), &OpenMesh::BaseKernel::_add_vprop};
+}
+template <typename T>
+ElementKind kind_of(TriMesh const& mesh, OpenMesh::EPropHandleT<T> /*handle*/)
+{
+    return {mesh.n_edges(), &OpenMesh::BaseKernel::_add_eprop};
+}
+template <typename T>
+ElementKind kind_of(TriMesh const& mesh, OpenMesh::FPropHandleT<T> /*handle*/)
+{
+    return {mesh.n_faces(), &OpenMesh::BaseKernel::_add_fprop};
+}
+
+/// Adds a property to the mesh with the same value on every element. OpenMesh itself would first
+/// write other values to all of them.
 /// \param capacity for how many elements it gets room at least
 template <typename Handle, typename Value>
 void add_filled_property(TriMesh& mesh, Handle& handle, char const* name, Value const& value,
                          std::size_t capacity = 0)
 {
-    mesh.add_property(handle, name);
-    auto& array = mesh.property(handle).data_vector();
-    std::vector<Value> values;
-    values.reserve(capacity);
-    values.assign(array.size(), value);
-    array.swap(values);
+    auto const kind = kind_of(mesh, handle);
+    auto property =
+        std::make_unique<OpenMesh::PropertyT<Value>>(name, OpenMesh::get_type_name<Value>());
+    property->data_vector().reserve(capacity);
+    property->data_vector().assign(kind.n, value);
+    handle = Handle(static_cast<int>((mesh.*kind.give)(property.get())));
+    static_cast<void>(property.release()); // the mesh has it
 }
 
 /// Whether a deletion marks halfedges too. Nothing is removed by their marks.

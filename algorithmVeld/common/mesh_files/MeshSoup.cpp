@@ -11,6 +11,18 @@ namespace OrvaneAlgorithm::detail
 namespace
 {
 
+void request_attributes(MeshSoup const& soup, TriMesh& mesh)
+{
+    if (!soup.normals.empty())
+    {
+        mesh.request_vertex_normals();
+    }
+    if (!soup.colors.empty())
+    {
+        mesh.request_vertex_colors();
+    }
+}
+
 void add_vertices(MeshSoup const& soup, TriMesh& mesh)
 {
     CancelPoll poll;
@@ -21,7 +33,6 @@ void add_vertices(MeshSoup const& soup, TriMesh& mesh)
     }
     if (!soup.normals.empty())
     {
-        mesh.request_vertex_normals();
         for (auto const vertex : mesh.vertices())
         {
             mesh.set_normal(vertex, soup.normals[static_cast<std::size_t>(vertex.idx())]);
@@ -29,7 +40,6 @@ void add_vertices(MeshSoup const& soup, TriMesh& mesh)
     }
     if (!soup.colors.empty())
     {
-        mesh.request_vertex_colors();
         for (auto const vertex : mesh.vertices())
         {
             mesh.set_color(vertex, soup.colors[static_cast<std::size_t>(vertex.idx())]);
@@ -193,10 +203,10 @@ void clean_attributes(MeshSoup& soup)
 std::vector<std::size_t> build_mesh(MeshSoup const& soup, TriMesh& mesh)
 {
     mesh = TriMesh();
-    // A triangulated surface has at most about three edges a vertex: room for those that will fill
-    // its holes is in that too.
+    request_attributes(soup, mesh);
+    // A triangulated surface has at most about three edges a vertex.
     auto const edges = soup.faces.empty() ? 0 : 3 * soup.points.size();
-    mesh.reserve(soup.points.size(), edges, soup.faces.size());
+    mesh.reserve_more(soup.points.size(), edges, soup.faces.size());
     add_vertices(soup, mesh);
     return add_faces(soup, mesh);
 }
