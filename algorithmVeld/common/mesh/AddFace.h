@@ -109,7 +109,7 @@ public:
         {
             if (needs_adjusting[i])
             {
-                mesh.adjust_outgoing_halfedge(corners_[i]);
+                choose_outgoing(mesh, corners_[i]);
             }
         }
         return face;
@@ -184,6 +184,23 @@ private:
         }
         link_later(in, out);
         return false;
+    }
+
+    /// The own halfedge of a vertex on a boundary is one of the boundary: the first behind the one
+    /// that it was.
+    static void choose_outgoing(TriMesh& mesh, OpenMesh::VertexHandle vertex)
+    {
+        auto const first = mesh.halfedge_handle(vertex);
+        auto h = first;
+        do
+        {
+            if (mesh.is_boundary(h))
+            {
+                mesh.set_halfedge_handle(vertex, h);
+                return;
+            }
+            h = mesh.next_halfedge_handle(mesh.opposite_halfedge_handle(h));
+        } while (h != first);
     }
 
     TriMesh const& mesh_;
