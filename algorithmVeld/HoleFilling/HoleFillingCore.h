@@ -34,7 +34,7 @@ struct TriangulationRule;
 /// grows: no element is deleted from it, and handles stay valid. Log lines are printed while
 /// `gPH.log_enabled` is true.
 ///
-/// Two things are left to the caller. New vertices and faces have no normals after a call, and
+/// Two things are left to the caller. Normals of new vertices and faces are zero after a call, and
 /// those of what moved are the old ones: `update_normals` of the mesh computes them. And each run
 /// adds nine properties to the mesh, which stay on it beside those of the runs before.
 ///

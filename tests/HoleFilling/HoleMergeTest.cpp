@@ -113,6 +113,34 @@ TEST(HoleMerge, NewVerticesComeWithTheirPoints)
     }
 }
 
+TEST(HoleMerge, NormalsAndColoursOfNewElementsAreZeroWhateverWasInTheMemory)
+{
+    SquareHole hole;
+    hole.fill_with_fan({2, 2, 0});
+    auto& mesh = hole.mesh;
+    mesh.request_vertex_normals();
+    mesh.request_vertex_colors();
+    mesh.request_face_normals();
+    for (auto* const array : {&mesh.property(mesh.vertex_normals_pph()).data_vector(),
+                              &mesh.property(mesh.vertex_colors_pph()).data_vector(),
+                              &mesh.property(mesh.face_normals_pph()).data_vector()})
+    {
+        auto const n = array->size();
+        array->assign(n + 50, Vector3f(7, 7, 7));
+        array->resize(n);
+    }
+    auto const merged =
+        detail::merge_fill(mesh, detail::take_fill(hole.sub), detail::RefusedFace::IS_LEFT_OUT);
+    ASSERT_EQ(merged.verts.size(), 1U);
+    EXPECT_EQ(mesh.normal(merged.verts[0]), Vector3f(0, 0, 0));
+    EXPECT_EQ(mesh.color(merged.verts[0]), Vector3f(0, 0, 0));
+    EXPECT_EQ(mesh.normal(vh(24)), Vector3f(7, 7, 7)) << "others stay";
+    for (auto const face : merged.faces)
+    {
+        EXPECT_EQ(mesh.normal(face), Vector3f(0, 0, 0));
+    }
+}
+
 TEST(HoleMerge, AFaceThatTheMeshRefusesIsLoggedAndTheOthersGoIn)
 {
     SquareHole hole;

@@ -12,6 +12,27 @@ namespace
 
 using OpenMesh::VertexHandle;
 
+/// What a new element has in the mesh's arrays is what was in the memory before. It goes to files.
+void clear_attributes(TriMesh& mesh, VertexHandle vertex)
+{
+    if (mesh.has_vertex_normals())
+    {
+        mesh.set_normal(vertex, Vector3f::Zero());
+    }
+    if (mesh.has_vertex_colors())
+    {
+        mesh.set_color(vertex, Vector3f::Zero());
+    }
+}
+
+void clear_attributes(TriMesh& mesh, OpenMesh::FaceHandle face)
+{
+    if (mesh.has_face_normals())
+    {
+        mesh.set_normal(face, Vector3f::Zero());
+    }
+}
+
 /// The new vertices in the mesh, by their places in the fill.
 std::vector<VertexHandle> add_vertices(TriMesh& mesh, Fill const& fill)
 {
@@ -23,7 +44,9 @@ std::vector<VertexHandle> add_vertices(TriMesh& mesh, Fill const& fill)
         if (!vertices.back().is_valid())
         {
             log("  !!!fail to merge vert [%s (%d)]\n", __FILE__, __LINE__);
+            continue;
         }
+        clear_attributes(mesh, vertices.back());
     }
     return vertices;
 }
@@ -84,6 +107,7 @@ MergedFill merge_fill(TriMesh& mesh, Fill const& fill, RefusedFace refused)
         auto const face = add_face_checked(mesh, vertex_of(a), vertex_of(b), vertex_of(c));
         if (face.is_valid())
         {
+            clear_attributes(mesh, face);
             merged.faces.push_back(face);
             continue;
         }

@@ -44,7 +44,7 @@ struct MergedFill
     bool complete = true; ///< Whether the mesh took every face.
 };
 
-/// Adds the new vertices and faces of a fill to the mesh.
+/// Adds the new vertices and faces of a fill to the mesh. Their normals and colours are zero.
 MergedFill merge_fill(TriMesh& mesh, Fill const& fill, RefusedFace refused);
 
 } // namespace OrvaneAlgorithm::detail
