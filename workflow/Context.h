@@ -17,6 +17,7 @@ enum class WarningCode
     FRAME_LEFT_OUT, ///< A frame that cannot be used.
     FRAME_MENDED,   ///< A frame that had to be mended.
     PATCH_UNFAIRED, ///< A filling that is too large to be made smooth.
+    MESH_CUT_AWAY,  ///< More than half of a mesh that lay in the regions around its holes.
     UNITS_UNLIKELY, ///< Lengths that look like metres.
     STICK_EMPTY     ///< A stick of which nothing was found.
 };

@@ -88,6 +88,7 @@ void HoleFilling::begin_run(TriMesh const& mesh)
     regions_.clear();
     hole_lengths_.clear();
     open_holes_.clear();
+    cut_faces_ = 0;
     border_.clear();
     searched_ = false;
     is_cut_ = false;
@@ -261,6 +262,7 @@ void HoleFilling::delete_flagged_faces(FPropHandleT<bool> flag)
 {
     detail::DeletionScope const status(mesh_);
     detail::LoopProgress progress(mesh_.n_faces());
+    std::size_t const faces = mesh_.n_faces();
     for (auto const face : mesh_.all_faces())
     {
         progress.next();
@@ -271,6 +273,7 @@ void HoleFilling::delete_flagged_faces(FPropHandleT<bool> flag)
     }
     detail::compact(mesh_);
     is_cut_ = true;
+    cut_faces_ += faces - mesh_.n_faces();
 }
 
 void HoleFilling::process_holes()

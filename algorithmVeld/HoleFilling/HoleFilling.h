@@ -76,6 +76,8 @@ public:
 
     /// The holes of the last run that stayed open, by vertices of the mesh that came out, and why.
     std::vector<OpenHole> const& open_holes() const { return open_holes_; }
+    /// How many faces the last run cut away.
+    std::size_t cut_faces() const { return cut_faces_; }
 
     /// \name Settings
     /// @{
@@ -260,6 +262,7 @@ private:
     std::set<int> border_;
     bool searched_ = false; ///< Whether the holes of this run have been searched for before.
     bool is_cut_ = false;   ///< Whether this run has cut regions away.
+    std::size_t cut_faces_ = 0;
     std::vector<OpenHole> open_holes_;
 };
 

@@ -122,6 +122,10 @@ void MarkerHoleFilling::region_processing()
     detail::ScopedProperty<FPropHandleT<bool>> const region(mesh_, "<fprop>");
     marker_region_prop_ = region.handle();
     expand_marker_holes();
+    if (keep_regions_)
+    {
+        return;
+    }
     // Anything but smoothing cuts here, while the whole-mesh filling knows a third way.
     if (region_process_type_ != 0)
     {

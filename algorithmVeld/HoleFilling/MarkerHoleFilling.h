@@ -26,6 +26,9 @@ public:
 
     /// How far from a marker the centre of its hole may lie, in millimetres; below, not at it.
     void set_marker_search_radius(double radius) { marker_search_radius_ = radius; }
+    /// Whether the regions are neither cut nor smoothed, for which `set_region_process_type` has no
+    /// value here. Off by default.
+    void set_keep_regions(bool keep) { keep_regions_ = keep; }
     /// Without influence.
     void set_marker_expand_factor(double factor) { marker_expand_factor_ = factor; }
     /// Whether the search is logged marker by marker.
@@ -44,6 +47,7 @@ private:
 
     double marker_expand_factor_ = 10.0;
     double marker_search_radius_ = 1.0;
+    bool keep_regions_ = false;
     std::vector<Vector3f> markers_;
     std::vector<Vector3f> hole_centers_;
     std::vector<HoleRadius> hole_radii_;

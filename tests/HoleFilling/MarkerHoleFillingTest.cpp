@@ -115,6 +115,34 @@ TEST(MarkerHoleFilling, TheSearchRadiusItselfIsOutOfReach)
     }
 }
 
+TEST(MarkerHoleFilling, KeptRegionsAreNeitherCutNorSmoothed)
+{
+    for (int const type : {0, 1, 2})
+    {
+        TriMesh mesh = sheet();
+        auto const vertices = mesh.n_vertices();
+        auto const faces = mesh.n_faces();
+        mesh.point(veld_test::vh(9 * 43 + 11)).z() =
+            0.25F; // two edges from the first hole's centre
+        std::vector<Vector3f> points;
+        for (auto const v : mesh.vertices())
+        {
+            points.push_back(mesh.point(v));
+        }
+        MarkerHoleFilling filling;
+        filling.set_region_process_type(type);
+        filling.set_keep_regions(true);
+        filling.marker_holes_filling(mesh, {FIRST});
+        EXPECT_EQ(loop_count(mesh), 3);
+        EXPECT_EQ(filling.cut_faces(), 0U);
+        EXPECT_GT(mesh.n_faces(), faces);
+        for (std::size_t i = 0; i < vertices; ++i)
+        {
+            EXPECT_EQ(mesh.point(veld_test::vh(static_cast<int>(i))), points[i]);
+        }
+    }
+}
+
 TEST(MarkerHoleFilling, CutsTheRegionAwayAndFillsWhatGrew)
 {
     // The third way of the whole-mesh filling, neither cutting nor smoothing, is none here.

@@ -247,19 +247,23 @@ TEST(BadArguments, UnknownCommandIsNamed)
 TEST(BadArguments, OptionThatTheMethodDoesNotUseIsNamed)
 {
     MeshDir const dir(grid_with_hole(2));
-    std::vector<std::array<std::string, 3>> const calls{{"trim", "--rings", "2"},
-                                                        {"clip", "--rings", "2"},
-                                                        {"trim", "--smooth", "c2"},
-                                                        {"core", "--edge-length", "1"},
-                                                        {"core", "--normal-angle", "90"}};
+    std::vector<std::array<std::string, 3>> const calls{
+        {"trim", "--rings", "2"},           {"clip", "--rings", "2"},
+        {"trim", "--smooth", "c2"},         {"core", "--edge-length", "1"},
+        {"core", "--normal-angle", "90"},   {"core", "--region", "none"},
+        {"core", "--markers", dir.mesh()},  {"whole", "--rings", "2"},
+        {"whole", "--markers", dir.mesh()}, {"whole", "--small-edges", "2"},
+        {"auto", "--region", "delete"},     {"auto", "--edge-length", "1"}};
     for (auto const& [method, option, value] : calls)
     {
         expect_refused(run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply"), "--method", method,
                                  option, value}),
                        option + ": --method " + method + " does not use it");
     }
-    expect_refused(run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply"), "--rings", "2"}),
-                   "--rings: --method trim does not use it");
+    expect_refused(run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply"), "--edge-length", "2"}),
+                   "--edge-length: --method auto does not use it");
+    expect_refused(run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply"), "--method", "markers"}),
+                   "--method: markers needs --markers");
     EXPECT_THAT(files_in(dir.path()), ElementsAre("mesh.ply"));
 }
 

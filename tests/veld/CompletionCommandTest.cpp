@@ -50,7 +50,8 @@ TEST(CompletionCommand, BashCompletesCommands)
 TEST(CompletionCommand, BashCompletesOptionsOfTheCommand)
 {
     EXPECT_THAT(completions({"fill", "a.ply", "--m"}),
-                testing::UnorderedElementsAre("--method", "--max-perimeter", "--max-edges"));
+                testing::UnorderedElementsAre("--method", "--max-perimeter", "--max-edges",
+                                              "--markers", "--marker-radius"));
     EXPECT_THAT(completions({"render", "--m"}), testing::IsEmpty());
     EXPECT_THAT(completions({"info", "-"}), Contains("--no-overwrite"));
     EXPECT_THAT(completions({"info", "-"}), Not(Contains("--method")));

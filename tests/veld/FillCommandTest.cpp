@@ -127,8 +127,9 @@ nlohmann::json open_hole(nlohmann::json const& json, int edges)
 TEST_P(FillCommand, HasTheDocumentedKeys)
 {
     auto const json = fill(sheet());
-    EXPECT_THAT(keys_of(json), UnorderedElementsAre("holes_before", "holes_after", "new_faces",
-                                                    "new_vertices", "seconds", "open"));
+    EXPECT_THAT(keys_of(json),
+                UnorderedElementsAre("holes_before", "holes_after", "cut_faces", "closed",
+                                     "new_faces", "new_vertices", "seconds", "open"));
     ASSERT_EQ(json["open"].size(), 1U);
     EXPECT_THAT(keys_of(json["open"][0]),
                 UnorderedElementsAre("hole", "edges", "perimeter", "reason"));
@@ -301,5 +302,97 @@ TEST_P(FillCommand, SameBytesForAnyNumberOfThreads)
 
 INSTANTIATE_TEST_SUITE_P(Methods, FillCommand, testing::Values("clip", "trim"),
                          [](auto const& method) { return std::string(method.param); });
+
+/// A sheet with a hole of four edges and two of 24, the second around (31, 31).
+TriMesh sheet_with_three_holes()
+{
+    std::vector<Cell> missing{{10, 30}};
+    for (int y = 0; y < 6; ++y)
+    {
+        for (int x = 0; x < 6; ++x)
+        {
+            missing.emplace_back(8 + x, 8 + y);
+            missing.emplace_back(28 + x, 28 + y);
+        }
+    }
+    return grid_without(40, 40, missing);
+}
+
+TEST(FillAuto, IsTheDefaultAndTellsWhichHoleWentWhichWay)
+{
+    MeshDir const dir(sheet_with_three_holes());
+    write_file(dir.file("markers.txt"), "31 31 0.5\n");
+    std::vector<std::string> arguments{"fill",
+                                       dir.mesh(),
+                                       "-o",
+                                       dir.file("out.ply"),
+                                       "--markers",
+                                       dir.file("markers.txt"),
+                                       "--max-perimeter",
+                                       "100"};
+    std::string const text = run_veld(arguments).out;
+    EXPECT_THAT(text, HasSubstr("4 holes before, 1 after"));
+    for (std::string const way : {"markers", "trim", "core"})
+    {
+        EXPECT_THAT(text, HasSubstr("\n  " + way + " closed 1 hole\n"));
+    }
+    EXPECT_THAT(text, testing::Not(HasSubstr("whole closed")));
+    EXPECT_THAT(text, testing::Not(HasSubstr("of the input")));
+    arguments.emplace_back("--verbose");
+    std::string const all = run_veld(arguments).out;
+
+    // Each hole by its number in the list of the input's holes.
+    auto const holes = run_veld({"holes", dir.mesh(), "--json"}).json()["holes"];
+    for (std::size_t i = 0; i < holes.size(); ++i)
+    {
+        int const edges = holes[i]["edges"];
+        double const x = holes[i]["centre"][0];
+        std::string const way = edges == 4 ? "trim" : x > 25.0 ? "markers" : "core";
+        EXPECT_EQ(all.find("  " + way + " closed hole " + std::to_string(i) + " of the input (" +
+                           std::to_string(edges) + " edges") != std::string::npos,
+                  edges < 100)
+            << all;
+    }
+}
+
+TEST(FillAuto, MarkersAreTheOnlyHolesThatTheirMethodCloses)
+{
+    MeshDir const dir(sheet_with_three_holes());
+    write_file(dir.file("markers.txt"), "31 31 0.5\n");
+    std::vector<std::string> arguments{"fill",
+                                       dir.mesh(),
+                                       "-o",
+                                       dir.file("out.ply"),
+                                       "--method",
+                                       "markers",
+                                       "--markers",
+                                       dir.file("markers.txt"),
+                                       "--max-perimeter",
+                                       "100",
+                                       "--json"};
+    auto const json = run_veld(arguments).json();
+    EXPECT_EQ(json["cut_faces"], 0);
+    ASSERT_EQ(json["closed"].size(), 1U);
+    EXPECT_THAT(keys_of(json["closed"][0]),
+                UnorderedElementsAre("hole", "edges", "perimeter", "method"));
+    EXPECT_EQ(json["closed"][0]["method"], "markers");
+    EXPECT_EQ(json["holes_after"], 3);
+    // Out of reach at exactly the radius.
+    arguments.insert(arguments.end(), {"--marker-radius", "0.5"});
+    EXPECT_EQ(run_veld(arguments).json()["closed"].size(), 0U);
+}
+
+TEST(FillAuto, WhatIsCutAwayIsTold)
+{
+    MeshDir const dir(sheet_with_three_holes());
+    auto const fill = [&](std::string const& region)
+    {
+        return run_veld({"fill", dir.mesh(), "-o", dir.file("out.ply"), "--method", "whole",
+                         "--region", region, "--region-rings", "2", "--max-perimeter", "100"})
+            .out;
+    };
+    EXPECT_THAT(fill("delete"), testing::ContainsRegex("[0-9]+ faces around holes cut away first"));
+    EXPECT_THAT(fill("smooth"), testing::Not(HasSubstr("cut away")));
+}
 
 } // namespace

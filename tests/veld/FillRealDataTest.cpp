@@ -31,7 +31,7 @@ TEST_F(FillRealData, HolesSaidToBeBeyondALimitAreBeyondIt)
     {
         std::string const path = file.string();
         double const diagonal = diagonal_of(run_veld({"info", path, "--json"}).json());
-        for (std::string const method : {"clip", "trim", "core"})
+        for (std::string const method : {"clip", "trim", "core", "whole", "auto"})
         {
             TempDir const dir;
             auto const json = run_veld({"fill", path, "-o", dir.file("out.ply"), "--method", method,

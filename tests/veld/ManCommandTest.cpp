@@ -17,7 +17,8 @@ TEST(ManCommand, PageHasEveryCommandWithItsOptionsAndAnExample)
     for (std::string const line :
          {".SS fill", ".SS merge", ".SS completion", "\\fB\\-\\-max\\-perimeter\\fR \\fIL\\fR",
           "\\fB\\-o\\fR, \\fB\\-\\-output\\fR, \\fB\\-\\-out\\fR \\fIOUT\\fR",
-          "One of clip, trim, core.", "veld info scan.ply", ".SH OPTIONS OF ALL COMMANDS"})
+          "One of auto, clip, core, markers, trim, whole.", "veld info scan.ply",
+          ".SH OPTIONS OF ALL COMMANDS"})
     {
         EXPECT_THAT(page, HasSubstr(line));
     }

@@ -36,6 +36,10 @@ TEST(SameBytes, AHostsFillGivesWhatTheProgramGives)
     veld::Context context;
     for (auto const& [name, method] : veld::fill_methods())
     {
+        if (method == veld::FillMethod::MARKERS)
+        {
+            continue; // it needs some
+        }
         veld::FillSettings settings;
         settings.method = method;
         auto const mesh = veld::read_mesh(dir.mesh(), context).mesh;

@@ -50,6 +50,12 @@ TEST(StepJson, SettingsComeBackAsTheyWere)
     fill.smoothness = 0;
     fill.exact_edges = 400;
     fill.max_patch = 9000;
+    fill.region = veld::RegionHandling::SMOOTH;
+    fill.region_rings = 4;
+    fill.weights = veld::FillWeights::UNIFORM;
+    fill.markers.points = {{1.0F, 2.0F, 3.0F}};
+    fill.marker_radius = 2.5;
+    fill.small_edges = 6;
     expect_round_trip(fill);
     veld::RenderSettings render;
     render.width = 10;
@@ -90,7 +96,7 @@ TEST(StepJson, ANameThatIsNotKnownIsATypingError)
     EXPECT_THAT(refusal_of(Json{{"spaceing", 1.0}}, veld::MergeSettings()),
                 HasSubstr("recipe.json: 'spaceing' is not known here"));
     EXPECT_THAT(refusal_of(Json{{"method", "magic"}}, veld::FillSettings()),
-                HasSubstr("'method' has to be one of clip, core, trim"));
+                HasSubstr("'method' has to be one of auto, clip, core, markers, trim, whole"));
     EXPECT_THAT(
         refusal_of(Json{{"clean_ups", {{{"kind", "peel"}, {"ring", 1}}}}}, veld::CleanSettings()),
         HasSubstr("recipe.json: clean_ups[0]: 'ring' is not known here"));

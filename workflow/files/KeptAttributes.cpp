@@ -73,11 +73,11 @@ KeptAttributes::KeptAttributes(TriMesh const& mesh)
     }
 }
 
-void KeptAttributes::restore(TriMesh& mesh) const
+void KeptAttributes::restore(TriMesh& mesh, std::size_t old_faces) const
 {
     if (had_vertex_normals_)
     {
-        restore_normals(mesh);
+        restore_normals(mesh, old_faces);
     }
     else if (mesh.has_vertex_normals())
     {
@@ -93,7 +93,7 @@ void KeptAttributes::restore(TriMesh& mesh) const
     }
 }
 
-void KeptAttributes::restore_normals(TriMesh& mesh) const
+void KeptAttributes::restore_normals(TriMesh& mesh, std::size_t old_faces) const
 {
     mesh.request_face_normals();
     mesh.update_face_normals();
@@ -102,7 +102,7 @@ void KeptAttributes::restore_normals(TriMesh& mesh) const
         bool changed = static_cast<std::size_t>(vertex.idx()) >= normals_.size();
         for (auto const face : mesh.vf_range(vertex))
         {
-            changed = changed || is_changed(mesh, face);
+            changed = changed || is_changed(mesh, face, old_faces);
         }
         mesh.set_normal(vertex, changed ? mesh.calc_vertex_normal(vertex)
                                         : normals_[static_cast<std::size_t>(vertex.idx())]);
@@ -110,10 +110,11 @@ void KeptAttributes::restore_normals(TriMesh& mesh) const
     mesh.release_face_normals();
 }
 
-bool KeptAttributes::is_changed(TriMesh const& mesh, OpenMesh::FaceHandle face) const
+bool KeptAttributes::is_changed(TriMesh const& mesh, OpenMesh::FaceHandle face,
+                                std::size_t old_faces) const
 {
     auto const corners = mesh.fv_range(face);
-    return static_cast<std::size_t>(face.idx()) >= faces_ ||
+    return static_cast<std::size_t>(face.idx()) >= old_faces ||
            std::any_of(
                corners.begin(), corners.end(),
                [&](OpenMesh::VertexHandle corner)
@@ -138,7 +139,7 @@ void KeptAttributes::colour_new_vertices(TriMesh& mesh) const
                         });
 }
 
-void complete_carried(TriMesh const& before, TriMesh& after)
+void complete_carried(TriMesh const& before, TriMesh& after, std::vector<int> const& made_by)
 {
     namespace detail = OrvaneAlgorithm::detail;
     auto const values = detail::carried_values(after);
@@ -158,9 +159,17 @@ void complete_carried(TriMesh const& before, TriMesh& after)
     {
         for_each_new_vertex(after, before.n_vertices(), mix);
     }
-    for (auto i = before.n_faces(); i < after.n_faces() && detail::carries_texcoords(after); ++i)
+    if (!detail::carries_texcoords(after))
     {
-        for (auto const h : after.fh_range(after.face_handle(static_cast<unsigned>(i))))
+        return;
+    }
+    for (auto const face : after.faces())
+    {
+        if (made_by[static_cast<std::size_t>(face.idx())] == 0)
+        {
+            continue;
+        }
+        for (auto const h : after.fh_range(face))
         {
             after.set_texcoord2D(h, detail::no_texcoord());
         }

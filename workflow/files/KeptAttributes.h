@@ -19,11 +19,15 @@ public:
 
     /// Gives the changed mesh the attributes that it had: the same values where the surface is the
     /// same, new normals where it is not, and to new vertices the colours around them.
-    void restore(OrvaneAlgorithm::TriMesh& mesh) const;
+    void restore(OrvaneAlgorithm::TriMesh& mesh) const { restore(mesh, faces_); }
+    /// The same where old faces were taken out.
+    /// \param old_faces how many are left of them; they come before the new ones
+    void restore(OrvaneAlgorithm::TriMesh& mesh, std::size_t old_faces) const;
 
 private:
-    void restore_normals(OrvaneAlgorithm::TriMesh& mesh) const;
-    bool is_changed(OrvaneAlgorithm::TriMesh const& mesh, OpenMesh::FaceHandle face) const;
+    void restore_normals(OrvaneAlgorithm::TriMesh& mesh, std::size_t old_faces) const;
+    bool is_changed(OrvaneAlgorithm::TriMesh const& mesh, OpenMesh::FaceHandle face,
+                    std::size_t old_faces) const;
     void colour_new_vertices(OrvaneAlgorithm::TriMesh& mesh) const;
 
     bool had_vertex_normals_;
@@ -35,9 +39,11 @@ private:
 
 /// \name What a mesh carries from file to file, across a change
 /// @{
-/// Completes what was added behind the old elements: new vertices get the mean of their neighbours'
-/// values, from the rims inwards; new faces have no texture coordinates.
-void complete_carried(OrvaneAlgorithm::TriMesh const& before, OrvaneAlgorithm::TriMesh& after);
+/// Completes what was added: new vertices, which stand behind the old ones, get the mean of their
+/// neighbours' values, from the rims inwards; new faces have no texture coordinates. \param made_by
+/// 0 for each old face of the mesh
+void complete_carried(OrvaneAlgorithm::TriMesh const& before, OrvaneAlgorithm::TriMesh& after,
+                      std::vector<int> const& made_by);
 
 /// Gives points that were made anew the values that they had. Those that are left have their order,
 /// and of points at one place with one normal all are left or none.

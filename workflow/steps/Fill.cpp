@@ -2,18 +2,24 @@
 
 #include "workflow/StepScope.h"
 #include "workflow/files/KeptAttributes.h"
+#include "workflow/steps/ClosingRecord.h"
 #include "workflow/steps/FindHoles.h"
 
 #include "algorithmVeld/HoleFilling/EarClipping.h"
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
+#include "algorithmVeld/HoleFilling/HoleFilling.h"
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
+#include "algorithmVeld/HoleFilling/MarkerHoleFilling.h"
 #include "algorithmVeld/common/ParamHolder.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <chrono>
 #include <limits>
 #include <map>
+#include <memory>
 #include <utility>
 
 namespace veld
@@ -26,6 +32,17 @@ using OrvaneAlgorithm::TriMesh;
 
 namespace
 {
+
+bool is_short_enough(FillSettings const& settings, double perimeter)
+{
+    double const limit = settings.max_perimeter.value_or(0.0);
+    return !(limit > 0.0) || perimeter < limit;
+}
+
+bool has_few_enough_edges(FillSettings const& settings, std::size_t edges)
+{
+    return settings.max_edges <= 0 || edges <= static_cast<std::size_t>(settings.max_edges);
+}
 
 /// Sets both ear methods up, which name their settings alike.
 template <typename Ears>
@@ -59,6 +76,21 @@ std::vector<OpenHole> trim(TriMesh& mesh, FillSettings const& settings)
     return ears.open_holes();
 }
 
+/// What a pass left open, and how many faces it cut away.
+struct PassOutcome
+{
+    std::vector<OpenHole> open;
+    std::size_t cut_faces = 0;
+};
+
+/// The number of edges from which on splits are left out.
+int split_limit(FillSettings const& settings)
+{
+    constexpr int NO_LIMIT = std::numeric_limits<int>::max();
+    bool const all_splits = settings.exact_edges <= 0 || settings.exact_edges == NO_LIMIT;
+    return all_splits ? NO_LIMIT : settings.exact_edges + 1;
+}
+
 OrvaneAlgorithm::HoleFillingCore core_with(FillSettings const& settings)
 {
     constexpr int NO_LIMIT = std::numeric_limits<int>::max();
@@ -66,9 +98,7 @@ OrvaneAlgorithm::HoleFillingCore core_with(FillSettings const& settings)
     core.set_smooth_type(settings.smoothness);
     core.set_use_hole_vert_num_thr(settings.max_edges > 0);
     core.set_hole_verts_thr(settings.max_edges);
-    // The number of edges from which on splits are left out.
-    bool const all_splits = settings.exact_edges <= 0 || settings.exact_edges == NO_LIMIT;
-    core.set_triangulation_sample_num(all_splits ? NO_LIMIT : settings.exact_edges + 1);
+    core.set_triangulation_sample_num(split_limit(settings));
     core.set_fairing_verts_thr(settings.max_patch > 0 ? settings.max_patch : NO_LIMIT);
     return core;
 }
@@ -93,12 +123,11 @@ std::vector<OpenHole> fill_carefully(TriMesh& mesh, FillSettings const& settings
     Holes holes;
     for (auto const& hole : all_holes(mesh))
     {
-        bool const any_length = !(*settings.max_perimeter > 0.0);
         if (hole.size() < static_cast<std::size_t>(settings.min_edges))
         {
             continue;
         }
-        if (any_length || hole_perimeter(mesh, hole) < *settings.max_perimeter)
+        if (is_short_enough(settings, hole_perimeter(mesh, hole)))
         {
             holes.push_back(hole);
         }
@@ -126,18 +155,86 @@ std::vector<OpenHole> fill_carefully(TriMesh& mesh, FillSettings const& settings
     return open;
 }
 
-std::vector<OpenHole> run_pass(TriMesh& mesh, FillSettings const& settings, StepScope& scope)
+/// Sets up what the fillings of all holes and of those at markers have in common.
+void set_up(OrvaneAlgorithm::HoleFilling& filling, FillSettings const& settings)
+{
+    constexpr int NO_LIMIT = std::numeric_limits<int>::max();
+    filling.set_region_process_type(settings.region == RegionHandling::SMOOTH   ? 0
+                                    : settings.region == RegionHandling::DELETE ? 1
+                                                                                : 2);
+    filling.set_topology_dis_thr(settings.region_rings);
+    filling.set_weight_type(settings.weights == FillWeights::UNIFORM ? 0 : 1);
+    filling.set_hole_verts_thr(settings.max_edges > 0 ? settings.max_edges : NO_LIMIT);
+    filling.set_max_perimeter(*settings.max_perimeter);
+    filling.set_triangulation_sample_num(split_limit(settings));
+    filling.set_fairing_verts_thr(settings.max_patch > 0 ? settings.max_patch : NO_LIMIT);
+}
+
+void warn_of_large_cut(std::size_t cut_faces, std::size_t faces, StepScope& scope)
+{
+    if (cut_faces > faces / 2)
+    {
+        scope.warn(WarningCode::MESH_CUT_AWAY, "holes",
+                   fmt::format("{} of {} faces lay in the regions around them and are cut away",
+                               cut_faces, faces));
+    }
+}
+
+/// \param run fills the holes of a mesh
+template <typename Filling, typename Run>
+PassOutcome fill_apart(TriMesh& mesh, FillSettings const& settings, Filling& filling,
+                       StepScope& scope, Run const& run)
+{
+    set_up(filling, settings);
+    KeptAttributes const attributes(mesh);
+    std::size_t const faces = mesh.n_faces();
+    run(mesh);
+    attributes.restore(mesh, faces - filling.cut_faces());
+    warn_of_large_cut(filling.cut_faces(), faces, scope);
+    return {filling.open_holes(), filling.cut_faces()};
+}
+
+PassOutcome fill_whole(TriMesh& mesh, FillSettings const& settings, StepScope& scope)
+{
+    OrvaneAlgorithm::HoleFilling filling;
+    return fill_apart(mesh, settings, filling, scope,
+                      [&](TriMesh& target) { filling.holes_filling(target); });
+}
+
+PassOutcome fill_at_markers(TriMesh& mesh, FillSettings const& settings, StepScope& scope)
+{
+    OrvaneAlgorithm::MarkerHoleFilling filling;
+    filling.set_marker_search_radius(settings.marker_radius);
+    filling.set_keep_regions(settings.region == RegionHandling::NONE);
+    return fill_apart(mesh, settings, filling, scope,
+                      [&](TriMesh& target)
+                      { filling.marker_holes_filling(target, settings.markers.points); });
+}
+
+PassOutcome run_pass(TriMesh& mesh, FillSettings const& settings, StepScope& scope)
 {
     switch (settings.method)
     {
     case FillMethod::CLIP:
-        return clip(mesh, settings);
+        return {clip(mesh, settings), 0};
     case FillMethod::TRIM:
-        return trim(mesh, settings);
+        return {trim(mesh, settings), 0};
     case FillMethod::CORE:
-        return fill_carefully(mesh, settings, scope);
+        return {fill_carefully(mesh, settings, scope), 0};
+    case FillMethod::WHOLE:
+        return fill_whole(mesh, settings, scope);
+    case FillMethod::MARKERS:
+        return fill_at_markers(mesh, settings, scope);
+    case FillMethod::AUTO:
+        break; // `plan_passes` has made other passes of it
     }
     return {};
+}
+
+bool leaves_regions(FillSettings const& settings)
+{
+    return settings.region == RegionHandling::NONE ||
+           (settings.method != FillMethod::WHOLE && settings.method != FillMethod::MARKERS);
 }
 
 /// Finds why a hole stayed open. The loops of a run may touch themselves where the holes of a
@@ -145,6 +242,10 @@ std::vector<OpenHole> run_pass(TriMesh& mesh, FillSettings const& settings, Step
 class ReasonFinder
 {
 public:
+    /// \param limits the settings of the last pass: others may have narrower limits, for holes that
+    ///        are another pass's
+    explicit ReasonFinder(FillSettings limits) : limits_(std::move(limits)) {}
+
     /// Takes the holes that a pass left open. They override what an earlier one left. A hole that
     /// was beyond a limit and got shorter when others were filled is not beyond it any more.
     void add(TriMesh const& mesh, std::vector<OpenHole> const& open_holes,
@@ -153,9 +254,9 @@ public:
         for (auto const& open : open_holes)
         {
             if ((open.reason == OpenReason::TOO_MANY_EDGES &&
-                 open.corners.size() <= static_cast<std::size_t>(settings.max_edges)) ||
-                (open.reason == OpenReason::PERIMETER_TOO_LONG &&
-                 hole_perimeter(mesh, open.corners) < *settings.max_perimeter))
+                 has_few_enough_edges(limits_, open.corners.size())) ||
+                (open.reason == OpenReason::PERIMETER_TOO_LONG && leaves_regions(settings) &&
+                 is_short_enough(limits_, hole_perimeter(mesh, open.corners))))
             {
                 continue;
             }
@@ -167,66 +268,206 @@ public:
         }
     }
 
-    std::string reason(Hole const& hole) const
+    std::string reason(Hole const& hole, double perimeter) const
     {
+        bool const is_short = is_short_enough(limits_, perimeter);
         for (std::size_t i = 0; i < hole.size(); ++i)
         {
             auto const found =
                 reasons_.find(Edge(hole[i].idx(), hole[(i + 1) % hole.size()].idx()));
             if (found != reasons_.end())
             {
-                return to_string(found->second);
+                return found->second == OpenReason::PERIMETER_TOO_LONG && is_short
+                           ? "longer than allowed before the regions were cut or smoothed"
+                           : to_string(found->second);
             }
         }
-        return "left between filled holes that touch";
+        return !is_short                               ? to_string(OpenReason::PERIMETER_TOO_LONG)
+               : limits_.method == FillMethod::MARKERS ? "no marker is near its centre"
+                                                       : "left between filled holes that touch";
     }
 
 private:
     using Edge = std::pair<int, int>;
+    FillSettings limits_;
     std::map<Edge, OpenReason> reasons_;
 };
 
-std::vector<OpenHoleReport> report_open_holes(TriMesh& mesh, ReasonFinder const& finder)
+/// Takes out the vertices that lost their last face.
+void drop_bare_vertices(TriMesh const& before, TriMesh& mesh)
 {
-    std::vector<OpenHoleReport> reports;
-    for (auto const& hole : all_holes(mesh))
+    OrvaneAlgorithm::detail::DeletionScope const status(mesh);
+    for (auto const vertex : before.vertices())
     {
-        reports.push_back(
-            {reports.size(), hole.size(), hole_perimeter(mesh, hole), finder.reason(hole)});
+        if (mesh.is_isolated(vertex) && !before.is_isolated(vertex))
+        {
+            mesh.status(vertex).set_deleted(true);
+        }
     }
-    return reports;
+    mesh.garbage_collection(true, false, false);
 }
 
-/// Runs one pass and counts what it did.
-FillPass fill_pass(FillSettings const& settings, std::size_t holes, FillResult& result,
-                   ReasonFinder& finder, StepScope& scope)
+/// A filling on its way through its passes.
+class FillRun
 {
-    TriMesh& mesh = result.mesh;
-    std::size_t const vertices = mesh.n_vertices();
-    std::size_t const faces = mesh.n_faces();
-    auto const start = std::chrono::steady_clock::now();
-    finder.add(mesh, run_pass(mesh, settings, scope), settings);
-    result.seconds +=
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+public:
+    /// \param limits the settings of the last pass
+    FillRun(TriMesh const& mesh, FillSettings const& limits, FillResult& result, StepScope& scope)
+        : given_(mesh),
+          result_(result),
+          scope_(scope),
+          made_by_(result.mesh, "<made-by>"),
+          holes_(all_holes(result.mesh)),
+          record_(result.mesh, holes_),
+          finder_(limits)
+    {
+        result.holes_before = holes_.size();
+    }
 
-    FillPass pass;
-    pass.method = settings.method;
-    pass.holes_before = holes;
-    pass.holes_after = all_holes(mesh).size();
-    pass.new_vertices = mesh.n_vertices() - vertices;
-    pass.new_faces = mesh.n_faces() - faces;
-    result.new_vertices += pass.new_vertices;
-    result.new_faces += pass.new_faces;
-    return pass;
-}
+    /// A pass without a hole within its limits would do nothing; the first one tells why.
+    void run(FillSettings const& settings)
+    {
+        FillPass pass;
+        pass.method = settings.method;
+        pass.holes_before = holes_.size();
+        if (result_.passes.empty() || has_work(settings))
+        {
+            fill(settings, pass);
+        }
+        pass.holes_after = holes_.size();
+        result_.passes.push_back(pass);
+    }
+
+    void finish()
+    {
+        auto const& made_by = made_by_.data();
+        result_.made_by.assign(made_by.begin(), made_by.end());
+        complete_carried(given_, result_.mesh, result_.made_by);
+        report_open_holes();
+        result_.closed = record_.closed();
+    }
+
+private:
+    bool has_work(FillSettings const& settings) const
+    {
+        return std::any_of(holes_.begin(), holes_.end(),
+                           [&](Hole const& hole)
+                           {
+                               return has_few_enough_edges(settings, hole.size()) &&
+                                      is_short_enough(settings, hole_perimeter(result_.mesh, hole));
+                           });
+    }
+
+    /// Runs a pass and counts what it did.
+    void fill(FillSettings const& settings, FillPass& pass)
+    {
+        TriMesh& mesh = result_.mesh;
+        TriMesh const before = leaves_regions(settings) ? TriMesh() : mesh;
+        std::size_t const vertices = mesh.n_vertices();
+        std::size_t const faces = mesh.n_faces();
+        auto const start = std::chrono::steady_clock::now();
+        PassOutcome const outcome = run_pass(mesh, settings, scope_);
+        result_.seconds +=
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        finder_.add(mesh, outcome.open, settings);
+        pass.new_vertices = mesh.n_vertices() - vertices;
+        pass.cut_faces = outcome.cut_faces;
+        pass.new_faces = mesh.n_faces() + outcome.cut_faces - faces;
+        result_.cut_faces += pass.cut_faces;
+        result_.new_vertices += pass.new_vertices;
+        result_.new_faces += pass.new_faces;
+        auto& made_by = made_by_.data();
+        std::fill(made_by.end() - static_cast<std::ptrdiff_t>(pass.new_faces), made_by.end(),
+                  static_cast<int>(result_.passes.size()) + 1);
+        holes_ = all_holes(mesh);
+        record_.note(settings.method, mesh, outcome.cut_faces > 0 ? &before : nullptr);
+    }
+
+    void report_open_holes()
+    {
+        for (auto const& hole : holes_)
+        {
+            double const perimeter = hole_perimeter(result_.mesh, hole);
+            result_.open.push_back(
+                {result_.open.size(), hole.size(), perimeter, finder_.reason(hole, perimeter)});
+        }
+        result_.holes_after = result_.open.size();
+    }
+
+    TriMesh const& given_;
+    FillResult& result_;
+    StepScope& scope_;
+    /// The number of the pass, with the face wherever a cut moves it.
+    OrvaneAlgorithm::detail::ScopedProperty<OpenMesh::FPropHandleT<int>> made_by_;
+    Holes holes_;
+    ClosingRecord record_;
+    ReasonFinder finder_;
+};
 
 } // namespace
 
 std::map<std::string, FillMethod> const& fill_methods()
 {
     static std::map<std::string, FillMethod> const methods{
-        {"clip", FillMethod::CLIP}, {"trim", FillMethod::TRIM}, {"core", FillMethod::CORE}};
+        {"clip", FillMethod::CLIP},   {"trim", FillMethod::TRIM},       {"core", FillMethod::CORE},
+        {"whole", FillMethod::WHOLE}, {"markers", FillMethod::MARKERS}, {"auto", FillMethod::AUTO}};
     return methods;
+}
+
+std::string to_string(FillMethod method)
+{
+    for (auto const& [name, named] : fill_methods())
+    {
+        if (named == method)
+        {
+            return name;
+        }
+    }
+    return {};
+}
+
+std::map<std::string, RegionHandling> const& region_handlings()
+{
+    static std::map<std::string, RegionHandling> const handlings{{"delete", RegionHandling::DELETE},
+                                                                 {"smooth", RegionHandling::SMOOTH},
+                                                                 {"none", RegionHandling::NONE}};
+    return handlings;
+}
+
+std::map<std::string, FillWeights> const& fill_weights()
+{
+    static std::map<std::string, FillWeights> const weights{{"uniform", FillWeights::UNIFORM},
+                                                            {"length", FillWeights::LENGTH}};
+    return weights;
+}
+
+std::vector<FillSettings> plan_passes(FillSettings const& settings)
+{
+    if (settings.method != FillMethod::AUTO)
+    {
+        return {settings};
+    }
+    std::vector<FillSettings> passes;
+    auto const add = [&](FillMethod method) -> FillSettings&
+    {
+        passes.push_back(settings);
+        passes.back().method = method;
+        return passes.back();
+    };
+    if (!settings.markers.points.empty())
+    {
+        add(FillMethod::MARKERS).region = RegionHandling::NONE;
+    }
+    if (settings.small_edges > 0)
+    {
+        FillSettings& small = add(FillMethod::TRIM);
+        small.max_edges = settings.max_edges > 0
+                              ? std::min(settings.max_edges, settings.small_edges)
+                              : settings.small_edges;
+    }
+    add(FillMethod::CORE);
+    add(FillMethod::WHOLE).region = RegionHandling::NONE;
+    return passes;
 }
 
 FillResult fill(TriMesh const& mesh, FillSettings const& settings, Context& context)
@@ -234,32 +475,42 @@ FillResult fill(TriMesh const& mesh, FillSettings const& settings, Context& cont
     return fill(mesh, std::vector<FillSettings>{settings}, context);
 }
 
-FillResult fill(TriMesh const& mesh, std::vector<FillSettings> const& passes, Context& context)
+FillResult fill(TriMesh const& mesh, std::vector<FillSettings> const& given, Context& context)
 {
+    std::vector<FillSettings> passes;
+    for (auto const& settings : given)
+    {
+        auto const planned = plan_passes(settings);
+        passes.insert(passes.end(), planned.begin(), planned.end());
+    }
+    double const diagonal = box_diagonal(mesh);
+    for (auto& settings : passes)
+    {
+        settings.max_perimeter = settings.max_perimeter.value_or(diagonal);
+    }
     StepScope scope(context, "fill-holes", "find the holes");
     FillResult result;
     result.mesh = mesh;
-    double const diagonal = box_diagonal(mesh);
-    result.holes_before =
-        scope.stage("find the holes", 0.05, [&] { return all_holes(result.mesh).size(); });
-    ReasonFinder finder;
-    std::size_t holes = result.holes_before;
-    for (std::size_t i = 0; i < passes.size(); ++i)
     {
-        FillSettings settings = passes[i];
-        settings.max_perimeter = settings.max_perimeter.value_or(diagonal);
-        double const end =
-            0.05 + 0.9 * static_cast<double>(i + 1) / static_cast<double>(passes.size());
-        FillPass const pass =
-            scope.stage("close the holes", end,
-                        [&] { return fill_pass(settings, holes, result, finder, scope); });
-        holes = pass.holes_after;
-        result.passes.push_back(pass);
+        auto const run = scope.stage("find the holes", 0.05,
+                                     [&]
+                                     {
+                                         return std::make_unique<FillRun>(
+                                             mesh, passes.empty() ? FillSettings() : passes.back(),
+                                             result, scope);
+                                     });
+        double const share = 0.9 / static_cast<double>(passes.size());
+        for (std::size_t i = 0; i < passes.size(); ++i)
+        {
+            scope.stage("close the holes", 0.05 + share * static_cast<double>(i + 1),
+                        [&] { run->run(passes[i]); });
+        }
+        scope.stage("count the holes", 1.0, [&] { run->finish(); });
     }
-    complete_carried(mesh, result.mesh);
-    result.open =
-        scope.stage("count the holes", 1.0, [&] { return report_open_holes(result.mesh, finder); });
-    result.holes_after = result.open.size();
+    if (result.cut_faces > 0)
+    {
+        drop_bare_vertices(mesh, result.mesh);
+    }
     return result;
 }
 

@@ -2,6 +2,7 @@
 
 #include "workflow/Context.h"
 #include "workflow/export.h"
+#include "workflow/files/MarkerFile.h"
 
 #include "algorithmVeld/common/TriMesh.h"
 
@@ -18,16 +19,41 @@ enum class FillMethod
 {
     CLIP, ///< One loop after the other, convex corners only: for flat holes.
     TRIM, ///< All loops in parallel, reflex corners too.
-    CORE  ///< Refined and faired together with the surface around: new vertices, and old ones move.
+    CORE, ///< Refined and faired together with the surface around: new vertices, and old ones move.
+    WHOLE,   ///< Refined and faired by itself, to the density of the surface around each hole.
+    MARKERS, ///< The same for the holes at markers, and no others.
+    AUTO     ///< Each hole in the way that suits it: see `plan_passes`.
 };
 
-/// The methods by their names: "clip", "trim", "core".
+/// The methods by their names: "clip", "trim", "core", "whole", "markers", "auto".
 VELD_WORKFLOW_API std::map<std::string, FillMethod> const& fill_methods();
+VELD_WORKFLOW_API std::string to_string(FillMethod method);
+
+/// What happens to the faces around a hole before it is filled.
+enum class RegionHandling
+{
+    DELETE, ///< They are cut away: a scan is worst along its holes. A small piece may vanish.
+    SMOOTH, ///< Their vertices move to the means of their neighbours.
+    NONE    ///< All that was scanned stays.
+};
+
+/// "delete", "smooth", "none".
+VELD_WORKFLOW_API std::map<std::string, RegionHandling> const& region_handlings();
+
+/// How the neighbours of a new vertex weigh in the fairing.
+enum class FillWeights
+{
+    UNIFORM,
+    LENGTH ///< One over the length of the edge to them.
+};
+
+/// "uniform", "length".
+VELD_WORKFLOW_API std::map<std::string, FillWeights> const& fill_weights();
 
 /// What a hole has to be like to be closed, and how that is done. 0 takes a limit away.
 struct FillSettings
 {
-    FillMethod method = FillMethod::TRIM;
+    FillMethod method = FillMethod::AUTO;
     int max_edges = 0; ///< Largest hole, in edges.
     /// A hole has to be shorter than this, in millimetres. Nothing: the diagonal of the box around
     /// the mesh. The outer border of an open scan is longer than that, a hole hardly ever.
@@ -46,7 +72,24 @@ struct FillSettings
     int exact_edges = 2000;
     /// Vertices of the largest patch (a hole and its rings, or several that meet) that is faired.
     int max_patch = 100'000;
+
+    // whole and markers
+    RegionHandling region = RegionHandling::NONE; ///< Of `AUTO` it is none.
+    int region_rings = 10; ///< Width of the region around a hole, in rings of faces.
+    FillWeights weights = FillWeights::LENGTH;
+
+    // markers and auto
+    Markers markers;            ///< Their normals are not looked at.
+    double marker_radius = 1.0; ///< A hole's centre has to be nearer than this, in mm.
+
+    // auto
+    int small_edges = 12; ///< Holes of up to so many edges are closed with flat triangles.
 };
+
+/// The passes of `AUTO`: holes at markers, if there are any; then small ones with ears, all others
+/// with care, and what these leave by the filling of whole meshes. None of them takes away what was
+/// scanned. Settings of another method are one pass of their own.
+VELD_WORKFLOW_API std::vector<FillSettings> plan_passes(FillSettings const& settings);
 
 /// A hole that stayed open.
 struct OpenHoleReport
@@ -65,19 +108,35 @@ struct FillPass
     std::size_t holes_after = 0;
     std::size_t new_faces = 0;
     std::size_t new_vertices = 0;
+    std::size_t cut_faces = 0;
+};
+
+/// A hole that was closed.
+struct ClosedHoleReport
+{
+    std::size_t hole = 0; ///< Its number in the list of the holes that there were.
+    std::size_t edges = 0;
+    double perimeter = 0.0; ///< Millimetres.
+    FillMethod method = FillMethod::TRIM;
 };
 
 /// What filling made.
 struct FillResult
 {
-    OrvaneAlgorithm::TriMesh mesh; ///< Old elements keep their numbers, new ones come behind them.
+    /// Old elements keep their numbers, new ones come behind them. Where faces were cut away the
+    /// others are numbered anew, and vertices that lost their last face are gone.
+    OrvaneAlgorithm::TriMesh mesh;
     std::size_t holes_before = 0;
     std::size_t holes_after = 0;
     std::size_t new_faces = 0;
     std::size_t new_vertices = 0;
-    double seconds = 0.0;             ///< Of the filling alone.
-    std::vector<OpenHoleReport> open; ///< One for each hole that is left.
+    std::size_t cut_faces = 0;
+    double seconds = 0.0;                 ///< Of the filling alone.
+    std::vector<OpenHoleReport> open;     ///< One for each hole that is left.
+    std::vector<ClosedHoleReport> closed; ///< The holes that are closed now, in their order.
     std::vector<FillPass> passes;
+    /// Of each face the number of the pass that made it, from 1 on; 0: it was there before.
+    std::vector<int> made_by;
 };
 
 /// Closes the holes of a mesh.

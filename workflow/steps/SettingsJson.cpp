@@ -262,7 +262,16 @@ Json to_json(FillSettings const& settings)
               {"rings", settings.rings},
               {"smoothness", settings.smoothness},
               {"exact_edges", settings.exact_edges},
-              {"max_patch", settings.max_patch}};
+              {"max_patch", settings.max_patch},
+              {"region", name_in(region_handlings(), settings.region)},
+              {"region_rings", settings.region_rings},
+              {"weights", name_in(fill_weights(), settings.weights)},
+              {"marker_radius", settings.marker_radius},
+              {"small_edges", settings.small_edges}};
+    if (!settings.markers.points.empty())
+    {
+        json["markers"] = to_json(settings.markers);
+    }
     if (settings.max_perimeter)
     {
         json["max_perimeter"] = *settings.max_perimeter;
@@ -282,6 +291,15 @@ void read_settings(Json const& json, std::string const& place, FillSettings& set
     reader.integer("smoothness", settings.smoothness, 0, 2);
     reader.integer("exact_edges", settings.exact_edges, 0);
     reader.integer("max_patch", settings.max_patch, 0);
+    reader.name("region", settings.region, region_handlings());
+    reader.integer("region_rings", settings.region_rings, 0);
+    reader.name("weights", settings.weights, fill_weights());
+    reader.number("marker_radius", settings.marker_radius, 0.0);
+    if (reader.has("markers"))
+    {
+        settings.markers = read_marker_list(reader.fields(), json["markers"]);
+    }
+    reader.integer("small_edges", settings.small_edges, 0);
     if (reader.has("max_perimeter"))
     {
         double value = 0.0;

@@ -18,18 +18,6 @@ Json counts(MeshHealth const& health)
             {"isolated_vertices", health.isolated_vertices}};
 }
 
-std::string name_of(FillMethod method)
-{
-    for (auto const& [name, named] : fill_methods())
-    {
-        if (named == method)
-        {
-            return name;
-        }
-    }
-    return {};
-}
-
 } // namespace
 
 Json to_json(OrvaneAlgorithm::MeshFileContents const& contents)
@@ -97,11 +85,9 @@ Json to_json(FindHolesResult const& result)
 
 Json to_json(FillPass const& pass)
 {
-    return {{"method", name_of(pass.method)},
-            {"holes_before", pass.holes_before},
-            {"holes_after", pass.holes_after},
-            {"new_faces", pass.new_faces},
-            {"new_vertices", pass.new_vertices}};
+    return {{"method", to_string(pass.method)},  {"holes_before", pass.holes_before},
+            {"holes_after", pass.holes_after},   {"new_faces", pass.new_faces},
+            {"new_vertices", pass.new_vertices}, {"cut_faces", pass.cut_faces}};
 }
 
 Json to_json(FillResult const& result)
@@ -114,9 +100,22 @@ Json to_json(FillResult const& result)
                         {"perimeter", hole.perimeter},
                         {"reason", hole.reason}});
     }
-    return {{"holes_before", result.holes_before}, {"holes_after", result.holes_after},
-            {"new_faces", result.new_faces},       {"new_vertices", result.new_vertices},
-            {"seconds", result.seconds},           {"open", std::move(open)}};
+    Json closed = Json::array();
+    for (auto const& hole : result.closed)
+    {
+        closed.push_back({{"hole", hole.hole},
+                          {"edges", hole.edges},
+                          {"perimeter", hole.perimeter},
+                          {"method", to_string(hole.method)}});
+    }
+    return {{"holes_before", result.holes_before},
+            {"holes_after", result.holes_after},
+            {"new_faces", result.new_faces},
+            {"new_vertices", result.new_vertices},
+            {"cut_faces", result.cut_faces},
+            {"seconds", result.seconds},
+            {"open", std::move(open)},
+            {"closed", std::move(closed)}};
 }
 
 Json to_json(CleanResult const& result)

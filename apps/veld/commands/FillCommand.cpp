@@ -23,7 +23,7 @@ public:
         input().add(app);
         result().add_for_each_mesh(app);
         options_.add(app);
-        set_example(app, "fill scan.ply -o filled.ply --method trim --max-perimeter 100");
+        set_example(app, "fill scan.ply -o filled.ply --max-perimeter 100");
     }
 
     Json run_on(std::string const& mesh, Desk const& desk) override
@@ -34,6 +34,9 @@ public:
         desk.console.print(to_text(result().name_for(mesh), filled, desk.verbose));
         return to_json(filled);
     }
+
+protected:
+    std::vector<std::filesystem::path> further_inputs() const override { return options_.inputs(); }
 
 private:
     FillOptions options_;

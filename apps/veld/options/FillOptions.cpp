@@ -4,6 +4,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <map>
+
 namespace veld::cli
 {
 
@@ -12,6 +15,18 @@ namespace
 
 constexpr int MAX_RINGS = 1000;
 
+template <typename Value>
+std::vector<std::string> names_in(std::map<std::string, Value> const& named)
+{
+    std::vector<std::string> names;
+    names.reserve(named.size());
+    for (auto const& [name, value] : named)
+    {
+        names.push_back(name);
+    }
+    return names;
+}
+
 } // namespace
 
 void FillOptions::add(CLI::App& app)
@@ -19,13 +34,18 @@ void FillOptions::add(CLI::App& app)
     app.add_option("--method", method_,
                    "trim: flat triangles between the rim's vertices, nothing moves; clip: the "
                    "same, convex corners only, for flat holes; core: new vertices, as dense "
-                   "as the mesh and as smooth as it, and the region around a hole moves too "
-                   "(default: trim)")
+                   "as the mesh and as smooth as it, and the region around a hole moves too; "
+                   "whole: new vertices, as dense as the surface around each hole, and nothing "
+                   "else moves; markers: the same for holes at markers, and no others; auto: "
+                   "markers where there are some, trim for small holes, core for all others, and "
+                   "whole for what these leave (default: auto)")
         ->type_name("NAME")
-        ->check(CLI::IsMember(std::vector<std::string>{"clip", "trim", "core"}));
+        ->check(CLI::IsMember(names_in(fill_methods())));
     add_limits(app);
     add_ear_options(app);
     add_core_options(app);
+    add_region_options(app);
+    add_marker_options(app);
     app.callback([this] { refuse_unused_options(); });
 }
 
@@ -34,6 +54,12 @@ FillSettings FillOptions::settings() const
     FillSettings settings = settings_;
     settings.method = fill_methods().at(method_);
     settings.smoothness = smoothness_.at(1) - '0';
+    settings.region = region_handlings().at(region_);
+    settings.weights = fill_weights().at(weights_);
+    if (!markers_.empty())
+    {
+        settings.markers = read_markers(markers_, false);
+    }
     if (perimeter_->count() > 0)
     {
         settings.max_perimeter = max_perimeter_;
@@ -52,38 +78,92 @@ void FillOptions::add_limits(CLI::App& app)
 
 void FillOptions::add_ear_options(CLI::App& app)
 {
-    ear_options_.push_back(add_length(app, "--edge-length", settings_.edge_length,
-                                      "clip and trim: stop a hole at a new edge longer than "
-                                      "this in mm, 0: any (default: 0)"));
-    ear_options_.push_back(add_number(app, "--normal-angle", settings_.normal_angle, 0.0, 180.0,
-                                      "clip and trim: stop a hole at a new face turned more "
-                                      "than this away from the faces around it, in degrees, "
-                                      "180: any (default: 150)"));
+    std::vector<std::string> const ears{"clip", "trim"};
+    uses_.push_back({add_length(app, "--edge-length", settings_.edge_length,
+                                "clip and trim: stop a hole at a new edge longer than this in "
+                                "mm, 0: any (default: 0)"),
+                     ears});
+    uses_.push_back({add_number(app, "--normal-angle", settings_.normal_angle, 0.0, 180.0,
+                                "clip and trim: stop a hole at a new face turned more than this "
+                                "away from the faces around it, in degrees, 180: any (default: "
+                                "150)"),
+                     ears});
+    uses_.push_back(
+        {add_integer(app, "--small-edges", settings_.small_edges, 0, 1'000'000'000,
+                     "auto: holes of up to so many edges are trim's, 0: none (default: 12)"),
+         {"auto"}});
 }
 
 void FillOptions::add_core_options(CLI::App& app)
 {
-    core_options_.push_back(
-        add_integer(app, "--rings", settings_.rings, 0, MAX_RINGS,
-                    "core: so many rings of faces around a hole move with it (default: 3)"));
-    core_options_.push_back(
-        app.add_option("--smooth", smoothness_,
-                       "core: the surface goes on in its position (c0), its tangent planes "
-                       "(c1) or its curvature (c2) (default: c2)")
-            ->type_name("NAME")
-            ->check(CLI::IsMember(std::vector<std::string>{"c0", "c1", "c2"})));
+    uses_.push_back({add_integer(app, "--rings", settings_.rings, 0, MAX_RINGS,
+                                 "core: so many rings of faces around a hole move with it "
+                                 "(default: 3)"),
+                     {"core", "auto"}});
+    uses_.push_back({app.add_option("--smooth", smoothness_,
+                                    "core: the surface goes on in its position (c0), its "
+                                    "tangent planes (c1) or its curvature (c2) (default: c2)")
+                         ->type_name("NAME")
+                         ->check(CLI::IsMember(std::vector<std::string>{"c0", "c1", "c2"})),
+                     {"core", "auto"}});
+}
+
+void FillOptions::add_region_options(CLI::App& app)
+{
+    uses_.push_back({app.add_option("--region", region_,
+                                    "whole and markers: the faces around a hole are cut away "
+                                    "first (delete), smoothed (smooth), or left (none) (default: "
+                                    "none)")
+                         ->type_name("NAME")
+                         ->check(CLI::IsMember(names_in(region_handlings()))),
+                     {"whole", "markers"}});
+    uses_.push_back({add_integer(app, "--region-rings", settings_.region_rings, 0, MAX_RINGS,
+                                 "whole and markers: so many rings of faces around a hole are "
+                                 "its region (default: 10)"),
+                     {"whole", "markers", "auto"}});
+    uses_.push_back({app.add_option("--weights", weights_,
+                                    "whole and markers: neighbours of a new vertex weigh the "
+                                    "same (uniform) or by 1 / distance (length) (default: "
+                                    "length)")
+                         ->type_name("NAME")
+                         ->check(CLI::IsMember(names_in(fill_weights()))),
+                     {"whole", "markers", "auto"}});
+}
+
+void FillOptions::add_marker_options(CLI::App& app)
+{
+    marker_file_ =
+        app.add_option("--markers", markers_,
+                       "markers and auto: places of markers, one a line, 'x y z [nx ny nz]'")
+            ->type_name("FILE");
+    auto* const radius = add_length(app, "--marker-radius", settings_.marker_radius,
+                                    "With --markers: a hole's centre has to be nearer to a "
+                                    "marker than this in mm (default: 1)");
+    radius->needs(marker_file_);
+    uses_.push_back({marker_file_, {"markers", "auto"}});
+}
+
+std::vector<std::filesystem::path> FillOptions::inputs() const
+{
+    return markers_.empty() ? std::vector<std::filesystem::path>()
+                            : std::vector<std::filesystem::path>{markers_};
 }
 
 /// An option without effect is most likely a mistake in the method.
 void FillOptions::refuse_unused_options() const
 {
-    for (auto const* option : method_ == "core" ? ear_options_ : core_options_)
+    for (auto const& [option, methods] : uses_)
     {
-        if (option->count() > 0)
+        if (option->count() > 0 &&
+            std::find(methods.begin(), methods.end(), method_) == methods.end())
         {
             throw CLI::ValidationError(option->get_name(),
                                        "--method " + method_ + " does not use it");
         }
+    }
+    if (method_ == "markers" && marker_file_->count() == 0)
+    {
+        throw CLI::ValidationError("--method", "markers needs --markers");
     }
 }
 

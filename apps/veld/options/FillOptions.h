@@ -2,6 +2,7 @@
 
 #include "workflow/steps/Fill.h"
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -20,21 +21,36 @@ class FillOptions
 public:
     void add(CLI::App& app);
 
-    /// What was given, and the defaults of the step for the rest.
+    /// What was given, and the defaults of the step for the rest. Reads the markers.
     FillSettings settings() const;
 
+    /// The file of the markers, if there is one.
+    std::vector<std::filesystem::path> inputs() const;
+
 private:
+    /// The methods that use an option.
+    struct Use
+    {
+        CLI::Option* option;
+        std::vector<std::string> methods;
+    };
+
     void add_limits(CLI::App& app);
     void add_ear_options(CLI::App& app);
     void add_core_options(CLI::App& app);
+    void add_region_options(CLI::App& app);
+    void add_marker_options(CLI::App& app);
     void refuse_unused_options() const;
 
-    std::string method_ = "trim";
+    std::string method_ = "auto";
     double max_perimeter_ = 0.0;
     CLI::Option* perimeter_ = nullptr;
-    std::vector<CLI::Option*> ear_options_;
-    std::vector<CLI::Option*> core_options_;
+    CLI::Option* marker_file_ = nullptr;
+    std::vector<Use> uses_;
     std::string smoothness_ = "c2";
+    std::string region_ = "none";
+    std::string weights_ = "length";
+    std::string markers_;
     FillSettings settings_;
 };
 

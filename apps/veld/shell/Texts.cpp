@@ -5,6 +5,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
+#include <utility>
 #include <vector>
 
 namespace veld::cli
@@ -141,13 +143,46 @@ std::string to_text(std::string const& path, FindHolesResult const& result)
     return text;
 }
 
-std::string to_text(std::string const& path, FillResult const& result, bool all_open)
+/// Which method closed how many of the holes, where there were several, and what was cut away.
+std::string ways(FillResult const& result)
+{
+    std::map<FillMethod, std::size_t> closed;
+    for (auto const& hole : result.closed)
+    {
+        ++closed[hole.method];
+    }
+    std::string text;
+    for (auto const& pass : result.passes)
+    {
+        auto const count = std::exchange(closed[pass.method], 0);
+        if (result.passes.size() > 1 && count > 0)
+        {
+            text += fmt::format("  {} closed {}\n", to_string(pass.method), counted(count, "hole"));
+        }
+    }
+    if (result.cut_faces > 0)
+    {
+        text +=
+            fmt::format("  {} around holes cut away first\n", counted(result.cut_faces, "face"));
+    }
+    return text;
+}
+
+std::string to_text(std::string const& path, FillResult const& result, bool all)
 {
     constexpr std::size_t MOST_LISTED = 10;
     std::string text = fmt::format("{}: {} before, {} after, {} added in {:.3g} s\n", path,
                                    counted(result.holes_before, "hole"), result.holes_after,
                                    added(result.new_faces, result.new_vertices), result.seconds);
-    if (!all_open && result.open.size() > MOST_LISTED)
+    text += ways(result);
+    for (std::size_t i = 0; all && result.passes.size() > 1 && i < result.closed.size(); ++i)
+    {
+        auto const& hole = result.closed[i];
+        text += fmt::format("  {} closed hole {} of the input ({}, {:.6g} mm)\n",
+                            to_string(hole.method), hole.hole, counted(hole.edges, "edge"),
+                            hole.perimeter);
+    }
+    if (!all && result.open.size() > MOST_LISTED)
     {
         return text + open_holes_by_reason(result.open);
     }

@@ -23,8 +23,9 @@ std::string added(std::size_t faces, std::size_t vertices);
 std::string to_text(std::string const& path, MeshHealth const& health,
                     OrvaneAlgorithm::MeshFileContents const& contents);
 std::string to_text(std::string const& path, FindHolesResult const& result);
-/// \param all_open lists every hole that stays open, also where they are many
-std::string to_text(std::string const& path, FillResult const& result, bool all_open);
+/// \param all lists every hole that stays open, also where they are many, and which method closed
+///        which of the others, where there are several
+std::string to_text(std::string const& path, FillResult const& result, bool all);
 std::string to_text(std::string const& path, CleanResult const& result);
 std::string to_text(std::string const& path, MergeResult const& result);
 

@@ -1,0 +1,300 @@
+#include "tests/support/holes.h"
+#include "tests/support/mesh_arrays.h"
+#include "tests/support/meshes.h"
+#include "workflow/workflow.h"
+
+#include <gmock/gmock.h>
+
+namespace
+{
+
+using namespace veld_test;
+using testing::UnorderedElementsAre;
+
+/// A sheet with a hole of four edges and two of 24, the second around (31, 31).
+TriMesh sheet()
+{
+    std::vector<Cell> missing{{10, 30}};
+    for (int y = 0; y < 6; ++y)
+    {
+        for (int x = 0; x < 6; ++x)
+        {
+            missing.emplace_back(8 + x, 8 + y);
+            missing.emplace_back(28 + x, 28 + y);
+        }
+    }
+    return grid_without(40, 40, missing);
+}
+
+/// Filling the second large hole, at whose middle a marker is.
+veld::FillSettings at_marker()
+{
+    veld::FillSettings settings;
+    settings.method = veld::FillMethod::MARKERS;
+    settings.region_rings = 2;
+    settings.markers.points = {{31.0F, 31.0F, 0.0F}};
+    return settings;
+}
+
+veld::FillResult fill(TriMesh const& mesh, veld::FillSettings settings)
+{
+    settings.max_perimeter = 100.0; // the border has 160
+    veld::Context context;
+    return veld::fill(mesh, settings, context);
+}
+
+std::vector<veld::FillMethod> ways(veld::FillResult const& result)
+{
+    std::vector<veld::FillMethod> methods;
+    for (auto const& hole : result.closed)
+    {
+        methods.push_back(hole.method);
+    }
+    return methods;
+}
+
+bool has_bare_vertices(TriMesh const& mesh)
+{
+    bool bare = false;
+    for (auto const v : mesh.vertices())
+    {
+        bare = bare || mesh.is_isolated(v);
+    }
+    return bare;
+}
+
+TEST(FillMethods, WholeClosesAllHolesWhateverHappensToTheirRegions)
+{
+    for (auto const& [name, region] : veld::region_handlings())
+    {
+        veld::FillSettings settings;
+        settings.method = veld::FillMethod::WHOLE;
+        settings.region = region;
+        settings.region_rings = 2;
+        auto const result = fill(sheet(), settings);
+        EXPECT_EQ(result.holes_before, 4U) << name;
+        EXPECT_EQ(result.holes_after, 1U) << name;
+        EXPECT_EQ(result.cut_faces > 0, region == veld::RegionHandling::DELETE) << name;
+        EXPECT_EQ(result.mesh.n_faces() + result.cut_faces, sheet().n_faces() + result.new_faces);
+        EXPECT_EQ(result.closed.size(), 3U) << name;
+    }
+}
+
+TEST(FillMethods, WhatIsCutAwayLeavesNoVerticesBehind)
+{
+    // The sheet's own holes have some inside; they are not the filling's.
+    TriMesh mesh = sphere(4);
+    mesh.request_face_status();
+    mesh.request_edge_status();
+    mesh.request_vertex_status();
+    for (auto const f : mesh.faces())
+    {
+        if (mesh.calc_face_centroid(f).z() > 0.9F)
+        {
+            mesh.delete_face(f, true);
+        }
+    }
+    mesh.garbage_collection();
+    veld::FillSettings settings;
+    settings.method = veld::FillMethod::WHOLE;
+    settings.region = veld::RegionHandling::DELETE;
+    settings.region_rings = 3;
+    auto const result = fill(mesh, settings);
+    EXPECT_GT(result.cut_faces, 0U);
+    EXPECT_EQ(result.closed.size(), 1U);
+    EXPECT_EQ(result.holes_after, 0U);
+    EXPECT_FALSE(has_bare_vertices(result.mesh));
+}
+
+TEST(FillMethods, MarkersCloseTheirHolesAndNoOthers)
+{
+    for (auto const& [name, region] : veld::region_handlings())
+    {
+        SCOPED_TRACE(name);
+        veld::FillSettings settings = at_marker();
+        settings.region = region;
+        TriMesh mesh = sheet();
+        auto const result = fill(mesh, settings);
+        EXPECT_EQ(result.holes_after, 3U);
+        EXPECT_EQ(result.cut_faces > 0, region == veld::RegionHandling::DELETE);
+        ASSERT_EQ(result.closed.size(), 1U);
+        auto const& closed = result.closed[0];
+        EXPECT_EQ(closed.method, veld::FillMethod::MARKERS);
+        EXPECT_EQ(closed.edges, 24U);
+        EXPECT_EQ(closed.perimeter, 24.0);
+        for (auto const& open : result.open)
+        {
+            EXPECT_EQ(open.reason, open.perimeter < 100.0 ? "no marker is near its centre"
+                                                          : "longer perimeter than allowed");
+        }
+        auto const hole = veld_test::plain_holes(mesh).at(closed.hole);
+        EXPECT_LT((veld_test::exact_mean(mesh, hole) - Vector3f(31.0F, 31.0F, 0.0F)).norm(), 1e-4F);
+    }
+}
+
+TEST(FillMethods, AHoleThatIsCutAndStaysOpenIsNotSaidToBeClosed)
+{
+    // The cut joins it to the border, of which no marker is the centre.
+    veld::FillSettings settings = at_marker();
+    settings.region = veld::RegionHandling::DELETE;
+    settings.region_rings = 4;
+    TriMesh mesh = grid_without(40, 40, {{36, 20}, {37, 20}, {36, 21}, {37, 21}});
+    settings.markers.points = {{37.0F, 21.0F, 0.0F}};
+    auto const result = fill(mesh, settings);
+    EXPECT_GT(result.cut_faces, 0U);
+    EXPECT_EQ(result.new_faces, 0U);
+    EXPECT_EQ(result.holes_after, 1U);
+    EXPECT_TRUE(result.closed.empty());
+}
+
+TEST(FillMethods, HolesInOneCutAreClosedTogether)
+{
+    veld::FillSettings settings;
+    settings.method = veld::FillMethod::WHOLE;
+    settings.region = veld::RegionHandling::DELETE;
+    settings.region_rings = 4;
+    auto const result =
+        fill(grid_without(
+                 40, 40,
+                 {{18, 20}, {18, 21}, {19, 20}, {19, 21}, {23, 20}, {23, 21}, {24, 20}, {24, 21}}),
+             settings);
+    EXPECT_EQ(result.holes_before, 3U);
+    EXPECT_EQ(result.holes_after, 1U);
+    EXPECT_EQ(result.closed.size(), 2U);
+}
+
+TEST(FillMethods, NothingThatWasScannedIsCutAwayUnlessThatIsAskedFor)
+{
+    for (auto const& [name, method] : veld::fill_methods())
+    {
+        veld::FillSettings settings = at_marker();
+        settings.method = method;
+        auto const result = fill(sheet(), settings);
+        EXPECT_GT(result.closed.size(), 0U) << name;
+        EXPECT_EQ(result.cut_faces, 0U) << name;
+        EXPECT_EQ(std::count(result.made_by.begin(), result.made_by.end(), 0),
+                  static_cast<std::ptrdiff_t>(sheet().n_faces()))
+            << name;
+    }
+}
+
+TEST(FillMethods, ACutOfMoreThanHalfTheMeshIsWarnedOf)
+{
+    veld::FillSettings settings;
+    settings.method = veld::FillMethod::WHOLE;
+    settings.region = veld::RegionHandling::DELETE;
+    settings.max_perimeter = 0.0; // the region of the border is most of the sheet
+    std::vector<veld::Warning> warnings;
+    veld::Context context;
+    context.warn = [&](veld::Warning const& warning) { warnings.push_back(warning); };
+    veld::fill(grid(20, 20), settings, context);
+    ASSERT_EQ(warnings.size(), 1U);
+    EXPECT_EQ(warnings[0].code, veld::WarningCode::MESH_CUT_AWAY);
+}
+
+TEST(FillMethods, ABorderThatTheSmoothingHasMadeShorterThanTheLimitIsStillSaidToBeTooLong)
+{
+    veld::FillSettings settings;
+    settings.method = veld::FillMethod::WHOLE;
+    settings.region = veld::RegionHandling::SMOOTH;
+    settings.max_perimeter = 159.5; // of 160; the smoothing draws the corners in
+    veld::Context context;
+    auto const result =
+        veld::fill(grid_without(40, 40, {{1, 1}, {2, 1}, {1, 2}, {2, 2}}), settings, context);
+    ASSERT_EQ(result.open.size(), 1U);
+    EXPECT_LT(result.open[0].perimeter, 159.5);
+    EXPECT_THAT(result.open[0].reason, testing::StartsWith("longer than allowed before"));
+}
+
+TEST(FillMethods, AutoTakesForEachHoleTheWayThatSuitsIt)
+{
+    using veld::FillMethod;
+    veld::FillSettings settings;
+    EXPECT_THAT(ways(fill(sheet(), settings)),
+                UnorderedElementsAre(FillMethod::CORE, FillMethod::CORE, FillMethod::TRIM));
+    settings.markers.points = {{31.0F, 31.0F, 0.0F}};
+    EXPECT_THAT(ways(fill(sheet(), settings)),
+                UnorderedElementsAre(FillMethod::CORE, FillMethod::MARKERS, FillMethod::TRIM));
+    settings.markers.points.clear();
+    settings.small_edges = 24;
+    EXPECT_THAT(ways(fill(sheet(), settings)), testing::Each(FillMethod::TRIM));
+    settings.small_edges = 0;
+    EXPECT_THAT(ways(fill(sheet(), settings)), testing::Each(FillMethod::CORE));
+}
+
+TEST(FillMethods, AutoLeavesHolesBeyondTheLimitsOpenAndSaysWhy)
+{
+    // The first pass is for smaller holes than the limit of the others.
+    for (int const limit : {0, 20})
+    {
+        veld::FillSettings settings;
+        settings.max_edges = limit;
+        auto const result = fill(sheet(), settings);
+        EXPECT_EQ(result.closed.size(), limit == 0 ? 3U : 1U);
+        ASSERT_EQ(result.open.size(), limit == 0 ? 1U : 3U);
+        for (auto const& open : result.open)
+        {
+            EXPECT_EQ(open.reason,
+                      limit == 0 ? "longer perimeter than allowed" : "more edges than allowed");
+        }
+    }
+}
+
+TEST(FillMethods, WhatEachPassMadeIsTold)
+{
+    veld::FillSettings settings;
+    settings.markers.points = {{31.0F, 31.0F, 0.0F}};
+    auto const result = fill(sheet(), settings);
+    ASSERT_EQ(result.made_by.size(), result.mesh.n_faces());
+    std::vector<std::size_t> made(result.passes.size() + 1);
+    for (int const pass : result.made_by)
+    {
+        ++made.at(static_cast<std::size_t>(pass));
+    }
+    EXPECT_EQ(made[0], sheet().n_faces());
+    for (std::size_t i = 0; i < result.passes.size(); ++i)
+    {
+        EXPECT_EQ(made[i + 1], result.passes[i].new_faces);
+    }
+}
+
+TEST(FillMethods, FacesKeepTheNumberOfTheirPassWhereALaterOneCuts)
+{
+    veld::FillSettings ears;
+    ears.method = veld::FillMethod::TRIM;
+    ears.max_edges = 4;
+    ears.max_perimeter = 100.0;
+    veld::FillSettings cut;
+    cut.method = veld::FillMethod::WHOLE;
+    cut.region = veld::RegionHandling::DELETE;
+    cut.region_rings = 2;
+    cut.max_perimeter = 100.0;
+    veld::Context context;
+    auto const result = veld::fill(sheet(), {ears, cut}, context);
+    EXPECT_GT(result.cut_faces, 0U);
+    for (auto const face : result.mesh.faces())
+    {
+        // The small hole is the cell at (10, 30), which no region reaches.
+        Vector3f const centre = result.mesh.calc_face_centroid(face);
+        bool const is_in_cell =
+            std::abs(centre.x() - 10.5F) < 0.5F && std::abs(centre.y() - 30.5F) < 0.5F;
+        EXPECT_EQ(result.made_by[static_cast<std::size_t>(face.idx())] == 1, is_in_cell);
+    }
+}
+
+TEST(FillMethods, NormalsStayWhereTheSurfaceDoes)
+{
+    TriMesh mesh = sheet();
+    mesh.request_vertex_normals();
+    for (auto const v : mesh.vertices())
+    {
+        mesh.set_normal(v, {0.6F, 0.0F, 0.8F}); // as the file had them
+    }
+    auto const result = fill(mesh, at_marker());
+    EXPECT_FALSE(result.mesh.has_face_normals());
+    EXPECT_EQ(result.mesh.normal(vh(0)), Vector3f(0.6F, 0.0F, 0.8F));
+    auto const last = vh(static_cast<int>(result.mesh.n_vertices()) - 1);
+    EXPECT_NEAR(result.mesh.normal(last).z(), 1.0F, 1e-5F);
+}
+
+} // namespace

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "workflow/steps/Fill.h"
+
+#include <utility>
+#include <vector>
+
+namespace veld
+{
+
+/// Notes which pass of a filling closed which hole. Passes may cut and append, but keep the numbers
+/// of vertices.
+class ClosingRecord
+{
+public:
+    /// \param holes all holes of the mesh
+    ClosingRecord(OrvaneAlgorithm::TriMesh const& mesh, OrvaneAlgorithm::Holes const& holes);
+
+    /// Notes the holes of which a pass left nothing open.
+    /// \param before the mesh as it was, if the pass cut faces away, else nothing
+    void note(FillMethod method, OrvaneAlgorithm::TriMesh const& after,
+              OrvaneAlgorithm::TriMesh const* before);
+
+    std::vector<ClosedHoleReport> closed() const;
+
+private:
+    /// The vertices of a boundary halfedge.
+    using Edge = std::pair<int, int>;
+
+    struct Entry
+    {
+        ClosedHoleReport report;
+        std::vector<Edge> open; ///< What is left of it, or of what a cut has made of it.
+        bool is_closed = false;
+    };
+
+    std::vector<Entry> holes_;
+};
+
+} // namespace veld
