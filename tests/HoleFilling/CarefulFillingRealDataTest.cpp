@@ -1,3 +1,5 @@
+#include "scan_checks.h"
+
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 #include "algorithmVeld/HoleFilling/careful/LaplaceSystem.h"
 #include "algorithmVeld/common/mesh_io.h"
@@ -33,32 +35,8 @@ using detail::PatchNeighbourhood;
 using OpenMesh::FaceHandle;
 using OpenMesh::HalfedgeHandle;
 using OpenMesh::VertexHandle;
-
-/// Reads each scan and calls `check(mesh, holes)` for those with holes.
-template <typename Check>
-void for_each_scan(Check const& check)
-{
-    int with_holes = 0;
-    for (auto const& file : veld_test::real_meshes())
-    {
-        if (veld_test::IS_SANITIZED && std::filesystem::file_size(file) >= 250000)
-        {
-            continue; // takes too long there
-        }
-        SCOPED_TRACE(file.filename().string());
-        TriMesh mesh;
-        MeshReadReport report;
-        ASSERT_TRUE(read_mesh(file.string(), mesh, report)) << report.error;
-        Holes holes;
-        FindHolesEx::find_holes(mesh, holes, false);
-        if (!holes.empty())
-        {
-            ++with_holes;
-            check(mesh, holes);
-        }
-    }
-    EXPECT_GT(with_holes, 0);
-}
+using veld_test::expect_oriented_manifold;
+using veld_test::for_each_scan;
 
 /// Fills all holes and gives the patches.
 Holes fill(TriMesh& mesh, Holes const& holes, int smooth_type = 1)
@@ -187,44 +165,11 @@ void check_patch(TriMesh const& mesh, std::vector<VertexHandle> const& patch, in
     EXPECT_LT(apart, 1e-6 * mesh_size) << patch.size() << " vertices";
 }
 
-void expect_oriented_manifold(TriMesh const& mesh, std::vector<int> const& gaps_before)
-{
-    std::set<std::pair<int, int>> sides;
-    for (auto const f : mesh.faces())
-    {
-        for (auto const h : mesh.fh_range(f))
-        {
-            EXPECT_TRUE(sides.emplace(h.from().idx(), h.to().idx()).second)
-                << "two faces on the same side of an edge";
-        }
-    }
-    auto const gaps = veld_test::gaps_of(mesh);
-    for (std::size_t v = 0; v < gaps.size(); ++v)
-    {
-        // What the mesh refuses leaves a smaller hole, which may pass through a new vertex.
-        EXPECT_LE(gaps[v], v < gaps_before.size() ? std::max(gaps_before[v], 1) : 1);
-    }
-}
-
 /// Largest angle across the sides of a hole and the edges inside it, in degrees. Slivers are left
 /// out, for rounding decides where they look.
 double largest_turn(TriMesh const& mesh, std::vector<HalfedgeHandle> const& loop,
                     std::size_t old_faces)
 {
-    auto const normal = [&](FaceHandle f)
-    {
-        Vector3d p[3];
-        int k = 0;
-        for (auto const v : mesh.fv_range(f))
-        {
-            p[k++] = mesh.point(v).cast<double>();
-        }
-        Vector3d const cross = (p[1] - p[0]).cross(p[2] - p[0]);
-        double const longest =
-            std::max({(p[1] - p[0]).norm(), (p[2] - p[1]).norm(), (p[0] - p[2]).norm()});
-        return cross.norm() > 1e-2 * longest * longest ? cross.normalized().eval()
-                                                       : Vector3d::Zero().eval();
-    };
     std::set<int> sides;
     for (auto const h : loop)
     {
@@ -240,14 +185,7 @@ double largest_turn(TriMesh const& mesh, std::vector<HalfedgeHandle> const& loop
         {
             continue;
         }
-        Vector3d const u = normal(a);
-        Vector3d const v = normal(b);
-        if (u.isZero() || v.isZero())
-        {
-            continue;
-        }
-        largest =
-            std::max(largest, std::atan2(u.cross(v).norm(), u.dot(v)) * 180.0 / 3.141592653589793);
+        largest = std::max(largest, veld_test::turn_at(mesh, e).value_or(0.0));
     }
     return largest;
 }

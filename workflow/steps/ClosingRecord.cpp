@@ -101,8 +101,8 @@ private:
         for (auto const h : after.halfedges())
         {
             Edge const edge = edge_of(after, h);
-            auto const old = after.is_boundary(h) ? halfedge(before_, edge)
-                                                  : OpenMesh::HalfedgeHandle();
+            auto const old =
+                after.is_boundary(h) ? halfedge(before_, edge) : OpenMesh::HalfedgeHandle();
             if (old.is_valid() && !before_.is_boundary(old))
             {
                 open_[sets_.root(before_.face_handle(old).idx())].push_back(edge);
