@@ -95,19 +95,17 @@ Json report_scan(TriMesh& mesh, std::string const& path, DemoObject const& objec
 
 Json report_filling(std::string const& path, FillResult const& result, Desk const& desk)
 {
-    FillPass const& large = result.passes.at(0);
+    FillPass const& at_markers = result.passes.at(0);
     FillPass const& others = result.passes.at(1);
     desk.console.print(to_text(path, result, desk.verbose));
-    desk.console.print(fmt::format("  core closed {} of more than {} edges: {} added\n",
-                                   counted(large.holes_before - large.holes_after, "hole"),
-                                   LARGEST_SMALL_HOLE, added(large.new_faces, large.new_vertices)));
-    desk.console.print(fmt::format("  trim closed {} of the others: {} added\n",
-                                   others.holes_before - others.holes_after,
-                                   added(others.new_faces, others.new_vertices)));
+    for (FillPass const& pass : result.passes)
+    {
+        desk.console.print(fmt::format("  {}: {} added\n", to_string(pass.method),
+                                       added(pass.new_faces, pass.new_vertices)));
+    }
     Json json{{"file", path}};
     json.update(to_json(result));
-    json["large_holes"] = to_json(large);
-    json["large_holes"]["min_edges"] = LARGEST_SMALL_HOLE + 1;
+    json["marker_holes"] = to_json(at_markers);
     json["other_holes"] = to_json(others);
     return json;
 }

@@ -15,9 +15,6 @@
 namespace veld::cli
 {
 
-/// Holes of more edges than this are filled with care.
-inline constexpr int LARGEST_SMALL_HOLE = 12;
-
 Json report_frames(FrameSet const& set, TextFrameFiles const& files, Desk const& desk);
 
 /// The mesh that merging made, with what is on the object.

@@ -68,26 +68,22 @@ CleanSettings clean_settings(DemoObject const& object, std::vector<TriMesh> cons
              small_pieces_by_vertices(1)}};
 }
 
-/// Care for the larger holes, then ears for the small ones, where they are as good and faster.
-std::vector<FillSettings> fill_passes()
+/// The holes where markers stuck, then all others.
+std::vector<FillSettings> fill_passes(DemoObject const& object)
 {
-    FillSettings large;
-    large.method = FillMethod::CORE;
-    large.min_edges = LARGEST_SMALL_HOLE + 1;
+    FillSettings at_markers;
+    at_markers.method = FillMethod::MARKERS;
+    at_markers.markers = object.markers();
+    at_markers.marker_radius = DemoObject::MARKER_RADIUS;
     FillSettings others;
-    others.method = FillMethod::TRIM;
-    return {large, others};
+    others.method = FillMethod::WHOLE;
+    return {at_markers, others};
 }
 
-/// The faces of each method in its own colour. They stand behind the old ones, pass by pass.
+/// The faces of each pass in a colour of their own.
 FaceMarks mark_passes(FillResult const& result)
 {
-    FaceMarks marks(result.mesh.n_faces() - result.new_faces, 0);
-    for (auto const& pass : result.passes)
-    {
-        marks.resize(marks.size() + pass.new_faces, pass.method == FillMethod::CORE ? 2 : 1);
-    }
-    return marks;
+    return {result.made_by.begin(), result.made_by.end()};
 }
 
 } // namespace
@@ -125,7 +121,7 @@ Json DemoRun::run(Desk const& desk) const
     auto const sticks = cut(scanned, object, desk, result);
     TriMesh const cleaned = clean_up(scanned, object, sticks, desk, result);
     result["cleaned"] = draw(cleaned, {}, "cleaned.png", desk);
-    FillResult const filled = close_holes(cleaned, desk, result);
+    FillResult const filled = close_holes(cleaned, object, desk, result);
     result["deviation"] = report_deviation(filled.mesh, desk);
     result["after"] = draw(filled.mesh, mark_passes(filled), "after.png", desk);
     return result;
@@ -197,9 +193,10 @@ TriMesh DemoRun::clean_up(TriMesh const& mesh, DemoObject const& object,
     return std::move(cleaned.mesh);
 }
 
-FillResult DemoRun::close_holes(TriMesh const& mesh, Desk const& desk, Json& result) const
+FillResult DemoRun::close_holes(TriMesh const& mesh, DemoObject const& object, Desk const& desk,
+                                Json& result) const
 {
-    FillResult filled = fill(mesh, fill_passes(), desk.context);
+    FillResult filled = fill(mesh, fill_passes(object), desk.context);
     write_mesh(desk.outputs.add(file("filled.ply")), filled.mesh, desk.context);
     result["fill"] = report_filling(file("filled.ply"), filled, desk);
     return filled;

@@ -48,7 +48,8 @@ private:
                              Json& result) const;
     TriMesh clean_up(TriMesh const& mesh, DemoObject const& object,
                      std::vector<TriMesh> const& sticks, Desk const& desk, Json& result) const;
-    FillResult close_holes(TriMesh const& mesh, Desk const& desk, Json& result) const;
+    FillResult close_holes(TriMesh const& mesh, DemoObject const& object, Desk const& desk,
+                           Json& result) const;
     Json draw(TriMesh const& mesh, FaceMarks const& marks, std::string const& name,
               Desk const& desk) const;
 
