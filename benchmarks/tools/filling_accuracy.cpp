@@ -15,13 +15,14 @@
 #include <vector>
 
 /// \file
-/// How near careful filling comes to the surface that was there: cuts a round hole of about so many
-/// edges into surfaces that are known, fills it with each continuity or with several numbers of
-/// rings, and prints a row of a table for each. Distances are those of the faces that are new or
-/// have moved, root of the mean square, in thousandths of the hole's diameter; angles are the
-/// largest between two faces of which one is such a face, in degrees.
+/// How near fillings come to the surface that was there: cuts a round hole of about so many edges
+/// into surfaces that are known, fills it by each method, or carefully with each continuity or with
+/// several numbers of rings, and prints a row of a table for each. Distances are those of the faces
+/// that are new or have moved, root of the mean square, in thousandths of the hole's diameter;
+/// angles are the largest between two faces of which one is such a face, in degrees. With `methods`
+/// each cell has the time of the filling as well, the least of five, in milliseconds.
 ///
-///   filling_accuracy continuity|rings [CLOSED_MESH...]
+///   filling_accuracy methods|continuity|rings [CLOSED_MESH...]
 
 namespace
 {
@@ -73,11 +74,12 @@ std::vector<Shape> shapes()
             {"sharp edge", [](double x, double y) { return Vector3d(x, y, -0.7 * std::abs(x)); }}};
 }
 
-/// The part of a surface within two radii, as a grid of cells of half a millimetre, its vertices
-/// off their places by up to a share of a cell.
+constexpr double CELL = 0.5; // of a grid, in millimetres
+
+/// The part of a surface within two radii, as a grid, its vertices off their places by up to a
+/// share of a cell.
 TriMesh sampled(Shape const& shape, int cells, double noise)
 {
-    constexpr double CELL = 0.5;
     std::mt19937 random(1);
     auto const shift = [&] { return noise * (2.0 * random() / 4294967296.0 - 1.0); };
     TriMesh mesh;
@@ -188,6 +190,7 @@ struct CutMesh
     TriMesh mesh;
     int edges = 0;
     double diameter = 0.0;
+    Vector3f centre = Vector3f::Zero(); ///< On the surface that was there.
 };
 
 CutMesh cut(TriMesh const& mesh, OpenMesh::VertexHandle centre, int edges, float largest_radius)
@@ -210,22 +213,50 @@ CutMesh cut(TriMesh const& mesh, OpenMesh::VertexHandle centre, int edges, float
         }
         (length > 0 && length < edges ? low : high) = radius;
     }
-    return {without(mesh, best), best_edges, 2.0 * static_cast<double>(best_radius)};
+    return {without(mesh, best), best_edges, 2.0 * static_cast<double>(best_radius),
+            mesh.point(centre)};
+}
+
+/// Moves the vertices of a hole's rim, and those beside them, off their places by up to a length
+/// along each axis: a scanner sees the surface worst where it stops seeing it.
+CutMesh with_bad_rim(CutMesh cut, double length)
+{
+    std::set<OpenMesh::VertexHandle> rim;
+    for (auto const v : cut.mesh.vertices())
+    {
+        bool const near =
+            static_cast<double>((cut.mesh.point(v) - cut.centre).norm()) < 0.75 * cut.diameter;
+        if (near && cut.mesh.is_boundary(v) && !cut.mesh.is_isolated(v))
+        {
+            rim.insert(v);
+            rim.insert(cut.mesh.vv_begin(v), cut.mesh.vv_end(v));
+        }
+    }
+    std::mt19937 random(2);
+    auto const shift = [&] { return length * (2.0 * random() / 4294967296.0 - 1.0); };
+    for (auto const v : rim)
+    {
+        double const x = shift();
+        double const y = shift();
+        cut.mesh.point(v) += Vector3d(x, y, shift()).cast<float>();
+    }
+    return cut;
 }
 
 // -------------------------------------------------------------------------------------- judgement
 
-/// Whether each face is new or has a corner that moved.
-std::vector<bool> changed_faces(TriMesh const& before, TriMesh const& after)
+/// Whether each face is new or has a corner that moved. Where faces were cut away none moves, and
+/// vertices are numbered anew.
+std::vector<bool> changed_faces(TriMesh const& before, veld::FillResult const& result)
 {
+    TriMesh const& after = result.mesh;
     std::vector<bool> changed(after.n_faces());
     for (auto const f : after.faces())
     {
-        bool is_old = static_cast<std::size_t>(f.idx()) < before.n_faces();
+        bool is_old = result.made_by[static_cast<std::size_t>(f.idx())] == 0;
         for (auto const v : after.fv_range(f))
         {
-            is_old = is_old && static_cast<std::size_t>(v.idx()) < before.n_vertices() &&
-                     before.point(v) == after.point(v);
+            is_old = is_old && (result.cut_faces > 0 || before.point(v) == after.point(v));
         }
         changed[static_cast<std::size_t>(f.idx())] = !is_old;
     }
@@ -276,59 +307,121 @@ double worst_angle(TriMesh const& mesh, std::vector<bool> const& faces)
     return worst;
 }
 
-/// Fills the hole, but not the border of a surface, which is longer.
-/// \return distance in thousandths of the diameter, and angle
-std::string judged(CutMesh const& cut, MeasuredSurface const& truth, int smoothness, int rings)
+/// Longer than the hole and shorter than the border of a surface.
+double limit_of(TriMesh mesh, int edges)
+{
+    veld::Context context;
+    double limit = 0.0;
+    for (auto const& hole : veld::find_holes(mesh, {}, context).summaries)
+    {
+        limit = hole.edges == static_cast<std::size_t>(edges) ? 1.2 * hole.perimeter : limit;
+    }
+    return limit;
+}
+
+/// What a column of the table fills with.
+struct Column
 {
     veld::FillSettings settings;
-    settings.method = veld::FillMethod::CORE;
-    settings.max_edges = cut.edges;
-    settings.max_perimeter = 0.0;
-    settings.smoothness = smoothness;
-    settings.rings = rings;
+    bool has_time = false;
+};
+
+/// \return distance in thousandths of the diameter, angle and, if wanted, milliseconds
+std::string judged(CutMesh const& cut, MeasuredSurface const& truth, Column const& column)
+{
+    veld::FillSettings settings = column.settings;
+    settings.max_perimeter = limit_of(cut.mesh, cut.edges);
+    settings.markers.points = {cut.centre};
+    settings.marker_radius = cut.diameter;
     veld::Context context;
-    TriMesh const mesh = veld::fill(cut.mesh, settings, context).mesh;
-    auto const changed = changed_faces(cut.mesh, mesh);
+    veld::FillResult result = veld::fill(cut.mesh, settings, context);
+    double seconds = result.seconds;
+    for (int run = 1; column.has_time && run < 5; ++run)
+    {
+        seconds = std::min(seconds, veld::fill(cut.mesh, settings, context).seconds);
+    }
+    if (result.closed.size() != 1)
+    {
+        return " open |";
+    }
+    auto const changed = changed_faces(cut.mesh, result);
     char text[64];
-    std::snprintf(text, sizeof(text), " %.2f / %.0f |",
-                  1000.0 * rms_distance(mesh, changed, truth) / cut.diameter,
-                  worst_angle(mesh, changed));
-    return text;
+    std::snprintf(text, sizeof(text), " %.2f / %.0f",
+                  1000.0 * rms_distance(result.mesh, changed, truth) / cut.diameter,
+                  worst_angle(result.mesh, changed));
+    std::string cell = text;
+    if (column.has_time)
+    {
+        std::snprintf(text, sizeof(text), seconds < 0.01 ? " / %.2g" : " / %.0f", 1000.0 * seconds);
+        cell += text;
+    }
+    return cell + " |";
 }
 
 // ------------------------------------------------------------------------------------------ table
 
-/// What the columns of the table differ in.
 struct Columns
 {
     std::string head;
-    std::vector<std::pair<int, int>> smoothness_and_rings;
+    std::vector<Column> list;
 };
+
+Column careful(int smoothness, int rings)
+{
+    Column column;
+    column.settings.method = veld::FillMethod::CORE;
+    column.settings.smoothness = smoothness;
+    column.settings.rings = rings;
+    return column;
+}
+
+Column of_method(veld::FillMethod method, veld::RegionHandling region)
+{
+    Column column;
+    column.settings.method = method;
+    column.settings.region = region;
+    column.settings.region_rings = 5; // of small surfaces more than that would cut the border off
+    column.has_time = true;
+    return column;
+}
 
 Columns columns_of(std::string const& what)
 {
+    using veld::FillMethod;
+    using veld::RegionHandling;
+    if (what == "methods")
+    {
+        return {"clip | trim | core | whole | whole, cut | markers",
+                {of_method(FillMethod::CLIP, RegionHandling::NONE),
+                 of_method(FillMethod::TRIM, RegionHandling::NONE),
+                 of_method(FillMethod::CORE, RegionHandling::NONE),
+                 of_method(FillMethod::WHOLE, RegionHandling::NONE),
+                 of_method(FillMethod::WHOLE, RegionHandling::DELETE),
+                 of_method(FillMethod::MARKERS, RegionHandling::NONE)}};
+    }
     if (what == "rings")
     {
         return {"c1, 1 ring | 3 | 6 | c2, 1 ring | 3 | 6",
-                {{1, 1}, {1, 3}, {1, 6}, {2, 1}, {2, 3}, {2, 6}}};
+                {careful(1, 1), careful(1, 3), careful(1, 6), careful(2, 1), careful(2, 3),
+                 careful(2, 6)}};
     }
-    return {"c0 | c1 | c2", {{0, 3}, {1, 3}, {2, 3}}};
+    return {"c0 | c1 | c2", {careful(0, 3), careful(1, 3), careful(2, 3)}};
 }
 
 void print_row(std::string const& name, CutMesh const& cut, MeasuredSurface const& truth,
                Columns const& columns)
 {
     std::string row = "| " + name + " | " + std::to_string(cut.edges) + " |";
-    for (auto const& [smoothness, rings] : columns.smoothness_and_rings)
+    for (auto const& column : columns.list)
     {
-        row += judged(cut, truth, smoothness, rings);
+        row += judged(cut, truth, column);
     }
     std::printf("%s\n", row.c_str());
     std::fflush(stdout);
 }
 
 void print_shapes(Columns const& columns, std::string const& remark, double noise,
-                  std::vector<int> const& sizes)
+                  std::vector<int> const& sizes, double noise_of_rim = 0.0)
 {
     for (int const edges : sizes)
     {
@@ -339,8 +432,9 @@ void print_shapes(Columns const& columns, std::string const& remark, double nois
             TriMesh const exact = sampled(shape, cells, 0.0);
             TriMesh const mesh = sampled(shape, cells, noise);
             OpenMesh::VertexHandle const middle(static_cast<int>(mesh.n_vertices() / 2));
+            CutMesh const hole = cut(mesh, middle, edges, 0.75F * static_cast<float>(cells));
             print_row(shape.name + remark,
-                      cut(mesh, middle, edges, 0.75F * static_cast<float>(cells)),
+                      noise_of_rim > 0.0 ? with_bad_rim(hole, noise_of_rim * CELL) : hole,
                       MeasuredSurface(exact), columns);
         }
     }
@@ -375,20 +469,28 @@ bool print_scan(Columns const& columns, std::string const& path)
 int main(int argc, char** argv)
 {
     std::string const what = argc > 1 ? argv[1] : "";
-    if (what != "continuity" && what != "rings")
+    if (what != "methods" && what != "continuity" && what != "rings")
     {
-        std::fprintf(stderr, "usage: filling_accuracy continuity|rings [CLOSED_MESH...]\n");
+        std::fprintf(stderr, "usage: filling_accuracy methods|continuity|rings [CLOSED_MESH...]\n");
         return 1;
     }
     Columns const columns = columns_of(what);
     std::printf("| surface | edges | %s |\n|---|---|", columns.head.c_str());
-    for (std::size_t i = 0; i < columns.smoothness_and_rings.size(); ++i)
+    for (std::size_t i = 0; i < columns.list.size(); ++i)
     {
         std::printf("---|");
     }
     std::printf("\n");
-    print_shapes(columns, "", 0.03, {30, 100, 300, 1000});
-    print_shapes(columns, ", more noise", 0.1, {100, 300});
+    if (what == "methods")
+    {
+        print_shapes(columns, "", 0.03, {12, 30, 100, 300});
+        print_shapes(columns, ", bad rim", 0.03, {100}, 0.3);
+    }
+    else
+    {
+        print_shapes(columns, "", 0.03, {30, 100, 300, 1000});
+        print_shapes(columns, ", more noise", 0.1, {100, 300});
+    }
     bool read = true;
     for (int i = 2; i < argc; ++i)
     {
