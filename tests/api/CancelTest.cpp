@@ -202,6 +202,15 @@ std::vector<MeshOperation> const& operations()
              filling.set_max_perimeter(30.0);
              filling.holes_filling(mesh);
          }},
+        {"marker_holes_filling",
+         [](TriMesh& mesh)
+         {
+             MarkerHoleFilling filling;
+             filling.set_topology_dis_thr(1);
+             filling.set_max_perimeter(30.0);
+             filling.set_marker_search_radius(5.0);
+             filling.marker_holes_filling(mesh, marker_points());
+         }},
         {"components_by_face",
          [](TriMesh& mesh) { remove_small_components_by_face(mesh, 10, false); }},
         {"components_by_vert",

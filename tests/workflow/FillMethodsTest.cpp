@@ -282,6 +282,48 @@ TEST(FillMethods, FacesKeepTheNumberOfTheirPassWhereALaterOneCuts)
     }
 }
 
+TEST(FillMethods, EachTellsHowFarItIsAndCanBeCancelledAnywhere)
+{
+    TriMesh const mesh = sheet();
+    for (auto const& [name, method] : veld::fill_methods())
+    {
+        veld::FillSettings settings = at_marker();
+        settings.method = method;
+        settings.max_perimeter = 100.0;
+        std::vector<double> told;
+        veld::Context watching;
+        watching.progress = [&](veld::Progress const& progress)
+        { told.push_back(progress.fraction); };
+        veld::fill(mesh, settings, watching);
+        EXPECT_TRUE(std::is_sorted(told.begin(), told.end())) << name;
+        EXPECT_GT(told.size(), 5U) << name;
+        for (std::size_t i = 0; i < told.size(); ++i)
+        {
+            std::size_t calls = 0;
+            veld::Context context;
+            context.progress = [&](veld::Progress const&)
+            {
+                if (calls++ == i)
+                {
+                    context.cancel.cancel();
+                }
+            };
+            bool is_cancelled = false;
+            try
+            {
+                veld::fill(mesh, settings, context);
+            }
+            catch (OrvaneAlgorithm::Cancelled const&)
+            {
+                is_cancelled = true;
+            }
+            // Who is told of the last step cannot end it any more.
+            EXPECT_TRUE(is_cancelled || told[i] > 0.9) << name << " at " << told[i];
+        }
+    }
+    EXPECT_EQ(fingerprint(mesh), fingerprint(sheet()));
+}
+
 TEST(FillMethods, NormalsStayWhereTheSurfaceDoes)
 {
     TriMesh mesh = sheet();
