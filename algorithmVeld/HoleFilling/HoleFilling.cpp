@@ -9,9 +9,11 @@
 #include "algorithmVeld/HoleFilling/careful/HoleWork.h"
 #include "algorithmVeld/HoleFilling/whole/MeshMeasures.h"
 #include "algorithmVeld/HoleFilling/whole/RegionSmoothing.h"
+#include "algorithmVeld/common/arrays/checked.h"
 #include "algorithmVeld/common/mesh/Compaction.h"
 #include "algorithmVeld/common/mesh/MeshNormals.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/mesh/RimTurn.h"
 #include "algorithmVeld/common/mesh_files/MeshDump.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/TimedStages.h"
@@ -152,7 +154,7 @@ void HoleFilling::fill_tiny_holes()
     EarTrimming trimming;
     trimming.set_max_perimeter(max_perimeter_);
     trimming.ear_trimming(mesh_, true, true, true, 5, 2.0 * avg_edge, 150.0);
-    detail::renew_normals(mesh_);
+    detail::update_normals(mesh_);
     dump("10-tiny-holes-filled-mesh.stl", "save-tiny-holes-filled-mesh");
 }
 
@@ -179,11 +181,27 @@ void HoleFilling::find_holes_ordered_halfedges()
     }
 }
 
-/// A loop that was too long at the first search stays out of the second, also where the cut has
+/// Why a loop that the first search finds is none of the holes to fill.
+std::optional<OpenReason>
+HoleFilling::reason_to_leave_out(std::vector<HalfedgeHandle> const& loop,
+                                 std::vector<VertexHandle> const& corners) const
+{
+    if (detail::is_beyond_perimeter(mesh_, loop, max_perimeter_))
+    {
+        return OpenReason::PERIMETER_TOO_LONG;
+    }
+    if (detail::turns_back(mesh_, corners, rim_angle_thr_))
+    {
+        return OpenReason::NORMALS_DISAGREE;
+    }
+    return std::nullopt;
+}
+
+/// A loop that was left out at the first search stays out of the second, also where the cut has
 /// made it shorter or joined a hole to it.
 void HoleFilling::leave_out_borders()
 {
-    if (!(max_perimeter_ > 0.0))
+    if (!(max_perimeter_ > 0.0) && !(rim_angle_thr_ < 180.0))
     {
         return;
     }
@@ -193,21 +211,21 @@ void HoleFilling::leave_out_borders()
     for (auto& loop : holes_)
     {
         auto const corners = detail::from_vertices(mesh_, loop);
-        bool const out =
-            first_search ? detail::is_beyond_perimeter(mesh_, loop, max_perimeter_)
-                         : std::any_of(corners.begin(), corners.end(),
-                                       [&](VertexHandle v) { return border_.count(v.idx()) > 0; });
-        if (!out)
+        auto const reason =
+            first_search ? reason_to_leave_out(loop, corners) : std::optional<OpenReason>();
+        if (reason)
         {
-            holes.push_back(std::move(loop));
-        }
-        else if (first_search)
-        {
-            open_holes_.push_back({corners, OpenReason::PERIMETER_TOO_LONG});
+            open_holes_.push_back({corners, *reason});
             for (auto const vertex : corners)
             {
                 border_.insert(vertex.idx());
             }
+        }
+        else if (first_search ||
+                 std::none_of(corners.begin(), corners.end(),
+                              [&](VertexHandle v) { return border_.count(v.idx()) > 0; }))
+        {
+            holes.push_back(std::move(loop));
         }
     }
     holes_ = std::move(holes);
@@ -310,6 +328,8 @@ void HoleFilling::fill_holes(std::function<bool(std::size_t)> const& selected)
 bool HoleFilling::hole_filling(int hole)
 {
     auto const index = static_cast<std::size_t>(hole);
+    static_cast<void>(detail::at(holes_, index));
+    static_cast<void>(detail::at(regions_, index));
     detail::HoleWork work;
     close_hole(index, work, nullptr);
     merge_hole(index, work);

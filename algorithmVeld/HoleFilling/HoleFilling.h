@@ -108,6 +108,10 @@ public:
     /// border of an open scan, and with them what the cut joins to them. 0, the default, takes the
     /// limit away.
     void set_max_perimeter(double length) { max_perimeter_ = length; }
+    /// Leaves loops alone whose fill would, on the whole, turn away from the faces along the rim by
+    /// more than an angle in degrees: the outlines of loose pieces, whose backs are no holes. 180,
+    /// the default, takes the limit away.
+    void set_rim_angle_thr(double degrees) { rim_angle_thr_ = degrees; }
     /// Fills of more new vertices than this are not faired.
     void set_fairing_verts_thr(int vertices) { fairing_verts_thr_ = vertices; }
     /// Whether, with logging on, the mesh and the sub-mesh of each hole are written to
@@ -245,6 +249,8 @@ protected:
 private:
     void handle_regions();
     void leave_out_borders();
+    std::optional<OpenReason> reason_to_leave_out(std::vector<HalfedgeHandle> const& loop,
+                                                  std::vector<VertexHandle> const& corners) const;
     void close_hole(std::size_t hole, detail::HoleWork& work, detail::HoleTurn const* turn) const;
     bool find_loop(std::size_t hole, detail::HoleSubMesh& sub) const;
     std::optional<OpenReason> triangulate(detail::HoleSubMesh& sub,
@@ -258,6 +264,7 @@ private:
     detail::TriangulationRule triangulation_rule() const;
 
     double max_perimeter_ = 0.0;
+    double rim_angle_thr_ = 180.0;
     /// From-vertices of the loops that are left alone; vertices keep their numbers over a run.
     std::set<int> border_;
     bool searched_ = false; ///< Whether the holes of this run have been searched for before.

@@ -77,6 +77,18 @@ bool HoleFilling::hole_triangulation(TriMesh& mesh, std::vector<HalfedgeHandle>&
                                      dump_refused(mesh));
 }
 
+void HoleFilling::calc_weight(TriMesh const& mesh, std::vector<VertexHandle> const& verts,
+                              std::vector<FaceHandle> const& faces, std::vector<int> const& lambda,
+                              int i, int m, int j, float& angle, float& area,
+                              std::vector<bool> const& edge_exist) const
+{
+    auto const cost = detail::split_cost(mesh, verts, faces, lambda, static_cast<std::size_t>(i),
+                                         static_cast<std::size_t>(m), static_cast<std::size_t>(j),
+                                         edge_exist, triangulation_rule());
+    angle = cost.angle;
+    area = cost.area;
+}
+
 bool HoleFilling::hole_refinement(TriMesh& mesh, FPropHandleT<bool>& face_new,
                                   VPropHandleT<bool>& vert_new, VPropHandleT<bool>& vert_boundary,
                                   VPropHandleT<float>& vert_edge_len) const

@@ -139,7 +139,7 @@ void MarkerHoleFilling::region_processing()
     else
     {
         smooth_marker_holes_region(5);
-        detail::renew_normals(mesh_);
+        detail::update_normals(mesh_);
     }
 }
 

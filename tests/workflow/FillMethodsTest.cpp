@@ -339,4 +339,95 @@ TEST(FillMethods, NormalsStayWhereTheSurfaceDoes)
     EXPECT_NEAR(result.mesh.normal(last).z(), 1.0F, 1e-5F);
 }
 
+TEST(FillMethods, TinyHolesThatAreFilledBeforeACutAreCountedApartFromWhatIsThere)
+{
+    // Ears close the cells at once; then the cut moves their faces, or takes everything.
+    TriMesh const mesh = grid_without(12, 12, {{2, 2}, {6, 6}, {7, 6}, {6, 7}, {7, 7}});
+    for (int const rings : {1, 40})
+    {
+        veld::FillSettings settings;
+        settings.method = veld::FillMethod::WHOLE;
+        settings.region = veld::RegionHandling::DELETE;
+        settings.region_rings = rings;
+        settings.max_perimeter = 20.0; // the border has 48
+        veld::Context context;
+        auto const result = veld::fill(mesh, settings, context);
+        EXPECT_EQ(result.mesh.n_faces() + result.cut_faces, mesh.n_faces() + result.new_faces);
+        ASSERT_EQ(result.made_by.size(), result.mesh.n_faces());
+        for (auto const face : result.mesh.faces())
+        {
+            Vector3f const centre = result.mesh.calc_face_centroid(face);
+            bool const is_in_cell =
+                std::abs(centre.x() - 2.5F) < 0.5F && std::abs(centre.y() - 2.5F) < 0.5F;
+            EXPECT_TRUE(!is_in_cell || result.made_by[static_cast<std::size_t>(face.idx())] == 1);
+        }
+    }
+}
+
+TEST(FillMethods, AMeshWithoutNormalsGetsNone)
+{
+    for (auto const& [name, method] : veld::fill_methods())
+    {
+        for (auto const& [handling, region] : veld::region_handlings())
+        {
+            veld::FillSettings settings = at_marker();
+            settings.method = method;
+            settings.region = region;
+            auto const result = fill(sheet(), settings);
+            EXPECT_FALSE(result.mesh.has_vertex_normals()) << name << ", " << handling;
+            EXPECT_FALSE(result.mesh.has_face_normals()) << name << ", " << handling;
+        }
+    }
+}
+
+TEST(FillMethods, AHoleOfWhichSomeIsLeftIsNotClosed)
+{
+    // Ears close the four corners of eight edges; a square of diagonals is left.
+    TriMesh const mesh = grid_without(10, 10, {{4, 4}, {5, 4}, {4, 5}, {5, 5}});
+    veld::FillSettings settings;
+    settings.method = veld::FillMethod::TRIM;
+    settings.edge_length = 1.5;
+    auto const result = fill(mesh, settings);
+    EXPECT_GT(result.new_faces, 0U);
+    EXPECT_EQ(result.holes_after, 2U); // with the border
+    EXPECT_TRUE(result.closed.empty());
+}
+
+TEST(FillMethods, AutoLeavesTheBackOfALoosePieceOpen)
+{
+    // A sheet of 16 edges beside a larger one: its outline is no hole, and who asks for careful
+    // filling by name gets it closed.
+    TriMesh mesh = grid_with_hole(20);
+    for (int y = 0; y < 5; ++y)
+    {
+        for (int x = 0; x < 5; ++x)
+        {
+            mesh.add_vertex(Vector3f(float(x) + 40.0F, float(y), 0.0F));
+        }
+    }
+    int const first = static_cast<int>(mesh.n_vertices()) - 25;
+    for (int y = 0; y < 4; ++y)
+    {
+        for (int x = 0; x < 4; ++x)
+        {
+            int const corner = first + 5 * y + x;
+            mesh.add_face(vh(corner), vh(corner + 1), vh(corner + 6));
+            mesh.add_face(vh(corner), vh(corner + 6), vh(corner + 5));
+        }
+    }
+    veld::FillSettings settings;
+    settings.max_perimeter = 17.0;
+    settings.small_edges = 0;
+    veld::Context context;
+    auto const result = veld::fill(mesh, settings, context);
+    auto const is_back = [](veld::OpenHoleReport const& hole)
+    { return hole.edges == 16 && hole.reason == "normals disagree with the faces around"; };
+    EXPECT_EQ(std::count_if(result.open.begin(), result.open.end(), is_back), 1);
+    settings.method = veld::FillMethod::WHOLE;
+    auto const whole = veld::fill(mesh, settings, context);
+    EXPECT_EQ(std::count_if(whole.open.begin(), whole.open.end(),
+                            [](auto const& hole) { return hole.edges == 16; }),
+              0);
+}
+
 } // namespace

@@ -73,11 +73,18 @@ KeptAttributes::KeptAttributes(TriMesh const& mesh)
     }
 }
 
-void KeptAttributes::restore(TriMesh& mesh, std::size_t old_faces) const
+void KeptAttributes::restore(TriMesh& mesh) const
+{
+    restore(mesh, [&](OpenMesh::FaceHandle face)
+            { return static_cast<std::size_t>(face.idx()) < faces_; });
+}
+
+void KeptAttributes::restore(TriMesh& mesh,
+                             std::function<bool(OpenMesh::FaceHandle)> const& is_old) const
 {
     if (had_vertex_normals_)
     {
-        restore_normals(mesh, old_faces);
+        restore_normals(mesh, is_old);
     }
     else if (mesh.has_vertex_normals())
     {
@@ -93,7 +100,8 @@ void KeptAttributes::restore(TriMesh& mesh, std::size_t old_faces) const
     }
 }
 
-void KeptAttributes::restore_normals(TriMesh& mesh, std::size_t old_faces) const
+void KeptAttributes::restore_normals(TriMesh& mesh,
+                                     std::function<bool(OpenMesh::FaceHandle)> const& is_old) const
 {
     mesh.request_face_normals();
     mesh.update_face_normals();
@@ -102,7 +110,7 @@ void KeptAttributes::restore_normals(TriMesh& mesh, std::size_t old_faces) const
         bool changed = static_cast<std::size_t>(vertex.idx()) >= normals_.size();
         for (auto const face : mesh.vf_range(vertex))
         {
-            changed = changed || is_changed(mesh, face, old_faces);
+            changed = changed || !is_old(face) || is_moved(mesh, face);
         }
         mesh.set_normal(vertex, changed ? mesh.calc_vertex_normal(vertex)
                                         : normals_[static_cast<std::size_t>(vertex.idx())]);
@@ -110,15 +118,13 @@ void KeptAttributes::restore_normals(TriMesh& mesh, std::size_t old_faces) const
     mesh.release_face_normals();
 }
 
-bool KeptAttributes::is_changed(TriMesh const& mesh, OpenMesh::FaceHandle face,
-                                std::size_t old_faces) const
+bool KeptAttributes::is_moved(TriMesh const& mesh, OpenMesh::FaceHandle face) const
 {
     auto const corners = mesh.fv_range(face);
-    return static_cast<std::size_t>(face.idx()) >= old_faces ||
-           std::any_of(
-               corners.begin(), corners.end(),
-               [&](OpenMesh::VertexHandle corner)
-               { return mesh.point(corner) != points_[static_cast<std::size_t>(corner.idx())]; });
+    return std::any_of(
+        corners.begin(), corners.end(),
+        [&](OpenMesh::VertexHandle corner)
+        { return mesh.point(corner) != points_[static_cast<std::size_t>(corner.idx())]; });
 }
 
 void KeptAttributes::colour_new_vertices(TriMesh& mesh) const

@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/TriMesh.h"
 
 #include <cstddef>
+#include <functional>
 #include <vector>
 
 namespace veld
@@ -19,15 +20,16 @@ public:
 
     /// Gives the changed mesh the attributes that it had: the same values where the surface is the
     /// same, new normals where it is not, and to new vertices the colours around them.
-    void restore(OrvaneAlgorithm::TriMesh& mesh) const { restore(mesh, faces_); }
-    /// The same where old faces were taken out.
-    /// \param old_faces how many are left of them; they come before the new ones
-    void restore(OrvaneAlgorithm::TriMesh& mesh, std::size_t old_faces) const;
+    void restore(OrvaneAlgorithm::TriMesh& mesh) const;
+    /// The same where faces were taken out and others have moved into their places.
+    /// \param is_old whether a face was there before
+    void restore(OrvaneAlgorithm::TriMesh& mesh,
+                 std::function<bool(OpenMesh::FaceHandle)> const& is_old) const;
 
 private:
-    void restore_normals(OrvaneAlgorithm::TriMesh& mesh, std::size_t old_faces) const;
-    bool is_changed(OrvaneAlgorithm::TriMesh const& mesh, OpenMesh::FaceHandle face,
-                    std::size_t old_faces) const;
+    void restore_normals(OrvaneAlgorithm::TriMesh& mesh,
+                         std::function<bool(OpenMesh::FaceHandle)> const& is_old) const;
+    bool is_moved(OrvaneAlgorithm::TriMesh const& mesh, OpenMesh::FaceHandle face) const;
     void colour_new_vertices(OrvaneAlgorithm::TriMesh& mesh) const;
 
     bool had_vertex_normals_;

@@ -30,12 +30,6 @@ OpenMesh::HalfedgeHandle halfedge(TriMesh const& mesh, Edge edge)
                : OpenMesh::HalfedgeHandle();
 }
 
-bool is_open(TriMesh const& mesh, Edge edge)
-{
-    auto const h = halfedge(mesh, edge);
-    return h.is_valid() && mesh.is_boundary(h);
-}
-
 Edge edge_of(TriMesh const& mesh, OpenMesh::HalfedgeHandle h)
 {
     return {mesh.from_vertex_handle(h).idx(), mesh.to_vertex_handle(h).idx()};
@@ -59,17 +53,38 @@ public:
         find_open_edges(after);
     }
 
-    /// What is open of the region at an edge of a hole's rim.
-    Edges open_at(Edge rim) const
+    /// What is open of a hole: those of its edges that are still there, and what is open of the
+    /// regions that lay at the others.
+    std::set<Edge> open_edges_of(Edges const& rim, TriMesh const& after)
     {
-        auto const h = halfedge(before_, rim);
-        if (!h.is_valid() || before_.is_boundary(before_.opposite_halfedge_handle(h)))
+        std::set<Edge> open;
+        std::set<int> regions;
+        for (auto const& edge : rim)
         {
-            return {};
+            auto const now = halfedge(after, edge);
+            auto const h = halfedge(before_, edge);
+            if (now.is_valid() && after.is_boundary(now))
+            {
+                open.insert(edge);
+            }
+            else if (h.is_valid() && !before_.is_boundary(before_.opposite_halfedge_handle(h)))
+            {
+                int const face = before_.face_handle(before_.opposite_halfedge_handle(h)).idx();
+                if (cut_.count(face) > 0)
+                {
+                    regions.insert(sets_.root(face));
+                }
+            }
         }
-        auto const face = before_.face_handle(before_.opposite_halfedge_handle(h)).idx();
-        auto const found = cut_.count(face) > 0 ? open_.find(sets_.root(face)) : open_.end();
-        return found == open_.end() ? Edges() : found->second;
+        for (int const region : regions)
+        {
+            auto const found = open_.find(region);
+            if (found != open_.end())
+            {
+                open.insert(found->second.begin(), found->second.end());
+            }
+        }
+        return open;
     }
 
 private:
@@ -112,9 +127,48 @@ private:
 
     TriMesh const& before_;
     std::set<int> cut_;
-    mutable OrvaneAlgorithm::detail::DisjointSets sets_; ///< Looking up shortens its paths.
+    OrvaneAlgorithm::detail::DisjointSets sets_;
     std::map<int, Edges> open_;
 };
+
+/// What is open of a hole behind a pass that took nothing away: edges that nothing was built on,
+/// and those where what was built on the others ends.
+std::set<Edge> open_edges_of(Edges const& rim, TriMesh const& after,
+                             std::function<bool(OpenMesh::FaceHandle)> const& is_new)
+{
+    std::set<Edge> open;
+    std::set<int> met;
+    std::vector<OpenMesh::FaceHandle> waiting;
+    auto const look_at = [&](OpenMesh::HalfedgeHandle h)
+    {
+        if (after.is_boundary(h))
+        {
+            open.insert(edge_of(after, h));
+        }
+        else if (is_new(after.face_handle(h)) && met.insert(after.face_handle(h).idx()).second)
+        {
+            waiting.push_back(after.face_handle(h));
+        }
+    };
+    for (auto const& edge : rim)
+    {
+        auto const h = halfedge(after, edge);
+        if (h.is_valid())
+        {
+            look_at(h);
+        }
+    }
+    while (!waiting.empty())
+    {
+        auto const face = waiting.back();
+        waiting.pop_back();
+        for (auto const h : after.fh_range(face))
+        {
+            look_at(after.opposite_halfedge_handle(h));
+        }
+    }
+    return open;
+}
 
 } // namespace
 
@@ -132,7 +186,8 @@ ClosingRecord::ClosingRecord(TriMesh const& mesh, OrvaneAlgorithm::Holes const& 
     }
 }
 
-void ClosingRecord::note(FillMethod method, TriMesh const& after, TriMesh const* before)
+void ClosingRecord::note(FillMethod method, TriMesh const& after, TriMesh const* before,
+                         std::function<bool(OpenMesh::FaceHandle)> const& is_new)
 {
     std::optional<CutRegions> cut;
     if (before != nullptr)
@@ -141,19 +196,8 @@ void ClosingRecord::note(FillMethod method, TriMesh const& after, TriMesh const*
     }
     for (auto& hole : holes_)
     {
-        std::set<Edge> open;
-        for (auto const& edge : hole.open)
-        {
-            if (is_open(after, edge))
-            {
-                open.insert(edge);
-            }
-            else if (cut)
-            {
-                Edges const more = cut->open_at(edge);
-                open.insert(more.begin(), more.end());
-            }
-        }
+        std::set<Edge> const open =
+            cut ? cut->open_edges_of(hole.open, after) : open_edges_of(hole.open, after, is_new);
         hole.open.assign(open.begin(), open.end());
         if (hole.open.empty() && !hole.is_closed)
         {

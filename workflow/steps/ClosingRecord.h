@@ -2,6 +2,7 @@
 
 #include "workflow/steps/Fill.h"
 
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -18,8 +19,10 @@ public:
 
     /// Notes the holes of which a pass left nothing open.
     /// \param before the mesh as it was, if the pass cut faces away, else nothing
+    /// \param is_new whether the pass made a face
     void note(FillMethod method, OrvaneAlgorithm::TriMesh const& after,
-              OrvaneAlgorithm::TriMesh const* before);
+              OrvaneAlgorithm::TriMesh const* before,
+              std::function<bool(OpenMesh::FaceHandle)> const& is_new);
 
     std::vector<ClosedHoleReport> closed() const;
 

@@ -12,6 +12,7 @@
 #include "algorithmVeld/HoleFilling/MarkerHoleFilling.h"
 #include "algorithmVeld/common/ParamHolder.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/mesh/RimTurn.h"
 
 #include <fmt/format.h>
 
@@ -127,13 +128,17 @@ std::vector<OpenHole> fill_carefully(TriMesh& mesh, FillSettings const& settings
         {
             continue;
         }
-        if (is_short_enough(settings, hole_perimeter(mesh, hole)))
+        if (!is_short_enough(settings, hole_perimeter(mesh, hole)))
         {
-            holes.push_back(hole);
+            open.push_back({hole, OpenReason::PERIMETER_TOO_LONG});
+        }
+        else if (OrvaneAlgorithm::detail::turns_back(mesh, hole, settings.normal_angle))
+        {
+            open.push_back({hole, OpenReason::NORMALS_DISAGREE});
         }
         else
         {
-            open.push_back({hole, OpenReason::PERIMETER_TOO_LONG});
+            holes.push_back(hole);
         }
     }
     if (holes.empty())
@@ -166,6 +171,7 @@ void set_up(OrvaneAlgorithm::HoleFilling& filling, FillSettings const& settings)
     filling.set_weight_type(settings.weights == FillWeights::UNIFORM ? 0 : 1);
     filling.set_hole_verts_thr(settings.max_edges > 0 ? settings.max_edges : NO_LIMIT);
     filling.set_max_perimeter(*settings.max_perimeter);
+    filling.set_rim_angle_thr(settings.normal_angle);
     filling.set_triangulation_sample_num(split_limit(settings));
     filling.set_fairing_verts_thr(settings.max_patch > 0 ? settings.max_patch : NO_LIMIT);
 }
@@ -188,10 +194,17 @@ PassOutcome fill_apart(TriMesh& mesh, FillSettings const& settings, Filling& fil
     set_up(filling, settings);
     KeptAttributes const attributes(mesh);
     std::size_t const faces = mesh.n_faces();
+    // A cut moves faces into the places of others; the property goes along.
+    OrvaneAlgorithm::detail::ScopedProperty<OpenMesh::FPropHandleT<char>> was_there(mesh,
+                                                                                    "<was-there>");
+    std::fill(was_there.data().begin(), was_there.data().end(), 1);
     run(mesh);
-    attributes.restore(mesh, faces - filling.cut_faces());
-    warn_of_large_cut(filling.cut_faces(), faces, scope);
-    return {filling.open_holes(), filling.cut_faces()};
+    auto const& old = was_there.data();
+    attributes.restore(mesh, [&](OpenMesh::FaceHandle face)
+                       { return old[static_cast<std::size_t>(face.idx())] != 0; });
+    auto const left = static_cast<std::size_t>(std::count(old.begin(), old.end(), 1));
+    warn_of_large_cut(faces - left, faces, scope);
+    return {filling.open_holes(), faces - left};
 }
 
 PassOutcome fill_whole(TriMesh& mesh, FillSettings const& settings, StepScope& scope)
@@ -263,7 +276,17 @@ public:
             for (std::size_t i = 0; i < open.corners.size(); ++i)
             {
                 auto const next = open.corners[(i + 1) % open.corners.size()];
-                reasons_[Edge(open.corners[i].idx(), next.idx())] = open.reason;
+                Edge const edge(open.corners[i].idx(), next.idx());
+                Found const found{open.reason, !leaves_regions(settings)};
+                // A pass that judges whole boundaries knows less of a hole that is part of one.
+                if (open.reason == OpenReason::PERIMETER_TOO_LONG && !found.regions_moved)
+                {
+                    reasons_.emplace(edge, found);
+                }
+                else
+                {
+                    reasons_[edge] = found;
+                }
             }
         }
     }
@@ -277,20 +300,42 @@ public:
                 reasons_.find(Edge(hole[i].idx(), hole[(i + 1) % hole.size()].idx()));
             if (found != reasons_.end())
             {
-                return found->second == OpenReason::PERIMETER_TOO_LONG && is_short
-                           ? "longer than allowed before the regions were cut or smoothed"
-                           : to_string(found->second);
+                return found->second.text(is_short);
             }
         }
-        return !is_short                               ? to_string(OpenReason::PERIMETER_TOO_LONG)
-               : limits_.method == FillMethod::MARKERS ? "no marker is near its centre"
-                                                       : "left between filled holes that touch";
+        if (!is_short)
+        {
+            return to_string(OpenReason::PERIMETER_TOO_LONG);
+        }
+        if (limits_.method == FillMethod::MARKERS)
+        {
+            return "no marker is near its centre";
+        }
+        return has_few_enough_edges(limits_, hole.size()) ? "left between filled holes that touch"
+                                                          : to_string(OpenReason::TOO_MANY_EDGES);
     }
 
 private:
     using Edge = std::pair<int, int>;
+
+    struct Found
+    {
+        OpenReason reason = OpenReason::FACE_REFUSED;
+        bool regions_moved = false; ///< In that pass, behind the reason.
+
+        std::string text(bool is_short) const
+        {
+            if (reason != OpenReason::PERIMETER_TOO_LONG || !is_short)
+            {
+                return to_string(reason);
+            }
+            return regions_moved ? "longer than allowed before the regions were cut or smoothed"
+                                 : "on a boundary that touches itself and is longer than allowed";
+        }
+    };
+
     FillSettings limits_;
-    std::map<Edge, OpenReason> reasons_;
+    std::map<Edge, Found> reasons_;
 };
 
 /// Takes out the vertices that lost their last face.
@@ -322,6 +367,7 @@ public:
           finder_(limits)
     {
         result.holes_before = holes_.size();
+        std::fill(made_by_.data().begin(), made_by_.data().end(), GIVEN);
     }
 
     /// A pass without a hole within its limits would do nothing; the first one tells why.
@@ -340,8 +386,10 @@ public:
 
     void finish()
     {
-        auto const& made_by = made_by_.data();
-        result_.made_by.assign(made_by.begin(), made_by.end());
+        for (int const number : made_by_.data())
+        {
+            result_.made_by.push_back(number - GIVEN);
+        }
         complete_carried(given_, result_.mesh, result_.made_by);
         report_open_holes();
         result_.closed = record_.closed();
@@ -354,7 +402,10 @@ private:
                            [&](Hole const& hole)
                            {
                                return has_few_enough_edges(settings, hole.size()) &&
-                                      is_short_enough(settings, hole_perimeter(result_.mesh, hole));
+                                      is_short_enough(settings,
+                                                      hole_perimeter(result_.mesh, hole)) &&
+                                      !OrvaneAlgorithm::detail::turns_back(result_.mesh, hole,
+                                                                           settings.normal_angle);
                            });
     }
 
@@ -362,9 +413,9 @@ private:
     void fill(FillSettings const& settings, FillPass& pass)
     {
         TriMesh& mesh = result_.mesh;
-        TriMesh const before = leaves_regions(settings) ? TriMesh() : mesh;
+        bool const cuts = !leaves_regions(settings) && settings.region == RegionHandling::DELETE;
+        TriMesh const before = cuts ? mesh : TriMesh();
         std::size_t const vertices = mesh.n_vertices();
-        std::size_t const faces = mesh.n_faces();
         auto const start = std::chrono::steady_clock::now();
         PassOutcome const outcome = run_pass(mesh, settings, scope_);
         result_.seconds +=
@@ -372,15 +423,17 @@ private:
         finder_.add(mesh, outcome.open, settings);
         pass.new_vertices = mesh.n_vertices() - vertices;
         pass.cut_faces = outcome.cut_faces;
-        pass.new_faces = mesh.n_faces() + outcome.cut_faces - faces;
+        auto& made_by = made_by_.data();
+        pass.new_faces = static_cast<std::size_t>(std::count(made_by.begin(), made_by.end(), NEW));
         result_.cut_faces += pass.cut_faces;
         result_.new_vertices += pass.new_vertices;
         result_.new_faces += pass.new_faces;
-        auto& made_by = made_by_.data();
-        std::fill(made_by.end() - static_cast<std::ptrdiff_t>(pass.new_faces), made_by.end(),
-                  static_cast<int>(result_.passes.size()) + 1);
         holes_ = all_holes(mesh);
-        record_.note(settings.method, mesh, outcome.cut_faces > 0 ? &before : nullptr);
+        record_.note(settings.method, mesh, outcome.cut_faces > 0 ? &before : nullptr,
+                     [&](OpenMesh::FaceHandle face)
+                     { return made_by[static_cast<std::size_t>(face.idx())] == NEW; });
+        std::replace(made_by.begin(), made_by.end(), int(NEW),
+                     GIVEN + 1 + static_cast<int>(result_.passes.size()));
     }
 
     void report_open_holes()
@@ -394,10 +447,14 @@ private:
         result_.holes_after = result_.open.size();
     }
 
+    /// What stands at a face before it has the number of its pass: OpenMesh gives new ones zero.
+    static constexpr int NEW = 0;
+    static constexpr int GIVEN = 1;
+
     TriMesh const& given_;
     FillResult& result_;
     StepScope& scope_;
-    /// The number of the pass, with the face wherever a cut moves it.
+    /// `GIVEN` and the number of the pass, with the face wherever a cut moves it.
     OrvaneAlgorithm::detail::ScopedProperty<OpenMesh::FPropHandleT<int>> made_by_;
     Holes holes_;
     ClosingRecord record_;
@@ -443,11 +500,16 @@ std::map<std::string, FillWeights> const& fill_weights()
 
 std::vector<FillSettings> plan_passes(FillSettings const& settings)
 {
+    std::vector<FillSettings> passes;
     if (settings.method != FillMethod::AUTO)
     {
-        return {settings};
+        passes.push_back(settings);
+        if (settings.method != FillMethod::CLIP && settings.method != FillMethod::TRIM)
+        {
+            passes.back().normal_angle = 180.0; // who names such a method wants all loops filled
+        }
+        return passes;
     }
-    std::vector<FillSettings> passes;
     auto const add = [&](FillMethod method) -> FillSettings&
     {
         passes.push_back(settings);
@@ -456,7 +518,9 @@ std::vector<FillSettings> plan_passes(FillSettings const& settings)
     };
     if (!settings.markers.points.empty())
     {
-        add(FillMethod::MARKERS).region = RegionHandling::NONE;
+        FillSettings& markers = add(FillMethod::MARKERS);
+        markers.region = RegionHandling::NONE;
+        markers.normal_angle = 180.0;
     }
     if (settings.small_edges > 0)
     {

@@ -152,9 +152,10 @@ Markers read_marker_list(JsonFields const& fields, Json const& list)
 {
     using OrvaneAlgorithm::Vector3f;
     Markers markers;
-    bool const with_normals = !list.empty() && list[0].is_array() && list[0].size() == 6;
+    bool const is_list = list.is_array() && !list.empty();
+    bool const with_normals = is_list && list[0].is_array() && list[0].size() == 6;
     std::size_t const numbers = with_normals ? 6 : 3;
-    auto const rows = fields.rows("markers", list.size(), numbers);
+    auto const rows = fields.rows("markers", list.is_array() ? list.size() : 0, numbers);
     for (std::size_t i = 0; i < rows.size(); i += numbers)
     {
         Eigen::Map<Eigen::Vector3d const> const point(&rows[i]);

@@ -192,10 +192,8 @@ void update_halfedge_normals(TriMesh& mesh)
                   });
 }
 
-void renew_normals(TriMesh& mesh)
+void update_normals(TriMesh& mesh)
 {
-    NormalRequests const requests(mesh, true, true);
-    requests.make_room_in_new_arrays();
     bool const has_halfedge_normals = mesh.has_halfedge_normals();
     Stages stages({1.0, 1.0, has_halfedge_normals ? 10.0 : 0.0});
     stages.next();
@@ -207,6 +205,13 @@ void renew_normals(TriMesh& mesh)
     {
         update_halfedge_normals(mesh);
     }
+}
+
+void renew_normals(TriMesh& mesh)
+{
+    NormalRequests const requests(mesh, true, true);
+    requests.make_room_in_new_arrays();
+    update_normals(mesh);
 }
 
 void provide_normals(TriMesh& mesh)

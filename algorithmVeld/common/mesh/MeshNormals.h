@@ -19,6 +19,9 @@ void update_vertex_normals(TriMesh& mesh);
 /// from its own. Normals of faces have to be up to date.
 void update_halfedge_normals(TriMesh& mesh);
 
+/// Brings all normals that the mesh has up to date. It has those of faces and vertices.
+void update_normals(TriMesh& mesh);
+
 /// Requests normals of faces and vertices, and brings all normals up to date, with those of
 /// halfedges where the mesh has them. The requests stay; an exception takes them back.
 void renew_normals(TriMesh& mesh);

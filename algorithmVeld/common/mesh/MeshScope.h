@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <type_traits>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
@@ -62,6 +63,7 @@ template <typename Handle, typename Value>
 void add_filled_property(TriMesh& mesh, Handle& handle, char const* name, Value const& value,
                          std::size_t capacity = 0)
 {
+    static_assert(std::is_same_v<typename Handle::Value, Value>);
     auto const kind = kind_of(mesh, handle);
     auto property =
         std::make_unique<OpenMesh::PropertyT<Value>>(name, OpenMesh::get_type_name<Value>());
