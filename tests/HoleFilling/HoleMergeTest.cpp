@@ -15,6 +15,7 @@ using namespace OrvaneAlgorithm;
 using OpenMesh::FaceHandle;
 using OpenMesh::HalfedgeHandle;
 using OpenMesh::VertexHandle;
+using veld_test::area_of;
 using veld_test::vh;
 
 /// A grid of 4 x 4 cells with a hole of 2 x 2 cells, and the private copy of the faces around it.

@@ -11,6 +11,7 @@
 #include <tuple>
 
 using namespace OrvaneAlgorithm;
+using veld_test::area_of;
 using veld_test::HoleMesh;
 using veld_test::LogCapture;
 using veld_test::vh;

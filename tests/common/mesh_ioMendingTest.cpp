@@ -20,6 +20,7 @@ using testing::IsEmpty;
 using testing::Pair;
 using testing::UnorderedElementsAre;
 using veld_test::big_endian_bytes;
+using veld_test::corners_of;
 using veld_test::file_content;
 using veld_test::TempDir;
 using veld_test::vh;

@@ -16,6 +16,7 @@
 using namespace OrvaneAlgorithm;
 using veld_test::big_endian_bytes;
 using veld_test::bytes;
+using veld_test::corners_of;
 using veld_test::read_content;
 using veld_test::read_path;
 using veld_test::TempDir;
