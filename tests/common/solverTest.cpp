@@ -88,7 +88,6 @@ TEST(SolveDirect, SolvesWhatADenseSolverSolves)
 
 TEST(SolveDirect, GivesTheSameBytesSideBySideAsAlone)
 {
-    // The last one is ordered in another way than small ones.
     for (int const side : {6, 14, 85})
     {
         RowMajorMatrix const matrix = lattice(side, 1);

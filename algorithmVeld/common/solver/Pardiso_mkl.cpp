@@ -64,12 +64,6 @@ constexpr int SOLVE = 33;
 constexpr int RELEASE = -1;
 constexpr int ZERO_PIVOT = -4;
 
-constexpr int MINIMUM_DEGREE = 0;
-constexpr int NESTED_DISSECTION = 2;
-/// Up to this many unknowns minimum degree finds an order that is as good as that of nested
-/// dissection, in a fraction of the time, which is most of that of a small system.
-constexpr int SMALL_SYSTEM = 6000;
-
 /// One thread for MKL's own work: its sums depend on the number of threads.
 class OneMklThread
 {
@@ -118,8 +112,8 @@ public:
                        one_based);
         std::transform(a.innerIndexPtr(), a.innerIndexPtr() + columns_.size(), columns_.begin(),
                        one_based);
-        iparm_[0] = 1; // no defaults
-        iparm_[1] = is_small() ? MINIMUM_DEGREE : NESTED_DISSECTION;
+        iparm_[0] = 1;                     // no defaults
+        iparm_[1] = 2;                     // nested dissection
         iparm_[2] = omp_get_max_threads(); // processors
         iparm_[7] = 2;                     // steps of iterative refinement
         iparm_[9] = 13;                    // pivots are perturbed by 1e-13
@@ -143,7 +137,6 @@ public:
         return error;
     }
 
-    bool is_small() const { return n_ <= SMALL_SYSTEM; }
     int factor_nonzeros() const { return iparm_[17]; }
     int factor_mflops() const { return iparm_[18]; }
 
@@ -167,16 +160,18 @@ private:
     int iparm_[64] = {};
 };
 
-/// Nested dissection draws random numbers from a state that all threads share: one analysis at a
-/// time makes its order a function of the matrix. It takes long, so somebody is often waiting.
+/// The ordering draws random numbers from a state that all threads share: one analysis at a time
+/// makes it a function of the matrix. It takes most of the time of a small system, so somebody is
+/// nearly always waiting, and not for long: to sleep and be woken would cost more.
 int analyse(System& system)
 {
     static std::mutex mutex;
-    std::unique_lock<std::mutex> lock(mutex, std::defer_lock);
-    while (!system.is_small() && !lock.try_lock())
+    std::unique_lock<std::mutex> lock(mutex, std::try_to_lock);
+    while (!lock.owns_lock())
     {
         poll_cancel();
         std::this_thread::yield();
+        lock.try_lock();
     }
     return system.run_phase(ANALYSE, nullptr);
 }
