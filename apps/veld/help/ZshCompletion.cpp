@@ -8,7 +8,7 @@ namespace veld::cli
 namespace
 {
 
-/// A text inside a single-quoted specification.
+/// A text inside a single-quoted word of a list, where brackets and colons part its fields.
 std::string escaped(std::string const& text)
 {
     std::string result;
@@ -50,7 +50,8 @@ std::string excluded(OptionHelp const& option)
                                 : fmt::format("({})", fmt::join(option.names, " "));
 }
 
-std::vector<std::string> specifications(OptionHelp const& option)
+/// The words by which `_arguments` knows an option, one for each of its names.
+std::vector<std::string> words_of(OptionHelp const& option)
 {
     std::vector<std::string> lines;
     for (auto const& name : option.names)
@@ -76,7 +77,7 @@ std::string case_of(CommandHelp const& command)
     std::vector<std::string> lines;
     for (auto const& option : command.options)
     {
-        auto const more = specifications(option);
+        auto const more = words_of(option);
         lines.insert(lines.end(), more.begin(), more.end());
     }
     for (auto const& argument : command.arguments)
@@ -102,7 +103,7 @@ std::string zsh_completion(ProgramHelp const& program)
     std::vector<std::string> first;
     for (auto const& option : program.options)
     {
-        auto const more = specifications(option);
+        auto const more = words_of(option);
         first.insert(first.end(), more.begin(), more.end());
     }
     return fmt::format(

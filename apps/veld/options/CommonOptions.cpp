@@ -119,6 +119,12 @@ CLI::Option* add_number(CLI::App& app, std::string const& name, double& value, d
                        });
 }
 
+CLI::Option* add_choice(CLI::App& app, std::string const& name, std::string& value,
+                        std::vector<std::string> const& names, std::string const& description)
+{
+    return app.add_option(name, value, description)->type_name("NAME")->check(CLI::IsMember(names));
+}
+
 CLI::Option* add_integer(CLI::App& app, std::string const& name, int& value, int min, int max,
                          std::string const& description)
 {

@@ -51,6 +51,10 @@ void add_frame_source(CLI::App& app, FrameSourceOptions& options);
 /// \param arguments what stands behind the program's name
 void set_example(CLI::App& app, std::string const& arguments);
 
+/// An option for one of some names.
+CLI::Option* add_choice(CLI::App& app, std::string const& name, std::string& value,
+                        std::vector<std::string> const& names, std::string const& description);
+
 /// An option for a length in millimetres, finite and not negative. The description names the unit.
 CLI::Option* add_length(CLI::App& app, std::string const& name, double& value,
                         std::string const& description);

@@ -31,16 +31,14 @@ std::vector<std::string> names_in(std::map<std::string, Value> const& named)
 
 void FillOptions::add(CLI::App& app)
 {
-    app.add_option("--method", method_,
-                   "trim: flat triangles between the rim's vertices, nothing moves; clip: the "
-                   "same, convex corners only, for flat holes; core: new vertices, as dense "
-                   "as the mesh and as smooth as it, and the region around a hole moves too; "
-                   "whole: new vertices, as dense as the surface around each hole, and nothing "
-                   "else moves; markers: the same for holes at markers, and no others; auto: "
-                   "markers where there are some, trim for small holes, core for all others, and "
-                   "whole for what these leave (default: auto)")
-        ->type_name("NAME")
-        ->check(CLI::IsMember(names_in(fill_methods())));
+    add_choice(app, "--method", method_, names_in(fill_methods()),
+               "trim: flat triangles between the rim's vertices, nothing moves; clip: the "
+               "same, convex corners only, for flat holes; core: new vertices, as dense "
+               "as the mesh and as smooth as it, and the region around a hole moves too; "
+               "whole: new vertices, as dense as the surface around each hole, and nothing "
+               "else moves; markers: the same for holes at markers, and no others; auto: "
+               "markers where there are some, trim for small holes, core for all others, and "
+               "whole for what these leave (default: auto)");
     add_limits(app);
     add_ear_options(app);
     add_core_options(app);
@@ -100,33 +98,26 @@ void FillOptions::add_core_options(CLI::App& app)
                                  "core: so many rings of faces around a hole move with it "
                                  "(default: 3)"),
                      {"core", "auto"}});
-    uses_.push_back({app.add_option("--smooth", smoothness_,
-                                    "core: the surface goes on in its position (c0), its "
-                                    "tangent planes (c1) or its curvature (c2) (default: c2)")
-                         ->type_name("NAME")
-                         ->check(CLI::IsMember(std::vector<std::string>{"c0", "c1", "c2"})),
+    uses_.push_back({add_choice(app, "--smooth", smoothness_, {"c0", "c1", "c2"},
+                                "core: the surface goes on in its position (c0), its "
+                                "tangent planes (c1) or its curvature (c2) (default: c2)"),
                      {"core", "auto"}});
 }
 
 void FillOptions::add_region_options(CLI::App& app)
 {
-    uses_.push_back({app.add_option("--region", region_,
-                                    "whole and markers: the faces around a hole are cut away "
-                                    "first (delete), smoothed (smooth), or left (none) (default: "
-                                    "none)")
-                         ->type_name("NAME")
-                         ->check(CLI::IsMember(names_in(region_handlings()))),
+    uses_.push_back({add_choice(app, "--region", region_, names_in(region_handlings()),
+                                "whole and markers: the faces around a hole are cut away first "
+                                "(delete), smoothed (smooth), or left (none) (default: none)"),
                      {"whole", "markers"}});
     uses_.push_back({add_integer(app, "--region-rings", settings_.region_rings, 0, MAX_RINGS,
                                  "whole and markers: so many rings of faces around a hole are "
-                                 "its region (default: 10)"),
+                                 "its region; with --region none they tell how the surface goes "
+                                 "on, for which three are enough (default: 10)"),
                      {"whole", "markers", "auto"}});
-    uses_.push_back({app.add_option("--weights", weights_,
-                                    "whole and markers: neighbours of a new vertex weigh the "
-                                    "same (uniform) or by 1 / distance (length) (default: "
-                                    "length)")
-                         ->type_name("NAME")
-                         ->check(CLI::IsMember(names_in(fill_weights()))),
+    uses_.push_back({add_choice(app, "--weights", weights_, names_in(fill_weights()),
+                                "whole and markers: neighbours of a new vertex weigh the same "
+                                "(uniform) or by 1 / distance (length) (default: length)"),
                      {"whole", "markers", "auto"}});
 }
 

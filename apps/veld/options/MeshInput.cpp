@@ -55,12 +55,9 @@ MeshFile read_copy(fs::path const& copy, Context& context)
 
 CLI::Option* add_format(CLI::App& app, std::string& format)
 {
-    return app
-        .add_option("--format", format,
-                    "Format of the mesh on standard input and of the one on standard output "
-                    "(default: ply)")
-        ->type_name("NAME")
-        ->check(CLI::IsMember(std::vector<std::string>{"ply", "stl", "obj", "off", "om"}));
+    return add_choice(app, "--format", format, {"ply", "stl", "obj", "off", "om"},
+                      "Format of the mesh on standard input and of the one on standard output "
+                      "(default: ply)");
 }
 
 void MeshInput::add(CLI::App& app, std::string const& note)

@@ -63,11 +63,9 @@ RenderSettings PictureOptions::settings() const
 
 void PictureOptions::add_view_options(CLI::App& app)
 {
-    auto* const view = app.add_option("--view", view_,
-                                      "Look from the front, back, left, right, top, bottom or "
-                                      "iso (default: azimuth 30, elevation 20)")
-                           ->type_name("NAME")
-                           ->check(CLI::IsMember(names(NAMED_VIEWS)));
+    auto* const view = add_choice(app, "--view", view_, names(NAMED_VIEWS),
+                                  "Look from the front, back, left, right, top, bottom or "
+                                  "iso (default: azimuth 30, elevation 20)");
     auto* const azimuth = add_number(app, "--azimuth", settings_.view.azimuth, -360.0, 360.0,
                                      "Degrees round the object, from its front to its right");
     auto* const elevation = add_number(app, "--elevation", settings_.view.elevation, -90.0, 90.0,
