@@ -2,6 +2,8 @@
 
 #include "algorithmVeld/HoleFilling/HoleSmooth.h"
 
+#include "tests/support/meshes.h"
+
 #include <Eigen/Dense>
 
 #include <array>
@@ -35,16 +37,7 @@ public:
         {
             points_.row(v.idx()) = mesh.point(v).cast<double>();
         }
-        for (auto const f : mesh.faces())
-        {
-            std::array<int, 3> corners{};
-            std::size_t k = 0;
-            for (auto const v : mesh.fv_range(f))
-            {
-                corners[k++] = v.idx();
-            }
-            faces_.push_back(corners);
-        }
+        faces_ = corners_of(mesh);
         start_ = points_;
         normals_ = vertex_normals();
     }

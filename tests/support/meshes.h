@@ -141,6 +141,21 @@ inline TriMesh grid_with_hole(int n)
     return grid_without(n + 2, n + 2, missing);
 }
 
+/// A sheet with a hole of four edges and two of 24, the second around (31, 31).
+inline TriMesh sheet_with_three_holes()
+{
+    std::vector<Cell> missing{{10, 30}};
+    for (int y = 0; y < 6; ++y)
+    {
+        for (int x = 0; x < 6; ++x)
+        {
+            missing.emplace_back(8 + x, 8 + y);
+            missing.emplace_back(28 + x, 28 + y);
+        }
+    }
+    return grid_without(40, 40, missing);
+}
+
 /// A grid with two square holes that touch at one vertex.
 inline TriMesh pinched_pair()
 {

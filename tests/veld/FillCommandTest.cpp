@@ -303,33 +303,24 @@ TEST_P(FillCommand, SameBytesForAnyNumberOfThreads)
 INSTANTIATE_TEST_SUITE_P(Methods, FillCommand, testing::Values("clip", "trim"),
                          [](auto const& method) { return std::string(method.param); });
 
-/// A sheet with a hole of four edges and two of 24, the second around (31, 31).
-TriMesh sheet_with_three_holes()
+/// Fills a sheet with three holes, at the last of which a marker is, and leaves its border open.
+std::vector<std::string> filling_with_a_marker(MeshDir const& dir)
 {
-    std::vector<Cell> missing{{10, 30}};
-    for (int y = 0; y < 6; ++y)
-    {
-        for (int x = 0; x < 6; ++x)
-        {
-            missing.emplace_back(8 + x, 8 + y);
-            missing.emplace_back(28 + x, 28 + y);
-        }
-    }
-    return grid_without(40, 40, missing);
+    write_file(dir.file("markers.txt"), "31 31 0.5\n");
+    return {"fill",
+            dir.mesh(),
+            "-o",
+            dir.file("out.ply"),
+            "--markers",
+            dir.file("markers.txt"),
+            "--max-perimeter",
+            "100"};
 }
 
 TEST(FillAuto, IsTheDefaultAndTellsWhichHoleWentWhichWay)
 {
     MeshDir const dir(sheet_with_three_holes());
-    write_file(dir.file("markers.txt"), "31 31 0.5\n");
-    std::vector<std::string> arguments{"fill",
-                                       dir.mesh(),
-                                       "-o",
-                                       dir.file("out.ply"),
-                                       "--markers",
-                                       dir.file("markers.txt"),
-                                       "--max-perimeter",
-                                       "100"};
+    auto arguments = filling_with_a_marker(dir);
     std::string const text = run_veld(arguments).out;
     EXPECT_THAT(text, HasSubstr("4 holes before, 1 after"));
     for (std::string const way : {"markers", "trim", "core"})
@@ -358,18 +349,8 @@ TEST(FillAuto, IsTheDefaultAndTellsWhichHoleWentWhichWay)
 TEST(FillAuto, MarkersAreTheOnlyHolesThatTheirMethodCloses)
 {
     MeshDir const dir(sheet_with_three_holes());
-    write_file(dir.file("markers.txt"), "31 31 0.5\n");
-    std::vector<std::string> arguments{"fill",
-                                       dir.mesh(),
-                                       "-o",
-                                       dir.file("out.ply"),
-                                       "--method",
-                                       "markers",
-                                       "--markers",
-                                       dir.file("markers.txt"),
-                                       "--max-perimeter",
-                                       "100",
-                                       "--json"};
+    auto arguments = filling_with_a_marker(dir);
+    arguments.insert(arguments.end(), {"--method", "markers", "--json"});
     auto const json = run_veld(arguments).json();
     EXPECT_EQ(json["cut_faces"], 0);
     ASSERT_EQ(json["closed"].size(), 1U);

@@ -11,21 +11,6 @@ namespace
 using namespace veld_test;
 using testing::UnorderedElementsAre;
 
-/// A sheet with a hole of four edges and two of 24, the second around (31, 31).
-TriMesh sheet()
-{
-    std::vector<Cell> missing{{10, 30}};
-    for (int y = 0; y < 6; ++y)
-    {
-        for (int x = 0; x < 6; ++x)
-        {
-            missing.emplace_back(8 + x, 8 + y);
-            missing.emplace_back(28 + x, 28 + y);
-        }
-    }
-    return grid_without(40, 40, missing);
-}
-
 /// Filling the second large hole, at whose middle a marker is.
 veld::FillSettings at_marker()
 {
@@ -71,11 +56,12 @@ TEST(FillMethods, WholeClosesAllHolesWhateverHappensToTheirRegions)
         settings.method = veld::FillMethod::WHOLE;
         settings.region = region;
         settings.region_rings = 2;
-        auto const result = fill(sheet(), settings);
+        auto const result = fill(sheet_with_three_holes(), settings);
         EXPECT_EQ(result.holes_before, 4U) << name;
         EXPECT_EQ(result.holes_after, 1U) << name;
         EXPECT_EQ(result.cut_faces > 0, region == veld::RegionHandling::DELETE) << name;
-        EXPECT_EQ(result.mesh.n_faces() + result.cut_faces, sheet().n_faces() + result.new_faces);
+        EXPECT_EQ(result.mesh.n_faces() + result.cut_faces,
+                  sheet_with_three_holes().n_faces() + result.new_faces);
         EXPECT_EQ(result.closed.size(), 3U) << name;
     }
 }
@@ -113,7 +99,7 @@ TEST(FillMethods, MarkersCloseTheirHolesAndNoOthers)
         SCOPED_TRACE(name);
         veld::FillSettings settings = at_marker();
         settings.region = region;
-        TriMesh mesh = sheet();
+        TriMesh mesh = sheet_with_three_holes();
         auto const result = fill(mesh, settings);
         EXPECT_EQ(result.holes_after, 3U);
         EXPECT_EQ(result.cut_faces > 0, region == veld::RegionHandling::DELETE);
@@ -169,11 +155,11 @@ TEST(FillMethods, NothingThatWasScannedIsCutAwayUnlessThatIsAskedFor)
     {
         veld::FillSettings settings = at_marker();
         settings.method = method;
-        auto const result = fill(sheet(), settings);
+        auto const result = fill(sheet_with_three_holes(), settings);
         EXPECT_GT(result.closed.size(), 0U) << name;
         EXPECT_EQ(result.cut_faces, 0U) << name;
         EXPECT_EQ(std::count(result.made_by.begin(), result.made_by.end(), 0),
-                  static_cast<std::ptrdiff_t>(sheet().n_faces()))
+                  static_cast<std::ptrdiff_t>(sheet_with_three_holes().n_faces()))
             << name;
     }
 }
@@ -210,16 +196,16 @@ TEST(FillMethods, AutoTakesForEachHoleTheWayThatSuitsIt)
 {
     using veld::FillMethod;
     veld::FillSettings settings;
-    EXPECT_THAT(ways(fill(sheet(), settings)),
+    EXPECT_THAT(ways(fill(sheet_with_three_holes(), settings)),
                 UnorderedElementsAre(FillMethod::CORE, FillMethod::CORE, FillMethod::TRIM));
     settings.markers.points = {{31.0F, 31.0F, 0.0F}};
-    EXPECT_THAT(ways(fill(sheet(), settings)),
+    EXPECT_THAT(ways(fill(sheet_with_three_holes(), settings)),
                 UnorderedElementsAre(FillMethod::CORE, FillMethod::MARKERS, FillMethod::TRIM));
     settings.markers.points.clear();
     settings.small_edges = 24;
-    EXPECT_THAT(ways(fill(sheet(), settings)), testing::Each(FillMethod::TRIM));
+    EXPECT_THAT(ways(fill(sheet_with_three_holes(), settings)), testing::Each(FillMethod::TRIM));
     settings.small_edges = 0;
-    EXPECT_THAT(ways(fill(sheet(), settings)), testing::Each(FillMethod::CORE));
+    EXPECT_THAT(ways(fill(sheet_with_three_holes(), settings)), testing::Each(FillMethod::CORE));
 }
 
 TEST(FillMethods, AutoLeavesHolesBeyondTheLimitsOpenAndSaysWhy)
@@ -229,7 +215,7 @@ TEST(FillMethods, AutoLeavesHolesBeyondTheLimitsOpenAndSaysWhy)
     {
         veld::FillSettings settings;
         settings.max_edges = limit;
-        auto const result = fill(sheet(), settings);
+        auto const result = fill(sheet_with_three_holes(), settings);
         EXPECT_EQ(result.closed.size(), limit == 0 ? 3U : 1U);
         ASSERT_EQ(result.open.size(), limit == 0 ? 1U : 3U);
         for (auto const& open : result.open)
@@ -244,14 +230,14 @@ TEST(FillMethods, WhatEachPassMadeIsTold)
 {
     veld::FillSettings settings;
     settings.markers.points = {{31.0F, 31.0F, 0.0F}};
-    auto const result = fill(sheet(), settings);
+    auto const result = fill(sheet_with_three_holes(), settings);
     ASSERT_EQ(result.made_by.size(), result.mesh.n_faces());
     std::vector<std::size_t> made(result.passes.size() + 1);
     for (int const pass : result.made_by)
     {
         ++made.at(static_cast<std::size_t>(pass));
     }
-    EXPECT_EQ(made[0], sheet().n_faces());
+    EXPECT_EQ(made[0], sheet_with_three_holes().n_faces());
     for (std::size_t i = 0; i < result.passes.size(); ++i)
     {
         EXPECT_EQ(made[i + 1], result.passes[i].new_faces);
@@ -270,7 +256,7 @@ TEST(FillMethods, FacesKeepTheNumberOfTheirPassWhereALaterOneCuts)
     cut.region_rings = 2;
     cut.max_perimeter = 100.0;
     veld::Context context;
-    auto const result = veld::fill(sheet(), {ears, cut}, context);
+    auto const result = veld::fill(sheet_with_three_holes(), {ears, cut}, context);
     EXPECT_GT(result.cut_faces, 0U);
     for (auto const face : result.mesh.faces())
     {
@@ -284,7 +270,7 @@ TEST(FillMethods, FacesKeepTheNumberOfTheirPassWhereALaterOneCuts)
 
 TEST(FillMethods, EachTellsHowFarItIsAndCanBeCancelledAnywhere)
 {
-    TriMesh const mesh = sheet();
+    TriMesh const mesh = sheet_with_three_holes();
     for (auto const& [name, method] : veld::fill_methods())
     {
         veld::FillSettings settings = at_marker();
@@ -321,12 +307,12 @@ TEST(FillMethods, EachTellsHowFarItIsAndCanBeCancelledAnywhere)
             EXPECT_TRUE(is_cancelled || told[i] > 0.9) << name << " at " << told[i];
         }
     }
-    EXPECT_EQ(fingerprint(mesh), fingerprint(sheet()));
+    EXPECT_EQ(fingerprint(mesh), fingerprint(sheet_with_three_holes()));
 }
 
 TEST(FillMethods, NormalsStayWhereTheSurfaceDoes)
 {
-    TriMesh mesh = sheet();
+    TriMesh mesh = sheet_with_three_holes();
     mesh.request_vertex_normals();
     for (auto const v : mesh.vertices())
     {
@@ -373,7 +359,7 @@ TEST(FillMethods, AMeshWithoutNormalsGetsNone)
             veld::FillSettings settings = at_marker();
             settings.method = method;
             settings.region = region;
-            auto const result = fill(sheet(), settings);
+            auto const result = fill(sheet_with_three_holes(), settings);
             EXPECT_FALSE(result.mesh.has_vertex_normals()) << name << ", " << handling;
             EXPECT_FALSE(result.mesh.has_face_normals()) << name << ", " << handling;
         }
