@@ -90,7 +90,6 @@ void HoleFilling::begin_run(TriMesh const& mesh)
     regions_.clear();
     hole_lengths_.clear();
     open_holes_.clear();
-    cut_faces_ = 0;
     border_.clear();
     searched_ = false;
     is_cut_ = false;
@@ -280,7 +279,6 @@ void HoleFilling::delete_flagged_faces(FPropHandleT<bool> flag)
 {
     detail::DeletionScope const status(mesh_);
     detail::LoopProgress progress(mesh_.n_faces());
-    std::size_t const faces = mesh_.n_faces();
     for (auto const face : mesh_.all_faces())
     {
         progress.next();
@@ -291,7 +289,6 @@ void HoleFilling::delete_flagged_faces(FPropHandleT<bool> flag)
     }
     detail::compact(mesh_);
     is_cut_ = true;
-    cut_faces_ += faces - mesh_.n_faces();
 }
 
 void HoleFilling::process_holes()
@@ -328,6 +325,7 @@ void HoleFilling::fill_holes(std::function<bool(std::size_t)> const& selected)
 bool HoleFilling::hole_filling(int hole)
 {
     auto const index = static_cast<std::size_t>(hole);
+    // What follows does not look at the bounds in its loops.
     static_cast<void>(detail::at(holes_, index));
     static_cast<void>(detail::at(regions_, index));
     detail::HoleWork work;
@@ -433,6 +431,7 @@ void HoleFilling::merge_hole(std::size_t hole, detail::HoleWork& work)
 {
     if (!work.open)
     {
+        log("  start merge_hole( %6d ) ..\n", static_cast<int>(hole));
         auto const merged = detail::merge_fill(mesh_, work.fill, detail::RefusedFace::ENDS_MERGE);
         if (!merged.complete)
         {

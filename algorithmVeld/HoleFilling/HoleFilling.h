@@ -76,8 +76,6 @@ public:
 
     /// The holes of the last run that stayed open, by vertices of the mesh that came out, and why.
     std::vector<OpenHole> const& open_holes() const { return open_holes_; }
-    /// How many faces the last run cut away.
-    std::size_t cut_faces() const { return cut_faces_; }
 
     /// \name Settings
     /// @{
@@ -177,7 +175,7 @@ protected:
     /// Whether nine tenths of the old faces, needles left out, are within ten degrees of their
     /// mean.
     bool is_flat_hole(TriMesh& mesh, FPropHandleT<bool>& face_new) const;
-    /// Logs how many elements there are, and the normals that are no unit vectors.
+    /// Logs how many elements there are, and the normals with coordinates that are no numbers.
     void verify_mesh(TriMesh& mesh) const;
     /// Solves `a` x = `b`.
     /// \param inner number of vertices, for the log
@@ -269,7 +267,6 @@ private:
     std::set<int> border_;
     bool searched_ = false; ///< Whether the holes of this run have been searched for before.
     bool is_cut_ = false;   ///< Whether this run has cut regions away.
-    std::size_t cut_faces_ = 0;
     std::vector<OpenHole> open_holes_;
 };
 

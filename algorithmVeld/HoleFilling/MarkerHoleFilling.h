@@ -47,13 +47,13 @@ private:
 
     double marker_expand_factor_ = 10.0;
     double marker_search_radius_ = 1.0;
-    bool keep_regions_ = false;
     std::vector<Vector3f> markers_;
     std::vector<Vector3f> hole_centers_;
     std::vector<HoleRadius> hole_radii_;
     std::vector<bool> hole_selected_;
     FPropHandleT<bool> marker_region_prop_; ///< Faces around selected holes.
     bool verbose_match_ = true;
+    bool keep_regions_ = false;
 };
 
 } // namespace OrvaneAlgorithm
