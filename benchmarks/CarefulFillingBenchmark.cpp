@@ -1,4 +1,4 @@
-#include "algorithmVeld/HoleFilling/careful/LaplaceSystem.h"
+#include "algorithmVeld/HoleFilling/fairing/LaplaceSystem.h"
 #include "algorithmVeld/api/algorithms.h"
 #include "algorithmVeld/common/LogHolder.h"
 #include "benchmarks/support/scans.h"

@@ -2,14 +2,14 @@
 
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 
-#include "algorithmVeld/HoleFilling/careful/Fairing.h"
 #include "algorithmVeld/HoleFilling/careful/HoleFiles.h"
 #include "algorithmVeld/HoleFilling/careful/HoleMerge.h"
 #include "algorithmVeld/HoleFilling/careful/HoleRegion.h"
 #include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
-#include "algorithmVeld/HoleFilling/careful/HoleTriangulation.h"
 #include "algorithmVeld/HoleFilling/careful/HoleWork.h"
-#include "algorithmVeld/HoleFilling/careful/PatchGrowth.h"
+#include "algorithmVeld/HoleFilling/fairing/Fairing.h"
+#include "algorithmVeld/HoleFilling/fairing/PatchGrowth.h"
+#include "algorithmVeld/HoleFilling/triangulation/HoleTriangulation.h"
 #include "algorithmVeld/common/arrays/checked.h"
 #include "algorithmVeld/common/mesh/EdgeLengths.h"
 #include "algorithmVeld/common/mesh/MeshNormals.h"

@@ -3,10 +3,10 @@
 
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 
-#include "algorithmVeld/HoleFilling/careful/Fairing.h"
 #include "algorithmVeld/HoleFilling/careful/HoleFiles.h"
 #include "algorithmVeld/HoleFilling/careful/HoleRefinement.h"
-#include "algorithmVeld/HoleFilling/careful/HoleTriangulation.h"
+#include "algorithmVeld/HoleFilling/fairing/Fairing.h"
+#include "algorithmVeld/HoleFilling/triangulation/HoleTriangulation.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/mesh_files/MeshDump.h"
 #include "algorithmVeld/common/running/Log.h"

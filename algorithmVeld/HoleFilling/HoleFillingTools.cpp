@@ -3,11 +3,11 @@
 #include "algorithmVeld/HoleFilling/HoleFilling.h"
 
 #include "algorithmVeld/HoleFilling/HoleSmooth.h"
-#include "algorithmVeld/HoleFilling/careful/Fairing.h"
 #include "algorithmVeld/HoleFilling/careful/HoleFiles.h"
 #include "algorithmVeld/HoleFilling/careful/HoleRefinement.h"
 #include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
-#include "algorithmVeld/HoleFilling/careful/HoleTriangulation.h"
+#include "algorithmVeld/HoleFilling/fairing/Fairing.h"
+#include "algorithmVeld/HoleFilling/triangulation/HoleTriangulation.h"
 #include "algorithmVeld/HoleFilling/whole/BorderFairing.h"
 #include "algorithmVeld/HoleFilling/whole/PatchShape.h"
 #include "algorithmVeld/common/geometry/TriangleGeometry.h"

@@ -1,7 +1,7 @@
 #include "scan_checks.h"
 
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
-#include "algorithmVeld/HoleFilling/careful/LaplaceSystem.h"
+#include "algorithmVeld/HoleFilling/fairing/LaplaceSystem.h"
 #include "algorithmVeld/common/mesh_io.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
 #include "tests/support/log_capture.h"

@@ -1,4 +1,4 @@
-#include "algorithmVeld/HoleFilling/careful/Fairing.h"
+#include "algorithmVeld/HoleFilling/fairing/Fairing.h"
 
 #include "tests/support/log_capture.h"
 #include "tests/support/meshes.h"

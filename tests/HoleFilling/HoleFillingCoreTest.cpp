@@ -922,7 +922,7 @@ TEST(CotangentWeight, IsOneWhereTheEdgeHasNoTwoFaces)
     EXPECT_FALSE(filler.calc_cot_weight(square, vh(0), vh(1), weight));
     EXPECT_EQ(weight, 1.0);
     EXPECT_EQ(
-        log.count("  # error: fail to find the face pair [algorithmVeld/HoleFilling/careful/"), 1);
+        log.count("  # error: fail to find the face pair [algorithmVeld/HoleFilling/fairing/"), 1);
     EXPECT_FALSE(filler.calc_cot_weight(square, vh(1), vh(2), weight));
     EXPECT_EQ(weight, 1.0);
     EXPECT_EQ(log.count("  # error: fail to find target he ["), 1);

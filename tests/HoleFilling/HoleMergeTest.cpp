@@ -1,8 +1,8 @@
 #include "algorithmVeld/HoleFilling/careful/HoleMerge.h"
 
 #include "algorithmVeld/HoleFilling/careful/HoleRegion.h"
-#include "algorithmVeld/HoleFilling/careful/HoleTriangulation.h"
 #include "algorithmVeld/HoleFilling/careful/HoleWork.h"
+#include "algorithmVeld/HoleFilling/triangulation/HoleTriangulation.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/meshes.h"
 

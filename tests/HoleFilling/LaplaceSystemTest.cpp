@@ -1,4 +1,4 @@
-#include "algorithmVeld/HoleFilling/careful/LaplaceSystem.h"
+#include "algorithmVeld/HoleFilling/fairing/LaplaceSystem.h"
 
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 #include "tests/support/meshes.h"

@@ -1,4 +1,4 @@
-#include "algorithmVeld/HoleFilling/careful/PatchGrowth.h"
+#include "algorithmVeld/HoleFilling/fairing/PatchGrowth.h"
 
 #include "tests/support/meshes.h"
 

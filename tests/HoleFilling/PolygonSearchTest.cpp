@@ -1,4 +1,4 @@
-#include "algorithmVeld/HoleFilling/careful/PolygonSearch.h"
+#include "algorithmVeld/HoleFilling/triangulation/PolygonSearch.h"
 #include "algorithmVeld/common/RunScope.h"
 #include "tests/HoleFilling/plain_triangulation.h"
 #include "tests/support/sanitizers.h"

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "algorithmVeld/HoleFilling/OpenHole.h"
-#include "algorithmVeld/HoleFilling/careful/HoleCrew.h"
 #include "algorithmVeld/HoleFilling/careful/HoleMerge.h"
 #include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
+#include "algorithmVeld/HoleFilling/triangulation/HoleCrew.h"
 
 #include <cstddef>
 #include <functional>

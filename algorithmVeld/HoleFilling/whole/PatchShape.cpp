@@ -1,6 +1,6 @@
 #include "algorithmVeld/HoleFilling/whole/PatchShape.h"
 
-#include "algorithmVeld/HoleFilling/careful/LaplaceWeights.h"
+#include "algorithmVeld/HoleFilling/fairing/LaplaceWeights.h"
 #include "algorithmVeld/common/geometry/TriangleGeometry.h"
 #include "algorithmVeld/common/running/Log.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "algorithmVeld/HoleFilling/careful/PatchGrowth.h"
+#include "algorithmVeld/HoleFilling/fairing/PatchGrowth.h"
 #include "algorithmVeld/common/TriMesh.h"
 
 /// \file

@@ -1,6 +1,6 @@
-#include "algorithmVeld/HoleFilling/careful/Fairing.h"
+#include "algorithmVeld/HoleFilling/fairing/Fairing.h"
 
-#include "algorithmVeld/HoleFilling/careful/LaplaceSystem.h"
+#include "algorithmVeld/HoleFilling/fairing/LaplaceSystem.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "algorithmVeld/HoleFilling/careful/PolygonSearch.h"
+#include "algorithmVeld/HoleFilling/triangulation/PolygonSearch.h"
 
 #include <algorithm>
 #include <array>

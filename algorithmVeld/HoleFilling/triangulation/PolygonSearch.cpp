@@ -1,8 +1,8 @@
-#include "algorithmVeld/HoleFilling/careful/PolygonSearch.h"
+#include "algorithmVeld/HoleFilling/triangulation/PolygonSearch.h"
 
-#include "algorithmVeld/HoleFilling/careful/PairSearch.h"
-#include "algorithmVeld/HoleFilling/careful/SplitTables.h"
-#include "algorithmVeld/HoleFilling/careful/TileLengths.h"
+#include "algorithmVeld/HoleFilling/triangulation/PairSearch.h"
+#include "algorithmVeld/HoleFilling/triangulation/SplitTables.h"
+#include "algorithmVeld/HoleFilling/triangulation/TileLengths.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/HoleFilling/OpenHole.h"
-#include "algorithmVeld/HoleFilling/careful/PolygonSearch.h"
+#include "algorithmVeld/HoleFilling/triangulation/PolygonSearch.h"
 #include "algorithmVeld/common/TriMesh.h"
 
 #include <cstddef>

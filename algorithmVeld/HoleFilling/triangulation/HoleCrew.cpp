@@ -1,4 +1,4 @@
-#include "algorithmVeld/HoleFilling/careful/HoleCrew.h"
+#include "algorithmVeld/HoleFilling/triangulation/HoleCrew.h"
 
 #include <algorithm>
 

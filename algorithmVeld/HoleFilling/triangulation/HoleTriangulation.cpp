@@ -1,4 +1,4 @@
-#include "algorithmVeld/HoleFilling/careful/HoleTriangulation.h"
+#include "algorithmVeld/HoleFilling/triangulation/HoleTriangulation.h"
 
 #include "algorithmVeld/common/arrays/IndexTable.h"
 #include "algorithmVeld/common/arrays/checked.h"

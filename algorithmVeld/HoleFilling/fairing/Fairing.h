@@ -1,7 +1,7 @@
 #pragma once
 
-#include "algorithmVeld/HoleFilling/careful/LaplaceWeights.h"
-#include "algorithmVeld/HoleFilling/careful/PatchGrowth.h"
+#include "algorithmVeld/HoleFilling/fairing/LaplaceWeights.h"
+#include "algorithmVeld/HoleFilling/fairing/PatchGrowth.h"
 #include "algorithmVeld/common/TriMesh.h"
 #include "algorithmVeld/common/solver/Pardiso.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "algorithmVeld/HoleFilling/careful/HoleCrew.h"
-#include "algorithmVeld/HoleFilling/careful/TriangleCost.h"
+#include "algorithmVeld/HoleFilling/triangulation/HoleCrew.h"
+#include "algorithmVeld/HoleFilling/triangulation/TriangleCost.h"
 #include "algorithmVeld/common/types.h"
 
 #include <array>

@@ -1,4 +1,4 @@
-#include "algorithmVeld/HoleFilling/careful/TriangleCost.h"
+#include "algorithmVeld/HoleFilling/triangulation/TriangleCost.h"
 
 #include "algorithmVeld/common/geometry/TriangleGeometry.h"
 

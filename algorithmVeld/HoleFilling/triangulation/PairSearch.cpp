@@ -1,6 +1,6 @@
-#include "algorithmVeld/HoleFilling/careful/PairSearch.h"
+#include "algorithmVeld/HoleFilling/triangulation/PairSearch.h"
 
-#include "algorithmVeld/HoleFilling/careful/CosineLimits.h"
+#include "algorithmVeld/HoleFilling/triangulation/CosineLimits.h"
 #include "algorithmVeld/common/geometry/TriangleGeometry.h"
 
 #include <algorithm>

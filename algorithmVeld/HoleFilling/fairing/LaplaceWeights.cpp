@@ -1,4 +1,4 @@
-#include "algorithmVeld/HoleFilling/careful/LaplaceWeights.h"
+#include "algorithmVeld/HoleFilling/fairing/LaplaceWeights.h"
 
 #include "algorithmVeld/common/running/Log.h"
 

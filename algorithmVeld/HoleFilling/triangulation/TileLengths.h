@@ -1,6 +1,6 @@
 #pragma once
 
-#include "algorithmVeld/HoleFilling/careful/SplitTables.h"
+#include "algorithmVeld/HoleFilling/triangulation/SplitTables.h"
 
 #include <algorithm>
 #include <cmath>
