@@ -3,6 +3,7 @@
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
 #include "algorithmVeld/common/TriMesh.h"
 #include "tests/HoleFilling/reference_smooth.h"
+#include "tests/support/plain_walks.h"
 
 #include <Eigen/Dense>
 #include <Eigen/SparseLU>
@@ -76,71 +77,6 @@ inline std::size_t at(FaceHandle f)
 inline std::size_t at(HalfedgeHandle h)
 {
     return static_cast<std::size_t>(h.idx());
-}
-
-/// The corners of a face in the order in which they were added.
-inline std::vector<VertexHandle> corners_of(TriMesh const& mesh, FaceHandle f)
-{
-    std::vector<VertexHandle> corners;
-    for (auto it = mesh.cfv_iter(f); it.is_valid(); ++it)
-    {
-        corners.push_back(*it);
-    }
-    return corners;
-}
-
-/// The halfedges of a face from its first one on.
-inline std::vector<HalfedgeHandle> sides_of(TriMesh const& mesh, FaceHandle f)
-{
-    std::vector<HalfedgeHandle> sides;
-    for (auto it = mesh.cfh_iter(f); it.is_valid(); ++it)
-    {
-        sides.push_back(*it);
-    }
-    return sides;
-}
-
-inline HalfedgeHandle halfedge_to(TriMesh const& mesh, VertexHandle from, VertexHandle to)
-{
-    for (auto it = mesh.cvoh_iter(from); it.is_valid(); ++it)
-    {
-        if (mesh.to_vertex_handle(*it) == to)
-        {
-            return *it;
-        }
-    }
-    return HalfedgeHandle();
-}
-
-/// The mesh's own answer, and no face for corners that are not there or repeat: it would end the
-/// process.
-inline FaceHandle add_triangle(TriMesh& mesh, VertexHandle a, VertexHandle b, VertexHandle c)
-{
-    if (!a.is_valid() || !b.is_valid() || !c.is_valid() || a == b || b == c || c == a)
-    {
-        return FaceHandle();
-    }
-    omerr().disable();
-    auto const face = mesh.add_face(std::vector<VertexHandle>{a, b, c});
-    omerr().enable();
-    return face;
-}
-
-inline void request_status(TriMesh& mesh)
-{
-    mesh.request_vertex_status();
-    mesh.request_face_status();
-    mesh.request_halfedge_status();
-    mesh.request_edge_status();
-}
-
-inline void collect_garbage(TriMesh& mesh)
-{
-    mesh.garbage_collection(true, true, true);
-    mesh.release_vertex_status();
-    mesh.release_face_status();
-    mesh.release_halfedge_status();
-    mesh.release_edge_status();
 }
 
 inline MeshFigures measure_figures(TriMesh const& mesh)
