@@ -8,9 +8,8 @@
 #include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/common/running/TimedStages.h"
 #include "algorithmVeld/reconstruction/frames/BorderFilter.h"
+#include "algorithmVeld/reconstruction/frames/EmptiedOnException.h"
 #include "algorithmVeld/reconstruction/frames/FrameTriangulation.h"
-
-#include <exception>
 
 namespace OrvaneAlgorithm
 {
@@ -19,26 +18,6 @@ namespace
 {
 
 constexpr detail::TimedStages MERGE("mesh-merge");
-
-/// Empties the mesh if an exception leaves the scope, for half of a merge is of no use.
-class EmptiedOnException
-{
-public:
-    explicit EmptiedOnException(TriMesh& mesh) : mesh_(mesh) {}
-    ~EmptiedOnException()
-    {
-        if (std::uncaught_exceptions() > exceptions_)
-        {
-            mesh_.clear();
-        }
-    }
-    EmptiedOnException(EmptiedOnException const&) = delete;
-    EmptiedOnException& operator=(EmptiedOnException const&) = delete;
-
-private:
-    TriMesh& mesh_;
-    int exceptions_ = std::uncaught_exceptions();
-};
 
 } // namespace
 
@@ -75,7 +54,7 @@ RetVal MeshMerge::mesh_merge(std::vector<RangeData const*> const& ranges, double
                              int min_component_size, double long_edge_length,
                              std::vector<int>& vertex_frames)
 {
-    EmptiedOnException const emptied(mesh); // goes last, after all that may throw
+    detail::EmptiedOnException const emptied(mesh); // goes last, after all that may throw
     gPH.log_enabled = verbose;
     detail::log("mesh_merge() ..\n");
     detail::StepTimer const timer("mesh-merge");

@@ -1,6 +1,7 @@
 #include "algorithmVeld/algorithmVeld.h"
 #include "algorithmVeld/common/running/Progress.h"
 #include "tests/reconstruction/frames.h"
+#include "tests/support/log_capture.h"
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
 #include "tests/support/sanitizers.h"
@@ -128,6 +129,19 @@ void through_file(TriMesh& mesh, char const* name)
     ASSERT_TRUE(read_mesh(folder.file(name), mesh, report)) << report.error;
 }
 
+/// Keeps what is printed past the log from standard output.
+class PrintsNothing
+{
+public:
+    PrintsNothing()
+    {
+        gLH.set_print_sink([](std::string const&) {});
+    }
+    ~PrintsNothing() { gLH.set_print_sink({}); }
+    PrintsNothing(PrintsNothing const&) = delete;
+    PrintsNothing& operator=(PrintsNothing const&) = delete;
+};
+
 void break_links(TriMesh& mesh)
 {
     mesh.set_next_halfedge_handle(OpenMesh::HalfedgeHandle(0), OpenMesh::HalfedgeHandle(0));
@@ -180,6 +194,13 @@ std::vector<MeshOperation> const& operations()
              Holes vertices;
              Holes patches;
              fill_holes_core(mesh, holes, 1, faces, vertices, patches, false);
+         }},
+        {"ball_pivoting",
+         [](TriMesh& mesh)
+         {
+             BallPivoting ball;
+             ball.set_norm_mode(true);
+             ball.repair_mesh(mesh, {0.75F, 1.0F});
          }},
         {"hole_smooth",
          [](TriMesh& mesh)
@@ -280,6 +301,22 @@ std::vector<MeshOperation> const& operations()
                      mesh.add_vertex(point);
                  }
              }
+         }},
+        {"outlier_merge",
+         [](TriMesh& mesh)
+         {
+             std::vector<int> vertex_frames;
+             GeoPatentRecon().mesh_merge(pointers(frames()), 0.12, mesh, false, 30, 10, 0.6,
+                                         vertex_frames);
+         }},
+        {"topology_repair",
+         [](TriMesh& mesh)
+         {
+             LogCapture const log(false);
+             PrintsNothing const quiet;
+             TopologyRepair repair;
+             repair.set_search_radius(2.0F);
+             repair.repair_mesh(mesh);
          }},
         {"mesh_merge", [](TriMesh& mesh)
          {

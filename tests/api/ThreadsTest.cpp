@@ -332,6 +332,16 @@ Operation const OPERATIONS[] = {
              mesh_merge(pointers(frames), 1.5, mesh, call.verbose, 12, 3, 5.0, sources);
          return Outcome(value, mesh, sources);
      }},
+    {"GeoPatentRecon",
+     [](Call const& call)
+     {
+         auto const frames = random_frames(7, 3, 12, 1.0F);
+         TriMesh mesh;
+         std::vector<int> sources;
+         RetVal const value = GeoPatentRecon().mesh_merge(pointers(frames), 1.0, mesh, call.verbose,
+                                                          12, 3, 5.0, sources);
+         return Outcome(value, mesh, sources);
+     }},
     {"remove_marker_cloud",
      [](Call const& call)
      {
@@ -436,6 +446,15 @@ Operation const OPERATIONS[] = {
          std::vector<RangeData> kept;
          RetVal const value = FrameOverlap().remove_overlap(pointers(frames), kept);
          return Outcome(value, kept);
+     }},
+    {"TopologyRepair",
+     [](Call const&)
+     {
+         TriMesh mesh = holed_mesh();
+         TopologyRepair repairer;
+         repairer.set_search_radius(2.5F);
+         bool const done = repairer.repair_mesh(mesh);
+         return Outcome(done, mesh);
      }},
     {"PointCloud2RangeData", read_text_frames},
     {"BaseTriMeshSearch",

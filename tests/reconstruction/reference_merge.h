@@ -5,6 +5,7 @@
 #include "algorithmVeld/common/KdTree3f.h"
 #include "tests/reconstruction/frames.h"
 #include "tests/support/meshes.h"
+#include "tests/support/plain_walks.h"
 #include "tests/support/reference_normals.h"
 
 #include <Eigen/Eigenvalues>
@@ -473,23 +474,6 @@ inline void convert(std::vector<RangeData> const& frames, OpenMesh::VPropHandleT
     }
 }
 
-inline void request_status(TriMesh& mesh)
-{
-    mesh.request_vertex_status();
-    mesh.request_face_status();
-    mesh.request_halfedge_status();
-    mesh.request_edge_status();
-}
-
-inline void release_status(TriMesh& mesh)
-{
-    mesh.garbage_collection(true, true, true);
-    mesh.release_vertex_status();
-    mesh.release_face_status();
-    mesh.release_halfedge_status();
-    mesh.release_edge_status();
-}
-
 inline void delete_long_edges(TriMesh& mesh, float length)
 {
     request_status(mesh);
@@ -500,7 +484,7 @@ inline void delete_long_edges(TriMesh& mesh, float length)
             mesh.delete_edge(*it, false);
         }
     }
-    release_status(mesh);
+    collect_garbage(mesh);
 }
 
 inline void filter(TriMesh& mesh)
@@ -525,7 +509,7 @@ inline void filter(TriMesh& mesh)
             mesh.delete_face(f, false);
         }
     }
-    release_status(mesh);
+    collect_garbage(mesh);
 }
 
 inline void mesh_merge(std::vector<RangeData> const& frames, MergeSettings const& settings,

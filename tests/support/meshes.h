@@ -264,6 +264,16 @@ inline std::vector<std::array<int, 3>> corners_of(TriMesh const& mesh)
     return faces;
 }
 
+/// Gives all vertices the same normal.
+inline void set_normals(TriMesh& mesh, Vector3f const& normal)
+{
+    mesh.request_vertex_normals();
+    for (auto const v : mesh.vertices())
+    {
+        mesh.set_normal(v, normal);
+    }
+}
+
 inline double area_of(TriMesh const& mesh)
 {
     double area = 0.0;

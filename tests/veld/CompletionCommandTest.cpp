@@ -100,8 +100,9 @@ TEST(CompletionCommand, ZshTakesTheScript)
     }
     ASSERT_EQ(run_veld({"completion", "zsh", "-o", dir.file("_veld")}).status, 0);
     Outcome const run = run_script_in(
-        dir.path(), "zsh -n _veld && zsh -f -c 'fpath=($PWD $fpath); autoload -U compinit; compinit "
-                    "-D -u; print ${_comps[veld]}; autoload +X _veld'");
+        dir.path(),
+        "zsh -n _veld && zsh -f -c 'fpath=($PWD $fpath); autoload -U compinit; compinit "
+        "-D -u; print ${_comps[veld]}; autoload +X _veld'");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(run.out, "_veld\n");

@@ -47,6 +47,12 @@ void print_line(char const* format, Arguments... arguments)
     gLH.print_past_log(line);
 }
 
+/// Prints finished text past the log.
+inline void print_line(char const* text)
+{
+    gLH.print_past_log(text);
+}
+
 /// Logs finished text and prints it past the log as well, if `enabled` is true. Hosts of long
 /// standing read one or the other.
 inline void log_and_print_line(bool enabled, char const* text)
@@ -82,6 +88,10 @@ public:
     }
     ~StepTimer() noexcept(false)
     {
+        if (is_left_running_)
+        {
+            return;
+        }
         try
         {
             gLH.lapSpecStepTimer(step_);
@@ -97,8 +107,12 @@ public:
     StepTimer(StepTimer const&) = delete;
     StepTimer& operator=(StepTimer const&) = delete;
 
+    /// The step does not end with the scope.
+    void leave_running() { is_left_running_ = true; }
+
 private:
     std::string step_;
+    bool is_left_running_ = false;
     int exceptions_ = std::uncaught_exceptions();
 };
 

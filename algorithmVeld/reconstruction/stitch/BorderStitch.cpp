@@ -147,4 +147,26 @@ void stitch_borders(TriMesh& mesh, std::vector<OpenMesh::VertexHandle> centres,
     stitch.run();
 }
 
+void stitch_borders_in_turn(TriMesh& mesh, std::vector<OpenMesh::VertexHandle> const& centres,
+                            FanSettings const& settings, RefusedTriangle const& refused)
+{
+    Stages stages({3, 7});
+    stages.next();
+    KdTree3f tree;
+    tree.set_sorted(false);
+    tree.build_kdtree(points_of(mesh));
+    stages.next();
+    DelaunayFan fan(mesh, tree, settings);
+    AppendedElements elements(mesh);
+    std::vector<FanTriangle> triangles;
+    LoopProgress progress(centres.size());
+    for (auto const centre : centres)
+    {
+        progress.next();
+        fan.plan(centre, triangles);
+        add_fan(mesh, centre, triangles, settings.cos_normal_angle, elements,
+                [&](FanTriangle const& triangle) { refused(centre, triangle); });
+    }
+}
+
 } // namespace OrvaneAlgorithm::detail

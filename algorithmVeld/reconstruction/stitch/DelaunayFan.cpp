@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/geometry/LocalFrame.h"
 #include "algorithmVeld/common/geometry/angles.h"
+#include "algorithmVeld/common/mesh/MeshScope.h"
 
 #include <algorithm>
 #include <cmath>
@@ -67,6 +68,23 @@ bool is_in_circle(Vector2f const& a, Vector2f const& b, Vector2f const& c, Vecto
     return rows.determinant() <= 0.0;
 }
 
+float search_radius(TriMesh const& mesh, OpenMesh::VertexHandle centre, float start_radius)
+{
+    float radius = start_radius;
+    for (auto it = mesh.cvoh_iter(centre); it.is_valid(); ++it)
+    {
+        if (mesh.is_boundary(mesh.edge_handle(*it)))
+        {
+            float const length = mesh.calc_edge_length(*it);
+            if (length >= radius)
+            {
+                radius = static_cast<float>(static_cast<double>(length) + BEYOND_LONGEST_EDGE);
+            }
+        }
+    }
+    return radius;
+}
+
 // ---------------------------------------------------------------------------- the neighbourhood
 
 void DelaunayFan::plan(OpenMesh::VertexHandle centre, std::vector<FanTriangle>& triangles)
@@ -77,7 +95,7 @@ void DelaunayFan::plan(OpenMesh::VertexHandle centre, std::vector<FanTriangle>& 
         return;
     }
     centre_ = centre;
-    float const radius = search_radius();
+    float const radius = search_radius(mesh_, centre, settings_.start_radius);
     if (static_cast<double>(radius) > settings_.largest_radius)
     {
         return;
@@ -87,24 +105,6 @@ void DelaunayFan::plan(OpenMesh::VertexHandle centre, std::vector<FanTriangle>& 
     {
         delaundy_mesh(triangles);
     }
-}
-
-/// Just above the longest border edge at the centre, but not below where it starts.
-float DelaunayFan::search_radius() const
-{
-    float radius = settings_.start_radius;
-    for (auto it = mesh_.cvoh_iter(centre_); it.is_valid(); ++it)
-    {
-        if (mesh_.is_boundary(mesh_.edge_handle(*it)))
-        {
-            float const length = mesh_.calc_edge_length(*it);
-            if (length >= radius)
-            {
-                radius = static_cast<float>(static_cast<double>(length) + BEYOND_LONGEST_EDGE);
-            }
-        }
-    }
-    return radius;
 }
 
 /// Collects the vertices around the centre, and the frame of the surface there.
@@ -130,7 +130,7 @@ void DelaunayFan::gather(float radius)
     lrf_ = compute_lrf(points_, mesh_.normal(centre_));
     for (int const hit : hits_)
     {
-        if (hit != centre_.idx())
+        if (hit != centre_.idx() && !is_deleted(mesh_, OpenMesh::VertexHandle(hit)))
         {
             add_member(OpenMesh::VertexHandle(hit));
         }

@@ -61,6 +61,10 @@ struct FanSettings
     float cos_normal_angle = 0.0F; ///< Cosine of the largest angle to the faces around.
 };
 
+/// How far to search around a vertex: just beyond its longest border edge, but `start_radius` at
+/// least.
+float search_radius(TriMesh const& mesh, OpenMesh::VertexHandle centre, float start_radius);
+
 /// A triangle with the centre of its fan as the corner before `a`.
 struct FanTriangle
 {
@@ -104,7 +108,6 @@ private:
         bool begins;
     };
 
-    float search_radius() const;
     void gather(float radius);
     void add_member(OpenMesh::VertexHandle vertex);
     Vector2f to_local(Vector3f const& point) const;
