@@ -582,6 +582,23 @@ TEST(BallPivoting, TheBallHasToBeEmpty)
     EXPECT_EQ(corners_of(mesh, 1), (Triangle{0, 1, 4})) << "the near point";
 }
 
+TEST(BallPivoting, OnlyWhatIsInsideTheBallByMoreThanTheMarginIsInTheWay)
+{
+    for (auto const& [depth, faces] : {std::pair(0.0005F, 2U), std::pair(0.002F, 1U)})
+    {
+        TriMesh mesh = edge_and_points({NEAR_POINT});
+        Vector3f centre;
+        ASSERT_TRUE(
+            detail::find_sphere(mesh.point(vh(0)), mesh.point(vh(1)), NEAR_POINT, 1.0F, centre));
+        // A face with it would look away from its normal.
+        auto const above = mesh.add_vertex(centre + (1.0F - depth) * Vector3f::UnitZ());
+        mesh.set_normal(above, -Vector3f::UnitZ());
+        BallPivoting ball;
+        EXPECT_TRUE(repair(ball, mesh, {1.0F}));
+        EXPECT_EQ(mesh.n_faces(), faces) << depth;
+    }
+}
+
 TEST(BallPivoting, WithoutTheRestraintTheSmallestAngleCounts)
 {
     BallPivoting ball;
@@ -830,6 +847,19 @@ TEST(BallPivoting, WhatIsInTheWayOfARefusedFaceIsDeletedAndTheBallRunsAgain)
     ASSERT_NE(second, std::string::npos);
     EXPECT_LT(first, second);
     EXPECT_EQ(log.count("ball of radius ["), 2);
+}
+
+TEST(BallPivoting, ErrorsOfBothPassesOfARadiusAreCountedTogether)
+{
+    BallPivoting ball;
+    ball.set_enable_delete_isolated_faces(true);
+    TriMesh mesh = hexagon_with_a_tag();
+    add_lone_edge(mesh, {50, 0, 0}, {51, 0, 0});
+    LogCapture const log;
+    Printed const printed;
+    EXPECT_TRUE(ball.repair_mesh(mesh, {0.6F, 0.6F}));
+    EXPECT_EQ(log.count("  [Data Error - opposite halfedge.  ]:  2\n"), 1) << "of the first pass";
+    EXPECT_EQ(log.count("  [Data Error - opposite halfedge.  ]:  4\n"), 2) << "of each radius";
 }
 
 TEST(BallPivoting, OneReportWhereNoFaceWasRefused)

@@ -124,15 +124,64 @@ inline float turned(float d)
     return d < 0 ? d + 6.2831855F : d;
 }
 
+/// How far to look around a vertex: just past its longest edge on a boundary, and not below a
+/// start.
+inline float reach_at(TriMesh const& mesh, VertexHandle c, float start)
+{
+    float r = start;
+    for (auto it = mesh.cvoh_iter(c); it.is_valid(); ++it)
+    {
+        float const length = mesh.calc_edge_length(*it);
+        if (mesh.is_boundary(mesh.edge_handle(*it)) && length >= r)
+        {
+            r = static_cast<float>(static_cast<double>(length) + 1e-5);
+        }
+    }
+    return r;
+}
+
 class PlainStitch
 {
 public:
     PlainStitch(TriMesh& mesh, MergeSettings const& settings) : mesh_(mesh), settings_(settings) {}
 
+    /// Slab by slab.
     void run()
     {
         auto const radius = static_cast<float>(settings_.stitch_radius);
+        float const largest = static_cast<float>(settings_.neighbour_factor) * radius;
         auto const slabs = divide();
+        begin();
+        for (std::size_t pass = 0; pass < 2; ++pass)
+        {
+            for (auto slab = pass; slab < slabs.size(); slab += 2)
+            {
+                for (auto const c : slabs[slab])
+                {
+                    stitch(c, 2 * radius, static_cast<double>(largest));
+                }
+            }
+        }
+        end();
+    }
+
+    /// Vertex by vertex; the spacing takes the place of the radius. \return how many faces the mesh
+    /// refused
+    int run_in_turn()
+    {
+        begin();
+        for (auto const c : mesh_.vertices())
+        {
+            stitch(c, static_cast<float>(settings_.point_spacing * 2.0),
+                   settings_.neighbour_factor * settings_.point_spacing);
+        }
+        end();
+        return refused_;
+    }
+
+private:
+    void begin()
+    {
         tree_.set_sorted(false);
         tree_.build_kdtree(
             std::vector<Vector3f>(mesh_.points(), mesh_.points() + mesh_.n_vertices()));
@@ -143,22 +192,15 @@ public:
         {
             mesh_.property(marks_.state, v) = -1;
         }
-        for (std::size_t pass = 0; pass < 2; ++pass)
-        {
-            for (auto slab = pass; slab < slabs.size(); slab += 2)
-            {
-                for (auto const c : slabs[slab])
-                {
-                    stitch(c, radius);
-                }
-            }
-        }
+    }
+
+    void end()
+    {
         mesh_.remove_property(marks_.state);
         mesh_.remove_property(marks_.local);
         mesh_.remove_property(marks_.angle);
     }
 
-private:
     std::vector<std::vector<VertexHandle>> divide() const
     {
         Vector3f min;
@@ -190,22 +232,14 @@ private:
         return slabs;
     }
 
-    void stitch(VertexHandle c, float radius)
+    void stitch(VertexHandle c, float start, double largest)
     {
         if (!mesh_.is_boundary(c))
         {
             return;
         }
-        float r = 2 * radius;
-        for (auto it = mesh_.cvoh_iter(c); it.is_valid(); ++it)
-        {
-            float const length = mesh_.calc_edge_length(*it);
-            if (mesh_.is_boundary(mesh_.edge_handle(*it)) && length >= r)
-            {
-                r = static_cast<float>(static_cast<double>(length) + 1e-5);
-            }
-        }
-        if (r > static_cast<float>(settings_.neighbour_factor) * radius)
+        float const r = reach_at(mesh_, c, start);
+        if (static_cast<double>(r) > largest)
         {
             return;
         }
@@ -417,7 +451,7 @@ private:
             return;
         }
         omerr().disable();
-        mesh_.add_face(c, a, b);
+        refused_ += mesh_.add_face(c, a, b).is_valid() ? 0 : 1;
         omerr().enable();
     }
 
@@ -426,6 +460,7 @@ private:
     KdTree3f tree_;
     Marks marks_;
     std::vector<std::pair<VertexHandle, float>> visible_;
+    int refused_ = 0;
 };
 
 /// All frames, vertex by vertex and face by face.
