@@ -42,10 +42,10 @@ public:
     ///        it.
     /// \param verbose written to the log switch of `gPH`, and left there
     /// \param max_hole_edges,min_component_size see `mesh_fill_hole`
-    /// \param longest_border_edge border edges longer than this are cut away, with their faces;
-    /// kept \param vertex_frames for each vertex of the mesh the position of its frame in `ranges`.
-    /// Left
-    ///        alone on failure.
+    /// \param longest_border_edge border edges longer than this are cut away, with their faces; it
+    ///        is kept
+    /// \param vertex_frames for each vertex of the mesh the position of its frame in `ranges`; left
+    ///        alone on failure
     /// \return `RET_SUCCESS`, or `RET_INVALID_INPUT` if a frame lacks normals
     /// \throw std::out_of_range if there is no frame, or a channel of a frame that is on is shorter
     ///        than the frame

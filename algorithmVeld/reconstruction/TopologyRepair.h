@@ -48,8 +48,7 @@ public:
 
     /// Repairs a mesh, in one pass. The size of the mesh goes to the log and past it, whatever the
     /// log switch says.
-    /// \param mesh gets faces. Its vertex normals are used as they are, and should have unit
-    /// length;
+    /// \param mesh gets faces. Its vertex normals are used as they are, and should be unit vectors;
     ///        if it has none, those of faces and vertices are computed, and stay.
     /// \return true
     bool repair_mesh(TriMesh& mesh);
