@@ -205,7 +205,7 @@ BallPivoting::Series BallPivoting::run_radius(TriMesh& mesh, float radius)
     int added_faces = 0;
     int boundary_vertices = 0;
     stages.next();
-    repair_mesh(mesh, radius, added_faces, boundary_vertices, 0);
+    run_pass(mesh, radius, added_faces, boundary_vertices, 0, VertexTree::OF_THIS_MESH);
     if (mEnableDeleteIsolatedFaces)
     {
         print_line("\nmEnableDeleteIsolatedFaces = %d\n", 1);
@@ -222,7 +222,7 @@ BallPivoting::Series BallPivoting::run_radius(TriMesh& mesh, float radius)
         delete_isolated_faces(mesh, mFailedFaces);
         build_vertex_tree(mesh);
         stages.next();
-        repair_mesh(mesh, radius, added_faces, boundary_vertices, 1);
+        run_pass(mesh, radius, added_faces, boundary_vertices, 1, VertexTree::OF_THIS_MESH);
     }
     report_pass(radius, added_faces);
     if (are_too_few(boundary_vertices))
@@ -238,6 +238,7 @@ void BallPivoting::build_vertex_tree(TriMesh const& mesh)
     if (!mesh.has_vertex_status())
     {
         mVertexTree.build_kdtree(detail::points_of(mesh));
+        mVertexTreeSize = mesh.n_vertices();
         return;
     }
     std::vector<Vector3f> points;
@@ -251,6 +252,7 @@ void BallPivoting::build_vertex_tree(TriMesh const& mesh)
         }
     }
     mVertexTree.build_kdtree(points);
+    mVertexTreeSize = points.size();
 }
 
 /// The errors are those of all passes with the radius.

@@ -10,6 +10,7 @@
 #include <array>
 #include <cmath>
 #include <exception>
+#include <string>
 
 namespace OrvaneAlgorithm
 {
@@ -27,13 +28,20 @@ constexpr std::size_t FEWEST_CORNERS = 3; // of a face
 constexpr double EMPTINESS_MARGIN = 0.001;
 constexpr double ZERO_NORMAL = 1e-5;
 
+/// Up to it a ball's centre lies where a search in a tree finds something, if its corners do.
+constexpr float LARGEST_RADIUS = 1e9F;
+
+/// What a distance is enlarged by where rounding must not hide anything.
+constexpr double ROUNDING = 1e-5;
+
 /// A vertex that can make a face with an edge.
 struct Candidate
 {
-    float angle;
-    int hit; ///< its place among the vertices near the edge
     VertexHandle vertex;
-    Vector3f centre; ///< of the ball that touches it
+    int place;             ///< in the list of the boundary
+    float square_distance; ///< from the middle of the edge
+    Vector3f centre;       ///< of the ball that touches it
+    float angle = 0.0F;
 };
 
 /// Smaller angles first, of equal ones the nearer vertex. Angles that are no numbers come last.
@@ -45,7 +53,17 @@ bool comes_before(Candidate const& a, Candidate const& b)
     {
         return is_a_number;
     }
-    return is_a_number && a.angle != b.angle ? a.angle < b.angle : a.hit < b.hit;
+    if (is_a_number && a.angle != b.angle)
+    {
+        return a.angle < b.angle;
+    }
+    return a.square_distance != b.square_distance ? a.square_distance < b.square_distance
+                                                  : a.place < b.place;
+}
+
+float inner_radius(float radius)
+{
+    return static_cast<float>(static_cast<double>(radius) - EMPTINESS_MARGIN);
 }
 
 bool is_zero(Vector3f const& normal)
@@ -96,8 +114,8 @@ private:
 class BallPivoting::Pass
 {
 public:
-    Pass(BallPivoting& owner, TriMesh& mesh, float radius, int level)
-        : owner_(owner), mesh_(mesh), radius_(radius), level_(level)
+    Pass(BallPivoting& owner, TriMesh& mesh, float radius, int level, VertexTree vertex_tree)
+        : owner_(owner), mesh_(mesh), radius_(radius), level_(level), vertex_tree_(vertex_tree)
     {
     }
 
@@ -119,31 +137,49 @@ private:
 
     bool grow_at(HalfedgeHandle boundary);
     bool find_start(HalfedgeHandle boundary, Vector3f& centre);
-    void find_candidates(Edge const& edge, Vector3f const& start_centre);
+    void find_nearby(Edge const& edge);
+    void find_taken(Edge const& edge);
+    void find_candidates(Edge const& edge);
     bool has_room(Edge const& edge, VertexHandle vertex) const;
     bool agrees_with_normals(Edge const& edge, VertexHandle vertex) const;
     bool agrees_with_normal(Vector3f const& face_normal, VertexHandle vertex) const;
-    Candidate const* choose() const;
+    bool holds_nearby_vertex(Vector3f const& centre);
+    bool is_all_nearby(Edge const& edge, Vector3f const& centre) const;
+    void sort_candidates(Edge const& edge, Vector3f const& start_centre);
+    Candidate const* choose(Edge const& edge) const;
     bool add_face(Edge const& edge, VertexHandle third);
-    bool has_face(VertexHandle from, VertexHandle to) const;
 
     BallPivoting& owner_;
     TriMesh& mesh_;
     float radius_;
     int level_;
+    VertexTree vertex_tree_;
+    std::string const search_step_ = "Kd-Tree Search Third Node";
+    std::string const emptiness_step_ = "Kd-Tree Search Node in Sphere";
+    std::string const parent_step_ = REPAIR_MESH;
     std::vector<VertexHandle> boundary_; ///< by their places in the tree
+    std::vector<Vector3f> positions_;    ///< of the same
     // Memory for one edge after the other.
     std::vector<int> hits_;
     std::vector<float> square_distances_;
+    std::vector<Vector3f> nearby_;    ///< the positions of the hits
+    std::vector<VertexHandle> taken_; ///< vertices that have a face where the new one would be
     std::vector<Candidate> candidates_;
+    std::size_t last_inside_ = 0; ///< which nearby vertex was inside the last ball
 };
 
 bool BallPivoting::repair_mesh(TriMesh& mesh, float radius, int& added_faces,
                                int& boundary_vertices, int level)
 {
+    return run_pass(mesh, radius, added_faces, boundary_vertices, level, VertexTree::ANY);
+}
+
+bool BallPivoting::run_pass(TriMesh& mesh, float radius, int& added_faces, int& boundary_vertices,
+                            int level, VertexTree vertex_tree)
+{
     added_faces = 0;
     boundary_vertices = 0;
-    Pass pass(*this, mesh, radius, level);
+    Pass pass(*this, mesh, radius, level, vertex_tree);
     detail::Stages stages({1, 9});
     stages.next();
     auto building = std::make_unique<StepTimer>("Build-Kd-Tree", REPAIR_MESH);
@@ -162,13 +198,11 @@ bool BallPivoting::repair_mesh(TriMesh& mesh, float radius, int& added_faces,
     return true;
 }
 
-bool BallPivoting::no_extra_vertex_in_sphere(Vector3f const& centre, float radius)
+bool BallPivoting::no_extra_vertex_in_sphere(Vector3f const& centre, float radius) const
 {
-    StepTimer const timer("Kd-Tree Search Node in Sphere", REPAIR_MESH);
-    auto const inner = static_cast<float>(static_cast<double>(radius) - EMPTINESS_MARGIN);
     std::vector<int> hits;
     std::vector<float> square_distances;
-    return mVertexTree.radius_search(centre, inner, hits, square_distances, 1) == 0;
+    return mVertexTree.radius_search(centre, inner_radius(radius), hits, square_distances, 1) == 0;
 }
 
 std::size_t BallPivoting::Pass::find_boundary()
@@ -188,13 +222,13 @@ std::size_t BallPivoting::Pass::find_boundary()
 
 void BallPivoting::Pass::build_tree()
 {
-    std::vector<Vector3f> points;
-    points.reserve(boundary_.size());
+    positions_.reserve(boundary_.size());
     for (auto const vertex : boundary_)
     {
-        points.push_back(mesh_.point(vertex));
+        positions_.push_back(mesh_.point(vertex));
     }
-    owner_.mBoundaryTree.build_kdtree(points);
+    owner_.mBoundaryTree.set_sorted(false); // Few of the hits are candidates.
+    owner_.mBoundaryTree.build_kdtree(positions_);
 }
 
 int BallPivoting::Pass::grow()
@@ -226,9 +260,11 @@ bool BallPivoting::Pass::grow_at(HalfedgeHandle boundary)
     auto const from = mesh_.from_vertex_handle(boundary);
     auto const to = mesh_.to_vertex_handle(boundary);
     Edge const edge{boundary, from, to, {mesh_.point(from), mesh_.point(to)}};
-    find_candidates(edge, start_centre);
-    std::sort(candidates_.begin(), candidates_.end(), comes_before);
-    auto const* const chosen = choose();
+    find_nearby(edge);
+    find_taken(edge);
+    find_candidates(edge);
+    sort_candidates(edge, start_centre);
+    auto const* const chosen = choose(edge);
     return chosen != nullptr && add_face(edge, chosen->vertex);
 }
 
@@ -264,25 +300,66 @@ bool BallPivoting::Pass::find_start(HalfedgeHandle boundary, Vector3f& centre)
     return true;
 }
 
-void BallPivoting::Pass::find_candidates(Edge const& edge, Vector3f const& start_centre)
+/// Finds the boundary vertices that the ball can touch when it turns around an edge.
+void BallPivoting::Pass::find_nearby(Edge const& edge)
 {
-    candidates_.clear();
     {
-        StepTimer const timer("Kd-Tree Search Third Node", REPAIR_MESH);
+        StepTimer const timer(search_step_, parent_step_);
         owner_.mBoundaryTree.radius_search(edge.line.middle(), 2.0F * radius_, hits_,
                                            square_distances_, 0);
     }
+    nearby_.clear();
+    for (int const hit : hits_)
+    {
+        nearby_.push_back(positions_[static_cast<std::size_t>(hit)]);
+    }
+    last_inside_ = 0;
+}
+
+/// Lists the vertices with a halfedge to the edge, or from it, that has a face.
+void BallPivoting::Pass::find_taken(Edge const& edge)
+{
+    taken_.clear();
+    auto h = edge.halfedge;
+    do // round `from`
+    {
+        auto const incoming = mesh_.opposite_halfedge_handle(h);
+        if (!mesh_.is_boundary(incoming))
+        {
+            taken_.push_back(mesh_.to_vertex_handle(h));
+        }
+        h = mesh_.next_halfedge_handle(incoming);
+    } while (h != edge.halfedge);
+    auto const first = mesh_.opposite_halfedge_handle(edge.halfedge);
+    h = first;
+    do // round `to`
+    {
+        if (!mesh_.is_boundary(h))
+        {
+            taken_.push_back(mesh_.to_vertex_handle(h));
+        }
+        h = mesh_.next_halfedge_handle(mesh_.opposite_halfedge_handle(h));
+    } while (h != first);
+}
+
+/// The tests are in the order of what they cost.
+void BallPivoting::Pass::find_candidates(Edge const& edge)
+{
+    bool const is_emptiness_known = owner_.mNodeInSphereRestrain &&
+                                    vertex_tree_ == VertexTree::OF_THIS_MESH &&
+                                    radius_ < LARGEST_RADIUS;
+    auto const& [from, to] = edge.line;
+    candidates_.clear();
     for (std::size_t i = 0; i < hits_.size(); ++i)
     {
         auto const vertex = boundary_[static_cast<std::size_t>(hits_[i])];
         Vector3f centre;
-        if (has_room(edge, vertex) &&
-            detail::find_sphere(edge.line.from, edge.line.to, mesh_.point(vertex), radius_,
-                                centre) &&
+        if (!detail::is_ball_surely_too_small(from, to, nearby_[i], radius_) &&
+            has_room(edge, vertex) && detail::find_sphere(from, to, nearby_[i], radius_, centre) &&
+            !(is_emptiness_known && holds_nearby_vertex(centre)) &&
             agrees_with_normals(edge, vertex))
         {
-            candidates_.push_back({detail::pivot_angle(edge.line, start_centre, centre),
-                                   static_cast<int>(i), vertex, centre});
+            candidates_.push_back({vertex, hits_[i], square_distances_[i], centre});
         }
     }
 }
@@ -292,13 +369,43 @@ void BallPivoting::Pass::find_candidates(Edge const& edge, Vector3f const& start
 bool BallPivoting::Pass::has_room(Edge const& edge, VertexHandle vertex) const
 {
     return vertex != edge.to && vertex != edge.from && mesh_.is_boundary(vertex) &&
-           !has_face(vertex, edge.from) && !has_face(edge.to, vertex);
+           std::find(taken_.begin(), taken_.end(), vertex) == taken_.end();
 }
 
-bool BallPivoting::Pass::has_face(VertexHandle from, VertexHandle to) const
+/// Whether a ball is not empty because of the vertices near the edge alone. The one in the last
+/// ball is often in the next one, too.
+bool BallPivoting::Pass::holds_nearby_vertex(Vector3f const& centre)
 {
-    auto const halfedge = detail::halfedge_between(mesh_, from, to);
-    return halfedge.is_valid() && !mesh_.is_boundary(halfedge);
+    float const inner = inner_radius(radius_);
+    if (!(inner >= 0.0F))
+    {
+        return false; // Nothing is nearer than that.
+    }
+    float const limit = inner * inner;
+    if (detail::square_distance(centre, nearby_[last_inside_]) < limit)
+    {
+        return true;
+    }
+    auto const inside = std::find_if(nearby_.begin(), nearby_.end(),
+                                     [&](Vector3f const& point)
+                                     { return detail::square_distance(centre, point) < limit; });
+    if (inside == nearby_.end())
+    {
+        return false;
+    }
+    last_inside_ = static_cast<std::size_t>(inside - nearby_.begin());
+    return true;
+}
+
+/// Whether everything in a ball is near the edge: where all vertices of the mesh were on the
+/// boundary before the pass, as of points alone, the tree of all of them tells nothing new.
+bool BallPivoting::Pass::is_all_nearby(Edge const& edge, Vector3f const& centre) const
+{
+    auto const radius = static_cast<double>(radius_);
+    double const reach =
+        static_cast<double>((centre - edge.line.middle()).norm()) + radius - EMPTINESS_MARGIN;
+    return vertex_tree_ == VertexTree::OF_THIS_MESH && boundary_.size() == owner_.mVertexTreeSize &&
+           reach * (1.0 + ROUNDING) < 2.0 * radius;
 }
 
 /// Whether a face is no sliver and looks to the side of its corners. This is what keeps the ball
@@ -321,12 +428,34 @@ bool BallPivoting::Pass::agrees_with_normal(Vector3f const& face_normal, VertexH
     return is_zero(normal) || !(face_normal.dot(normal) < owner_.mNormConsistencyThr);
 }
 
-/// The first candidate whose ball is empty. \return a null pointer if there is none
-Candidate const* BallPivoting::Pass::choose() const
+void BallPivoting::Pass::sort_candidates(Edge const& edge, Vector3f const& start_centre)
 {
+    if (candidates_.size() < 2)
+    {
+        return;
+    }
+    for (auto& candidate : candidates_)
+    {
+        candidate.angle = detail::pivot_angle(edge.line, start_centre, candidate.centre);
+    }
+    std::sort(candidates_.begin(), candidates_.end(), comes_before);
+}
+
+/// The first candidate whose ball is empty. \return a null pointer if there is none
+Candidate const* BallPivoting::Pass::choose(Edge const& edge) const
+{
+    if (candidates_.empty())
+    {
+        return nullptr;
+    }
+    if (!owner_.mNodeInSphereRestrain)
+    {
+        return &candidates_.front();
+    }
+    StepTimer const timer(emptiness_step_, parent_step_);
     for (auto const& candidate : candidates_)
     {
-        if (!owner_.mNodeInSphereRestrain ||
+        if (is_all_nearby(edge, candidate.centre) ||
             owner_.no_extra_vertex_in_sphere(candidate.centre, radius_))
         {
             return &candidate;
