@@ -204,3 +204,25 @@ TEST(LaplaceSteps, TheToleranceShortensTheWholeWayIfItIsPassed)
     EXPECT_EQ(within_tolerance({5, 1, -3}, {1, 1, 1}, {0, 0, 1}, 0.0F), Vector3f(1, 1, 1));
     EXPECT_EQ(within_tolerance({5, 1, 1}, {1, 1, 1}, {0, 0, 1}, 0.0F), Vector3f(5, 1, 1));
 }
+
+TEST(LaplaceSteps, AStepOfC1IsDividedByItsDiagonalUnlessThatIsTiny)
+{
+    // One vertex moves, and its only neighbour stays.
+    MovingPart part;
+    part.n_moving = 1;
+    part.fans.vertices = {0, 1};
+    part.neighbours.starts = {0, 1, 2};
+    part.neighbours.values = {{1, 0}, {0, 0}};
+    std::vector<Vector3f> const points{{0, 0, 0}, {0, 0, 0}};
+    std::vector<Vector3f> const umbrellas{{0, 0, 4}, {0, 0, 0}};
+    std::vector<float> const edge_weights{1.0F};
+    for (float const diagonal : {4e-5F, 1.1e-5F, 0.9e-5F, -4e-5F})
+    {
+        std::vector<float> const vertex_weights{diagonal, 0.0F};
+        std::vector<Vector3f> moved(2, Vector3f(7, 7, 7));
+        compute_c1_step(part, {points, edge_weights, vertex_weights}, umbrellas, moved);
+        float const step = diagonal == 0.9e-5F ? 4.0F : 4.0F / diagonal;
+        EXPECT_FLOAT_EQ(moved[0].z(), -0.25F * step) << diagonal;
+        EXPECT_EQ(moved[1], Vector3f(7, 7, 7));
+    }
+}

@@ -756,6 +756,22 @@ TEST(HoleSmooth, TellsHowFarVerticesMoved)
     EXPECT_EQ(mesh.point(vh(4)).z(), 0.5e-8F);
 }
 
+TEST(HoleSmooth, AVertexHasMovedIfItWentFurtherThanRounding)
+{
+    for (float const way : {0.95e-8F, 2e-8F})
+    {
+        TriMesh mesh = veld_test::lone_triangle();
+        mesh.add_vertex({0.0F, 0.0F, 2.0F * way}); // goes half of the way to the origin
+        auto smoother = smoother_of(mesh, {3});
+        smoother.initialize(HoleSmooth::Tangential, HoleSmooth::C0);
+        smoother.smooth(1);
+        LogCapture const log;
+        EXPECT_TRUE(smoother.get_iterative_smoothed_mesh(mesh));
+        EXPECT_EQ(log.count("  ### 1 points moved, ave dis = 0.000000\n"), way > 1e-8F ? 1 : 0);
+        EXPECT_EQ(log.count("  !!! no verts moved.\n"), way > 1e-8F ? 0 : 1);
+    }
+}
+
 TEST(HoleSmooth, KeepsNormalsAndPropertiesOfTheTarget)
 {
     TriMesh mesh = bumpy_sphere();

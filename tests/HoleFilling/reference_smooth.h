@@ -129,9 +129,13 @@ public:
     }
 
 private:
-    /// Cotangent at the vertex after the halfedge's end. On a border that is the next one along it.
+    /// Cotangent at the vertex after the halfedge's end in its face; a border has none.
     float cotangent(HalfedgeHandle h) const
     {
+        if (!mesh_.face_handle(h).is_valid())
+        {
+            return 0.0F;
+        }
         Vector3f const& corner = mesh_.point(mesh_.to_vertex_handle(mesh_.next_halfedge_handle(h)));
         Vector3f u = mesh_.point(mesh_.to_vertex_handle(h)) - corner;
         Vector3f w = mesh_.point(mesh_.from_vertex_handle(h)) - corner;
