@@ -101,6 +101,9 @@ void HoleFilling::give_back(TriMesh& mesh)
     mesh_.remove_property(face_region_prop_);
     mesh = std::move(mesh_);
     mesh_ = TriMesh();
+    // They are of the mesh that is gone.
+    holes_.clear();
+    regions_.clear();
 }
 
 void HoleFilling::preprocessing()

@@ -667,6 +667,10 @@ TEST(HoleFillingSteps, AHoleThatIsNotThereIsOutOfRange)
     EXPECT_TRUE(filling.hole_filling(0));
     filling.regions_.clear(); // a hole, but nothing is known of what lies around it
     EXPECT_THROW(filling.hole_filling(0), std::out_of_range);
+    // Nothing is left to fill behind a run, which gave its mesh back.
+    TriMesh mesh = veld_test::open_cone(8);
+    filling.holes_filling(mesh);
+    EXPECT_THROW(filling.hole_filling(0), std::out_of_range);
 }
 
 TEST(HoleFillingSteps, TheMergeEndsAtTheFirstFaceThatTheMeshRefuses)
