@@ -1,6 +1,7 @@
 #include "workflow/steps/FindHoles.h"
 
 #include "workflow/StepScope.h"
+#include "workflow/filling/HoleList.h"
 
 #include "algorithmVeld/common/ParamHolder.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
@@ -62,26 +63,6 @@ Holes holes_by_size(TriMesh& mesh, FindHolesSettings const& settings)
 }
 
 } // namespace
-
-Holes all_holes(TriMesh& mesh)
-{
-    Holes holes;
-    FindHolesEx::find_holes(mesh, holes, gPH.log_enabled);
-    return holes;
-}
-
-double hole_perimeter(TriMesh const& mesh, Hole const& hole)
-{
-    double perimeter = 0.0;
-    for (std::size_t i = 0; i < hole.size(); ++i)
-    {
-        // In double, where the square of no float overflows.
-        perimeter += (mesh.point(hole[(i + 1) % hole.size()]).cast<double>() -
-                      mesh.point(hole[i]).cast<double>())
-                         .norm();
-    }
-    return perimeter;
-}
 
 double box_diagonal(TriMesh const& mesh)
 {

@@ -12,8 +12,6 @@
 namespace veld
 {
 
-using Hole = std::vector<OpenMesh::VertexHandle>;
-
 /// Only the hole nearest to a place.
 struct HoleNearPlace
 {
@@ -61,18 +59,7 @@ struct FindHolesResult
 VELD_WORKFLOW_API FindHolesResult find_holes(OrvaneAlgorithm::TriMesh& mesh,
                                              FindHolesSettings const& settings, Context& context);
 
-/// \name For other steps
-/// @{
-
-/// All holes, in the order of the library. Empty for a closed mesh.
-OrvaneAlgorithm::Holes all_holes(OrvaneAlgorithm::TriMesh& mesh);
-
-/// Length of a hole's rim in millimetres, finite for any finite coordinates.
-double hole_perimeter(OrvaneAlgorithm::TriMesh const& mesh, Hole const& hole);
-
 /// Diagonal of the box around all vertices, in millimetres.
 VELD_WORKFLOW_API double box_diagonal(OrvaneAlgorithm::TriMesh const& mesh);
-
-/// @}
 
 } // namespace veld

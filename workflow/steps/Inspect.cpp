@@ -1,7 +1,7 @@
 #include "workflow/steps/Inspect.h"
 
 #include "workflow/StepScope.h"
-#include "workflow/steps/FindHoles.h"
+#include "workflow/filling/HoleList.h"
 
 #include "algorithmVeld/cleanup/PatchEditor.h"
 

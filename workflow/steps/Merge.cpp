@@ -2,7 +2,7 @@
 
 #include "workflow/Error.h"
 #include "workflow/StepScope.h"
-#include "workflow/steps/FindHoles.h"
+#include "workflow/filling/HoleList.h"
 #include "workflow/words.h"
 
 #include "algorithmVeld/cleanup/VertexEditor.h"

@@ -1,6 +1,6 @@
-#include "workflow/steps/ClosingRecord.h"
+#include "workflow/filling/ClosingRecord.h"
 
-#include "workflow/steps/FindHoles.h"
+#include "workflow/filling/HoleList.h"
 
 #include "algorithmVeld/common/arrays/DisjointSets.h"
 

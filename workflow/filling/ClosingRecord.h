@@ -1,6 +1,6 @@
 #pragma once
 
-#include "workflow/steps/Fill.h"
+#include "workflow/steps/FillResult.h"
 
 #include <functional>
 #include <utility>
