@@ -51,9 +51,18 @@ FillSettings FillOptions::settings() const
 {
     FillSettings settings = settings_;
     settings.method = fill_methods().at(method_);
-    settings.smoothness = smoothness_.at(1) - '0';
-    settings.region = region_handlings().at(region_);
-    settings.weights = fill_weights().at(weights_);
+    if (!smoothness_.empty())
+    {
+        settings.smoothness = smoothness_.at(1) - '0';
+    }
+    if (!region_.empty())
+    {
+        settings.region = region_handlings().at(region_);
+    }
+    if (!weights_.empty())
+    {
+        settings.weights = fill_weights().at(weights_);
+    }
     if (!markers_.empty())
     {
         settings.markers = read_markers(markers_, false);

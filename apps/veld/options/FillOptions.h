@@ -42,14 +42,14 @@ private:
     void add_marker_options(CLI::App& app);
     void refuse_unused_options() const;
 
-    std::string method_ = "auto";
+    std::string method_ = to_string(FillSettings().method);
     double max_perimeter_ = 0.0;
     CLI::Option* perimeter_ = nullptr;
     CLI::Option* marker_file_ = nullptr;
     std::vector<Use> uses_;
-    std::string smoothness_ = "c2";
-    std::string region_ = "none";
-    std::string weights_ = "length";
+    std::string smoothness_; ///< Empty, as the two below, where nothing was given.
+    std::string region_;
+    std::string weights_;
     std::string markers_;
     FillSettings settings_;
 };

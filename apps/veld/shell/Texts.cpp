@@ -101,6 +101,31 @@ std::string file_lines(OrvaneAlgorithm::MeshFileContents const& contents)
     return text;
 }
 
+/// Which method closed how many of the holes, where there were several, and what was cut away.
+std::string ways(FillResult const& result)
+{
+    std::map<FillMethod, std::size_t> closed;
+    for (auto const& hole : result.closed)
+    {
+        ++closed[hole.method];
+    }
+    std::string text;
+    for (auto const& pass : result.passes)
+    {
+        auto const count = std::exchange(closed[pass.method], 0);
+        if (result.passes.size() > 1 && count > 0)
+        {
+            text += fmt::format("  {} closed {}\n", to_string(pass.method), counted(count, "hole"));
+        }
+    }
+    if (result.cut_faces > 0)
+    {
+        text +=
+            fmt::format("  {} around holes cut away first\n", counted(result.cut_faces, "face"));
+    }
+    return text;
+}
+
 } // namespace
 
 std::string to_text(std::string const& path, MeshHealth const& health,
@@ -139,31 +164,6 @@ std::string to_text(std::string const& path, FindHolesResult const& result)
         auto const& hole = holes[i];
         text += fmt::format("{:>6}{:>8}{:>16.6g}  {:.6g}, {:.6g}, {:.6g}\n", i, hole.edges,
                             hole.perimeter, hole.centre.x(), hole.centre.y(), hole.centre.z());
-    }
-    return text;
-}
-
-/// Which method closed how many of the holes, where there were several, and what was cut away.
-std::string ways(FillResult const& result)
-{
-    std::map<FillMethod, std::size_t> closed;
-    for (auto const& hole : result.closed)
-    {
-        ++closed[hole.method];
-    }
-    std::string text;
-    for (auto const& pass : result.passes)
-    {
-        auto const count = std::exchange(closed[pass.method], 0);
-        if (result.passes.size() > 1 && count > 0)
-        {
-            text += fmt::format("  {} closed {}\n", to_string(pass.method), counted(count, "hole"));
-        }
-    }
-    if (result.cut_faces > 0)
-    {
-        text +=
-            fmt::format("  {} around holes cut away first\n", counted(result.cut_faces, "face"));
     }
     return text;
 }
