@@ -7,6 +7,7 @@
 #include "algorithmVeld/HoleFilling/careful/HoleRegion.h"
 #include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
 #include "algorithmVeld/HoleFilling/careful/HoleWork.h"
+#include "algorithmVeld/HoleFilling/ears/SimpleLoops.h"
 #include "algorithmVeld/HoleFilling/whole/MeshMeasures.h"
 #include "algorithmVeld/HoleFilling/whole/RegionSmoothing.h"
 #include "algorithmVeld/common/arrays/checked.h"
@@ -20,6 +21,8 @@
 #include "algorithmVeld/hole_detection/loops/BoundaryLoops.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <utility>
 
 namespace OrvaneAlgorithm
@@ -90,6 +93,7 @@ void HoleFilling::begin_run(TriMesh const& mesh)
     regions_.clear();
     hole_lengths_.clear();
     open_holes_.clear();
+    unfaired_fills_.clear();
     border_.clear();
     searched_ = false;
     is_cut_ = false;
@@ -155,7 +159,8 @@ void HoleFilling::fill_tiny_holes()
     log("fill_tiny_holes() ..\n");
     EarTrimming trimming;
     trimming.set_max_perimeter(max_perimeter_);
-    trimming.ear_trimming(mesh_, true, true, true, 5, 2.0 * avg_edge, 150.0);
+    trimming.set_take_apart(take_apart_);
+    trimming.ear_trimming(mesh_, true, true, true, tiny_hole_edges_, 2.0 * avg_edge, 150.0);
     detail::update_normals(mesh_);
     dump("10-tiny-holes-filled-mesh.stl", "save-tiny-holes-filled-mesh");
 }
@@ -164,6 +169,10 @@ void HoleFilling::find_holes_ordered_halfedges()
 {
     log("find_all_holes_ordered_halfedges() ..\n");
     holes_ = detail::boundary_walks(mesh_, detail::HiddenHalfedges::WALKED);
+    if (take_apart_)
+    {
+        take_boundaries_apart();
+    }
     leave_out_borders();
     hole_lengths_.clear();
     detail::Extent lengths;
@@ -181,6 +190,31 @@ void HoleFilling::find_holes_ordered_halfedges()
         log("  hole length total:    %15.6f\n", lengths.total);
         log("  hole length avg:      %15.6f\n\n", lengths.mean());
     }
+}
+
+/// What touches itself for a scrap that hangs on it stays whole, within the limits: closed round
+/// the scrap it is closed, while neither loop could be.
+void HoleFilling::take_boundaries_apart()
+{
+    std::vector<std::vector<HalfedgeHandle>> holes;
+    for (auto& walk : holes_)
+    {
+        auto corners = detail::from_vertices(mesh_, walk);
+        std::sort(corners.begin(), corners.end());
+        bool const is_simple = std::adjacent_find(corners.begin(), corners.end()) == corners.end();
+        auto loops = is_simple ? std::vector<detail::BoundaryLoop>{walk}
+                               : detail::simple_loops(mesh_, {walk});
+        bool const is_within_limits = static_cast<std::ptrdiff_t>(walk.size()) <= hole_verts_thr_ &&
+                                      !detail::is_beyond_perimeter(mesh_, walk, max_perimeter_);
+        if (is_within_limits && std::any_of(loops.begin(), loops.end(),
+                                            [&](detail::BoundaryLoop const& loop)
+                                            { return detail::goes_round_a_fan(mesh_, loop); }))
+        {
+            loops = {std::move(walk)};
+        }
+        std::move(loops.begin(), loops.end(), std::back_inserter(holes));
+    }
+    holes_ = std::move(holes);
 }
 
 /// Why a loop that the first search finds is none of the holes to fill.
@@ -349,6 +383,11 @@ void HoleFilling::close_hole(std::size_t hole, detail::HoleWork& work,
         work.open = OpenReason::TOO_MANY_EDGES;
         return;
     }
+    if (take_apart_ && detail::goes_round_a_fan(mesh_, holes_[hole]))
+    {
+        work.open = OpenReason::HANGS_ON_A_VERTEX;
+        return;
+    }
     detail::HoleSubMesh sub;
     work.open = detail::make_sub_mesh(mesh_, regions_[hole], vert_edge_len_prop_, index, sub);
     if (work.open)
@@ -369,6 +408,11 @@ void HoleFilling::close_hole(std::size_t hole, detail::HoleWork& work,
 
 bool HoleFilling::find_loop(std::size_t hole, detail::HoleSubMesh& sub) const
 {
+    if (take_apart_)
+    {
+        // The copy's own boundary goes on into the next loop where two of them touch.
+        return detail::map_loop(mesh_, holes_[hole], sub);
+    }
     int const index = static_cast<int>(hole);
     switch (detail::walk_loop(mesh_, holes_[hole], sub))
     {
@@ -439,6 +483,10 @@ void HoleFilling::merge_hole(std::size_t hole, detail::HoleWork& work)
         if (!merged.complete)
         {
             work.open = OpenReason::FACE_REFUSED;
+        }
+        if (work.fill.points.size() > static_cast<std::size_t>(std::max(fairing_verts_thr_, 0)))
+        {
+            unfaired_fills_.push_back(work.fill.points.size());
         }
         work.fill = {};
     }

@@ -76,6 +76,8 @@ public:
 
     /// The holes of the last run that stayed open, by vertices of the mesh that came out, and why.
     std::vector<OpenHole> const& open_holes() const { return open_holes_; }
+    /// How many new vertices the fills of the last run had that were too large to be faired.
+    std::vector<std::size_t> const& unfaired_fills() const { return unfaired_fills_; }
 
     /// \name Settings
     /// @{
@@ -112,6 +114,11 @@ public:
     void set_rim_angle_thr(double degrees) { rim_angle_thr_ = degrees; }
     /// Fills of more new vertices than this are not faired.
     void set_fairing_verts_thr(int vertices) { fairing_verts_thr_ = vertices; }
+    /// Holes of up to so many edges are closed with ears before all others.
+    void set_tiny_hole_edges(int edges) { tiny_hole_edges_ = edges; }
+    /// Whether the loops of a boundary that touches itself are holes of their own, as a search for
+    /// holes finds them. Off by default: such a boundary is one hole.
+    void set_take_apart(bool enabled) { take_apart_ = enabled; }
     /// Whether, with logging on, the mesh and the sub-mesh of each hole are written to
     /// `gPH.result_dir` after each step.
     void set_enable_file_saving(bool enable) { enable_file_saving_ = enable; }
@@ -246,6 +253,7 @@ protected:
 
 private:
     void handle_regions();
+    void take_boundaries_apart();
     void leave_out_borders();
     std::optional<OpenReason> reason_to_leave_out(std::vector<HalfedgeHandle> const& loop,
                                                   std::vector<VertexHandle> const& corners) const;
@@ -263,11 +271,14 @@ private:
 
     double max_perimeter_ = 0.0;
     double rim_angle_thr_ = 180.0;
+    int tiny_hole_edges_ = 5;
+    bool take_apart_ = false;
     /// From-vertices of the loops that are left alone; vertices keep their numbers over a run.
     std::set<int> border_;
     bool searched_ = false; ///< Whether the holes of this run have been searched for before.
     bool is_cut_ = false;   ///< Whether this run has cut regions away.
     std::vector<OpenHole> open_holes_;
+    std::vector<std::size_t> unfaired_fills_;
 };
 
 } // namespace OrvaneAlgorithm
