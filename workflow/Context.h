@@ -18,8 +18,9 @@ enum class WarningCode
     FRAME_MENDED,   ///< A frame that had to be mended.
     PATCH_UNFAIRED, ///< A filling that is too large to be made smooth.
     MESH_CUT_AWAY,  ///< More than half of a mesh that lay in the regions around its holes.
-    UNITS_UNLIKELY, ///< Lengths that look like metres.
-    STICK_EMPTY     ///< A stick of which nothing was found.
+    MARKER_WITHOUT_HOLE, ///< Markers near which no hole lies.
+    UNITS_UNLIKELY,      ///< Lengths that look like metres.
+    STICK_EMPTY          ///< A stick of which nothing was found.
 };
 
 /// Something that a person should know of a result that is there all the same.

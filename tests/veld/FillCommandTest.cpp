@@ -127,9 +127,9 @@ nlohmann::json open_hole(nlohmann::json const& json, int edges)
 TEST_P(FillCommand, HasTheDocumentedKeys)
 {
     auto const json = fill(sheet());
-    EXPECT_THAT(keys_of(json),
-                UnorderedElementsAre("holes_before", "holes_after", "cut_faces", "closed",
-                                     "new_faces", "new_vertices", "seconds", "open"));
+    EXPECT_THAT(keys_of(json), UnorderedElementsAre("holes_before", "holes_after", "cut_faces",
+                                                    "markers_without_hole", "closed", "new_faces",
+                                                    "new_vertices", "seconds", "open"));
     ASSERT_EQ(json["open"].size(), 1U);
     EXPECT_THAT(keys_of(json["open"][0]),
                 UnorderedElementsAre("hole", "edges", "perimeter", "reason"));

@@ -17,24 +17,6 @@ using OrvaneAlgorithm::TriMesh;
 namespace
 {
 
-using Edge = std::pair<int, int>;
-using Edges = std::vector<Edge>;
-
-/// The halfedge of an edge; none if the mesh lacks it, or one of the vertices.
-OpenMesh::HalfedgeHandle halfedge(TriMesh const& mesh, Edge edge)
-{
-    auto const n = static_cast<int>(mesh.n_vertices());
-    return edge.first < n && edge.second < n
-               ? mesh.find_halfedge(OpenMesh::VertexHandle(edge.first),
-                                    OpenMesh::VertexHandle(edge.second))
-               : OpenMesh::HalfedgeHandle();
-}
-
-Edge edge_of(TriMesh const& mesh, OpenMesh::HalfedgeHandle h)
-{
-    return {mesh.from_vertex_handle(h).idx(), mesh.to_vertex_handle(h).idx()};
-}
-
 /// The connected regions that a pass cut away, and what is open where they were.
 class CutRegions
 {
@@ -55,9 +37,9 @@ public:
 
     /// What is open of a hole: those of its edges that are still there, and what is open of the
     /// regions that lay at the others.
-    std::set<Edge> open_edges_of(Edges const& rim, TriMesh const& after)
+    std::set<RimEdge> open_edges_of(std::vector<RimEdge> const& rim, TriMesh const& after)
     {
-        std::set<Edge> open;
+        std::set<RimEdge> open;
         std::set<int> regions;
         for (auto const& edge : rim)
         {
@@ -115,7 +97,7 @@ private:
     {
         for (auto const h : after.halfedges())
         {
-            Edge const edge = edge_of(after, h);
+            RimEdge const edge = edge_of(after, h);
             auto const old =
                 after.is_boundary(h) ? halfedge(before_, edge) : OpenMesh::HalfedgeHandle();
             if (old.is_valid() && !before_.is_boundary(old))
@@ -128,47 +110,8 @@ private:
     TriMesh const& before_;
     std::set<int> cut_;
     OrvaneAlgorithm::detail::DisjointSets sets_;
-    std::map<int, Edges> open_;
+    std::map<int, std::vector<RimEdge>> open_;
 };
-
-/// What is open of a hole behind a pass that took nothing away: edges that nothing was built on,
-/// and those where what was built on the others ends.
-std::set<Edge> open_edges_of(Edges const& rim, TriMesh const& after,
-                             std::function<bool(OpenMesh::FaceHandle)> const& is_new)
-{
-    std::set<Edge> open;
-    std::set<int> met;
-    std::vector<OpenMesh::FaceHandle> waiting;
-    auto const look_at = [&](OpenMesh::HalfedgeHandle h)
-    {
-        if (after.is_boundary(h))
-        {
-            open.insert(edge_of(after, h));
-        }
-        else if (is_new(after.face_handle(h)) && met.insert(after.face_handle(h).idx()).second)
-        {
-            waiting.push_back(after.face_handle(h));
-        }
-    };
-    for (auto const& edge : rim)
-    {
-        auto const h = halfedge(after, edge);
-        if (h.is_valid())
-        {
-            look_at(h);
-        }
-    }
-    while (!waiting.empty())
-    {
-        auto const face = waiting.back();
-        waiting.pop_back();
-        for (auto const h : after.fh_range(face))
-        {
-            look_at(after.opposite_halfedge_handle(h));
-        }
-    }
-    return open;
-}
 
 } // namespace
 
@@ -178,10 +121,7 @@ ClosingRecord::ClosingRecord(TriMesh const& mesh, OrvaneAlgorithm::Holes const& 
     {
         Entry entry;
         entry.report = {holes_.size(), hole.size(), hole_perimeter(mesh, hole), FillMethod::TRIM};
-        for (std::size_t i = 0; i < hole.size(); ++i)
-        {
-            entry.open.emplace_back(hole[i].idx(), hole[(i + 1) % hole.size()].idx());
-        }
+        entry.open = edges_of(hole);
         holes_.push_back(std::move(entry));
     }
 }
@@ -196,7 +136,7 @@ void ClosingRecord::note(FillMethod method, TriMesh const& after, TriMesh const*
     }
     for (auto& hole : holes_)
     {
-        std::set<Edge> const open =
+        std::set<RimEdge> const open =
             cut ? cut->open_edges_of(hole.open, after) : open_edges_of(hole.open, after, is_new);
         hole.open.assign(open.begin(), open.end());
         if (hole.open.empty() && !hole.is_closed)

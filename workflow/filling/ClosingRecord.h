@@ -1,9 +1,9 @@
 #pragma once
 
+#include "workflow/filling/OpenEdges.h"
 #include "workflow/steps/FillResult.h"
 
 #include <functional>
-#include <utility>
 #include <vector>
 
 namespace veld
@@ -27,13 +27,10 @@ public:
     std::vector<ClosedHoleReport> closed() const;
 
 private:
-    /// The vertices of a boundary halfedge.
-    using Edge = std::pair<int, int>;
-
     struct Entry
     {
         ClosedHoleReport report;
-        std::vector<Edge> open; ///< What is left of it, or of what a cut has made of it.
+        std::vector<RimEdge> open; ///< What is left of it, or of what a cut has made of it.
         bool is_closed = false;
     };
 

@@ -1,6 +1,7 @@
 #include "workflow/filling/FillRun.h"
 
 #include "workflow/files/KeptAttributes.h"
+#include "workflow/filling/EdgeNumbers.h"
 #include "workflow/filling/FillValues.h"
 #include "workflow/filling/HoleList.h"
 
@@ -61,16 +62,17 @@ void FillRun::fill(FillSettings const& settings, FillPass& pass)
     TriMesh const before = cuts ? mesh : TriMesh();
     std::size_t const vertices = mesh.n_vertices();
     PassOutcome const outcome = run_timed(settings);
-    finder_.add(mesh, outcome.open, settings);
+    auto const is_new = [&](OpenMesh::FaceHandle face)
+    { return made_by_.data()[static_cast<std::size_t>(face.idx())] == NEW; };
+    finder_.add(mesh, outcome.open, settings, is_new);
+    record_.note(settings.method, mesh, outcome.cut_faces > 0 ? &before : nullptr, is_new);
     holes_ = all_holes(mesh);
-    record_.note(settings.method, mesh, outcome.cut_faces > 0 ? &before : nullptr,
-                 [&](OpenMesh::FaceHandle face)
-                 { return made_by_.data()[static_cast<std::size_t>(face.idx())] == NEW; });
     count_new_faces(pass);
     pass.new_vertices = mesh.n_vertices() - vertices;
     pass.cut_faces = outcome.cut_faces;
     result_.new_vertices += pass.new_vertices;
     result_.cut_faces += pass.cut_faces;
+    result_.markers_without_hole += outcome.markers_without_hole;
 }
 
 PassOutcome FillRun::run_timed(FillSettings const& settings)
@@ -104,6 +106,11 @@ void FillRun::finish()
         result_.made_by.push_back(number - GIVEN);
     }
     complete_carried(given_, result_.mesh, result_.made_by);
+    if (result_.cut_faces > 0)
+    {
+        number_edges_as_read(result_.mesh);
+        holes_ = all_holes(result_.mesh);
+    }
     report_open_holes();
     result_.closed = record_.closed();
     if (result_.cut_faces > 0)

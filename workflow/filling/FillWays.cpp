@@ -9,6 +9,7 @@
 #include "algorithmVeld/HoleFilling/HoleFilling.h"
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
 #include "algorithmVeld/HoleFilling/MarkerHoleFilling.h"
+#include "algorithmVeld/common/KdTree3f.h"
 #include "algorithmVeld/common/ParamHolder.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/mesh/RimTurn.h"
@@ -71,17 +72,15 @@ OrvaneAlgorithm::HoleFillingCore core_with(FillSettings const& settings)
     return core;
 }
 
-void warn_of_large_patches(Holes const& patches, FillSettings const& settings, StepScope& scope)
+void warn_of_large_patch(char const* way, std::size_t vertices, FillSettings const& settings,
+                         StepScope& scope)
 {
-    for (auto const& patch : patches)
+    if (vertices > static_cast<std::size_t>(patch_limit(settings)))
     {
-        if (patch.size() > static_cast<std::size_t>(patch_limit(settings)))
-        {
-            scope.warn(WarningCode::PATCH_UNFAIRED, "careful filling",
-                       fmt::format("a patch of {} vertices is closed but not smooth, for it has "
-                                   "more than {}",
-                                   patch.size(), settings.max_patch));
-        }
+        scope.warn(WarningCode::PATCH_UNFAIRED, way,
+                   fmt::format("a patch of {} vertices is closed but not smooth, for it has "
+                               "more than {}",
+                               vertices, settings.max_patch));
     }
 }
 
@@ -122,10 +121,16 @@ std::vector<OpenHole> fill_carefully(TriMesh& mesh, FillSettings const& settings
     core.fill_holes_core_ex(mesh, holes, filled, settings.rings, new_faces, new_vertices, patches,
                             OrvaneAlgorithm::gPH.log_enabled);
     attributes.restore(mesh);
-    warn_of_large_patches(patches, settings, scope);
+    for (auto const& patch : patches)
+    {
+        warn_of_large_patch("careful filling", patch.size(), settings, scope);
+    }
     open.insert(open.end(), core.open_holes().begin(), core.open_holes().end());
     return open;
 }
+
+/// Without a limit, the class closes holes of up to so many edges with ears.
+constexpr int MOST_EDGES_OF_TINY_HOLES = 5;
 
 /// Sets up what the fillings of all holes and of those at markers have in common.
 void set_up(OrvaneAlgorithm::HoleFilling& filling, FillSettings const& settings)
@@ -136,6 +141,8 @@ void set_up(OrvaneAlgorithm::HoleFilling& filling, FillSettings const& settings)
     filling.set_topology_dis_thr(settings.region_rings);
     filling.set_weight_type(settings.weights == FillWeights::UNIFORM ? 0 : 1);
     filling.set_hole_verts_thr(edge_limit(settings));
+    filling.set_tiny_hole_edges(std::min(MOST_EDGES_OF_TINY_HOLES, edge_limit(settings)));
+    filling.set_take_apart(true);
     filling.set_max_perimeter(*settings.max_perimeter);
     filling.set_rim_angle_thr(settings.normal_angle);
     filling.set_triangulation_sample_num(split_limit(settings));
@@ -170,7 +177,11 @@ PassOutcome fill_apart(TriMesh& mesh, FillSettings const& settings, Filling& fil
                        { return old[static_cast<std::size_t>(face.idx())] != 0; });
     auto const left = static_cast<std::size_t>(std::count(old.begin(), old.end(), 1));
     warn_of_large_cut(faces - left, faces, scope);
-    return {filling.open_holes(), faces - left};
+    for (auto const vertices : filling.unfaired_fills())
+    {
+        warn_of_large_patch("filling", vertices, settings, scope);
+    }
+    return {filling.open_holes(), faces - left, 0};
 }
 
 PassOutcome fill_whole(TriMesh& mesh, FillSettings const& settings, StepScope& scope)
@@ -180,14 +191,55 @@ PassOutcome fill_whole(TriMesh& mesh, FillSettings const& settings, StepScope& s
                       [&](TriMesh& target) { filling.holes_filling(target); });
 }
 
+/// How many markers have no hole whose centre is near enough, by the search of the filling.
+std::size_t count_markers_without_hole(TriMesh& mesh, FillSettings const& settings)
+{
+    std::vector<OrvaneAlgorithm::Vector3f> centres;
+    for (auto const& hole : all_holes(mesh))
+    {
+        OrvaneAlgorithm::Vector3d sum = OrvaneAlgorithm::Vector3d::Zero();
+        for (auto const vertex : hole)
+        {
+            sum += mesh.point(vertex).cast<double>();
+        }
+        centres.emplace_back((sum / static_cast<double>(hole.size())).cast<float>());
+    }
+    OrvaneAlgorithm::KdTree3f tree;
+    tree.build_kdtree(centres);
+    auto const is_alone = [&](OrvaneAlgorithm::Vector3f const& marker)
+    {
+        std::vector<int> found;
+        std::vector<float> sq_distances;
+        tree.radius_search(marker, static_cast<float>(settings.marker_radius), found, sq_distances,
+                           0);
+        return found.empty();
+    };
+    auto const& markers = settings.markers.points;
+    return static_cast<std::size_t>(std::count_if(markers.begin(), markers.end(), is_alone));
+}
+
+void warn_of_markers_without_hole(std::size_t count, FillSettings const& settings, StepScope& scope)
+{
+    if (count > 0)
+    {
+        scope.warn(WarningCode::MARKER_WITHOUT_HOLE, "markers",
+                   fmt::format("{} of {} without a hole whose centre is nearer than {:.6g} mm",
+                               count, settings.markers.points.size(), settings.marker_radius));
+    }
+}
+
 PassOutcome fill_at_markers(TriMesh& mesh, FillSettings const& settings, StepScope& scope)
 {
+    auto const without_hole = count_markers_without_hole(mesh, settings);
+    warn_of_markers_without_hole(without_hole, settings, scope);
     OrvaneAlgorithm::MarkerHoleFilling filling;
     filling.set_marker_search_radius(settings.marker_radius);
     filling.set_keep_regions(settings.region == RegionHandling::NONE);
-    return fill_apart(mesh, settings, filling, scope,
-                      [&](TriMesh& target)
-                      { filling.marker_holes_filling(target, settings.markers.points); });
+    auto outcome = fill_apart(mesh, settings, filling, scope,
+                              [&](TriMesh& target)
+                              { filling.marker_holes_filling(target, settings.markers.points); });
+    outcome.markers_without_hole = without_hole;
+    return outcome;
 }
 
 } // namespace
@@ -197,11 +249,11 @@ PassOutcome run_pass(TriMesh& mesh, FillSettings const& settings, StepScope& sco
     switch (settings.method)
     {
     case FillMethod::CLIP:
-        return {clip(mesh, settings), 0};
+        return {clip(mesh, settings), 0, 0};
     case FillMethod::TRIM:
-        return {trim(mesh, settings), 0};
+        return {trim(mesh, settings), 0, 0};
     case FillMethod::CORE:
-        return {fill_carefully(mesh, settings, scope), 0};
+        return {fill_carefully(mesh, settings, scope), 0, 0};
     case FillMethod::WHOLE:
         return fill_whole(mesh, settings, scope);
     case FillMethod::MARKERS:

@@ -12,11 +12,12 @@
 namespace veld
 {
 
-/// What a pass left open, and how many faces it cut away.
+/// What a pass left open, and what it did besides filling.
 struct PassOutcome
 {
     std::vector<OrvaneAlgorithm::OpenHole> open;
     std::size_t cut_faces = 0;
+    std::size_t markers_without_hole = 0;
 };
 
 /// Fills holes by the method of a pass.

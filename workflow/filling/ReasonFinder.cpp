@@ -12,7 +12,8 @@ using OrvaneAlgorithm::TriMesh;
 ReasonFinder::ReasonFinder(FillSettings limits) : limits_(std::move(limits)) {}
 
 void ReasonFinder::add(TriMesh const& mesh, std::vector<OpenHole> const& open_holes,
-                       FillSettings const& settings)
+                       FillSettings const& settings,
+                       std::function<bool(OpenMesh::FaceHandle)> const& is_new)
 {
     for (auto const& open : open_holes)
     {
@@ -20,10 +21,18 @@ void ReasonFinder::add(TriMesh const& mesh, std::vector<OpenHole> const& open_ho
         {
             continue;
         }
-        for (std::size_t i = 0; i < open.corners.size(); ++i)
+        Found const found{open.reason, moves_regions(settings)};
+        auto const rim = edges_of(open.corners);
+        for (auto const& edge : rim)
         {
-            auto const next = open.corners[(i + 1) % open.corners.size()];
-            note({open.corners[i].idx(), next.idx()}, {open.reason, moves_regions(settings)});
+            reasons_[edge] = found;
+        }
+        if (open.reason == OpenReason::FACE_REFUSED)
+        {
+            for (auto const& edge : open_edges_of(rim, mesh, is_new))
+            {
+                reasons_[edge] = found;
+            }
         }
     }
 }
@@ -43,25 +52,12 @@ bool ReasonFinder::is_beyond_no_more(TriMesh const& mesh, OpenHole const& open,
     }
 }
 
-void ReasonFinder::note(Edge const& edge, Found const& found)
-{
-    // A pass that judges whole boundaries knows less of a hole that is part of one.
-    if (found.reason == OpenReason::PERIMETER_TOO_LONG && !found.regions_moved)
-    {
-        reasons_.emplace(edge, found);
-    }
-    else
-    {
-        reasons_[edge] = found;
-    }
-}
-
 std::string ReasonFinder::reason(Hole const& hole, double perimeter) const
 {
     bool const is_short = is_short_enough(limits_, perimeter);
-    for (std::size_t i = 0; i < hole.size(); ++i)
+    for (auto const& edge : edges_of(hole))
     {
-        auto const found = reasons_.find(Edge(hole[i].idx(), hole[(i + 1) % hole.size()].idx()));
+        auto const found = reasons_.find(edge);
         if (found != reasons_.end())
         {
             return found->second.text(is_short);
@@ -81,12 +77,9 @@ std::string ReasonFinder::reason(Hole const& hole, double perimeter) const
 
 std::string ReasonFinder::Found::text(bool is_short) const
 {
-    if (reason != OpenReason::PERIMETER_TOO_LONG || !is_short)
-    {
-        return to_string(reason);
-    }
-    return regions_moved ? "longer than allowed before the regions were cut or smoothed"
-                         : "on a boundary that touches itself and is longer than allowed";
+    return reason == OpenReason::PERIMETER_TOO_LONG && is_short && regions_moved
+               ? "longer than allowed before the regions were cut or smoothed"
+               : to_string(reason);
 }
 
 } // namespace veld

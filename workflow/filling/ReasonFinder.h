@@ -1,13 +1,14 @@
 #pragma once
 
 #include "workflow/filling/HoleList.h"
+#include "workflow/filling/OpenEdges.h"
 #include "workflow/steps/FillSettings.h"
 
 #include "algorithmVeld/HoleFilling/OpenHole.h"
 
+#include <functional>
 #include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace veld
@@ -23,16 +24,16 @@ public:
     explicit ReasonFinder(FillSettings limits);
 
     /// Takes the holes that a pass left open. They override what an earlier one left. A hole that
-    /// was beyond a limit and got shorter when others were filled is not beyond it any more.
+    /// was beyond a limit and got shorter when others were filled is not beyond it any more. One of
+    /// which the mesh refused a face may be left with new edges only; these have its reason.
+    /// \param is_new whether the pass made a face
     void add(OrvaneAlgorithm::TriMesh const& mesh,
-             std::vector<OrvaneAlgorithm::OpenHole> const& open_holes,
-             FillSettings const& settings);
+             std::vector<OrvaneAlgorithm::OpenHole> const& open_holes, FillSettings const& settings,
+             std::function<bool(OpenMesh::FaceHandle)> const& is_new);
 
     std::string reason(Hole const& hole, double perimeter) const;
 
 private:
-    using Edge = std::pair<int, int>;
-
     struct Found
     {
         OrvaneAlgorithm::OpenReason reason = OrvaneAlgorithm::OpenReason::FACE_REFUSED;
@@ -44,10 +45,9 @@ private:
     bool is_beyond_no_more(OrvaneAlgorithm::TriMesh const& mesh,
                            OrvaneAlgorithm::OpenHole const& open,
                            FillSettings const& settings) const;
-    void note(Edge const& edge, Found const& found);
 
     FillSettings limits_;
-    std::map<Edge, Found> reasons_;
+    std::map<RimEdge, Found> reasons_;
 };
 
 } // namespace veld

@@ -51,6 +51,7 @@ struct FillResult
     std::size_t new_faces = 0;
     std::size_t new_vertices = 0;
     std::size_t cut_faces = 0;
+    std::size_t markers_without_hole = 0; ///< Of those that were given.
     double seconds = 0.0;                 ///< Of the filling alone.
     std::vector<OpenHoleReport> open;     ///< One for each hole that is left.
     std::vector<ClosedHoleReport> closed; ///< The holes that are closed now, in their order.

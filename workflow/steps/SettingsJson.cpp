@@ -148,14 +148,16 @@ Json to_json(Markers const& markers)
     return list;
 }
 
-Markers read_marker_list(JsonFields const& fields, Json const& list)
+Markers read_marker_list(JsonFields const& fields, Json const& list, std::string const& place)
 {
-    using OrvaneAlgorithm::Vector3f;
+    if (!list.is_array())
+    {
+        throw InputError(place + "'markers' has to be a list of places, and not a file's name");
+    }
     Markers markers;
-    bool const is_list = list.is_array() && !list.empty();
-    bool const with_normals = is_list && list[0].is_array() && list[0].size() == 6;
+    bool const with_normals = !list.empty() && list[0].is_array() && list[0].size() == 6;
     std::size_t const numbers = with_normals ? 6 : 3;
-    auto const rows = fields.rows("markers", list.is_array() ? list.size() : 0, numbers);
+    auto const rows = fields.rows("markers", list.size(), numbers);
     for (std::size_t i = 0; i < rows.size(); i += numbers)
     {
         Eigen::Map<Eigen::Vector3d const> const point(&rows[i]);
@@ -213,7 +215,7 @@ CleanUp read_clean_up(Json const& json, std::string const& place)
     reader.number("normal_dot", clean_up.near_markers.normal_dot, -1.0, 1.0);
     if (reader.has("markers"))
     {
-        clean_up.markers = read_marker_list(reader.fields(), json["markers"]);
+        clean_up.markers = read_marker_list(reader.fields(), json["markers"], place);
     }
     reader.finish();
     return clean_up;
@@ -298,7 +300,7 @@ void read_settings(Json const& json, std::string const& place, FillSettings& set
     reader.number("marker_radius", settings.marker_radius, 0.0);
     if (reader.has("markers"))
     {
-        settings.markers = read_marker_list(reader.fields(), json["markers"]);
+        settings.markers = read_marker_list(reader.fields(), json["markers"], place);
     }
     reader.integer("small_edges", settings.small_edges, 0);
     if (reader.has("max_perimeter"))

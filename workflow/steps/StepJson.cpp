@@ -113,6 +113,7 @@ Json to_json(FillResult const& result)
             {"new_faces", result.new_faces},
             {"new_vertices", result.new_vertices},
             {"cut_faces", result.cut_faces},
+            {"markers_without_hole", result.markers_without_hole},
             {"seconds", result.seconds},
             {"open", std::move(open)},
             {"closed", std::move(closed)}};
