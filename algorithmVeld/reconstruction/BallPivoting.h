@@ -81,6 +81,9 @@ public:
     /// nowhere.
     void set_debug_save_path(std::string const& directory) { mDebugSavePath = directory; }
 
+    /// How often the mesh refused a face since the object was made.
+    int refused_faces() const { return mRefusedFaces; }
+
     /// Runs one pass with one radius. Whether the ball is empty is asked of the vertices that the
     /// last call with several radii saw; without such a call it always counts as empty.
     /// \param mesh gets the new faces. What is marked deleted gets none, but a deleted edge counts
@@ -152,6 +155,7 @@ private:
     int mOppositeHalfedgeErrors = 0; ///< Boundary edges without any face.
     int mTriangleVerticesErrors = 0; ///< Faces with fewer than 3 corners.
     int mOrigialSphereErrors = 0;    ///< Faces on which no ball fits.
+    int mRefusedFaces = 0;
     int mSphereRetryCount = 5;
     float mSphereRetryScale = 2.0F;
 };

@@ -470,6 +470,7 @@ bool BallPivoting::Pass::add_face(Edge const& edge, VertexHandle third)
     {
         return true;
     }
+    ++owner_.mRefusedFaces;
     for (bool const with_failed_face : {false, true})
     {
         owner_.OutputNeighbourRegion(mesh_, edge.from, edge.to, third, radius_, level_,

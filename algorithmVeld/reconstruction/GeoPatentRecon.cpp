@@ -160,6 +160,10 @@ void GeoPatentRecon::close_gaps(TriMesh& mesh, double spacing, bool verbose, int
         preprocess_mesh(mesh);
     }
     stages.next();
+    if (removes_outliers_)
+    {
+        remove_outlier_before_repair(mesh);
+    }
     repair_mesh(mesh);
     stages.next();
     mesh_fill_hole(spacing, mesh, verbose, max_hole_edges, min_component_size);
@@ -308,6 +312,7 @@ void GeoPatentRecon::remove_isolated_face(TriMesh& mesh)
 
 void GeoPatentRecon::remove_outlier_before_repair(TriMesh& mesh)
 {
+    removed_outliers_ = 0;
     PointList removed;
     if (gPH.log_enabled)
     {
@@ -323,11 +328,11 @@ void GeoPatentRecon::remove_outlier_before_repair(TriMesh& mesh)
     provide_vertex_normals(mesh);
     detail::DeletionScope const scope(mesh);
     detail::CompactedOnException const compacted(mesh);
-    int const deleted = detail::delete_plane_outliers(
+    removed_outliers_ = detail::delete_plane_outliers(
         mesh, {start_radius(), outlier_factor},
         [&](VertexHandle vertex) { removed.add(mesh.point(vertex), mesh.normal(vertex)); });
     detail::compact(mesh);
-    print("deleted outlier before repair: %d\n", deleted);
+    print("deleted outlier before repair: %d\n", removed_outliers_);
 }
 
 } // namespace OrvaneAlgorithm

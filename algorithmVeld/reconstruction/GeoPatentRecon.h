@@ -14,8 +14,8 @@ namespace OrvaneAlgorithm
 /// Turns registered range frames into one triangle mesh as `MeshMerge` does, with the same
 /// triangulation of the frames and the same fans between their borders; but borders are stitched in
 /// the order of the vertices, holes are closed by `EarClipping`, the point spacing is the caller's,
-/// and the stages can be called one by one. One more stage, which the merge leaves out, removes
-/// loose points that lie off the surface.
+/// and the stages can be called one by one. One more stage, which the merge leaves out unless it is
+/// asked for, removes loose points that lie off the surface.
 ///
 /// Lengths are millimetres. All but the triangulation of the frames and the removal of small
 /// components runs on the calling thread, and the mesh is the same for any number of threads. What
@@ -88,7 +88,7 @@ public:
     /// Removes vertices without faces that lie off the surface: around each border vertex a plane
     /// is fitted, and those go whose squared distance from it is more than a factor times the mean
     /// of those of the border vertices there. Meant to come before `repair_mesh`; `mesh_merge` does
-    /// not call it. A mesh without vertex normals gets them.
+    /// not call it by itself. A mesh without vertex normals gets them.
     ///
     /// With the log switch on, the points that go are listed in `debug_dir` of `gPH`, in
     /// removed-outlies-before-repair-thr_F.asc, F being the factor: position and normal, a line
@@ -110,6 +110,10 @@ public:
     /// Multiple of the mean squared distance from the plane beyond which a loose point goes; 5 by
     /// default.
     void set_outlier_factor(float factor) { outlier_factor = factor; }
+    /// Whether `mesh_merge` calls `remove_outlier_before_repair` before the stitch; off by default.
+    void set_outlier_removal_enabled(bool enabled) { removes_outliers_ = enabled; }
+    /// How many points the last `remove_outlier_before_repair` removed.
+    int removed_outliers() const { return removed_outliers_; }
     /// Longest edge across from a stitched vertex, and longest border edge of a vertex that is
     /// stitched at all, in point spacings; 8 by default.
     void set_neighbour_factor(int factor) { neighbour_factor = factor; }
@@ -140,6 +144,9 @@ private:
     void report_refused(TriMesh const& mesh, OpenMesh::VertexHandle centre,
                         OpenMesh::VertexHandle a, OpenMesh::VertexHandle b) const;
     float start_radius() const;
+
+    bool removes_outliers_ = false;
+    int removed_outliers_ = 0;
 };
 
 } // namespace OrvaneAlgorithm
