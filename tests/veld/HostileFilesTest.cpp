@@ -103,7 +103,9 @@ Source mesh_source(std::string const& name, std::string const& extension,
 
 std::vector<Arguments> frame_calls()
 {
-    return {{"frames", "IN", "-o", "OUT"}, {"merge", "IN", "-o", "OUT.ply"}};
+    return {{"frames", "IN", "-o", "OUT"},
+            {"merge", "IN", "-o", "OUT.ply"},
+            {"merge", "IN", "-o", "OUT.ply", "--method", "outlier"}};
 }
 
 std::string rge_content(RangeData const& frame)

@@ -66,9 +66,10 @@ TEST(MergeCommand, HasTheDocumentedKeys)
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.err, "");
     auto const json = run.json();
-    EXPECT_THAT(keys_of(json), testing::UnorderedElementsAre("frames", "vertices", "faces", "holes",
-                                                             "seconds", "spacing", "stitch_radius",
-                                                             "long_edge", "overlap_removed"));
+    EXPECT_THAT(keys_of(json),
+                testing::UnorderedElementsAre("frames", "vertices", "faces", "holes", "seconds",
+                                              "spacing", "stitch_radius", "long_edge",
+                                              "overlap_removed", "outliers_removed", "method"));
     EXPECT_EQ(json["frames"], 2);
     EXPECT_EQ(json["vertices"], 2 * 21 * 21 - LOST_CORNERS);
     EXPECT_EQ(json["overlap_removed"], 0);
@@ -107,6 +108,76 @@ TEST(MergeCommand, WhatIsGivenIsTaken)
     EXPECT_EQ(json["long_edge"], 3.0);
     // Borders one spacing apart do not see each other within twice 0.1 mm.
     EXPECT_LT(json["faces"].get<int>(), 2 * (2 * 400 + 20));
+}
+
+/// Side by side, and a point in front of the gap between them, off the surface.
+std::vector<RangeData> with_a_loose_point()
+{
+    auto frames = side_by_side();
+    frames.push_back(flat_frame(1, 1, 0.5F, {10.25F, 5.0F, 0.3F}));
+    return frames;
+}
+
+TEST(MergeCommand, OutlierMethodTakesLoosePointsOffTheSurface)
+{
+    Frames const frames(with_a_loose_point());
+    std::vector<std::string> const options{"--json", "--keep-layers", "--method", "outlier"};
+    Outcome const run = frames.merge(options);
+    ASSERT_EQ(run.status, 0) << run.err;
+    auto const json = run.json();
+    EXPECT_EQ(json["method"], "outlier");
+    EXPECT_EQ(json["outliers_removed"], 1);
+    EXPECT_NEAR(json["spacing"].get<double>(), 0.5, 1e-6);
+    auto const heights = [&]
+    {
+        return run_veld({"info", frames.file("merged.ply"), "--json"})
+            .json()["bounding_box"]["max"][2]
+            .get<double>();
+    };
+    EXPECT_EQ(heights(), 0.0);
+    auto kept = options;
+    kept.insert(kept.end(), {"--outlier-factor", "0", "--normal-angle", "90"});
+    EXPECT_EQ(frames.merge(kept).json()["outliers_removed"], 0);
+    EXPECT_GT(heights(), 0.29);
+    EXPECT_THAT(frames.merge({"--keep-layers", "--method", "outlier"}).out,
+                HasSubstr("  outliers: 1 loose point off the surface taken out\n"));
+}
+
+TEST(MergeCommand, OutlierMethodMakesOneSheetOfFramesSideBySide)
+{
+    Frames const frames(side_by_side());
+    auto const json = frames.merge({"--json", "--method", "outlier"}).json();
+    EXPECT_EQ(json["faces"], 2 * (2 * 400 + 20) - LOST_CORNERS);
+    EXPECT_EQ(json["holes"], 1);
+    auto const info = run_veld({"info", frames.file("merged.ply"), "--json"}).json();
+    EXPECT_EQ(info["components"], 1);
+    EXPECT_EQ(info["non_manifold_vertices"], 0);
+}
+
+TEST(MergeCommand, TheLogDoesNotChangeWhatTheOutlierMethodMakes)
+{
+    Frames const frames(with_a_loose_point());
+    std::vector<std::string> options{"--keep-layers", "--method", "outlier"};
+    ASSERT_EQ(frames.merge(options).status, 0);
+    std::string const mesh = file_content(frames.file("merged.ply"));
+    options.emplace_back("--verbose");
+    ASSERT_EQ(frames.merge(options).status, 0);
+    EXPECT_EQ(file_content(frames.file("merged.ply")), mesh);
+}
+
+TEST(MergeCommand, LongBorderEdgesStayIfTheyAreKept)
+{
+    // The last column is so far off that the cells before it are stretched to nine spacings.
+    RangeData frame = flat_frame(21, 21, 0.5F);
+    for (auto& point : frame.vCoord)
+    {
+        point.x() += point.x() > 9.9F ? 4.0F : 0.0F;
+    }
+    Frames const frames({frame});
+    std::vector<std::string> options{"--json", "--method", "outlier", "--keep-layers"};
+    EXPECT_EQ(frames.merge(options).json()["faces"], 2 * 19 * 20 - LOST_CORNERS);
+    options.emplace_back("--keep-long-edges");
+    EXPECT_EQ(frames.merge(options).json()["faces"], 2 * 20 * 20 - LOST_CORNERS);
 }
 
 TEST(MergeCommand, SmallPiecesGo)
@@ -197,6 +268,12 @@ TEST(MergeCommand, ErrorsNameWhatIsWrong)
     expect_error(frames, frames.merge({"--min-component", "100000"}), 2, "--min-component");
     expect_error(frames, frames.merge({"--spacing", "-1"}), 1, "--spacing");
     expect_error(frames, frames.merge({"--method", "glue"}), 1, "--method");
+    expect_error(frames, frames.merge({"--method", "outlier", "--stitch-radius", "1"}), 1,
+                 "--stitch-radius: --method outlier does not use it: borders look for others");
+    expect_error(frames, frames.merge({"--outlier-factor", "3"}), 1,
+                 "--outlier-factor: --method stitch does not use it: it keeps every loose point");
+    expect_error(frames, frames.merge({"--keep-long-edges"}), 1,
+                 "--keep-long-edges: --method stitch does not use it: it always cuts them");
     expect_error(
         frames, frames.merge({"--frame-map", (fs::path(frames.folder()) / "frame-0.rge").string()}),
         1, "frame-0.rge");
@@ -267,6 +344,19 @@ TEST(MergeCommand, TextFramesThatCannotBeUsedAreNamedAndTheOthersMerged)
 }
 
 using MergeCommandRealData = RealData;
+
+TEST_F(MergeCommandRealData, OutlierMethodMakesOneMeshOfTheBunnyToo)
+{
+    TempDir const dir;
+    std::string const merged = dir.file("bunny.ply");
+    Outcome const run = run_veld({"merge", real_data("range_bunny/bun.conf"), "-o", merged,
+                                  "--scale", "1000", "--json", "--method", "outlier"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_GT(run.json()["faces"], 250000);
+    auto const info = run_veld({"info", merged, "--json"}).json();
+    EXPECT_EQ(info["non_manifold_vertices"], 0);
+    EXPECT_EQ(info["isolated_vertices"], 0);
+}
 
 TEST_F(MergeCommandRealData, BunnyBecomesOneMesh)
 {

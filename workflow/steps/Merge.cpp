@@ -9,6 +9,7 @@
 #include "algorithmVeld/common/ParamHolder.h"
 #include "algorithmVeld/common/RetVal.h"
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
+#include "algorithmVeld/reconstruction/GeoPatentRecon.h"
 #include "algorithmVeld/reconstruction/MeshMerge.h"
 
 #include <fmt/format.h>
@@ -20,6 +21,7 @@ namespace veld
 {
 
 using OrvaneAlgorithm::FrameOverlap;
+using OrvaneAlgorithm::GeoPatentRecon;
 using OrvaneAlgorithm::MeshMerge;
 
 namespace
@@ -65,6 +67,12 @@ MergeSettings complete(MergeSettings settings, std::vector<RangeData const*> con
                                   "spacing by; it has to be given",
                          "spacing");
     }
+    if (settings.method == MergeMethod::OUTLIER && settings.stitch_radius != 0.0)
+    {
+        throw InputError("the stitch radius cannot be set where outliers are handled: borders look "
+                         "for each other within twice the spacing there",
+                         "stitch_radius");
+    }
     if (settings.stitch_radius == 0.0)
     {
         settings.stitch_radius = STITCH_RADIUS_SPACINGS * settings.spacing;
@@ -88,15 +96,71 @@ void remove_pinches(MergeResult& result)
     result.mesh.remove_property(frame);
 }
 
-void stitch(std::vector<RangeData const*> const& frames, MergeResult& result)
+/// What both ways name alike.
+template <typename Merger>
+void set_up(Merger& merger, MergeSettings const& settings)
+{
+    merger.set_neighbour_factor(settings.neighbour_factor);
+    merger.set_normal_angle_thr(static_cast<float>(settings.normal_angle));
+    merger.set_ear_edge_factor(settings.ear_edge_factor);
+}
+
+OrvaneAlgorithm::RetVal merge_in_parallel(std::vector<RangeData const*> const& frames,
+                                          MergeResult& result)
 {
     MergeSettings const& settings = result.settings;
     MeshMerge merger;
+    set_up(merger, settings);
     merger.set_point_spacing(settings.spacing);
-    bool const verbose = OrvaneAlgorithm::gPH.log_enabled;
-    if (merger.mesh_merge(frames, settings.stitch_radius, result.mesh, verbose,
-                          settings.max_hole_edges, settings.min_component, settings.long_edge,
-                          result.vertex_frames) != OrvaneAlgorithm::RET_SUCCESS)
+    merger.set_ear_normal_angle(settings.ear_normal_angle);
+    return merger.mesh_merge(frames, settings.stitch_radius, result.mesh,
+                             OrvaneAlgorithm::gPH.log_enabled, settings.max_hole_edges,
+                             settings.min_component, settings.long_edge, result.vertex_frames);
+}
+
+/// The log switch, which a merge sets, as it was before.
+class KeptLogSwitch
+{
+public:
+    KeptLogSwitch() = default;
+    ~KeptLogSwitch() { OrvaneAlgorithm::gPH.set_log_enabled(before_); }
+    KeptLogSwitch(KeptLogSwitch const&) = delete;
+    KeptLogSwitch& operator=(KeptLogSwitch const&) = delete;
+
+private:
+    bool before_ = OrvaneAlgorithm::gPH.log_enabled;
+};
+
+/// Without the log: with it on, outliers stay where their list cannot be written, and the mesh
+/// would depend on it.
+OrvaneAlgorithm::RetVal merge_without_outliers(std::vector<RangeData const*> const& frames,
+                                               MergeResult& result)
+{
+    MergeSettings const& settings = result.settings;
+    if (frames.empty())
+    {
+        return OrvaneAlgorithm::RET_INVALID_INPUT;
+    }
+    GeoPatentRecon merger;
+    set_up(merger, settings);
+    merger.set_angle_thr(settings.ear_normal_angle);
+    merger.set_preprocess_enabled(settings.cut_long_edges);
+    merger.set_outlier_removal_enabled(settings.outlier_factor > 0.0);
+    merger.set_outlier_factor(static_cast<float>(settings.outlier_factor));
+    KeptLogSwitch const log_switch;
+    auto const merged =
+        merger.mesh_merge(frames, settings.spacing, result.mesh, false, settings.max_hole_edges,
+                          settings.min_component, settings.long_edge, result.vertex_frames);
+    result.outliers = static_cast<std::size_t>(merger.removed_outliers());
+    return merged;
+}
+
+void stitch(std::vector<RangeData const*> const& frames, MergeResult& result)
+{
+    MergeSettings const& settings = result.settings;
+    if ((settings.method == MergeMethod::OUTLIER
+             ? merge_without_outliers(frames, result)
+             : merge_in_parallel(frames, result)) != OrvaneAlgorithm::RET_SUCCESS)
     {
         throw OperationError("the frames could not be merged");
     }
@@ -130,6 +194,18 @@ std::vector<RangeData> single_layer(std::vector<RangeData const*> const& frames,
 }
 
 } // namespace
+
+std::map<std::string, MergeMethod> const& merge_methods()
+{
+    static std::map<std::string, MergeMethod> const methods{{"stitch", MergeMethod::STITCH},
+                                                            {"outlier", MergeMethod::OUTLIER}};
+    return methods;
+}
+
+std::string to_string(MergeMethod method)
+{
+    return method == MergeMethod::STITCH ? "stitch" : "outlier";
+}
 
 MergeResult merge(FrameSet const& frames, MergeSettings const& settings, Context& context)
 {

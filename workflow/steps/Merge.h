@@ -7,6 +7,7 @@
 #include "algorithmVeld/common/TriMesh.h"
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -21,17 +22,40 @@ enum class Layers
     ALL   ///< Every frame keeps its layer.
 };
 
+/// The way in which borders of frames become one surface.
+enum class MergeMethod
+{
+    STITCH, ///< Borders are stitched in parallel, holes closed by ears of any kind.
+    OUTLIER ///< Loose points off the surface go first; borders are stitched vertex after vertex,
+            ///< and holes closed by convex ears.
+};
+
+/// "stitch", "outlier".
+VELD_WORKFLOW_API std::map<std::string, MergeMethod> const& merge_methods();
+VELD_WORKFLOW_API std::string to_string(MergeMethod method);
+
 /// How frames become one mesh.
 struct MergeSettings
 {
+    MergeMethod method = MergeMethod::STITCH;
     Layers layers = Layers::MEAN;
     double spacing = 0.0;       ///< Millimetres between neighbouring points; 0: measured.
     double stitch_radius = 0.0; ///< Half of the distance in millimetres in which a border looks for
-                                ///< another one; 0: one spacing.
+                                ///< another one; 0: one spacing, as `OUTLIER` always has it.
     double long_edge = 0.0;     ///< Border edges longer than this in millimetres are cut away; 0:
                                 ///< five spacings.
     int max_hole_edges = 30;    ///< Holes of at most so many edges are closed at the end.
     int min_component = 100;    ///< Pieces of so many faces or fewer are removed.
+    int neighbour_factor = 8;   ///< Longest stitched edge, in spacings.
+    double normal_angle = 30.0; ///< Largest angle in degrees between a stitched face and others.
+    double ear_edge_factor = 5.0;    ///< Longest edge that closes an ear at first, in spacings.
+    double ear_normal_angle = 150.0; ///< Largest turn of such an ear, in degrees.
+
+    // outlier
+    bool cut_long_edges = true; ///< Whether long border edges are cut away at all.
+    /// Multiple of the mean squared distance of the border around from its plane beyond which a
+    /// loose point goes; 0: none goes.
+    double outlier_factor = 5.0;
 };
 
 /// What merging made.
@@ -41,8 +65,9 @@ struct MergeResult
     std::vector<int> vertex_frames; ///< For each vertex the number of its frame.
     MergeSettings settings;         ///< As they were taken: no length is 0.
     std::size_t frames = 0;
-    std::size_t points = 0;  ///< Of all frames.
-    std::size_t removed = 0; ///< Of these, taken out because a better frame saw the place.
+    std::size_t points = 0;   ///< Of all frames.
+    std::size_t removed = 0;  ///< Of these, taken out because a better frame saw the place.
+    std::size_t outliers = 0; ///< Of the others, loose points off the surface.
     std::size_t holes = 0;
     double seconds = 0.0; ///< Of the merging alone.
 };

@@ -237,21 +237,37 @@ void read_settings(Json const& json, std::string const& place, LoadFramesSetting
 
 Json to_json(MergeSettings const& settings)
 {
-    return {
-        {"layers", name_in(LAYERS, settings.layers)}, {"spacing", settings.spacing},
-        {"stitch_radius", settings.stitch_radius},    {"long_edge", settings.long_edge},
-        {"max_hole_edges", settings.max_hole_edges},  {"min_component", settings.min_component}};
+    return {{"method", name_in(merge_methods(), settings.method)},
+            {"layers", name_in(LAYERS, settings.layers)},
+            {"spacing", settings.spacing},
+            {"stitch_radius", settings.stitch_radius},
+            {"long_edge", settings.long_edge},
+            {"max_hole_edges", settings.max_hole_edges},
+            {"min_component", settings.min_component},
+            {"neighbour_factor", settings.neighbour_factor},
+            {"normal_angle", settings.normal_angle},
+            {"ear_edge_factor", settings.ear_edge_factor},
+            {"ear_normal_angle", settings.ear_normal_angle},
+            {"cut_long_edges", settings.cut_long_edges},
+            {"outlier_factor", settings.outlier_factor}};
 }
 
 void read_settings(Json const& json, std::string const& place, MergeSettings& settings)
 {
     SettingsReader reader(json, place);
+    reader.name("method", settings.method, merge_methods());
     reader.name("layers", settings.layers, LAYERS);
     reader.number("spacing", settings.spacing, 0.0);
     reader.number("stitch_radius", settings.stitch_radius, 0.0);
     reader.number("long_edge", settings.long_edge, 0.0);
     reader.integer("max_hole_edges", settings.max_hole_edges, 0);
     reader.integer("min_component", settings.min_component, 0);
+    reader.integer("neighbour_factor", settings.neighbour_factor, 1, 1000);
+    reader.number("normal_angle", settings.normal_angle, 0.0, 180.0);
+    reader.number("ear_edge_factor", settings.ear_edge_factor, 0.0, 1000.0);
+    reader.number("ear_normal_angle", settings.ear_normal_angle, 0.0, 180.0);
+    reader.flag("cut_long_edges", settings.cut_long_edges);
+    reader.number("outlier_factor", settings.outlier_factor, 0.0, 1e6);
     reader.finish();
 }
 

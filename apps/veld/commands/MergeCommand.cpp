@@ -1,5 +1,6 @@
 #include "commands/Command.h"
 #include "options/CommonOptions.h"
+#include "options/MergeOptions.h"
 #include "options/MeshInput.h"
 #include "options/ResultPlace.h"
 #include "shell/Texts.h"
@@ -22,10 +23,7 @@ public:
         add_frame_source(app, source_);
         result_.add(app);
         format_option_ = add_format(app, format_);
-        app.add_option("--method", method_,
-                       "stitch: near borders are closed by fans of triangles (default: stitch)")
-            ->type_name("NAME")
-            ->check(CLI::IsMember(std::vector<std::string>{"stitch"}));
+        options_.add(app);
         auto* const keep_layers =
             app.add_flag("--keep-layers", keep_layers_,
                          "Keep every layer where frames overlap; without it the frame that saw a "
@@ -33,7 +31,6 @@ public:
         app.add_flag("--keep-points", keep_points_,
                      "Leave the points that stay where their frames have them, not at the mean")
             ->excludes(keep_layers);
-        add_thresholds(app);
         app.add_option("--frame-map", frame_map_,
                        "Write to FILE, as text, the number of the frame of each vertex, one a line")
             ->type_name("FILE");
@@ -69,8 +66,9 @@ public:
     {
         FrameSet const set = load_frames(source_.source, source_.settings, desk.context);
         desk.outputs.check(this->outputs(), set.files);
-        settings_.layers = keep_layers_ ? Layers::ALL : keep_points_ ? Layers::BEST : Layers::MEAN;
-        MergeResult const merged = merge(set, settings_, desk.context);
+        MergeSettings settings = options_.settings();
+        settings.layers = keep_layers_ ? Layers::ALL : keep_points_ ? Layers::BEST : Layers::MEAN;
+        MergeResult const merged = merge(set, settings, desk.context);
         write_mesh(result_.open("", format_, desk.outputs), merged.mesh, desk.context);
         if (!frame_map_.empty())
         {
@@ -86,31 +84,14 @@ public:
     }
 
 private:
-    void add_thresholds(CLI::App& app)
-    {
-        add_length(app, "--spacing", settings_.spacing,
-                   "Distance between neighbouring points in mm, 0: measured (default: 0)");
-        add_length(app, "--stitch-radius", settings_.stitch_radius,
-                   "Half of the distance in mm in which a border looks for another one, 0: the "
-                   "spacing (default: 0)");
-        add_length(app, "--long-edge", settings_.long_edge,
-                   "Border edges longer than this in mm are cut away, 0: five spacings "
-                   "(default: 0)");
-        add_integer(app, "--max-hole-edges", settings_.max_hole_edges, 0, 1'000'000'000,
-                    "Holes of at most so many edges are closed at the end (default: 30)");
-        add_integer(app, "--min-component", settings_.min_component, 0, 1'000'000'000,
-                    "Pieces of so many faces or fewer are removed (default: 100)");
-    }
-
     FrameSourceOptions source_;
     ResultPlace result_{ResultPlace::Kind::MESH};
     std::string format_ = "ply";
     CLI::Option* format_option_ = nullptr;
-    std::string method_ = "stitch";
+    MergeOptions options_;
     std::string frame_map_;
     bool keep_layers_ = false;
     bool keep_points_ = false;
-    MergeSettings settings_;
 };
 
 } // namespace

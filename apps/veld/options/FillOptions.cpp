@@ -4,9 +4,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
-#include <map>
-
 namespace veld::cli
 {
 
@@ -14,18 +11,6 @@ namespace
 {
 
 constexpr int MAX_RINGS = 1000;
-
-template <typename Value>
-std::vector<std::string> names_in(std::map<std::string, Value> const& named)
-{
-    std::vector<std::string> names;
-    names.reserve(named.size());
-    for (auto const& [name, value] : named)
-    {
-        names.push_back(name);
-    }
-    return names;
-}
 
 } // namespace
 
@@ -86,48 +71,47 @@ void FillOptions::add_limits(CLI::App& app)
 void FillOptions::add_ear_options(CLI::App& app)
 {
     std::vector<std::string> const ears{"clip", "trim"};
-    uses_.push_back({add_length(app, "--edge-length", settings_.edge_length,
-                                "clip and trim: stop a hole at a new edge longer than this in "
-                                "mm, 0: any (default: 0)"),
-                     ears});
-    uses_.push_back({add_number(app, "--normal-angle", settings_.normal_angle, 0.0, 180.0,
-                                "clip and trim: stop a hole at a new face turned more than this "
-                                "away from the faces around it, in degrees, 180: any (default: "
-                                "150)"),
-                     ears});
-    uses_.push_back(
-        {add_integer(app, "--small-edges", settings_.small_edges, 0, 1'000'000'000,
-                     "auto: holes of up to so many edges are trim's, 0: none (default: 12)"),
-         {"auto"}});
+    uses_.add(add_length(app, "--edge-length", settings_.edge_length,
+                         "clip and trim: stop a hole at a new edge longer than this in "
+                         "mm, 0: any (default: 0)"),
+              ears);
+    uses_.add(add_number(app, "--normal-angle", settings_.normal_angle, 0.0, 180.0,
+                         "clip and trim: stop a hole at a new face turned more than this "
+                         "away from the faces around it, in degrees, 180: any (default: "
+                         "150)"),
+              ears);
+    uses_.add(add_integer(app, "--small-edges", settings_.small_edges, 0, 1'000'000'000,
+                          "auto: holes of up to so many edges are trim's, 0: none (default: 12)"),
+              {"auto"});
 }
 
 void FillOptions::add_core_options(CLI::App& app)
 {
-    uses_.push_back({add_integer(app, "--rings", settings_.rings, 0, MAX_RINGS,
-                                 "core: so many rings of faces around a hole move with it "
-                                 "(default: 3)"),
-                     {"core", "auto"}});
-    uses_.push_back({add_choice(app, "--smooth", smoothness_, {"c0", "c1", "c2"},
-                                "core: the surface goes on in its position (c0), its "
-                                "tangent planes (c1) or its curvature (c2) (default: c2)"),
-                     {"core", "auto"}});
+    uses_.add(add_integer(app, "--rings", settings_.rings, 0, MAX_RINGS,
+                          "core: so many rings of faces around a hole move with it "
+                          "(default: 3)"),
+              {"core", "auto"});
+    uses_.add(add_choice(app, "--smooth", smoothness_, {"c0", "c1", "c2"},
+                         "core: the surface goes on in its position (c0), its "
+                         "tangent planes (c1) or its curvature (c2) (default: c2)"),
+              {"core", "auto"});
 }
 
 void FillOptions::add_region_options(CLI::App& app)
 {
-    uses_.push_back({add_choice(app, "--region", region_, names_in(region_handlings()),
-                                "whole and markers: the faces around a hole are cut away first "
-                                "(delete), smoothed (smooth), or left (none) (default: none)"),
-                     {"whole", "markers"}});
-    uses_.push_back({add_integer(app, "--region-rings", settings_.region_rings, 0, MAX_RINGS,
-                                 "whole and markers: so many rings of faces around a hole are "
-                                 "its region; with --region none they tell how the surface goes "
-                                 "on, for which three are enough (default: 10)"),
-                     {"whole", "markers", "auto"}});
-    uses_.push_back({add_choice(app, "--weights", weights_, names_in(fill_weights()),
-                                "whole and markers: neighbours of a new vertex weigh the same "
-                                "(uniform) or by 1 / distance (length) (default: length)"),
-                     {"whole", "markers", "auto"}});
+    uses_.add(add_choice(app, "--region", region_, names_in(region_handlings()),
+                         "whole and markers: the faces around a hole are cut away first "
+                         "(delete), smoothed (smooth), or left (none) (default: none)"),
+              {"whole", "markers"});
+    uses_.add(add_integer(app, "--region-rings", settings_.region_rings, 0, MAX_RINGS,
+                          "whole and markers: so many rings of faces around a hole are "
+                          "its region; with --region none they tell how the surface goes "
+                          "on, for which three are enough (default: 10)"),
+              {"whole", "markers", "auto"});
+    uses_.add(add_choice(app, "--weights", weights_, names_in(fill_weights()),
+                         "whole and markers: neighbours of a new vertex weigh the same "
+                         "(uniform) or by 1 / distance (length) (default: length)"),
+              {"whole", "markers", "auto"});
 }
 
 void FillOptions::add_marker_options(CLI::App& app)
@@ -140,7 +124,7 @@ void FillOptions::add_marker_options(CLI::App& app)
                                     "With --markers: a hole's centre has to be nearer to a "
                                     "marker than this in mm (default: 1)");
     radius->needs(marker_file_);
-    uses_.push_back({marker_file_, {"markers", "auto"}});
+    uses_.add(marker_file_, {"markers", "auto"});
 }
 
 std::vector<std::filesystem::path> FillOptions::inputs() const
@@ -149,18 +133,9 @@ std::vector<std::filesystem::path> FillOptions::inputs() const
                             : std::vector<std::filesystem::path>{markers_};
 }
 
-/// An option without effect is most likely a mistake in the method.
 void FillOptions::refuse_unused_options() const
 {
-    for (auto const& [option, methods] : uses_)
-    {
-        if (option->count() > 0 &&
-            std::find(methods.begin(), methods.end(), method_) == methods.end())
-        {
-            throw CLI::ValidationError(option->get_name(),
-                                       "--method " + method_ + " does not use it");
-        }
-    }
+    uses_.refuse_unused(method_);
     if (method_ == "markers" && marker_file_->count() == 0)
     {
         throw CLI::ValidationError("--method", "markers needs --markers");

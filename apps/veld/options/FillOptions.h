@@ -1,5 +1,6 @@
 #pragma once
 
+#include "options/MethodOptions.h"
 #include "workflow/steps/Fill.h"
 
 #include <filesystem>
@@ -28,13 +29,6 @@ public:
     std::vector<std::filesystem::path> inputs() const;
 
 private:
-    /// The methods that use an option.
-    struct Use
-    {
-        CLI::Option* option;
-        std::vector<std::string> methods;
-    };
-
     void add_limits(CLI::App& app);
     void add_ear_options(CLI::App& app);
     void add_core_options(CLI::App& app);
@@ -46,7 +40,7 @@ private:
     double max_perimeter_ = 0.0;
     CLI::Option* perimeter_ = nullptr;
     CLI::Option* marker_file_ = nullptr;
-    std::vector<Use> uses_;
+    MethodOptions uses_;
     std::string smoothness_; ///< Empty, as the two below, where nothing was given.
     std::string region_;
     std::string weights_;

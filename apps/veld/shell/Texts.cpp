@@ -219,15 +219,28 @@ std::string to_text(std::string const& path, CleanResult const& result)
 std::string to_text(std::string const& path, MergeResult const& result)
 {
     MergeSettings const& settings = result.settings;
-    std::string text = fmt::format(
-        "{}: {} of {}, spacing {:.6g} mm, stitch radius {:.6g} mm, edges up to {:.6g} mm\n", path,
-        counted(result.frames, "frame"), counted(result.points, "point"), settings.spacing,
-        settings.stitch_radius, settings.long_edge);
+    std::string text =
+        fmt::format("{}: {} of {}, spacing {:.6g} mm", path, counted(result.frames, "frame"),
+                    counted(result.points, "point"), settings.spacing);
+    if (settings.method == MergeMethod::STITCH)
+    {
+        text += fmt::format(", stitch radius {:.6g} mm", settings.stitch_radius);
+    }
+    if (settings.cut_long_edges)
+    {
+        text += fmt::format(", edges up to {:.6g} mm", settings.long_edge);
+    }
+    text += '\n';
     if (settings.layers != Layers::ALL)
     {
         text += fmt::format(
             "  overlap: {} taken out{}\n", counted(result.removed, "point"),
             settings.layers == Layers::MEAN ? ", the others moved to the mean of the layers" : "");
+    }
+    if (settings.method == MergeMethod::OUTLIER && settings.outlier_factor > 0.0)
+    {
+        text += fmt::format("  outliers: {} off the surface taken out\n",
+                            counted(result.outliers, "loose point"));
     }
     return text + fmt::format("  {} and {}, {} left open, in {:.3f} s\n",
                               counted(result.mesh.n_vertices(), "point"),

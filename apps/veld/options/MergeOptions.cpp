@@ -1,0 +1,81 @@
+#include "options/MergeOptions.h"
+
+#include "options/CommonOptions.h"
+
+#include <CLI/CLI.hpp>
+
+namespace veld::cli
+{
+
+namespace
+{
+
+constexpr int LARGEST_COUNT = 1'000'000'000;
+constexpr double LARGEST_FACTOR = 1000.0;
+
+} // namespace
+
+void MergeOptions::add(CLI::App& app)
+{
+    app.add_option("--method", method_,
+                   "stitch: near borders are closed by fans of triangles, in parallel; outlier: "
+                   "loose points off the surface go first, borders are closed one vertex after the "
+                   "other, and holes by convex corners only (default: stitch)")
+        ->type_name("NAME")
+        ->check(CLI::IsMember(names_in(merge_methods())));
+    add_lengths(app);
+    add_stitch_options(app);
+    add_outlier_options(app);
+    app.callback([this] { uses_.refuse_unused(method_); });
+}
+
+MergeSettings MergeOptions::settings() const
+{
+    MergeSettings settings = settings_;
+    settings.method = merge_methods().at(method_);
+    settings.cut_long_edges = !keep_long_edges_;
+    return settings;
+}
+
+void MergeOptions::add_lengths(CLI::App& app)
+{
+    add_length(app, "--spacing", settings_.spacing,
+               "Distance between neighbouring points in mm, 0: measured (default: 0)");
+    uses_.add(add_length(app, "--stitch-radius", settings_.stitch_radius,
+                         "stitch: half of the distance in mm in which a border looks for another "
+                         "one, 0: the spacing (default: 0)"),
+              {"stitch"}, "borders look for others within twice the spacing");
+    add_length(app, "--long-edge", settings_.long_edge,
+               "Border edges longer than this in mm are cut away, 0: five spacings (default: 0)");
+    add_integer(app, "--max-hole-edges", settings_.max_hole_edges, 0, LARGEST_COUNT,
+                "Holes of at most so many edges are closed at the end (default: 30)");
+    add_integer(app, "--min-component", settings_.min_component, 0, LARGEST_COUNT,
+                "Pieces of so many faces or fewer are removed (default: 100)");
+}
+
+void MergeOptions::add_stitch_options(CLI::App& app)
+{
+    add_integer(app, "--neighbour-factor", settings_.neighbour_factor, 1, 1000,
+                "Longest edge of a stitched face, in spacings (default: 8)");
+    add_number(
+        app, "--normal-angle", settings_.normal_angle, 0.0, 180.0,
+        "Largest angle in degrees between a stitched face and those around it (default: 30)");
+    add_number(app, "--ear-edge-factor", settings_.ear_edge_factor, 0.0, LARGEST_FACTOR,
+               "Longest edge that closes a corner of a hole of any size, in spacings (default: 5)");
+    add_number(app, "--ear-normal-angle", settings_.ear_normal_angle, 0.0, 180.0,
+               "Largest turn of a face there against those around it, in degrees (default: 150)");
+}
+
+void MergeOptions::add_outlier_options(CLI::App& app)
+{
+    uses_.add(add_number(app, "--outlier-factor", settings_.outlier_factor, 0.0, 1e6,
+                         "outlier: a loose point goes whose squared distance from the plane of the "
+                         "border around it is more than so many times that of the border, 0: none "
+                         "(default: 5)"),
+              {"outlier"}, "it keeps every loose point that a border can be stitched to");
+    uses_.add(app.add_flag("--keep-long-edges", keep_long_edges_,
+                           "outlier: long border edges are not cut away"),
+              {"outlier"}, "it always cuts them; --long-edge tells which are long");
+}
+
+} // namespace veld::cli

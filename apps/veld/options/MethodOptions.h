@@ -1,0 +1,51 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace CLI
+{
+class Option;
+} // namespace CLI
+
+namespace veld::cli
+{
+
+/// What an option that takes one of several names may be given.
+template <typename Value>
+std::vector<std::string> names_in(std::map<std::string, Value> const& named)
+{
+    std::vector<std::string> names;
+    names.reserve(named.size());
+    for (auto const& [name, value] : named)
+    {
+        names.push_back(name);
+    }
+    return names;
+}
+
+/// Which options of a command belong to which of its methods. One without effect is most likely a
+/// mistake in the method.
+class MethodOptions
+{
+public:
+    /// \param why what the other methods do instead, to stand behind a colon; empty if there is
+    ///        nothing to say
+    void add(CLI::Option* option, std::vector<std::string> methods, std::string why = {});
+
+    /// Refuses options that were given and that a method does not use, by the parser's exception.
+    void refuse_unused(std::string const& method) const;
+
+private:
+    struct Use
+    {
+        CLI::Option* option;
+        std::vector<std::string> methods;
+        std::string why;
+    };
+
+    std::vector<Use> uses_;
+};
+
+} // namespace veld::cli
