@@ -20,7 +20,8 @@ enum class WarningCode
     MESH_CUT_AWAY,  ///< More than half of a mesh that lay in the regions around its holes.
     MARKER_WITHOUT_HOLE, ///< Markers near which no hole lies.
     UNITS_UNLIKELY,      ///< Lengths that look like metres.
-    STICK_EMPTY          ///< A stick of which nothing was found.
+    STICK_EMPTY,         ///< A stick of which nothing was found.
+    NOTHING_CLOSED       ///< A repair that closed nothing.
 };
 
 /// Something that a person should know of a result that is there all the same.

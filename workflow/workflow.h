@@ -28,3 +28,4 @@
 #include "workflow/steps/LoadFrames.h"
 #include "workflow/steps/Merge.h"
 #include "workflow/steps/Render.h"
+#include "workflow/steps/Repair.h"

@@ -58,6 +58,19 @@ TEST(StepJson, SettingsComeBackAsTheyWere)
     fill.marker_radius = 2.5;
     fill.small_edges = 6;
     expect_round_trip(fill);
+    veld::RepairSettings repair;
+    repair.method = veld::RepairMethod::PROJECT;
+    repair.spacing = 0.5;
+    repair.radii = {0.5, 1.25};
+    repair.normal_angle = 45.0;
+    repair.ear_perimeter = 7.5;
+    repair.manifold = false;
+    repair.empty_ball = false;
+    repair.renew_normals = true;
+    repair.delete_fans = true;
+    repair.refused_faces = "refused";
+    repair.normal_z = 0.5;
+    expect_round_trip(repair);
     veld::RenderSettings render;
     render.width = 10;
     render.height = 20;
@@ -111,6 +124,12 @@ TEST(StepJson, AValueOutsideItsBoundsIsRefused)
                 HasSubstr("'smoothness' has to be a whole number from 0 to 2"));
     EXPECT_THAT(refusal_of(Json{{"elevation", 91.0}}, veld::RenderSettings()),
                 HasSubstr("'elevation' has to be a number from -90 to 90"));
+    EXPECT_THAT(refusal_of(Json{{"radii", {1.0, 0.0}}}, veld::RepairSettings()),
+                HasSubstr("'radii' has to be a list of numbers above 0"));
+    EXPECT_THAT(refusal_of(Json{{"radii", 1.0}}, veld::RepairSettings()),
+                HasSubstr("'radii' has to be a list of numbers above 0"));
+    EXPECT_THAT(refusal_of(Json{{"normal_z", 1.5}}, veld::RepairSettings()),
+                HasSubstr("'normal_z' has to be a number from -1 to 1"));
     EXPECT_THAT(refusal_of(Json::array(), veld::RenderSettings()), HasSubstr("is no JSON object"));
 }
 

@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <limits>
 #include <map>
 #include <utility>
@@ -390,6 +392,60 @@ void read_settings(Json const& json, std::string const& place, CutSticksSettings
 {
     SettingsReader reader(json, place);
     reader.name("tips", settings.tips, TIPS);
+    reader.finish();
+}
+
+Json to_json(RepairSettings const& settings)
+{
+    Json json{{"method", name_in(repair_methods(), settings.method)},
+              {"spacing", settings.spacing},
+              {"radii", settings.radii},
+              {"normal_angle", settings.normal_angle},
+              {"manifold", settings.manifold},
+              {"empty_ball", settings.empty_ball},
+              {"renew_normals", settings.renew_normals},
+              {"delete_fans", settings.delete_fans},
+              {"refused_faces", settings.refused_faces.u8string()},
+              {"normal_z", settings.normal_z}};
+    if (settings.ear_perimeter)
+    {
+        json["ear_perimeter"] = *settings.ear_perimeter;
+    }
+    return json;
+}
+
+void read_settings(Json const& json, std::string const& place, RepairSettings& settings)
+{
+    SettingsReader reader(json, place);
+    reader.name("method", settings.method, repair_methods());
+    reader.number("spacing", settings.spacing, 0.0);
+    reader.number("normal_angle", settings.normal_angle, 0.0, 180.0);
+    reader.flag("manifold", settings.manifold);
+    if (reader.has("radii"))
+    {
+        Json const& list = json["radii"];
+        settings.radii = list.is_array() ? reader.fields().numbers("radii", list.size())
+                                         : std::vector<double>{-1.0};
+        if (std::any_of(settings.radii.begin(), settings.radii.end(),
+                        [](double radius) { return !(radius > 0.0); }))
+        {
+            throw InputError(place + "'radii' has to be a list of numbers above 0");
+        }
+    }
+    if (reader.has("ear_perimeter"))
+    {
+        double value = 0.0;
+        reader.number("ear_perimeter", value, 0.0);
+        settings.ear_perimeter = value;
+    }
+    reader.flag("empty_ball", settings.empty_ball);
+    reader.flag("renew_normals", settings.renew_normals);
+    reader.flag("delete_fans", settings.delete_fans);
+    if (reader.has("refused_faces"))
+    {
+        settings.refused_faces = std::filesystem::u8path(reader.fields().text("refused_faces"));
+    }
+    reader.number("normal_z", settings.normal_z, -1.0, 1.0);
     reader.finish();
 }
 

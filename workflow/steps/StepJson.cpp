@@ -149,4 +149,31 @@ Json to_json(MergeResult const& result)
             {"seconds", result.seconds}};
 }
 
+Json to_json(RepairResult const& result)
+{
+    RepairSettings const& settings = result.settings;
+    Json passes = Json::array();
+    for (auto const& pass : result.passes)
+    {
+        passes.push_back({{"radius", pass.radius}, {"new_faces", pass.new_faces}});
+    }
+    auto const shape = [](MeshHealth const& health)
+    {
+        Json json = counts(health);
+        json["boundary_edges"] = health.boundary_edges;
+        return json;
+    };
+    return {{"method", to_string(settings.method)},
+            {"before", shape(result.before)},
+            {"after", shape(result.after)},
+            {"new_faces", result.new_faces},
+            {"refused_faces", result.refused_faces},
+            {"dropped_faces", result.dropped_faces},
+            {"lost_faces", result.lost_faces},
+            {"spacing", settings.spacing},
+            {"ear_perimeter", settings.ear_perimeter.value_or(0.0)},
+            {"passes", std::move(passes)},
+            {"seconds", result.seconds}};
+}
+
 } // namespace veld

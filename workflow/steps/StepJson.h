@@ -11,6 +11,7 @@
 #include "workflow/steps/LoadFrames.h"
 #include "workflow/steps/Merge.h"
 #include "workflow/steps/Render.h"
+#include "workflow/steps/Repair.h"
 
 #include <string>
 
@@ -29,6 +30,7 @@ VELD_WORKFLOW_API Json to_json(FillPass const& pass);
 VELD_WORKFLOW_API Json to_json(FillResult const& result);
 VELD_WORKFLOW_API Json to_json(CleanResult const& result);
 VELD_WORKFLOW_API Json to_json(MergeResult const& result);
+VELD_WORKFLOW_API Json to_json(RepairResult const& result);
 /// @}
 
 /// \name Settings
@@ -41,6 +43,7 @@ VELD_WORKFLOW_API Json to_json(FillSettings const& settings);
 VELD_WORKFLOW_API Json to_json(CleanSettings const& settings);
 VELD_WORKFLOW_API Json to_json(RenderSettings const& settings);
 VELD_WORKFLOW_API Json to_json(CutSticksSettings const& settings);
+VELD_WORKFLOW_API Json to_json(RepairSettings const& settings);
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      LoadFramesSettings& settings);
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
@@ -53,6 +56,8 @@ VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      RenderSettings& settings);
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      CutSticksSettings& settings);
+VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
+                                     RepairSettings& settings);
 /// @}
 
 } // namespace veld
