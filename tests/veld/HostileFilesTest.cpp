@@ -9,6 +9,7 @@
 
 #include <array>
 #include <atomic>
+#include <cmath>
 #include <csignal>
 #include <map>
 #include <mutex>
@@ -61,6 +62,8 @@ std::vector<Arguments> mesh_calls()
         {"fill", "IN", "-o", "OUT.obj", "--method", "core"},
         {"fill", "IN", "-o", "OUT.off", "--method", "clip"},
         {"clean", "IN", "-o", "OUT.stl", "--min-faces", "2", "--non-manifold", "--peel", "1"},
+        {"repair", "IN", "-o", "OUT.ply"},
+        {"repair", "IN", "-o", "OUT.obj", "--method", "project"},
         {"sticks", "IN", "--seeds", "SEEDS", "-o", "OUT"},
         {"render", "IN", "-o", "OUT.png", "--width", "32", "--height", "32"},
         {"render", "MESH", "--compare", "IN", "-o", "OUT.jpg", "--width", "32", "--height", "32"}};
@@ -211,6 +214,35 @@ Source depth_source()
             frame_calls()};
 }
 
+/// Points on a sphere with normals: a ring of 12 on each of 7 heights.
+std::string cloud_text()
+{
+    std::string text = "ply\nformat ascii 1.0\nelement vertex 84\nproperty float x\n"
+                       "property float y\nproperty float z\nproperty float nx\n"
+                       "property float ny\nproperty float nz\nend_header\n";
+    for (int i = 0; i < 84; ++i)
+    {
+        double const height = 0.3 * (i / 12 - 3);
+        double const width = std::sqrt(1.0 - height * height);
+        double const angle = 0.5236 * (i % 12);
+        std::string const place = std::to_string(width * std::cos(angle)) + " " +
+                                  std::to_string(width * std::sin(angle)) + " " +
+                                  std::to_string(height);
+        text += place + " " + place + "\n";
+    }
+    return text;
+}
+
+Source cloud_source()
+{
+    return {"Cloud",
+            {{"cloud.ply", cloud_text()}},
+            {"cloud.ply"},
+            "cloud.ply",
+            {{"repair", "IN", "-o", "OUT.ply"},
+             {"repair", "IN", "-o", "OUT.off", "--normal-angle", "180", "--radius", "0.5"}}};
+}
+
 Source marker_source()
 {
     return {"Markers",
@@ -246,6 +278,7 @@ std::vector<Source> sources()
             text_source("TextFramesSixteen", "sixteen"),
             text_source("TextFramesCommon", "common"),
             depth_source(),
+            cloud_source(),
             marker_source(),
             seed_source()};
 }

@@ -30,6 +30,24 @@ TEST(SameBytes, AHostsMergeGivesWhatTheProgramGives)
     EXPECT_EQ(file_content(dir.file("host.ply")), file_content(dir.file("program.ply")));
 }
 
+TEST(SameBytes, AHostsRepairGivesWhatTheProgramGives)
+{
+    MeshDir const dir(grid_with_hole(6));
+    veld::Context context;
+    for (auto const& [name, method] : veld::repair_methods())
+    {
+        veld::RepairSettings settings;
+        settings.method = method;
+        auto const mesh = veld::read_mesh(dir.mesh(), context).mesh;
+        veld::write_mesh(dir.file("host.ply"), veld::repair(mesh, settings, context).mesh, context);
+        auto const run =
+            run_veld({"repair", dir.mesh(), "-o", dir.file("program.ply"), "--method", name});
+        ASSERT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(file_content(dir.file("host.ply")), file_content(dir.file("program.ply")))
+            << name;
+    }
+}
+
 TEST(SameBytes, AHostsFillGivesWhatTheProgramGives)
 {
     MeshDir const dir(grid_with_hole(6));

@@ -77,6 +77,7 @@ std::unique_ptr<Command> make_holes_command();
 std::unique_ptr<Command> make_fill_command();
 std::unique_ptr<Command> make_frames_command();
 std::unique_ptr<Command> make_merge_command();
+std::unique_ptr<Command> make_repair_command();
 std::unique_ptr<Command> make_clean_command();
 std::unique_ptr<Command> make_sticks_command();
 std::unique_ptr<Command> make_render_command();

@@ -50,6 +50,8 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
     add_command(program, entries, make_info_command(), "info", "Count a mesh and check its health");
     add_command(program, entries, make_holes_command(), "holes", "Find the holes of a mesh");
     add_command(program, entries, make_fill_command(), "fill", "Close the holes of a mesh");
+    add_command(program, entries, make_repair_command(), "repair",
+                "Close the gaps of a torn mesh, or make a mesh of points with normals");
     add_command(program, entries, make_clean_command(), "clean",
                 "Remove specks, ragged rims and what markers left");
     add_command(program, entries, make_sticks_command(), "sticks", "Cut sticks out of a mesh");

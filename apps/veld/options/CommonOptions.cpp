@@ -32,6 +32,29 @@ CLI::Option* add_checked(CLI::App& app, std::string const& name, Number& value,
             });
 }
 
+/// The same for an option that may be given several times, with one number each time.
+template <typename Number, typename Check>
+CLI::Option* add_several(CLI::App& app, std::string const& name, std::vector<Number>& values,
+                         std::string const& description, char const* type, Check const& explain)
+{
+    auto const store = [&values](std::vector<std::string> const& texts)
+    {
+        for (auto const& text : texts)
+        {
+            parse_number(text, values.emplace_back());
+        }
+    };
+    return repeatable(app.add_option_function<std::vector<std::string>>(name, store, description))
+        ->type_name(type)
+        ->check(
+            [explain](std::string const& text)
+            {
+                Number number{};
+                bool const is_number = parse_number(text, number);
+                return explain(text, is_number ? &number : nullptr);
+            });
+}
+
 /// What is wrong with a whole number; empty if nothing is.
 std::string explain_integer(std::string const& text, int const* number, int min, int max)
 {
@@ -133,25 +156,25 @@ CLI::Option* add_integer(CLI::App& app, std::string const& name, int& value, int
                        { return explain_integer(text, number, min, max); });
 }
 
+CLI::Option* add_lengths(CLI::App& app, std::string const& name, std::vector<double>& values,
+                         std::string const& description)
+{
+    return add_several(app, name, values, description, "L",
+                       [](std::string const& text, double const* number)
+                       {
+                           return number != nullptr && *number > 0.0
+                                      ? std::string()
+                                      : fmt::format("'{}' is not a length above 0 millimetres",
+                                                    text);
+                       });
+}
+
 CLI::Option* add_integers(CLI::App& app, std::string const& name, std::vector<int>& values, int min,
                           int max, std::string const& description)
 {
-    auto const store = [&values](std::vector<std::string> const& texts)
-    {
-        for (auto const& text : texts)
-        {
-            parse_number(text, values.emplace_back());
-        }
-    };
-    return repeatable(app.add_option_function<std::vector<std::string>>(name, store, description))
-        ->type_name("N")
-        ->check(
-            [min, max](std::string const& text)
-            {
-                int number = 0;
-                bool const is_number = parse_number(text, number);
-                return explain_integer(text, is_number ? &number : nullptr, min, max);
-            });
+    return add_several(app, name, values, description, "N",
+                       [min, max](std::string const& text, int const* number)
+                       { return explain_integer(text, number, min, max); });
 }
 
 CLI::Option* repeatable(CLI::Option* option)

@@ -59,6 +59,10 @@ CLI::Option* add_choice(CLI::App& app, std::string const& name, std::string& val
 CLI::Option* add_length(CLI::App& app, std::string const& name, double& value,
                         std::string const& description);
 
+/// The same for an option that may be given several times, with one length above 0 each time.
+CLI::Option* add_lengths(CLI::App& app, std::string const& name, std::vector<double>& values,
+                         std::string const& description);
+
 /// An option for a finite number between two bounds.
 CLI::Option* add_number(CLI::App& app, std::string const& name, double& value, double min,
                         double max, std::string const& description);

@@ -248,6 +248,59 @@ std::string to_text(std::string const& path, MergeResult const& result)
                               result.seconds);
 }
 
+namespace
+{
+
+/// The lengths that were taken.
+std::string lengths_of(RepairSettings const& settings)
+{
+    std::string text = fmt::format("spacing {:.6g} mm, {} of ", settings.spacing,
+                                   settings.method == RepairMethod::BALL ? "balls" : "searches");
+    for (std::size_t i = 0; i < settings.radii.size(); ++i)
+    {
+        text += fmt::format("{}{:.4g}", i > 0 ? ", " : "", settings.radii[i]);
+    }
+    text += " mm";
+    return *settings.ear_perimeter > 0.0
+               ? text + fmt::format(", holes up to {:.4g} mm", *settings.ear_perimeter)
+               : text;
+}
+
+/// What became of faces that did not stay.
+std::string lost_faces(RepairResult const& result)
+{
+    std::string text;
+    auto const add = [&text](std::size_t count, char const* what) {
+        text += count == 0 ? std::string() : fmt::format("  {} {}\n", counted(count, "face"), what);
+    };
+    add(result.refused_faces, "refused, for the mesh had no room for them");
+    add(result.dropped_faces, "dropped again, for they lay askew or made vertices non-manifold");
+    add(result.lost_faces, "of smaller fans taken away");
+    return text;
+}
+
+} // namespace
+
+std::string to_text(std::string const& path, RepairResult const& result)
+{
+    std::string text = fmt::format("{}: {} before, {} after, {} added in {:.3g} s\n  {}: {}\n",
+                                   path, counted(result.before.holes, "hole"), result.after.holes,
+                                   counted(result.new_faces, "face"), result.seconds,
+                                   to_string(result.settings.method), lengths_of(result.settings));
+    text += lost_faces(result);
+    text += fmt::format("  {:<24}{:>12}{:>12}\n", "", "before", "after");
+    auto const add = [&](char const* name, std::size_t MeshHealth::*count) {
+        text +=
+            fmt::format("  {:<24}{:>12}{:>12}\n", name, result.before.*count, result.after.*count);
+    };
+    add("faces", &MeshHealth::faces);
+    add("boundary edges", &MeshHealth::boundary_edges);
+    add("components", &MeshHealth::components);
+    add("non-manifold vertices", &MeshHealth::non_manifold_vertices);
+    add("isolated vertices", &MeshHealth::isolated_vertices);
+    return text;
+}
+
 std::string to_text(std::string const& path, OrvaneAlgorithm::TriMesh const& stick)
 {
     return fmt::format("{}: a stick of {} and {} vertices\n", path,

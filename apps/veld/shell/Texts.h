@@ -6,6 +6,7 @@
 #include "workflow/steps/FindHoles.h"
 #include "workflow/steps/Inspect.h"
 #include "workflow/steps/Merge.h"
+#include "workflow/steps/Repair.h"
 
 #include <cstddef>
 #include <string>
@@ -28,6 +29,7 @@ std::string to_text(std::string const& path, FindHolesResult const& result);
 std::string to_text(std::string const& path, FillResult const& result, bool all);
 std::string to_text(std::string const& path, CleanResult const& result);
 std::string to_text(std::string const& path, MergeResult const& result);
+std::string to_text(std::string const& path, RepairResult const& result);
 
 /// A stick that was cut out.
 std::string to_text(std::string const& path, OrvaneAlgorithm::TriMesh const& stick);

@@ -1,0 +1,98 @@
+#include "commands/MeshCommand.h"
+#include "options/CommonOptions.h"
+#include "options/RepairOptions.h"
+#include "shell/Texts.h"
+#include "workflow/files/MeshFiles.h"
+#include "workflow/steps/StepJson.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+
+namespace fs = std::filesystem;
+
+namespace veld::cli
+{
+
+namespace
+{
+
+class RepairCommand : public MeshCommand
+{
+public:
+    RepairCommand() : MeshCommand(ResultPlace::Kind::MESH) {}
+
+    void add_options(CLI::App& app) override
+    {
+        input().add(app, ". They may be clouds of points with normals, for --method ball");
+        result().add_for_each_mesh(app);
+        options_.add(app);
+        set_example(app, "repair scan.ply -o repaired.ply");
+    }
+
+    void take_arguments() override
+    {
+        MeshCommand::take_arguments();
+        if (!options_.refused_faces().empty() && input().meshes().size() > 1)
+        {
+            throw CLI::ValidationError("--refused-faces", "is for one mesh");
+        }
+    }
+
+    Json run_on(std::string const& mesh, Desk const& desk) override
+    {
+        RepairSettings settings = options_.settings();
+        StagingDirectory const* const refused = stage_refused_faces(desk, settings);
+        MeshFile const file = input().read(mesh, desk.context);
+        RepairResult const repaired =
+            about(mesh_name(mesh), [&] { return repair(file.mesh, settings, desk.context); });
+        add_refused_faces(refused, desk);
+        write_mesh(open_result(mesh, desk), repaired.mesh, desk.context);
+        desk.console.print(to_text(result().name_for(mesh), repaired));
+        return to_json(repaired);
+    }
+
+private:
+    /// The files of refused faces get their places with the others of the command.
+    StagingDirectory const* stage_refused_faces(Desk const& desk, RepairSettings& settings) const
+    {
+        fs::path const directory = options_.refused_faces();
+        if (directory.empty())
+        {
+            return nullptr;
+        }
+        desk.outputs.make_directory(directory);
+        StagingDirectory const& staging = desk.outputs.make_staging(directory);
+        settings.refused_faces = staging.path();
+        return &staging;
+    }
+
+    void add_refused_faces(StagingDirectory const* staging, Desk const& desk) const
+    {
+        if (staging == nullptr)
+        {
+            return;
+        }
+        std::vector<fs::path> names;
+        for (auto const& entry : fs::directory_iterator(staging->path()))
+        {
+            names.push_back(entry.path().filename());
+        }
+        std::sort(names.begin(), names.end());
+        for (auto const& name : names)
+        {
+            desk.outputs.add_staged(fs::path(options_.refused_faces()) / name, *staging);
+        }
+    }
+
+    RepairOptions options_;
+};
+
+} // namespace
+
+std::unique_ptr<Command> make_repair_command()
+{
+    return std::make_unique<RepairCommand>();
+}
+
+} // namespace veld::cli
