@@ -41,12 +41,13 @@ TEST(DemoCommand, RunsTheWholeChain)
     EXPECT_EQ(run.err, "");
     EXPECT_THAT(files_in(dir.file("demo")),
                 ElementsAre("after.png", "before.png", "cleaned.ply", "cleaned.png", "filled.ply",
-                            "frames", "markers.txt", "scan.ply", "seeds.txt", "stick-0.ply",
-                            "stick-1.ply", "stick-2.ply"));
+                            "frames", "markers.txt", "repaired-ball.ply", "repaired-project.ply",
+                            "scan.ply", "seeds.txt", "stick-0.ply", "stick-1.ply", "stick-2.ply",
+                            "torn.ply"));
     auto const json = run.json();
-    EXPECT_THAT(keys_of(json),
-                testing::UnorderedElementsAre("frames", "merge", "scan", "before", "sticks",
-                                              "clean", "cleaned", "fill", "deviation", "after"));
+    EXPECT_THAT(keys_of(json), testing::UnorderedElementsAre("frames", "merge", "scan", "before",
+                                                             "sticks", "clean", "cleaned", "fill",
+                                                             "deviation", "after", "repair"));
 
     // The defects that the object is scanned with.
     EXPECT_GE(json["scan"]["holes"], 15);
@@ -169,6 +170,32 @@ TEST(DemoCommand, RepairedMeshIsNearTheTrueSurface)
     EXPECT_LT(deviation["percentile_99"], 0.15);
 }
 
+TEST(DemoCommand, ComparesBothRepairsOnATornCopy)
+{
+    auto const& demo = shared_demo();
+    ASSERT_EQ(demo.run.status, 0) << demo.run.err;
+    auto const json = demo.run.json()["repair"];
+    EXPECT_GT(json["components"], 20);
+    EXPECT_GT(json["isolated_vertices"], 100);
+    for (std::string const method : {"ball", "project"})
+    {
+        auto const& repair = json[method];
+        EXPECT_EQ(repair["file"], demo.file("repaired-" + method + ".ply"));
+        EXPECT_EQ(repair["before"]["holes"], json["holes"]);
+        EXPECT_LT(repair["after"]["boundary_edges"], repair["before"]["boundary_edges"]) << method;
+        EXPECT_EQ(repair["after"]["non_manifold_vertices"], 0);
+        // What a user gets who repairs the file.
+        TempDir const dir;
+        Outcome const run = run_veld(
+            {"repair", demo.file("torn.ply"), "-o", dir.file("again.ply"), "--method", method});
+        ASSERT_EQ(run.status, 0) << run.err;
+        EXPECT_TRUE(file_content(dir.file("again.ply")) == file_content(repair["file"])) << method;
+    }
+    EXPECT_EQ(json["ball"]["after"]["components"], 1);
+    EXPECT_LT(json["ball"]["after"]["boundary_edges"],
+              json["ball"]["before"]["boundary_edges"].get<int>() / 5);
+}
+
 TEST(DemoCommand, CleansItsScan)
 {
     auto const& run = shared_demo().run;
@@ -275,6 +302,12 @@ TEST(DemoCommand, TextNamesTheStepsAndTimingsGoToItsDirectoryAndThreadsChangeNoB
     EXPECT_THAT(run.out, testing::ContainsRegex("  markers took [0-9]+ faces"));
     EXPECT_THAT(run.out, testing::HasSubstr("  markers closed 8 holes\n"));
     EXPECT_THAT(run.out, testing::ContainsRegex("  whole closed [0-9]+ holes\n"));
+    EXPECT_THAT(run.out, testing::ContainsRegex("torn.ply: a torn copy of [0-9]+ pieces"));
+    for (std::string const method : {"ball", "project"})
+    {
+        EXPECT_THAT(run.out, testing::ContainsRegex("repaired-" + method +
+                                                    ".ply: [0-9]+ holes and [0-9]+ border edges"));
+    }
     EXPECT_THAT(run.out, testing::ContainsRegex("  markers: [0-9]+ faces and [0-9]+ vertices"));
 
     EXPECT_TRUE(fs::is_symlink(dir.file("new/frames/cloud1.asc")));

@@ -110,6 +110,29 @@ Json report_filling(std::string const& path, FillResult const& result, Desk cons
     return json;
 }
 
+Json report_torn(std::string const& path, TriMesh& mesh, Desk const& desk)
+{
+    MeshHealth const health = inspect(mesh, desk.context);
+    desk.console.print(fmt::format(
+        "{}: a torn copy of {}, {} and {}\n", path, counted(health.components, "piece"),
+        counted(health.holes, "hole"), counted(health.isolated_vertices, "loose point")));
+    return {{"file", path},
+            {"components", health.components},
+            {"holes", health.holes},
+            {"isolated_vertices", health.isolated_vertices}};
+}
+
+Json report_repair(std::string const& path, RepairResult const& result, Desk const& desk)
+{
+    desk.console.print(fmt::format(
+        "{}: {} and {} before, {} and {} after, in {:.3g} s\n", path,
+        counted(result.before.holes, "hole"), counted(result.before.boundary_edges, "border edge"),
+        result.after.holes, result.after.boundary_edges, result.seconds));
+    Json json{{"file", path}};
+    json.update(to_json(result));
+    return json;
+}
+
 Json report_deviation(TriMesh const& mesh, Desk const& desk)
 {
     Deviation const deviation = measure_deviation(mesh, desk.context);

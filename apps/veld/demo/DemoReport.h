@@ -6,6 +6,7 @@
 #include "workflow/files/Json.h"
 #include "workflow/steps/Fill.h"
 #include "workflow/steps/LoadFrames.h"
+#include "workflow/steps/Repair.h"
 
 #include <string>
 
@@ -22,6 +23,12 @@ Json report_scan(OrvaneAlgorithm::TriMesh& mesh, std::string const& path, DemoOb
                  Desk const& desk);
 
 Json report_filling(std::string const& path, FillResult const& result, Desk const& desk);
+
+/// The copy of a mesh that the repairs are compared on.
+Json report_torn(std::string const& path, OrvaneAlgorithm::TriMesh& mesh, Desk const& desk);
+
+/// One line of the comparison.
+Json report_repair(std::string const& path, RepairResult const& result, Desk const& desk);
 
 /// How far the vertices of a mesh are from the true surface.
 Json report_deviation(OrvaneAlgorithm::TriMesh const& mesh, Desk const& desk);

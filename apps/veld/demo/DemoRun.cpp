@@ -1,6 +1,7 @@
 #include "demo/DemoRun.h"
 
 #include "demo/DemoReport.h"
+#include "demo/TornCopy.h"
 #include "demo/VirtualScanner.h"
 #include "shell/Texts.h"
 #include "workflow/StepScope.h"
@@ -102,7 +103,8 @@ std::vector<fs::path> DemoRun::files() const
     }
     for (char const* name :
          {"scan.ply", "markers.txt", "seeds.txt", "before.png", "stick-0.ply", "stick-1.ply",
-          "stick-2.ply", "cleaned.ply", "cleaned.png", "filled.ply", "after.png"})
+          "stick-2.ply", "cleaned.ply", "cleaned.png", "filled.ply", "after.png", "torn.ply",
+          "repaired-ball.ply", "repaired-project.ply"})
     {
         files.emplace_back(file(name));
     }
@@ -124,6 +126,7 @@ Json DemoRun::run(Desk const& desk) const
     FillResult const filled = close_holes(cleaned, object, desk, result);
     result["deviation"] = report_deviation(filled.mesh, desk);
     result["after"] = draw(filled.mesh, mark_passes(filled), "after.png", desk);
+    result["repair"] = compare_repairs(filled.mesh, desk);
     return result;
 }
 
@@ -200,6 +203,24 @@ FillResult DemoRun::close_holes(TriMesh const& mesh, DemoObject const& object, D
     write_mesh(desk.outputs.add(file("filled.ply")), filled.mesh, desk.context);
     result["fill"] = report_filling(file("filled.ply"), filled, desk);
     return filled;
+}
+
+/// Both repairs on the same torn copy of the mesh.
+Json DemoRun::compare_repairs(TriMesh const& mesh, Desk const& desk) const
+{
+    TriMesh torn = torn_copy(mesh);
+    write_mesh(desk.outputs.add(file("torn.ply")), torn, desk.context);
+    Json json = report_torn(file("torn.ply"), torn, desk);
+    for (auto const& [name, method] : repair_methods())
+    {
+        RepairSettings settings;
+        settings.method = method;
+        RepairResult const repaired = repair(torn, settings, desk.context);
+        std::string const path = file("repaired-" + name + ".ply");
+        write_mesh(desk.outputs.add(path), repaired.mesh, desk.context);
+        json[name] = report_repair(path, repaired, desk);
+    }
+    return json;
 }
 
 Json DemoRun::draw(TriMesh const& mesh, FaceMarks const& marks, std::string const& name,

@@ -50,6 +50,7 @@ private:
                      std::vector<TriMesh> const& sticks, Desk const& desk, Json& result) const;
     FillResult close_holes(TriMesh const& mesh, DemoObject const& object, Desk const& desk,
                            Json& result) const;
+    Json compare_repairs(TriMesh const& mesh, Desk const& desk) const;
     Json draw(TriMesh const& mesh, FaceMarks const& marks, std::string const& name,
               Desk const& desk) const;
 
