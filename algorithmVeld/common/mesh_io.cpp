@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <limits>
 
 namespace OrvaneAlgorithm
@@ -25,10 +26,12 @@ namespace fs = std::filesystem;
 using detail::FileError;
 using OpenMesh::IO::Options;
 
+using Read = detail::MeshSoup (*)(std::string_view content);
+
 struct Format
 {
     char const* extension;
-    detail::MeshSoup (*read)(std::string_view content);
+    Read read;
     void (*write)(TriMesh const& mesh, std::ostream& stream);
 };
 
@@ -41,6 +44,9 @@ constexpr Format FORMATS[] = {{".ply", detail::read_ply, detail::write_ply},
                               {".obj", detail::read_obj, detail::write_obj},
                               {".off", detail::read_off, write_off},
                               {".om", detail::read_om, write_om}};
+
+/// Text that holds points and no faces.
+constexpr char const* CLOUD_EXTENSIONS[] = {".xyz", ".txt", ".asc"};
 
 Format const& format_of(fs::path const& path)
 {
@@ -58,14 +64,14 @@ Format const& format_of(fs::path const& path)
 
 // Reading.
 
-detail::MeshSoup read_soup(fs::path const& path)
+/// \param read the reader of the file's format
+detail::MeshSoup read_soup(fs::path const& path, Read read)
 {
-    auto const& format = format_of(path);
     detail::Stages stages({1, 8, 1});
     stages.next();
     auto const content = detail::file_content(path);
     stages.next();
-    auto soup = format.read(content);
+    auto soup = read(content);
     stages.next();
     detail::check_soup(soup);
     detail::clean_attributes(soup);
@@ -168,6 +174,43 @@ void build_or_mend(detail::MeshSoup& soup, TriMesh& mesh, MeshFileContents& cont
     detail::LeftOut unheld;
     detail::remove_faces(soup, detail::build_mesh(soup, mesh), unheld);
     contents.unheld = missing(unheld, soup);
+}
+
+/// \param reader tells the reader of the file's format, or throws
+template <typename Reader>
+bool read_and_mend(std::string const& path, TriMesh& mesh, MeshFileContents& contents,
+                   Reader const& reader)
+{
+    contents = {};
+    auto const read = [&]
+    {
+        detail::Stages stages({2, 1, 3});
+        stages.next();
+        auto soup = read_soup(path, reader());
+        stages.next();
+        count_contents(soup, contents);
+        make_triangles(soup, contents);
+        stages.next();
+        build_or_mend(soup, mesh, contents);
+        detail::add_carried(soup, mesh);
+    };
+    auto const error = read_or_empty(path, mesh, read);
+    if (!error.empty())
+    {
+        contents = {};
+    }
+    contents.error = error;
+    return error.empty();
+}
+
+/// The reader of a file of points.
+Read cloud_reader(fs::path const& path)
+{
+    std::string const extension = path.extension().string();
+    bool const is_text = std::any_of(std::begin(CLOUD_EXTENSIONS), std::end(CLOUD_EXTENSIONS),
+                                     [&](char const* known)
+                                     { return detail::equal_ignoring_case(extension, known); });
+    return is_text ? detail::read_cloud_text : format_of(path).read;
 }
 
 // Writing.
@@ -299,7 +342,7 @@ bool read_mesh(std::string const& path, TriMesh& mesh, MeshReadReport& report)
     {
         detail::Stages stages({2, 3});
         stages.next();
-        auto const soup = read_soup(path);
+        auto const soup = read_soup(path, format_of(path).read);
         detail::require_triangles(soup);
         detail::require_finite_points(soup);
         stages.next();
@@ -311,26 +354,12 @@ bool read_mesh(std::string const& path, TriMesh& mesh, MeshReadReport& report)
 
 bool read_and_mend_mesh(std::string const& path, TriMesh& mesh, MeshFileContents& contents)
 {
-    contents = {};
-    auto const read = [&]
-    {
-        detail::Stages stages({2, 1, 3});
-        stages.next();
-        auto soup = read_soup(path);
-        stages.next();
-        count_contents(soup, contents);
-        make_triangles(soup, contents);
-        stages.next();
-        build_or_mend(soup, mesh, contents);
-        detail::add_carried(soup, mesh);
-    };
-    auto const error = read_or_empty(path, mesh, read);
-    if (!error.empty())
-    {
-        contents = {};
-    }
-    contents.error = error;
-    return error.empty();
+    return read_and_mend(path, mesh, contents, [&] { return format_of(path).read; });
+}
+
+bool read_cloud(std::string const& path, TriMesh& cloud, MeshFileContents& contents)
+{
+    return read_and_mend(path, cloud, contents, [&] { return cloud_reader(path); });
 }
 
 bool write_mesh(std::string const& path, TriMesh const& mesh, std::string& error)

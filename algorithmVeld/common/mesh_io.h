@@ -114,6 +114,17 @@ struct MeshFileContents
 ALGORITHMVELD_API bool read_and_mend_mesh(std::string const& path, TriMesh& mesh,
                                           MeshFileContents& contents);
 
+/// Reads points: a mesh file as read_and_mend_mesh() does, with its faces if it has any, or a text
+/// file with the extension .xyz, .txt or .asc, a point a line: "x y z", "x y z intensity" or
+/// "x y z nx ny nz", the same in all lines; "#" begins a comment. A normal has length 1, or is zero
+/// where there is none. Points that are not finite are left out and counted.
+/// \param cloud replaced as a whole: points, with normals, colours and values where the file has
+///        them. Empty on failure, and where Cancelled ends the reading.
+/// \param contents replaced
+/// \return true on success
+ALGORITHMVELD_API bool read_cloud(std::string const& path, TriMesh& cloud,
+                                  MeshFileContents& contents);
+
 /// Writes a mesh in the format that the extension names (PLY, STL and OM binary, little-endian; OBJ
 /// and OFF as text that brings back every float), with vertex normals and colours where the mesh
 /// has them and the format can hold them (STL cannot; colours are bytes except in OBJ), and with

@@ -143,13 +143,12 @@ std::vector<std::string> beyond_format(TriMesh const& mesh, std::filesystem::pat
     return names;
 }
 
-} // namespace
-
-MeshFile read_mesh(std::filesystem::path const& path, Context& context)
+/// \param read the library's function for the kind of file
+template <typename Read>
+MeshFile read_by(Read const& read, std::filesystem::path const& path, StepScope& scope)
 {
-    StepScope scope(context, "read-mesh", "read the mesh");
     MeshFile file;
-    if (!OrvaneAlgorithm::read_and_mend_mesh(path.string(), file.mesh, file.contents))
+    if (!read(path.string(), file.mesh, file.contents))
     {
         throw InputError(file.contents.error);
     }
@@ -157,6 +156,20 @@ MeshFile read_mesh(std::filesystem::path const& path, Context& context)
     warn_of_mending(scope, shown(path), file.contents);
     warn_of_dropped(scope, shown(path), file.contents.dropped);
     return file;
+}
+
+} // namespace
+
+MeshFile read_mesh(std::filesystem::path const& path, Context& context)
+{
+    StepScope scope(context, "read-mesh", "read the mesh");
+    return read_by(OrvaneAlgorithm::read_and_mend_mesh, path, scope);
+}
+
+MeshFile read_cloud(std::filesystem::path const& path, Context& context)
+{
+    StepScope scope(context, "read-cloud", "read the points");
+    return read_by(OrvaneAlgorithm::read_cloud, path, scope);
 }
 
 void write_mesh(std::filesystem::path const& path, TriMesh const& mesh, Context& context)

@@ -28,6 +28,11 @@ struct MeshFile
 /// the file carries and the mesh does not. Throws `InputError` where the file cannot be read.
 VELD_WORKFLOW_API MeshFile read_mesh(std::filesystem::path const& path, Context& context);
 
+/// Reads points: a mesh file as read_mesh() does, whose faces are then in the result too, or text
+/// (.xyz, .txt, .asc) of "x y z", "x y z intensity" or "x y z nx ny nz" a line. The cloud has
+/// vertex normals exactly if the file has them; a zero vector is none.
+VELD_WORKFLOW_API MeshFile read_cloud(std::filesystem::path const& path, Context& context);
+
 /// Writes a mesh file in the format that its extension names. It appears whole or not at all. Warns
 /// where the format cannot hold texture coordinates or values of vertices that the mesh carries.
 /// Throws `InputError` for an unknown extension, `OperationError` where it cannot be written.

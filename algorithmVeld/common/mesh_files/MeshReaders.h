@@ -23,4 +23,8 @@ MeshSoup read_obj(std::string_view content);
 MeshSoup read_off(std::string_view content);
 MeshSoup read_om(std::string_view content);
 
+/// Points as text: a point a line, "x y z" and behind it an intensity, a normal or nothing, the
+/// same in all lines. `#` begins a comment.
+MeshSoup read_cloud_text(std::string_view content);
+
 } // namespace OrvaneAlgorithm::detail
