@@ -21,7 +21,8 @@ enum class WarningCode
     MARKER_WITHOUT_HOLE, ///< Markers near which no hole lies.
     UNITS_UNLIKELY,      ///< Lengths that look like metres.
     STICK_EMPTY,         ///< A stick of which nothing was found.
-    NOTHING_CLOSED       ///< A repair that closed nothing.
+    NOTHING_CLOSED,      ///< A repair that closed nothing.
+    NORMALS_MISSING      ///< Points that have no normal, for no plane fits them.
 };
 
 /// Something that a person should know of a result that is there all the same.

@@ -27,5 +27,6 @@
 #include "workflow/steps/Inspect.h"
 #include "workflow/steps/LoadFrames.h"
 #include "workflow/steps/Merge.h"
+#include "workflow/steps/Normals.h"
 #include "workflow/steps/Render.h"
 #include "workflow/steps/Repair.h"

@@ -36,22 +36,6 @@ Vector3d quad_normal(RangeData const& frame, Quad const& quad)
         .cross(corner(frame, quad, 3) - corner(frame, quad, 1));
 }
 
-Vector3d towards_sensor(Vector3d const& point, Sensor sensor)
-{
-    switch (sensor)
-    {
-    case Sensor::ORIGIN:
-        return -point;
-    case Sensor::PLUS_Z:
-        return Vector3d::UnitZ();
-    case Sensor::MINUS_Z:
-        return -Vector3d::UnitZ();
-    case Sensor::UNKNOWN:
-        break;
-    }
-    return Vector3d::Zero();
-}
-
 /// Whether more quads have a normal against the direction that `direction(quad)` gives than along
 /// it.
 template <typename Direction>
@@ -67,6 +51,22 @@ bool most_are_against(RangeData const& frame, Direction const& direction)
 }
 
 } // namespace
+
+Vector3d towards_sensor(Vector3d const& point, Sensor sensor)
+{
+    switch (sensor)
+    {
+    case Sensor::ORIGIN:
+        return -point;
+    case Sensor::PLUS_Z:
+        return Vector3d::UnitZ();
+    case Sensor::MINUS_Z:
+        return -Vector3d::UnitZ();
+    case Sensor::UNKNOWN:
+        break;
+    }
+    return Vector3d::Zero();
+}
 
 bool looks_away(RangeData const& frame, Sensor sensor)
 {

@@ -9,6 +9,10 @@ namespace veld
 
 using OrvaneAlgorithm::RangeData;
 
+/// Which way the sensor lies from a point of a frame, in the frame's coordinates and of any length;
+/// zero where it is not known.
+OrvaneAlgorithm::Vector3d towards_sensor(OrvaneAlgorithm::Vector3d const& point, Sensor sensor);
+
 /// Whether most cells of a frame turn their backs to the sensor: its grid is mirrored, then, as the
 /// sensor sees it.
 bool looks_away(RangeData const& frame, Sensor sensor);

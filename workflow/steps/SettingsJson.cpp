@@ -449,4 +449,26 @@ void read_settings(Json const& json, std::string const& place, RepairSettings& s
     reader.finish();
 }
 
+Json to_json(NormalsSettings const& settings)
+{
+    Json json{{"neighbours", settings.neighbours}};
+    if (settings.sensor)
+    {
+        json["sensor"] = json_point(*settings.sensor);
+    }
+    return json;
+}
+
+void read_settings(Json const& json, std::string const& place, NormalsSettings& settings)
+{
+    SettingsReader reader(json, place);
+    reader.integer("neighbours", settings.neighbours, FEWEST_NEIGHBOURS, MOST_NEIGHBOURS);
+    if (reader.has("sensor"))
+    {
+        auto const row = reader.fields().numbers("sensor", 3);
+        settings.sensor = Eigen::Map<Eigen::Vector3d const>(row.data()).cast<float>();
+    }
+    reader.finish();
+}
+
 } // namespace veld

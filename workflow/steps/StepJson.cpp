@@ -176,4 +176,22 @@ Json to_json(RepairResult const& result)
             {"seconds", result.seconds}};
 }
 
+Json to_json(NormalsResult const& result)
+{
+    char const* const sense = result.sense == NormalSense::SENSOR   ? "sensor"
+                              : result.sense == NormalSense::FRAMES ? "frames"
+                                                                    : "neighbours";
+    return {{"points", result.cloud.n_vertices()},
+            {"normals", result.normals},
+            {"without_normal",
+             {{"few_points", result.few_points},
+              {"on_a_line", result.on_a_line},
+              {"not_finite", result.unplaced}}},
+            {"repeated", result.repeated},
+            {"turned_by", sense},
+            {"pieces", result.pieces},
+            {"neighbours", result.settings.neighbours},
+            {"seconds", result.seconds}};
+}
+
 } // namespace veld

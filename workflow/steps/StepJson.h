@@ -10,6 +10,7 @@
 #include "workflow/steps/Inspect.h"
 #include "workflow/steps/LoadFrames.h"
 #include "workflow/steps/Merge.h"
+#include "workflow/steps/Normals.h"
 #include "workflow/steps/Render.h"
 #include "workflow/steps/Repair.h"
 
@@ -31,6 +32,7 @@ VELD_WORKFLOW_API Json to_json(FillResult const& result);
 VELD_WORKFLOW_API Json to_json(CleanResult const& result);
 VELD_WORKFLOW_API Json to_json(MergeResult const& result);
 VELD_WORKFLOW_API Json to_json(RepairResult const& result);
+VELD_WORKFLOW_API Json to_json(NormalsResult const& result);
 /// @}
 
 /// \name Settings
@@ -44,6 +46,7 @@ VELD_WORKFLOW_API Json to_json(CleanSettings const& settings);
 VELD_WORKFLOW_API Json to_json(RenderSettings const& settings);
 VELD_WORKFLOW_API Json to_json(CutSticksSettings const& settings);
 VELD_WORKFLOW_API Json to_json(RepairSettings const& settings);
+VELD_WORKFLOW_API Json to_json(NormalsSettings const& settings);
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      LoadFramesSettings& settings);
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
@@ -58,6 +61,8 @@ VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      CutSticksSettings& settings);
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      RepairSettings& settings);
+VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
+                                     NormalsSettings& settings);
 /// @}
 
 } // namespace veld
