@@ -13,8 +13,8 @@ using namespace veld_test;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-std::vector<std::string> const COMMANDS{"info",  "holes",  "fill",   "repair",
-                                        "clean", "sticks", "render", "demo"};
+std::vector<std::string> const COMMANDS{"info",    "holes",  "fill",   "repair", "clean",
+                                        "normals", "sticks", "render", "demo"};
 
 /// The command line of a help text's example, without the program's name.
 std::string example_of(std::string const& command)

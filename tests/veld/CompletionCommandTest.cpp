@@ -84,7 +84,7 @@ TEST(CompletionCommand, EveryOptionOfHelpIsInBothScripts)
         std::string const script = run_veld({"completion", shell}).out;
         for (std::string const option :
              {"--max-perimeter", "--near", "--strong", "--seeds", "--frame-map", "--azimuth",
-              "--scale", "--width", "--format", "--timings", "--out"})
+              "--scale", "--sensor", "--width", "--format", "--timings", "--out"})
         {
             EXPECT_NE(script.find(option), std::string::npos) << shell << option;
         }

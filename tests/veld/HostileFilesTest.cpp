@@ -64,6 +64,7 @@ std::vector<Arguments> mesh_calls()
         {"clean", "IN", "-o", "OUT.stl", "--min-faces", "2", "--non-manifold", "--peel", "1"},
         {"repair", "IN", "-o", "OUT.ply"},
         {"repair", "IN", "-o", "OUT.obj", "--method", "project"},
+        {"normals", "IN", "-o", "OUT.ply"},
         {"sticks", "IN", "--seeds", "SEEDS", "-o", "OUT"},
         {"render", "IN", "-o", "OUT.png", "--width", "32", "--height", "32"},
         {"render", "MESH", "--compare", "IN", "-o", "OUT.jpg", "--width", "32", "--height", "32"}};
@@ -108,7 +109,8 @@ std::vector<Arguments> frame_calls()
 {
     return {{"frames", "IN", "-o", "OUT"},
             {"merge", "IN", "-o", "OUT.ply"},
-            {"merge", "IN", "-o", "OUT.ply", "--method", "outlier"}};
+            {"merge", "IN", "-o", "OUT.ply", "--method", "outlier"},
+            {"normals", "IN", "-o", "OUT.ply"}};
 }
 
 std::string rge_content(RangeData const& frame)
@@ -263,6 +265,17 @@ Source seed_source()
             {{"sticks", "MESH", "--seeds", "IN", "-o", "OUT"}}};
 }
 
+Source cloud_text_source()
+{
+    std::string text = "# x y z nx ny nz\n";
+    for (int i = 0; i < 36; ++i)
+    {
+        text += std::to_string(i % 6) + " " + std::to_string(i / 6) + " 0.5 0 0 1\n";
+    }
+    return {
+        "CloudText", {{"c.xyz", text}}, {"c.xyz"}, "c.xyz", {{"normals", "IN", "-o", "OUT.ply"}}};
+}
+
 std::vector<Source> sources()
 {
     return {mesh_source("PlyText", ".ply", ply_text(grid_with_hole(2))),
@@ -280,7 +293,8 @@ std::vector<Source> sources()
             depth_source(),
             cloud_source(),
             marker_source(),
-            seed_source()};
+            seed_source(),
+            cloud_text_source()};
 }
 
 // Damage.

@@ -31,7 +31,8 @@ void MeshCommand::take_arguments()
     {
         throw CLI::ValidationError("--output", "standard input has no name for a file in it");
     }
-    bool const writes_mesh = writes_standard_output() && result_->kind() == ResultPlace::Kind::MESH;
+    bool const writes_mesh =
+        writes_standard_output() && result_->kind() != ResultPlace::Kind::PICTURE;
     if (input_.format_is_given() && !input_.has_standard_input() && !writes_mesh)
     {
         throw CLI::ValidationError("--format", "is for meshes on standard input and output");

@@ -59,6 +59,8 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
                 "Turn the frames of a scan into .rge files");
     add_command(program, entries, make_merge_command(), "merge",
                 "Merge the frames of a scan into one mesh");
+    add_command(program, entries, make_normals_command(), "normals",
+                "Estimate the normals of clouds, and turn them outwards or to the sensor");
     add_command(program, entries, make_render_command(), "render",
                 "Draw a mesh, its holes in colour");
     add_command(

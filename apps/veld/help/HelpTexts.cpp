@@ -28,7 +28,7 @@ ValueKind kind_of(std::string const& value)
 {
     auto const is_one_of = [&value](std::vector<std::string> const& names)
     { return std::find(names.begin(), names.end(), value) != names.end(); };
-    if (is_one_of({"FILE", "OUT", "PNG", "ORIGINAL", "MESH", "SOURCE"}))
+    if (is_one_of({"FILE", "OUT", "PNG", "ORIGINAL", "MESH", "INPUT", "SOURCE"}))
     {
         return ValueKind::FILE;
     }

@@ -5,8 +5,13 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <array>
+#include <sstream>
+
 namespace veld::cli
 {
+
+using OrvaneAlgorithm::Vector3f;
 
 namespace
 {
@@ -55,6 +60,21 @@ CLI::Option* add_several(CLI::App& app, std::string const& name, std::vector<Num
             });
 }
 
+/// A point given as "X,Y,Z".
+/// \return false if the text is anything else
+bool parse_point(std::string const& text, Vector3f& point)
+{
+    std::istringstream stream(text + ","); // a comma behind each number, so that none hides
+    std::array<std::string, 4> parts;
+    std::size_t count = 0;
+    while (count < parts.size() && std::getline(stream, parts[count], ','))
+    {
+        ++count;
+    }
+    return count == 3 && parse_number(parts[0], point[0]) && parse_number(parts[1], point[1]) &&
+           parse_number(parts[2], point[2]);
+}
+
 /// What is wrong with a whole number; empty if nothing is.
 std::string explain_integer(std::string const& text, int const* number, int min, int max)
 {
@@ -99,16 +119,21 @@ CLI::Option* add_output_directory(CLI::App& app, std::string& directory,
                 { return text == "-" ? "a directory is no stream" : std::string(); });
 }
 
-void add_frame_source(CLI::App& app, FrameSourceOptions& options)
+CLI::Option* add_scale(CLI::App& app, double& scale)
 {
     constexpr double LARGEST_SCALE = 1e6;
+    return add_number(app, "--scale", scale, 1.0 / LARGEST_SCALE, LARGEST_SCALE,
+                      "Multiply all lengths of frames by this, 1000 for metres (default: 1)");
+}
+
+void add_frame_source(CLI::App& app, FrameSourceOptions& options)
+{
     app.add_option("SOURCE", options.source,
                    "Folder of .rge files, of depth images with cameras.json or of range scans with "
                    "one .conf; description of text frames (.json), or list of range scans (.conf)")
         ->required()
         ->option_text(" ");
-    add_number(app, "--scale", options.settings.scale, 1.0 / LARGEST_SCALE, LARGEST_SCALE,
-               "Multiply all lengths by this, 1000 for metres (default: 1)");
+    add_scale(app, options.settings.scale);
 }
 
 void set_example(CLI::App& app, std::string const& arguments)
@@ -146,6 +171,22 @@ CLI::Option* add_choice(CLI::App& app, std::string const& name, std::string& val
                         std::vector<std::string> const& names, std::string const& description)
 {
     return app.add_option(name, value, description)->type_name("NAME")->check(CLI::IsMember(names));
+}
+
+CLI::Option* add_point(CLI::App& app, std::string const& name, Vector3f& value,
+                       std::string const& description)
+{
+    return app
+        .add_option_function<std::string>(
+            name, [&value](std::string const& text) { parse_point(text, value); }, description)
+        ->type_name("X,Y,Z")
+        ->check(
+            [](std::string const& text)
+            {
+                Vector3f ignored;
+                return parse_point(text, ignored) ? std::string()
+                                                  : fmt::format("'{}' is not a point X,Y,Z", text);
+            });
 }
 
 CLI::Option* add_integer(CLI::App& app, std::string const& name, int& value, int min, int max,

@@ -2,6 +2,8 @@
 
 #include "workflow/steps/LoadFrames.h"
 
+#include "algorithmVeld/common/vectors.h"
+
 #include <string>
 #include <vector>
 
@@ -44,6 +46,9 @@ struct FrameSourceOptions
     LoadFramesSettings settings;
 };
 
+/// The option `--scale` for the lengths of frames.
+CLI::Option* add_scale(CLI::App& app, double& scale);
+
 /// The argument SOURCE and the option `--scale`.
 void add_frame_source(CLI::App& app, FrameSourceOptions& options);
 
@@ -66,6 +71,10 @@ CLI::Option* add_lengths(CLI::App& app, std::string const& name, std::vector<dou
 /// An option for a finite number between two bounds.
 CLI::Option* add_number(CLI::App& app, std::string const& name, double& value, double min,
                         double max, std::string const& description);
+
+/// An option for a point "X,Y,Z" of finite numbers. The description names the unit.
+CLI::Option* add_point(CLI::App& app, std::string const& name, OrvaneAlgorithm::Vector3f& value,
+                       std::string const& description);
 
 /// An option for a whole number between two bounds.
 CLI::Option* add_integer(CLI::App& app, std::string const& name, int& value, int min, int max,

@@ -1,45 +1,11 @@
 #include "options/HoleOptions.h"
 
 #include "options/CommonOptions.h"
-#include "workflow/files/Numbers.h"
 
 #include <CLI/CLI.hpp>
-#include <fmt/format.h>
-
-#include <array>
-#include <sstream>
 
 namespace veld::cli
 {
-
-using OrvaneAlgorithm::Vector3f;
-
-namespace
-{
-
-/// A point given as "X,Y,Z".
-/// \return false if the text is anything else
-bool parse_point(std::string const& text, Vector3f& point)
-{
-    std::istringstream stream(text + ","); // a comma behind each number, so that none hides
-    std::array<std::string, 4> parts;
-    std::size_t count = 0;
-    while (count < parts.size() && std::getline(stream, parts[count], ','))
-    {
-        ++count;
-    }
-    return count == 3 && parse_number(parts[0], point[0]) && parse_number(parts[1], point[1]) &&
-           parse_number(parts[2], point[2]);
-}
-
-std::string check_point(std::string const& text)
-{
-    Vector3f ignored;
-    return parse_point(text, ignored) ? std::string()
-                                      : fmt::format("'{}' is not a point X,Y,Z", text);
-}
-
-} // namespace
 
 void HoleOptions::add(CLI::App& app)
 {
@@ -60,16 +26,14 @@ FindHolesSettings HoleOptions::settings() const
     if (near_option_->count() > 0)
     {
         settings.nearest_to = near_place_;
-        parse_point(near_, settings.nearest_to->place);
     }
     return settings;
 }
 
 void HoleOptions::add_near_options(CLI::App& app)
 {
-    near_option_ = app.add_option("--near", near_, "Only the hole nearest to this point (mm)")
-                       ->type_name("X,Y,Z")
-                       ->check(check_point);
+    near_option_ =
+        add_point(app, "--near", near_place_.place, "Only the hole nearest to this point (mm)");
     auto* const distance = add_length(app, "--distance", near_place_.distance,
                                       "With --near: its rim has to be nearer than this in mm");
     near_option_->needs(distance);

@@ -30,7 +30,6 @@ private:
     void add_marker_options(CLI::App& app, CLI::Option& perimeter);
 
     std::string markers_;
-    std::string near_;
     CLI::Option* near_option_ = nullptr;
     HoleNearPlace near_place_;
     HolesOfMarkers of_markers_;

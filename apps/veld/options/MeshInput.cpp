@@ -31,7 +31,8 @@ std::string renamed(std::string const& text, fs::path const& path)
 }
 
 /// Reads a copy of standard input. Messages do not name the copy.
-MeshFile read_copy(fs::path const& copy, Context& context)
+template <typename Read>
+MeshFile read_copy(Read const& read, fs::path const& copy, Context& context)
 {
     Context renaming = context;
     renaming.warn = [&](Warning const& warning)
@@ -43,7 +44,7 @@ MeshFile read_copy(fs::path const& copy, Context& context)
     };
     try
     {
-        return read_mesh(copy, renaming);
+        return read(copy, renaming);
     }
     catch (InputError const& error)
     {
@@ -66,6 +67,18 @@ void MeshInput::add(CLI::App& app, std::string const& note)
                    "Mesh files: PLY, STL, OBJ, OFF or OM, one after the other; - is standard "
                    "input" +
                        note)
+        ->required()
+        ->option_text("...");
+    format_option_ = add_format(app, format_);
+}
+
+void MeshInput::add_clouds(CLI::App& app)
+{
+    read_ = read_cloud;
+    app.add_option("INPUT", meshes_,
+                   "Clouds of points, one after the other: PLY, OBJ, OFF or OM, or text (.xyz, "
+                   ".txt, .asc) of 'x y z', 'x y z intensity' or 'x y z nx ny nz' a line; - is "
+                   "standard input. Or frames, as for veld merge, whose points become one cloud")
         ->required()
         ->option_text("...");
     format_option_ = add_format(app, format_);
@@ -103,12 +116,12 @@ MeshFile MeshInput::read(std::string const& mesh, Context& context) const
 {
     if (mesh != STANDARD_STREAM)
     {
-        return read_mesh(mesh, context);
+        return read_(mesh, context);
     }
     auto const staging = StagingDirectory::for_stream(NAME_OF_STANDARD_INPUT);
     fs::path const copy = staging->path() / ("input." + format_);
     copy_standard_input(copy, context);
-    return read_copy(copy, context);
+    return read_copy(read_, copy, context);
 }
 
 std::string mesh_name(std::string const& mesh)

@@ -28,6 +28,9 @@ public:
     /// \param note what else the help text has to say
     void add(CLI::App& app, std::string const& note = "");
 
+    /// The same for a command that works on clouds of points, and on frames, which it loads itself.
+    void add_clouds(CLI::App& app);
+
     /// The same for a command that takes one mesh only.
     void add_one(CLI::App& app);
 
@@ -44,6 +47,7 @@ public:
     MeshFile read(std::string const& mesh, Context& context) const;
 
 private:
+    MeshFile (*read_)(std::filesystem::path const&, Context&) = read_mesh;
     std::vector<std::string> meshes_;
     std::string format_ = "ply";
     CLI::Option* format_option_ = nullptr;

@@ -8,19 +8,47 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <string>
+#include <vector>
+
 namespace fs = std::filesystem;
 
 namespace veld::cli
 {
 
+namespace
+{
+
+/// Of the formats that hold points without faces and can be written.
+std::vector<std::string> const CLOUD_EXTENSIONS{".ply", ".obj", ".off", ".om"};
+
+bool is_cloud_file(fs::path const& path)
+{
+    return std::find(CLOUD_EXTENSIONS.begin(), CLOUD_EXTENSIONS.end(), lower_extension(path)) !=
+           CLOUD_EXTENSIONS.end();
+}
+
+char const* description_of(ResultPlace::Kind kind)
+{
+    switch (kind)
+    {
+    case ResultPlace::Kind::MESH:
+        return "Mesh file to write, its extension tells the format; - is standard output";
+    case ResultPlace::Kind::CLOUD:
+        return "Cloud to write, .ply, .obj, .off or .om; - is standard output";
+    case ResultPlace::Kind::PICTURE:
+        break;
+    }
+    return "Picture to write, .png or .jpg; - is a PNG on standard output";
+}
+
+} // namespace
+
 void ResultPlace::add(CLI::App& app)
 {
-    bool const is_mesh = kind_ == Kind::MESH;
-    option_ = add_output(app, path_,
-                         is_mesh ? "Mesh file to write, its extension tells the format; - is "
-                                   "standard output"
-                                 : "Picture to write, .png or .jpg; - is a PNG on standard output");
-    option_->required()->type_name(is_mesh ? "OUT" : "PNG");
+    option_ = add_output(app, path_, description_of(kind_));
+    option_->required()->type_name(kind_ == Kind::PICTURE ? "PNG" : "OUT");
 }
 
 void ResultPlace::add_for_each_mesh(CLI::App& app)
@@ -48,7 +76,8 @@ fs::path ResultPlace::file_for(std::string const& mesh) const
         return path_;
     }
     fs::path file = given() / fs::path(mesh).filename();
-    return kind_ == Kind::MESH ? file : file.replace_extension(".png");
+    bool const holds_it = kind_ == Kind::MESH || (kind_ == Kind::CLOUD && is_cloud_file(file));
+    return holds_it ? file : file.replace_extension(kind_ == Kind::CLOUD ? ".ply" : ".png");
 }
 
 std::string ResultPlace::name_for(std::string const& mesh) const
@@ -60,7 +89,7 @@ std::string ResultPlace::extension_for(std::string const& mesh, std::string cons
 {
     if (is_standard_output())
     {
-        return kind_ == Kind::MESH ? "." + format : ".png";
+        return kind_ == Kind::PICTURE ? ".png" : "." + format;
     }
     return lower_extension(file_for(mesh));
 }
@@ -71,13 +100,14 @@ void ResultPlace::check_extension() const
     {
         return;
     }
-    if (kind_ == Kind::MESH)
+    switch (kind_)
     {
-        check_mesh_extension(path_);
-    }
-    else
-    {
-        check_picture_extension(path_);
+    case Kind::MESH:
+        return check_mesh_extension(path_);
+    case Kind::CLOUD:
+        return veld::check_extension(path_, CLOUD_EXTENSIONS);
+    case Kind::PICTURE:
+        return check_picture_extension(path_);
     }
 }
 

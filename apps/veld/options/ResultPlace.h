@@ -22,6 +22,7 @@ public:
     enum class Kind
     {
         MESH,
+        CLOUD, ///< A mesh file without faces.
         PICTURE
     };
 

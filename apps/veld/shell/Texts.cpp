@@ -301,6 +301,24 @@ std::string to_text(std::string const& path, RepairResult const& result)
     return text;
 }
 
+std::string to_text(std::string const& path, NormalsResult const& result)
+{
+    std::string text =
+        fmt::format("{}: {}, {} by {} neighbours in {:.3g} s\n", path,
+                    counted(result.cloud.n_vertices(), "point"), counted(result.normals, "normal"),
+                    result.settings.neighbours, result.seconds);
+    switch (result.sense)
+    {
+    case NormalSense::SENSOR:
+        return text + "  turned to the sensor\n";
+    case NormalSense::FRAMES:
+        return text + "  turned to the sensors of the frames\n";
+    case NormalSense::NEIGHBOURS:
+        break;
+    }
+    return text + fmt::format("  turned outwards in {}\n", counted(result.pieces, "piece"));
+}
+
 std::string to_text(std::string const& path, OrvaneAlgorithm::TriMesh const& stick)
 {
     return fmt::format("{}: a stick of {} and {} vertices\n", path,

@@ -6,6 +6,7 @@
 #include "workflow/steps/FindHoles.h"
 #include "workflow/steps/Inspect.h"
 #include "workflow/steps/Merge.h"
+#include "workflow/steps/Normals.h"
 #include "workflow/steps/Repair.h"
 
 #include <cstddef>
@@ -30,6 +31,7 @@ std::string to_text(std::string const& path, FillResult const& result, bool all)
 std::string to_text(std::string const& path, CleanResult const& result);
 std::string to_text(std::string const& path, MergeResult const& result);
 std::string to_text(std::string const& path, RepairResult const& result);
+std::string to_text(std::string const& path, NormalsResult const& result);
 
 /// A stick that was cut out.
 std::string to_text(std::string const& path, OrvaneAlgorithm::TriMesh const& stick);
