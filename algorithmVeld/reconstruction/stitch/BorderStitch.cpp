@@ -47,6 +47,8 @@ public:
         // Not in the region below, where the number of threads of the next level would count.
         workers_ = std::vector<Worker>(static_cast<std::size_t>(omp_get_max_threads()),
                                        Worker{DelaunayFan(mesh_, tree_, settings_), {}, {}, 0});
+        // This may move the points, which the tree reads.
+        store_.enlarge(centres_.size());
         // The tree takes one thread, and as long as all the rest.
         parallel_for_uneven(2, [this](std::ptrdiff_t i) { i == 0 ? plant() : prepare(); });
     }
@@ -88,7 +90,6 @@ private:
         }
         // Nobody is stitched whose search would reach further.
         work_.emplace(positions, settings_.largest_radius);
-        store_.enlarge(centres_.size());
     }
 
     std::size_t largest_fan() const
