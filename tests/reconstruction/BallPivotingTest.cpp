@@ -35,7 +35,11 @@ public:
     {
         gLH.set_print_sink([this](std::string const& text) { text_ += text; });
     }
-    ~Printed() { gLH.set_print_sink({}); }
+    ~Printed()
+    {
+        gLH.set_print_sink({});
+        gLH.clear_steps(); // A series that ends early leaves one running.
+    }
     Printed(Printed const&) = delete;
     Printed& operator=(Printed const&) = delete;
 

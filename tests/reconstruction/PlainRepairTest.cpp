@@ -41,7 +41,11 @@ public:
     {
         gLH.set_print_sink([this](std::string const& text) { text_ += text; });
     }
-    ~Print() { gLH.set_print_sink({}); }
+    ~Print()
+    {
+        gLH.set_print_sink({});
+        gLH.clear_steps(); // A series that ends early leaves one running.
+    }
     Print(Print const&) = delete;
     Print& operator=(Print const&) = delete;
 
