@@ -1,4 +1,4 @@
-#include "workflow/steps/SpoiltFaces.h"
+#include "workflow/repairing/SpoiltFaces.h"
 
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Progress.h"

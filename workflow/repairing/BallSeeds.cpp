@@ -1,4 +1,4 @@
-#include "workflow/steps/BallSeeds.h"
+#include "workflow/repairing/BallSeeds.h"
 
 #include "algorithmVeld/common/running/Progress.h"
 

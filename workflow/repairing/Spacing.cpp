@@ -1,0 +1,85 @@
+#include "workflow/repairing/Spacing.h"
+
+#include "workflow/repairing/RepairValues.h"
+
+#include "algorithmVeld/common/KdTree3f.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <vector>
+
+namespace veld
+{
+
+using OrvaneAlgorithm::TriMesh;
+
+namespace
+{
+
+double median(std::vector<double>& lengths)
+{
+    if (lengths.empty())
+    {
+        return 0.0;
+    }
+    auto const middle = lengths.begin() + static_cast<std::ptrdiff_t>(lengths.size() / 2);
+    std::nth_element(lengths.begin(), middle, lengths.end());
+    return *middle;
+}
+
+/// Median length of the edges of the border, where the repair works, or of all where there is none.
+double measure_edges(TriMesh const& mesh)
+{
+    std::vector<double> border;
+    std::vector<double> all;
+    for (auto const edge : mesh.edges())
+    {
+        double const length =
+            (mesh.point(edge.v0()).cast<double>() - mesh.point(edge.v1()).cast<double>()).norm();
+        all.push_back(length);
+        if (edge.is_boundary())
+        {
+            border.push_back(length);
+        }
+    }
+    return median(border.empty() ? all : border);
+}
+
+/// Median over some points of the mean distance to the nearest others. On a surface that is about
+/// the length of the edges that it gets.
+double measure_points(TriMesh const& mesh)
+{
+    constexpr std::size_t SAMPLES = 2000;
+    constexpr int NEIGHBOURHOOD = 7; // one of them is the point itself
+    constexpr float ANYWHERE = 1e18F;
+    OrvaneAlgorithm::KdTree3f tree;
+    tree.build_kdtree({mesh.points(), mesh.points() + mesh.n_vertices()});
+    std::size_t const step = std::max<std::size_t>(1, mesh.n_vertices() / SAMPLES);
+    std::vector<double> means;
+    std::vector<int> hits;
+    std::vector<float> square_distances;
+    for (std::size_t i = 0; i < mesh.n_vertices(); i += step)
+    {
+        tree.radius_search(mesh.points()[i], ANYWHERE, hits, square_distances, NEIGHBOURHOOD);
+        double sum = 0.0;
+        for (float const square : square_distances)
+        {
+            sum += std::sqrt(static_cast<double>(square));
+        }
+        if (square_distances.size() > 1)
+        {
+            means.push_back(sum / static_cast<double>(square_distances.size() - 1));
+        }
+    }
+    return median(means);
+}
+
+} // namespace
+
+double measure_spacing(TriMesh const& mesh)
+{
+    return is_cloud_of(mesh) ? measure_points(mesh) : measure_edges(mesh);
+}
+
+} // namespace veld
