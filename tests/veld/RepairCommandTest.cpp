@@ -24,15 +24,11 @@ TriMesh torn_sheet()
     return grid_without(13, 6, gap);
 }
 
-/// A cloud as a text PLY file, with normals or without.
-std::string cloud_text(TriMesh const& mesh, bool with_normals)
+/// A cloud as lines of text, with normals or without.
+std::string points_text(TriMesh const& mesh, bool with_normals)
 {
     std::ostringstream text;
     text.precision(9);
-    text << "ply\nformat ascii 1.0\nelement vertex " << mesh.n_vertices()
-         << "\nproperty float x\nproperty float y\nproperty float z\n"
-         << (with_normals ? "property float nx\nproperty float ny\nproperty float nz\n" : "")
-         << "end_header\n";
     for (auto const vertex : mesh.vertices())
     {
         auto const p = mesh.point(vertex); // on the unit sphere, so that it is its normal
@@ -44,6 +40,15 @@ std::string cloud_text(TriMesh const& mesh, bool with_normals)
         text << "\n";
     }
     return text.str();
+}
+
+/// The same as a text PLY file.
+std::string cloud_text(TriMesh const& mesh, bool with_normals)
+{
+    return "ply\nformat ascii 1.0\nelement vertex " + std::to_string(mesh.n_vertices()) +
+           "\nproperty float x\nproperty float y\nproperty float z\n" +
+           (with_normals ? "property float nx\nproperty float ny\nproperty float nz\n" : "") +
+           "end_header\n" + points_text(mesh, with_normals);
 }
 
 class RepairCommand : public testing::Test
@@ -140,6 +145,28 @@ TEST_F(RepairCommand, PointsWithNormalsBecomeAMesh)
     EXPECT_EQ(outcome.json()["before"]["faces"], 0);
     EXPECT_EQ(outcome.json()["after"]["holes"], 0);
     EXPECT_EQ(outcome.json()["after"]["faces"], sphere(3).n_faces());
+}
+
+TEST_F(RepairCommand, PointsAsTextBecomeAMeshAndInADirectoryAPlyFile)
+{
+    for (std::string const extension : {".xyz", ".txt", ".asc"})
+    {
+        std::string const cloud = dir_.file("scan" + extension);
+        write_file(cloud, points_text(sphere(3), true));
+        Outcome const outcome =
+            run_veld({"repair", cloud, "-o", dir_.file("out" + extension + "/")});
+        ASSERT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_EQ(outcome.err, "");
+        ASSERT_THAT(files_in(dir_.file("out" + extension)), ElementsAre("scan.ply"));
+        auto const info =
+            run_veld({"info", dir_.file("out" + extension + "/scan.ply"), "--json"}).json();
+        EXPECT_EQ(info["holes"], 0);
+        EXPECT_EQ(info["faces"], sphere(3).n_faces());
+
+        write_file(cloud, points_text(sphere(3), false));
+        expect_error(run_veld({"repair", cloud, "-o", dir_.file("out.ply")}), 1,
+                     "scan" + extension + ": points without faces need normals");
+    }
 }
 
 TEST_F(RepairCommand, PointsThatGiveNoMeshAreAnErrorThatNamesTheWayOut)

@@ -24,7 +24,9 @@ public:
 
     void add_options(CLI::App& app) override
     {
-        input().add(app, ". They may be clouds of points with normals, for --method ball");
+        input().add_with_clouds(app, ". They may be clouds of points with normals, for --method "
+                                     "ball, also as text (.xyz, .txt, .asc) of 'x y z nx ny nz' a "
+                                     "line");
         result().add_for_each_mesh(app);
         options_.add(app);
         set_example(app, "repair scan.ply -o repaired.ply");

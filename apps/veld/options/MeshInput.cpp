@@ -72,6 +72,12 @@ void MeshInput::add(CLI::App& app, std::string const& note)
     format_option_ = add_format(app, format_);
 }
 
+void MeshInput::add_with_clouds(CLI::App& app, std::string const& note)
+{
+    read_ = read_cloud;
+    add(app, note);
+}
+
 void MeshInput::add_clouds(CLI::App& app)
 {
     read_ = read_cloud;

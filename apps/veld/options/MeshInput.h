@@ -28,6 +28,9 @@ public:
     /// \param note what else the help text has to say
     void add(CLI::App& app, std::string const& note = "");
 
+    /// The same for a command that takes clouds of points too, also as text.
+    void add_with_clouds(CLI::App& app, std::string const& note);
+
     /// The same for a command that works on clouds of points, and on frames, which it loads itself.
     void add_clouds(CLI::App& app);
 

@@ -23,10 +23,14 @@ namespace
 /// Of the formats that hold points without faces and can be written.
 std::vector<std::string> const CLOUD_EXTENSIONS{".ply", ".obj", ".off", ".om"};
 
-bool is_cloud_file(fs::path const& path)
+/// Whether a result can have the extension of a path.
+bool can_be(ResultPlace::Kind kind, fs::path const& path)
 {
-    return std::find(CLOUD_EXTENSIONS.begin(), CLOUD_EXTENSIONS.end(), lower_extension(path)) !=
-           CLOUD_EXTENSIONS.end();
+    std::string const extension = lower_extension(path);
+    bool const holds_points = std::find(CLOUD_EXTENSIONS.begin(), CLOUD_EXTENSIONS.end(),
+                                        extension) != CLOUD_EXTENSIONS.end();
+    return kind != ResultPlace::Kind::PICTURE &&
+           (holds_points || (kind == ResultPlace::Kind::MESH && extension == ".stl"));
 }
 
 char const* description_of(ResultPlace::Kind kind)
@@ -76,8 +80,8 @@ fs::path ResultPlace::file_for(std::string const& mesh) const
         return path_;
     }
     fs::path file = given() / fs::path(mesh).filename();
-    bool const holds_it = kind_ == Kind::MESH || (kind_ == Kind::CLOUD && is_cloud_file(file));
-    return holds_it ? file : file.replace_extension(kind_ == Kind::CLOUD ? ".ply" : ".png");
+    return can_be(kind_, file) ? file
+                               : file.replace_extension(kind_ == Kind::PICTURE ? ".png" : ".ply");
 }
 
 std::string ResultPlace::name_for(std::string const& mesh) const
