@@ -182,13 +182,13 @@ void DelaunayFan::delaundy_mesh(std::vector<FanTriangle>& triangles)
 void DelaunayFan::find_visible()
 {
     is_hidden_.assign(border_.size(), 0);
-    for (int const member : border_)
+    for (auto const* members : {&border_, &inner_})
     {
-        hide_behind_edges_of(member);
-    }
-    for (int const member : inner_)
-    {
-        hide_behind_edges_of(member);
+        for (int const member : *members)
+        {
+            poll_.next(); // A far reach makes one fan of a whole mesh.
+            hide_behind_edges_of(member);
+        }
     }
 }
 

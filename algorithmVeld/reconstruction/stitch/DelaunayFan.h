@@ -5,6 +5,7 @@
 #include "algorithmVeld/common/mesh/AddFace.h"
 #include "algorithmVeld/common/mesh/EarGeometry.h"
 #include "algorithmVeld/common/mesh/MeshPatch.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -156,6 +157,7 @@ private:
     std::vector<int> ranks_; // Of members, -1 if they are not visible.
     std::vector<GapMark> marks_;
     std::vector<int> stack_; // Ranks.
+    CancelPoll poll_;
 };
 
 /// Adds the triangles of a fan to the mesh, in their order, as far as they agree with each other
