@@ -19,7 +19,7 @@ enum class WarningCode
     PATCH_UNFAIRED, ///< A filling that is too large to be made smooth.
     MESH_CUT_AWAY,  ///< More than half of a mesh that lay in the regions around its holes.
     MARKER_WITHOUT_HOLE, ///< Markers near which no hole lies.
-    UNITS_UNLIKELY,      ///< Lengths that look like metres.
+    UNITS_UNLIKELY,      ///< Lengths that look like those of another unit.
     STICK_EMPTY,         ///< A stick of which nothing was found.
     NOTHING_CLOSED,      ///< A repair that closed nothing.
     NORMALS_MISSING      ///< Points that have no normal, for no plane fits them.

@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <fstream>
 #include <omp.h>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -124,6 +126,26 @@ TEST(Context, WarningsTellTheirKindTheirFileAndASentence)
     EXPECT_EQ(warnings[0].about, path);
     EXPECT_THAT(warnings[0].text, HasSubstr("1 face left out"));
     EXPECT_EQ(file.faces_left_out, 1U);
+}
+
+TEST(Context, ASpacingThatIsFarFromThatOfTheFramesIsWarnedOf)
+{
+    std::vector<std::pair<double, bool>> const cases{
+        {0.0, false}, {0.25, false}, {4.0, false}, {0.24, true}, {4.1, true}};
+    for (auto const& [spacing, is_far] : cases)
+    {
+        std::vector<veld::Warning> warnings;
+        veld::Context context;
+        context.warn = [&](veld::Warning const& warning) { warnings.push_back(warning); };
+        veld::MergeSettings settings;
+        settings.spacing = spacing;
+        veld::merge(two_frames(), settings, context);
+        ASSERT_EQ(warnings.size(), is_far ? 1U : 0U) << spacing;
+        if (is_far)
+        {
+            EXPECT_EQ(warnings[0].code, veld::WarningCode::UNITS_UNLIKELY);
+        }
+    }
 }
 
 } // namespace

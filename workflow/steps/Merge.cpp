@@ -30,6 +30,8 @@ namespace
 /// Lengths in point spacings where the user gives none.
 constexpr double STITCH_RADIUS_SPACINGS = 1.0;
 constexpr double LONG_EDGE_SPACINGS = 5.0;
+/// A spacing that is so many times the measured one, or so small a part of it, is a slip.
+constexpr double UNLIKELY_FACTOR = 4.0;
 
 RangeData const* pointer_to(NamedFrame const& frame)
 {
@@ -82,6 +84,20 @@ MergeSettings complete(MergeSettings settings, std::vector<RangeData const*> con
         settings.long_edge = LONG_EDGE_SPACINGS * settings.spacing;
     }
     return settings;
+}
+
+void warn_of_spacing(double given, double measured, std::string const& source, StepScope& scope)
+{
+    if (measured > 0.0 &&
+        (given > UNLIKELY_FACTOR * measured || given < measured / UNLIKELY_FACTOR))
+    {
+        scope.warn(
+            WarningCode::UNITS_UNLIKELY, source,
+            fmt::format("neighbours are {:.3g} mm apart, and the spacing was given as "
+                        "{:.3g} mm: what follows it looks {}",
+                        measured, given,
+                        given > measured ? "much too far, and takes long" : "not far enough"));
+    }
 }
 
 /// Takes out the few vertices at which several fans of faces meet, with their faces.
@@ -215,6 +231,11 @@ MergeResult merge(FrameSet const& frames, MergeSettings const& settings, Context
     result.frames = list.size();
     result.settings = scope.stage("measure the spacing", 0.02,
                                   [&] { return complete(settings, list, frames.source); });
+    if (settings.spacing > 0.0)
+    {
+        warn_of_spacing(settings.spacing, FrameOverlap::measure_point_spacing(list), frames.source,
+                        scope);
+    }
     auto const start = std::chrono::steady_clock::now();
     for (auto const* frame : list)
     {
