@@ -197,6 +197,25 @@ TEST(FillReasons, FillsThatAreTooLargeToBeSmoothAreWarnedOf)
     }
 }
 
+TEST(FillReasons, AutoLeavesTheBorderOfASheetOpenForItsOtherSideIsNoHole)
+{
+    // Of more edges than `trim` looks at, and nothing else is there to be closed.
+    TriMesh const sheet = grid(5, 5);
+    auto settings = settings_of(FillMethod::AUTO);
+    settings.max_perimeter = 0.0;
+    auto const result = filled(sheet, settings);
+    EXPECT_EQ(result.new_faces, 0U);
+    EXPECT_THAT(reasons(result, 20),
+                testing::ElementsAre("normals disagree with the faces around"));
+    auto const beside = filled(grid_without(12, 12, square_of_cells(3, 3, 4)), settings);
+    EXPECT_EQ(beside.closed.size(), 1U);
+    EXPECT_THAT(reasons(beside, 48),
+                testing::ElementsAre("normals disagree with the faces around"));
+    settings.max_edges = 19;
+    EXPECT_THAT(reasons(filled(sheet, settings), 20),
+                testing::ElementsAre("more edges than allowed"));
+}
+
 TEST(FillReasons, WhatIsLeftBetweenNewFacesHasTheReasonOfItsHole)
 {
     TriMesh mesh = grid_with_hole(1);
@@ -217,7 +236,7 @@ TEST(FillReasons, WhatIsLeftBetweenNewFacesHasTheReasonOfItsHole)
     veld::ReasonFinder finder({});
     finder.add(mesh, {{rim, OrvaneAlgorithm::OpenReason::FACE_REFUSED}}, {},
                [&](OpenMesh::FaceHandle face) { return face.idx() >= first; });
-    EXPECT_EQ(finder.reason(inner, 2.0), "the mesh refuses a face");
+    EXPECT_EQ(finder.reason(mesh, inner, 2.0), "the mesh refuses a face");
 }
 
 TEST(FillReasons, OpenHolesHaveTheNumbersThatTheyHaveBehindAFile)

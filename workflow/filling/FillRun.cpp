@@ -124,8 +124,8 @@ void FillRun::report_open_holes()
     for (auto const& hole : holes_)
     {
         double const perimeter = hole_perimeter(result_.mesh, hole);
-        result_.open.push_back(
-            {result_.open.size(), hole.size(), perimeter, finder_.reason(hole, perimeter)});
+        result_.open.push_back({result_.open.size(), hole.size(), perimeter,
+                                finder_.reason(result_.mesh, hole, perimeter)});
     }
     result_.holes_after = result_.open.size();
 }

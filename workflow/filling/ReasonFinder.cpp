@@ -2,6 +2,8 @@
 
 #include "workflow/filling/FillValues.h"
 
+#include "algorithmVeld/common/mesh/RimTurn.h"
+
 namespace veld
 {
 
@@ -52,7 +54,7 @@ bool ReasonFinder::is_beyond_no_more(TriMesh const& mesh, OpenHole const& open,
     }
 }
 
-std::string ReasonFinder::reason(Hole const& hole, double perimeter) const
+std::string ReasonFinder::reason(TriMesh const& mesh, Hole const& hole, double perimeter) const
 {
     bool const is_short = is_short_enough(limits_, perimeter);
     for (auto const& edge : edges_of(hole))
@@ -71,8 +73,14 @@ std::string ReasonFinder::reason(Hole const& hole, double perimeter) const
     {
         return "no marker is near its centre";
     }
-    return has_few_enough_edges(limits_, hole.size()) ? "left between filled holes that touch"
-                                                      : to_string(OpenReason::TOO_MANY_EDGES);
+    if (!has_few_enough_edges(limits_, hole.size()))
+    {
+        return to_string(OpenReason::TOO_MANY_EDGES);
+    }
+    // No pass is run for such holes alone, so that none tells of them.
+    return OrvaneAlgorithm::detail::turns_back(mesh, hole, limits_.normal_angle)
+               ? to_string(OpenReason::NORMALS_DISAGREE)
+               : "left between filled holes that touch";
 }
 
 std::string ReasonFinder::Found::text(bool is_short) const

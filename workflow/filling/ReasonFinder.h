@@ -31,7 +31,9 @@ public:
              std::vector<OrvaneAlgorithm::OpenHole> const& open_holes, FillSettings const& settings,
              std::function<bool(OpenMesh::FaceHandle)> const& is_new);
 
-    std::string reason(Hole const& hole, double perimeter) const;
+    /// \param mesh after all passes
+    std::string reason(OrvaneAlgorithm::TriMesh const& mesh, Hole const& hole,
+                       double perimeter) const;
 
 private:
     struct Found
