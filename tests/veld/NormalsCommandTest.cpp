@@ -96,13 +96,35 @@ TEST(NormalsCommand, AMeshLosesItsFacesWithAWarning)
 TEST(NormalsCommand, PointsWithoutANormalAreToldWithTheirReason)
 {
     TempDir const dir;
-    write_file(dir.file("line.asc"), "0 0 0\n1 1 1\nnan 0 0\n2 2 2\n3 3 3\n");
-    Outcome const run = run_veld({"normals", dir.file("line.asc"), "-o", dir.file("out.ply")});
+    write_file(dir.file("scan.asc"), "0 0 0\n1 0 0\nnan 0 0\n0 1 0\n2e18 0 0\n");
+    Outcome const run = run_veld({"normals", dir.file("scan.asc"), "-o", dir.file("out.ply")});
     EXPECT_EQ(run.status, 0);
-    EXPECT_THAT(run.err, HasSubstr("line.asc: 1 vertex left out that are not finite\n"));
-    EXPECT_THAT(run.err, HasSubstr("line.asc: 4 points without a normal: 4 with all points around "
-                                   "on a line\n"));
-    expect_all_normals(read_back(dir.file("out.ply")), Vector3f(0, 0, 0));
+    EXPECT_THAT(run.err, HasSubstr("scan.asc: 1 vertex left out that are not finite\n"));
+    EXPECT_THAT(run.err, HasSubstr("scan.asc: 1 point without a normal: 1 with coordinates that "
+                                   "are not finite or beyond 1e18\n"));
+    TriMesh const cloud = read_back(dir.file("out.ply"));
+    ASSERT_EQ(cloud.n_vertices(), 4U);
+    EXPECT_EQ(cloud.normal(vh(1)), Vector3f(0, 0, 1));
+    EXPECT_EQ(cloud.normal(vh(3)), Vector3f(0, 0, 0));
+}
+
+TEST(NormalsCommand, ACloudInWhichNoPointGetsANormalIsAnErrorWithItsReason)
+{
+    TempDir const dir;
+    write_file(dir.file("line.asc"), "0 0 0\n1 1 1\n2 2 2\n3 3 3\n");
+    write_file(dir.file("one.asc"), "1 2 3\n");
+    for (auto const& [name, reason] :
+         {std::pair("line.asc", "4 with all points around on a line"),
+          std::pair("one.asc", "1 of fewer than three different points")})
+    {
+        Outcome const run = run_veld({"normals", dir.file(name), "-o", dir.file("out.ply")});
+        EXPECT_EQ(run.status, 2);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(run.error_lines(), 1) << run.err;
+        EXPECT_THAT(run.err,
+                    HasSubstr(std::string(name) + ": no point gets a normal: " + reason + "\n"));
+        EXPECT_FALSE(std::filesystem::exists(dir.file("out.ply")));
+    }
 }
 
 TEST(NormalsCommand, FramesBecomeOneCloudThatLooksAtTheirSensors)

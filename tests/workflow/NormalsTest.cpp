@@ -202,31 +202,38 @@ TEST(Normals, ThreePointsAreAPlaneAndFewerAreNone)
     for (Points const& points : {Points{{1, 2, 3}}, Points{{1, 2, 3}, {4, 5, 6}},
                                  Points{{1, 2, 3}, {4, 5, 6}, {1, 2, 3}, {4, 5, 6}}})
     {
-        std::vector<veld::Warning> warnings;
-        auto const result = estimate(points, {}, 0, &warnings);
-        EXPECT_EQ(result.few_points, points.size());
-        EXPECT_EQ(result.normals, 0U);
-        EXPECT_EQ(normals_of(result), Points(points.size(), Vector3f(0, 0, 0)));
-        ASSERT_EQ(warnings.size(), 1U);
-        EXPECT_EQ(warnings[0].code, veld::WarningCode::NORMALS_MISSING);
-        EXPECT_THAT(warnings[0].text, HasSubstr("of fewer than three different points"));
+        EXPECT_THROW(estimate(points), veld::OperationError);
+        EXPECT_EQ(reason_of([&] { estimate(points); }),
+                  "no point gets a normal: " + std::to_string(points.size()) +
+                      " of fewer than three different points");
     }
 }
 
 TEST(Normals, PointsOnALineHaveNone)
 {
-    Points points;
-    for (int i = 0; i < 50; ++i)
+    // More than are ever asked around a point, and far from all others.
+    Points line;
+    for (int i = 0; i < 200; ++i)
     {
-        points.emplace_back(Vector3f(100, 50, 10) +
-                            0.37F * static_cast<float>(i) * Vector3f(1, 2, 3));
+        line.emplace_back(Vector3f(1000, 50, 10) +
+                          0.37F * static_cast<float>(i) * Vector3f(1, 2, 3));
     }
+    EXPECT_THROW(estimate(line), veld::OperationError);
+    EXPECT_EQ(reason_of([&] { estimate(line); }),
+              "no point gets a normal: 200 with all points around on a line");
+    Points points = line;
+    Points const sheet = plane(5, Vector3d::UnitZ());
+    points.insert(points.end(), sheet.begin(), sheet.end());
     std::vector<veld::Warning> warnings;
     auto const result = estimate(points, {}, 0, &warnings);
-    EXPECT_EQ(result.on_a_line, 50U);
-    EXPECT_EQ(result.pieces, 0U);
+    EXPECT_EQ(result.on_a_line, 200U);
+    EXPECT_EQ(result.normals, 25U);
+    EXPECT_EQ(result.pieces, 1U);
+    EXPECT_EQ(result.cloud.normal(vh(7)), Vector3f(0, 0, 0));
     ASSERT_EQ(warnings.size(), 1U);
-    EXPECT_EQ(warnings[0].text, "50 points without a normal: 50 with all points around on a line");
+    EXPECT_EQ(warnings[0].code, veld::WarningCode::NORMALS_MISSING);
+    EXPECT_EQ(warnings[0].text,
+              "200 points without a normal: 200 with all points around on a line");
 }
 
 TEST(Normals, LinesOfAScannerThatAreFarApartMakeASurfaceAllTheSame)
@@ -412,6 +419,7 @@ TEST(Normals, PointsThatAreNotFiniteHaveNoneAndDisturbNobody)
     auto const result = estimate(points, {}, 0, &warnings);
     EXPECT_EQ(normals_of(result), expected);
     EXPECT_EQ(result.unplaced, 3U);
+    EXPECT_THROW(estimate({{NOT_A_NUMBER, 0, 0}}), veld::OperationError);
     ASSERT_EQ(warnings.size(), 1U);
     EXPECT_EQ(warnings[0].text,
               "3 points without a normal: 3 with coordinates that are not finite or beyond 1e18");

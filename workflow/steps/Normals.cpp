@@ -174,7 +174,8 @@ void set_normals(DistinctPoints const& distinct, PlaneFits const& fits,
     result.repeated = distinct.places.size() - result.unplaced - distinct.points.size();
 }
 
-void warn_of_missing(NormalsResult const& result, std::string const& about, StepScope& scope)
+/// Warns of points without a normal, and refuses a cloud that has no others.
+void report_missing(NormalsResult const& result, std::string const& about, StepScope& scope)
 {
     std::string text;
     auto const add = [&](std::size_t count, char const* why)
@@ -187,6 +188,10 @@ void warn_of_missing(NormalsResult const& result, std::string const& about, Step
     add(result.few_points, "of fewer than three different points");
     add(result.on_a_line, "with all points around on a line");
     add(result.unplaced, "with coordinates that are not finite or beyond 1e18");
+    if (result.normals == 0)
+    {
+        throw OperationError("no point gets a normal: " + text);
+    }
     if (!text.empty())
     {
         scope.warn(WarningCode::NORMALS_MISSING, about,
@@ -224,7 +229,7 @@ void estimate(Directions const& find_directions, std::string const& about, StepS
                 });
     result.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    warn_of_missing(result, about, scope);
+    report_missing(result, about, scope);
 }
 
 } // namespace

@@ -62,8 +62,8 @@ struct NormalsResult
 /// were are replaced. The same bytes for any number of threads; the order of the points does not
 /// matter either.
 ///
-/// Warns, once, of points without a normal. Throws `InputError` where there are no points, or a
-/// setting is none.
+/// Warns, once, of points without a normal; throws `OperationError` if there are no others. Throws
+/// `InputError` where there are no points, or a setting is none.
 /// \param cloud its points count and its faces do not, nor has the result any
 VELD_WORKFLOW_API NormalsResult estimate_normals(OrvaneAlgorithm::TriMesh const& cloud,
                                                  NormalsSettings const& settings, Context& context);
