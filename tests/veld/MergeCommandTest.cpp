@@ -175,9 +175,13 @@ TEST(MergeCommand, LongBorderEdgesStayIfTheyAreKept)
     }
     Frames const frames({frame});
     std::vector<std::string> options{"--json", "--method", "outlier", "--keep-layers"};
-    EXPECT_EQ(frames.merge(options).json()["faces"], 2 * 19 * 20 - LOST_CORNERS);
+    auto const cut = frames.merge(options).json();
+    EXPECT_EQ(cut["faces"], 2 * 19 * 20 - LOST_CORNERS);
+    EXPECT_TRUE(cut.contains("long_edge"));
     options.emplace_back("--keep-long-edges");
-    EXPECT_EQ(frames.merge(options).json()["faces"], 2 * 20 * 20 - LOST_CORNERS);
+    auto const kept = frames.merge(options).json();
+    EXPECT_EQ(kept["faces"], 2 * 20 * 20 - LOST_CORNERS);
+    EXPECT_FALSE(kept.contains("long_edge"));
 }
 
 TEST(MergeCommand, SmallPiecesGo)
@@ -274,6 +278,9 @@ TEST(MergeCommand, ErrorsNameWhatIsWrong)
                  "--outlier-factor: --method stitch does not use it: it keeps every loose point");
     expect_error(frames, frames.merge({"--keep-long-edges"}), 1,
                  "--keep-long-edges: --method stitch does not use it: it always cuts them");
+    expect_error(frames,
+                 frames.merge({"--method", "outlier", "--keep-long-edges", "--long-edge", "1"}), 1,
+                 "--long-edge excludes --keep-long-edges");
     expect_error(
         frames, frames.merge({"--frame-map", (fs::path(frames.folder()) / "frame-0.rge").string()}),
         1, "frame-0.rge");

@@ -136,17 +136,21 @@ Json to_json(CleanResult const& result)
 
 Json to_json(MergeResult const& result)
 {
-    return {{"frames", result.frames},
-            {"vertices", result.mesh.n_vertices()},
-            {"faces", result.mesh.n_faces()},
-            {"holes", result.holes},
-            {"method", to_string(result.settings.method)},
-            {"overlap_removed", result.removed},
-            {"outliers_removed", result.outliers},
-            {"spacing", result.settings.spacing},
-            {"stitch_radius", result.settings.stitch_radius},
-            {"long_edge", result.settings.long_edge},
-            {"seconds", result.seconds}};
+    Json json{{"frames", result.frames},
+              {"vertices", result.mesh.n_vertices()},
+              {"faces", result.mesh.n_faces()},
+              {"holes", result.holes},
+              {"method", to_string(result.settings.method)},
+              {"overlap_removed", result.removed},
+              {"outliers_removed", result.outliers},
+              {"spacing", result.settings.spacing},
+              {"stitch_radius", result.settings.stitch_radius},
+              {"seconds", result.seconds}};
+    if (result.settings.cut_long_edges)
+    {
+        json["long_edge"] = result.settings.long_edge;
+    }
+    return json;
 }
 
 Json to_json(RepairResult const& result)

@@ -74,7 +74,8 @@ void MergeOptions::add_outlier_options(CLI::App& app)
                          "(default: 5)"),
               {"outlier"}, "it keeps every loose point that a border can be stitched to");
     uses_.add(app.add_flag("--keep-long-edges", keep_long_edges_,
-                           "outlier: long border edges are not cut away"),
+                           "outlier: long border edges are not cut away")
+                  ->excludes("--long-edge"),
               {"outlier"}, "it always cuts them; --long-edge tells which are long");
 }
 
