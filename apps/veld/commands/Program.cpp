@@ -65,7 +65,8 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
                 "Draw a mesh, its holes in colour");
     add_command(
         program, entries, make_demo_command(), "demo",
-        "Scan an object made by code, merge its frames, clean the mesh, close its holes, draw it");
+        "Scan an object made by code, merge its frames, clean the mesh, close its holes, draw it, "
+        "and repair a torn copy");
     add_command(program, entries, make_completion_command(), "completion",
                 "Print the script with which a shell completes these commands");
     add_command(program, entries, make_man_command(), "man", "Print the page of the manual");
