@@ -21,7 +21,7 @@ enum class WarningCode
     MARKER_WITHOUT_HOLE, ///< Markers near which no hole lies.
     UNITS_UNLIKELY,      ///< Lengths that look like those of another unit.
     STICK_EMPTY,         ///< A stick of which nothing was found.
-    NOTHING_CLOSED,      ///< A repair that closed nothing.
+    NOTHING_CLOSED,      ///< A repair that closed nothing, or nothing there to be filled.
     NORMALS_MISSING      ///< Points that have no normal, for no plane fits them.
 };
 

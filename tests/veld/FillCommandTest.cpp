@@ -249,6 +249,24 @@ TEST_P(FillCommand, ClosedMeshIsWrittenAsItIs)
     EXPECT_TRUE(json["open"].empty());
 }
 
+TEST_P(FillCommand, MeshesWithoutFacesAreWrittenAsTheyAreWithAWarning)
+{
+    TriMesh const cloud = make_mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {});
+    for (TriMesh const& mesh : {cloud, TriMesh()})
+    {
+        MeshDir const dir(mesh);
+        Outcome const run = run_veld(
+            {"fill", dir.mesh(), "-o", dir.file("out.ply"), "--method", GetParam(), "--json"});
+        EXPECT_EQ(run.status, 0);
+        EXPECT_EQ(run.err, "warning: " + dir.mesh() + ": has no faces, so no holes\n");
+        EXPECT_EQ(run.json()["holes_before"], 0);
+        auto const info = run_veld({"info", dir.file("out.ply"), "--json"}).json();
+        EXPECT_EQ(info["vertices"], mesh.n_vertices());
+    }
+    MeshDir const closed(tetrahedron());
+    EXPECT_EQ(run_veld({"fill", closed.mesh(), "-o", closed.file("out.ply")}).err, "");
+}
+
 TEST_P(FillCommand, TextSaysWhatStaysOpen)
 {
     MeshDir const dir(sheet());

@@ -1,6 +1,7 @@
 #include "commands/MeshCommand.h"
 #include "options/CommonOptions.h"
 #include "options/FillOptions.h"
+#include "options/MeshInput.h"
 #include "shell/Texts.h"
 #include "workflow/files/MeshFiles.h"
 #include "workflow/steps/StepJson.h"
@@ -28,8 +29,13 @@ public:
 
     Json run_on(std::string const& mesh, Desk const& desk) override
     {
-        FillResult const filled =
-            fill(input().read(mesh, desk.context).mesh, options_.settings(), desk.context);
+        MeshFile const file = input().read(mesh, desk.context);
+        if (file.mesh.n_faces() == 0)
+        {
+            desk.context.warn(
+                {WarningCode::NOTHING_CLOSED, mesh_name(mesh), "has no faces, so no holes"});
+        }
+        FillResult const filled = fill(file.mesh, options_.settings(), desk.context);
         write_mesh(open_result(mesh, desk), filled.mesh, desk.context);
         desk.console.print(to_text(result().name_for(mesh), filled, desk.verbose));
         return to_json(filled);
