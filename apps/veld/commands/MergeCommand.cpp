@@ -22,7 +22,7 @@ public:
     {
         add_frame_source(app, source_);
         result_.add(app);
-        format_option_ = add_format(app, format_);
+        format_option_ = add_format(app, format_, "the mesh on standard output");
         options_.add(app);
         auto* const keep_layers =
             app.add_flag("--keep-layers", keep_layers_,

@@ -19,6 +19,8 @@ namespace veld::cli
 namespace
 {
 
+constexpr char const* BOTH_STREAMS = "the mesh on standard input and of the one on standard output";
+
 char const* const NAME_OF_STANDARD_INPUT = "standard input";
 
 /// A text that begins with a path, with another beginning.
@@ -54,11 +56,10 @@ MeshFile read_copy(Read const& read, fs::path const& copy, Context& context)
 
 } // namespace
 
-CLI::Option* add_format(CLI::App& app, std::string& format)
+CLI::Option* add_format(CLI::App& app, std::string& format, std::string const& of)
 {
     return add_choice(app, "--format", format, {"ply", "stl", "obj", "off", "om"},
-                      "Format of the mesh on standard input and of the one on standard output "
-                      "(default: ply)");
+                      "Format of " + of + " (default: ply)");
 }
 
 void MeshInput::add(CLI::App& app, std::string const& note)
@@ -69,7 +70,7 @@ void MeshInput::add(CLI::App& app, std::string const& note)
                        note)
         ->required()
         ->option_text("...");
-    format_option_ = add_format(app, format_);
+    format_option_ = add_format(app, format_, BOTH_STREAMS);
 }
 
 void MeshInput::add_with_clouds(CLI::App& app, std::string const& note)
@@ -84,10 +85,11 @@ void MeshInput::add_clouds(CLI::App& app)
     app.add_option("INPUT", meshes_,
                    "Clouds of points, one after the other: PLY, OBJ, OFF or OM, or text (.xyz, "
                    ".txt, .asc) of 'x y z', 'x y z intensity' or 'x y z nx ny nz' a line; - is "
-                   "standard input. Or frames, as for veld merge, whose points become one cloud")
+                   "standard input, in a mesh format. Or frames, as for veld merge, whose points "
+                   "become one cloud")
         ->required()
         ->option_text("...");
-    format_option_ = add_format(app, format_);
+    format_option_ = add_format(app, format_, BOTH_STREAMS);
 }
 
 void MeshInput::add_one(CLI::App& app)
@@ -97,7 +99,7 @@ void MeshInput::add_one(CLI::App& app)
         ->multi_option_policy(CLI::MultiOptionPolicy::Throw)
         ->required()
         ->option_text(" ");
-    format_option_ = add_format(app, format_);
+    format_option_ = add_format(app, format_, BOTH_STREAMS);
 }
 
 std::vector<fs::path> MeshInput::files() const

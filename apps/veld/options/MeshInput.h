@@ -19,7 +19,8 @@ namespace veld::cli
 constexpr char const* STANDARD_STREAM = "-";
 
 /// The option `--format` for what has no extension.
-CLI::Option* add_format(CLI::App& app, std::string& format);
+/// \param of which meshes
+CLI::Option* add_format(CLI::App& app, std::string& format, std::string const& of);
 
 /// The meshes that a command reads one after the other: files, or standard input.
 class MeshInput
