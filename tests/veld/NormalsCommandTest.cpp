@@ -99,7 +99,7 @@ TEST(NormalsCommand, PointsWithoutANormalAreToldWithTheirReason)
     write_file(dir.file("scan.asc"), "0 0 0\n1 0 0\nnan 0 0\n0 1 0\n2e18 0 0\n");
     Outcome const run = run_veld({"normals", dir.file("scan.asc"), "-o", dir.file("out.ply")});
     EXPECT_EQ(run.status, 0);
-    EXPECT_THAT(run.err, HasSubstr("scan.asc: 1 vertex left out that are not finite\n"));
+    EXPECT_THAT(run.err, HasSubstr("scan.asc: 1 vertex left out that is not finite\n"));
     EXPECT_THAT(run.err, HasSubstr("scan.asc: 1 point without a normal: 1 with coordinates that "
                                    "are not finite or beyond 1e18\n"));
     TriMesh const cloud = read_back(dir.file("out.ply"));

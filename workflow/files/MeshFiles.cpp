@@ -98,8 +98,9 @@ void warn_of_mending(StepScope& scope, std::string const& path, MeshFileContents
     Items items("; ");
     items.add(lost > 0, fmt::format("{} left out: {}", counted(lost, "face"), losses(contents)));
     items.add(contents.vertices_not_finite > 0,
-              fmt::format("{} left out that are not finite",
-                          counted(contents.vertices_not_finite, "vertex")));
+              fmt::format("{} left out that {} not finite",
+                          counted(contents.vertices_not_finite, "vertex"),
+                          contents.vertices_not_finite == 1 ? "is" : "are"));
     std::string const mended = mending(contents);
     items.add(!mended.empty(), mended);
     if (!items.text().empty())
