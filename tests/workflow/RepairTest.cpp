@@ -260,6 +260,26 @@ TEST_P(RepairStep, OpenSheetWithNothingNearItIsToldSo)
     EXPECT_THAT(listener.warnings[0].text, HasSubstr("nothing is closed: "));
 }
 
+TEST_P(RepairStep, FaceIsNotBackedByASecondOne)
+{
+    std::vector<Vector3f> points;
+    std::vector<Triangle> triangles;
+    for (int i = 0; i < 10; ++i)
+    {
+        auto const x = 100.0F * static_cast<float>(i);
+        points.insert(points.end(), {{x, 0, 0}, {x + 1, 0, 0}, {x, 1, 0}});
+        triangles.push_back({3 * i, 3 * i + 1, 3 * i + 2});
+    }
+    TriMesh const mesh = make_mesh(points, triangles);
+    Listener listener;
+    RepairResult const result = veld::repair(mesh, by(GetParam()), listener.context);
+    EXPECT_EQ(corners_of(result.mesh), corners_of(mesh));
+    EXPECT_EQ(result.new_faces, 0U);
+    EXPECT_EQ(result.after.holes, 10U);
+    ASSERT_EQ(listener.warnings.size(), 1U);
+    EXPECT_THAT(listener.warnings[0].text, HasSubstr("would lie back to back"));
+}
+
 TEST_P(RepairStep, ProgressGrowsToAllAndACancelLeavesNothingBehind)
 {
     TriMesh const mesh = torn(sphere(4), 2, 0.1);
@@ -413,6 +433,22 @@ TEST(RepairOfPoints, SphereGetsItsSurfaceFromNormalsAlone)
     {
         EXPECT_EQ(result.mesh.point(vertex), cloud.point(vertex));
         EXPECT_EQ(result.mesh.normal(vertex), cloud.normal(vertex));
+    }
+}
+
+TEST(RepairOfPoints, ThreePointsGiveOneFaceOnTheSideOfTheirNormals)
+{
+    for (float const side : {1.0F, -1.0F})
+    {
+        TriMesh cloud;
+        cloud.request_vertex_normals();
+        for (Vector3f const& point : {Vector3f(0, 0, 0), Vector3f(1, 0, 0), Vector3f(0, 1, 0)})
+        {
+            cloud.set_normal(cloud.add_vertex(point), Vector3f(0, 0, side));
+        }
+        RepairResult const result = repaired(cloud);
+        ASSERT_EQ(result.mesh.n_faces(), 1U);
+        EXPECT_EQ(normal_of(result.mesh, corners_of(result.mesh)[0]), Vector3f(0, 0, side));
     }
 }
 

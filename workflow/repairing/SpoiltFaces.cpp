@@ -38,6 +38,8 @@ public:
 
 private:
     bool is_new(FaceHandle face) const { return mesh_.property(is_old_, face) == 0; }
+    FaceHandle back_of(FaceHandle face) const;
+    bool agrees_with_normals(FaceHandle face) const;
     bool is_turned(FaceHandle face, double min_cosine) const;
     std::vector<Fan> fans_around(VertexHandle vertex) const;
     void keep_one_fan(VertexHandle vertex, Pinches which);
@@ -59,7 +61,35 @@ Vector3d normal_of(TriMesh const& mesh, FaceHandle face)
     return (b - a).cross(c - a).stableNormalized();
 }
 
-/// Two faces with the same corners hold nothing between them.
+/// The other face with the same corners.
+FaceHandle FaceDropper::back_of(FaceHandle face) const
+{
+    auto const h = mesh_.halfedge_handle(face);
+    auto const across = [&](HalfedgeHandle side)
+    { return mesh_.face_handle(mesh_.opposite_halfedge_handle(side)); };
+    FaceHandle const back = across(h);
+    return across(mesh_.next_halfedge_handle(h)) == back &&
+                   across(mesh_.prev_halfedge_handle(h)) == back
+               ? back
+               : FaceHandle();
+}
+
+/// Whether the normals of a face's corners are on its side rather than on the other.
+bool FaceDropper::agrees_with_normals(FaceHandle face) const
+{
+    Vector3d sum = Vector3d::Zero();
+    if (mesh_.has_vertex_normals())
+    {
+        for (auto const corner : mesh_.fv_range(face))
+        {
+            sum += mesh_.normal(corner).cast<double>();
+        }
+    }
+    return normal_of(mesh_, face).dot(sum) >= 0.0;
+}
+
+/// Two faces with the same corners hold nothing between them. An old one stays; of two new ones
+/// that with the normals, or the first.
 void FaceDropper::drop_back_to_back()
 {
     for (auto const face : mesh_.faces())
@@ -68,15 +98,10 @@ void FaceDropper::drop_back_to_back()
         {
             continue;
         }
-        auto const h = mesh_.halfedge_handle(face);
-        auto const across = [&](HalfedgeHandle side)
-        { return mesh_.face_handle(mesh_.opposite_halfedge_handle(side)); };
-        FaceHandle const back = across(h);
-        if (back.is_valid() && is_new(back) && across(mesh_.next_halfedge_handle(h)) == back &&
-            across(mesh_.prev_halfedge_handle(h)) == back)
+        FaceHandle const back = back_of(face);
+        if (back.is_valid())
         {
-            drop(face);
-            drop(back);
+            drop(is_new(back) && agrees_with_normals(face) ? back : face);
         }
     }
 }
