@@ -22,7 +22,9 @@ enum class WarningCode
     UNITS_UNLIKELY,      ///< Lengths that look like those of another unit.
     STICK_EMPTY,         ///< A stick of which nothing was found.
     NOTHING_CLOSED,      ///< A repair that closed nothing, or nothing there to be filled.
-    NORMALS_MISSING      ///< Points that have no normal, for no plane fits them.
+    NORMALS_MISSING,     ///< Points that have no normal, for no plane fits them.
+    POINTS_REPEATED,     ///< Points in the place of another one, which get no face.
+    POINTS_LEFT          ///< A cloud of which much has no face behind a repair.
 };
 
 /// Something that a person should know of a result that is there all the same.

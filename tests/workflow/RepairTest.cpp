@@ -250,6 +250,16 @@ TEST_P(RepairStep, ClosedMeshIsLeftAsItIsWithoutAWarning)
     EXPECT_THAT(listener.warnings, testing::IsEmpty());
 }
 
+TEST_P(RepairStep, LoosePointsBesideAClosedMeshAreNoFailure)
+{
+    TriMesh mesh = sphere(2);
+    mesh.add_vertex(Vector3f(0, 0, 1.1F));
+    Listener listener;
+    RepairResult const result = veld::repair(mesh, by(GetParam()), listener.context);
+    EXPECT_EQ(result.after.isolated_vertices, 1U);
+    EXPECT_THAT(listener.warnings, testing::IsEmpty());
+}
+
 TEST_P(RepairStep, OpenSheetWithNothingNearItIsToldSo)
 {
     Listener listener;
@@ -354,6 +364,17 @@ TEST(RepairByBall, GapIsClosedUpToTwiceTheRadiusAndNotBeyond)
     settings.ear_perimeter = 0.0;
     EXPECT_EQ(repaired(sheets_apart(3.5F), settings).after.components, 1U);
     EXPECT_EQ(repaired(sheets_apart(4.5F), settings).after.components, 2U);
+}
+
+TEST(RepairByBall, BorderFarFromAllOthersIsToldTheReach)
+{
+    RepairSettings settings;
+    settings.radii = {1.0};
+    settings.ear_perimeter = 0.0;
+    Listener listener;
+    veld::repair(sheets_apart(4.5F), settings, listener.context);
+    ASSERT_EQ(listener.warnings.size(), 1U);
+    EXPECT_EQ(listener.warnings[0].text, "nothing is closed: there is no other border within 2 mm");
 }
 
 TEST(RepairByBall, LoosePointsInTheGapAreTiedIn)
@@ -466,6 +487,90 @@ TEST(RepairOfPoints, PiecesFarFromEachOtherGetOneSurfaceEach)
     EXPECT_EQ(result.after.holes, 0U);
 }
 
+TEST(RepairOfPoints, PlaceThatIsThereTwiceGetsOneVertexOfTheSurface)
+{
+    TriMesh const once = cloud_of(sphere(4));
+    TriMesh twice;
+    twice.request_vertex_normals();
+    for (auto const vertex : once.vertices())
+    {
+        // The first of each two has no normal.
+        twice.set_normal(twice.add_vertex(once.point(vertex)), Vector3f::Zero());
+        twice.set_normal(twice.add_vertex(once.point(vertex)), once.normal(vertex));
+    }
+    Listener listener;
+    RepairResult const result = veld::repair(twice, {}, listener.context);
+    RepairResult const expected = repaired(once);
+    EXPECT_DOUBLE_EQ(result.settings.spacing, expected.settings.spacing);
+    auto triangles = corners_of(expected.mesh);
+    for (auto& t : triangles)
+    {
+        t = {2 * t[0] + 1, 2 * t[1] + 1, 2 * t[2] + 1};
+    }
+    EXPECT_EQ(corners_of(result.mesh), triangles);
+    EXPECT_EQ(result.after.holes, 0U);
+    EXPECT_EQ(points_of_mesh(result.mesh), points_of_mesh(twice));
+    for (auto const vertex : twice.vertices())
+    {
+        EXPECT_EQ(result.mesh.normal(vertex), twice.normal(vertex));
+    }
+    ASSERT_EQ(listener.warnings.size(), 1U);
+    EXPECT_EQ(listener.warnings[0].code, veld::WarningCode::POINTS_REPEATED);
+    EXPECT_EQ(listener.warnings[0].text, std::to_string(once.n_vertices()) +
+                                             " points lie where another one does, and get no face");
+}
+
+TEST(RepairOfPoints, ManyPointsWithoutAFaceAreAWarning)
+{
+    TriMesh const sheet = cloud_of(grid(9, 9));
+    // Each point farther from the others than the largest ball reaches.
+    auto const with_specks = [&](int specks)
+    {
+        TriMesh cloud = sheet;
+        for (int i = 0; i < specks; ++i)
+        {
+            auto const x = 100.0F * static_cast<float>(i + 1);
+            cloud.set_normal(cloud.add_vertex(Vector3f(x, 0, 0)), Vector3f(0, 0, 1));
+        }
+        return cloud;
+    };
+    Listener few;
+    veld::repair(with_specks(11), {}, few.context);
+    EXPECT_THAT(few.warnings, testing::IsEmpty());
+    Listener many;
+    veld::repair(with_specks(12), {}, many.context);
+    ASSERT_EQ(many.warnings.size(), 1U);
+    EXPECT_EQ(many.warnings[0].code, veld::WarningCode::POINTS_LEFT);
+    EXPECT_THAT(many.warnings[0].text, HasSubstr("12 of 112 points have no face"));
+}
+
+TEST(RepairOfPoints, LengthOfTheNormalsDoesNotMatter)
+{
+    TriMesh cloud = cloud_of(sphere(3));
+    auto const expected = corners_of(repaired(cloud).mesh);
+    for (float const length : {1e-30F, 1e-6F, 1e30F})
+    {
+        TriMesh other = cloud;
+        for (auto const vertex : cloud.vertices())
+        {
+            other.set_normal(vertex, cloud.normal(vertex) * length);
+        }
+        EXPECT_EQ(corners_of(repaired(other).mesh).size(), expected.size()) << length;
+    }
+}
+
+TEST(RepairOfPoints, PassesCountTheTrianglesFromWhichTheBallStarts)
+{
+    RepairResult const result = repaired(cloud_of(sphere(3)));
+    EXPECT_EQ(result.dropped_faces, 0U);
+    std::size_t sum = 0;
+    for (auto const& pass : result.passes)
+    {
+        sum += pass.new_faces;
+    }
+    EXPECT_EQ(sum, result.new_faces);
+}
+
 TEST(RepairOfPoints, PointsWithoutNormalsAreAnErrorThatTellsWhatToDo)
 {
     TriMesh const surface = sphere(2);
@@ -504,7 +609,7 @@ TEST(RepairOfPoints, NoFaceIsAnErrorWithTheTrueReason)
     settings.radii = {1e-3};
     EXPECT_EQ(setting_of([&] { repaired(cloud, settings); }), "radius");
     EXPECT_THAT(reason_of([&] { repaired(cloud, settings); }),
-                HasSubstr("the points give no face"));
+                HasSubstr("the points give no face: there are no three points within 0.002 mm"));
     TriMesh turned = cloud;
     std::mt19937 random(1);
     for (auto const vertex : turned.vertices())
@@ -546,7 +651,11 @@ TEST(RepairInput, WrongNumbersAreRefusedByName)
 
 TEST(RepairInput, TooFewVerticesAndPointsInOnePlaceAreErrors)
 {
-    EXPECT_THAT(reason_of([] { repaired(TriMesh()); }), HasSubstr("0 vertices are too few"));
+    EXPECT_THAT(reason_of([] { repaired(TriMesh()); }),
+                HasSubstr("a face takes three vertices, and there are 0"));
+    TriMesh single;
+    single.add_vertex(Vector3f::Zero());
+    EXPECT_THAT(reason_of([&] { repaired(single); }), HasSubstr("and there is 1"));
     TriMesh cloud;
     cloud.request_vertex_normals();
     for (int i = 0; i < 9; ++i)

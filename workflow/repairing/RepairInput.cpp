@@ -3,7 +3,6 @@
 #include "workflow/Error.h"
 #include "workflow/repairing/RepairValues.h"
 #include "workflow/repairing/Spacing.h"
-#include "workflow/words.h"
 
 #include <fmt/format.h>
 
@@ -74,8 +73,8 @@ void check_repair(TriMesh const& mesh, RepairSettings const& settings)
     check_numbers(settings);
     if (mesh.n_vertices() < 3)
     {
-        throw InputError(
-            fmt::format("{} are too few for a face", counted(mesh.n_vertices(), "vertex")));
+        throw InputError(fmt::format("a face takes three vertices, and there {} {}",
+                                     mesh.n_vertices() == 1 ? "is" : "are", mesh.n_vertices()));
     }
     if (is_cloud_of(mesh))
     {

@@ -3,6 +3,7 @@
 #include "workflow/files/KeptAttributes.h"
 #include "workflow/repairing/BallSeeds.h"
 #include "workflow/repairing/BallSeries.h"
+#include "workflow/repairing/CloudPlaces.h"
 #include "workflow/repairing/EarPass.h"
 #include "workflow/repairing/ProjectionPass.h"
 #include "workflow/repairing/RepairValues.h"
@@ -15,12 +16,14 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <utility>
 #include <vector>
 
 namespace veld
 {
 
 using OpenMesh::FaceHandle;
+using OpenMesh::VertexHandle;
 using OrvaneAlgorithm::TriMesh;
 
 namespace
@@ -103,11 +106,13 @@ void RepairRun::roll_over_points()
 {
     OrvaneAlgorithm::detail::ProgressPart const part(0.0, 1.0 / ROUNDS);
     BallSeeds seeds(mesh_, settings_.radii.front() * unit_, least_cosine(settings_));
-    bool goes_on = seeds.add_first(mesh_);
+    double const first = settings_.radii.front();
+    bool goes_on = false;
+    note_pass(first, [&] { goes_on = seeds.add_first(mesh_); });
     for (int i = 0; goes_on && i < MOST_SEED_ROUNDS; ++i)
     {
         run_passes();
-        goes_on = seeds.add_elsewhere(mesh_) > 0;
+        note_pass(first, [&] { goes_on = seeds.add_elsewhere(mesh_) > 0; });
     }
     drop_spoilt();
 }
@@ -202,15 +207,54 @@ void RepairRun::finish()
     complete_carried(given_, mesh_, made_by);
 }
 
-} // namespace
-
-RepairResult run_repair(TriMesh const& mesh, RepairSettings const& settings)
+RepairResult run_on(TriMesh const& mesh, RepairSettings const& settings)
 {
     RepairResult result;
     result.mesh = mesh;
     result.settings = settings;
     RepairRun(mesh, result).run();
     return result;
+}
+
+/// Two points in one place would tear the surface there, for the ball reaches one of them.
+RepairResult repair_places(TriMesh const& cloud, std::vector<VertexHandle> const& places,
+                           RepairSettings const& settings)
+{
+    TriMesh of_places;
+    of_places.request_vertex_normals();
+    for (auto const vertex : places)
+    {
+        of_places.set_normal(of_places.add_vertex(cloud.point(vertex)), cloud.normal(vertex));
+    }
+    RepairResult result = run_on(of_places, settings);
+    TriMesh const connected = std::exchange(result.mesh, cloud);
+    std::vector<VertexHandle> corners;
+    for (auto const face : connected.faces())
+    {
+        corners.clear();
+        for (auto const corner : connected.fv_range(face))
+        {
+            corners.push_back(places[static_cast<std::size_t>(corner.idx())]);
+        }
+        result.mesh.add_face(corners);
+    }
+    complete_carried(cloud, result.mesh, std::vector<int>(result.mesh.n_faces(), 1));
+    return result;
+}
+
+} // namespace
+
+RepairResult run_repair(TriMesh const& mesh, RepairSettings const& settings)
+{
+    if (is_cloud_of(mesh))
+    {
+        auto const places = one_of_each_place(mesh);
+        if (places.size() < mesh.n_vertices())
+        {
+            return repair_places(mesh, places, settings);
+        }
+    }
+    return run_on(mesh, settings);
 }
 
 } // namespace veld

@@ -18,7 +18,7 @@ bool is_cloud_of(TriMesh const& mesh)
 
 bool has_direction(Vector3f const& normal)
 {
-    return normal.allFinite() && !normal.isZero();
+    return normal.allFinite() && (normal.array() != 0.0F).any();
 }
 
 double least_cosine(RepairSettings const& settings)

@@ -13,7 +13,7 @@ namespace veld
 /// Whether a mesh is points alone.
 bool is_cloud_of(OrvaneAlgorithm::TriMesh const& mesh);
 
-/// Whether a normal tells a side.
+/// Whether a normal tells a side, however short it is.
 bool has_direction(OrvaneAlgorithm::Vector3f const& normal);
 
 /// Of the largest angle between a face and the normals of its corners.

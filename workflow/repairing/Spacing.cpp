@@ -1,5 +1,6 @@
 #include "workflow/repairing/Spacing.h"
 
+#include "workflow/repairing/CloudPlaces.h"
 #include "workflow/repairing/RepairValues.h"
 
 #include "algorithmVeld/common/KdTree3f.h"
@@ -46,22 +47,27 @@ double measure_edges(TriMesh const& mesh)
     return median(border.empty() ? all : border);
 }
 
-/// Median over some points of the mean distance to the nearest others. On a surface that is about
+/// Median over some places of the mean distance to the nearest others. On a surface that is about
 /// the length of the edges that it gets.
 double measure_points(TriMesh const& mesh)
 {
     constexpr std::size_t SAMPLES = 2000;
     constexpr int NEIGHBOURHOOD = 7; // one of them is the point itself
     constexpr float ANYWHERE = 1e18F;
+    std::vector<OrvaneAlgorithm::Vector3f> points;
+    for (auto const vertex : one_of_each_place(mesh))
+    {
+        points.push_back(mesh.point(vertex));
+    }
     OrvaneAlgorithm::KdTree3f tree;
-    tree.build_kdtree({mesh.points(), mesh.points() + mesh.n_vertices()});
-    std::size_t const step = std::max<std::size_t>(1, mesh.n_vertices() / SAMPLES);
+    tree.build_kdtree(points);
+    std::size_t const step = std::max<std::size_t>(1, points.size() / SAMPLES);
     std::vector<double> means;
     std::vector<int> hits;
     std::vector<float> square_distances;
-    for (std::size_t i = 0; i < mesh.n_vertices(); i += step)
+    for (std::size_t i = 0; i < points.size(); i += step)
     {
-        tree.radius_search(mesh.points()[i], ANYWHERE, hits, square_distances, NEIGHBOURHOOD);
+        tree.radius_search(points[i], ANYWHERE, hits, square_distances, NEIGHBOURHOOD);
         double sum = 0.0;
         for (float const square : square_distances)
         {

@@ -38,7 +38,7 @@ struct RepairSettings
     /// bring no vertices: mostly corners that no empty ball fits. 0: none. Nothing: 25 spacings.
     std::optional<double> ear_perimeter;
     /// Whether of several fans of faces at a vertex only one stays, those of new faces alone going
-    /// first, and no faces back to back.
+    /// first, and new faces do not lie at the back of others.
     bool manifold = true;
 
     // ball
