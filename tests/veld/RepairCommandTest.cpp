@@ -1,8 +1,12 @@
 #include "run_veld.h"
 
 #include "algorithmVeld/common/mesh_io.h"
+#include "tests/support/mesh_arrays.h"
+#include "tests/support/meshes.h"
 
 #include <gmock/gmock.h>
+
+#include <random>
 
 namespace
 {
@@ -22,6 +26,32 @@ TriMesh torn_sheet()
         gap.emplace_back(6, i);
     }
     return grid_without(13, 6, gap);
+}
+
+/// A rough sphere that lacks a third of its faces.
+TriMesh torn_at_random(unsigned seed)
+{
+    TriMesh whole = sphere(4);
+    std::mt19937 random(seed);
+    for (auto const vertex : whole.vertices())
+    {
+        Vector3f shift;
+        for (int axis = 0; axis < 3; ++axis)
+        {
+            shift[axis] = (static_cast<float>(random() % 1000) / 1000.0F - 0.5F) * 0.07F;
+        }
+        whole.set_point(vertex, whole.point(vertex) + shift);
+    }
+    std::vector<Vector3f> const points(whole.points(), whole.points() + whole.n_vertices());
+    std::vector<Triangle> triangles;
+    for (auto const& t : corners_of(whole))
+    {
+        if (random() % 100 >= 35)
+        {
+            triangles.push_back(t);
+        }
+    }
+    return make_mesh(points, triangles);
 }
 
 /// A cloud as lines of text, with normals or without.
@@ -224,16 +254,36 @@ TEST_F(RepairCommand, WrongNumbersAreRefused)
 
 TEST_F(RepairCommand, RefusedFacesGetADirectoryOfTheirOwn)
 {
-    std::string const folder = dir_.file("new/refused");
-    Outcome const outcome = run(ply_text(torn_sheet()), {"--json", "--refused-faces", folder});
-    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    std::string const folder = dir_.file("refused");
+    std::size_t refused = 0;
+    for (unsigned seed = 0; seed < 60 && refused == 0; ++seed)
+    {
+        EXPECT_FALSE(fs::exists(folder)) << "made for nothing";
+        Outcome const outcome =
+            run(ply_text(torn_at_random(seed)), {"--json", "--refused-faces", folder + "/"});
+        ASSERT_EQ(outcome.status, 0) << outcome.err;
+        refused = outcome.json()["refused_faces"].get<std::size_t>();
+    }
+    ASSERT_GT(refused, 0U) << "none of the meshes refused a face";
     // Two files each, with the face and without it; faces of one corner may share a name.
-    EXPECT_LE(files_in(folder).size(), 2 * outcome.json()["refused_faces"].get<std::size_t>());
+    EXPECT_THAT(files_in(folder), testing::Each(testing::EndsWith(".obj")));
+    EXPECT_FALSE(files_in(folder).empty());
+    EXPECT_LE(files_in(folder).size(), 2 * refused);
     write_file(dir_.file("other.ply"), ply_text(torn_sheet()));
     Outcome const two = run_veld({"repair", dir_.file("mesh.ply"), dir_.file("other.ply"), "-o",
                                   dir_.file("both/"), "--refused-faces", folder});
     EXPECT_EQ(two.status, 1);
     EXPECT_THAT(two.err, HasSubstr("--refused-faces: is for one mesh"));
+}
+
+TEST_F(RepairCommand, DirectoryOfRefusedFacesThatCannotBeMadeIsRefusedBeforeTheWork)
+{
+    expect_error(run(ply_text(torn_sheet()), {"--refused-faces", dir_.file("no/refused")}), 1,
+                 "no/refused");
+    EXPECT_FALSE(fs::exists(dir_.file("no")));
+    write_file(dir_.file("file"), "");
+    expect_error(run(ply_text(torn_sheet()), {"--refused-faces", dir_.file("file")}), 1,
+                 "file: cannot be made a directory");
 }
 
 TEST_F(RepairCommand, StandardStreamsAndSeveralMeshesWork)

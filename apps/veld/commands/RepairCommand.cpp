@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -41,6 +42,17 @@ public:
         }
     }
 
+    /// A directory for refused faces that is not there is tried like a file.
+    std::vector<fs::path> outputs() const override
+    {
+        auto files = MeshCommand::outputs();
+        if (!refused_faces().empty() && !fs::exists(refused_faces()))
+        {
+            files.push_back(refused_faces());
+        }
+        return files;
+    }
+
     Json run_on(std::string const& mesh, Desk const& desk) override
     {
         RepairSettings settings = options_.settings();
@@ -55,26 +67,38 @@ public:
     }
 
 private:
+    /// The directory, without a slash behind it.
+    fs::path refused_faces() const
+    {
+        fs::path const given = options_.refused_faces();
+        return given.has_filename() ? given : given.parent_path();
+    }
+
     /// The files of refused faces get their places with the others of the command.
     StagingDirectory const* stage_refused_faces(Desk const& desk, RepairSettings& settings) const
     {
-        fs::path const directory = options_.refused_faces();
+        fs::path const directory = refused_faces();
         if (directory.empty())
         {
             return nullptr;
         }
-        desk.outputs.make_directory(directory);
-        StagingDirectory const& staging = desk.outputs.make_staging(directory);
+        if (fs::exists(directory))
+        {
+            desk.outputs.make_directory(directory); // refuses a file
+        }
+        StagingDirectory const& staging =
+            desk.outputs.make_staging(fs::exists(directory) ? directory : directory.parent_path());
         settings.refused_faces = staging.path();
         return &staging;
     }
 
     void add_refused_faces(StagingDirectory const* staging, Desk const& desk) const
     {
-        if (staging == nullptr)
+        if (staging == nullptr || fs::is_empty(staging->path()))
         {
             return;
         }
+        desk.outputs.make_directory(refused_faces());
         std::vector<fs::path> names;
         for (auto const& entry : fs::directory_iterator(staging->path()))
         {
@@ -83,7 +107,7 @@ private:
         std::sort(names.begin(), names.end());
         for (auto const& name : names)
         {
-            desk.outputs.add_staged(fs::path(options_.refused_faces()) / name, *staging);
+            desk.outputs.add_staged(refused_faces() / name, *staging);
         }
     }
 
