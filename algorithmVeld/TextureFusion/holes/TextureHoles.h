@@ -1,0 +1,42 @@
+#pragma once
+
+#include "algorithmVeld/TextureFusion/records/TexProperties.h"
+#include "algorithmVeld/TextureFusion/solve/RectangleSolve.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace OrvaneAlgorithm::detail
+{
+
+/// What decides about the repair of texture holes.
+struct TextureHoleSettings
+{
+    float hole_area_ratio = 1.0F;  ///< largest rectangle, in multiples of one photograph's pixels
+    int hole_vertex_limit = 10000; ///< up to so many vertices a hole may be of any size
+    int patch_margin = 3;          ///< pixels around a hole that its rectangle holds too
+    RectangleSolver solver = RectangleSolver::SIMPLICIAL;
+};
+
+/// The faces without a view, in sets that are connected through vertices.
+using TextureHoleFaces = std::vector<std::vector<OpenMesh::FaceHandle>>;
+
+/// Finds the texture holes and numbers them in the order of their first faces: `face_hole_id`.
+TextureHoleFaces find_texture_holes(TriMesh& mesh, TexProperties const& properties);
+
+/// The rectangles and images of the holes, one for each; empty where a hole was not repaired.
+struct RepairedHoles
+{
+    std::vector<PatchTex> hole_patches;
+    std::vector<Image<3, unsigned char>> hole_textures;
+};
+
+/// Paints texture holes: each is looked at along the world's z axis, and the colours of the
+/// textured vertices around it are continued over it. Sets `vert_hole_uv` and `vert_color` of the
+/// holes' vertices. Colours around a hole are those from before the first repair.
+RepairedHoles repair_texture_holes(TriMesh& mesh, TexProperties const& properties,
+                                   std::vector<TexImage> const& images,
+                                   TextureHoleFaces const& holes,
+                                   TextureHoleSettings const& settings);
+
+} // namespace OrvaneAlgorithm::detail

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "algorithmVeld/common/Image.h"
+
+namespace OrvaneAlgorithm::detail
+{
+
+/// Which solver takes the system of a rectangle.
+enum class RectangleSolver
+{
+    SIMPLICIAL, ///< one unknown for each pixel that is not known; the default
+    PARDISO     ///< one for each pixel and channel
+};
+
+enum class RectangleFailure
+{
+    NONE,
+    DECOMPOSITION,
+    SOLUTION,
+    PARDISO
+};
+
+/// Fills the unknown pixels of a field so that each is the mean of its neighbours in the rectangle
+/// (Laplace's equation, with no flow across the rectangle's edge). All three channels are solved
+/// with one factorisation.
+/// \param field its values where `mask` is not 0 are prescribed and stay; the others are replaced
+/// \param mask of the size of `field`
+RectangleFailure solve_rectangle(Image<3, float>& field, Image<1, unsigned char> const& mask,
+                                 RectangleSolver solver);
+
+} // namespace OrvaneAlgorithm::detail
