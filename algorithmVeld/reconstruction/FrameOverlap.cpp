@@ -1,6 +1,7 @@
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
 
 #include "algorithmVeld/common/arrays/GridMap.h"
+#include "algorithmVeld/common/arrays/Median.h"
 #include "algorithmVeld/common/arrays/checked.h"
 #include "algorithmVeld/common/geometry/angles.h"
 #include "algorithmVeld/common/geometry/unit_vector.h"
@@ -75,18 +76,6 @@ void for_each_frame(std::vector<RangeData const*> const& ranges, Work const& wor
                                 [&](std::ptrdiff_t f) { work(static_cast<std::size_t>(f)); });
 }
 
-/// The value in the middle; 0 of an empty list.
-double median(std::vector<double> values)
-{
-    if (values.empty())
-    {
-        return 0.0;
-    }
-    auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 /// Distances from evenly spread points of a frame to their neighbours to the right and below.
 std::vector<double> grid_distances(RangeData const& frame)
 {
@@ -125,7 +114,7 @@ std::vector<double> grid_distances(RangeData const& frame)
 double frame_spacing(RangeData const& frame)
 {
     auto distances = grid_distances(frame);
-    double const jump = 3.0 * median(distances);
+    double const jump = 3.0 * detail::median(distances);
     distances.erase(
         std::remove_if(distances.begin(), distances.end(), [jump](double d) { return d > jump; }),
         distances.end());
@@ -279,7 +268,7 @@ double FrameOverlap::measure_point_spacing(std::vector<RangeData const*> const& 
     spacings.erase(
         std::remove_if(spacings.begin(), spacings.end(), [](double s) { return !(s > 0.0); }),
         spacings.end());
-    return median(std::move(spacings));
+    return detail::median(std::move(spacings));
 }
 
 } // namespace OrvaneAlgorithm

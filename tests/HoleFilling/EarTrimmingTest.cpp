@@ -30,11 +30,6 @@ EarTrimming without_limits()
 
 /// The cell in the middle of a flat grid is missing; its corners are 5 6 10 9. The border of the
 /// grid has 12 edges, so that a limit of 4 edges leaves it alone.
-TriMesh square_hole()
-{
-    return grid_with_hole(1);
-}
-
 EarTrimming small_holes_only()
 {
     EarTrimming trimming = without_limits();
@@ -65,7 +60,7 @@ TEST(EarTrimming, DefaultsHaveAllThreeLimitsOn)
 {
     // 20 edges at most, closing edges up to 0.6, normals within 150 degrees.
     TriMesh many = open_cone(21);
-    TriMesh wide = square_hole();
+    TriMesh wide = grid_with_hole(1);
     TriMesh border = grid(1, 1);
     EarTrimming trimming;
     trimming.ear_trimming(many);
@@ -108,7 +103,7 @@ TEST(EarTrimming, SquareHoleIsCutAtItsFirstCornerOfEqualOnes)
 {
     // The loop begins at its lowest halfedge, 5 -> 6. All corners measure a right angle, so 5 goes
     // first; 6 leads the three that are left.
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     auto const before = mesh.n_faces();
     auto trimming = small_holes_only();
     EXPECT_EQ(trimming.ear_trimming(mesh), RET_SUCCESS);
@@ -118,7 +113,7 @@ TEST(EarTrimming, SquareHoleIsCutAtItsFirstCornerOfEqualOnes)
 TEST(EarTrimming, SmallestAngleGoesFirst)
 {
     // Corner 10 of the square is pulled outwards: its angle becomes the smallest.
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     mesh.set_point(vh(10), Vector3f(2.5F, 2.5F, 0));
     auto const before = mesh.n_faces();
     auto trimming = small_holes_only();
@@ -183,7 +178,7 @@ TEST(EarTrimming, ReflexCornersAreCutToo)
 
 TEST(EarTrimming, ClosingEdgeMayBeAsLongAsTheLimitInFloat)
 {
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     auto trimming = small_holes_only();
     trimming.set_edge_length_constraint(true);
     // The closing edge is the float next to the root of 2; the limit is compared as float too.
@@ -286,7 +281,7 @@ TEST(EarTrimming, StrangeCornerTakesTheValuesOfTheOneBeforeIt)
 {
     // 10 coincides with 6. The corner 6 cannot be measured and passes for a copy of 5; 10 neither.
     // Corner 9 measures 45 degrees and is the narrowest, its ear is 10 9 5.
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     mesh.set_point(vh(10), mesh.point(vh(6)));
     auto const before = mesh.n_faces();
     LogCapture const log;
@@ -300,7 +295,7 @@ TEST(EarTrimming, StrangeFirstCornerCountsAsZero)
 {
     // 6 coincides with 5, the first corner: with nothing measured before it, it enters as narrow as
     // can be and is cut first.
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     mesh.set_point(vh(6), mesh.point(vh(5)));
     auto const before = mesh.n_faces();
     auto trimming = small_holes_only();
@@ -326,7 +321,7 @@ TEST(EarTrimming, NeighbourThatCannotBeMeasuredAnewStopsTheHole)
 TEST(EarTrimming, CornerThatIsNoNumberWaitsUntilTheOthersAreCut)
 {
     // 5 and its neighbours have no angle; 10 has, and the last three corners are not tested.
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     mesh.point(vh(5)).x() = std::numeric_limits<float>::quiet_NaN();
     auto const before = mesh.n_faces();
     auto trimming = small_holes_only();
@@ -336,7 +331,7 @@ TEST(EarTrimming, CornerThatIsNoNumberWaitsUntilTheOthersAreCut)
 
 TEST(EarTrimming, HoleWithoutAnyAngleStaysOpen)
 {
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     mesh.point(vh(5)).x() = std::numeric_limits<float>::quiet_NaN();
     mesh.point(vh(10)).x() = std::numeric_limits<float>::quiet_NaN();
     auto const before = mesh.n_faces();
@@ -349,7 +344,7 @@ TEST(EarTrimming, HoleWithoutAnyAngleStaysOpen)
 TEST(EarTrimming, LimitOfThePerimeterLeavesLongLoopsAlone)
 {
     // The hole is 4 long, the border 12; a loop has to be shorter than the limit.
-    TriMesh const before = square_hole();
+    TriMesh const before = grid_with_hole(1);
     for (auto const& [limit, open] : std::vector<std::pair<double, std::size_t>>{
              {4.0, 2}, {4.001, 1}, {12.0, 1}, {12.001, 0}, {0.0, 0}})
     {
@@ -451,7 +446,7 @@ TEST(EarTrimming, DeletedElementsAreNoHoles)
 
 TEST(EarTrimming, HiddenHalfedgesAreFilledLikeOthers)
 {
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     mesh.request_halfedge_status();
     for (auto const h : mesh.halfedges())
     {
@@ -510,7 +505,7 @@ TEST(EarTrimming, LogTellsTheSizesOfTheHoles)
 
 TEST(EarTrimming, MessagesNameTheirPlaceInTheSource)
 {
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     mesh.set_point(vh(6), mesh.point(vh(5)));
     LogCapture const log;
     auto trimming = small_holes_only();
@@ -524,7 +519,7 @@ TEST(EarTrimming, MessagesNameTheirPlaceInTheSource)
 TEST(EarTrimming, FaceBesideWithCoincidingCornersHasAMessageWithoutAPlace)
 {
     // The face beside 9 -> 5 is (4, 5, 9).
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     mesh.set_point(vh(4), mesh.point(vh(5)));
     LogCapture const log;
     auto trimming = small_holes_only();
@@ -549,7 +544,7 @@ TEST(EarTrimming, CornerWhoseEdgesCannotBeReachedIsAStrangeOne)
 {
     // 9 has lost its way to its edges, so that none from 9 to 5 is found. The hole is passed all
     // the same, for it is walked along its halfedges.
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     mesh.set_halfedge_handle(vh(9), OpenMesh::HalfedgeHandle());
     LogCapture const log;
     auto trimming = small_holes_only();
@@ -561,7 +556,7 @@ TEST(EarTrimming, CornerWhoseEdgesCannotBeReachedIsAStrangeOne)
 
 TEST(EarTrimming, NothingIsPrintedWhileLoggingIsOff)
 {
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     mesh.set_point(vh(6), mesh.point(vh(5)));
     LogCapture const log(false);
     EarTrimming trimming;
@@ -572,7 +567,7 @@ TEST(EarTrimming, NothingIsPrintedWhileLoggingIsOff)
 TEST(EarTrimming, ItsTwoStepsStandAtTheTop)
 {
     // Also where the caller is in a step of its own.
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     StepsHeard const steps;
     EarTrimming trimming;
     gLH.startSpecStepTimer("caller", "");
@@ -586,7 +581,7 @@ TEST(EarTrimming, ItsTwoStepsStandAtTheTop)
 
 TEST(EarTrimming, MeshKeepsNoPropertyOfTheRun)
 {
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     auto const before = live_halfedge_properties(mesh);
     EarTrimming trimming;
     trimming.ear_trimming(mesh);
@@ -600,7 +595,7 @@ TEST(EarTrimming, CopyTakesTheSettingsAlong)
     EarTrimming const copy(trimming);
     EarTrimming assigned;
     assigned = copy;
-    TriMesh mesh = square_hole();
+    TriMesh mesh = grid_with_hole(1);
     assigned.ear_trimming(mesh);
     ASSERT_EQ(assigned.open_holes().size(), 1U);
     EXPECT_EQ(assigned.open_holes()[0].reason, OpenReason::PERIMETER_TOO_LONG);

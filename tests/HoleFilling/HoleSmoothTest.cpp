@@ -109,7 +109,7 @@ TriMesh bumpy_sphere()
 }
 
 /// An open surface with a hole, and a vertex that no face uses.
-TriMesh bumpy_grid()
+TriMesh bumpy_plane()
 {
     TriMesh mesh = veld_test::grid_with_hole(2);
     for (auto const v : mesh.vertices())
@@ -171,7 +171,7 @@ protected:
 
 TEST_P(EverySetting, IsWhatDenseMatricesGive)
 {
-    for (TriMesh const& mesh : {bumpy_sphere(), bumpy_grid(), veld_test::open_cone(5)})
+    for (TriMesh const& mesh : {bumpy_sphere(), bumpy_plane(), veld_test::open_cone(5)})
     {
         for (float const tolerance : {-1.0F, 0.02F})
         {
@@ -715,7 +715,7 @@ TEST(HoleSmooth, ACopyOutlivesItsSource)
 
 TEST(HoleSmooth, GivesBackOnlyToAMeshOfTheSameNumbers)
 {
-    TriMesh const mesh = bumpy_grid();
+    TriMesh const mesh = bumpy_plane();
     auto smoother = smoother_of(mesh, all_of(mesh));
     smoother.initialize(HoleSmooth::Tangential, HoleSmooth::C1);
     smoother.smooth(1);

@@ -69,7 +69,7 @@ struct MarkedMesh
     }
 };
 
-Patch handles(std::vector<int> const& indices)
+Patch patch_of(std::vector<int> const& indices)
 {
     Patch patch;
     for (int const i : indices)
@@ -91,7 +91,7 @@ TEST(PatchGrowth, GathersANewVertexWithTheRegionAroundIt)
     grid.mark_region(region);
     auto const patches = grid.patches();
     ASSERT_EQ(patches.size(), 1U);
-    EXPECT_THAT(patches[0], UnorderedElementsAreArray(handles({16, 17, 23, 24, 25, 31, 32})));
+    EXPECT_THAT(patches[0], UnorderedElementsAreArray(patch_of({16, 17, 23, 24, 25, 31, 32})));
     EXPECT_EQ(patches[0][0], vh(16)); // it starts from the first index
 }
 
@@ -103,7 +103,7 @@ TEST(PatchGrowth, MembersFollowTheOneFromWhichTheyAreReached)
     grid.mark_region({23, 24, 25});
     auto const patches = grid.patches();
     ASSERT_EQ(patches.size(), 1U);
-    EXPECT_EQ(patches[0], handles({22, 23, 24, 25}));
+    EXPECT_EQ(patches[0], patch_of({22, 23, 24, 25}));
 }
 
 TEST(PatchGrowth, NotesThePatchOfAVertexAndItsPlaceAndNothingOfOthers)
@@ -112,7 +112,7 @@ TEST(PatchGrowth, NotesThePatchOfAVertexAndItsPlaceAndNothingOfOthers)
     grid.mark_region({8, 9}); // no patch
     grid.mark_new({22, 40});
     grid.mark_region({23, 24});
-    ASSERT_EQ(grid.patches(), (std::vector<Patch>{handles({22, 23, 24}), handles({40})}));
+    ASSERT_EQ(grid.patches(), (std::vector<Patch>{patch_of({22, 23, 24}), patch_of({40})}));
     auto const noted = [&](int v)
     {
         return std::pair(grid.mesh.property(grid.vert_patch, vh(v)),
@@ -131,7 +131,7 @@ TEST(PatchGrowth, KeepsSetsApartThatNoEdgeJoins)
     MarkedMesh grid(veld_test::grid(6, 6));
     grid.mark_new({9, 11, 38});
     auto const patches = grid.patches();
-    EXPECT_EQ(patches, (std::vector<Patch>{handles({9}), handles({11}), handles({38})}));
+    EXPECT_EQ(patches, (std::vector<Patch>{patch_of({9}), patch_of({11}), patch_of({38})}));
 }
 
 TEST(PatchGrowth, LeavesARegionWithoutANewVertexAlone)
@@ -139,7 +139,7 @@ TEST(PatchGrowth, LeavesARegionWithoutANewVertexAlone)
     MarkedMesh grid(veld_test::grid(6, 6));
     grid.mark_region({8, 9, 10});
     grid.mark_new({40});
-    EXPECT_EQ(grid.patches(), std::vector<Patch>{handles({40})});
+    EXPECT_EQ(grid.patches(), std::vector<Patch>{patch_of({40})});
 }
 
 TEST(PatchGrowth, LeavesASetWithoutFixedSurroundingsAlone)

@@ -4,6 +4,7 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
+#include "tests/support/print_capture.h"
 #include "tests/support/sanitizers.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/threads.h"
@@ -128,19 +129,6 @@ void through_file(TriMesh& mesh, char const* name)
     MeshReadReport report;
     ASSERT_TRUE(read_mesh(folder.file(name), mesh, report)) << report.error;
 }
-
-/// Keeps what is printed past the log from standard output.
-class PrintsNothing
-{
-public:
-    PrintsNothing()
-    {
-        gLH.set_print_sink([](std::string const&) {});
-    }
-    ~PrintsNothing() { gLH.set_print_sink({}); }
-    PrintsNothing(PrintsNothing const&) = delete;
-    PrintsNothing& operator=(PrintsNothing const&) = delete;
-};
 
 void break_links(TriMesh& mesh)
 {
@@ -313,7 +301,7 @@ std::vector<MeshOperation> const& operations()
          [](TriMesh& mesh)
          {
              LogCapture const log(false);
-             PrintsNothing const quiet;
+             PrintCapture const print;
              TopologyRepair repair;
              repair.set_search_radius(2.0F);
              repair.repair_mesh(mesh);

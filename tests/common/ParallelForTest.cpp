@@ -1,4 +1,5 @@
 #include "algorithmVeld/common/running/ParallelFor.h"
+#include "tests/support/threads.h"
 
 #include <gtest/gtest.h>
 
@@ -11,19 +12,6 @@ using namespace OrvaneAlgorithm::detail;
 
 namespace
 {
-
-/// Runs the test body with several thread counts.
-template <typename Body>
-void for_thread_counts(Body const& body)
-{
-    int const before = omp_get_max_threads();
-    for (int const threads : {1, 2, 8})
-    {
-        omp_set_num_threads(threads);
-        body();
-    }
-    omp_set_num_threads(before);
-}
 
 template <typename Loop>
 std::string message_of(Loop const& loop)
@@ -43,7 +31,7 @@ std::string message_of(Loop const& loop)
 
 TEST(ParallelFor, RunsEveryIterationOnce)
 {
-    for_thread_counts(
+    veld_test::for_thread_counts(
         []
         {
             std::vector<int> even(1000, 0);
@@ -57,7 +45,7 @@ TEST(ParallelFor, RunsEveryIterationOnce)
 
 TEST(ParallelFor, ShortOnesRunOnceToo)
 {
-    for_thread_counts(
+    veld_test::for_thread_counts(
         []
         {
             for (std::size_t const n : {1U, 4095U, 4096U, 4097U, 20000U})
@@ -87,7 +75,7 @@ TEST(ParallelFor, ThrowsTheExceptionOfTheFirstIterationThatFails)
             throw std::out_of_range(std::to_string(i));
         }
     };
-    for_thread_counts(
+    veld_test::for_thread_counts(
         [&]
         {
             EXPECT_EQ(message_of([&] { parallel_for_even(500, fail_from_37); }), "37");
@@ -97,7 +85,7 @@ TEST(ParallelFor, ThrowsTheExceptionOfTheFirstIterationThatFails)
 
 TEST(ParallelFor, IterationsBeforeTheFailedOneHaveRun)
 {
-    for_thread_counts(
+    veld_test::for_thread_counts(
         []
         {
             std::vector<int> done(200, 0);

@@ -2,6 +2,7 @@
 #include "algorithmVeld/common/running/OrderedWork.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 #include "algorithmVeld/common/running/Progress.h"
+#include "tests/support/threads.h"
 
 #include <gtest/gtest.h>
 
@@ -18,19 +19,6 @@ using namespace OrvaneAlgorithm::detail;
 
 namespace
 {
-
-template <typename Body>
-void for_thread_counts(Body const& body)
-{
-    int const before = omp_get_max_threads();
-    for (int const threads : {1, 2, 8})
-    {
-        SCOPED_TRACE(threads);
-        omp_set_num_threads(threads);
-        body();
-    }
-    omp_set_num_threads(before);
-}
 
 /// Keeps the fractions that it is told.
 struct Fractions
@@ -134,7 +122,7 @@ TEST(RunScope, ATokenThatIsCancelledBeforeLetsNothingBegin)
 
 TEST(RunScope, CancelEndsLoopsForAnyNumberOfThreads)
 {
-    for_thread_counts(
+    veld_test::for_thread_counts(
         []
         {
             // A few strides of each thread.
@@ -163,7 +151,7 @@ TEST(RunScope, CancelEndsShortLoopsOfLongIterations)
 
 TEST(RunScope, CancelComesFromAnotherThread)
 {
-    for_thread_counts(
+    veld_test::for_thread_counts(
         []
         {
             CancelToken const token;
@@ -242,7 +230,7 @@ TEST(RunScope, ScopesOfTwoThreadsDoNotDisturbEachOther)
 
 TEST(RunScope, WorkersBelongToTheRunAndAreLeftAsTheyWere)
 {
-    for_thread_counts(
+    veld_test::for_thread_counts(
         []
         {
             {
@@ -262,7 +250,7 @@ TEST(RunScope, WorkersBelongToTheRunAndAreLeftAsTheyWere)
 
 TEST(RunScope, LoopsInLoopsEndToo)
 {
-    for_thread_counts(
+    veld_test::for_thread_counts(
         []
         {
             CancelToken const token;
@@ -321,7 +309,7 @@ TEST(RunScope, AnInnerScopeTellsItsOwnSinkOnly)
 
 TEST(RunScope, ProgressOnlyGrowsAndEndsAtOne)
 {
-    for_thread_counts(
+    veld_test::for_thread_counts(
         []
         {
             for (std::ptrdiff_t const n : {1, 2, 7, 1000, 300000})
@@ -369,7 +357,7 @@ TEST(RunScope, OnlyTheOutermostLoopTells)
 
 TEST(RunScope, OrderedWorkTellsAndEnds)
 {
-    for_thread_counts(
+    veld_test::for_thread_counts(
         []
         {
             auto const places = row_of_places(500);
@@ -523,7 +511,7 @@ TEST(CancelPoll, EndsNowAndThen)
 
 TEST(RunScope, TheSinkMayCancel)
 {
-    for_thread_counts(
+    veld_test::for_thread_counts(
         []
         {
             CancelToken const token;
@@ -544,7 +532,7 @@ TEST(RunScope, TheSinkMayCancel)
 
 TEST(RunScope, WhatTheSinkThrowsReachesTheCaller)
 {
-    for_thread_counts(
+    veld_test::for_thread_counts(
         []
         {
             RunScope const scope(CancelToken{},

@@ -6,6 +6,7 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
+#include "tests/support/print_capture.h"
 #include "tests/support/special_floats.h"
 #include "tests/support/steps.h"
 #include "tests/support/temp_dir.h"
@@ -27,38 +28,6 @@ using namespace veld_test;
 namespace
 {
 
-/// What is printed past the log in a scope.
-class Printed
-{
-public:
-    Printed()
-    {
-        gLH.set_print_sink([this](std::string const& text) { text_ += text; });
-    }
-    ~Printed()
-    {
-        gLH.set_print_sink({});
-        gLH.clear_steps(); // A series that ends early leaves one running.
-    }
-    Printed(Printed const&) = delete;
-    Printed& operator=(Printed const&) = delete;
-
-    std::string const& text() const { return text_; }
-
-    int count(std::string const& piece) const
-    {
-        int n = 0;
-        for (auto at = text_.find(piece); at != std::string::npos; at = text_.find(piece, at + 1))
-        {
-            ++n;
-        }
-        return n;
-    }
-
-private:
-    std::string text_;
-};
-
 /// Keeps quiet, and runs one pass.
 struct Pass
 {
@@ -69,7 +38,7 @@ struct Pass
     Pass(BallPivoting& ball, TriMesh& mesh, float radius, int level = 0)
     {
         LogCapture const log;
-        Printed const printed;
+        PrintCapture const printed;
         result = ball.repair_mesh(mesh, radius, added, boundary, level);
     }
 };
@@ -77,7 +46,7 @@ struct Pass
 bool repair(BallPivoting& ball, TriMesh& mesh, std::vector<float> const& radii)
 {
     LogCapture const log;
-    Printed const printed;
+    PrintCapture const printed;
     return ball.repair_mesh(mesh, radii);
 }
 
@@ -464,7 +433,7 @@ TEST(BallPivoting, SettingsHaveTheirDefaultsAndAreCopied)
 TEST(BallPivoting, NarrowPathsArePrintedAndWideOnesRead)
 {
     BallPivoting ball;
-    Printed const printed;
+    PrintCapture const printed;
     EXPECT_TRUE(ball.load_data(std::vector<std::string>{"scans/left.rge"}));
     EXPECT_EQ(printed.text(), "       dir = scans\n  filename = left\n   extname = .rge\n\n");
     EXPECT_TRUE(ball.load_data(std::vector<std::wstring>{L"missing.rge"}));
@@ -713,7 +682,7 @@ TEST(BallPivoting, AnEdgeWithoutFacesIsAnErrorOfTheData)
     TriMesh mesh = edge_and_points({NEAR_POINT});
     add_lone_edge(mesh, {50, 0, 0}, {51, 0, 0});
     LogCapture const log;
-    Printed const printed;
+    PrintCapture const printed;
     EXPECT_TRUE(ball.repair_mesh(mesh, {1.0F}));
     EXPECT_EQ(printed.count("Data Error - opposite halfedge.\n"), 2) << "one for each side";
     EXPECT_EQ(log.count("  [Data Error - opposite halfedge.  ]:  2\n"), 1);
@@ -730,7 +699,7 @@ TEST(BallPivoting, ADeletedEdgeCountsAsOneWithoutFaces)
     mesh.request_vertex_status();
     mesh.delete_face(OpenMesh::FaceHandle(0), false);
     LogCapture const log;
-    Printed const printed;
+    PrintCapture const printed;
     EXPECT_TRUE(ball.repair_mesh(mesh, {1.0F}));
     EXPECT_EQ(log.count("  [Data Error - opposite halfedge.  ]:  6\n"), 1);
 }
@@ -741,7 +710,7 @@ TEST(BallPivoting, AFaceThatNoEnlargedBallFitsIsAnErrorOfTheData)
     BallPivoting ball;
     TriMesh mesh = lone_triangle();
     LogCapture const log;
-    Printed const printed;
+    PrintCapture const printed;
     EXPECT_TRUE(ball.repair_mesh(mesh, {0.0220F, 0.0222F}));
     EXPECT_EQ(printed.count("Data Error - find origial sphere.\n"), 3);
     EXPECT_EQ(log.count("  [Data Error - find origial sphere.]:  3\n"), 1);
@@ -757,7 +726,7 @@ TEST(BallPivoting, ARefusedFaceIsShownAndTheMeshStaysAsItIs)
     TriMesh mesh = hexagon_with_a_tag();
     auto const before = fingerprint(mesh);
     LogCapture const log;
-    Printed const printed;
+    PrintCapture const printed;
     EXPECT_TRUE(ball.repair_mesh(mesh, {0.6F}));
     EXPECT_EQ(fingerprint(mesh), before);
 
@@ -818,7 +787,7 @@ TEST(BallPivoting, APatchThatCannotBeWrittenIsToldAndTheRepairGoesOn)
     ball.set_debug_save_path(folder.file("missing"));
     TriMesh mesh = hexagon_with_a_tag();
     LogCapture const log;
-    Printed const printed;
+    PrintCapture const printed;
     EXPECT_TRUE(ball.repair_mesh(mesh, {0.6F}));
     EXPECT_EQ(printed.count("fail to write '"), 4);
 }
@@ -830,7 +799,7 @@ TEST(BallPivoting, WhatIsInTheWayOfARefusedFaceIsDeletedAndTheBallRunsAgain)
     ball.set_enable_delete_isolated_faces(true);
     TriMesh mesh = hexagon_with_a_tag();
     LogCapture const log;
-    Printed const printed;
+    PrintCapture const printed;
     EXPECT_TRUE(ball.repair_mesh(mesh, {0.6F}));
 
     ASSERT_EQ(mesh.n_faces(), 6U);
@@ -860,7 +829,7 @@ TEST(BallPivoting, ErrorsOfBothPassesOfARadiusAreCountedTogether)
     TriMesh mesh = hexagon_with_a_tag();
     add_lone_edge(mesh, {50, 0, 0}, {51, 0, 0});
     LogCapture const log;
-    Printed const printed;
+    PrintCapture const printed;
     EXPECT_TRUE(ball.repair_mesh(mesh, {0.6F, 0.6F}));
     EXPECT_EQ(log.count("  [Data Error - opposite halfedge.  ]:  2\n"), 1) << "of the first pass";
     EXPECT_EQ(log.count("  [Data Error - opposite halfedge.  ]:  4\n"), 2) << "of each radius";
@@ -873,7 +842,7 @@ TEST(BallPivoting, OneReportWhereNoFaceWasRefused)
     ball.set_enable_delete_isolated_faces(true);
     TriMesh mesh = notched_hexagon();
     LogCapture const log;
-    Printed const printed;
+    PrintCapture const printed;
     EXPECT_TRUE(ball.repair_mesh(mesh, {0.6F}));
     EXPECT_EQ(mesh.n_faces(), 6U);
     EXPECT_EQ(log.count("  fail to add [0] faces.\n"), 1);
@@ -884,7 +853,7 @@ TEST(BallPivoting, FewerThanThreeVerticesAreNoMesh)
 {
     BallPivoting ball;
     TriMesh mesh = make_mesh({{0, 0, 0}, {1, 0, 0}}, {});
-    Printed const printed;
+    PrintCapture const printed;
     EXPECT_FALSE(ball.repair_mesh(mesh, {}));
     EXPECT_EQ(printed.text(), "Error: Invalid TriMesh.\n");
 }
@@ -894,7 +863,7 @@ TEST(BallPivoting, PointsWithoutFacesAreReportedAndStay)
     BallPivoting ball;
     TriMesh mesh = make_mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {});
     LogCapture const log;
-    Printed const printed;
+    PrintCapture const printed;
     EXPECT_TRUE(ball.repair_mesh(mesh, {}));
     EXPECT_EQ(mesh.n_faces(), 0U);
     std::string const report = "\n--------------------------------\n"
@@ -917,7 +886,7 @@ TEST(BallPivoting, TheHostsRadiiAreUsedAsTheyAre)
     TriMesh mesh = lone_triangle();
     set_normals(mesh, Vector3f::UnitZ());
     LogCapture const log;
-    Printed const printed;
+    PrintCapture const printed;
     EXPECT_TRUE(ball.repair_mesh(mesh, {0.75F, 0.25F}));
     EXPECT_EQ(log.count("radius of ball"), 0);
     EXPECT_EQ(log.count("ball of radius ["), 2);
@@ -937,7 +906,7 @@ TEST(BallPivoting, TheSeriesEndsWithThePassThatFindsTheMeshClosed)
     mesh.delete_face(OpenMesh::FaceHandle(0), false);
     mesh.garbage_collection(true, true, true);
     LogCapture const log;
-    Printed const printed;
+    PrintCapture const printed;
     EXPECT_TRUE(ball.repair_mesh(mesh, {0.6F, 0.7F, 0.8F}));
     EXPECT_EQ(mesh.n_faces(), n_faces);
     EXPECT_EQ(log.count("ball of radius [0.600000] add [1] triangles.\n"), 1);
@@ -951,7 +920,7 @@ TEST(BallPivoting, StepsAreTimedUnderTheirParents)
     BallPivoting ball;
     TriMesh mesh = edge_and_points({NEAR_POINT});
     LogCapture const log;
-    Printed const printed;
+    PrintCapture const printed;
     StepsHeard const heard;
     EXPECT_TRUE(ball.repair_mesh(mesh, {1.0F}));
     std::vector<std::string> const expected{"+Repair-Mesh/Ball-Pivoting",
@@ -973,7 +942,7 @@ TEST(BallPivoting, ASeriesThatEndsBeforeItsSecondPassLeavesTheStepRunning)
     ball.set_enable_delete_isolated_faces(true);
     TriMesh mesh = tetrahedron();
     LogCapture const log;
-    Printed const printed;
+    PrintCapture const printed;
     StepsHeard const heard;
     EXPECT_TRUE(ball.repair_mesh(mesh, {1.0F, 2.0F}));
     EXPECT_EQ(printed.count("isolated vertices: 0\n"), 1);

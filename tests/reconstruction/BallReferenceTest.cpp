@@ -2,6 +2,7 @@
 #include "tests/reconstruction/random_gaps.h"
 #include "tests/reconstruction/reference_ball.h"
 #include "tests/reconstruction/reference_projection.h"
+#include "tests/support/count_of.h"
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
 #include "tests/support/special_floats.h"
@@ -38,23 +39,24 @@ void expect_near(Vector3f const& value, Vector3f const& expected)
     EXPECT_NEAR((value - expected).norm(), 0.0F, 1e-5F) << value.transpose();
 }
 
-int count(std::string const& text, std::string const& piece)
+TriMesh triangle_and(Vector3f const& loose_point)
 {
-    int n = 0;
-    for (auto at = text.find(piece); at != std::string::npos; at = text.find(piece, at + 1))
-    {
-        ++n;
-    }
-    return n;
+    TriMesh mesh = lone_triangle();
+    mesh.add_vertex(loose_point);
+    set_normals(mesh, UPWARDS);
+    return mesh;
 }
 
 /// A triangle, and a loose point with which it makes a unit square.
 TriMesh half_square()
 {
-    TriMesh mesh = lone_triangle();
-    mesh.add_vertex({1, 1, 0});
-    set_normals(mesh, UPWARDS);
-    return mesh;
+    return triangle_and({1, 1, 0});
+}
+
+/// The number of faces that one ball adds.
+int added_by(float radius, TriMesh& mesh)
+{
+    return BallRepair().pass(mesh, radius, 0).added_faces;
 }
 
 /// All but one of `petals` triangles around the origin, and below them, between the first and the
@@ -256,7 +258,7 @@ TEST(BallReference, StartBallIsDoubledFiveTimes)
     BallRepair too_small;
     EXPECT_EQ(too_small.pass(mesh, 0.7070F / 32.0F, 0).added_faces, 0);
     EXPECT_EQ(too_small.original_sphere_errors(), 3);
-    EXPECT_EQ(count(too_small.printed(), "Data Error - find origial sphere.\n"), 3);
+    EXPECT_EQ(count_of(too_small.printed(), "Data Error - find origial sphere.\n"), 3);
     BallRepair large_enough;
     large_enough.pass(mesh, 0.7072F / 32.0F, 0);
     EXPECT_EQ(large_enough.original_sphere_errors(), 0);
@@ -265,7 +267,7 @@ TEST(BallReference, StartBallIsDoubledFiveTimes)
 TEST(BallReference, LoosePointIsTiedIn)
 {
     TriMesh mesh = half_square();
-    EXPECT_EQ(BallRepair().pass(mesh, 0.75F, 0).added_faces, 1);
+    EXPECT_EQ(added_by(0.75F, mesh), 1);
     ASSERT_EQ(mesh.n_faces(), 2U);
     EXPECT_EQ(corner_set(mesh, 1), (std::set<int>{1, 2, 3}));
     EXPECT_GT(mesh.calc_face_normal(OpenMesh::FaceHandle(1)).z(), 0.9F);
@@ -273,16 +275,14 @@ TEST(BallReference, LoosePointIsTiedIn)
 
 TEST(BallReference, PointInLineWithAnEdgeIsNot)
 {
-    TriMesh mesh = lone_triangle();
-    mesh.add_vertex({1.5F, 0, 0});
-    set_normals(mesh, UPWARDS);
-    EXPECT_EQ(BallRepair().pass(mesh, 0.8F, 0).added_faces, 0);
+    TriMesh mesh = triangle_and({1.5F, 0, 0});
+    EXPECT_EQ(added_by(0.8F, mesh), 0);
 }
 
 TEST(BallReference, LoneTriangleWithoutNormalsIsClosedFromBehind)
 {
     TriMesh mesh = lone_triangle();
-    EXPECT_EQ(BallRepair().pass(mesh, 0.75F, 0).added_faces, 1);
+    EXPECT_EQ(added_by(0.75F, mesh), 1);
     EXPECT_EQ(corner_set(mesh, 1), (std::set<int>{0, 1, 2}));
     EXPECT_EQ(mesh.n_edges(), 3U);
 }
@@ -301,10 +301,8 @@ TEST(BallReference, EdgeWithoutLengthTakesTheNearestVertex)
 
 TEST(BallReference, VertexInThePlaceOfAnotherIsNotJoinedToIt)
 {
-    TriMesh mesh = lone_triangle();
-    mesh.add_vertex({1, 0, 0});
-    set_normals(mesh, UPWARDS);
-    EXPECT_EQ(BallRepair().pass(mesh, 0.75F, 0).added_faces, 0);
+    TriMesh mesh = triangle_and({1, 0, 0});
+    EXPECT_EQ(added_by(0.75F, mesh), 0);
 }
 
 TEST(BallReference, NormalThatLooksBackForbidsAFaceAndNoneDoesNot)
@@ -313,7 +311,7 @@ TEST(BallReference, NormalThatLooksBackForbidsAFaceAndNoneDoesNot)
     {
         TriMesh mesh = half_square();
         mesh.set_normal(vh(3), normal);
-        return BallRepair().pass(mesh, 0.75F, 0).added_faces;
+        return added_by(0.75F, mesh);
     };
     EXPECT_EQ(added(-UPWARDS), 0);
     EXPECT_EQ(added(0.49F * UPWARDS), 0);
@@ -399,10 +397,10 @@ TEST(BallReference, SeriesEndsWithThePassThatSeesNoBoundary)
     EXPECT_TRUE(ball.repair(mesh, {1.0F, 1.0F, 1.0F}));
     EXPECT_EQ(mesh.n_faces(), 4U);
     EXPECT_EQ(mesh.n_edges(), 6U);
-    EXPECT_EQ(count(ball.logged(), "ball of radius [1.000000] add [1] triangles.\n"), 1);
-    EXPECT_EQ(count(ball.logged(), "ball of radius [1.000000] add [0] triangles.\n"), 1);
-    EXPECT_EQ(count(ball.printed(), "isolated vertices: 0\n"), 1);
-    EXPECT_EQ(count(ball.logged(), "isolated vertices"), 0);
+    EXPECT_EQ(count_of(ball.logged(), "ball of radius [1.000000] add [1] triangles.\n"), 1);
+    EXPECT_EQ(count_of(ball.logged(), "ball of radius [1.000000] add [0] triangles.\n"), 1);
+    EXPECT_EQ(count_of(ball.printed(), "isolated vertices: 0\n"), 1);
+    EXPECT_EQ(count_of(ball.logged(), "isolated vertices"), 0);
 }
 
 // The series keeps balls from points anywhere, not only from those on boundaries.
@@ -426,11 +424,11 @@ TEST(BallReference, RefusedFaceLeavesTwoDrawingsOnly)
     BallRepair ball;
     EXPECT_TRUE(ball.repair(mesh, {0.6F}));
     EXPECT_EQ(mesh.n_faces(), 6U);
-    EXPECT_EQ(count(ball.logged(), "triangles.\n"), 1);
+    EXPECT_EQ(count_of(ball.logged(), "triangles.\n"), 1);
     EXPECT_TRUE(ball.refused().empty());
     // Both edges of the notch were tried.
     ASSERT_EQ(ball.patches().size(), 4U);
-    EXPECT_EQ(count(ball.printed(), "\ninvalid face:\n"), 4);
+    EXPECT_EQ(count_of(ball.printed(), "\ninvalid face:\n"), 4);
     std::set<std::string> names;
     for (auto const& patch : ball.patches())
     {
@@ -443,11 +441,11 @@ TEST(BallReference, RefusedFaceLeavesTwoDrawingsOnly)
                          "patch_radius-0.600000_[1-0-6]_level-0_with-failed-face.obj"}));
     auto const& plain = ball.patches()[0].text;
     auto const& with_face = ball.patches()[1].text;
-    EXPECT_EQ(count(plain, "v "), 9);
-    EXPECT_EQ(count(plain, "f "), 6);
-    EXPECT_EQ(count(plain, "f 1 2 3\n"), 0);
-    EXPECT_EQ(count(with_face, "f "), 7);
-    EXPECT_EQ(count(with_face, "f 1 2 3\n"), 1);
+    EXPECT_EQ(count_of(plain, "v "), 9);
+    EXPECT_EQ(count_of(plain, "f "), 6);
+    EXPECT_EQ(count_of(plain, "f 1 2 3\n"), 0);
+    EXPECT_EQ(count_of(with_face, "f "), 7);
+    EXPECT_EQ(count_of(with_face, "f 1 2 3\n"), 1);
 }
 
 TEST(BallReference, SmallFanGoesWhereAFaceWasRefusedAndThePassRunsAgain)
@@ -464,11 +462,11 @@ TEST(BallReference, SmallFanGoesWhereAFaceWasRefusedAndThePassRunsAgain)
     EXPECT_TRUE(mesh.is_isolated(vh(8)));
     EXPECT_FALSE(mesh.has_face_status());
     // All six faces around the middle were looked at, one of them went.
-    EXPECT_EQ(count(ball.logged(), "  fail to add [2] faces.\n"), 1);
-    EXPECT_EQ(count(ball.logged(), "-->delete [6] triangles.\n"), 1);
-    EXPECT_EQ(count(ball.logged(), "ball of radius [0.600000] add [0] triangles.\n"), 1);
-    EXPECT_EQ(count(ball.logged(), "ball of radius [0.600000] add [1] triangles.\n"), 1);
-    EXPECT_EQ(count(ball.printed(), "analysis triangle (0,6,1)\n"), 1);
+    EXPECT_EQ(count_of(ball.logged(), "  fail to add [2] faces.\n"), 1);
+    EXPECT_EQ(count_of(ball.logged(), "-->delete [6] triangles.\n"), 1);
+    EXPECT_EQ(count_of(ball.logged(), "ball of radius [0.600000] add [0] triangles.\n"), 1);
+    EXPECT_EQ(count_of(ball.logged(), "ball of radius [0.600000] add [1] triangles.\n"), 1);
+    EXPECT_EQ(count_of(ball.printed(), "analysis triangle (0,6,1)\n"), 1);
 }
 
 TEST(BallReference, FanOfThreeGoesBesideOneOfSix)
@@ -480,7 +478,7 @@ TEST(BallReference, FanOfThreeGoesBesideOneOfSix)
     BallRepair ball(settings);
     EXPECT_TRUE(ball.repair(mesh, {0.6F}));
     EXPECT_EQ(mesh.n_faces(), 7U);
-    EXPECT_EQ(count(ball.logged(), "-->delete [9] triangles.\n"), 1);
+    EXPECT_EQ(count_of(ball.logged(), "-->delete [9] triangles.\n"), 1);
     EXPECT_FALSE(mesh.is_boundary(vh(0)));
 }
 
@@ -495,7 +493,7 @@ TEST(BallReference, TwoFansOfThreeBothGo)
     EXPECT_EQ(mesh.n_faces(), 0U);
     EXPECT_EQ(mesh.n_edges(), 0U);
     EXPECT_EQ(mesh.n_vertices(), 9U);
-    EXPECT_EQ(count(ball.logged(), "-->delete [6] triangles.\n"), 1);
+    EXPECT_EQ(count_of(ball.logged(), "-->delete [6] triangles.\n"), 1);
 }
 
 TEST(BallReference, PassRunsAgainAlsoWhereNothingWasRefused)
@@ -507,8 +505,8 @@ TEST(BallReference, PassRunsAgainAlsoWhereNothingWasRefused)
     BallRepair ball(settings);
     EXPECT_TRUE(ball.repair(mesh, {0.8F}));
     EXPECT_EQ(mesh.n_faces(), 8U);
-    EXPECT_EQ(count(ball.logged(), "-->delete [0] triangles.\n"), 1);
-    EXPECT_EQ(count(ball.logged(), "ball of radius [0.800000] add [0] triangles.\n"), 1);
+    EXPECT_EQ(count_of(ball.logged(), "-->delete [0] triangles.\n"), 1);
+    EXPECT_EQ(count_of(ball.logged(), "ball of radius [0.800000] add [0] triangles.\n"), 1);
 }
 
 TEST(ProjectionReference, PlaneNeedsNoUnitNormal)

@@ -9,6 +9,7 @@
 #include "tests/support/files.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/mesh_arrays.h"
+#include "tests/support/print_capture.h"
 #include "tests/support/sanitizers.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/threads.h"
@@ -32,38 +33,6 @@ using namespace OrvaneAlgorithm;
 using namespace veld_test;
 
 constexpr int N_SEEDS = IS_SANITIZED ? 20 : 200;
-
-/// What is printed past the log in a scope.
-class Print
-{
-public:
-    Print()
-    {
-        gLH.set_print_sink([this](std::string const& text) { text_ += text; });
-    }
-    ~Print()
-    {
-        gLH.set_print_sink({});
-        gLH.clear_steps(); // A series that ends early leaves one running.
-    }
-    Print(Print const&) = delete;
-    Print& operator=(Print const&) = delete;
-
-    std::string const& text() const { return text_; }
-
-private:
-    std::string text_;
-};
-
-int count_of(std::string const& text, std::string const& piece)
-{
-    int n = 0;
-    for (auto at = text.find(piece); at != std::string::npos; at = text.find(piece, at + 1))
-    {
-        ++n;
-    }
-    return n;
-}
 
 /// Every link and every bit, of normals as well.
 std::vector<int> whole_of(TriMesh const& mesh)
@@ -145,7 +114,7 @@ TEST(PlainBall, ASeriesGivesTheSameMeshWordsAndFiles)
 
         TempDir const folder;
         LogCapture const log(seed % 2 == 0);
-        Print const print;
+        PrintCapture const print;
         BallPivoting ball;
         apply(settings, ball);
         ball.set_debug_save_path(folder.path().string());
@@ -183,7 +152,7 @@ TEST(PlainBall, APassAfterPassGivesTheSameMeshAndNumbers)
         BallPivoting ball;
         apply(settings, ball);
         LogCapture const log;
-        Print const print;
+        PrintCapture const print;
         if (has_obstacles)
         {
             TriMesh seen = mesh;
@@ -225,7 +194,7 @@ TEST(PlainBall, ACloudGrowsTheSameFromAFewFaces)
         reference::BallRepair plain(settings);
         plain.repair(expected, {0.7F * cell, 1.2F * cell});
         LogCapture const log;
-        Print const print;
+        PrintCapture const print;
         BallPivoting ball;
         apply(settings, ball);
         ball.repair_mesh(mesh, {0.7F * cell, 1.2F * cell});
@@ -327,7 +296,7 @@ TEST(PlainProjection, ARepairGivesTheSameMeshForAnyNumberOfThreads)
         reference::ProjectionRepair().repair(expected);
         Threads const threads(static_cast<int>(seed % 3) + 1);
         LogCapture const log;
-        Print const print;
+        PrintCapture const print;
         TriMesh mesh = gaps;
         ASSERT_TRUE(TopologyRepair().repair_mesh(mesh));
         ASSERT_EQ(whole_of(mesh), whole_of(expected));
@@ -356,7 +325,7 @@ TEST(PlainRecon, AMergeGivesTheSameMeshAndFrames)
         TempDir const folder;
         LogCapture const log(seed % 4 == 0);
         gPH.debug_dir = folder.path().string();
-        Print const print;
+        PrintCapture const print;
         TriMesh expected;
         std::vector<int> expected_frames;
         gPH.log_enabled = false;
@@ -378,7 +347,7 @@ TEST(PlainRecon, AMergeGivesTheSameMeshAndFrames)
         ASSERT_EQ(whole_of(mesh), whole_of(expected));
         if (is_verbose)
         {
-            ASSERT_EQ(count_of(print.text(), "    --'add_face' fail ["), refused);
+            ASSERT_EQ(print.count("    --'add_face' fail ["), refused);
             n_refused += refused;
         }
     }
@@ -411,7 +380,7 @@ TEST(PlainRecon, TheSameLoosePointsGo)
         bool const is_told = seed % 8 == 0;
         LogCapture const log(is_told);
         gPH.debug_dir = folder.path().string();
-        Print const print;
+        PrintCapture const print;
         GeoPatentRecon recon;
         recon.set_point_spacing(spacing);
         recon.set_outlier_factor(factor);

@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/LogHolder.h"
 #include "algorithmVeld/common/ParamHolder.h"
+#include "tests/support/count_of.h"
 
 #include <string>
 
@@ -29,15 +30,7 @@ public:
     std::string const& text() const { return text_; }
 
     /// How often a piece of text was logged.
-    int count(std::string const& piece) const
-    {
-        int n = 0;
-        for (auto at = text_.find(piece); at != std::string::npos; at = text_.find(piece, at + 1))
-        {
-            ++n;
-        }
-        return n;
-    }
+    int count(std::string const& piece) const { return count_of(text_, piece); }
 
 private:
     OrvaneAlgorithm::ParamHolder before_;

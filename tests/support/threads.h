@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <omp.h>
 
 namespace veld_test
@@ -17,5 +19,17 @@ public:
 private:
     int before_;
 };
+
+/// Runs a part of a test with one, two and more threads than most machines have.
+template <typename Body>
+void for_thread_counts(Body const& body)
+{
+    for (int const n : {1, 2, 8})
+    {
+        SCOPED_TRACE(n);
+        Threads const threads(n);
+        body();
+    }
+}
 
 } // namespace veld_test

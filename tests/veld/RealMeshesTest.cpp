@@ -14,7 +14,7 @@ namespace
 
 using namespace veld_test;
 
-TriMesh load(std::string const& path)
+TriMesh mesh_in(std::string const& path)
 {
     TriMesh mesh;
     OrvaneAlgorithm::MeshFileContents contents;
@@ -61,7 +61,7 @@ TEST_F(MeshesRealData, HolesAreTheWholeBoundary)
         {
             edges += hole["edges"].get<std::size_t>();
         }
-        EXPECT_EQ(edges, edges_with_one_face(load(path))) << path;
+        EXPECT_EQ(edges, edges_with_one_face(mesh_in(path))) << path;
     }
 }
 
@@ -77,8 +77,8 @@ TEST_F(MeshesRealData, FillKeepsWhatIsThereAndNamesWhatStaysOpen)
                 run_veld({"fill", path, "-o", dir.file("out.ply"), "--method", method, "--json"});
             ASSERT_EQ(run.status, 0) << path << run.err;
             auto const json = run.json();
-            TriMesh const before = load(path);
-            TriMesh const after = load(dir.file("out.ply"));
+            TriMesh const before = mesh_in(path);
+            TriMesh const after = mesh_in(dir.file("out.ply"));
             ASSERT_EQ(after.n_faces(), before.n_faces() + json["new_faces"].get<std::size_t>())
                 << path;
             ASSERT_EQ(after.n_vertices(), before.n_vertices()) << path;
@@ -115,8 +115,8 @@ TEST_F(MeshesRealData, CarefulFillingIsTheSameForAnyNumberOfThreadsAndNamesWhatS
             json = run.json();
         }
         ASSERT_EQ(file_content(outputs[0]), file_content(outputs[1])) << path;
-        TriMesh const before = load(path);
-        TriMesh const after = load(outputs[0]);
+        TriMesh const before = mesh_in(path);
+        TriMesh const after = mesh_in(outputs[0]);
         EXPECT_EQ(after.n_faces(), before.n_faces() + json["new_faces"].get<std::size_t>()) << path;
         EXPECT_EQ(after.n_vertices(), before.n_vertices() + json["new_vertices"].get<std::size_t>())
             << path;
@@ -189,7 +189,7 @@ std::size_t count_near(TriMesh const& points, std::vector<Vector3f> const& other
 TEST_F(MeshesRealData, PointsNearMarkersGoFromTheCloudOfAScanner)
 {
     std::string const path = real_data("range_bunny/bun000.ply");
-    TriMesh const cloud = load(path);
+    TriMesh const cloud = mesh_in(path);
     ASSERT_GT(cloud.n_vertices(), 0U);
     ASSERT_EQ(cloud.n_faces(), 0U);
     std::vector<Vector3f> markers;
@@ -205,7 +205,7 @@ TEST_F(MeshesRealData, PointsNearMarkersGoFromTheCloudOfAScanner)
     Outcome const run = run_veld({"clean", path, "-o", dir.file("out.ply"), "--markers",
                                   dir.file("markers.txt"), "--marker-radius", "0.004", "--json"});
     ASSERT_EQ(run.status, 0) << run.err;
-    std::size_t const gone = cloud.n_vertices() - load(dir.file("out.ply")).n_vertices();
+    std::size_t const gone = cloud.n_vertices() - mesh_in(dir.file("out.ply")).n_vertices();
     // Distances are compared in single precision.
     EXPECT_GE(gone, count_near(cloud, markers, 0.004 * (1.0 - 1e-6)));
     EXPECT_LE(gone, count_near(cloud, markers, 0.004 * (1.0 + 1e-6)));

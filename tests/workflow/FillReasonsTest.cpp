@@ -2,7 +2,7 @@
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
 #include "tests/workflow/reason_of.h"
-#include "workflow/filling/ReasonFinder.h"
+#include "workflow/filling/record/ReasonFinder.h"
 #include "workflow/steps/StepJson.h"
 #include "workflow/workflow.h"
 

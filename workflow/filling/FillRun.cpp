@@ -1,9 +1,9 @@
 #include "workflow/filling/FillRun.h"
 
 #include "workflow/files/KeptAttributes.h"
-#include "workflow/filling/EdgeNumbers.h"
 #include "workflow/filling/FillValues.h"
 #include "workflow/filling/HoleList.h"
+#include "workflow/filling/record/EdgeNumbers.h"
 
 #include "algorithmVeld/common/mesh/RimTurn.h"
 

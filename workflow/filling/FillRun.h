@@ -1,9 +1,9 @@
 #pragma once
 
 #include "workflow/StepScope.h"
-#include "workflow/filling/ClosingRecord.h"
 #include "workflow/filling/FillWays.h"
-#include "workflow/filling/ReasonFinder.h"
+#include "workflow/filling/record/ClosingRecord.h"
+#include "workflow/filling/record/ReasonFinder.h"
 #include "workflow/steps/FillResult.h"
 
 #include "algorithmVeld/common/mesh/MeshScope.h"

@@ -4,30 +4,22 @@
 #include "workflow/repairing/RepairValues.h"
 
 #include "algorithmVeld/common/KdTree3f.h"
+#include "algorithmVeld/common/arrays/Median.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace veld
 {
 
 using OrvaneAlgorithm::TriMesh;
+using OrvaneAlgorithm::detail::median;
 
 namespace
 {
-
-double median(std::vector<double>& lengths)
-{
-    if (lengths.empty())
-    {
-        return 0.0;
-    }
-    auto const middle = lengths.begin() + static_cast<std::ptrdiff_t>(lengths.size() / 2);
-    std::nth_element(lengths.begin(), middle, lengths.end());
-    return *middle;
-}
 
 /// Median length of the edges of the border, where the repair works, or of all where there is none.
 double measure_edges(TriMesh const& mesh)
@@ -44,7 +36,7 @@ double measure_edges(TriMesh const& mesh)
             border.push_back(length);
         }
     }
-    return median(border.empty() ? all : border);
+    return median(std::move(border.empty() ? all : border));
 }
 
 /// Median over some places of the mean distance to the nearest others. On a surface that is about
@@ -78,7 +70,7 @@ double measure_points(TriMesh const& mesh)
             means.push_back(sum / static_cast<double>(square_distances.size() - 1));
         }
     }
-    return median(means);
+    return median(std::move(means));
 }
 
 } // namespace

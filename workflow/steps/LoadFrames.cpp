@@ -10,6 +10,8 @@
 #include "workflow/frames/FrameLoaders.h"
 #include "workflow/words.h"
 
+#include "algorithmVeld/common/arrays/Median.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -154,14 +156,13 @@ void warn_of_units(FrameSet const& set, StepScope& scope)
     std::vector<double> spacings(set.frames.size());
     for_each_index(spacings.size(),
                    [&](std::size_t i) { spacings[i] = spacing_of(set.frames[i].data); });
-    auto const middle = spacings.begin() + static_cast<std::ptrdiff_t>(spacings.size() / 2);
-    std::nth_element(spacings.begin(), middle, spacings.end());
-    if (*middle > 0.0 && *middle < NEAREST_BELIEVABLE_NEIGHBOURS)
+    double const middle = OrvaneAlgorithm::detail::median(std::move(spacings));
+    if (middle > 0.0 && middle < NEAREST_BELIEVABLE_NEIGHBOURS)
     {
         scope.warn(WarningCode::UNITS_UNLIKELY, set.source,
                    fmt::format("neighbours are {:.3g} mm apart: the units look like metres (a "
                                "scale of 1000 converts)",
-                               *middle));
+                               middle));
     }
 }
 

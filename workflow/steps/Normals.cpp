@@ -200,13 +200,17 @@ void report_missing(NormalsResult const& result, std::string const& about, StepS
     }
 }
 
-/// Estimates the normals of `result.cloud`.
-/// \param find_directions tells where they have to look; nothing if nobody knows
+/// Estimates the normals of a cloud.
+/// \param find_directions where they have to look if no sensor is given; nothing if nobody knows
 /// \param about what messages call the cloud
 template <typename Directions>
-void estimate(Directions const& find_directions, std::string const& about, StepScope& scope,
-              NormalsResult& result)
+NormalsResult estimate(TriMesh cloud, NormalSense sense, Directions const& find_directions,
+                       NormalsSettings const& settings, std::string const& about, StepScope& scope)
 {
+    NormalsResult result;
+    result.settings = settings;
+    result.cloud = std::move(cloud);
+    result.sense = settings.sensor ? NormalSense::SENSOR : sense;
     auto const start = std::chrono::steady_clock::now();
     if (result.cloud.n_vertices() == 0)
     {
@@ -220,7 +224,10 @@ void estimate(Directions const& find_directions, std::string const& about, StepS
     scope.stage("turn the normals", 1.0,
                 [&]
                 {
-                    std::vector<Vector3f> const directions = find_directions();
+                    auto const directions =
+                        settings.sensor
+                            ? directions_to(*settings.sensor, positions_of(result.cloud))
+                            : find_directions();
                     if (directions.empty())
                     {
                         result.pieces = orient_by_neighbours(distinct.points, fits);
@@ -230,6 +237,7 @@ void estimate(Directions const& find_directions, std::string const& about, StepS
     result.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     report_missing(result, about, scope);
+    return result;
 }
 
 } // namespace
@@ -239,17 +247,9 @@ NormalsResult estimate_normals(TriMesh const& cloud, NormalsSettings const& sett
 {
     check(settings);
     StepScope scope(context, "estimate-normals", "estimate the normals");
-    NormalsResult result;
-    result.settings = settings;
-    result.cloud = points_of(cloud);
-    result.sense = settings.sensor ? NormalSense::SENSOR : NormalSense::NEIGHBOURS;
-    auto const find_directions = [&]
-    {
-        return settings.sensor ? directions_to(*settings.sensor, positions_of(result.cloud))
-                               : std::vector<Vector3f>();
-    };
-    estimate(find_directions, "the cloud", scope, result);
-    return result;
+    return estimate(
+        points_of(cloud), NormalSense::NEIGHBOURS, [] { return std::vector<Vector3f>(); }, settings,
+        "the cloud", scope);
 }
 
 NormalsResult estimate_normals(FrameSet const& frames, NormalsSettings const& settings,
@@ -257,17 +257,9 @@ NormalsResult estimate_normals(FrameSet const& frames, NormalsSettings const& se
 {
     check(settings);
     StepScope scope(context, "estimate-normals", "estimate the normals");
-    NormalsResult result;
-    result.settings = settings;
-    result.cloud = points_of(frames);
-    result.sense = settings.sensor ? NormalSense::SENSOR : NormalSense::FRAMES;
-    auto const find_directions = [&]
-    {
-        return settings.sensor ? directions_to(*settings.sensor, positions_of(result.cloud))
-                               : directions_of(frames);
-    };
-    estimate(find_directions, frames.source, scope, result);
-    return result;
+    return estimate(
+        points_of(frames), NormalSense::FRAMES, [&] { return directions_of(frames); }, settings,
+        frames.source, scope);
 }
 
 } // namespace veld

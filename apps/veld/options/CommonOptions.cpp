@@ -18,8 +18,21 @@ namespace
 
 constexpr int MAX_THREADS = 1024;
 
-/// An option for a number in decimal notation, which CLI11's own conversion does not insist on.
+/// What CLI11 calls to check the text of a number.
 /// \param explain gets the text and the number, null if it is none; returns what is wrong with it
+template <typename Number, typename Check>
+auto explained(Check const& explain)
+{
+    return [explain](std::string const& text)
+    {
+        Number number{};
+        bool const is_number = parse_number(text, number);
+        return explain(text, is_number ? &number : nullptr);
+    };
+}
+
+/// An option for a number in decimal notation, which CLI11's own conversion does not insist on.
+/// \param explain as in `explained`
 template <typename Number, typename Check>
 CLI::Option* add_checked(CLI::App& app, std::string const& name, Number& value,
                          std::string const& description, char const* type, Check const& explain)
@@ -28,13 +41,7 @@ CLI::Option* add_checked(CLI::App& app, std::string const& name, Number& value,
         .add_option_function<std::string>(
             name, [&value](std::string const& text) { parse_number(text, value); }, description)
         ->type_name(type)
-        ->check(
-            [explain](std::string const& text)
-            {
-                Number number{};
-                bool const is_number = parse_number(text, number);
-                return explain(text, is_number ? &number : nullptr);
-            });
+        ->check(explained<Number>(explain));
 }
 
 /// The same for an option that may be given several times, with one number each time.
@@ -51,13 +58,7 @@ CLI::Option* add_several(CLI::App& app, std::string const& name, std::vector<Num
     };
     return repeatable(app.add_option_function<std::vector<std::string>>(name, store, description))
         ->type_name(type)
-        ->check(
-            [explain](std::string const& text)
-            {
-                Number number{};
-                bool const is_number = parse_number(text, number);
-                return explain(text, is_number ? &number : nullptr);
-            });
+        ->check(explained<Number>(explain));
 }
 
 /// A point given as "X,Y,Z".

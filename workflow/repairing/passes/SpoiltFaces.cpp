@@ -1,4 +1,4 @@
-#include "workflow/repairing/SpoiltFaces.h"
+#include "workflow/repairing/passes/SpoiltFaces.h"
 
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Progress.h"

@@ -1,4 +1,4 @@
-#include "workflow/filling/ClosingRecord.h"
+#include "workflow/filling/record/ClosingRecord.h"
 
 #include "workflow/filling/HoleList.h"
 

@@ -1,4 +1,4 @@
-#include "workflow/filling/EdgeNumbers.h"
+#include "workflow/filling/record/EdgeNumbers.h"
 
 #include <cstddef>
 #include <numeric>

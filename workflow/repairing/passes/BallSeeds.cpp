@@ -1,4 +1,4 @@
-#include "workflow/repairing/BallSeeds.h"
+#include "workflow/repairing/passes/BallSeeds.h"
 
 #include "algorithmVeld/common/running/Progress.h"
 

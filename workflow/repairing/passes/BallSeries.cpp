@@ -1,4 +1,4 @@
-#include "workflow/repairing/BallSeries.h"
+#include "workflow/repairing/passes/BallSeries.h"
 
 #include "workflow/repairing/RepairValues.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "workflow/filling/OpenEdges.h"
+#include "workflow/filling/record/OpenEdges.h"
 #include "workflow/steps/FillResult.h"
 
 #include <functional>

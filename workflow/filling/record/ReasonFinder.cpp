@@ -1,4 +1,4 @@
-#include "workflow/filling/ReasonFinder.h"
+#include "workflow/filling/record/ReasonFinder.h"
 
 #include "workflow/filling/FillValues.h"
 

@@ -1,4 +1,4 @@
-#include "workflow/filling/OpenEdges.h"
+#include "workflow/filling/record/OpenEdges.h"
 
 namespace veld
 {

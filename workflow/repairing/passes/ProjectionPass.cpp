@@ -1,7 +1,7 @@
-#include "workflow/repairing/ProjectionPass.h"
+#include "workflow/repairing/passes/ProjectionPass.h"
 
 #include "workflow/repairing/RepairValues.h"
-#include "workflow/repairing/SpoiltFaces.h"
+#include "workflow/repairing/passes/SpoiltFaces.h"
 
 #include "algorithmVeld/reconstruction/TopologyRepair.h"
 

@@ -1,4 +1,4 @@
-#include "workflow/repairing/EarPass.h"
+#include "workflow/repairing/passes/EarPass.h"
 
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
 

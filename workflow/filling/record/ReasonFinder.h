@@ -1,7 +1,7 @@
 #pragma once
 
 #include "workflow/filling/HoleList.h"
-#include "workflow/filling/OpenEdges.h"
+#include "workflow/filling/record/OpenEdges.h"
 #include "workflow/steps/FillSettings.h"
 
 #include "algorithmVeld/HoleFilling/OpenHole.h"
