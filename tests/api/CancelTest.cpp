@@ -297,6 +297,22 @@ std::vector<MeshOperation> const& operations()
              GeoPatentRecon().mesh_merge(pointers(frames()), 0.12, mesh, false, 30, 10, 0.6,
                                          vertex_frames);
          }},
+        {"space_based_sort",
+         [](TriMesh& mesh)
+         {
+             std::vector<RigidMatrix> poses(mesh.n_vertices());
+             for (std::size_t i = 0; i < poses.size(); ++i)
+             {
+                 poses[i].set_translation(
+                     -mesh.point(OpenMesh::VertexHandle(static_cast<int>(i))).cast<double>());
+             }
+             std::vector<int> order;
+             SelectKeyframes().space_based_sort(poses, order, false);
+             for (std::size_t i = 0; i < order.size(); ++i)
+             {
+                 mesh.point(OpenMesh::VertexHandle(order[i])).z() += static_cast<float>(i);
+             }
+         }},
         {"topology_repair",
          [](TriMesh& mesh)
          {

@@ -1,9 +1,8 @@
 #pragma once
 
+#include "algorithmVeld/common/files/PrintedFile.h"
 #include "algorithmVeld/common/vectors.h"
 
-#include <cstdio>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,72 +14,45 @@ namespace OrvaneAlgorithm::detail
 class ObjText
 {
 public:
-    explicit ObjText(std::string const& path) : file_(std::fopen(path.c_str(), "wt")) {}
+    explicit ObjText(std::string const& path) : file_(path) {}
 
-    bool is_open() const { return file_ != nullptr; }
+    bool is_open() const { return file_.is_open(); }
 
-    void vertex_count(int n) { print("# Number of vertices: %d\n", n); }
-    void triangle_count(int n) { print("# Number of triangles: %d\n", n); }
-    void end_of_file() { print("# end of file\n"); }
+    void vertex_count(int n) { file_.print("# Number of vertices: %d\n", n); }
+    void triangle_count(int n) { file_.print("# Number of triangles: %d\n", n); }
+    void end_of_file() { file_.print("# end of file\n"); }
 
-    void vertex(Vector3f const& p) { print("v %f %f %f\n", wide(p.x()), wide(p.y()), wide(p.z())); }
+    void vertex(Vector3f const& p)
+    {
+        file_.print("v %f %f %f\n", wide(p.x()), wide(p.y()), wide(p.z()));
+    }
 
     /// \param red,green,blue 0 to 255
     void vertex(Vector3f const& p, int red, int green, int blue)
     {
-        print("v %f %f %f %d %d %d\n", wide(p.x()), wide(p.y()), wide(p.z()), red, green, blue);
+        file_.print("v %f %f %f %d %d %d\n", wide(p.x()), wide(p.y()), wide(p.z()), red, green,
+                    blue);
     }
 
-    void triangle(int a, int b, int c) { print("f %d %d %d\n", a, b, c); }
+    void triangle(int a, int b, int c) { file_.print("f %d %d %d\n", a, b, c); }
 
     void polygon(std::vector<int> const& corners)
     {
-        print("f");
+        file_.print("f");
         for (int const corner : corners)
         {
-            print(" %d", corner);
+            file_.print(" %d", corner);
         }
-        print("\n");
+        file_.print("\n");
     }
 
     /// Ends the file. \return false if it could not be opened or not be written as a whole
-    bool close()
-    {
-        auto* const file = file_.release();
-        if (file == nullptr)
-        {
-            return false;
-        }
-        bool const written = std::ferror(file) == 0;
-        return std::fclose(file) == 0 && written;
-    }
+    bool close() { return file_.close(); }
 
 private:
-    struct Close
-    {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-
     static double wide(float value) { return static_cast<double>(value); }
 
-    void print(char const* text)
-    {
-        if (file_)
-        {
-            std::fputs(text, file_.get());
-        }
-    }
-
-    template <typename... Arguments>
-    void print(char const* format, Arguments... arguments)
-    {
-        if (file_)
-        {
-            std::fprintf(file_.get(), format, arguments...);
-        }
-    }
-
-    std::unique_ptr<std::FILE, Close> file_;
+    PrintedFile file_;
 };
 
 } // namespace OrvaneAlgorithm::detail
