@@ -23,9 +23,11 @@ class VertTexLists
 {
 public:
     VertTexLists() = default;
+    /// Throws std::length_error if there would be more entries than memory can have.
     VertTexLists(std::size_t n_vertices, std::size_t most_per_vertex);
 
     std::size_t size(std::size_t vertex) const { return sizes_[vertex]; }
+    bool has_room(std::size_t vertex) const { return sizes_[vertex] < most_; }
     VertTex const* begin(std::size_t vertex) const { return entries_.data() + vertex * most_; }
     VertTex const* end(std::size_t vertex) const { return begin(vertex) + size(vertex); }
     /// There has to be room.

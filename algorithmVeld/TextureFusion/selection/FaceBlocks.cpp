@@ -1,0 +1,323 @@
+#include "algorithmVeld/TextureFusion/selection/FaceBlocks.h"
+
+#include "algorithmVeld/TextureFusion/selection/LabelCounts.h"
+#include "algorithmVeld/common/mesh/FaceSearch.h"
+#include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/running/ParallelFor.h"
+#include "algorithmVeld/common/running/Progress.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace OrvaneAlgorithm::detail
+{
+
+namespace
+{
+
+using OpenMesh::FaceHandle;
+
+std::size_t slot_of(FaceHandle face)
+{
+    return static_cast<std::size_t>(face.idx());
+}
+
+bool is_small_region(std::vector<FaceHandle> const& faces, int small_region_face_thr)
+{
+    return static_cast<std::ptrdiff_t>(faces.size()) <= small_region_face_thr;
+}
+
+void unvisit_all(TriMesh& mesh, TexProperties const& properties)
+{
+    for (auto const face : mesh.all_faces())
+    {
+        mesh.property(properties.face_visited, face) = false;
+    }
+}
+
+/// Gives a face the view of a label. \return false, and nothing changes, if it is not seen there
+bool relabel(TriMesh& mesh, TexProperties const& properties, FaceHandle face, int label)
+{
+    auto const& list = mesh.property(properties.face_tex_list, face);
+    auto const found =
+        std::find_if(list.begin(), list.end(),
+                     [label](FaceTex const& entry) { return entry.image_id == label; });
+    if (found == list.end())
+    {
+        return false;
+    }
+    mesh.property(properties.face_tex_label, face) = label;
+    mesh.property(properties.face_tex_index, face) = static_cast<int>(found - list.begin());
+    return true;
+}
+
+/// Takes the view from faces without textured neighbours. Their order does not matter.
+void drop_lone_faces(TriMesh& mesh, TexProperties const& properties)
+{
+    AcrossEdges const across(mesh);
+    for (auto const face : mesh.faces())
+    {
+        if (mesh.property(properties.face_has_tex, face) &&
+            across(face,
+                   [&](FaceHandle other) { return !mesh.property(properties.face_has_tex, other); }))
+        {
+            mesh.property(properties.face_has_tex, face) = false;
+        }
+    }
+}
+
+/// Goes through the blocks of a mesh, and gives the small ones to their neighbours.
+class BlockSearch
+{
+public:
+    BlockSearch(TriMesh& mesh, TexProperties const& properties)
+        : mesh_(mesh), properties_(properties), across_(mesh), roles_(mesh.n_faces(), Role::NONE)
+    {
+        unvisit_all(mesh, properties);
+    }
+
+    void run(int small_region_face_thr)
+    {
+        LoopProgress progress(mesh_.n_faces());
+        for (auto const face : mesh_.faces())
+        {
+            progress.next();
+            if (has_tex(face) && !mesh_.property(properties_.face_visited, face))
+            {
+                grow_block(face);
+                if (is_small_region(block_, small_region_face_thr))
+                {
+                    collect_ring();
+                    give_to_ring();
+                }
+                forget();
+            }
+        }
+    }
+
+private:
+    enum class Role : std::uint8_t
+    {
+        NONE,
+        IN_BLOCK,
+        IN_RING
+    };
+
+    bool has_tex(FaceHandle face) const { return mesh_.property(properties_.face_has_tex, face); }
+    int label(FaceHandle face) const { return mesh_.property(properties_.face_tex_label, face); }
+    Role& role(FaceHandle face) { return roles_[slot_of(face)]; }
+
+    void take_into_block(FaceHandle face)
+    {
+        mesh_.property(properties_.face_visited, face) = true;
+        role(face) = Role::IN_BLOCK;
+    }
+
+    void grow_block(FaceHandle start)
+    {
+        block_.assign(1, start);
+        take_into_block(start);
+        int const own = label(start);
+        grow_faces(mesh_, block_,
+                   [&](FaceHandle, FaceHandle other)
+                   {
+                       if (!has_tex(other) || label(other) != own ||
+                           mesh_.property(properties_.face_visited, other))
+                       {
+                           return Growth::PASS;
+                       }
+                       take_into_block(other);
+                       return Growth::TAKE;
+                   });
+    }
+
+    /// Each face of the ring counts once, however many faces of the block it touches.
+    void collect_ring()
+    {
+        ring_.clear();
+        for (FaceHandle const face : block_)
+        {
+            across_(face,
+                    [&](FaceHandle other)
+                    {
+                        if (has_tex(other) && role(other) == Role::NONE)
+                        {
+                            role(other) = Role::IN_RING;
+                            ring_.push_back(other);
+                        }
+                        return true;
+                    });
+        }
+    }
+
+    /// Each face takes the most frequent view of the ring in which it is seen, and keeps its own
+    /// where there is none: a block can fall apart.
+    void give_to_ring()
+    {
+        counts_.clear();
+        for (FaceHandle const face : ring_)
+        {
+            counts_.add(label(face));
+        }
+        std::vector<int> const labels = counts_.by_frequency();
+        for (FaceHandle const face : block_)
+        {
+            static_cast<void>(std::any_of(labels.begin(), labels.end(), [&](int candidate)
+                                          { return relabel(mesh_, properties_, face, candidate); }));
+        }
+    }
+
+    /// The ring's faces can still be in a block of their own.
+    void forget()
+    {
+        for (FaceHandle const face : block_)
+        {
+            role(face) = Role::NONE;
+        }
+        for (FaceHandle const face : ring_)
+        {
+            role(face) = Role::NONE;
+        }
+        ring_.clear();
+    }
+
+    TriMesh& mesh_;
+    TexProperties const& properties_;
+    AcrossEdges across_;
+    std::vector<Role> roles_;
+    std::vector<FaceHandle> block_;
+    std::vector<FaceHandle> ring_;
+    LabelCounts counts_;
+};
+
+/// Marks the faces that have a textured face of another view across an edge.
+std::vector<std::uint8_t> mark_block_borders(TriMesh const& mesh, TexProperties const& properties)
+{
+    std::vector<std::uint8_t> marks(mesh.n_faces());
+    AcrossEdges const across(mesh);
+    parallel_for_short(mesh.n_faces(),
+                       [&](std::size_t f)
+                       {
+                           FaceHandle const face(static_cast<int>(f));
+                           if (!mesh.property(properties.face_has_tex, face))
+                           {
+                               return;
+                           }
+                           int const own = mesh.property(properties.face_tex_label, face);
+                           bool const is_inside =
+                               across(face,
+                                      [&](FaceHandle other)
+                                      {
+                                          return !mesh.property(properties.face_has_tex, other) ||
+                                                 mesh.property(properties.face_tex_label, other) ==
+                                                     own;
+                                      });
+                           marks[f] = is_inside ? 0 : 1;
+                       });
+    return marks;
+}
+
+/// The views around the corners of a face. So the face itself counts three times, a neighbour
+/// across an edge twice, and one at a corner once.
+void count_around_corners(TriMesh const& mesh, TexProperties const& properties, FaceHandle face,
+                          LabelCounts& counts)
+{
+    counts.clear();
+    for (auto const vertex : mesh.fv_range(face))
+    {
+        for (auto const other : mesh.vf_range(vertex))
+        {
+            if (mesh.property(properties.face_has_tex, other))
+            {
+                counts.add(mesh.property(properties.face_tex_label, other));
+            }
+        }
+    }
+}
+
+} // namespace
+
+void filter_face_tex(TriMesh& mesh, TexProperties const& properties, int small_region_face_thr)
+{
+    log("filter_face_tex() ..\n");
+    drop_lone_faces(mesh, properties);
+    unvisit_all(mesh, properties);
+    auto const take = [&](FaceHandle face)
+    {
+        if (!mesh.property(properties.face_has_tex, face) ||
+            mesh.property(properties.face_visited, face))
+        {
+            return Growth::PASS;
+        }
+        mesh.property(properties.face_visited, face) = true;
+        return Growth::TAKE;
+    };
+    std::vector<FaceHandle> region;
+    LoopProgress progress(mesh.n_faces());
+    for (auto const start : mesh.faces())
+    {
+        progress.next();
+        if (take(start) == Growth::TAKE)
+        {
+            region.assign(1, start);
+            grow_faces(mesh, region, [&](FaceHandle, FaceHandle other) { return take(other); });
+            for (FaceHandle const face : region)
+            {
+                mesh.property(properties.face_has_tex, face) =
+                    !is_small_region(region, small_region_face_thr);
+            }
+        }
+    }
+}
+
+void optimize_face_tex(TriMesh& mesh, TexProperties const& properties, int small_region_face_thr)
+{
+    log("optimize_face_tex() ..\n");
+    BlockSearch(mesh, properties).run(small_region_face_thr);
+}
+
+void optimize_boundary_iteration(TriMesh& mesh, TexProperties const& properties)
+{
+    log("optimize_boundary_iteration() ..\n");
+    Stages stages({1, 3});
+    stages.next();
+    auto is_queued = mark_block_borders(mesh, properties);
+    std::vector<FaceHandle> queue;
+    for (auto const face : mesh.faces())
+    {
+        if (is_queued[slot_of(face)] != 0)
+        {
+            queue.push_back(face);
+        }
+    }
+    stages.next();
+    auto const label = [&](FaceHandle face) -> int&
+    { return mesh.property(properties.face_tex_label, face); };
+    LabelCounts around;
+    auto const take_majority = [&](FaceHandle face)
+    {
+        count_around_corners(mesh, properties, face, around);
+        return !around.empty() && around.most_frequent() != label(face) &&
+               relabel(mesh, properties, face, around.most_frequent());
+    };
+    // A face comes into the queue once, though its surroundings may change again: so it ends.
+    AcrossEdges const across(mesh);
+    grow(
+        queue, [&](FaceHandle face, auto const& visit)
+        { return !take_majority(face) || across(face, visit); },
+        [&](FaceHandle face, FaceHandle other)
+        {
+            auto& mark = is_queued[slot_of(other)];
+            if (mark != 0 || !mesh.property(properties.face_has_tex, other) ||
+                label(other) == label(face))
+            {
+                return Growth::PASS;
+            }
+            mark = 1;
+            return Growth::TAKE;
+        });
+}
+
+} // namespace OrvaneAlgorithm::detail
