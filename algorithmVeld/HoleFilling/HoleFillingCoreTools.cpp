@@ -10,6 +10,7 @@
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/mesh_files/MeshDump.h"
 #include "algorithmVeld/common/running/Log.h"
+#include "algorithmVeld/common/solver/LoggedSolve.h"
 
 namespace OrvaneAlgorithm
 {

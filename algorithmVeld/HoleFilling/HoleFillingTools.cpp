@@ -14,6 +14,7 @@
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/pause.h"
+#include "algorithmVeld/common/solver/LoggedSolve.h"
 
 #include <cmath>
 

@@ -3,9 +3,7 @@
 #include "algorithmVeld/HoleFilling/fairing/LaplaceWeights.h"
 #include "algorithmVeld/HoleFilling/fairing/PatchGrowth.h"
 #include "algorithmVeld/common/TriMesh.h"
-#include "algorithmVeld/common/solver/Pardiso.h"
 
-#include <optional>
 #include <vector>
 
 /// \file
@@ -35,13 +33,6 @@ enum class SolverLog
     PHASES,          ///< How its phases ended.
     PHASES_AND_SIZES ///< Also how large the system and its factors are.
 };
-
-/// Solves `a x = b` and logs how it went.
-/// \param x cleared before it is filled
-/// \param verts number of vertices, if the sizes are to be logged too
-/// \return false if the solver reports an error
-bool solve_logged(RowMajorMatrix const& a, Eigen::VectorXd const& b, std::vector<double>& x,
-                  std::optional<int> verts = {});
 
 /// Where the system puts the vertices of a patch.
 /// \return empty, with the reason in the log, if it cannot be solved

@@ -6,9 +6,46 @@
 #include <exception>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace OrvaneAlgorithm::detail
 {
+
+/// Keeps back what the calling thread logs in a scope. Tasks of a parallel loop collect their lines
+/// so, and the loop's caller logs them behind it in the order of the tasks.
+class CollectedLog
+{
+public:
+    explicit CollectedLog(std::vector<std::string>& lines) : before_(current())
+    {
+        current() = &lines;
+    }
+    ~CollectedLog() { current() = before_; }
+    CollectedLog(CollectedLog const&) = delete;
+    CollectedLog& operator=(CollectedLog const&) = delete;
+
+    /// Logs a line, or keeps it back if the calling thread is in such a scope.
+    static void print(char const* line)
+    {
+        if (current() != nullptr)
+        {
+            current()->emplace_back(line);
+        }
+        else
+        {
+            gLH.print_log(line);
+        }
+    }
+
+private:
+    static std::vector<std::string>*& current()
+    {
+        static thread_local std::vector<std::string>* lines = nullptr;
+        return lines;
+    }
+
+    std::vector<std::string>* before_;
+};
 
 /// Formats a line and logs it if `enabled` is true.
 template <typename... Arguments>
@@ -18,7 +55,7 @@ void log_line(bool enabled, char const* format, Arguments... arguments)
     {
         char line[512];
         format_line(line, format, arguments...);
-        gLH.print_log(line);
+        CollectedLog::print(line);
     }
 }
 
@@ -27,7 +64,7 @@ inline void log_line(bool enabled, char const* text)
 {
     if (enabled)
     {
-        gLH.print_log(text);
+        CollectedLog::print(text);
     }
 }
 

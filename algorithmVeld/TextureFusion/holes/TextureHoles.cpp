@@ -1,0 +1,288 @@
+#include "algorithmVeld/TextureFusion/holes/TextureHoles.h"
+
+#include "algorithmVeld/TextureFusion/holes/HoleView.h"
+#include "algorithmVeld/TextureFusion/solve/ColourClamp.h"
+#include "algorithmVeld/TextureFusion/solve/RectangleTasks.h"
+#include "algorithmVeld/common/mesh/FaceSearch.h"
+#include "algorithmVeld/common/running/Log.h"
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+
+namespace OrvaneAlgorithm::detail
+{
+
+using OpenMesh::FaceHandle;
+using OpenMesh::VertexHandle;
+
+namespace
+{
+
+/// The faces that share a vertex with a face, as often as they share one, and the face itself.
+class AroundCorners
+{
+public:
+    explicit AroundCorners(TriMesh const& mesh) : mesh_(mesh) {}
+
+    template <typename Visit>
+    bool operator()(FaceHandle face, Visit const& visit) const
+    {
+        for (auto const vertex : mesh_.fv_range(face))
+        {
+            for (auto const other : mesh_.vf_range(vertex))
+            {
+                if (!visit(FaceHandle(other)))
+                {
+                    return false;
+                }
+            }
+        }
+        return true;
+    }
+
+private:
+    TriMesh const& mesh_;
+};
+
+std::vector<FaceHandle> grow_hole(TriMesh& mesh, TexProperties const& properties, FaceHandle seed,
+                                  int id)
+{
+    auto const enter = [&](FaceHandle face)
+    {
+        mesh.property(properties.face_visited, face) = true;
+        mesh.property(properties.face_hole_id, face) = id;
+    };
+    std::vector<FaceHandle> faces{seed};
+    enter(seed);
+    grow(faces, AroundCorners(mesh),
+         [&](FaceHandle /*from*/, FaceHandle to)
+         {
+             if (mesh.property(properties.face_has_tex, to) ||
+                 mesh.property(properties.face_visited, to))
+             {
+                 return Growth::PASS;
+             }
+             enter(to);
+             return Growth::TAKE;
+         });
+    return faces;
+}
+
+/// What is decided about a hole before it is painted.
+struct PlannedHole
+{
+    HoleSurroundings around;
+    std::optional<HoleView> view; ///< none if the hole stays as it is
+};
+
+bool is_too_large(PatchTex const& rectangle, std::size_t n_vertices,
+                  Image<3, unsigned char> const& photo, TextureHoleSettings const& settings)
+{
+    auto const n_pixels = static_cast<std::int64_t>(rectangle.width()) *
+                          static_cast<std::int64_t>(rectangle.height());
+    if (n_pixels > std::numeric_limits<int>::max())
+    {
+        return true;
+    }
+    auto const photo_pixels =
+        static_cast<std::int64_t>(photo.width()) * static_cast<std::int64_t>(photo.height());
+    return static_cast<std::int64_t>(n_vertices) > settings.hole_vertex_limit &&
+           static_cast<float>(n_pixels) >
+               static_cast<float>(photo_pixels) * settings.hole_area_ratio;
+}
+
+PlannedHole plan_hole(TriMesh const& mesh, TexProperties const& properties,
+                      std::vector<TexImage> const& images, std::vector<FaceHandle> const& hole,
+                      TextureHoleSettings const& settings)
+{
+    PlannedHole plan;
+    plan.around = hole_surroundings(mesh, properties, hole);
+    if (!plan.around.ring_faces.empty())
+    {
+        plan.view = look_at_hole(mesh, properties, images.front().intrinsics, plan.around,
+                                 settings.patch_margin);
+    }
+    return plan;
+}
+
+/// Prescribes the colours of the vertices around a hole; of several in one pixel the last counts.
+void prescribe_ring(PlannedHole const& plan, std::vector<PixelColor> const& vertex_colours,
+                    Image<3, float>& colour, Image<1, unsigned char>& mask)
+{
+    PatchTex const& rectangle = plan.view->rectangle;
+    for (std::size_t k = 0; k < plan.around.ring_vertices.size(); ++k)
+    {
+        int const x = plan.view->ring_pixels[k].x() - rectangle.min_x;
+        int const y = plan.view->ring_pixels[k].y() - rectangle.min_y;
+        auto const vertex = static_cast<std::size_t>(plan.around.ring_vertices[k].idx());
+        std::copy_n(vertex_colours[vertex].begin(), 3, colour.pixel(x, y));
+        *mask.pixel(x, y) = KNOWN_PIXEL;
+    }
+}
+
+void log_hole_failure(std::size_t h, RectangleFailure failure)
+{
+    int const id = static_cast<int>(h);
+    switch (failure)
+    {
+    case RectangleFailure::NONE:
+        break;
+    case RectangleFailure::DECOMPOSITION:
+        log("  hole[%4d] SimplicialLDLT decomposition failed.\n", id);
+        break;
+    case RectangleFailure::SOLUTION:
+        log("  hole [%4d] SimplicialLDLT solving failed.\n", id);
+        break;
+    case RectangleFailure::PARDISO:
+        log("  MKL_Pardiso failed.\n");
+        break;
+    }
+}
+
+/// Which pixels of a hole's image have colours: the direct solver's system holds the known ones
+/// too, and gives them back; that of the others leaves them black.
+bool has_colour(unsigned char mask, RectangleSolver solver)
+{
+    return mask == 0 || solver == RectangleSolver::PARDISO;
+}
+
+/// The image of a hole, empty if it cannot be solved.
+Image<3, unsigned char> paint_hole(PlannedHole const& plan, std::size_t h,
+                                   std::vector<PixelColor> const& vertex_colours,
+                                   RectangleSolver solver)
+{
+    int const width = plan.view->rectangle.width();
+    int const height = plan.view->rectangle.height();
+    Image<3, float> colour(width, height);
+    Image<1, unsigned char> mask(width, height);
+    prescribe_ring(plan, vertex_colours, colour, mask);
+    auto const failure = solve_rectangle(colour, mask, solver);
+    if (failure != RectangleFailure::NONE)
+    {
+        log_hole_failure(h, failure);
+        return {};
+    }
+    Image<3, unsigned char> image(width, height);
+    parallel_for_even(height,
+                      [&](std::ptrdiff_t row)
+                      {
+                          int const y = static_cast<int>(row);
+                          for (int x = 0; x < width; ++x)
+                          {
+                              if (has_colour(*mask.pixel(x, y), solver))
+                              {
+                                  std::transform(colour.pixel(x, y), colour.pixel(x, y) + 3,
+                                                 image.pixel(x, y), clamped_colour);
+                              }
+                          }
+                      });
+    return image;
+}
+
+/// Notes where a hole's vertices lie in its view.
+void set_hole_pixels(TriMesh& mesh, TexProperties const& properties, PlannedHole const& plan)
+{
+    for (std::size_t k = 0; k < plan.around.hole_vertices.size(); ++k)
+    {
+        mesh.property(properties.vert_hole_uv, plan.around.hole_vertices[k]) =
+            plan.view->hole_pixels[k];
+    }
+}
+
+/// Gives a painted hole's vertices the colours of their pixels.
+void set_hole_colours(TriMesh& mesh, TexProperties const& properties, PlannedHole const& plan,
+                      Image<3, unsigned char> const& image)
+{
+    PatchTex const& rectangle = plan.view->rectangle;
+    for (std::size_t k = 0; k < plan.around.hole_vertices.size(); ++k)
+    {
+        Vector2i const& pixel = plan.view->hole_pixels[k];
+        std::copy_n(image.pixel(pixel.x() - rectangle.min_x, pixel.y() - rectangle.min_y), 3,
+                    mesh.property(properties.vert_color, plan.around.hole_vertices[k]).begin());
+    }
+}
+
+} // namespace
+
+TextureHoleFaces find_texture_holes(TriMesh& mesh, TexProperties const& properties)
+{
+    log("poisson_hole_filling() ..\n");
+    for (auto const face : mesh.faces())
+    {
+        mesh.property(properties.face_visited, face) = false;
+        mesh.property(properties.face_hole_id, face) = -1;
+    }
+    TextureHoleFaces holes;
+    LoopProgress progress(mesh.n_faces());
+    for (auto const face : mesh.faces())
+    {
+        progress.next();
+        if (!mesh.property(properties.face_has_tex, face) &&
+            !mesh.property(properties.face_visited, face))
+        {
+            holes.push_back(grow_hole(mesh, properties, face, static_cast<int>(holes.size())));
+        }
+    }
+    log("  total holes:  %8d\n", static_cast<int>(holes.size()));
+    return holes;
+}
+
+RepairedHoles repair_texture_holes(TriMesh& mesh, TexProperties const& properties,
+                                   std::vector<TexImage> const& images,
+                                   TextureHoleFaces const& holes,
+                                   TextureHoleSettings const& settings)
+{
+    std::vector<PlannedHole> plans(holes.size());
+    parallel_for_uneven(static_cast<std::ptrdiff_t>(holes.size()),
+                        [&](std::ptrdiff_t i)
+                        {
+                            auto const h = static_cast<std::size_t>(i);
+                            plans[h] = plan_hole(mesh, properties, images, holes[h], settings);
+                        });
+    std::vector<std::size_t> n_pixels(holes.size());
+    for (std::size_t h = 0; h < holes.size(); ++h)
+    {
+        auto& plan = plans[h];
+        if (plan.view)
+        {
+            set_hole_pixels(mesh, properties, plan);
+            if (is_too_large(plan.view->rectangle, plan.around.hole_vertices.size(),
+                             images.front().image, settings))
+            {
+                plan.view.reset();
+                continue;
+            }
+            n_pixels[h] = static_cast<std::size_t>(plan.view->rectangle.width()) *
+                          static_cast<std::size_t>(plan.view->rectangle.height());
+        }
+    }
+    // A textured face between two holes has vertices of both: each hole sees the colours of before.
+    auto const vertex_colours = mesh.property(properties.vert_color).data_vector();
+    RepairedHoles repaired;
+    repaired.hole_textures.resize(holes.size());
+    repaired.hole_patches.resize(holes.size());
+    for_each_rectangle(n_pixels,
+                       [&](std::size_t h)
+                       {
+                           if (plans[h].view)
+                           {
+                               repaired.hole_textures[h] =
+                                   paint_hole(plans[h], h, vertex_colours, settings.solver);
+                           }
+                       });
+    for (std::size_t h = 0; h < holes.size(); ++h)
+    {
+        PatchTex& patch = repaired.hole_patches[h];
+        if (!repaired.hole_textures[h].empty())
+        {
+            set_hole_colours(mesh, properties, plans[h], repaired.hole_textures[h]);
+            patch = plans[h].view->rectangle;
+            patch.repaired = true;
+        }
+        patch.is_hole = true;
+    }
+    return repaired;
+}
+
+} // namespace OrvaneAlgorithm::detail
