@@ -25,6 +25,7 @@
 #include "workflow/steps/Fill.h"
 #include "workflow/steps/FindHoles.h"
 #include "workflow/steps/Inspect.h"
+#include "workflow/steps/Keyframes.h"
 #include "workflow/steps/LoadFrames.h"
 #include "workflow/steps/Merge.h"
 #include "workflow/steps/Normals.h"

@@ -14,7 +14,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 
 std::vector<std::string> const COMMANDS{"info",    "holes",  "fill",   "repair", "clean",
-                                        "normals", "sticks", "render", "demo"};
+                                        "normals", "sticks", "render", "demo",   "keyframes"};
 
 /// The command line of a help text's example, without the program's name.
 std::string example_of(std::string const& command)
@@ -40,6 +40,11 @@ TEST(CommonOptions, EveryHelpHasAnExampleThatRuns)
         TempDir const dir;
         write_file(dir.file("scan.ply"), ply_text(grid_with_hole(2)));
         write_file(dir.file("seeds.txt"), "0 0 0 6 15.5\n");
+        std::filesystem::create_directory(dir.file("photos"));
+        write_file(dir.file("photos/cameras.json"),
+                   R"({"views": [{"image": "a.jpg", "width": 2, "height": 1, "fx": 1, "fy": 1,
+                       "cx": 0, "cy": 0, "R": [[1, 0, 0], [0, 1, 0], [0, 0, 1]],
+                       "t": [0, 0, 0]}]})");
         std::string const example = example_of(command);
         EXPECT_EQ(example.rfind(command + " ", 0), 0U) << example;
         if (command == "demo" && IS_SANITIZED)

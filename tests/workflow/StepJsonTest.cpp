@@ -78,6 +78,7 @@ TEST(StepJson, SettingsComeBackAsTheyWere)
     render.line_width = 1.5;
     expect_round_trip(render);
     expect_round_trip(veld::CutSticksSettings{veld::StickTips::DOWN});
+    expect_round_trip(veld::KeyframesSettings{veld::KeyframesMethod::SORT, 12});
     expect_round_trip(veld::NormalsSettings{24, OrvaneAlgorithm::Vector3f(1.0F, 2.0F, 3.0F)});
 }
 

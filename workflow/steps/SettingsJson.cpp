@@ -27,6 +27,8 @@ using Names = std::map<std::string, Value>;
 Names<Layers> const LAYERS{{"mean", Layers::MEAN}, {"best", Layers::BEST}, {"all", Layers::ALL}};
 Names<StickTips> const TIPS{{"up", StickTips::UP}, {"down", StickTips::DOWN}};
 Names<UpAxis> const UP_AXES{{"y", UpAxis::Y}, {"z", UpAxis::Z}};
+Names<KeyframesMethod> const KEYFRAMES_METHODS{{"select", KeyframesMethod::SELECT},
+                                               {"sort", KeyframesMethod::SORT}};
 
 template <typename Value>
 std::string name_in(Names<Value> const& names, Value value)
@@ -468,6 +470,19 @@ void read_settings(Json const& json, std::string const& place, NormalsSettings& 
         auto const row = reader.fields().numbers("sensor", 3);
         settings.sensor = Eigen::Map<Eigen::Vector3d const>(row.data()).cast<float>();
     }
+    reader.finish();
+}
+
+Json to_json(KeyframesSettings const& settings)
+{
+    return {{"method", name_in(KEYFRAMES_METHODS, settings.method)}, {"cells", settings.cells}};
+}
+
+void read_settings(Json const& json, std::string const& place, KeyframesSettings& settings)
+{
+    SettingsReader reader(json, place);
+    reader.name("method", settings.method, KEYFRAMES_METHODS);
+    reader.integer("cells", settings.cells, 1, MOST_KEYFRAME_CELLS);
     reader.finish();
 }
 

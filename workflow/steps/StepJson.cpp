@@ -198,4 +198,19 @@ Json to_json(NormalsResult const& result)
             {"seconds", result.seconds}};
 }
 
+Json to_json(KeyframesResult const& result)
+{
+    Json frames = Json::array();
+    for (std::size_t i = 0; i < result.views.size(); ++i)
+    {
+        Json frame{{"view", result.views[i]}};
+        if (!result.images.empty())
+        {
+            frame["image"] = result.images[i];
+        }
+        frames.push_back(std::move(frame));
+    }
+    return {{"frames", std::move(frames)}, {"views", result.all_views}};
+}
+
 } // namespace veld

@@ -8,6 +8,7 @@
 #include "workflow/steps/Fill.h"
 #include "workflow/steps/FindHoles.h"
 #include "workflow/steps/Inspect.h"
+#include "workflow/steps/Keyframes.h"
 #include "workflow/steps/LoadFrames.h"
 #include "workflow/steps/Merge.h"
 #include "workflow/steps/Normals.h"
@@ -33,6 +34,7 @@ VELD_WORKFLOW_API Json to_json(CleanResult const& result);
 VELD_WORKFLOW_API Json to_json(MergeResult const& result);
 VELD_WORKFLOW_API Json to_json(RepairResult const& result);
 VELD_WORKFLOW_API Json to_json(NormalsResult const& result);
+VELD_WORKFLOW_API Json to_json(KeyframesResult const& result);
 /// @}
 
 /// \name Settings
@@ -47,6 +49,7 @@ VELD_WORKFLOW_API Json to_json(RenderSettings const& settings);
 VELD_WORKFLOW_API Json to_json(CutSticksSettings const& settings);
 VELD_WORKFLOW_API Json to_json(RepairSettings const& settings);
 VELD_WORKFLOW_API Json to_json(NormalsSettings const& settings);
+VELD_WORKFLOW_API Json to_json(KeyframesSettings const& settings);
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      LoadFramesSettings& settings);
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
@@ -63,6 +66,8 @@ VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      RepairSettings& settings);
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      NormalsSettings& settings);
+VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
+                                     KeyframesSettings& settings);
 /// @}
 
 } // namespace veld

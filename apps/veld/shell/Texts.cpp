@@ -1,5 +1,6 @@
 #include "shell/Texts.h"
 
+#include "shell/Console.h"
 #include "workflow/words.h"
 
 #include <fmt/format.h>
@@ -317,6 +318,17 @@ std::string to_text(std::string const& path, NormalsResult const& result)
         break;
     }
     return text + fmt::format("  turned outwards in {}\n", counted(result.pieces, "piece"));
+}
+
+std::string to_text(KeyframesResult const& result)
+{
+    std::string text;
+    for (std::size_t i = 0; i < result.views.size(); ++i)
+    {
+        std::string const image = result.images.empty() ? "" : " " + one_line(result.images[i]);
+        text += std::to_string(result.views[i]) + image + "\n";
+    }
+    return text;
 }
 
 std::string to_text(std::string const& path, OrvaneAlgorithm::TriMesh const& stick)

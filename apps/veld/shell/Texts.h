@@ -5,6 +5,7 @@
 #include "workflow/steps/Fill.h"
 #include "workflow/steps/FindHoles.h"
 #include "workflow/steps/Inspect.h"
+#include "workflow/steps/Keyframes.h"
 #include "workflow/steps/Merge.h"
 #include "workflow/steps/Normals.h"
 #include "workflow/steps/Repair.h"
@@ -32,6 +33,9 @@ std::string to_text(std::string const& path, CleanResult const& result);
 std::string to_text(std::string const& path, MergeResult const& result);
 std::string to_text(std::string const& path, RepairResult const& result);
 std::string to_text(std::string const& path, NormalsResult const& result);
+
+/// A line a view, with its photograph.
+std::string to_text(KeyframesResult const& result);
 
 /// A stick that was cut out.
 std::string to_text(std::string const& path, OrvaneAlgorithm::TriMesh const& stick);
