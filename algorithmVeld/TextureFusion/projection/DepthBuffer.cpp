@@ -1,71 +1,64 @@
 #include "algorithmVeld/TextureFusion/projection/DepthBuffer.h"
 
 #include <algorithm>
-#include <array>
 
 namespace OrvaneAlgorithm::detail
 {
 
 void DepthBuffer::begin_view(int width, int height)
 {
-    for (std::size_t const pixel : written_)
-    {
-        depths_[pixel] = NONE;
-    }
-    written_.clear();
     width_ = width;
-    height_ = height;
-    std::size_t const n = offset(0, height);
-    if (n > depths_.size())
-    {
-        depths_.resize(n, NONE);
-    }
+    // The frame's two columns, and a byte that may be read behind the last pixel.
+    mask_width_ = (static_cast<std::size_t>(width) + 2) / 8 + 2;
+    depths_.resize(std::max(depths_.size(), offset(0, height)));
+    mask_.assign(mask_width_ * (static_cast<std::size_t>(height) + 2), 0);
 }
 
-bool DepthBuffer::insert(int x, int y, float depth)
+void DepthBuffer::insert(int x, int y, float depth)
 {
-    std::size_t const pixel = offset(x, y);
-    float const before = depths_[pixel];
-    bool const is_empty = before == NONE;
-    if (is_empty)
-    {
-        written_.push_back(pixel);
-    }
-    if (before > depth)
-    {
-        depths_[pixel] = depth;
-    }
-    return is_empty || before + dis_thr_ > depth;
+    float& held = depths_[offset(x, y)];
+    unsigned const column = static_cast<unsigned>(x) + 1;
+    std::uint8_t& byte = mask_[mask_row(y) + column / 8];
+    unsigned const bit = 1U << column % 8;
+    held = (byte & bit) == 0 ? depth : std::min(held, depth);
+    byte = static_cast<std::uint8_t>(byte | bit);
 }
 
-/// Dilation goes over an image in four passes, each over every fourth row, and always hands on what
-/// a pixel held before the first. So a pixel's last writer decides, not the nearest one: it is the
-/// last of its 3 x 3 pixels in the order of passes and then of columns.
-float DepthBuffer::dilated(int x, int y) const
+bool DepthBuffer::is_visible(int x, int y, float depth) const
 {
-    using RowOrder = std::array<int, 3>;
-    constexpr std::array<RowOrder, 4> ROW_ORDERS{
-        RowOrder{0, 1, -1}, RowOrder{-1, 0, 1}, RowOrder{-1, 0, 1}, RowOrder{1, -1, 0}};
+    float const own = depths_[offset(x, y)];
+    return own + dis_thr_ > depth && !(own > nearest_around(x, y) + dis_thr_);
+}
 
-    float const before = depths_[offset(x, y)];
-    float depth = before;
-    for (int const step : ROW_ORDERS[static_cast<std::size_t>(y % 4)])
+/// The nearest depth of the 3 x 3 pixels around one that holds a depth.
+float DepthBuffer::nearest_around(int x, int y) const
+{
+    constexpr unsigned CENTRE = 1U << 4U;
+    float nearest = depths_[offset(x, y)];
+    unsigned const held = held_around(x, y);
+    for (int i = 0; i < 9 && held != CENTRE; ++i)
     {
-        int const row = y + step;
-        if (row < 0 || row >= height_)
+        if ((held >> static_cast<unsigned>(i) & 1U) != 0)
         {
-            continue;
-        }
-        for (int column = std::max(x - 1, 0); column <= std::min(x + 1, width_ - 1); ++column)
-        {
-            float const handed_on = depths_[offset(column, row)];
-            if (handed_on != NONE && before > handed_on + dis_thr_)
-            {
-                depth = handed_on;
-            }
+            nearest = std::min(nearest, depths_[offset(x + i % 3 - 1, y + i / 3 - 1)]);
         }
     }
-    return depth;
+    return nearest;
+}
+
+/// Which of the 3 x 3 pixels around one hold a depth, as bits: row by row, the lowest one first.
+unsigned DepthBuffer::held_around(int x, int y) const
+{
+    // The frame's column stands left of x = 0, so column x of the mask is the pixel before x.
+    unsigned const column = static_cast<unsigned>(x);
+    std::uint8_t const* bytes = &mask_[mask_row(y - 1) + column / 8];
+    unsigned held = 0;
+    for (unsigned row = 0; row < 3; ++row, bytes += mask_width_)
+    {
+        unsigned const pixels = bytes[0] | static_cast<unsigned>(bytes[1]) << 8U;
+        held |= (pixels >> column % 8 & 7U) << 3 * row;
+    }
+    return held;
 }
 
 } // namespace OrvaneAlgorithm::detail

@@ -1,15 +1,15 @@
 #pragma once
 
 #include <cstddef>
-#include <limits>
+#include <cstdint>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
 {
 
 /// The depths of vertices in one view, the nearest one for each pixel. Few pixels of a photograph
-/// hold a vertex, so nothing here costs what all pixels do: those that were written are known, and
-/// the dilation is worked out where somebody asks for it.
+/// hold a vertex, so next to nothing here costs what all pixels do: a mask of bits tells the pixels
+/// that count.
 class DepthBuffer
 {
 public:
@@ -19,28 +19,36 @@ public:
     /// Forgets all depths, and takes the size of the next view.
     void begin_view(int width, int height);
 
-    /// Notes the depth of a vertex, which has to be finite.
-    /// \return false if the pixel held one that is nearer by the tolerance or more
-    bool insert(int x, int y, float depth);
+    /// Notes the depth of a vertex. The order of vertices does not matter.
+    void insert(int x, int y, float depth);
 
-    /// The depth of a pixel that was written, after each pixel has handed its depth to those of the
-    /// 3 x 3 pixels around it that are farther away by more than the tolerance.
-    float dilated(int x, int y) const;
+    /// Whether nothing hides a vertex that was noted: it lies nearer than the tolerance behind the
+    /// nearest one of its pixel, and that one no more than the tolerance behind any of the eight
+    /// pixels around.
+    ///
+    /// That is what a dilation by one pixel leaves, in which each pixel hands its depth to those
+    /// around it that are farther away by more than the tolerance. Which depth a pixel is handed
+    /// last then does not matter, for none of its vertices is within the tolerance of any.
+    bool is_visible(int x, int y, float depth) const;
 
 private:
-    static constexpr float NONE = std::numeric_limits<float>::infinity();
-
     std::size_t offset(int x, int y) const
     {
         return static_cast<std::size_t>(width_) * static_cast<std::size_t>(y) +
                static_cast<std::size_t>(x);
     }
 
+    /// The first byte of a row's mask. Around the image lies a frame of one pixel without depths.
+    std::size_t mask_row(int y) const { return mask_width_ * (static_cast<std::size_t>(y) + 1); }
+
+    unsigned held_around(int x, int y) const;
+    float nearest_around(int x, int y) const;
+
     float dis_thr_;
     int width_ = 0;
-    int height_ = 0;
-    std::vector<float> depths_;         ///< none in all pixels but those below
-    std::vector<std::size_t> written_; ///< pixels with a depth
+    std::size_t mask_width_ = 0; ///< bytes
+    std::vector<float> depths_;
+    std::vector<std::uint8_t> mask_; ///< the pixels whose depths count, eight in a byte
 };
 
 } // namespace OrvaneAlgorithm::detail

@@ -37,9 +37,8 @@ bool truncate_to_pixel(double coordinate, int size, int border, int& pixel)
 /// A vertex that may be seen in a view.
 struct ViewCandidate
 {
-    std::size_t vertex = 0;
+    int vertex = 0;
     VertTex projection;
-    bool is_refused = false;
 };
 
 /// Projects the vertices of a mesh into one view after the other. Buffers are kept in between.
@@ -48,8 +47,11 @@ class VertexProjection
 public:
     VertexProjection(TriMesh const& mesh, VisibilityLimits const& limits, VertTexLists& lists)
         : points_(points_of(mesh)),
-          normals_(mesh.property(mesh.vertex_normals_pph()).data_vector()), limits_(limits),
-          lists_(lists), depths_(limits.dis_thr), blocks_((points_.size() + BLOCK - 1) / BLOCK)
+          normals_(mesh.property(mesh.vertex_normals_pph()).data_vector()),
+          limits_(limits),
+          lists_(lists),
+          depths_(limits.dis_thr),
+          blocks_((points_.size() + BLOCK - 1) / BLOCK)
     {
         // A border below zero would let vertices beside the image in.
         limits_.image_border = std::max(limits_.image_border, 0);
@@ -83,7 +85,7 @@ private:
             // A vertex with a full list is not there for the others either: it hides nothing.
             if (lists_.has_room(v) && project_vertex(v, view, candidate.projection))
             {
-                candidate.vertex = v;
+                candidate.vertex = static_cast<int>(v);
                 block(b).push_back(candidate);
             }
         }
@@ -114,16 +116,15 @@ private:
                truncate_to_pixel(v_row, view.image.height(), border, projection.py);
     }
 
-    /// In the order of the vertices, for with a negative tolerance the order would decide.
     void fill_depths(TexImage const& view)
     {
         depths_.begin_view(view.image.width(), view.image.height());
-        for (auto& candidates : blocks_)
+        for (auto const& candidates : blocks_)
         {
-            for (ViewCandidate& candidate : candidates)
+            for (ViewCandidate const& candidate : candidates)
             {
                 VertTex const& at = candidate.projection;
-                candidate.is_refused = !depths_.insert(at.px, at.py, at.depth);
+                depths_.insert(at.px, at.py, at.depth);
             }
         }
     }
@@ -135,10 +136,9 @@ private:
         for (ViewCandidate const& candidate : block(b))
         {
             VertTex const& at = candidate.projection;
-            if (!candidate.is_refused &&
-                depths_.dilated(at.px, at.py) + limits_.dis_thr > at.depth)
+            if (depths_.is_visible(at.px, at.py, at.depth))
             {
-                lists_.append(candidate.vertex, at);
+                lists_.append(static_cast<std::size_t>(candidate.vertex), at);
                 ++n;
             }
         }
@@ -210,17 +210,12 @@ void find_common_views(FaceCorners const& corners, VertTexLists const& vertices,
 /// The most frontal views first, of equal ones the earlier; those whose cosine is no number last.
 void sort_by_cosine(std::vector<CommonView>& views)
 {
-    auto const rank = [](CommonView const& view)
-    {
-        return std::isfinite(view.avg_cos) ? view.avg_cos
-                                           : -std::numeric_limits<float>::infinity();
+    auto const rank = [](CommonView const& view) {
+        return std::isfinite(view.avg_cos) ? view.avg_cos : -std::numeric_limits<float>::infinity();
     };
     std::sort(views.begin(), views.end(),
               [&](CommonView const& a, CommonView const& b)
-              {
-                  return rank(a) > rank(b) ||
-                         (rank(a) == rank(b) && a.image_id() < b.image_id());
-              });
+              { return rank(a) > rank(b) || (rank(a) == rank(b) && a.image_id() < b.image_id()); });
 }
 
 void fill_face_list(std::vector<CommonView> const& views, std::vector<FaceTex>& list)

@@ -60,8 +60,8 @@ void drop_lone_faces(TriMesh& mesh, TexProperties const& properties)
     for (auto const face : mesh.faces())
     {
         if (mesh.property(properties.face_has_tex, face) &&
-            across(face,
-                   [&](FaceHandle other) { return !mesh.property(properties.face_has_tex, other); }))
+            across(face, [&](FaceHandle other)
+                   { return !mesh.property(properties.face_has_tex, other); }))
         {
             mesh.property(properties.face_has_tex, face) = false;
         }
@@ -164,8 +164,9 @@ private:
         std::vector<int> const labels = counts_.by_frequency();
         for (FaceHandle const face : block_)
         {
-            static_cast<void>(std::any_of(labels.begin(), labels.end(), [&](int candidate)
-                                          { return relabel(mesh_, properties_, face, candidate); }));
+            static_cast<void>(std::any_of(
+                labels.begin(), labels.end(),
+                [&](int candidate) { return relabel(mesh_, properties_, face, candidate); }));
         }
     }
 
@@ -206,14 +207,13 @@ std::vector<std::uint8_t> mark_block_borders(TriMesh const& mesh, TexProperties 
                                return;
                            }
                            int const own = mesh.property(properties.face_tex_label, face);
-                           bool const is_inside =
-                               across(face,
-                                      [&](FaceHandle other)
-                                      {
-                                          return !mesh.property(properties.face_has_tex, other) ||
-                                                 mesh.property(properties.face_tex_label, other) ==
-                                                     own;
-                                      });
+                           bool const is_inside = across(
+                               face,
+                               [&](FaceHandle other)
+                               {
+                                   return !mesh.property(properties.face_has_tex, other) ||
+                                          mesh.property(properties.face_tex_label, other) == own;
+                               });
                            marks[f] = is_inside ? 0 : 1;
                        });
     return marks;
@@ -305,7 +305,8 @@ void optimize_boundary_iteration(TriMesh& mesh, TexProperties const& properties)
     // A face comes into the queue once, though its surroundings may change again: so it ends.
     AcrossEdges const across(mesh);
     grow(
-        queue, [&](FaceHandle face, auto const& visit)
+        queue,
+        [&](FaceHandle face, auto const& visit)
         { return !take_majority(face) || across(face, visit); },
         [&](FaceHandle face, FaceHandle other)
         {

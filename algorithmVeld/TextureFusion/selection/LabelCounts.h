@@ -15,9 +15,9 @@ public:
 
     void add(int label)
     {
-        auto const at = std::lower_bound(counts_.begin(), counts_.end(), label,
-                                         [](Count const& count, int wanted)
-                                         { return count.label < wanted; });
+        auto const at =
+            std::lower_bound(counts_.begin(), counts_.end(), label,
+                             [](Count const& count, int wanted) { return count.label < wanted; });
         if (at != counts_.end() && at->label == label)
         {
             ++at->n;
