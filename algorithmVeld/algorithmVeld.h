@@ -14,6 +14,7 @@
 #include "algorithmVeld/HoleFilling/TriangleMeasures.h"
 #include "algorithmVeld/MeshAssistant/MeshAssistant.h"
 #include "algorithmVeld/TextureFusion/SelectKeyframes.h"
+#include "algorithmVeld/TextureFusion/TextureFusion.h"
 #include "algorithmVeld/api/RetVal.h"
 #include "algorithmVeld/api/algorithms.h"
 #include "algorithmVeld/cleanup/BaseTriMeshSearch.h"

@@ -3,6 +3,7 @@
 #include "algorithmVeld/ExtractStick/ExtractStick.h"
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
 #include "algorithmVeld/HoleFilling/HoleFillingCore.h"
+#include "algorithmVeld/TextureFusion/TextureFusion.h"
 #include "algorithmVeld/cleanup/PatchEditor.h"
 #include "algorithmVeld/cleanup/RemoveBoundary.h"
 #include "algorithmVeld/cleanup/VertexEditor.h"
@@ -133,6 +134,14 @@ RetVal remove_small_components_by_face_strong_connection(TriMesh& mesh, int face
 RetVal remove_small_components_by_vert(TriMesh& mesh, int vert_thr, bool verbose)
 {
     return PatchEditor::remove_small_components_by_vert(mesh, vert_thr, verbose);
+}
+
+RetVal texture_fusion(BaseTriMesh& mesh, std::vector<Image<3, unsigned char>> const& images,
+                      std::vector<RigidMatrix> const& poses,
+                      std::vector<CameraInParam> const& cameras, bool verbose)
+{
+    TextureFusion fusion;
+    return fusion.texture_fusion(mesh, images, poses, cameras, verbose);
 }
 
 } // namespace OrvaneAlgorithm

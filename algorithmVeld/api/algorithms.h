@@ -2,7 +2,10 @@
 
 #include "algorithmVeld/api/RetVal.h"
 #include "algorithmVeld/common/BaseTriMesh.h"
+#include "algorithmVeld/common/CameraInParam.h"
+#include "algorithmVeld/common/Image.h"
 #include "algorithmVeld/common/RangeData.h"
+#include "algorithmVeld/common/RigidMatrix.h"
 #include "algorithmVeld/common/TriMesh.h"
 
 #include <vector>
@@ -113,5 +116,12 @@ ALGORITHMVELD_API RetVal remove_small_components_by_face_strong_connection(TriMe
 
 /// Removes components of few vertices; see `PatchEditor::remove_small_components_by_vert`.
 ALGORITHMVELD_API RetVal remove_small_components_by_vert(TriMesh& mesh, int vert_thr, bool verbose);
+
+/// Turns photographs with known poses into the texture of a mesh; see
+/// `TextureFusion::texture_fusion`, which is run with its default settings.
+ALGORITHMVELD_API RetVal texture_fusion(BaseTriMesh& mesh,
+                                        std::vector<Image<3, unsigned char>> const& images,
+                                        std::vector<RigidMatrix> const& poses,
+                                        std::vector<CameraInParam> const& cameras, bool verbose);
 
 } // namespace OrvaneAlgorithm

@@ -141,6 +141,32 @@ std::vector<RangeData> const& frames()
     return list;
 }
 
+/// Textures the mesh by photographs from above, and moves vertices by their coordinates.
+void texture_from_above(BaseTriMesh& arrays)
+{
+    std::vector<Image<3, unsigned char>> images;
+    std::vector<RigidMatrix> poses;
+    Matrix3d downwards;
+    downwards << 1, 0, 0, 0, -1, 0, 0, 0, -1;
+    for (double const x : {60.0, 120.0, 180.0})
+    {
+        images.emplace_back(200, 200);
+        std::fill_n(images.back().data(), 3 * 200 * 200, static_cast<unsigned char>(x));
+        RigidMatrix pose;
+        pose.set_rotation(downwards);
+        pose.set_translation({-x, 80.0, 300.0});
+        poses.push_back(pose);
+    }
+    std::vector<CameraInParam> const cameras(3, CameraInParam(300.0, 300.0, 100.0, 100.0));
+    ASSERT_EQ(texture_fusion(arrays, images, poses, cameras, false), RET_SUCCESS);
+    for (std::size_t f = 0; f < arrays.get_fn(); ++f)
+    {
+        auto const id = static_cast<std::size_t>(arrays.face_texture_ids[f][0]);
+        arrays.vCoord[static_cast<std::size_t>(arrays.faces[f][0])].z() =
+            arrays.texture_coords[id].u;
+    }
+}
+
 std::vector<MeshOperation> const& operations()
 {
     static std::vector<MeshOperation> const list{
@@ -268,6 +294,7 @@ std::vector<MeshOperation> const& operations()
              mesh.repair_illegal();
          },
          true},
+        {"texture_fusion", [](TriMesh& mesh) { through_arrays(mesh, texture_from_above); }},
         {"arrays", [](TriMesh& mesh) { through_arrays(mesh, [](BaseTriMesh&) {}); }},
         {"ply_file", [](TriMesh& mesh) { through_file(mesh, "mesh.ply"); }},
         {"stl_file", [](TriMesh& mesh) { through_file(mesh, "mesh.stl"); }},
