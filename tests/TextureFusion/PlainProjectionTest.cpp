@@ -2,6 +2,7 @@
 
 #include "tests/TextureFusion/random_scenes.h"
 #include "tests/TextureFusion/reference_projection.h"
+#include "tests/support/log_capture.h"
 #include "tests/support/threads.h"
 
 #include <gtest/gtest.h>
@@ -42,6 +43,17 @@ void expect_same_views(std::vector<reference::FaceViews> const& expected,
     }
 }
 
+/// What is logged about a view.
+std::string line_of_view(reference::ViewsOfVertices const& vertices, int id)
+{
+    int n = 0;
+    for (auto const& list : vertices)
+    {
+        n += reference::entry_of_view(list, id) != nullptr ? 1 : 0;
+    }
+    return "  image( " + std::to_string(id) + " ) projected vertices: " + std::to_string(n) + "\n";
+}
+
 void compare_projection(unsigned seed, reference::Taken& taken)
 {
     Threads const threads(1 + static_cast<int>(seed % 4));
@@ -53,8 +65,13 @@ void compare_projection(unsigned seed, reference::Taken& taken)
 
     TexProperties properties;
     properties.add_to(scene.mesh);
+    LogCapture const log;
     auto const actual =
         OrvaneAlgorithm::detail::project_vertices(scene.mesh, scene.views, scene.limits);
+    for (auto const& view : scene.views)
+    {
+        ASSERT_EQ(log.count(line_of_view(vertices, view.id)), 1) << log.text();
+    }
     ASSERT_NO_FATAL_FAILURE(expect_same_lists(vertices, actual));
     OrvaneAlgorithm::detail::project_faces(scene.mesh, properties, actual);
     ASSERT_NO_FATAL_FAILURE(

@@ -69,7 +69,8 @@ inline TriMesh random_object(Lot& lot)
     return mesh_as_far_as_it_goes(pieces.points, pieces.triangles);
 }
 
-/// Lays the corners of some faces together, and gives some vertices normals that are odd.
+/// Lays the corners of some faces together, puts a vertex nowhere, and gives some vertices normals
+/// that are odd.
 inline void spoil(TriMesh& mesh, Lot& lot)
 {
     for (int times = lot.below(4); times > 0; --times)
@@ -77,6 +78,11 @@ inline void spoil(TriMesh& mesh, Lot& lot)
         auto const corners = reference::corners_of(
             mesh, OpenMesh::FaceHandle(lot.below(static_cast<int>(mesh.n_faces()))));
         mesh.set_point(corners[0], mesh.point(corners[1]));
+    }
+    if (lot.one_in(20))
+    {
+        auto const v = vh(lot.below(static_cast<int>(mesh.n_vertices())));
+        mesh.set_point(v, Vector3f(0.0F, lot.of<float>({NOT_A_NUMBER, INFINITE, 3e38F}), 1e20F));
     }
     mesh.request_face_normals();
     mesh.request_vertex_normals();
@@ -112,6 +118,11 @@ inline RigidMatrix random_pose(TriMesh const& mesh, Lot& lot)
     auto const point = [&]
     { return mesh.point(vh(lot.below(static_cast<int>(mesh.n_vertices())))); };
     RigidMatrix pose;
+    if (lot.one_in(60))
+    {
+        pose.set_translation(Vector3d(0.0, 0.0, lot.of<double>({NOT_A_NUMBER, INFINITE, 1e200})));
+        return pose;
+    }
     if (lot.one_in(8)) // not turned, so that the ways to some vertices lie along its axes
     {
         Vector3f const eye = lot.one_in(2) ? point() : Vector3f(point() + Vector3f(0, 0, 4));

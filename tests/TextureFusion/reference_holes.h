@@ -120,7 +120,7 @@ inline Vector3f eye_of_hole(PlainMesh const& mesh, TextureState const& state,
 /// The pixel of a point in the view of a hole.
 /// \return false if it has none
 inline bool hole_pixel(Vector3f const& point, Vector3f const& eye, TexImage const& view,
-                       Vector2i& pixel)
+                       Vector2i& pixel, Taken& taken)
 {
     Vector3f const q = point - eye;
     double const z = std::abs(static_cast<double>(q.z()));
@@ -132,6 +132,7 @@ inline bool hole_pixel(Vector3f const& point, Vector3f const& eye, TexImage cons
     {
         return false;
     }
+    taken["behind the view of a hole"] += q.z() < 0.0F ? 1 : 0;
     pixel = Vector2i(static_cast<int>(u), static_cast<int>(v));
     return true;
 }
@@ -178,7 +179,7 @@ inline bool look_at_hole(PlainMesh const& mesh, TextureState const& state,
         for (int const v : vertices)
         {
             Vector2i pixel;
-            if (!hole_pixel(mesh.points[at(v)], eye, view, pixel))
+            if (!hole_pixel(mesh.points[at(v)], eye, view, pixel, taken))
             {
                 return false;
             }
@@ -201,15 +202,21 @@ inline bool look_at_hole(PlainMesh const& mesh, TextureState const& state,
     return true;
 }
 
-/// Whether a hole of many vertices takes more than its share of a photograph.
+inline double area_of(PatchTex const& r)
+{
+    return (static_cast<double>(r.max_x) - r.min_x + 1.0) *
+           (static_cast<double>(r.max_y) - r.min_y + 1.0);
+}
+
+/// Whether a hole of many vertices takes more than its share of a photograph, or one of any number
+/// more pixels than can be counted.
 inline bool is_too_large(HoleWork const& work, TexImage const& view, HoleLimits const& limits)
 {
-    auto const area = static_cast<float>(static_cast<long long>(work.rectangle.width()) *
-                                         work.rectangle.height());
-    auto const photograph =
-        static_cast<float>(static_cast<long long>(view.image.width()) * view.image.height());
-    return static_cast<int>(work.hole_vertices.size()) > limits.vertex_limit &&
-           area > photograph * limits.area_ratio;
+    double const photograph = static_cast<double>(view.image.width()) * view.image.height();
+    bool const is_larger = static_cast<float>(area_of(work.rectangle)) >
+                           static_cast<float>(photograph) * limits.area_ratio;
+    bool const is_counted = static_cast<int>(work.hole_vertices.size()) > limits.vertex_limit;
+    return (is_counted && is_larger) || area_of(work.rectangle) > 2147483647.0;
 }
 
 /// Continues the colours around a hole over its rectangle. Pixels whose colours are known stay
@@ -269,7 +276,8 @@ inline std::vector<HoleWork> repair_holes(PlainMesh const& mesh, TextureState& s
         }
         if (is_too_large(work, views[0], limits))
         {
-            ++taken["hole too large"];
+            ++taken[area_of(work.rectangle) > 2147483647.0 ? "hole beyond counting"
+                                                           : "hole too large"];
             work.rectangle = PatchTex();
             work.rectangle.is_hole = true;
             continue;
