@@ -1,4 +1,5 @@
 #include "algorithmVeld/TextureFusion/atlas/AtlasCoordinates.h"
+#include "algorithmVeld/TextureFusion/atlas/AtlasPacking.h"
 
 #include "tests/TextureFusion/random_scenes.h"
 #include "tests/TextureFusion/reference_atlas.h"
@@ -22,7 +23,7 @@ using reference::Piece;
 using reference::PlainMesh;
 using reference::TextureState;
 
-constexpr unsigned ATLAS_SEEDS = 600;
+constexpr unsigned ATLAS_SEEDS = 200;
 
 /// A rectangle anywhere, the bounds of one of a hole also below 0, with an image or without.
 Piece random_piece(bool is_hole, Lot& lot)
