@@ -133,8 +133,8 @@ std::vector<ColourGain> undone(std::vector<Eye> const& eyes)
     std::vector<ColourGain> gains;
     for (auto const& eye : eyes)
     {
-        gains.push_back({1.0 / eye.gain[0] / sum[0], 1.0 / eye.gain[1] / sum[1],
-                         1.0 / eye.gain[2] / sum[2]});
+        gains.push_back(
+            {1.0 / eye.gain[0] / sum[0], 1.0 / eye.gain[1] / sum[1], 1.0 / eye.gain[2] / sum[2]});
     }
     return gains;
 }
@@ -228,9 +228,8 @@ TEST(GainBalance, HiddenPlacesDoNotCount)
     auto const first = static_cast<int>(points.size());
     for (auto const vertex : roof.vertices())
     {
-        points.emplace_back(roof.point(vertex) +
-                            Vector3f(static_cast<float>(ROOF_BEGIN), 0.0F,
-                                     static_cast<float>(ROOF_HEIGHT)));
+        points.emplace_back(roof.point(vertex) + Vector3f(static_cast<float>(ROOF_BEGIN), 0.0F,
+                                                          static_cast<float>(ROOF_HEIGHT)));
     }
     for (auto const& [a, b, c] : corners_of(roof))
     {
@@ -258,8 +257,9 @@ TEST(GainBalance, GroupsWithoutCommonPlacesHaveAMeanOfOneEach)
 
 TEST(GainBalance, PhotographsThatShareNothingKeepTheirColours)
 {
-    EXPECT_THAT(Scene({{{8.0, 20.0, 18.0}, {0.5, 0.6, 0.7}}, {{31.0, 20.0, 18.0}, NEUTRAL}}).gains(),
-                ElementsAre(NEUTRAL, NEUTRAL));
+    EXPECT_THAT(
+        Scene({{{8.0, 20.0, 18.0}, {0.5, 0.6, 0.7}}, {{31.0, 20.0, 18.0}, NEUTRAL}}).gains(),
+        ElementsAre(NEUTRAL, NEUTRAL));
 }
 
 TEST(GainBalance, OnePhotographKeepsItsColoursAndNoneIsNoError)
