@@ -39,6 +39,13 @@ public:
     /// The directory for the outputs, made if it is not there; empty for none.
     virtual std::filesystem::path directory() const { return {}; }
 
+    /// The same for a command that has several.
+    virtual std::vector<std::filesystem::path> directories() const
+    {
+        auto const one = directory();
+        return one.empty() ? std::vector<std::filesystem::path>() : std::vector{one};
+    }
+
     /// The files that the command writes, which are tried before the work begins.
     virtual std::vector<std::filesystem::path> outputs() const { return {}; }
 

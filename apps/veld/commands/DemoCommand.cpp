@@ -17,13 +17,14 @@ public:
     {
         add_output_directory(
             app, directory_,
-            "Directory for the frames, meshes and pictures (default: ./veld-demo)");
-        add_integer(app, "--width", width_, 16, 16384,
-                    "Pixels across the pictures, three quarters as high (default: 1200)");
+            "Directory for the frames, photographs, meshes and pictures (default: ./veld-demo)");
+        add_integer(
+            app, "--width", width_, 16, 16384,
+            "Pixels across pictures and photographs, three quarters as high (default: 1200)");
         set_example(app, "demo -o veld-demo");
     }
 
-    std::filesystem::path directory() const override { return demo().frames_directory(); }
+    std::vector<std::filesystem::path> directories() const override { return demo().directories(); }
 
     std::vector<std::filesystem::path> outputs() const override { return demo().files(); }
 

@@ -99,9 +99,9 @@ int run_command(Command& command, CommonOptions const& options)
     Console console({options.json, options.quiet, command.writes_standard_output()});
     Session session({options.verbose, options.threads}, console);
     Outputs outputs(options.no_overwrite ? Existing::KEPT : Existing::REPLACED);
-    if (!command.directory().empty())
+    for (auto const& directory : command.directories())
     {
-        outputs.make_directory(command.directory());
+        outputs.make_directory(directory);
     }
     check_files(command, options, outputs);
 

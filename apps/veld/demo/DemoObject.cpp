@@ -1,13 +1,13 @@
 #include "demo/DemoObject.h"
 
+#include "demo/GourdModel.h"
 #include "demo/GourdSurface.h"
+#include "demo/TriangleSoup.h"
 #include "demo/angles.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <map>
-#include <utility>
 #include <vector>
 
 namespace veld::cli
@@ -16,99 +16,9 @@ namespace veld::cli
 namespace
 {
 
-constexpr int GOURD_SUBDIVISIONS = 7; // 20 * 4^7 triangles, finer than the scanner's grid
 constexpr double STICK_DIAMETER = 5.0;
 constexpr double STICK_HEIGHT = 9.0;
 constexpr double RING_ANGLE = 48.0; // of the cone below the object that the ring hides
-
-using Triangle = std::array<std::uint32_t, 3>;
-
-/// Triangles by vertex number.
-struct Soup
-{
-    std::vector<Vector3f> points;
-    std::vector<Triangle> triangles;
-
-    std::uint32_t add(Vector3d const& point)
-    {
-        points.push_back(point.cast<float>());
-        return static_cast<std::uint32_t>(points.size() - 1);
-    }
-
-    void append(Soup const& other)
-    {
-        auto const first = static_cast<std::uint32_t>(points.size());
-        points.insert(points.end(), other.points.begin(), other.points.end());
-        for (auto const& [a, b, c] : other.triangles)
-        {
-            triangles.push_back({a + first, b + first, c + first});
-        }
-    }
-};
-
-Soup icosahedron()
-{
-    double const g = (1.0 + std::sqrt(5.0)) / 2.0;
-    std::vector<Vector3d> const corners{{-1, g, 0}, {1, g, 0}, {-1, -g, 0}, {1, -g, 0},
-                                        {0, -1, g}, {0, 1, g}, {0, -1, -g}, {0, 1, -g},
-                                        {g, 0, -1}, {g, 0, 1}, {-g, 0, -1}, {-g, 0, 1}};
-    Soup soup;
-    for (auto const& corner : corners)
-    {
-        soup.add(corner.normalized());
-    }
-    soup.triangles = {{0, 11, 5}, {0, 5, 1},  {0, 1, 7},   {0, 7, 10}, {0, 10, 11},
-                      {1, 5, 9},  {5, 11, 4}, {11, 10, 2}, {10, 7, 6}, {7, 1, 8},
-                      {3, 9, 4},  {3, 4, 2},  {3, 2, 6},   {3, 6, 8},  {3, 8, 9},
-                      {4, 9, 5},  {2, 4, 11}, {6, 2, 10},  {8, 6, 7},  {9, 8, 1}};
-    return soup;
-}
-
-/// Cuts each triangle into four, new points on the unit sphere.
-Soup subdivide(Soup const& coarse)
-{
-    Soup fine{coarse.points, {}};
-    std::map<std::pair<std::uint32_t, std::uint32_t>, std::uint32_t> middles;
-    auto const middle = [&](std::uint32_t a, std::uint32_t b)
-    {
-        auto const [place, is_new] = middles.emplace(std::minmax(a, b), 0);
-        if (is_new)
-        {
-            Vector3f const sum = coarse.points[a] + coarse.points[b];
-            place->second = fine.add(sum.cast<double>().normalized());
-        }
-        return place->second;
-    };
-    for (auto const& [a, b, c] : coarse.triangles)
-    {
-        std::uint32_t const ab = middle(a, b);
-        std::uint32_t const bc = middle(b, c);
-        std::uint32_t const ca = middle(c, a);
-        fine.triangles.insert(fine.triangles.end(),
-                              {{a, ab, ca}, {ab, b, bc}, {ca, bc, c}, {ab, bc, ca}});
-    }
-    return fine;
-}
-
-Soup unit_sphere(int subdivisions)
-{
-    Soup soup = icosahedron();
-    for (int i = 0; i < subdivisions; ++i)
-    {
-        soup = subdivide(soup);
-    }
-    return soup;
-}
-
-Soup make_gourd()
-{
-    Soup soup = unit_sphere(GOURD_SUBDIVISIONS);
-    for (auto& point : soup.points)
-    {
-        point = gourd_point(point.cast<double>().normalized()).cast<float>();
-    }
-    return soup;
-}
 
 std::array<Vector3d, 3> stick_places()
 {
@@ -116,7 +26,7 @@ std::array<Vector3d, 3> stick_places()
 }
 
 /// A round stick along z, from inside the gourd up, with a rounded rim and a slightly domed cap.
-Soup make_stick(Vector3d const& foot)
+TriangleSoup make_stick(Vector3d const& foot)
 {
     constexpr std::uint32_t SIDES = 64;
     constexpr int RIM_STEPS = 6;
@@ -126,7 +36,7 @@ Soup make_stick(Vector3d const& foot)
     constexpr double ROUNDING = 0.8; // radius of the rim
     constexpr double DOME = 0.3;     // the middle of the cap is so much higher than its edge
     constexpr double FLAT = 0.5 * STICK_DIAMETER - ROUNDING;
-    Soup soup;
+    TriangleSoup soup;
     auto const add_rim = [&](double radius, double height)
     {
         for (std::uint32_t i = 0; i < SIDES; ++i)
@@ -160,9 +70,9 @@ Soup make_stick(Vector3d const& foot)
 }
 
 /// Fluff in the air, as a small egg.
-Soup make_lint(Vector3d const& centre, double size)
+TriangleSoup make_lint(Vector3d const& centre, double size)
 {
-    Soup soup = unit_sphere(3);
+    TriangleSoup soup = unit_sphere(3);
     for (auto& point : soup.points)
     {
         Vector3d const out = point.cast<double>();
@@ -171,7 +81,7 @@ Soup make_lint(Vector3d const& centre, double size)
     return soup;
 }
 
-void add_lint(Soup& soup)
+void add_lint(TriangleSoup& soup)
 {
     struct Lint
     {
@@ -264,7 +174,7 @@ double print_height(double off_centre)
 
 DemoObject::DemoObject() : scene_(RayScene::of_triangles({}, {})), markers_(place_markers())
 {
-    Soup soup = make_gourd();
+    TriangleSoup soup = make_gourd();
     gourd_triangles_ = static_cast<std::uint32_t>(soup.triangles.size());
     for (auto const& at : stick_places())
     {

@@ -74,6 +74,18 @@ Json report_frames(FrameSet const& set, TextFrameFiles const& files, Desk const&
     return list;
 }
 
+Json report_photos(std::vector<TakenPhoto> const& photos, PhotoFiles const& files, Desk const& desk)
+{
+    PhotoView const& first = photos.at(0).view;
+    desk.console.print(fmt::format("{}: {} of {} x {}\n", files.cameras(),
+                                   counted(photos.size(), "photograph"), first.width,
+                                   first.height));
+    return {{"file", files.cameras()},
+            {"photos", photos.size()},
+            {"width", first.width},
+            {"height", first.height}};
+}
+
 Json report_scan(TriMesh& mesh, std::string const& path, DemoObject const& object, Desk const& desk)
 {
     MeshHealth const health = inspect(mesh, desk.context);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "demo/DemoObject.h"
+#include "demo/PhotoFiles.h"
 #include "demo/TextFrameFiles.h"
 #include "shell/Desk.h"
 #include "workflow/files/Json.h"
@@ -17,6 +18,9 @@ namespace veld::cli
 {
 
 Json report_frames(FrameSet const& set, TextFrameFiles const& files, Desk const& desk);
+
+Json report_photos(std::vector<TakenPhoto> const& photos, PhotoFiles const& files,
+                   Desk const& desk);
 
 /// The mesh that merging made, with what is on the object.
 Json report_scan(OrvaneAlgorithm::TriMesh& mesh, std::string const& path, DemoObject const& object,

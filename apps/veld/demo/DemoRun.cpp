@@ -20,8 +20,10 @@ namespace veld::cli
 namespace
 {
 
-constexpr int LARGEST_SPECK = 600; // in faces
-constexpr double FOOT_WIDTH = 2.0; // of a stick, in mm
+constexpr int LARGEST_SPECK = 600;     // in faces
+constexpr int LARGEST_PHOTO = 1600;    // pixels across
+constexpr double FOOT_WIDTH = 2.0;     // of a stick, in mm
+Vector3d const MIDDLE(0.0, 17.0, 0.0); // of what is looked at
 
 /// Two rings of views: one a little from below, one from above.
 std::vector<ScannerView> scanner_views()
@@ -35,6 +37,22 @@ std::vector<ScannerView> scanner_views()
     for (int i = 0; i < 6; ++i)
     {
         views.push_back({30.0 + 60.0 * i, 42.0});
+    }
+    return views;
+}
+
+/// Two rings, between the scanner's views.
+std::vector<ScannerView> camera_views()
+{
+    std::vector<ScannerView> views;
+    views.reserve(12);
+    for (int i = 0; i < 8; ++i)
+    {
+        views.push_back({20.0 + 45.0 * i, i % 2 == 0 ? -8.0 : 14.0});
+    }
+    for (int i = 0; i < 4; ++i)
+    {
+        views.push_back({90.0 * i, 52.0});
     }
     return views;
 }
@@ -94,12 +112,17 @@ TextFrameFiles DemoRun::frame_files() const
     return {file("frames"), scanner_views().size()};
 }
 
+PhotoFiles DemoRun::photo_files() const
+{
+    return {file("photos"), camera_views().size()};
+}
+
 std::vector<fs::path> DemoRun::files() const
 {
     std::vector<fs::path> files;
-    for (auto const& name : frame_files().all())
+    for (auto const& names : {frame_files().all(), photo_files().all()})
     {
-        files.emplace_back(name);
+        files.insert(files.end(), names.begin(), names.end());
     }
     for (char const* name :
          {"scan.ply", "markers.txt", "seeds.txt", "before.png", "stick-0.ply", "stick-1.ply",
@@ -126,6 +149,7 @@ Json DemoRun::run(Desk const& desk) const
     FillResult const filled = close_holes(cleaned, object, desk, result);
     result["deviation"] = report_deviation(filled.mesh, desk);
     result["after"] = draw(filled.mesh, mark_passes(filled), "after.png", desk);
+    photograph(desk, result);
     result["repair"] = compare_repairs(filled.mesh, desk);
     return result;
 }
@@ -137,7 +161,7 @@ FrameSet DemoRun::scan(DemoObject const& object, Desk const& desk, Json& result)
     std::string description;
     {
         StepScope scope(desk.context, "scan-object", "scan the object");
-        VirtualScanner const scanner({}, Vector3d(0.0, 17.0, 0.0));
+        VirtualScanner const scanner({}, MIDDLE);
         auto const frames = scope.stage("scan the object", 0.8,
                                         [&] { return scanner.scan(object, scanner_views()); });
         description =
@@ -205,6 +229,25 @@ FillResult DemoRun::close_holes(TriMesh const& mesh, DemoObject const& object, D
     return filled;
 }
 
+/// Photographs the object before anything is stuck on it.
+/// \return the list of cameras, as PhotoFiles::save() gives it
+std::string DemoRun::photograph(Desk const& desk, Json& result) const
+{
+    StepScope scope(desk.context, "photograph-object", "photograph the object");
+    CameraSettings settings;
+    settings.width = width_;
+    settings.height = height();
+    VirtualCamera const camera(settings, MIDDLE);
+    auto const photos =
+        scope.stage("photograph the object", 0.9,
+                    [&] { return camera.photograph(GourdModel(), camera_views()); });
+    PhotoFiles const files = photo_files();
+    std::string const list =
+        scope.stage("write the photographs", 1.0, [&] { return files.save(photos, desk.outputs); });
+    result["photos"] = report_photos(photos, files, desk);
+    return list;
+}
+
 /// Both repairs on the same torn copy of the mesh.
 Json DemoRun::compare_repairs(TriMesh const& mesh, Desk const& desk) const
 {
@@ -228,7 +271,7 @@ Json DemoRun::draw(TriMesh const& mesh, FaceMarks const& marks, std::string cons
 {
     RenderSettings settings;
     settings.width = width_;
-    settings.height = width_ * 3 / 4;
+    settings.height = height();
     settings.line_width *= width_ / 1200.0;
     settings.view = {8.0, 14.0, UpAxis::Y};
     std::string const path = file(name);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "demo/DemoObject.h"
+#include "demo/PhotoFiles.h"
 #include "demo/TextFrameFiles.h"
 #include "shell/Desk.h"
 #include "workflow/files/Json.h"
@@ -22,14 +23,17 @@ using OrvaneAlgorithm::TriMesh;
 class DemoRun
 {
 public:
-    /// \param directory for all files \param width of the pictures in pixels
+    /// \param directory for all files \param width of pictures and photographs in pixels
     DemoRun(std::string directory, int width) : directory_(std::move(directory)), width_(width) {}
 
     /// All files that the run writes.
     std::vector<std::filesystem::path> files() const;
 
-    /// The directory of the frames.
-    std::filesystem::path frames_directory() const { return file("frames"); }
+    /// The directories of the frames and of the photographs.
+    std::vector<std::filesystem::path> directories() const
+    {
+        return {file("frames"), file("photos")};
+    }
 
     /// \return every step's result
     Json run(Desk const& desk) const;
@@ -39,7 +43,9 @@ private:
     {
         return (std::filesystem::path(directory_) / name).string();
     }
+    int height() const { return width_ * 3 / 4; } ///< Of pictures and photographs, in pixels.
     TextFrameFiles frame_files() const;
+    PhotoFiles photo_files() const;
 
     FrameSet scan(DemoObject const& object, Desk const& desk, Json& result) const;
     TriMesh merge_frames(FrameSet const& frames, Desk const& desk, Json& result) const;
@@ -50,6 +56,7 @@ private:
                      std::vector<TriMesh> const& sticks, Desk const& desk, Json& result) const;
     FillResult close_holes(TriMesh const& mesh, DemoObject const& object, Desk const& desk,
                            Json& result) const;
+    std::string photograph(Desk const& desk, Json& result) const;
     Json compare_repairs(TriMesh const& mesh, Desk const& desk) const;
     Json draw(TriMesh const& mesh, FaceMarks const& marks, std::string const& name,
               Desk const& desk) const;
