@@ -17,6 +17,7 @@ using testing::ElementsAre;
 namespace fs = std::filesystem;
 
 constexpr std::size_t VIEWS = 14;
+constexpr std::size_t PHOTOS = 12;
 
 /// One run of the demo that the tests share: its pictures take seconds.
 struct SharedDemo
@@ -41,13 +42,15 @@ TEST(DemoCommand, RunsTheWholeChain)
     EXPECT_EQ(run.err, "");
     EXPECT_THAT(files_in(dir.file("demo")),
                 ElementsAre("after.png", "before.png", "cleaned.ply", "cleaned.png", "filled.ply",
-                            "frames", "markers.txt", "repaired-ball.ply", "repaired-project.ply",
-                            "scan.ply", "seeds.txt", "stick-0.ply", "stick-1.ply", "stick-2.ply",
-                            "torn.ply"));
+                            "frames", "markers.txt", "photos", "repaired-ball.ply",
+                            "repaired-project.ply", "scan.ply", "seeds.txt", "stick-0.ply",
+                            "stick-1.ply", "stick-2.ply", "textured.jpg", "textured.mtl",
+                            "textured.obj", "textured.png", "torn.ply"));
     auto const json = run.json();
     EXPECT_THAT(keys_of(json), testing::UnorderedElementsAre("frames", "merge", "scan", "before",
                                                              "sticks", "clean", "cleaned", "fill",
-                                                             "deviation", "after", "repair"));
+                                                             "deviation", "after", "photos",
+                                                             "texture", "textured", "repair"));
 
     // The defects that the object is scanned with.
     EXPECT_GE(json["scan"]["holes"], 15);
@@ -170,6 +173,41 @@ TEST(DemoCommand, RepairedMeshIsNearTheTrueSurface)
     EXPECT_LT(deviation["percentile_99"], 0.15);
 }
 
+TEST(DemoCommand, PhotographsMakeTheTextureThatTheTextureCommandMakes)
+{
+    auto const& demo = shared_demo();
+    ASSERT_EQ(demo.run.status, 0) << demo.run.err;
+    auto const json = demo.run.json();
+    EXPECT_EQ(files_in(demo.file("photos")).size(), PHOTOS + 1);
+    EXPECT_EQ(json["photos"]["photos"], PHOTOS);
+    EXPECT_EQ(json["photos"]["width"], 240);
+    EXPECT_EQ(json["photos"]["height"], 180);
+    TempDir const dir;
+    Outcome const run = run_veld({"texture", demo.file("filled.ply"), "--photos",
+                                  demo.file("photos"), "-o", dir.file("textured.obj")});
+    ASSERT_EQ(run.status, 0) << run.err;
+    for (std::string const name : {"textured.obj", "textured.mtl", "textured.jpg"})
+    {
+        EXPECT_TRUE(file_content(dir.file(name)) == file_content(demo.file(name))) << name;
+    }
+}
+
+TEST(DemoCommand, TextureIsNearTheTrueColours)
+{
+    auto const& run = shared_demo().run;
+    ASSERT_EQ(run.status, 0) << run.err;
+    auto const texture = run.json()["texture"];
+    EXPECT_EQ(texture["photographs"], PHOTOS);
+    // All but the shade of the lamps is taken away: a fifth of the light at most. Pixels of half a
+    // millimetre leave the grain and the rims of spots out.
+    EXPECT_GT(texture["colour_error"]["mean"], 0.5);
+    EXPECT_LT(texture["colour_error"]["mean"], 12.0);
+    EXPECT_LT(texture["colour_error"]["percentile_95"], 40.0);
+    EXPECT_LT(texture["colour_error"]["blank"], 0.01);
+    EXPECT_GT(texture["seam_step"]["edges"], 500);
+    EXPECT_LT(texture["seam_step"]["mean"], 3.0);
+}
+
 TEST(DemoCommand, ComparesBothRepairsOnATornCopy)
 {
     auto const& demo = shared_demo();
@@ -268,7 +306,8 @@ TEST(DemoCommand, TimingsAreNoOtherOutputOfTheDemo)
 {
     TempDir const dir;
     for (std::string const name : {"scan.ply", "markers.txt", "stick-2.ply", "after.png",
-                                   "frames/cloud3.asc", "frames/rt14.txt", "frames/frames.json"})
+                                   "frames/cloud3.asc", "frames/rt14.txt", "frames/frames.json",
+                                   "photos/cameras.json", "photos/photo12.jpg", "textured.mtl"})
     {
         Outcome const run = run_veld(
             {"demo", "-o", dir.file("new/demo"), "--timings", dir.file("new/demo/" + name)});
@@ -302,6 +341,8 @@ TEST(DemoCommand, TextNamesTheStepsAndTimingsGoToItsDirectoryAndThreadsChangeNoB
     EXPECT_THAT(run.out, testing::ContainsRegex("  markers took [0-9]+ faces"));
     EXPECT_THAT(run.out, testing::HasSubstr("  markers closed 8 holes\n"));
     EXPECT_THAT(run.out, testing::ContainsRegex("  whole closed [0-9]+ holes\n"));
+    EXPECT_THAT(run.out, testing::HasSubstr("cameras.json: 12 photographs of 240 x 180\n"));
+    EXPECT_THAT(run.out, testing::ContainsRegex("of 255 from the true colours, 95 % within"));
     EXPECT_THAT(run.out, testing::ContainsRegex("torn.ply: a torn copy of [0-9]+ pieces"));
     for (std::string const method : {"ball", "project"})
     {
@@ -313,11 +354,11 @@ TEST(DemoCommand, TextNamesTheStepsAndTimingsGoToItsDirectoryAndThreadsChangeNoB
     EXPECT_TRUE(fs::is_symlink(dir.file("new/frames/cloud1.asc")));
 
     auto const& demo = shared_demo();
-    for (std::string const folder : {"", "frames/"})
+    for (std::string const folder : {"", "frames/", "photos/"})
     {
         for (auto const& name : files_in(demo.file(folder)))
         {
-            if (name != "frames")
+            if (name != "frames" && name != "photos")
             {
                 EXPECT_TRUE(file_content(dir.file("new/" + folder + name)) ==
                             file_content(demo.file(folder + name)))

@@ -18,9 +18,8 @@ public:
         add_output_directory(
             app, directory_,
             "Directory for the frames, photographs, meshes and pictures (default: ./veld-demo)");
-        add_integer(
-            app, "--width", width_, 16, 16384,
-            "Pixels across pictures and photographs, three quarters as high (default: 1200)");
+        add_integer(app, "--width", width_, 16, 16384,
+                    "Pixels across the pictures, three quarters as high (default: 1200)");
         set_example(app, "demo -o veld-demo");
     }
 

@@ -1,9 +1,11 @@
 #include "demo/DemoReport.h"
 
+#include "demo/GourdPattern.h"
 #include "demo/GourdSurface.h"
 #include "shell/Texts.h"
 #include "workflow/ForEachIndex.h"
 #include "workflow/StepScope.h"
+#include "workflow/photos/TextureJudge.h"
 #include "workflow/steps/StepJson.h"
 #include "workflow/words.h"
 
@@ -132,6 +134,26 @@ Json report_torn(std::string const& path, TriMesh& mesh, Desk const& desk)
             {"components", health.components},
             {"holes", health.holes},
             {"isolated_vertices", health.isolated_vertices}};
+}
+
+Json report_texture(std::string const& path, TextureResult const& result, Desk const& desk)
+{
+    StepScope const scope(desk.context, "judge-texture", "judge the texture");
+    JudgedTexture const judged{result.textured.mesh, result.textured.image};
+    ColourError const error = measure_colour_error(judged, [](Vector3d const& place)
+                                                   { return gourd_colour(place.normalized()); });
+    SeamStep const step = measure_seam_step(judged);
+    desk.console.print(to_text(path, result));
+    desk.console.print(
+        fmt::format("  {:.2f} of 255 from the true colours, 95 % within {:.1f}; {:.2f} across {}\n",
+                    error.mean, error.percentile_95, step.mean, counted(step.edges, "seam edge")));
+    Json json{{"file", path}};
+    json.update(to_json(result));
+    json["colour_error"] = {
+        {"mean", error.mean}, {"percentile_95", error.percentile_95}, {"blank", error.blank}};
+    json["seam_step"] = {
+        {"edges", step.edges}, {"mean", step.mean}, {"percentile_95", step.percentile_95}};
+    return json;
 }
 
 Json report_repair(std::string const& path, RepairResult const& result, Desk const& desk)

@@ -8,6 +8,7 @@
 #include "workflow/steps/Fill.h"
 #include "workflow/steps/LoadFrames.h"
 #include "workflow/steps/Repair.h"
+#include "workflow/steps/Texture.h"
 
 #include <string>
 
@@ -30,6 +31,9 @@ Json report_filling(std::string const& path, FillResult const& result, Desk cons
 
 /// The copy of a mesh that the repairs are compared on.
 Json report_torn(std::string const& path, OrvaneAlgorithm::TriMesh& mesh, Desk const& desk);
+
+/// The textured mesh, against the true colours.
+Json report_texture(std::string const& path, TextureResult const& result, Desk const& desk);
 
 /// One line of the comparison.
 Json report_repair(std::string const& path, RepairResult const& result, Desk const& desk);

@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -127,7 +128,8 @@ std::vector<fs::path> DemoRun::files() const
     for (char const* name :
          {"scan.ply", "markers.txt", "seeds.txt", "before.png", "stick-0.ply", "stick-1.ply",
           "stick-2.ply", "cleaned.ply", "cleaned.png", "filled.ply", "after.png", "torn.ply",
-          "repaired-ball.ply", "repaired-project.ply"})
+          "repaired-ball.ply", "repaired-project.ply", "textured.obj", "textured.mtl",
+          "textured.jpg", "textured.png"})
     {
         files.emplace_back(file(name));
     }
@@ -149,7 +151,7 @@ Json DemoRun::run(Desk const& desk) const
     FillResult const filled = close_holes(cleaned, object, desk, result);
     result["deviation"] = report_deviation(filled.mesh, desk);
     result["after"] = draw(filled.mesh, mark_passes(filled), "after.png", desk);
-    photograph(desk, result);
+    texture_mesh(filled.mesh, photograph(desk, result), desk, result);
     result["repair"] = compare_repairs(filled.mesh, desk);
     return result;
 }
@@ -235,8 +237,8 @@ std::string DemoRun::photograph(Desk const& desk, Json& result) const
 {
     StepScope scope(desk.context, "photograph-object", "photograph the object");
     CameraSettings settings;
-    settings.width = width_;
-    settings.height = height();
+    settings.width = std::min(width_, LARGEST_PHOTO);
+    settings.height = settings.width * 3 / 4;
     VirtualCamera const camera(settings, MIDDLE);
     auto const photos =
         scope.stage("photograph the object", 0.9,
@@ -246,6 +248,23 @@ std::string DemoRun::photograph(Desk const& desk, Json& result) const
         scope.stage("write the photographs", 1.0, [&] { return files.save(photos, desk.outputs); });
     result["photos"] = report_photos(photos, files, desk);
     return list;
+}
+
+/// Reads the photographs as any other host would, and makes a texture of them.
+void DemoRun::texture_mesh(TriMesh const& mesh, std::string const& cameras, Desk const& desk,
+                           Json& result) const
+{
+    PhotoSet photos = load_photos(cameras, desk.context);
+    photos.source = photo_files().cameras();
+    TextureResult const made = texture(mesh, photos, {}, desk.context);
+    std::string const path = file("textured.obj");
+    write_textured_mesh(path, made.textured, desk.outputs, desk.context);
+    result["texture"] = report_texture(path, made, desk);
+    RenderSettings settings = picture_settings();
+    settings.unlit = true; // the photographs have the light in them
+    result["textured"] =
+        save_picture(render(made.textured.mesh, made.textured.image, {}, settings, desk.context),
+                     "textured.png", desk);
 }
 
 /// Both repairs on the same torn copy of the mesh.
@@ -266,19 +285,28 @@ Json DemoRun::compare_repairs(TriMesh const& mesh, Desk const& desk) const
     return json;
 }
 
-Json DemoRun::draw(TriMesh const& mesh, FaceMarks const& marks, std::string const& name,
-                   Desk const& desk) const
+RenderSettings DemoRun::picture_settings() const
 {
     RenderSettings settings;
     settings.width = width_;
-    settings.height = height();
+    settings.height = width_ * 3 / 4;
     settings.line_width *= width_ / 1200.0;
     settings.view = {8.0, 14.0, UpAxis::Y};
+    return settings;
+}
+
+Json DemoRun::draw(TriMesh const& mesh, FaceMarks const& marks, std::string const& name,
+                   Desk const& desk) const
+{
+    return save_picture(render(mesh, marks, picture_settings(), desk.context), name, desk);
+}
+
+Json DemoRun::save_picture(Picture const& picture, std::string const& name, Desk const& desk) const
+{
     std::string const path = file(name);
-    write_picture(desk.outputs.add(path), render(mesh, marks, settings, desk.context),
-                  desk.context);
+    write_picture(desk.outputs.add(path), picture, desk.context);
     desk.console.print(path + ": drawn\n");
-    return {{"file", path}, {"width", settings.width}, {"height", settings.height}};
+    return {{"file", path}, {"width", picture.width()}, {"height", picture.height()}};
 }
 
 } // namespace veld::cli

@@ -9,6 +9,7 @@
 #include "workflow/steps/LoadFrames.h"
 #include "workflow/steps/Merge.h"
 #include "workflow/steps/Render.h"
+#include "workflow/steps/Texture.h"
 
 #include <filesystem>
 #include <string>
@@ -23,7 +24,7 @@ using OrvaneAlgorithm::TriMesh;
 class DemoRun
 {
 public:
-    /// \param directory for all files \param width of pictures and photographs in pixels
+    /// \param directory for all files \param width of the pictures in pixels
     DemoRun(std::string directory, int width) : directory_(std::move(directory)), width_(width) {}
 
     /// All files that the run writes.
@@ -43,7 +44,6 @@ private:
     {
         return (std::filesystem::path(directory_) / name).string();
     }
-    int height() const { return width_ * 3 / 4; } ///< Of pictures and photographs, in pixels.
     TextFrameFiles frame_files() const;
     PhotoFiles photo_files() const;
 
@@ -57,9 +57,13 @@ private:
     FillResult close_holes(TriMesh const& mesh, DemoObject const& object, Desk const& desk,
                            Json& result) const;
     std::string photograph(Desk const& desk, Json& result) const;
+    void texture_mesh(TriMesh const& mesh, std::string const& cameras, Desk const& desk,
+                      Json& result) const;
     Json compare_repairs(TriMesh const& mesh, Desk const& desk) const;
     Json draw(TriMesh const& mesh, FaceMarks const& marks, std::string const& name,
               Desk const& desk) const;
+    RenderSettings picture_settings() const;
+    Json save_picture(Picture const& picture, std::string const& name, Desk const& desk) const;
 
     std::string directory_;
     int width_;
