@@ -4,7 +4,6 @@
 #include "algorithmVeld/common/mesh/Compaction.h"
 #include "algorithmVeld/common/mesh/MeshInfo.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
-#include "algorithmVeld/common/mesh/points.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/reconstruction/ball_pivoting/BallRadii.h"
@@ -13,6 +12,7 @@
 #include "algorithmVeld/util/UtilTool.h"
 
 #include <cstddef>
+#include <cstring>
 
 namespace OrvaneAlgorithm
 {
@@ -60,6 +60,22 @@ void report_mesh(TriMesh const& mesh)
     log_and_print_line(true, detail::MESH_INFO_BEGIN);
     detail::print_counts(true, detail::MESH_INFO_TITLE, detail::count_elements(mesh));
     log_and_print_line(true, detail::MESH_INFO_END);
+}
+
+/// The positions of the vertices that are not marked deleted.
+std::vector<Vector3f> live_points_of(TriMesh const& mesh)
+{
+    std::vector<Vector3f> points;
+    points.reserve(mesh.n_vertices());
+    for (int i = 0; i < static_cast<int>(mesh.n_vertices()); ++i)
+    {
+        OpenMesh::VertexHandle const vertex(i);
+        if (!detail::is_deleted(mesh, vertex))
+        {
+            points.push_back(mesh.point(vertex));
+        }
+    }
+    return points;
 }
 
 bool are_too_few(int boundary_vertices)
@@ -205,7 +221,7 @@ BallPivoting::Series BallPivoting::run_radius(TriMesh& mesh, float radius)
     int added_faces = 0;
     int boundary_vertices = 0;
     stages.next();
-    run_pass(mesh, radius, added_faces, boundary_vertices, 0, VertexTree::OF_THIS_MESH);
+    repair_mesh(mesh, radius, added_faces, boundary_vertices, 0);
     if (mEnableDeleteIsolatedFaces)
     {
         print_line("\nmEnableDeleteIsolatedFaces = %d\n", 1);
@@ -222,7 +238,7 @@ BallPivoting::Series BallPivoting::run_radius(TriMesh& mesh, float radius)
         delete_isolated_faces(mesh, mFailedFaces);
         build_vertex_tree(mesh);
         stages.next();
-        run_pass(mesh, radius, added_faces, boundary_vertices, 1, VertexTree::OF_THIS_MESH);
+        repair_mesh(mesh, radius, added_faces, boundary_vertices, 1);
     }
     report_pass(radius, added_faces);
     if (are_too_few(boundary_vertices))
@@ -235,24 +251,29 @@ BallPivoting::Series BallPivoting::run_radius(TriMesh& mesh, float radius)
 
 void BallPivoting::build_vertex_tree(TriMesh const& mesh)
 {
-    if (!mesh.has_vertex_status())
-    {
-        mVertexTree.build_kdtree(detail::points_of(mesh));
-        mVertexTreeSize = mesh.n_vertices();
-        return;
-    }
-    std::vector<Vector3f> points;
-    points.reserve(mesh.n_vertices());
+    mVertexTreePoints = live_points_of(mesh);
+    mVertexTree.build_kdtree(mVertexTreePoints);
+}
+
+/// Whether the tree of all vertices holds those of a mesh, bit by bit where they are.
+bool BallPivoting::knows_all_vertices_of(TriMesh const& mesh) const
+{
+    auto known = mVertexTreePoints.begin();
     for (int i = 0; i < static_cast<int>(mesh.n_vertices()); ++i)
     {
         OpenMesh::VertexHandle const vertex(i);
-        if (!detail::is_deleted(mesh, vertex))
+        if (detail::is_deleted(mesh, vertex))
         {
-            points.push_back(mesh.point(vertex));
+            continue;
         }
+        if (known == mVertexTreePoints.end() ||
+            std::memcmp(known->data(), mesh.point(vertex).data(), 3 * sizeof(float)) != 0)
+        {
+            return false;
+        }
+        ++known;
     }
-    mVertexTree.build_kdtree(points);
-    mVertexTreeSize = points.size();
+    return known == mVertexTreePoints.end();
 }
 
 /// The errors are those of all passes with the radius.

@@ -121,17 +121,9 @@ private:
         ENDS
     };
 
-    /// Which points the tree of all vertices holds.
-    enum class VertexTree
-    {
-        OF_THIS_MESH, ///< Its vertices, where they are now.
-        ANY           ///< Those of the last series, or none.
-    };
-
     Series run_radius(TriMesh& mesh, float radius);
-    bool run_pass(TriMesh& mesh, float radius, int& added_faces, int& boundary_vertices, int level,
-                  VertexTree vertex_tree);
     void build_vertex_tree(TriMesh const& mesh);
+    bool knows_all_vertices_of(TriMesh const& mesh) const;
     bool no_extra_vertex_in_sphere(Vector3f const& centre, float radius) const;
     void report_pass(float radius, int added_faces) const;
     bool delete_isolated_faces(TriMesh& mesh, std::vector<FailedFace>& failed);
@@ -145,7 +137,7 @@ private:
     std::vector<FailedFace> mFailedFaces;         ///< A boundary halfedge, and the third vertex.
     std::set<std::pair<int, int>> mFailedFaceSet; ///< The same by index.
     KdTree3f mVertexTree;                         ///< All vertices, for the emptiness test.
-    std::size_t mVertexTreeSize = 0;              ///< How many they were.
+    std::vector<Vector3f> mVertexTreePoints;      ///< Where they were.
     KdTree3f mBoundaryTree;                       ///< Those on the boundary when a pass began.
     float mNormConsistencyThr = 0.5F;             ///< The cosine of 60 degrees.
     std::string mDebugSavePath;

@@ -114,8 +114,13 @@ private:
 class BallPivoting::Pass
 {
 public:
-    Pass(BallPivoting& owner, TriMesh& mesh, float radius, int level, VertexTree vertex_tree)
-        : owner_(owner), mesh_(mesh), radius_(radius), level_(level), vertex_tree_(vertex_tree)
+    Pass(BallPivoting& owner, TriMesh& mesh, float radius, int level)
+        : owner_(owner),
+          mesh_(mesh),
+          radius_(radius),
+          level_(level),
+          knows_emptiness_(owner.mNodeInSphereRestrain && radius < LARGEST_RADIUS &&
+                           owner.knows_all_vertices_of(mesh))
     {
     }
 
@@ -153,7 +158,8 @@ private:
     TriMesh& mesh_;
     float radius_;
     int level_;
-    VertexTree vertex_tree_;
+    /// Whether a ball with a vertex near the edge inside it is sure to be found not empty.
+    bool knows_emptiness_;
     std::string const search_step_ = "Kd-Tree Search Third Node";
     std::string const emptiness_step_ = "Kd-Tree Search Node in Sphere";
     std::string const parent_step_ = REPAIR_MESH;
@@ -171,15 +177,9 @@ private:
 bool BallPivoting::repair_mesh(TriMesh& mesh, float radius, int& added_faces,
                                int& boundary_vertices, int level)
 {
-    return run_pass(mesh, radius, added_faces, boundary_vertices, level, VertexTree::ANY);
-}
-
-bool BallPivoting::run_pass(TriMesh& mesh, float radius, int& added_faces, int& boundary_vertices,
-                            int level, VertexTree vertex_tree)
-{
     added_faces = 0;
     boundary_vertices = 0;
-    Pass pass(*this, mesh, radius, level, vertex_tree);
+    Pass pass(*this, mesh, radius, level);
     detail::Stages stages({1, 9});
     stages.next();
     auto building = std::make_unique<StepTimer>("Build-Kd-Tree", REPAIR_MESH);
@@ -345,9 +345,6 @@ void BallPivoting::Pass::find_taken(Edge const& edge)
 /// The tests are in the order of what they cost.
 void BallPivoting::Pass::find_candidates(Edge const& edge)
 {
-    bool const is_emptiness_known = owner_.mNodeInSphereRestrain &&
-                                    vertex_tree_ == VertexTree::OF_THIS_MESH &&
-                                    radius_ < LARGEST_RADIUS;
     auto const& [from, to] = edge.line;
     candidates_.clear();
     for (std::size_t i = 0; i < hits_.size(); ++i)
@@ -356,8 +353,7 @@ void BallPivoting::Pass::find_candidates(Edge const& edge)
         Vector3f centre;
         if (!detail::is_ball_surely_too_small(from, to, nearby_[i], radius_) &&
             has_room(edge, vertex) && detail::find_sphere(from, to, nearby_[i], radius_, centre) &&
-            !(is_emptiness_known && holds_nearby_vertex(centre)) &&
-            agrees_with_normals(edge, vertex))
+            !(knows_emptiness_ && holds_nearby_vertex(centre)) && agrees_with_normals(edge, vertex))
         {
             candidates_.push_back({vertex, hits_[i], square_distances_[i], centre});
         }
@@ -404,7 +400,7 @@ bool BallPivoting::Pass::is_all_nearby(Edge const& edge, Vector3f const& centre)
     auto const radius = static_cast<double>(radius_);
     double const reach =
         static_cast<double>((centre - edge.line.middle()).norm()) + radius - EMPTINESS_MARGIN;
-    return vertex_tree_ == VertexTree::OF_THIS_MESH && boundary_.size() == owner_.mVertexTreeSize &&
+    return knows_emptiness_ && boundary_.size() == owner_.mVertexTreePoints.size() &&
            reach * (1.0 + ROUNDING) < 2.0 * radius;
 }
 

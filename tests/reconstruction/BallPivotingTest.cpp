@@ -555,6 +555,20 @@ TEST(BallPivoting, TheBallHasToBeEmpty)
     EXPECT_EQ(corners_of(mesh, 1), (Triangle{0, 1, 4})) << "the near point";
 }
 
+TEST(BallPivoting, AHugeBallHasToBeEmptyAsWell)
+{
+    constexpr float HUGE_LENGTH = 1073741824.0F; // 2 to the power of 30
+    BallPivoting ball;
+    TriMesh mesh = edge_and_points({FAR_POINT, NEAR_POINT});
+    for (auto const vertex : mesh.vertices())
+    {
+        mesh.set_point(vertex, HUGE_LENGTH * mesh.point(vertex));
+    }
+    EXPECT_TRUE(repair(ball, mesh, {HUGE_LENGTH}));
+    ASSERT_EQ(mesh.n_faces(), 2U);
+    EXPECT_EQ(corners_of(mesh, 1), (Triangle{0, 1, 4})) << "the near point";
+}
+
 TEST(BallPivoting, OnlyWhatIsInsideTheBallByMoreThanTheMarginIsInTheWay)
 {
     for (auto const& [depth, faces] : {std::pair(0.0005F, 2U), std::pair(0.002F, 1U)})
@@ -588,6 +602,41 @@ TEST(BallPivoting, ASinglePassKnowsNoVerticesAndTakesEveryBallForEmpty)
     TriMesh mesh = edge_and_points({FAR_POINT, NEAR_POINT});
     EXPECT_EQ(Pass(ball, mesh, 1.0F).added, 1);
     EXPECT_EQ(corners_of(mesh, 1), (Triangle{0, 1, 3}));
+}
+
+TEST(BallPivoting, ASinglePassAsksTheVerticesOfTheSeriesBefore)
+{
+    TriMesh const known = edge_and_points({FAR_POINT, NEAR_POINT});
+    TriMesh moved = known;
+    moved.set_point(vh(4), {0.0F, 9.0F, 0.0F});
+    TriMesh more = known;
+    more.set_normal(more.add_vertex({0.0F, -9.0F, 0.0F}), Vector3f::UnitZ());
+    for (TriMesh const* const before : std::vector<TriMesh const*>{&known, &moved, &more})
+    {
+        BallPivoting ball;
+        TriMesh mesh = *before;
+        EXPECT_TRUE(repair(ball, mesh, {0.01F})); // no ball fits
+        ASSERT_EQ(mesh.n_faces(), 1U);
+        mesh = known;
+        EXPECT_EQ(Pass(ball, mesh, 1.0F).added, 1);
+        // Where the near point was elsewhere then, the ball on the far one is taken for empty.
+        EXPECT_EQ(corners_of(mesh, 1), (Triangle{0, 1, before == &moved ? 3 : 4}));
+    }
+}
+
+TEST(BallPivoting, SinglePassesGoOnWithASeries)
+{
+    TriMesh const torn = torn_sphere(5);
+    BallPivoting whole;
+    TriMesh expected = torn;
+    EXPECT_TRUE(repair(whole, expected, {0.035F, 0.04F, 0.05F}));
+    EXPECT_GT(expected.n_faces(), torn.n_faces());
+    BallPivoting ball;
+    TriMesh mesh = torn;
+    EXPECT_TRUE(repair(ball, mesh, {0.035F}));
+    EXPECT_TRUE(Pass(ball, mesh, 0.04F).result);
+    Pass(ball, mesh, 0.05F);
+    EXPECT_EQ(fingerprint(mesh), fingerprint(expected));
 }
 
 // Both points lie on the ball around (0, 0, 12), which is found without a rounding for both.
