@@ -679,6 +679,30 @@ TEST(RepairInput, SettingsAndResultsHaveAJsonForm)
 
 using RepairRealData = RealData;
 
+/// Some vertices of a scan, and faces between them.
+TriMesh with_vertices(TriMesh const& scan, std::function<bool(OpenMesh::VertexHandle)> const& stays,
+                      std::vector<Triangle> faces)
+{
+    std::vector<Vector3f> points;
+    std::vector<int> number(scan.n_vertices(), -1);
+    for (auto const vertex : scan.vertices())
+    {
+        if (stays(vertex))
+        {
+            number[static_cast<std::size_t>(vertex.idx())] = static_cast<int>(points.size());
+            points.push_back(scan.point(vertex));
+        }
+    }
+    for (auto& t : faces)
+    {
+        for (int& corner : t)
+        {
+            corner = number[static_cast<std::size_t>(corner)];
+        }
+    }
+    return make_mesh(points, faces);
+}
+
 /// Pieces of a scan: bands of a width without faces cut it along all axes, and a part of their
 /// vertices are loose points.
 TriMesh cut_into_pieces(TriMesh const& scan, double distance, double width)
@@ -709,25 +733,14 @@ TriMesh cut_into_pieces(TriMesh const& scan, double distance, double width)
             }
         }
     }
-    std::vector<Vector3f> points;
-    std::vector<int> number(scan.n_vertices(), -1);
-    for (auto const vertex : scan.vertices())
-    {
-        auto const i = static_cast<std::size_t>(vertex.idx());
-        if (stays[i] != 0 || (!scan.is_isolated(vertex) && random() % 10 == 0))
+    return with_vertices(
+        scan,
+        [&](OpenMesh::VertexHandle vertex)
         {
-            number[i] = static_cast<int>(points.size());
-            points.push_back(scan.point(vertex));
-        }
-    }
-    for (auto& t : kept)
-    {
-        for (int& corner : t)
-        {
-            corner = number[static_cast<std::size_t>(corner)];
-        }
-    }
-    return make_mesh(points, kept);
+            return stays[static_cast<std::size_t>(vertex.idx())] != 0 ||
+                   (!scan.is_isolated(vertex) && random() % 10 == 0);
+        },
+        kept);
 }
 
 /// Largest distance from the middles of faces to the nearest of densely set points.
@@ -787,6 +800,23 @@ TEST_F(RepairRealData, GapsWithinReachAreClosedOnTheSurfaceThatWasCut)
         EXPECT_LT(result.after.isolated_vertices, 1 + result.before.isolated_vertices / 100) << gap;
         EXPECT_EQ(points_of_mesh(result.mesh), points_of_mesh(pieces)) << gap;
     }
+}
+
+TEST_F(RepairRealData, HardlyABorderIsLeftOfATenthOfTheFaces)
+{
+    veld::Context context;
+    TriMesh const scan = veld::read_mesh(real_data("meshes_holes/bun_zipper.ply"), context).mesh;
+    // Without what was loose before, inside the surface.
+    TriMesh const surface = with_vertices(
+        scan, [&](OpenMesh::VertexHandle vertex) { return !scan.is_isolated(vertex); },
+        corners_of(scan));
+    TriMesh const holed = torn(surface, 1, 0.1);
+    RepairResult const result = repaired(holed);
+    EXPECT_GT(result.before.boundary_edges, 15000U);
+    EXPECT_LT(result.after.boundary_edges, 100U);
+    EXPECT_EQ(result.after.non_manifold_vertices, 0U);
+    EXPECT_EQ(result.after.components, 1U);
+    EXPECT_EQ(points_of_mesh(result.mesh), points_of_mesh(holed));
 }
 
 TEST_F(RepairRealData, PointsOfAScanBecomeOneSurface)

@@ -63,25 +63,30 @@ public:
         {
             OrvaneAlgorithm::detail::ProgressPart const part(static_cast<double>(i) / ROUNDS,
                                                              (i + 1.0) / ROUNDS);
-            run_round();
+            run_passes();
+            close_the_rest();
             if (drop_spoilt() == 0)
             {
                 break;
             }
+            // The ball would put the same faces there again; ears may do it otherwise.
+            close_the_rest();
+            drop_spoilt();
         }
         finish();
     }
 
 private:
     void roll_over_points();
-    void run_round();
     void run_passes();
+    void close_the_rest();
     void connect(double radius);
     template <typename Pass>
     void note_pass(double radius, Pass const& pass);
     std::size_t drop_spoilt();
     std::size_t count_new() const;
     void finish();
+    void restore_attributes();
 
     TriMesh const& given_;
     RepairResult& result_;
@@ -117,15 +122,6 @@ void RepairRun::roll_over_points()
     drop_spoilt();
 }
 
-void RepairRun::run_round()
-{
-    run_passes();
-    if (*settings_.ear_perimeter > 0.0 && !mesh_.faces_empty())
-    {
-        note_pass(0.0, [&] { close_with_ears(mesh_, *settings_.ear_perimeter * unit_); });
-    }
-}
-
 void RepairRun::run_passes()
 {
     auto const n = static_cast<double>(settings_.radii.size() + 1);
@@ -135,6 +131,15 @@ void RepairRun::run_passes()
         OrvaneAlgorithm::detail::ProgressPart const part(done / n, (done + 1.0) / n);
         double const radius = settings_.radii[i];
         note_pass(radius, [&] { connect(radius); });
+    }
+}
+
+/// With ears.
+void RepairRun::close_the_rest()
+{
+    if (*settings_.ear_perimeter > 0.0 && !mesh_.faces_empty())
+    {
+        note_pass(0.0, [&] { close_with_ears(mesh_, *settings_.ear_perimeter * unit_); });
     }
 }
 
@@ -192,19 +197,29 @@ void RepairRun::finish()
     result_.refused_faces = ball_.refused_faces();
     result_.new_faces = count_new();
     result_.lost_faces = given_.n_faces() - (old.size() - result_.new_faces);
-    attributes_.restore(mesh_, [&](FaceHandle face)
-                        { return old[static_cast<std::size_t>(face.idx())] != 0; });
-    if (is_cloud_of(given_))
-    {
-        for (auto const vertex : mesh_.vertices())
-        {
-            mesh_.set_normal(vertex, given_.normal(vertex)); // measured, not made of faces
-        }
-    }
+    restore_attributes();
     std::vector<int> made_by;
     std::transform(old.begin(), old.end(), std::back_inserter(made_by),
                    [](char is_old) { return is_old != 0 ? 0 : 1; });
     complete_carried(given_, mesh_, made_by);
+}
+
+void RepairRun::restore_attributes()
+{
+    if (!is_cloud_of(given_))
+    {
+        attributes_.restore(mesh_, [&](FaceHandle face)
+                            { return mesh_.property(is_old_.handle(), face) != 0; });
+        return;
+    }
+    for (auto const vertex : mesh_.vertices())
+    {
+        mesh_.set_normal(vertex, given_.normal(vertex)); // measured, not made of faces
+    }
+    if (mesh_.has_face_normals())
+    {
+        mesh_.update_face_normals();
+    }
 }
 
 RepairResult run_on(TriMesh const& mesh, RepairSettings const& settings)

@@ -189,7 +189,10 @@ void FaceDropper::drop_pinching(Pinches which)
         touched_.clear();
         for (auto const vertex : now)
         {
-            keep_one_fan(vertex, which);
+            if (mesh_.is_boundary(vertex))
+            {
+                keep_one_fan(vertex, which);
+            }
         }
         OrvaneAlgorithm::detail::poll_cancel();
     }
@@ -225,7 +228,10 @@ std::size_t drop_spoilt_faces(TriMesh& mesh, OpenMesh::FPropHandleT<char> is_old
         dropper.drop_back_to_back();
         dropper.drop_pinching(spoilt.pinches);
     }
-    mesh.garbage_collection(false, true, true);
+    if (dropper.dropped() > 0)
+    {
+        mesh.garbage_collection(false, true, true);
+    }
     return dropper.dropped();
 }
 
