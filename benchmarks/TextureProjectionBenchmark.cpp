@@ -8,6 +8,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <map>
@@ -16,8 +17,9 @@
 /// \file
 /// Which views see a surface of 200 thousand faces, with 30 photographs of 2 megapixels around it,
 /// and the choice among them. The counter `touches` tells by how much it takes longer than to read
-/// each vertex with its normal and to write a depth for each pixel, once a view and with as many
-/// threads.
+/// each vertex with its normal and each pixel of the photograph, once a view and with as many
+/// threads; `fills` compares it with writing one value to a float for each pixel instead of reading
+/// it, which is done as fast as memory is.
 
 namespace
 {
@@ -59,54 +61,91 @@ PhotographedScene& scene_of(int views)
     return scenes.try_emplace(views, views).first->second;
 }
 
-/// Touches each vertex and each pixel once a view.
-void touch(PhotographedScene const& scene, std::vector<float>& depths)
+/// Reads each vertex with its normal.
+void touch_vertices(TriMesh const& mesh)
 {
-    auto const& mesh = scene.mesh;
-    for (std::size_t k = 0; k < scene.images.size(); ++k)
-    {
-        parallel_for_blocks(static_cast<std::ptrdiff_t>(mesh.n_vertices()),
-                            [&](std::ptrdiff_t begin, std::ptrdiff_t end)
+    parallel_for_blocks(static_cast<std::ptrdiff_t>(mesh.n_vertices()),
+                        [&](std::ptrdiff_t begin, std::ptrdiff_t end)
+                        {
+                            Vector3f sum = Vector3f::Zero();
+                            for (std::ptrdiff_t v = begin; v < end; ++v)
                             {
-                                Vector3f sum = Vector3f::Zero();
-                                for (std::ptrdiff_t v = begin; v < end; ++v)
-                                {
-                                    OpenMesh::VertexHandle const vertex(static_cast<int>(v));
-                                    sum += mesh.point(vertex) + mesh.normal(vertex);
-                                }
-                                benchmark::DoNotOptimize(sum);
-                            });
-        parallel_for_even(HEIGHT,
-                          [&](std::ptrdiff_t row)
-                          {
-                              auto const begin = depths.begin() + row * WIDTH;
-                              std::fill(begin, begin + WIDTH, static_cast<float>(k));
-                          });
-        benchmark::ClobberMemory();
-    }
+                                OpenMesh::VertexHandle const vertex(static_cast<int>(v));
+                                sum += mesh.point(vertex) + mesh.normal(vertex);
+                            }
+                            benchmark::DoNotOptimize(sum);
+                        });
 }
 
-double seconds_of_touch(PhotographedScene const& scene)
+/// Reads each pixel of a photograph.
+void touch_pixels(Image<3, unsigned char> const& image)
+{
+    parallel_for_even(HEIGHT,
+                      [&](std::ptrdiff_t row)
+                      {
+                          unsigned sum = 0;
+                          for (int x = 0; x < WIDTH; ++x)
+                          {
+                              unsigned char const* pixel = image.pixel(x, static_cast<int>(row));
+                              sum += pixel[0] + pixel[1] + pixel[2];
+                          }
+                          benchmark::DoNotOptimize(sum);
+                      });
+}
+
+void fill_pixels(std::vector<float>& depths)
+{
+    parallel_for_even(HEIGHT,
+                      [&](std::ptrdiff_t row)
+                      {
+                          auto const begin = depths.begin() + row * WIDTH;
+                          std::fill(begin, begin + WIDTH, 1.0F);
+                      });
+    benchmark::ClobberMemory();
+}
+
+template <typename Work>
+double median_seconds(Work const& work)
 {
     using Clock = std::chrono::steady_clock;
-    std::vector<float> depths(std::size_t{WIDTH} * HEIGHT);
     std::vector<double> seconds;
     for (int i = 0; i < 15; ++i)
     {
         auto const start = Clock::now();
-        touch(scene, depths);
+        work();
         seconds.push_back(std::chrono::duration<double>(Clock::now() - start).count());
     }
     std::sort(seconds.begin(), seconds.end());
     return seconds[seconds.size() / 2];
 }
 
-/// The time of an iteration divided by that of touching everything.
+/// The time of an iteration, divided by so many seconds.
+benchmark::Counter multiple_of(double seconds)
+{
+    return {seconds, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert};
+}
+
 void tell_touches(benchmark::State& state, PhotographedScene const& scene)
 {
-    state.counters["touches"] =
-        benchmark::Counter(seconds_of_touch(scene), benchmark::Counter::kIsIterationInvariantRate |
-                                                        benchmark::Counter::kInvert);
+    state.counters["touches"] = multiple_of(median_seconds(
+        [&]
+        {
+            for (TexImage const& view : scene.images)
+            {
+                touch_vertices(scene.mesh);
+                touch_pixels(view.image);
+            }
+        }));
+    std::vector<float> depths(std::size_t{WIDTH} * HEIGHT);
+    state.counters["fills"] = multiple_of(median_seconds(
+        [&]
+        {
+            for (std::size_t k = 0; k < scene.images.size(); ++k)
+            {
+                touch_vertices(scene.mesh);
+                fill_pixels(depths);
+            }
+        }));
 }
 
 /// Arguments: views, threads.

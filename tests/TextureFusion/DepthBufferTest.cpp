@@ -113,6 +113,11 @@ std::vector<Sample> random_samples(std::mt19937& random, int width, int height, 
     return samples;
 }
 
+bool is_visible(DepthBuffer const& buffer, Sample const& sample)
+{
+    return buffer.is_visible(sample.x, sample.y, sample.depth, buffer.nearest(sample.x, sample.y));
+}
+
 TEST(DepthBuffer, ShowsWhatTheDilationOfTheWholeImageShows)
 {
     std::mt19937 random(3);
@@ -137,9 +142,8 @@ TEST(DepthBuffer, ShowsWhatTheDilationOfTheWholeImageShows)
             image.dilate();
             for (Sample const& sample : samples)
             {
-                bool const is_visible = buffer.is_visible(sample.x, sample.y, sample.depth);
-                ASSERT_EQ(is_visible, image.is_visible(sample)) << dis_thr << " " << round;
-                n_visible += is_visible ? 1 : 0;
+                ASSERT_EQ(is_visible(buffer, sample), image.is_visible(sample)) << dis_thr;
+                n_visible += is_visible(buffer, sample) ? 1 : 0;
             }
         }
         // Nearer than the tolerance: without any, a vertex does not even see itself.
@@ -163,8 +167,8 @@ TEST(DepthBuffer, ReachesOnePixelAtAllSidesOfAnImage)
                 buffer.insert(near_x, 0, 10.0F);
                 buffer.insert(x, y, 20.0F);
                 bool const is_in_reach = std::abs(x - near_x) <= 1 && y <= 1;
-                EXPECT_EQ(buffer.is_visible(x, y, 20.0F), !is_in_reach) << near_x << " " << x;
-                EXPECT_TRUE(buffer.is_visible(near_x, 0, 10.0F));
+                EXPECT_EQ(is_visible(buffer, {x, y, 20.0F}), !is_in_reach) << near_x << " " << x;
+                EXPECT_TRUE(is_visible(buffer, {near_x, 0, 10.0F}));
             }
         }
     }

@@ -448,8 +448,7 @@ TEST(FaceBlocks, MeshesWithoutFacesOrWithBordersThatTouchAreNoTrouble)
         }
         EXPECT_NO_THROW(run_all(scene, 1));
         // The two faces of the tie share no edge.
-        EXPECT_EQ(scene.n_textured(),
-                  mesh.n_faces() == 2 ? 0 : static_cast<int>(mesh.n_faces()));
+        EXPECT_EQ(scene.n_textured(), mesh.n_faces() == 2 ? 0 : static_cast<int>(mesh.n_faces()));
     }
 }
 

@@ -39,8 +39,8 @@ std::vector<TexImage> castle_views()
     {
         TexImage view;
         view.id = static_cast<int>(views.size());
-        view.intrinsics = CameraInParam(entry.at("fx"), entry.at("fy"), entry.at("cx"),
-                                        entry.at("cy"));
+        view.intrinsics =
+            CameraInParam(entry.at("fx"), entry.at("fy"), entry.at("cx"), entry.at("cy"));
         Matrix3d rotation;
         Vector3d translation;
         for (int i = 0; i < 3; ++i)
@@ -76,7 +76,9 @@ class TiledTriangles
 {
 public:
     TiledTriangles(TriMesh const& mesh, TexImage const& view)
-        : view_(view), columns_(view.image.width() / TILE + 1), rows_(view.image.height() / TILE + 1),
+        : view_(view),
+          columns_(view.image.width() / TILE + 1),
+          rows_(view.image.height() / TILE + 1),
           tiles_(static_cast<std::size_t>(columns_) * static_cast<std::size_t>(rows_)),
           corners_(corners_of(mesh))
     {
@@ -235,7 +237,8 @@ void expect_valid_choices(TriMesh const& mesh, TexProperties const& properties)
             ASSERT_EQ(list[static_cast<std::size_t>(index)].image_id,
                       mesh.property(properties.face_tex_label, face));
         }
-        ASSERT_TRUE(std::is_sorted(list.begin(), list.end(), [](FaceTex const& a, FaceTex const& b)
+        ASSERT_TRUE(std::is_sorted(list.begin(), list.end(),
+                                   [](FaceTex const& a, FaceTex const& b)
                                    { return a.avg_cos > b.avg_cos; }));
     }
 }
@@ -243,18 +246,17 @@ void expect_valid_choices(TriMesh const& mesh, TexProperties const& properties)
 /// Edges between two textured faces of different views.
 std::size_t length_of_seams(TriMesh const& mesh, TexProperties const& properties)
 {
-    return static_cast<std::size_t>(
-        std::count_if(mesh.edges_begin(), mesh.edges_end(),
-                      [&](OpenMesh::EdgeHandle e)
-                      {
-                          auto const f = mesh.face_handle(mesh.halfedge_handle(e, 0));
-                          auto const g = mesh.face_handle(mesh.halfedge_handle(e, 1));
-                          return f.is_valid() && g.is_valid() &&
-                                 mesh.property(properties.face_has_tex, f) &&
-                                 mesh.property(properties.face_has_tex, g) &&
-                                 mesh.property(properties.face_tex_label, f) !=
-                                     mesh.property(properties.face_tex_label, g);
-                      }));
+    return static_cast<std::size_t>(std::count_if(
+        mesh.edges_begin(), mesh.edges_end(),
+        [&](OpenMesh::EdgeHandle e)
+        {
+            auto const f = mesh.face_handle(mesh.halfedge_handle(e, 0));
+            auto const g = mesh.face_handle(mesh.halfedge_handle(e, 1));
+            return f.is_valid() && g.is_valid() && mesh.property(properties.face_has_tex, f) &&
+                   mesh.property(properties.face_has_tex, g) &&
+                   mesh.property(properties.face_tex_label, f) !=
+                       mesh.property(properties.face_tex_label, g);
+        }));
 }
 
 TEST_F(ProjectionRealData, EachFaceHasAViewOfItsOwnListAndSeamsBecomeFew)

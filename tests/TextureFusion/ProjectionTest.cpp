@@ -129,11 +129,13 @@ TEST(ProjectVertices, AnEntrySaysWhereTheVertexIsSeen)
 
 TEST(ProjectVertices, TheFirstPixelBehindTheBorderIsInAndTheOneAtItsOtherEndIsOut)
 {
-    EXPECT_THAT(seen({{seen_at(3, 10)}, {seen_at(2.9375F, 10)}, {seen_at(10, 3)},
-                      {seen_at(10, 2.9375F)}}),
-                ElementsAre(true, false, true, false));
-    EXPECT_THAT(seen({{seen_at(WIDTH - 3, 10)}, {seen_at(WIDTH - 3 - 0.0625F, 10)},
-                      {seen_at(10, HEIGHT - 3)}, {seen_at(10, HEIGHT - 3 - 0.0625F)}}),
+    EXPECT_THAT(
+        seen({{seen_at(3, 10)}, {seen_at(2.9375F, 10)}, {seen_at(10, 3)}, {seen_at(10, 2.9375F)}}),
+        ElementsAre(true, false, true, false));
+    EXPECT_THAT(seen({{seen_at(WIDTH - 3, 10)},
+                      {seen_at(WIDTH - 3 - 0.0625F, 10)},
+                      {seen_at(10, HEIGHT - 3)},
+                      {seen_at(10, HEIGHT - 3 - 0.0625F)}}),
                 ElementsAre(false, true, false, true));
 }
 
@@ -142,9 +144,9 @@ TEST(ProjectVertices, WithoutABorderLessThanAPixelBesideTheImageIsIn)
     // Cutting off takes what lies between -1 and 0 to pixel 0.
     VisibilityLimits limits;
     limits.image_border = 0;
-    std::vector<NormalPoint> const points{{seen_at(-0.9375F, 10)}, {seen_at(-1, 10)},
+    std::vector<NormalPoint> const points{{seen_at(-0.9375F, 10)},        {seen_at(-1, 10)},
                                           {seen_at(WIDTH - 0.0625F, 10)}, {seen_at(WIDTH, 10)},
-                                          {seen_at(10, -0.9375F)}, {seen_at(10, -1)}};
+                                          {seen_at(10, -0.9375F)},        {seen_at(10, -1)}};
     EXPECT_THAT(seen(points, limits), ElementsAre(true, false, true, false, true, false));
     limits.image_border = -5; // does not make the image larger
     EXPECT_THAT(seen(points, limits), ElementsAre(true, false, true, false, true, false));
@@ -373,7 +375,10 @@ public:
         project_faces(mesh, properties, lists);
     }
 
-    std::vector<FaceTex> const& list() const { return mesh.property(properties.face_tex_list, THE_FACE); }
+    std::vector<FaceTex> const& list() const
+    {
+        return mesh.property(properties.face_tex_list, THE_FACE);
+    }
     bool has_tex() const { return mesh.property(properties.face_has_tex, THE_FACE); }
 
     std::vector<int> ids() const
@@ -394,7 +399,8 @@ public:
 TEST(ProjectFaces, OnlyViewsThatAllCornersHaveCount)
 {
     OneFace const face({{0, 1.0F}, {2, 1.0F}, {3, 1.0F}, {5, 1.0F}},
-                       {{1, 1.0F}, {2, 0.5F}, {5, 1.0F}, {6, 1.0F}}, {{2, 1.0F}, {4, 1.0F}, {5, 1.0F}});
+                       {{1, 1.0F}, {2, 0.5F}, {5, 1.0F}, {6, 1.0F}},
+                       {{2, 1.0F}, {4, 1.0F}, {5, 1.0F}});
     EXPECT_TRUE(face.has_tex());
     EXPECT_THAT(face.ids(), ElementsAre(5, 2));
     EXPECT_EQ(face.mesh.property(face.properties.face_tex_index, THE_FACE), 0);
@@ -538,8 +544,8 @@ TEST(ProjectVertices, RenumberingVerticesChangesNothing)
     for (std::size_t v = 0; v < points.size(); ++v)
     {
         std::size_t const w = points.size() - 1 - v;
-        ASSERT_TRUE(std::equal(lists.begin(v), lists.end(v), reversed.begin(w), reversed.end(w),
-                               same));
+        ASSERT_TRUE(
+            std::equal(lists.begin(v), lists.end(v), reversed.begin(w), reversed.end(w), same));
     }
 }
 

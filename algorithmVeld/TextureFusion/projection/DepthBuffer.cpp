@@ -24,17 +24,15 @@ void DepthBuffer::insert(int x, int y, float depth)
     byte = static_cast<std::uint8_t>(byte | bit);
 }
 
-bool DepthBuffer::is_visible(int x, int y, float depth) const
+bool DepthBuffer::is_visible(int x, int y, float depth, float nearest) const
 {
-    float const own = depths_[offset(x, y)];
-    return own + dis_thr_ > depth && !(own > nearest_around(x, y) + dis_thr_);
+    return nearest + dis_thr_ > depth && !(nearest > nearest_around(x, y, nearest) + dis_thr_);
 }
 
 /// The nearest depth of the 3 x 3 pixels around one that holds a depth.
-float DepthBuffer::nearest_around(int x, int y) const
+float DepthBuffer::nearest_around(int x, int y, float nearest) const
 {
     constexpr unsigned CENTRE = 1U << 4U;
-    float nearest = depths_[offset(x, y)];
     unsigned const held = held_around(x, y);
     for (int i = 0; i < 9 && held != CENTRE; ++i)
     {

@@ -132,11 +132,18 @@ private:
     /// Lists the view for those candidates that no vertex hides.
     std::size_t keep_visible(std::ptrdiff_t b)
     {
+        std::array<float, BLOCK> nearest{};
+        std::size_t i = 0;
+        for (ViewCandidate const& candidate : block(b))
+        {
+            nearest[i++] = depths_.nearest(candidate.projection.px, candidate.projection.py);
+        }
+        i = 0;
         std::size_t n = 0;
         for (ViewCandidate const& candidate : block(b))
         {
             VertTex const& at = candidate.projection;
-            if (depths_.is_visible(at.px, at.py, at.depth))
+            if (depths_.is_visible(at.px, at.py, at.depth, nearest[i++]))
             {
                 lists_.append(static_cast<std::size_t>(candidate.vertex), at);
                 ++n;
