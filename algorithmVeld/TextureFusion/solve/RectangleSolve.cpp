@@ -1,12 +1,27 @@
 #include "algorithmVeld/TextureFusion/solve/RectangleSolve.h"
 
 #include "algorithmVeld/TextureFusion/solve/RectangleSystems.h"
+#include "algorithmVeld/TextureFusion/solve/SourceSolve.h"
 
 #include <algorithm>
 #include <cstddef>
 
 namespace OrvaneAlgorithm::detail
 {
+
+namespace
+{
+
+/// A factorisation takes longer than sources in the known pixels, unless there are few unknown
+/// pixels, or so many known ones that they cut the rectangle to pieces.
+bool are_sources_faster(std::ptrdiff_t n_unknown, std::ptrdiff_t n_known)
+{
+    constexpr std::ptrdiff_t FEW = 1000;
+    constexpr std::ptrdiff_t UNKNOWN_PER_KNOWN = 16;
+    return n_unknown > FEW && n_unknown / n_known >= UNKNOWN_PER_KNOWN;
+}
+
+} // namespace
 
 RectangleFailure solve_rectangle(Image<3, float>& field, Image<1, unsigned char> const& mask,
                                  RectangleSolver solver)
@@ -23,7 +38,15 @@ RectangleFailure solve_rectangle(Image<3, float>& field, Image<1, unsigned char>
         // Any constant would do. Rounding decides whether a factorisation notices.
         return is_pardiso ? RectangleFailure::PARDISO : RectangleFailure::DECOMPOSITION;
     }
-    return is_pardiso ? solve_pardiso(field, mask) : solve_simplicial(field, mask);
+    if (is_pardiso)
+    {
+        return solve_pardiso(field, mask);
+    }
+    if (are_sources_faster(n_unknown, n - n_unknown) && solve_by_sources(field, mask))
+    {
+        return RectangleFailure::NONE;
+    }
+    return solve_simplicial(field, mask);
 }
 
 } // namespace OrvaneAlgorithm::detail

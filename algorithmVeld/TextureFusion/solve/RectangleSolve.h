@@ -8,7 +8,8 @@ namespace OrvaneAlgorithm::detail
 /// Which solver takes the system of a rectangle.
 enum class RectangleSolver
 {
-    SIMPLICIAL, ///< one unknown for each pixel that is not known; the default
+    SIMPLICIAL, ///< one unknown for each pixel that is not known; the default. Large systems have a
+                ///< solution of their own, which is the same
     PARDISO     ///< one for each pixel and channel
 };
 

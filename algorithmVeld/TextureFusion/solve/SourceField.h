@@ -1,0 +1,24 @@
+#pragma once
+
+#include "algorithmVeld/TextureFusion/solve/Sites.h"
+
+#include <Eigen/Core>
+
+#include <vector>
+
+namespace OrvaneAlgorithm::detail
+{
+
+/// Three fields on a rectangle of pixels: the lines of the first, second and third for y = 0, those
+/// for y = 1, and so on.
+using FieldLines = std::vector<double>;
+
+/// The fields of sources in Laplace's equation with no flow across the rectangle's edge, up to a
+/// constant.
+/// \param strengths of the sources in three columns, each with the sum 0
+FieldLines source_fields(SiteGrid const& grid, Eigen::MatrixX3d const& strengths);
+
+/// The values of fields in the sites.
+Eigen::MatrixX3d values_at_sites(SiteGrid const& grid, FieldLines const& fields);
+
+} // namespace OrvaneAlgorithm::detail
