@@ -76,6 +76,7 @@ TEST(StepJson, SettingsComeBackAsTheyWere)
     render.height = 20;
     render.view = {1.0, 2.0, veld::UpAxis::Z};
     render.line_width = 1.5;
+    render.unlit = true;
     expect_round_trip(render);
     expect_round_trip(veld::CutSticksSettings{veld::StickTips::DOWN});
     expect_round_trip(veld::KeyframesSettings{veld::KeyframesMethod::SORT, 12});

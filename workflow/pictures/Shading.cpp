@@ -20,12 +20,7 @@ constexpr unsigned MOST_SMOOTHED = 64; // faces round a vertex; smoothing costs 
 /// A colour given in bytes, as a drawing program shows it.
 Vector3f from_bytes(int red, int green, int blue)
 {
-    auto const linear = [](int byte)
-    {
-        float const value = static_cast<float>(byte) / 255.0F;
-        return value <= 0.04045F ? value / 12.92F : std::pow((value + 0.055F) / 1.055F, 2.4F);
-    };
-    return {linear(red), linear(green), linear(blue)};
+    return {from_byte(red), from_byte(green), from_byte(blue)};
 }
 
 /// The new index of each vertex that a face uses, and the points in their new order.
@@ -92,6 +87,25 @@ Vector3f corner_normal(TriMesh const& mesh, OpenMesh::VertexHandle corner, Vecto
     return sum;
 }
 
+void add_texcoords(TriMesh const& mesh, Surface& surface)
+{
+    if (!mesh.has_halfedge_texcoords2D())
+    {
+        return;
+    }
+    surface.corner_texcoords.reserve(mesh.n_faces());
+    for (auto const face : mesh.faces())
+    {
+        // In the order in which the face's vertices are walked.
+        auto& corners = surface.corner_texcoords.emplace_back();
+        std::size_t i = 0;
+        for (auto const h : mesh.fh_range(face))
+        {
+            corners[i++] = mesh.texcoord2D(h);
+        }
+    }
+}
+
 void add_rims(TriMesh const& mesh, std::vector<std::uint32_t> const& index, Surface& surface)
 {
     auto const place = [&](OpenMesh::VertexHandle vertex)
@@ -146,6 +160,7 @@ Surface make_surface(TriMesh const& mesh, std::vector<char> const& marks)
     }
     surface.marks = marks;
     surface.marks.resize(surface.triangles.size(), 0);
+    add_texcoords(mesh, surface);
     add_rims(mesh, index, surface);
     return surface;
 }
@@ -170,6 +185,7 @@ Vector3f surface_colour(SurfacePlace const& place, Camera const& camera)
     Vector3f const half_way = (key + place.viewer).normalized();
     float const gloss = 0.05F * open * std::pow(std::max(0.0F, place.normal.dot(half_way)), 24.0F);
     Vector3f const& base = !place.front      ? inside
+                           : place.texture   ? *place.texture
                            : place.mark == 0 ? outside
                            : place.mark == 1 ? filled
                                              : filled_carefully;
@@ -187,6 +203,12 @@ Vector3f background_colour(float height)
     static Vector3f const bottom = from_bytes(228, 230, 233);
     static Vector3f const top = from_bytes(250, 250, 251);
     return bottom + (top - bottom) * height;
+}
+
+float from_byte(int byte)
+{
+    float const value = static_cast<float>(byte) / 255.0F;
+    return value <= 0.04045F ? value / 12.92F : std::pow((value + 0.055F) / 1.055F, 2.4F);
 }
 
 unsigned char to_byte(float linear)

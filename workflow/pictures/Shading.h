@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace veld
@@ -20,8 +21,10 @@ struct Surface
     std::vector<Vector3f> points; ///< Vertices that faces use.
     std::vector<Triangle> triangles;
     std::vector<std::array<Vector3f, 3>> corner_normals; ///< Smooth, but broken at sharp edges.
-    std::vector<char> marks;                             ///< Which colour a face has.
-    std::vector<Vector3f> rim_ends;                      ///< Two points for each boundary edge.
+    /// Texture coordinates of the corners, NaN where there are none; empty if the mesh has none.
+    std::vector<std::array<OrvaneAlgorithm::Vector2f, 3>> corner_texcoords;
+    std::vector<char> marks;        ///< Which colour a face has.
+    std::vector<Vector3f> rim_ends; ///< Two points for each boundary edge.
 };
 
 /// \param marks one for each face of the mesh: 0 for the surface, 1 and 2 for the two colours of
@@ -31,11 +34,12 @@ Surface make_surface(OrvaneAlgorithm::TriMesh const& mesh, std::vector<char> con
 /// A place of the surface as a ray saw it.
 struct SurfacePlace
 {
-    Vector3f normal;       ///< Unit, towards the viewer's side.
-    Vector3f viewer;       ///< Unit direction to the viewer.
-    bool front = true;     ///< Whether the outside of the mesh is seen.
-    char mark = 0;         ///< Of the face.
-    float openness = 1.0F; ///< How much of the sky reaches the place.
+    Vector3f normal;                 ///< Unit, towards the viewer's side.
+    Vector3f viewer;                 ///< Unit direction to the viewer.
+    bool front = true;               ///< Whether the outside of the mesh is seen.
+    char mark = 0;                   ///< Of the face.
+    std::optional<Vector3f> texture; ///< Colour of the outside, where the texture has one.
+    float openness = 1.0F;           ///< How much of the sky reaches the place.
 };
 
 /// Colours are linear red, green, blue.
@@ -45,7 +49,8 @@ Vector3f rim_colour(Vector3f const& normal, Vector3f const& viewer);
 /// \param height place in the picture, 0 at the bottom and 1 at the top
 Vector3f background_colour(float height);
 
-/// A linear colour channel as a byte of an image file.
+/// A linear colour channel as a byte of an image file, and the other way round.
 unsigned char to_byte(float linear);
+float from_byte(int byte);
 
 } // namespace veld

@@ -7,14 +7,18 @@
 #include "workflow/pictures/Camera.h"
 #include "workflow/pictures/RayScene.h"
 #include "workflow/pictures/Shading.h"
+#include "workflow/pictures/TextureLookup.h"
 #include "workflow/words.h"
 
 #include "algorithmVeld/common/image_io.h"
+
+#include <optional>
 
 namespace veld
 {
 
 using OrvaneAlgorithm::TriMesh;
+using OrvaneAlgorithm::Vector2f;
 
 namespace
 {
@@ -29,9 +33,11 @@ constexpr float RIM_BIAS = 2.5F;       // in radii of the line
 class Scene
 {
 public:
-    Scene(Surface surface, RenderSettings const& settings)
+    /// \param texture which outlives this
+    Scene(Surface surface, Picture const& texture, RenderSettings const& settings)
         : settings_(settings),
           surface_(std::move(surface)),
+          texture_(texture),
           camera_(fit_camera(surface_.points, settings.view,
                              static_cast<double>(settings.width) / settings.height)),
           faces_(RayScene::of_triangles(surface_.points, surface_.triangles)),
@@ -106,6 +112,11 @@ private:
     Vector3f shade(RayHit const& hit, Vector3f const& direction, std::uint32_t pixel, int i) const
     {
         bool const front = hit.normal.dot(direction) < 0.0F;
+        auto const texture = front ? texture_at(hit) : std::nullopt;
+        if (texture && settings_.unlit)
+        {
+            return *texture;
+        }
         Vector3f const side = front ? hit.normal : Vector3f(-hit.normal);
         auto const& corners = surface_.corner_normals[hit.element];
         Vector3f smooth =
@@ -115,6 +126,7 @@ private:
         SurfacePlace place;
         place.front = front;
         place.mark = surface_.marks[hit.element];
+        place.texture = texture;
         place.viewer = -direction;
         place.normal = front ? smooth : Vector3f(-smooth);
         Vector3f const start = camera_.origin + direction * hit.distance + side * ABOVE_SURFACE;
@@ -123,8 +135,22 @@ private:
         return surface_colour(place, camera_);
     }
 
+    std::optional<Vector3f> texture_at(RayHit const& hit) const
+    {
+        if (texture_.empty() || surface_.corner_texcoords.empty() ||
+            surface_.marks[hit.element] != 0)
+        {
+            return std::nullopt;
+        }
+        auto const& corners = surface_.corner_texcoords[hit.element];
+        Vector2f const place =
+            corners[0] * (1.0F - hit.u - hit.v) + corners[1] * hit.u + corners[2] * hit.v;
+        return place.allFinite() ? std::optional<Vector3f>(texture_(place)) : std::nullopt;
+    }
+
     RenderSettings settings_;
     Surface surface_;
+    TextureLookup texture_;
     Camera camera_;
     RayScene faces_;
     RayScene rims_;
@@ -149,12 +175,18 @@ void draw_row(Scene const& scene, int y, Picture& picture)
 Picture render(TriMesh const& mesh, FaceMarks const& marks, RenderSettings const& settings,
                Context& context)
 {
+    return render(mesh, Picture(), marks, settings, context);
+}
+
+Picture render(TriMesh const& mesh, Picture const& texture, FaceMarks const& marks,
+               RenderSettings const& settings, Context& context)
+{
     StepScope scope(context, "draw-picture", "draw the picture");
     if (mesh.n_faces() == 0)
     {
         throw InputError("the mesh has no face to draw");
     }
-    Scene const scene(make_surface(mesh, marks), settings);
+    Scene const scene(make_surface(mesh, marks), texture, settings);
     Picture picture(settings.width, settings.height);
     for_each_index(static_cast<std::size_t>(settings.height),
                    [&](std::size_t y) { draw_row(scene, static_cast<int>(y), picture); });

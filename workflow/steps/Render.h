@@ -22,6 +22,7 @@ struct RenderSettings
     int height = 900; ///< Pixels.
     ViewDirection view;
     double line_width = 4.0; ///< Width of hole rims in pixels; 0 draws none.
+    bool unlit = false;      ///< Colours of a texture as they are, without light and shadow.
 };
 
 using Picture = OrvaneAlgorithm::Image<3, unsigned char>;
@@ -35,6 +36,12 @@ using FaceMarks = std::vector<char>;
 /// Throws `InputError` for a mesh without faces.
 VELD_WORKFLOW_API Picture render(OrvaneAlgorithm::TriMesh const& mesh, FaceMarks const& marks,
                                  RenderSettings const& settings, Context& context);
+
+/// The same with the image to which the mesh's texture coordinates belong. It covers the outside
+/// of faces that have coordinates and no mark.
+VELD_WORKFLOW_API Picture render(OrvaneAlgorithm::TriMesh const& mesh, Picture const& texture,
+                                 FaceMarks const& marks, RenderSettings const& settings,
+                                 Context& context);
 
 /// Writes a picture in the format that its extension names, PNG or JPEG. It appears whole or not at
 /// all.

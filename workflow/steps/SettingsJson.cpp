@@ -369,7 +369,8 @@ Json to_json(RenderSettings const& settings)
             {"azimuth", settings.view.azimuth},
             {"elevation", settings.view.elevation},
             {"up", name_in(UP_AXES, settings.view.up)},
-            {"line_width", settings.line_width}};
+            {"line_width", settings.line_width},
+            {"unlit", settings.unlit}};
 }
 
 void read_settings(Json const& json, std::string const& place, RenderSettings& settings)
@@ -382,6 +383,7 @@ void read_settings(Json const& json, std::string const& place, RenderSettings& s
     reader.number("elevation", settings.view.elevation, -90.0, 90.0);
     reader.name("up", settings.view.up, UP_AXES);
     reader.number("line_width", settings.line_width, 0.0, 100.0);
+    reader.flag("unlit", settings.unlit);
     reader.finish();
 }
 

@@ -2,6 +2,7 @@
 #include "options/CommonOptions.h"
 #include "options/PictureOptions.h"
 #include "workflow/files/MeshFiles.h"
+#include "workflow/files/TexturedMesh.h"
 #include "workflow/steps/FindHoles.h"
 #include "workflow/steps/Render.h"
 #include "workflow/words.h"
@@ -42,16 +43,35 @@ public:
 
     Json run_on(std::string const& mesh, Desk const& desk) override
     {
-        MeshFile file = input().read(mesh, desk.context);
+        bool const may_have_texture = mesh != STANDARD_STREAM && lower_extension(mesh) == ".obj";
+        Picture const texture = may_have_texture ? read_texture_of(mesh, desk.context) : Picture();
+        MeshFile file = read(mesh, !texture.empty(), desk.context);
         auto const marks = new_faces(file.mesh, desk.context);
         RenderSettings const settings = options_.settings();
-        Picture const picture = about(mesh_name(mesh), [&]
-                                      { return render(file.mesh, marks, settings, desk.context); });
+        Picture const picture =
+            about(mesh_name(mesh),
+                  [&] { return render(file.mesh, texture, marks, settings, desk.context); });
         write_picture(open_result(mesh, desk), picture, desk.context);
         return report(result().name_for(mesh), file.mesh, marks, picture, desk);
     }
 
 private:
+    /// Without the warning that materials are not kept where they are shown.
+    MeshFile read(std::string const& mesh, bool has_texture, Context& context) const
+    {
+        Context reading = context;
+        reading.warn = [&](Warning const& warning)
+        {
+            bool const is_shown = has_texture && warning.code == WarningCode::VALUES_DROPPED &&
+                                  warning.text == "not kept: materials";
+            if (context.warn && !is_shown)
+            {
+                context.warn(warning);
+            }
+        };
+        return input().read(mesh, reading);
+    }
+
     FaceMarks new_faces(TriMesh const& mesh, Context& context) const
     {
         return original_.empty() ? FaceMarks()

@@ -48,6 +48,8 @@ void PictureOptions::add(CLI::App& app)
     add_integer(app, "--height", settings_.height, 1, 16384, "Pixels (default: 900)");
     add_number(app, "--line-width", settings_.line_width, 0.0, 100.0,
                "Width of the hole rims in pixels, 0 draws none (default: 4)");
+    app.add_flag("--unlit", settings_.unlit,
+                 "Show the colours of a texture as they are, without light and shadow");
 }
 
 RenderSettings PictureOptions::settings() const
