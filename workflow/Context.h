@@ -24,7 +24,8 @@ enum class WarningCode
     NOTHING_CLOSED,      ///< A repair that closed nothing, or nothing there to be filled.
     NORMALS_MISSING,     ///< Points that have no normal, for no plane fits them.
     POINTS_REPEATED,     ///< Points in the place of another one, which get no face.
-    POINTS_LEFT          ///< A cloud of which much has no face behind a repair.
+    POINTS_LEFT,         ///< A cloud of which much has no face behind a repair.
+    FACES_UNSEEN         ///< A mesh of which much is seen by no photograph.
 };
 
 /// Something that a person should know of a result that is there all the same.

@@ -33,3 +33,4 @@
 #include "workflow/steps/Normals.h"
 #include "workflow/steps/Render.h"
 #include "workflow/steps/Repair.h"
+#include "workflow/steps/Texture.h"

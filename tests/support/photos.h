@@ -73,8 +73,8 @@ public:
             if (view.is_object() && view.contains("image") && view["image"].is_string() &&
                 view["image"] != "")
             {
-                EXPECT_EQ(OrvaneAlgorithm::write_rgb_image(
-                              file(view["image"].get<std::string>()), sheet_photo()),
+                EXPECT_EQ(OrvaneAlgorithm::write_rgb_image(file(view["image"].get<std::string>()),
+                                                           sheet_photo()),
                           0);
             }
         }

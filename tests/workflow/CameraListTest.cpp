@@ -61,7 +61,8 @@ TEST(CameraJson, AViewIsReadAsItStands)
         EXPECT_EQ(views[0].pose.get_rotation()(1, 1), -1.0);
         EXPECT_EQ(views[0].pose.get_translation(),
                   OrvaneAlgorithm::Vector3d(-SHEET_CENTRE, SHEET_CENTRE, CAMERA_HEIGHT));
-        EXPECT_THAT(veld::camera_list_files(source), testing::ElementsAre(dir.path() / "cameras.json"));
+        EXPECT_THAT(veld::camera_list_files(source),
+                    testing::ElementsAre(dir.path() / "cameras.json"));
     }
 }
 
@@ -78,23 +79,26 @@ TEST(CameraJson, WhatIsMissingIsNamedWithItsView)
 {
     for (char const* const key : {"width", "height", "fx", "fy", "cx", "cy", "R", "t"})
     {
-        EXPECT_THAT(refusal_without(key),
-                    EndsWith("cameras.json: view 1 (one.png): '" + std::string(key) +
-                             "' is missing"));
+        EXPECT_THAT(refusal_without(key), EndsWith("cameras.json: view 1 (one.png): '" +
+                                                   std::string(key) + "' is missing"));
     }
     EXPECT_THAT(refusal_without("image"), EndsWith("cameras.json: view 1: 'image' is missing"));
 }
 
 TEST(CameraJson, ValuesThatFitNoCameraAreRefused)
 {
-    EXPECT_THAT(refusal_of_view({{"image", ""}}), HasSubstr("'image' has to be the name of a file"));
+    EXPECT_THAT(refusal_of_view({{"image", ""}}),
+                HasSubstr("'image' has to be the name of a file"));
     EXPECT_THAT(refusal_of_view({{"image", 3}}), HasSubstr("view 1: 'image' has to be a text"));
-    EXPECT_THAT(refusal_of_view({{"width", 0}}), HasSubstr("'width' has to be a whole number from 1"));
+    EXPECT_THAT(refusal_of_view({{"width", 0}}),
+                HasSubstr("'width' has to be a whole number from 1"));
     EXPECT_THAT(refusal_of_view({{"height", 7.5}}), HasSubstr("'height' has to be a whole number"));
     EXPECT_THAT(refusal_of_view({{"width", 1e12}}), HasSubstr("'width' has to be a whole number"));
     EXPECT_THAT(refusal_of_view({{"fx", "wide"}}), HasSubstr("'fx' has to be a number"));
-    EXPECT_THAT(refusal_of_view({{"fx", 0.0}}), HasSubstr("the focal lengths have to be more than 0"));
-    EXPECT_THAT(refusal_of_view({{"fy", -5.0}}), HasSubstr("the focal lengths have to be more than 0"));
+    EXPECT_THAT(refusal_of_view({{"fx", 0.0}}),
+                HasSubstr("the focal lengths have to be more than 0"));
+    EXPECT_THAT(refusal_of_view({{"fy", -5.0}}),
+                HasSubstr("the focal lengths have to be more than 0"));
     EXPECT_THAT(refusal_of_view({{"cx", nullptr}}), HasSubstr("'cx' has to be a number"));
     EXPECT_THAT(refusal_of_view({{"t", {1, 2}}}), HasSubstr("'t' has to be a list of 3 numbers"));
     EXPECT_THAT(refusal_of_view({{"R", {{1, 0, 0}, {0, 1, 0}}}}),
@@ -125,9 +129,10 @@ TEST(CameraJson, WhatIsNoListIsRefused)
 TEST(CameraList, AFolderWithoutAListIsRefused)
 {
     TempDir const dir;
-    EXPECT_THAT(reason_of([&] { veld::read_camera_list(dir.path()); }),
-                AllOf(StartsWith(dir.path().string()),
-                      EndsWith("has neither cameras.json nor cameras.txt and images.txt of COLMAP")));
+    EXPECT_THAT(
+        reason_of([&] { veld::read_camera_list(dir.path()); }),
+        AllOf(StartsWith(dir.path().string()),
+              EndsWith("has neither cameras.json nor cameras.txt and images.txt of COLMAP")));
     EXPECT_THAT(reason_of([&] { veld::read_camera_list(dir.path() / "none.json"); }),
                 EndsWith("none.json: no such file"));
     write_file(dir.file("cameras.bin"), "x");
@@ -212,9 +217,10 @@ TEST(ColmapModel, PhotographsAreFoundWhereColmapHasThem)
 
 TEST(ColmapModel, DistortionIsRefusedWithWhatToDo)
 {
-    EXPECT_THAT(Colmap("1 1 0 0 0 0 0 0 8 b.png\n\n").refusal(),
-                AllOf(HasSubstr("images.txt: line 1: b.png: its camera has the model SIMPLE_RADIAL"),
-                      HasSubstr("undistort the photographs first (colmap image_undistorter)")));
+    EXPECT_THAT(
+        Colmap("1 1 0 0 0 0 0 0 8 b.png\n\n").refusal(),
+        AllOf(HasSubstr("images.txt: line 1: b.png: its camera has the model SIMPLE_RADIAL"),
+              HasSubstr("undistort the photographs first (colmap image_undistorter)")));
 }
 
 TEST(ColmapModel, AQuaternionThatIsNoRotationIsRefused)

@@ -27,8 +27,8 @@ using testing::HasSubstr;
 veld::TexturedMesh square()
 {
     veld::TexturedMesh textured;
-    textured.mesh = make_mesh({{0, 0, 0}, {1000, 0, 0}, {1000, 1000, 0}, {0, 1000, 0}},
-                              {{0, 1, 2}, {0, 2, 3}});
+    textured.mesh =
+        make_mesh({{0, 0, 0}, {1000, 0, 0}, {1000, 1000, 0}, {0, 1000, 0}}, {{0, 1, 2}, {0, 2, 3}});
     textured.mesh.request_halfedge_texcoords2D();
     for (auto const face : textured.mesh.faces())
     {
@@ -178,8 +178,9 @@ TEST(TexturedMesh, GlbHasMetresAndCoordinatesFromTheTop)
         return OrvaneAlgorithm::Vector3f(p[0], p[1], p[2]);
     };
     EXPECT_GT((corner(1) - corner(0)).cross(corner(2) - corner(0)).z(), 0.0F);
-    EXPECT_EQ(glb.header()["accessors"][primitive["attributes"]["POSITION"].get<std::size_t>()]["max"],
-              json({1.0, 1.0, 0.0}));
+    EXPECT_EQ(
+        glb.header()["accessors"][primitive["attributes"]["POSITION"].get<std::size_t>()]["max"],
+        json({1.0, 1.0, 0.0}));
     EXPECT_TRUE(glb.header()["materials"][0]["extensions"].contains("KHR_materials_unlit"));
     EXPECT_EQ(glb.header()["extensionsUsed"], json({"KHR_materials_unlit"}));
     write_file(dir.file("inside.jpg"), glb.view(glb.header()["images"][0]["bufferView"]));
@@ -274,7 +275,8 @@ TEST(RenderTexture, BetweenPixelsTheirLightIsMixed)
 {
     // In the middle all four give a quarter of their light: two of them shine in each channel.
     auto const picture = drawn(square(), {}, true);
-    int const half = static_cast<int>(std::lround(255.0 * (1.055 * std::pow(0.5, 1 / 2.4) - 0.055)));
+    int const half =
+        static_cast<int>(std::lround(255.0 * (1.055 * std::pow(0.5, 1 / 2.4) - 0.055)));
     for (int const channel : colour_at(picture, 50, 50))
     {
         EXPECT_NEAR(channel, half, 6); // the pixel lies beside the middle

@@ -146,12 +146,10 @@ public:
         }
         primitive.attributes["TEXCOORD_0"] =
             add_floats(vertices.texcoords, TINYGLTF_TYPE_VEC2, TINYGLTF_TARGET_ARRAY_BUFFER);
-        primitive.indices =
-            add_accessor(add_view(vertices.triangles.data(),
-                                  vertices.triangles.size() * sizeof(std::uint32_t),
-                                  TINYGLTF_TARGET_ELEMENT_ARRAY_BUFFER),
-                         TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT, TINYGLTF_TYPE_SCALAR,
-                         vertices.triangles.size());
+        primitive.indices = add_accessor(
+            add_view(vertices.triangles.data(), vertices.triangles.size() * sizeof(std::uint32_t),
+                     TINYGLTF_TARGET_ELEMENT_ARRAY_BUFFER),
+            TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT, TINYGLTF_TYPE_SCALAR, vertices.triangles.size());
         tinygltf::Mesh mesh;
         mesh.primitives.push_back(primitive);
         model_.meshes.push_back(mesh);

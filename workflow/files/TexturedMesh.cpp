@@ -63,9 +63,9 @@ void write_obj(OutputFile const& file, fs::path const& material, TexturedMesh co
         mesh.release_vertex_colors();
     }
     write_mesh(file, mesh, context);
-    write_text_file(file, fmt::format("mtllib {}\nusemtl {}\n", material.filename().u8string(),
-                                      MATERIAL) +
-                              content_of(file.temporary()));
+    write_text_file(
+        file, fmt::format("mtllib {}\nusemtl {}\n", material.filename().u8string(), MATERIAL) +
+                  content_of(file.temporary()));
 }
 
 /// What stands behind a keyword at the start of a line; empty if another one stands there.

@@ -16,9 +16,9 @@ namespace veld
 using TextureImage = OrvaneAlgorithm::Image<3, unsigned char>;
 
 /// A mesh with one image as its texture. The texture coordinates are those of the halfedges, for
-/// the vertex that each points to: (0, 0) is the lower left corner of the image and (1, 1) the upper
-/// right one, so that the centre of the top left pixel is (0.5 / width, 1 - 0.5 / height). Where a
-/// corner has none they are NaN.
+/// the vertex that each points to: (0, 0) is the lower left corner of the image and (1, 1) the
+/// upper right one, so that the centre of the top left pixel is (0.5 / width, 1 - 0.5 / height).
+/// Where a corner has none they are NaN.
 struct TexturedMesh
 {
     OrvaneAlgorithm::TriMesh mesh;

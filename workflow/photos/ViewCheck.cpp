@@ -130,8 +130,9 @@ bool fits(Sight const& sight, std::size_t n)
         throw InputError(reason + "; they are where the poses are turned round: these have to lead "
                                   "from the world to the camera");
     }
-    throw InputError(reason + "; the poses have to lead from the world to the camera, whose z looks "
-                              "forward, and to have the mesh's unit");
+    throw InputError(reason +
+                     "; the poses have to lead from the world to the camera, whose z looks "
+                     "forward, and to have the mesh's unit");
 }
 
 } // namespace
@@ -151,12 +152,12 @@ std::string check_sight(std::vector<Vector3d> const& points, std::vector<PhotoVi
             2 * sight.in_view < samples.size() || sight.largest_part < SMALLEST_PART;
         if (is_doubtful && fits(look(samples, moved(views, factor)), samples.size()))
         {
-            return fmt::format("{:.0f} % of the mesh is in view, and takes {:.2g} % of a photograph "
-                               "at most; where the lengths of the poses are taken times {:g} it "
-                               "fits better: mesh and poses look like those of different units",
-                               100.0 * static_cast<double>(sight.in_view) /
-                                   static_cast<double>(samples.size()),
-                               100.0 * sight.largest_part, factor);
+            return fmt::format(
+                "{:.0f} % of the mesh is in view, and takes {:.2g} % of a photograph "
+                "at most; where the lengths of the poses are taken times {:g} it "
+                "fits better: mesh and poses look like those of different units",
+                100.0 * static_cast<double>(sight.in_view) / static_cast<double>(samples.size()),
+                100.0 * sight.largest_part, factor);
         }
     }
     return {};

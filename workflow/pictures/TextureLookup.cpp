@@ -42,8 +42,8 @@ Vector3f TextureLookup::operator()(Vector2f place) const
 
 Vector3f TextureLookup::pixel(int x, int y) const
 {
-    auto const* const bytes = image_.pixel(std::clamp(x, 0, image_.width() - 1),
-                                           std::clamp(y, 0, image_.height() - 1));
+    auto const* const bytes =
+        image_.pixel(std::clamp(x, 0, image_.width() - 1), std::clamp(y, 0, image_.height() - 1));
     return {linear_[bytes[2]], linear_[bytes[1]], linear_[bytes[0]]}; // blue, green, red in memory
 }
 

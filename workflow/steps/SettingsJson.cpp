@@ -387,6 +387,42 @@ void read_settings(Json const& json, std::string const& place, RenderSettings& s
     reader.finish();
 }
 
+Json to_json(TextureSettings const& settings)
+{
+    return {{"pipeline", name_in(texture_pipelines(), settings.pipeline)},
+            {"scale", settings.scale},
+            {"pose_scale", settings.pose_scale},
+            {"depth_tolerance", settings.depth_tolerance},
+            {"lowest_cosine", settings.lowest_cosine},
+            {"views_per_vertex", settings.views_per_vertex},
+            {"small_region", settings.small_region},
+            {"hole_ratio", settings.hole_ratio},
+            {"hole_vertices", settings.hole_vertices},
+            {"image_border", settings.image_border},
+            {"packing_gap", settings.packing_gap},
+            {"patch_margin", settings.patch_margin},
+            {"solver", name_in(texture_solvers(), settings.solver)}};
+}
+
+void read_settings(Json const& json, std::string const& place, TextureSettings& settings)
+{
+    SettingsReader reader(json, place);
+    reader.name("pipeline", settings.pipeline, texture_pipelines());
+    reader.number("scale", settings.scale, 1e-6, 1e6);
+    reader.number("pose_scale", settings.pose_scale, 1e-6, 1e6);
+    reader.number("depth_tolerance", settings.depth_tolerance, 0.0);
+    reader.number("lowest_cosine", settings.lowest_cosine, -1.0, 1.0);
+    reader.integer("views_per_vertex", settings.views_per_vertex, 1);
+    reader.integer("small_region", settings.small_region, 0);
+    reader.number("hole_ratio", settings.hole_ratio, 0.0);
+    reader.integer("hole_vertices", settings.hole_vertices, 0);
+    reader.integer("image_border", settings.image_border, 0);
+    reader.integer("packing_gap", settings.packing_gap, 0, 1000);
+    reader.integer("patch_margin", settings.patch_margin, 0, 1000);
+    reader.name("solver", settings.solver, texture_solvers());
+    reader.finish();
+}
+
 Json to_json(CutSticksSettings const& settings)
 {
     return {{"tips", name_in(TIPS, settings.tips)}};

@@ -213,4 +213,17 @@ Json to_json(KeyframesResult const& result)
     return {{"frames", std::move(frames)}, {"views", result.all_views}};
 }
 
+Json to_json(TextureResult const& result)
+{
+    return {{"photographs", result.photographs},
+            {"patches", result.patches},
+            {"texture_holes", result.texture_holes},
+            {"faces", result.textured.mesh.n_faces()},
+            {"textured_faces", result.textured_faces},
+            {"colourless_faces", result.colourless_faces},
+            {"atlas_width", result.textured.image.width()},
+            {"atlas_height", result.textured.image.height()},
+            {"seconds", result.seconds}};
+}
+
 } // namespace veld

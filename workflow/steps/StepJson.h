@@ -14,6 +14,7 @@
 #include "workflow/steps/Normals.h"
 #include "workflow/steps/Render.h"
 #include "workflow/steps/Repair.h"
+#include "workflow/steps/Texture.h"
 
 #include <string>
 
@@ -35,6 +36,7 @@ VELD_WORKFLOW_API Json to_json(MergeResult const& result);
 VELD_WORKFLOW_API Json to_json(RepairResult const& result);
 VELD_WORKFLOW_API Json to_json(NormalsResult const& result);
 VELD_WORKFLOW_API Json to_json(KeyframesResult const& result);
+VELD_WORKFLOW_API Json to_json(TextureResult const& result);
 /// @}
 
 /// \name Settings
@@ -50,6 +52,7 @@ VELD_WORKFLOW_API Json to_json(CutSticksSettings const& settings);
 VELD_WORKFLOW_API Json to_json(RepairSettings const& settings);
 VELD_WORKFLOW_API Json to_json(NormalsSettings const& settings);
 VELD_WORKFLOW_API Json to_json(KeyframesSettings const& settings);
+VELD_WORKFLOW_API Json to_json(TextureSettings const& settings);
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      LoadFramesSettings& settings);
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
@@ -68,6 +71,8 @@ VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      NormalsSettings& settings);
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      KeyframesSettings& settings);
+VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
+                                     TextureSettings& settings);
 /// @}
 
 } // namespace veld

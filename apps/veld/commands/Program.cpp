@@ -63,6 +63,8 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
                 "Estimate the normals of clouds, and turn them outwards or to the sensor");
     add_command(program, entries, make_keyframes_command(), "keyframes",
                 "Choose few photographs, or order all, by where they were taken");
+    add_command(program, entries, make_texture_command(), "texture",
+                "Give a mesh photographs as its texture");
     add_command(program, entries, make_render_command(), "render",
                 "Draw a mesh, its holes in colour");
     add_command(

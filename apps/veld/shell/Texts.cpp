@@ -217,6 +217,19 @@ std::string to_text(std::string const& path, CleanResult const& result)
     return text;
 }
 
+std::string to_text(std::string const& path, TextureResult const& result)
+{
+    std::size_t const faces = result.textured.mesh.n_faces();
+    return fmt::format("{}: {} on {} of {}, {}, {} x {} pixels, in {:.3g} s\n"
+                       "  seen by none: {}, {} without a colour\n",
+                       path, counted(result.photographs, "photograph"), result.textured_faces,
+                       counted(faces, "face"),
+                       result.patches == 1 ? "1 patch" : fmt::format("{} patches", result.patches),
+                       result.textured.image.width(), result.textured.image.height(),
+                       result.seconds, counted(faces - result.textured_faces, "face"),
+                       result.colourless_faces);
+}
+
 std::string to_text(std::string const& path, MergeResult const& result)
 {
     MergeSettings const& settings = result.settings;

@@ -9,6 +9,7 @@
 #include "workflow/steps/Merge.h"
 #include "workflow/steps/Normals.h"
 #include "workflow/steps/Repair.h"
+#include "workflow/steps/Texture.h"
 
 #include <cstddef>
 #include <string>
@@ -33,6 +34,7 @@ std::string to_text(std::string const& path, CleanResult const& result);
 std::string to_text(std::string const& path, MergeResult const& result);
 std::string to_text(std::string const& path, RepairResult const& result);
 std::string to_text(std::string const& path, NormalsResult const& result);
+std::string to_text(std::string const& path, TextureResult const& result);
 
 /// A line a view, with its photograph.
 std::string to_text(KeyframesResult const& result);

@@ -1,0 +1,79 @@
+#include "options/TextureOptions.h"
+
+#include "options/CommonOptions.h"
+#include "options/MethodOptions.h"
+
+#include <CLI/CLI.hpp>
+
+namespace veld::cli
+{
+
+namespace
+{
+
+constexpr int LARGEST_NUMBER = 1'000'000'000;
+constexpr int LARGEST_MARGIN = 1000;
+constexpr double LARGEST_UNIT = 1e6;
+
+} // namespace
+
+void TextureOptions::add(CLI::App& app)
+{
+    add_choice(app, "--pipeline", pipeline_, names_in(texture_pipelines()),
+               "fusion: large blocks of one photograph, corrected where they meet (default: "
+               "fusion)");
+    add_lengths(app);
+    add_view_limits(app);
+    add_atlas_options(app);
+}
+
+TextureSettings TextureOptions::settings() const
+{
+    TextureSettings settings = settings_;
+    settings.pipeline = texture_pipelines().at(pipeline_);
+    settings.solver = texture_solvers().at(solver_);
+    return settings;
+}
+
+void TextureOptions::add_lengths(CLI::App& app)
+{
+    add_number(app, "--scale", settings_.scale, 1.0 / LARGEST_UNIT, LARGEST_UNIT,
+               "Multiply all lengths of mesh and poses by this, 1000 for metres; what is written "
+               "has millimetres (default: 1)");
+    add_number(app, "--pose-scale", settings_.pose_scale, 1.0 / LARGEST_UNIT, LARGEST_UNIT,
+               "Multiply the lengths of the poses by this to have the mesh's unit, 1000 for poses "
+               "in metres and a mesh in millimetres (default: 1)");
+    add_length(app, "--depth-tolerance", settings_.depth_tolerance,
+               "Distance in mm by which a vertex may lie behind what a photograph shows in its "
+               "place, and count as seen (default: 1)");
+}
+
+void TextureOptions::add_view_limits(CLI::App& app)
+{
+    add_number(app, "--lowest-cosine", settings_.lowest_cosine, -1.0, 1.0,
+               "Lowest cosine between a vertex's normal and the way to the camera (default: 0)");
+    add_integer(app, "--views-per-vertex", settings_.views_per_vertex, 1, LARGEST_NUMBER,
+                "A vertex collects at most so many photographs (default: 10)");
+    add_integer(app, "--image-border", settings_.image_border, 0, LARGEST_NUMBER,
+                "Pixels at the rim of a photograph that do not count (default: 3)");
+    add_integer(app, "--small-region", settings_.small_region, 0, LARGEST_NUMBER,
+                "Connected faces of one photograph count from more than so many (default: 50)");
+}
+
+void TextureOptions::add_atlas_options(CLI::App& app)
+{
+    add_number(app, "--hole-ratio", settings_.hole_ratio, 0.0, LARGEST_UNIT,
+               "Largest place that no photograph shows and that gets colours, in photographs "
+               "(default: 1)");
+    add_integer(app, "--hole-vertices", settings_.hole_vertices, 0, LARGEST_NUMBER,
+                "Up to so many vertices such a place may be of any size (default: 10000)");
+    add_integer(app, "--patch-margin", settings_.patch_margin, 0, LARGEST_MARGIN,
+                "Pixels around the faces of a patch that it has too (default: 3)");
+    add_integer(app, "--packing-gap", settings_.packing_gap, 0, LARGEST_MARGIN,
+                "Pixels between the patches of the atlas (default: 1)");
+    add_choice(app, "--solver", solver_, names_in(texture_solvers()),
+               "Solves for the corrections of colours: simplicial, or pardiso, the library's "
+               "direct solver (default: simplicial)");
+}
+
+} // namespace veld::cli

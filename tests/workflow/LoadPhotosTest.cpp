@@ -1,0 +1,93 @@
+#include "workflow/steps/LoadPhotos.h"
+
+#include "reason_of.h"
+#include "tests/support/photos.h"
+#include "tests/support/real_data.h"
+
+#include <gmock/gmock.h>
+
+#include <cstring>
+
+namespace
+{
+
+using namespace veld_test;
+using nlohmann::json;
+using testing::EndsWith;
+
+std::string load_reason(std::filesystem::path const& source)
+{
+    return reason_of(
+        [&]
+        {
+            veld::Context context;
+            veld::load_photos(source, context);
+        });
+}
+
+TEST(LoadPhotos, PhotographsComeInTheOrderOfTheList)
+{
+    PhotoDir const dir(json::array({sheet_view("b.png"), sheet_view("a.jpg")}));
+    veld::Context context;
+    auto const set = veld::load_photos(dir.path(), context);
+    ASSERT_EQ(set.images.size(), 2U);
+    EXPECT_EQ(set.views[1].image, "a.jpg");
+    EXPECT_THAT(set.files, testing::ElementsAre(dir.path() / "cameras.json", dir.path() / "b.png",
+                                                dir.path() / "a.jpg"));
+    auto const wanted = sheet_photo();
+    EXPECT_EQ(std::memcmp(set.images[0].data(), wanted.data(), 3 * PHOTO_SIDE * PHOTO_SIDE), 0);
+}
+
+TEST(LoadPhotos, APhotographThatIsMissingIsNamedWithItsView)
+{
+    PhotoDir const dir(json::array({sheet_view("a.png"), sheet_view("b.png")}));
+    std::filesystem::remove(dir.path() / "b.png");
+    EXPECT_THAT(load_reason(dir.path()), EndsWith("b.png: no such file, the photograph of view 2"));
+    std::filesystem::create_directory(dir.path() / "b.png");
+    EXPECT_THAT(load_reason(dir.path()), EndsWith("b.png: is a directory, the photograph of view 2"));
+}
+
+TEST(LoadPhotos, APhotographOfAnotherSizeIsRefused)
+{
+    PhotoDir const dir(json::array({sheet_view("a.png"), sheet_view("b.png")}));
+    ASSERT_EQ(OrvaneAlgorithm::write_rgb_image(dir.file("b.png"), sheet_photo(40, 30)), 0);
+    EXPECT_THAT(load_reason(dir.path()),
+                EndsWith("b.png: has 40 x 30 pixels, and view 2 says 100 x 100"));
+}
+
+TEST(LoadPhotos, WhatIsNoPhotographIsRefused)
+{
+    PhotoDir const dir;
+    std::string const png = file_content(dir.path() / "one.png");
+    write_file(dir.path() / "one.png", "something else");
+    EXPECT_THAT(load_reason(dir.path()), EndsWith("one.png: is neither JPEG nor PNG"));
+    write_file(dir.path() / "one.png", png.substr(0, png.size() / 2));
+    EXPECT_THAT(load_reason(dir.path()),
+                EndsWith("one.png: is damaged, or has no colours of a screen"));
+}
+
+TEST(LoadPhotos, OfSeveralErrorsTheFirstOneIsTold)
+{
+    json views;
+    for (int i = 0; i < 20; ++i)
+    {
+        views.push_back(sheet_view(std::to_string(i) + ".png"));
+    }
+    PhotoDir const dir(views);
+    for (int i = 7; i < 20; ++i)
+    {
+        std::filesystem::remove(dir.path() / (std::to_string(i) + ".png"));
+    }
+    EXPECT_THAT(load_reason(dir.path()), EndsWith("7.png: no such file, the photograph of view 8"));
+}
+
+using LoadPhotosRealData = RealData;
+
+TEST_F(LoadPhotosRealData, AllPhotographsAreLoaded)
+{
+    veld::Context context;
+    EXPECT_EQ(veld::load_photos(real_data("photos_castle"), context).images.size(), 10U);
+    EXPECT_EQ(veld::load_photos(real_data("photos_temple_ring"), context).images.size(), 16U);
+}
+
+} // namespace
