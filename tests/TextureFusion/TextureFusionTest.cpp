@@ -850,12 +850,18 @@ TEST(TextureFusion, AThousandTinyPhotographsAreNoneTooMany)
     expect_sound(scene.mesh);
 }
 
-TEST(TextureFusion, ACameraWithTheMeshBehindItSeesItToo)
+TEST(TextureFusion, WhatLiesBehindACameraIsSeenIfItShowsItsFront)
 {
     FusionScene scene = one_view();
     scene.poses[0] = look_at({6.25, 6.25, -CAMERA_HEIGHT}, {6.25, 6.25, -2.0 * CAMERA_HEIGHT});
-    RetVal const code = scene.run(); // it looks at the back of the faces there
-    EXPECT_TRUE(code == RET_SUCCESS || code == RET_FAILED);
+    FusionScene turned = scene;
+    for (auto& face : turned.mesh.faces)
+    {
+        std::swap(face[1], face[2]);
+    }
+    EXPECT_EQ(scene.run(), RET_FAILED);
+    EXPECT_EQ(turned.run(), RET_SUCCESS);
+    EXPECT_EQ(count_colored(turned.mesh), 288);
 }
 
 // -------------------------------------------------------------------------- cancelling, exceptions
