@@ -79,6 +79,8 @@ struct TextureFusion::Work
 
     /// The mesh with its texture, as arrays.
     BaseTriMesh textured_mesh() const;
+
+    TextureCounts counts() const;
 };
 
 RetVal TextureFusion::texture_fusion(BaseTriMesh& mesh,
@@ -87,6 +89,7 @@ RetVal TextureFusion::texture_fusion(BaseTriMesh& mesh,
                                      std::vector<CameraInParam> const& intrinsics, bool verbose)
 {
     gPH.log_enabled = verbose;
+    counts_ = {};
     detail::log("texture_fusion() ..\n");
     if (rts.size() != images.size() || intrinsics.size() != images.size() || mesh.get_fn() == 0)
     {
@@ -122,6 +125,7 @@ RetVal TextureFusion::texture_fusion(BaseTriMesh& mesh,
     {
         stages.next();
         mesh = work.textured_mesh();
+        counts_ = work.counts();
     }
     return fused;
 }
@@ -144,6 +148,18 @@ BaseTriMesh TextureFusion::Work::textured_mesh() const
                                    mesh.property(properties.face_uv_index, face));
                            }
                        });
+    return result;
+}
+
+TextureCounts TextureFusion::Work::counts() const
+{
+    TextureCounts result;
+    result.patches = patches.size();
+    result.texture_holes = holes.size();
+    for (auto const face : mesh.all_faces())
+    {
+        result.textured_faces += mesh.property(properties.face_has_tex, face) ? 1 : 0;
+    }
     return result;
 }
 

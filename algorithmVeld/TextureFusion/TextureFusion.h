@@ -7,10 +7,19 @@
 #include "algorithmVeld/common/RigidMatrix.h"
 #include "algorithmVeld/common/export.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace OrvaneAlgorithm
 {
+
+/// What a call of `TextureFusion` made.
+struct TextureCounts
+{
+    std::size_t patches = 0;        ///< connected sets of faces of one photograph
+    std::size_t texture_holes = 0;  ///< connected sets of faces without one
+    std::size_t textured_faces = 0; ///< faces with a photograph
+};
 
 /// Turns photographs with known poses into the texture of a mesh: one atlas, one list of texture
 /// coordinates, and three indices into that list for each face.
@@ -27,7 +36,7 @@ namespace OrvaneAlgorithm
 /// poses.
 ///
 /// The result is the same for any number of threads. An object keeps its settings between calls and
-/// nothing else; it may not be used from two threads at once.
+/// the counts of the last one; it may not be used from two threads at once.
 class ALGORITHMVELD_API TextureFusion
 {
 public:
@@ -53,6 +62,9 @@ public:
     RetVal texture_fusion(BaseTriMesh& mesh, std::vector<Image<3, unsigned char>> const& images,
                           std::vector<RigidMatrix> const& rts,
                           std::vector<CameraInParam> const& intrinsics, bool verbose);
+
+    /// What the last call made; all 0 before it, and where it failed.
+    TextureCounts const& counts() const { return counts_; }
 
     /// Whether colours are solved for by `MKL_Pardiso`, one unknown for each pixel and channel,
     /// instead of by the one factorisation that the channels share. The corrections are the same;
@@ -113,6 +125,7 @@ private:
     int packing_gap = 1;
     int patch_margin = 3;
     bool enable_file_saving = false;
+    TextureCounts counts_;
 };
 
 } // namespace OrvaneAlgorithm

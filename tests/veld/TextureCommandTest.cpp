@@ -22,12 +22,16 @@ class TextureCommand : public testing::Test
 protected:
     std::vector<std::string> arguments(std::vector<std::string> const& more) const
     {
-        std::vector<std::string> list{"texture", sheet_.mesh(), "--photos", photos_.path().string()};
+        std::vector<std::string> list{"texture", sheet_.mesh(), "--photos",
+                                      photos_.path().string()};
         list.insert(list.end(), more.begin(), more.end());
         return list;
     }
 
-    Outcome texture(std::vector<std::string> const& more) const { return run_veld(arguments(more)); }
+    Outcome texture(std::vector<std::string> const& more) const
+    {
+        return run_veld(arguments(more));
+    }
 
     std::string out(std::string const& name) const { return results_.file(name); }
 
@@ -58,8 +62,9 @@ TEST_F(TextureCommand, ReportsInALineForPeople)
 {
     Outcome const run = texture({"-o", out("model.glb")});
     ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_THAT(run.out, AllOf(HasSubstr("model.glb: 1 photograph on 1800 of 1800 faces, 1 patch, "),
-                               HasSubstr("seen by none: 0 faces, 0 without a colour")));
+    EXPECT_THAT(run.out,
+                AllOf(HasSubstr("model.glb: 1 photograph on 1800 of 1800 faces, 1 patch, "),
+                      HasSubstr("seen by none: 0 faces, 0 without a colour")));
     EXPECT_THAT(files_in(results_.path()), ElementsAre("model.glb"));
     EXPECT_EQ(texture({"-o", out("quiet.glb"), "--quiet"}).out, "");
 }
@@ -67,10 +72,9 @@ TEST_F(TextureCommand, ReportsInALineForPeople)
 TEST_F(TextureCommand, MeshAndModelMayBeStreams)
 {
     ASSERT_EQ(texture({"-o", out("file.glb")}).status, 0);
-    Outcome const run = run_veld_in(sheet_.path(), "texture - --photos " +
-                                                       quoted(photos_.path().string()) +
-                                                       " -o - < mesh.ply",
-                                    out("stream.glb"));
+    Outcome const run = run_veld_in(
+        sheet_.path(), "texture - --photos " + quoted(photos_.path().string()) + " -o - < mesh.ply",
+        out("stream.glb"));
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(file_content(out("stream.glb")), file_content(out("file.glb")));
     EXPECT_THAT(texture({"-o", out("x.glb"), "--format", "obj"}).err,
@@ -104,8 +108,7 @@ TEST_F(TextureCommand, ErrorsAreOneLine)
 
 TEST_F(TextureCommand, PhotographsThatAreNotThereAreAnError)
 {
-    auto const err_of = [&](std::string const& source)
-    {
+    auto const err_of = [&](std::string const& source) {
         return run_veld({"texture", sheet_.mesh(), "--photos", source, "-o", out("m.glb")}).err;
     };
     EXPECT_THAT(err_of(out("none")), EndsWith("none: no such file\n"));
@@ -155,9 +158,9 @@ TEST_F(TextureCommand, RenderShowsTheTexture)
     ASSERT_EQ(texture({"-o", out("model.obj")}).status, 0);
     auto const draw = [&](std::string const& mesh)
     {
-        Outcome const run = run_veld({"render", mesh, "-o", out("picture.png"), "--view", "front",
-                                      "--unlit", "--line-width", "0", "--width", "100", "--height",
-                                      "100"});
+        Outcome const run =
+            run_veld({"render", mesh, "-o", out("picture.png"), "--view", "front", "--unlit",
+                      "--line-width", "0", "--width", "100", "--height", "100"});
         EXPECT_EQ(run.status, 0);
         EXPECT_EQ(run.err, "");
         OrvaneAlgorithm::Image<3, unsigned char> picture;
@@ -185,15 +188,15 @@ TEST_F(TextureCommandRealData, TheCastleAndTheCartonAreTextured)
     auto const texture = [&](std::string const& mesh, std::string const& photos,
                              std::vector<std::string> const& more)
     {
-        std::vector<std::string> list{"texture", real_data(mesh), "--photos", real_data(photos),
+        std::vector<std::string> list{"texture", real_data(mesh),     "--photos", real_data(photos),
                                       "-o",      dir.file("out.glb"), "--json"};
         list.insert(list.end(), more.begin(), more.end());
         Outcome const run = run_veld(list);
         EXPECT_EQ(run.status, 0) << run.err;
         return run.json();
     };
-    auto const castle = texture("photos_castle/mesh_coarse.ply", "photos_castle",
-                                {"--depth-tolerance", "0.02"});
+    auto const castle =
+        texture("photos_castle/mesh_coarse.ply", "photos_castle", {"--depth-tolerance", "0.02"});
     EXPECT_EQ(castle["photographs"], 10);
     EXPECT_GT(castle["textured_faces"], 13'000);
     auto const carton = texture("photos_carton/mesh.ply", "photos_carton", {"--scale", "1000"});

@@ -44,7 +44,8 @@ TEST(LoadPhotos, APhotographThatIsMissingIsNamedWithItsView)
     std::filesystem::remove(dir.path() / "b.png");
     EXPECT_THAT(load_reason(dir.path()), EndsWith("b.png: no such file, the photograph of view 2"));
     std::filesystem::create_directory(dir.path() / "b.png");
-    EXPECT_THAT(load_reason(dir.path()), EndsWith("b.png: is a directory, the photograph of view 2"));
+    EXPECT_THAT(load_reason(dir.path()),
+                EndsWith("b.png: is a directory, the photograph of view 2"));
 }
 
 TEST(LoadPhotos, APhotographOfAnotherSizeIsRefused)

@@ -81,6 +81,7 @@ TEST(StepJson, SettingsComeBackAsTheyWere)
     veld::TextureSettings texture;
     texture.scale = 1000.0;
     texture.pose_scale = 0.5;
+    texture.balance = false;
     texture.depth_tolerance = 2.0;
     texture.lowest_cosine = 0.25;
     texture.views_per_vertex = 5;

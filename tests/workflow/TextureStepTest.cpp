@@ -248,7 +248,8 @@ TEST(TextureStep, SettingsOutsideTheirBoundsAreRefused)
     EXPECT_THAT(refusal([](auto& s) { s.pose_scale = -1.0; }), StartsWith("pose_scale has to be"));
     EXPECT_THAT(refusal([&](auto& s) { s.depth_tolerance = nan; }),
                 StartsWith("depth_tolerance has to be"));
-    EXPECT_THAT(refusal([](auto& s) { s.lowest_cosine = 1.5; }), "lowest_cosine has to be from -1 to 1");
+    EXPECT_THAT(refusal([](auto& s) { s.lowest_cosine = 1.5; }),
+                "lowest_cosine has to be from -1 to 1");
     EXPECT_THAT(refusal([](auto& s) { s.views_per_vertex = 0; }), StartsWith("views_per_vertex"));
     EXPECT_THAT(refusal([](auto& s) { s.small_region = -1; }), StartsWith("small_region"));
     EXPECT_THAT(refusal([](auto& s) { s.hole_ratio = -0.5; }), StartsWith("hole_ratio"));
@@ -263,8 +264,7 @@ using TextureRealData = RealData;
 TEST_F(TextureRealData, TheCastleHasItsPhotographsForAnyNumberOfThreads)
 {
     veld::Context context;
-    auto const mesh =
-        veld::read_mesh(real_data("photos_castle/mesh_coarse.ply"), context).mesh;
+    auto const mesh = veld::read_mesh(real_data("photos_castle/mesh_coarse.ply"), context).mesh;
     auto const photos = veld::load_photos(real_data("photos_castle"), context);
     veld::TextureSettings settings;
     settings.depth_tolerance = 0.02;

@@ -392,6 +392,7 @@ Json to_json(TextureSettings const& settings)
     return {{"pipeline", name_in(texture_pipelines(), settings.pipeline)},
             {"scale", settings.scale},
             {"pose_scale", settings.pose_scale},
+            {"balance", settings.balance},
             {"depth_tolerance", settings.depth_tolerance},
             {"lowest_cosine", settings.lowest_cosine},
             {"views_per_vertex", settings.views_per_vertex},
@@ -410,6 +411,7 @@ void read_settings(Json const& json, std::string const& place, TextureSettings& 
     reader.name("pipeline", settings.pipeline, texture_pipelines());
     reader.number("scale", settings.scale, 1e-6, 1e6);
     reader.number("pose_scale", settings.pose_scale, 1e-6, 1e6);
+    reader.flag("balance", settings.balance);
     reader.number("depth_tolerance", settings.depth_tolerance, 0.0);
     reader.number("lowest_cosine", settings.lowest_cosine, -1.0, 1.0);
     reader.integer("views_per_vertex", settings.views_per_vertex, 1);

@@ -2,6 +2,7 @@
 
 #include "workflow/Error.h"
 #include "workflow/StepScope.h"
+#include "workflow/photos/GainBalance.h"
 #include "workflow/photos/ViewCheck.h"
 #include "workflow/words.h"
 
@@ -147,6 +148,19 @@ TextureFusion set_up(TextureSettings const& settings)
     return fusion;
 }
 
+/// The photographs with one gain each that makes them agree on the places that they share.
+std::vector<Photo> balanced(std::vector<Photo> photos, std::vector<PhotoView> const& views,
+                            TextureResult const& result)
+{
+    auto const gains =
+        balance_gains(result.textured.mesh, views, photos, result.settings.depth_tolerance);
+    for (std::size_t i = 0; i < photos.size(); ++i)
+    {
+        apply_gain(photos[i], gains[i]);
+    }
+    return photos;
+}
+
 /// Runs the library on a copy, which has the faces and the vertices of the mesh in their order.
 BaseTriMesh fuse(TriMesh const& mesh, std::vector<PhotoView> const& views,
                  std::vector<Photo> const& photos, TextureResult& result)
@@ -271,10 +285,17 @@ TextureResult texture(TriMesh const& mesh, PhotoSet const& photos, TextureSettin
                     views = in_millimetres(photos.views, settings);
                     check_views(result.textured.mesh, views, settings, photos.source, scope);
                 });
+    std::vector<Photo> balanced_photos;
+    if (settings.balance)
+    {
+        balanced_photos = scope.stage("balance the photographs", 0.1,
+                                      [&] { return balanced(photos.images, views, result); });
+    }
     scope.stage("texture the mesh", 1.0,
                 [&]
                 {
-                    auto base = fuse(result.textured.mesh, views, photos.images, result);
+                    auto base = fuse(result.textured.mesh, views,
+                                     settings.balance ? balanced_photos : photos.images, result);
                     take_texture(base, result);
                 });
     result.seconds =

@@ -36,16 +36,17 @@ VELD_WORKFLOW_API std::map<std::string, TextureSolver> const& texture_solvers();
 struct TextureSettings
 {
     TexturePipeline pipeline = TexturePipeline::FUSION;
-    double scale = 1.0; ///< Of all lengths of mesh and poses, to millimetres: 1000 for metres.
+    double scale = 1.0;      ///< Of all lengths of mesh and poses, to millimetres: 1000 for metres.
     double pose_scale = 1.0; ///< Of the poses alone, to the unit of the mesh: 1000 for poses in
                              ///< metres and a mesh in millimetres.
+    bool balance = true;     ///< Whether the photographs' exposures are made to agree first.
     double depth_tolerance = 1.0; ///< Millimetres that a vertex may lie behind what a photograph
                                   ///< shows in its place, and count as seen.
     double lowest_cosine = 0.0;   ///< Of the angle between a vertex's normal and the way to the
                                   ///< camera.
     int views_per_vertex = 10;    ///< A vertex collects at most so many photographs.
-    int small_region = 50;  ///< Connected faces of one photograph count from more than so many.
-    double hole_ratio = 1.0; ///< Largest picture of an unseen place, in photographs.
+    int small_region = 50;     ///< Connected faces of one photograph count from more than so many.
+    double hole_ratio = 1.0;   ///< Largest picture of an unseen place, in photographs.
     int hole_vertices = 10000; ///< Up to so many vertices it may be of any size.
     int image_border = 3;      ///< Pixels at the rim of a photograph that do not count.
     int packing_gap = 1;       ///< Pixels between the patches of the atlas.
@@ -60,17 +61,17 @@ struct TextureResult
     TextureSettings settings;
     std::size_t photographs = 0;
     std::size_t patches = 0;
-    std::size_t texture_holes = 0;  ///< Connected places that no photograph shows.
-    std::size_t textured_faces = 0; ///< Faces with the colours of a photograph.
+    std::size_t texture_holes = 0;    ///< Connected places that no photograph shows.
+    std::size_t textured_faces = 0;   ///< Faces with the colours of a photograph.
     std::size_t colourless_faces = 0; ///< Faces that are black, for nothing is known of them.
-    double seconds = 0.0;           ///< Of the texturing alone.
+    double seconds = 0.0;             ///< Of the texturing alone.
 };
 
 /// Gives a mesh the photographs as its texture. The same bytes for any number of threads.
 ///
 /// Throws `InputError` where no photograph has a vertex in view, `OperationError` where none shows
-/// a region of more faces than count. Warns where the mesh seems to have another unit than the poses
-/// or than millimetres, and where much of it is seen by no photograph.
+/// a region of more faces than count. Warns where the mesh seems to have another unit than the
+/// poses or than millimetres, and where much of it is seen by no photograph.
 VELD_WORKFLOW_API TextureResult texture(OrvaneAlgorithm::TriMesh const& mesh,
                                         PhotoSet const& photos, TextureSettings const& settings,
                                         Context& context);

@@ -22,6 +22,9 @@ void TextureOptions::add(CLI::App& app)
     add_choice(app, "--pipeline", pipeline_, names_in(texture_pipelines()),
                "fusion: large blocks of one photograph, corrected where they meet (default: "
                "fusion)");
+    app.add_flag("--keep-exposures", keep_exposures_,
+                 "Take the photographs as they are; without it each gets one gain a channel, so "
+                 "that they agree on the places that several show");
     add_lengths(app);
     add_view_limits(app);
     add_atlas_options(app);
@@ -31,6 +34,7 @@ TextureSettings TextureOptions::settings() const
 {
     TextureSettings settings = settings_;
     settings.pipeline = texture_pipelines().at(pipeline_);
+    settings.balance = !keep_exposures_;
     settings.solver = texture_solvers().at(solver_);
     return settings;
 }

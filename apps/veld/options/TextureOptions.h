@@ -27,6 +27,7 @@ private:
     void add_atlas_options(CLI::App& app);
 
     std::string pipeline_ = "fusion";
+    bool keep_exposures_ = false;
     std::string solver_ = "simplicial";
     TextureSettings settings_;
 };
