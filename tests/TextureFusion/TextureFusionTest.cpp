@@ -1,9 +1,10 @@
 #include "algorithmVeld/TextureFusion/TextureFusion.h"
 
-#include "algorithmVeld/TextureFusion/SelectKeyframes.h"
+#include "algorithmVeld/TextureFusion/projection/SmoothNormals.h"
 #include "algorithmVeld/api/algorithms.h"
 #include "algorithmVeld/common/ParamHolder.h"
 #include "algorithmVeld/common/RunScope.h"
+#include "algorithmVeld/common/mesh/MeshNormals.h"
 #include "algorithmVeld/common/mesh_conversion.h"
 #include "scenes.h"
 #include "tests/support/files.h"
@@ -289,6 +290,20 @@ TEST(TextureFusion, KeepsTheGeometry)
     EXPECT_TRUE(same_bytes(scene.mesh.faces, before.faces));
     EXPECT_TRUE(scene.mesh.has_vNormal);
     EXPECT_TRUE(scene.mesh.has_fNormal);
+}
+
+TEST(TextureFusion, GivesTheNormalsByWhichItSaw)
+{
+    FusionScene scene = three_views();
+    TriMesh expected;
+    BaseTriMesh_convert_to_TriMesh(scene.mesh, expected);
+    detail::renew_normals(expected);
+    detail::smooth_vertex_normals(expected);
+    ASSERT_EQ(scene.run(), RET_SUCCESS);
+    for (auto const vertex : expected.vertices())
+    {
+        ASSERT_EQ(scene.mesh.vNrv[static_cast<std::size_t>(vertex.idx())], expected.normal(vertex));
+    }
 }
 
 TEST(TextureFusion, AnOlderTextureGoes)
@@ -578,6 +593,27 @@ TEST(TextureFusion, TheSolverIsTheOneThatIsSet)
     }
 }
 
+TEST(TextureFusion, OnlyTheDirectSolverPaintsTheRimOfAHole)
+{
+    for (bool const enabled : {false, true})
+    {
+        FusionScene scene = with_bump();
+        TextureFusion fusion;
+        fusion.set_norm_thr(0.9F);
+        fusion.set_use_mkl_solver(enabled);
+        ASSERT_EQ(scene.run(fusion), RET_SUCCESS);
+        int black_corners = 0;
+        for (auto const& ids : scene.mesh.face_texture_ids)
+        {
+            for (int const id : ids)
+            {
+                black_corners += is_black(atlas_pixel(scene.mesh, id)) ? 1 : 0;
+            }
+        }
+        EXPECT_EQ(black_corners > 0, !enabled) << black_corners;
+    }
+}
+
 TEST(TextureFusion, TheToleranceOfDepthsDecidesAboutALayerBelow)
 {
     TriMesh layers = veld_test::grid(12, 12);
@@ -669,6 +705,21 @@ TEST(TextureFusion, ALargeHoleStaysIfItsRectangleIsTooLarge)
         ASSERT_EQ(scene.run(fusion), RET_SUCCESS);
         expect_sound(scene.mesh);
         EXPECT_EQ(count_colored(scene.mesh) == static_cast<int>(scene.mesh.get_fn()), c.is_painted);
+    }
+}
+
+TEST(TextureFusion, TheMarginIsPartOfAHolesRectangle)
+{
+    // With a hundred pixels on each side it is larger than a photograph of 50 x 60.
+    for (auto const& [margin, is_painted] : {std::pair(0, true), std::pair(100, false)})
+    {
+        FusionScene scene = with_bump();
+        TextureFusion fusion;
+        fusion.set_norm_thr(0.9F);
+        fusion.set_hole_vertex_limit(0);
+        fusion.set_patch_margin(margin);
+        ASSERT_EQ(scene.run(fusion), RET_SUCCESS);
+        EXPECT_EQ(count_colored(scene.mesh) == static_cast<int>(scene.mesh.get_fn()), is_painted);
     }
 }
 

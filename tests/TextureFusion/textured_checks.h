@@ -64,14 +64,17 @@ inline void expect_sound(BaseTriMesh const& mesh)
     }
 }
 
-/// The pixel of the atlas in which a coordinate lies.
+/// The pixel of the atlas in which a coordinate lies. What the rounding of floats does to one at
+/// the corner of a pixel is made good.
 inline unsigned char const* atlas_pixel(BaseTriMesh const& mesh, int id)
 {
+    constexpr float ROUNDING = 0.01F;
     auto const& coordinate = mesh.texture_coords[static_cast<std::size_t>(id)];
     Image<3, unsigned char> const& atlas = mesh.texture_image;
-    // The middle of a pixel is nowhere near its edge.
-    auto const column = static_cast<int>(coordinate.u * static_cast<float>(atlas.width()));
-    auto const row = static_cast<int>((1.0F - coordinate.v) * static_cast<float>(atlas.height()));
+    auto const column =
+        static_cast<int>(coordinate.u * static_cast<float>(atlas.width()) + ROUNDING);
+    auto const row =
+        static_cast<int>((1.0F - coordinate.v) * static_cast<float>(atlas.height()) + ROUNDING);
     return atlas.pixel(std::min(column, atlas.width() - 1), std::min(row, atlas.height() - 1));
 }
 
