@@ -120,7 +120,7 @@ inline Vector3f eye_of_hole(PlainMesh const& mesh, TextureState const& state,
 /// The pixel of a point in the view of a hole.
 /// \return false if it has none
 inline bool hole_pixel(Vector3f const& point, Vector3f const& eye, TexImage const& view,
-                       Vector2i& pixel, Taken& taken)
+                       Vector2i& pixel)
 {
     Vector3f const q = point - eye;
     double const z = std::abs(static_cast<double>(q.z()));
@@ -132,7 +132,6 @@ inline bool hole_pixel(Vector3f const& point, Vector3f const& eye, TexImage cons
     {
         return false;
     }
-    taken["behind the view of a hole"] += q.z() < 0.0F ? 1 : 0;
     pixel = Vector2i(static_cast<int>(u), static_cast<int>(v));
     return true;
 }
@@ -145,6 +144,7 @@ struct HoleWork
     std::vector<int> hole_vertices;
     std::vector<Vector2i> ring_pixels; ///< in the view
     std::vector<Vector2i> hole_pixels;
+    bool is_behind_too = false; ///< whether something lies behind the eye
     Canvas canvas{0, 0};
     Eigen::MatrixXd exact;
     ColorImage result;
@@ -179,10 +179,11 @@ inline bool look_at_hole(PlainMesh const& mesh, TextureState const& state,
         for (int const v : vertices)
         {
             Vector2i pixel;
-            if (!hole_pixel(mesh.points[at(v)], eye, view, pixel, taken))
+            if (!hole_pixel(mesh.points[at(v)], eye, view, pixel))
             {
                 return false;
             }
+            work.is_behind_too = work.is_behind_too || mesh.points[at(v)].z() < eye.z();
             pixels.push_back(pixel);
             columns.push_back(pixel.x());
             rows.push_back(pixel.y());
@@ -292,6 +293,7 @@ inline std::vector<HoleWork> repair_holes(PlainMesh const& mesh, TextureState& s
             std::copy_n(work.result.pixel(x, y), 3, state.color[at(work.hole_vertices[i])].data());
         }
         work.rectangle.repaired = true;
+        taken["hole on both sides of the eye"] += work.is_behind_too ? 1 : 0;
         ++taken["hole repaired"];
     }
     return list;
