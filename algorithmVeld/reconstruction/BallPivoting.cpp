@@ -204,8 +204,24 @@ bool BallPivoting::repair_mesh(TriMesh& mesh, std::vector<float> const& radii)
     return true;
 }
 
-/// All passes with one radius.
+/// All passes with one radius, and what is left of the series behind them.
 BallPivoting::Series BallPivoting::run_radius(TriMesh& mesh, float radius)
+{
+    int boundary_vertices = 0;
+    if (run_passes(mesh, radius, boundary_vertices) == Series::ENDS)
+    {
+        return Series::ENDS;
+    }
+    if (are_too_few(boundary_vertices))
+    {
+        print_line("isolated vertices: %d\n", boundary_vertices);
+        return Series::ENDS;
+    }
+    return Series::GOES_ON;
+}
+
+/// \param boundary_vertices replaced by their number before the last pass
+BallPivoting::Series BallPivoting::run_passes(TriMesh& mesh, float radius, int& boundary_vertices)
 {
     StepTimer timer(radius_step(radius), BALL_PIVOTING);
     detail::Stages stages({1.0, mEnableDeleteIsolatedFaces ? 1.0 : 0.0});
@@ -219,7 +235,6 @@ BallPivoting::Series BallPivoting::run_radius(TriMesh& mesh, float radius)
     mOrigialSphereErrors = 0;
 
     int added_faces = 0;
-    int boundary_vertices = 0;
     stages.next();
     repair_mesh(mesh, radius, added_faces, boundary_vertices, 0);
     if (mEnableDeleteIsolatedFaces)
@@ -241,11 +256,6 @@ BallPivoting::Series BallPivoting::run_radius(TriMesh& mesh, float radius)
         repair_mesh(mesh, radius, added_faces, boundary_vertices, 1);
     }
     report_pass(radius, added_faces);
-    if (are_too_few(boundary_vertices))
-    {
-        print_line("isolated vertices: %d\n", boundary_vertices);
-        return Series::ENDS;
-    }
     return Series::GOES_ON;
 }
 

@@ -122,6 +122,7 @@ private:
     };
 
     Series run_radius(TriMesh& mesh, float radius);
+    Series run_passes(TriMesh& mesh, float radius, int& boundary_vertices);
     void build_vertex_tree(TriMesh const& mesh);
     bool knows_all_vertices_of(TriMesh const& mesh) const;
     bool no_extra_vertex_in_sphere(Vector3f const& centre, float radius) const;

@@ -77,13 +77,7 @@ bool is_zero(Vector3f const& normal)
 class BallPivoting::PassNormals
 {
 public:
-    PassNormals(TriMesh& mesh, bool enabled) : mesh_(mesh), is_on_(enabled)
-    {
-        if (is_on_)
-        {
-            detail::renew_normals(mesh_);
-        }
-    }
+    explicit PassNormals(TriMesh& mesh) : mesh_(mesh) {}
     ~PassNormals()
     {
         if (std::uncaught_exceptions() > exceptions_)
@@ -93,6 +87,12 @@ public:
     }
     PassNormals(PassNormals const&) = delete;
     PassNormals& operator=(PassNormals const&) = delete;
+
+    void renew()
+    {
+        detail::renew_normals(mesh_);
+        is_on_ = true;
+    }
 
     void release()
     {
@@ -106,7 +106,7 @@ public:
 
 private:
     TriMesh& mesh_;
-    bool is_on_;
+    bool is_on_ = false;
     int exceptions_ = std::uncaught_exceptions();
 };
 
@@ -182,16 +182,20 @@ bool BallPivoting::repair_mesh(TriMesh& mesh, float radius, int& added_faces,
     Pass pass(*this, mesh, radius, level);
     detail::Stages stages({1, 9});
     stages.next();
-    auto building = std::make_unique<StepTimer>("Build-Kd-Tree", REPAIR_MESH);
-    PassNormals normals(mesh, mNormMode);
-    boundary_vertices = static_cast<int>(pass.find_boundary());
-    if (boundary_vertices < static_cast<int>(FEWEST_CORNERS))
+    PassNormals normals(mesh);
     {
-        return false;
+        StepTimer const timer("Build-Kd-Tree", REPAIR_MESH);
+        if (mNormMode)
+        {
+            normals.renew();
+        }
+        boundary_vertices = static_cast<int>(pass.find_boundary());
+        if (boundary_vertices < static_cast<int>(FEWEST_CORNERS))
+        {
+            return false;
+        }
+        pass.build_tree();
     }
-    pass.build_tree();
-    building.reset();
-
     stages.next();
     added_faces = pass.grow();
     normals.release();

@@ -20,6 +20,7 @@
 #include <filesystem>
 #include <random>
 #include <set>
+#include <stdexcept>
 #include <type_traits>
 
 using namespace OrvaneAlgorithm;
@@ -956,7 +957,18 @@ TEST(BallPivoting, TheSeriesEndsWithThePassThatFindsTheMeshClosed)
     mesh.garbage_collection(true, true, true);
     LogCapture const log;
     PrintCapture const printed;
+    int told_in_the_step = -1;
+    gLH.set_step_observer(
+        [&](StepEvent const& event)
+        {
+            if (!event.started && event.step == "Ball-Pivoting-Radius:0.700000")
+            {
+                told_in_the_step = printed.count("isolated vertices");
+            }
+        });
     EXPECT_TRUE(ball.repair_mesh(mesh, {0.6F, 0.7F, 0.8F}));
+    gLH.set_step_observer({});
+    EXPECT_EQ(told_in_the_step, 0) << "it is told behind the step";
     EXPECT_EQ(mesh.n_faces(), n_faces);
     EXPECT_EQ(log.count("ball of radius [0.600000] add [1] triangles.\n"), 1);
     EXPECT_EQ(log.count("ball of radius [0.700000] add [0] triangles.\n"), 1);
@@ -983,6 +995,30 @@ TEST(BallPivoting, StepsAreTimedUnderTheirParents)
     ASSERT_GE(heard.events().size(), expected.size());
     EXPECT_TRUE(std::equal(expected.begin(), expected.end(), heard.events().begin()));
     EXPECT_EQ(heard.events().back(), "-Repair-Mesh/Ball-Pivoting");
+}
+
+TEST(BallPivoting, WhatTheHostThrowsAtTheEndOfAStepReachesIt)
+{
+    LogCapture const log;
+    PrintCapture const printed;
+    for (std::string const step :
+         {"Build-Kd-Tree", "Kd-Tree Search Third Node", "Kd-Tree Search Node in Sphere",
+          "Ball-Pivoting-Radius:1.000000", "Repair-Mesh"})
+    {
+        BallPivoting ball;
+        ball.set_norm_mode(true);
+        TriMesh mesh = edge_and_points({NEAR_POINT});
+        gLH.set_step_observer(
+            [&](StepEvent const& event)
+            {
+                if (!event.started && event.step == step)
+                {
+                    throw std::runtime_error("at the end");
+                }
+            });
+        EXPECT_THROW(ball.repair_mesh(mesh, {1.0F}), std::runtime_error) << step;
+        gLH.set_step_observer({});
+    }
 }
 
 TEST(BallPivoting, ASeriesThatEndsBeforeItsSecondPassLeavesTheStepRunning)
