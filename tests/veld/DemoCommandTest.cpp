@@ -47,10 +47,10 @@ TEST(DemoCommand, RunsTheWholeChain)
                             "stick-1.ply", "stick-2.ply", "textured.jpg", "textured.mtl",
                             "textured.obj", "textured.png", "torn.ply"));
     auto const json = run.json();
-    EXPECT_THAT(keys_of(json), testing::UnorderedElementsAre("frames", "merge", "scan", "before",
-                                                             "sticks", "clean", "cleaned", "fill",
-                                                             "deviation", "after", "photos",
-                                                             "texture", "textured", "repair"));
+    EXPECT_THAT(keys_of(json),
+                testing::UnorderedElementsAre("frames", "merge", "scan", "before", "sticks",
+                                              "clean", "cleaned", "fill", "deviation", "after",
+                                              "photos", "texture", "textured", "repair"));
 
     // The defects that the object is scanned with.
     EXPECT_GE(json["scan"]["holes"], 15);

@@ -9,7 +9,6 @@ namespace
 {
 
 using namespace veld_test;
-using nlohmann::json;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -115,13 +114,13 @@ TEST_F(TextureCommand, PhotographsThatAreNotThereAreAnError)
     EXPECT_THAT(err_of(results_.path().string()), HasSubstr("has neither cameras.json nor"));
     auto view = sheet_view("one.png");
     view["t"] = {1000, 0, 30};
-    PhotoDir const elsewhere(json::array({view}));
+    PhotoDir const elsewhere(nlohmann::json::array({view}));
     EXPECT_THAT(err_of(elsewhere.path().string()),
                 AllOf(StartsWith("error: " + sheet_.mesh() + ": "),
                       HasSubstr("no vertex of the mesh is in view of any photograph")));
     std::filesystem::remove(photos_.path() / "one.png");
     EXPECT_THAT(err_of(photos_.path().string()),
-                EndsWith("one.png: no such file, the photograph of view 1\n"));
+                EndsWith("one.png: no such file, the photograph of view 0\n"));
 }
 
 TEST_F(TextureCommand, WhatIsThereIsNotWrittenOverUnasked)
@@ -136,7 +135,7 @@ TEST_F(TextureCommand, WhatIsThereIsNotWrittenOverUnasked)
 
 TEST_F(TextureCommand, APhotographIsNeverWrittenOver)
 {
-    PhotoDir const jpegs(json::array({sheet_view("model.jpg")}));
+    PhotoDir const jpegs(nlohmann::json::array({sheet_view("model.jpg")}));
     std::string const before = file_content(jpegs.path() / "model.jpg");
     Outcome const run = run_veld({"texture", sheet_.mesh(), "--photos", jpegs.path().string(), "-o",
                                   jpegs.file("model.obj")});

@@ -13,7 +13,6 @@ namespace
 {
 
 using namespace veld_test;
-using nlohmann::json;
 using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -22,19 +21,19 @@ using testing::StartsWith;
 namespace fs = std::filesystem;
 
 /// What is wrong with a list of one view, as far as a change to it goes.
-std::string refusal_of_view(json const& change)
+std::string refusal_of_view(nlohmann::json const& change)
 {
-    json view = sheet_view("one.png");
+    nlohmann::json view = sheet_view("one.png");
     view.update(change);
-    PhotoDir const dir(json::array({view}));
+    PhotoDir const dir(nlohmann::json::array({view}));
     return reason_of([&] { veld::read_camera_list(dir.list()); });
 }
 
 std::string refusal_without(std::string const& key)
 {
-    json view = sheet_view("one.png");
+    nlohmann::json view = sheet_view("one.png");
     view.erase(key);
-    PhotoDir const dir(json::array({view}));
+    PhotoDir const dir(nlohmann::json::array({view}));
     return reason_of([&] { veld::read_camera_list(dir.list()); });
 }
 
@@ -68,9 +67,9 @@ TEST(CameraJson, AViewIsReadAsItStands)
 
 TEST(CameraJson, ViewsOfDepthImagesAreNoPhotographs)
 {
-    PhotoDir const dir(json::array({{{"depth", "d.png"}}, sheet_view("one.png")}));
+    PhotoDir const dir(nlohmann::json::array({{{"depth", "d.png"}}, sheet_view("one.png")}));
     EXPECT_EQ(veld::read_camera_list(dir.list()).size(), 1U);
-    PhotoDir const only_depth(json::array({{{"depth", "d.png"}}}));
+    PhotoDir const only_depth(nlohmann::json::array({{{"depth", "d.png"}}}));
     EXPECT_THAT(reason_of([&] { veld::read_camera_list(only_depth.list()); }),
                 EndsWith("cameras.json: has no view of a photograph"));
 }
@@ -79,17 +78,17 @@ TEST(CameraJson, WhatIsMissingIsNamedWithItsView)
 {
     for (char const* const key : {"width", "height", "fx", "fy", "cx", "cy", "R", "t"})
     {
-        EXPECT_THAT(refusal_without(key), EndsWith("cameras.json: view 1 (one.png): '" +
+        EXPECT_THAT(refusal_without(key), EndsWith("cameras.json: view 0 (one.png): '" +
                                                    std::string(key) + "' is missing"));
     }
-    EXPECT_THAT(refusal_without("image"), EndsWith("cameras.json: view 1: 'image' is missing"));
+    EXPECT_THAT(refusal_without("image"), EndsWith("cameras.json: view 0: 'image' is missing"));
 }
 
 TEST(CameraJson, ValuesThatFitNoCameraAreRefused)
 {
     EXPECT_THAT(refusal_of_view({{"image", ""}}),
                 HasSubstr("'image' has to be the name of a file"));
-    EXPECT_THAT(refusal_of_view({{"image", 3}}), HasSubstr("view 1: 'image' has to be a text"));
+    EXPECT_THAT(refusal_of_view({{"image", 3}}), HasSubstr("view 0: 'image' has to be a text"));
     EXPECT_THAT(refusal_of_view({{"width", 0}}),
                 HasSubstr("'width' has to be a whole number from 1"));
     EXPECT_THAT(refusal_of_view({{"height", 7.5}}), HasSubstr("'height' has to be a whole number"));
@@ -108,7 +107,7 @@ TEST(CameraJson, ValuesThatFitNoCameraAreRefused)
 TEST(CameraJson, WhatIsNoRotationIsRefused)
 {
     EXPECT_THAT(refusal_of_view({{"R", {{1, 0, 0}, {0, 1, 0}, {0, 0, 2}}}}),
-                EndsWith("view 1 (one.png): 'R' is no rotation"));
+                EndsWith("view 0 (one.png): 'R' is no rotation"));
     EXPECT_THAT(refusal_of_view({{"R", {{1, 0, 0}, {0, 1, 0}, {0, 0, -1}}}}),
                 HasSubstr("'R' is no rotation"));
     EXPECT_EQ(refusal_of_view({{"R", {{1, 0.0001, 0}, {-0.0001, 1, 0}, {0, 0, 1}}}}), "no error");
@@ -121,7 +120,7 @@ TEST(CameraJson, WhatIsNoListIsRefused)
     EXPECT_THAT(refusal_of_text("{}"), EndsWith("cameras.json: 'views' has to be a list"));
     EXPECT_THAT(refusal_of_text("{\"views\": 3}"), EndsWith("'views' has to be a list"));
     EXPECT_THAT(refusal_of_text("{\"views\": []}"), EndsWith("has no view of a photograph"));
-    EXPECT_THAT(refusal_of_text("{\"views\": [7]}"), EndsWith("view 1: is no JSON object"));
+    EXPECT_THAT(refusal_of_text("{\"views\": [7]}"), EndsWith("view 0: is no JSON object"));
     EXPECT_THAT(refusal_of_text("{\"views\": [{\"image\": \"a.png\", \"width\": 1e999}]}"),
                 HasSubstr("is no JSON"));
 }

@@ -12,7 +12,6 @@ namespace
 {
 
 using namespace veld_test;
-using nlohmann::json;
 using testing::EndsWith;
 
 std::string load_reason(std::filesystem::path const& source)
@@ -27,7 +26,7 @@ std::string load_reason(std::filesystem::path const& source)
 
 TEST(LoadPhotos, PhotographsComeInTheOrderOfTheList)
 {
-    PhotoDir const dir(json::array({sheet_view("b.png"), sheet_view("a.jpg")}));
+    PhotoDir const dir(nlohmann::json::array({sheet_view("b.png"), sheet_view("a.jpg")}));
     veld::Context context;
     auto const set = veld::load_photos(dir.path(), context);
     ASSERT_EQ(set.images.size(), 2U);
@@ -40,20 +39,20 @@ TEST(LoadPhotos, PhotographsComeInTheOrderOfTheList)
 
 TEST(LoadPhotos, APhotographThatIsMissingIsNamedWithItsView)
 {
-    PhotoDir const dir(json::array({sheet_view("a.png"), sheet_view("b.png")}));
+    PhotoDir const dir(nlohmann::json::array({sheet_view("a.png"), sheet_view("b.png")}));
     std::filesystem::remove(dir.path() / "b.png");
-    EXPECT_THAT(load_reason(dir.path()), EndsWith("b.png: no such file, the photograph of view 2"));
+    EXPECT_THAT(load_reason(dir.path()), EndsWith("b.png: no such file, the photograph of view 1"));
     std::filesystem::create_directory(dir.path() / "b.png");
     EXPECT_THAT(load_reason(dir.path()),
-                EndsWith("b.png: is a directory, the photograph of view 2"));
+                EndsWith("b.png: is a directory, the photograph of view 1"));
 }
 
 TEST(LoadPhotos, APhotographOfAnotherSizeIsRefused)
 {
-    PhotoDir const dir(json::array({sheet_view("a.png"), sheet_view("b.png")}));
+    PhotoDir const dir(nlohmann::json::array({sheet_view("a.png"), sheet_view("b.png")}));
     ASSERT_EQ(OrvaneAlgorithm::write_rgb_image(dir.file("b.png"), sheet_photo(40, 30)), 0);
     EXPECT_THAT(load_reason(dir.path()),
-                EndsWith("b.png: has 40 x 30 pixels, and view 2 says 100 x 100"));
+                EndsWith("b.png: has 40 x 30 pixels, and view 1 says 100 x 100"));
 }
 
 TEST(LoadPhotos, WhatIsNoPhotographIsRefused)
@@ -69,7 +68,7 @@ TEST(LoadPhotos, WhatIsNoPhotographIsRefused)
 
 TEST(LoadPhotos, OfSeveralErrorsTheFirstOneIsTold)
 {
-    json views;
+    nlohmann::json views;
     for (int i = 0; i < 20; ++i)
     {
         views.push_back(sheet_view(std::to_string(i) + ".png"));
@@ -79,7 +78,7 @@ TEST(LoadPhotos, OfSeveralErrorsTheFirstOneIsTold)
     {
         std::filesystem::remove(dir.path() / (std::to_string(i) + ".png"));
     }
-    EXPECT_THAT(load_reason(dir.path()), EndsWith("7.png: no such file, the photograph of view 8"));
+    EXPECT_THAT(load_reason(dir.path()), EndsWith("7.png: no such file, the photograph of view 7"));
 }
 
 using LoadPhotosRealData = RealData;

@@ -17,7 +17,6 @@ namespace
 {
 
 using namespace veld_test;
-using nlohmann::json;
 using OrvaneAlgorithm::Vector2f;
 using OrvaneAlgorithm::Vector3d;
 using testing::AllOf;
@@ -30,7 +29,7 @@ constexpr int SHEET_SIDE = 30;
 /// A sheet under one camera. \param unit of the poses
 veld::PhotoSet sheet_photos(double unit = 1.0)
 {
-    PhotoDir const dir(json::array({sheet_view("one.png", unit)}));
+    PhotoDir const dir(nlohmann::json::array({sheet_view("one.png", unit)}));
     veld::Context context;
     auto set = veld::load_photos(dir.path(), context);
     set.source = "photos";

@@ -17,7 +17,6 @@ namespace
 {
 
 using namespace veld_test;
-using nlohmann::json;
 using OrvaneAlgorithm::Vector2f;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -117,11 +116,11 @@ public:
         EXPECT_EQ(word(4), 2U);
         EXPECT_EQ(word(8), content_.size());
         EXPECT_EQ(content_.substr(16, 4), "JSON");
-        header_ = json::parse(content_.substr(20, word(12)));
+        header_ = nlohmann::json::parse(content_.substr(20, word(12)));
         binary_ = 20 + word(12) + 8;
     }
 
-    json const& header() const { return header_; }
+    nlohmann::json const& header() const { return header_; }
 
     template <typename Value>
     std::vector<Value> values(int accessor, std::size_t per_element) const
@@ -150,7 +149,7 @@ private:
     }
 
     std::string content_;
-    json header_;
+    nlohmann::json header_;
     std::size_t binary_ = 0;
 };
 
@@ -180,9 +179,9 @@ TEST(TexturedMesh, GlbHasMetresAndCoordinatesFromTheTop)
     EXPECT_GT((corner(1) - corner(0)).cross(corner(2) - corner(0)).z(), 0.0F);
     EXPECT_EQ(
         glb.header()["accessors"][primitive["attributes"]["POSITION"].get<std::size_t>()]["max"],
-        json({1.0, 1.0, 0.0}));
+        nlohmann::json({1.0, 1.0, 0.0}));
     EXPECT_TRUE(glb.header()["materials"][0]["extensions"].contains("KHR_materials_unlit"));
-    EXPECT_EQ(glb.header()["extensionsUsed"], json({"KHR_materials_unlit"}));
+    EXPECT_EQ(glb.header()["extensionsUsed"], nlohmann::json({"KHR_materials_unlit"}));
     write_file(dir.file("inside.jpg"), glb.view(glb.header()["images"][0]["bufferView"]));
     veld::TextureImage image;
     ASSERT_EQ(OrvaneAlgorithm::read_rgb_image(dir.file("inside.jpg"), image), 0);

@@ -102,11 +102,11 @@ std::vector<PhotoView> read_json_cameras(std::filesystem::path const& path)
     std::size_t number = 0;
     for (auto const& view : *list)
     {
-        ++number;
         if (!is_depth_only(view))
         {
             views.push_back(parse_photo_view(view, place_of(view, name, number), path));
         }
+        ++number;
     }
     if (views.empty())
     {

@@ -58,7 +58,7 @@ PhotoSet load_photos(std::filesystem::path const& source, Context& context)
     }
     set.images.resize(set.views.size());
     for_each_index(set.views.size(),
-                   [&set](std::size_t i) { set.images[i] = load_photo(set.views[i], i + 1); });
+                   [&set](std::size_t i) { set.images[i] = load_photo(set.views[i], i); });
     return set;
 }
 
