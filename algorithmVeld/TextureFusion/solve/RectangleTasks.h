@@ -3,34 +3,37 @@
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <numeric>
 #include <string>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
 {
 
-/// From so many pixels on, all threads work on one rectangle.
-constexpr std::size_t SHARED_RECTANGLE_PIXELS = 200000;
-
-/// Runs `task(k)` for the rectangles of the given sizes: large ones one after the other, each on
-/// all threads by the parallel loops within the task, and the others side by side. Their log lines
-/// come in the order of the rectangles.
+/// Runs `task(k)` for the rectangles of the given sizes: one that is large beside all of them
+/// together on all threads, by the parallel loops within the task, and the others side by side, the
+/// largest first. Their log lines come in the order of the rectangles.
 template <typename Task>
 void for_each_rectangle(std::vector<std::size_t> const& n_pixels, Task const& task)
 {
-    std::vector<std::size_t> large;
-    std::vector<std::size_t> small;
-    double large_pixels = 0.0;
-    double all_pixels = 0.0;
-    for (std::size_t k = 0; k < n_pixels.size(); ++k)
+    constexpr std::size_t LARGE = 200000;
+    constexpr std::size_t LARGE_SHARE = 4;
+    auto const sum = std::accumulate(n_pixels.begin(), n_pixels.end(), std::size_t{0});
+    std::vector<std::size_t> order(n_pixels.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return n_pixels[a] > n_pixels[b]; });
+    std::size_t n_large = 0;
+    std::size_t large_pixels = 0;
+    while (n_large < order.size() && n_pixels[order[n_large]] >= LARGE &&
+           n_pixels[order[n_large]] >= sum / LARGE_SHARE)
     {
-        bool const is_large = n_pixels[k] >= SHARED_RECTANGLE_PIXELS;
-        (is_large ? large : small).push_back(k);
-        large_pixels += is_large ? static_cast<double>(n_pixels[k]) : 0.0;
-        all_pixels += static_cast<double>(n_pixels[k]);
+        large_pixels += n_pixels[order[n_large++]];
     }
-    double const share = all_pixels > 0.0 ? large_pixels / all_pixels : 0.0;
+    double const share =
+        sum > 0 ? static_cast<double>(large_pixels) / static_cast<double>(sum) : 0.0;
     std::vector<std::vector<std::string>> lines(n_pixels.size());
     auto const run = [&](std::size_t k)
     {
@@ -39,17 +42,18 @@ void for_each_rectangle(std::vector<std::size_t> const& n_pixels, Task const& ta
     };
     {
         ProgressPart const part(0.0, share);
-        Progress progress(large.size());
-        for (auto const k : large)
+        Progress progress(n_large);
+        for (std::size_t i = 0; i < n_large; ++i)
         {
-            run(k);
+            run(order[i]);
             progress.advance();
         }
     }
     {
         ProgressPart const part(share, 1.0);
-        parallel_for_uneven(static_cast<std::ptrdiff_t>(small.size()),
-                            [&](std::ptrdiff_t i) { run(small[static_cast<std::size_t>(i)]); });
+        parallel_for_uneven(static_cast<std::ptrdiff_t>(order.size() - n_large),
+                            [&](std::ptrdiff_t i)
+                            { run(order[n_large + static_cast<std::size_t>(i)]); });
     }
     for (auto const& of_one : lines)
     {
