@@ -6,12 +6,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace OrvaneAlgorithm::detail
 {
 
 GreensTable::GreensTable(std::size_t width, std::size_t height)
-    : width_(width), height_(height), values_((width + 1) * (height + 1))
+    : width_(width), height_(height), values_(new double[(width + 1) * (height + 1)])
 {
     constexpr std::size_t BLOCK = 64;
     auto const n_blocks = static_cast<std::ptrdiff_t>(width / BLOCK + 1);
@@ -21,7 +22,7 @@ GreensTable::GreensTable(std::size_t width, std::size_t height)
                           std::size_t const begin = static_cast<std::size_t>(block) * BLOCK;
                           set_frequencies(begin, std::min(begin + BLOCK, width_ + 1));
                       });
-    sum_cosines_at(values_.data(), height_ + 1, width_ + 1,
+    sum_cosines_at(values_.get(), height_ + 1, width_ + 1,
                    1.0 / (2.0 * static_cast<double>(width_)));
 }
 

@@ -2,7 +2,8 @@
 
 #include "algorithmVeld/TextureFusion/solve/Sites.h"
 
-#include <vector>
+#include <cstddef>
+#include <memory>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -37,7 +38,7 @@ private:
 
     std::size_t width_;
     std::size_t height_;
-    std::vector<double> values_; ///< by distance in y, then in x
+    std::unique_ptr<double[]> values_; ///< by distance in y, then in x
 };
 
 } // namespace OrvaneAlgorithm::detail

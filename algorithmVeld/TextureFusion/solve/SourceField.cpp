@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -33,7 +34,7 @@ class FrequencyBlock
 {
 public:
     FrequencyBlock(SiteGrid const& grid, Eigen::MatrixX3d const& strengths,
-                   std::vector<double> const& cosines, std::size_t begin, FieldLines& lines)
+                   std::vector<double> const& cosines, std::size_t begin, double* lines)
         : grid_(grid),
           strengths_(strengths),
           cosines_(cosines),
@@ -167,7 +168,7 @@ private:
     std::vector<double> const& cosines_;
     std::size_t begin_;
     std::size_t n_;
-    FieldLines& lines_;
+    double* lines_;                      ///< of three fields
     std::vector<double> inverse_pivots_; ///< by y
 };
 
@@ -175,16 +176,16 @@ private:
 
 FieldLines source_fields(SiteGrid const& grid, Eigen::MatrixX3d const& strengths)
 {
-    FieldLines lines(N_FIELDS * grid.width * grid.height);
+    FieldLines lines(new double[N_FIELDS * grid.width * grid.height]);
     auto const cosines = cosine_table(grid.width);
     parallel_for_even(static_cast<std::ptrdiff_t>((grid.width + BLOCK - 1) / BLOCK),
                       [&](std::ptrdiff_t block)
                       {
                           FrequencyBlock(grid, strengths, cosines,
-                                         static_cast<std::size_t>(block) * BLOCK, lines)
+                                         static_cast<std::size_t>(block) * BLOCK, lines.get())
                               .solve();
                       });
-    sum_cosines_between(lines.data(), N_FIELDS * grid.height, grid.width,
+    sum_cosines_between(lines.get(), N_FIELDS * grid.height, grid.width,
                         1.0 / static_cast<double>(grid.width));
     return lines;
 }

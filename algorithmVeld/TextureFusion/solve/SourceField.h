@@ -4,14 +4,14 @@
 
 #include <Eigen/Core>
 
-#include <vector>
+#include <memory>
 
 namespace OrvaneAlgorithm::detail
 {
 
 /// Three fields on a rectangle of pixels: the lines of the first, second and third for y = 0, those
-/// for y = 1, and so on.
-using FieldLines = std::vector<double>;
+/// for y = 1, and so on. A vector would be filled with zeros first, by one thread.
+using FieldLines = std::unique_ptr<double[]>;
 
 /// The fields of sources in Laplace's equation with no flow across the rectangle's edge, up to a
 /// constant.
