@@ -283,7 +283,10 @@ bool TextureFusion::poisson_solve_color_diff(Work& work) const
 
 void TextureFusion::poisson_hole_filling(Work& work) const
 {
+    detail::Stages stages({1, 10});
+    stages.next();
     work.holes = detail::find_texture_holes(work.mesh, work.properties);
+    stages.next();
     detail::TextureHoleSettings settings;
     settings.hole_area_ratio = hole_area_ratio;
     settings.hole_vertex_limit = hole_vertex_limit;

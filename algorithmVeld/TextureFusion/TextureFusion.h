@@ -67,7 +67,7 @@ public:
     TextureCounts const& counts() const { return counts_; }
 
     /// Whether colours are solved for by `MKL_Pardiso`, one unknown for each pixel and channel,
-    /// instead of by the one factorisation that the channels share. The corrections are the same;
+    /// instead of by one system that the channels share. The corrections are the same;
     /// a painted hole has its rim in its image only with it. Off by default.
     void set_use_mkl_solver(bool enabled) { use_mkl_solver = enabled; }
     /// How far a vertex may lie behind what is seen at its pixel, to count as seen; 1 mm by

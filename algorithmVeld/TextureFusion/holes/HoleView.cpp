@@ -80,11 +80,9 @@ bool project_all(TriMesh const& mesh, std::vector<VertexHandle> const& vertices,
     for (auto const vertex : vertices)
     {
         Vector3f const q = mesh.point(vertex) - eye;
-        float const z = std::abs(q.z());
-        double const column =
-            static_cast<double>(q.x() / z) * intrinsics.get_fx() + intrinsics.get_cx();
-        double const row =
-            static_cast<double>(q.y() / z) * intrinsics.get_fy() + intrinsics.get_cy();
+        double const z = std::abs(static_cast<double>(q.z()));
+        double const column = (q.x() / z) * intrinsics.get_fx() + intrinsics.get_cx();
+        double const row = (q.y() / z) * intrinsics.get_fy() + intrinsics.get_cy();
         if (!(std::abs(column) < FARTHEST && std::abs(row) < FARTHEST))
         {
             return false;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 #include <optional>
 
 namespace OrvaneAlgorithm::detail
@@ -140,15 +141,15 @@ void log_hole_failure(std::size_t h, RectangleFailure failure)
     }
 }
 
-/// Which pixels of a hole's image have colours: the direct solver's system holds the known ones
-/// too, and gives them back; that of the others leaves them black.
+/// Which pixels of a hole's image have colours. The direct solver has the known ones among its
+/// unknowns and gives them back. The other one has not, and they are meant to stay black then.
 bool has_colour(unsigned char mask, RectangleSolver solver)
 {
     return mask == 0 || solver == RectangleSolver::PARDISO;
 }
 
 /// The image of a hole, empty if it cannot be solved.
-Image<3, unsigned char> paint_hole(PlannedHole const& plan, std::size_t h,
+Image<3, unsigned char> solve_hole(PlannedHole const& plan, std::size_t h,
                                    std::vector<PixelColor> const& vertex_colours,
                                    RectangleSolver solver)
 {
@@ -178,6 +179,22 @@ Image<3, unsigned char> paint_hole(PlannedHole const& plan, std::size_t h,
                           }
                       });
     return image;
+}
+
+/// The image of a hole, empty if it cannot be painted. The view may be so near to a vertex that
+/// the rectangle takes more memory than there is: that costs this hole its colours, and no more.
+Image<3, unsigned char> paint_hole(PlannedHole const& plan, std::size_t h,
+                                   std::vector<PixelColor> const& vertex_colours,
+                                   RectangleSolver solver)
+{
+    try
+    {
+        return solve_hole(plan, h, vertex_colours, solver);
+    }
+    catch (std::bad_alloc const&)
+    {
+        return {};
+    }
 }
 
 /// Notes where a hole's vertices lie in its view.
@@ -233,6 +250,8 @@ RepairedHoles repair_texture_holes(TriMesh& mesh, TexProperties const& propertie
                                    TextureHoleFaces const& holes,
                                    TextureHoleSettings const& settings)
 {
+    Stages stages({1, 10});
+    stages.next();
     std::vector<PlannedHole> plans(holes.size());
     parallel_for_uneven(static_cast<std::ptrdiff_t>(holes.size()),
                         [&](std::ptrdiff_t i)
@@ -240,6 +259,7 @@ RepairedHoles repair_texture_holes(TriMesh& mesh, TexProperties const& propertie
                             auto const h = static_cast<std::size_t>(i);
                             plans[h] = plan_hole(mesh, properties, images, holes[h], settings);
                         });
+    stages.next();
     std::vector<std::size_t> n_pixels(holes.size());
     for (std::size_t h = 0; h < holes.size(); ++h)
     {

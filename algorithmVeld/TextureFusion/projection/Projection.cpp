@@ -107,13 +107,16 @@ private:
         CameraInParam const& camera = view.intrinsics;
         double const u = (p.x() / z) * camera.get_fx() + camera.get_cx();
         double const v_row = (p.y() / z) * camera.get_fy() + camera.get_cy();
+        int const border = limits_.image_border;
+        if (!std::isfinite(z) || !truncate_to_pixel(u, view.image.width(), border, projection.px) ||
+            !truncate_to_pixel(v_row, view.image.height(), border, projection.py))
+        {
+            return false;
+        }
         projection.depth = static_cast<float>(z);
         projection.u = static_cast<float>(u);
         projection.v = static_cast<float>(v_row);
-        int const border = limits_.image_border;
-        return std::isfinite(z) &&
-               truncate_to_pixel(u, view.image.width(), border, projection.px) &&
-               truncate_to_pixel(v_row, view.image.height(), border, projection.py);
+        return true;
     }
 
     void fill_depths(TexImage const& view)

@@ -43,8 +43,8 @@ private:
 };
 
 /// Finds the views in which each vertex is seen, by a depth buffer of vertices: no triangle is
-/// drawn into it, and the gaps between the vertices are closed by a dilation of one pixel. \param
-/// mesh with vertex normals
+/// drawn into it, and the gaps between the vertices are closed by a dilation of one pixel.
+/// \param mesh with vertex normals
 VertTexLists project_vertices(TriMesh const& mesh, std::vector<TexImage> const& images,
                               VisibilityLimits const& limits);
 

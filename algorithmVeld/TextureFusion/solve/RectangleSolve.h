@@ -22,8 +22,8 @@ enum class RectangleFailure
 };
 
 /// Fills the unknown pixels of a field so that each is the mean of its neighbours in the rectangle
-/// (Laplace's equation, with no flow across the rectangle's edge). All three channels are solved
-/// with one factorisation.
+/// (Laplace's equation, with no flow across the rectangle's edge). All three channels share
+/// what is done once for a rectangle.
 /// \param field its values where `mask` is not 0 are prescribed and stay; the others are replaced
 /// \param mask of the size of `field`
 RectangleFailure solve_rectangle(Image<3, float>& field, Image<1, unsigned char> const& mask,

@@ -6,6 +6,7 @@
 #include <Eigen/SparseCholesky>
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <vector>
 
@@ -27,7 +28,7 @@ PixelNeighbours neighbours_of(std::size_t i, Image<1, unsigned char> const& mask
     return {i, static_cast<std::size_t>(mask.width()), static_cast<std::size_t>(mask.height())};
 }
 
-/// Eigen counts entries by `int`.
+/// Pixels, and the entries of the direct solver, are counted by `int`.
 bool fits_a_matrix(std::size_t n_entries)
 {
     return n_entries <= static_cast<std::size_t>(std::numeric_limits<int>::max());
@@ -52,12 +53,14 @@ struct UnknownPixels
     }
 };
 
+/// Its factors may have more entries than an `int` counts.
+using UnknownMatrix = Eigen::SparseMatrix<double, Eigen::ColMajor, std::ptrdiff_t>;
+
 /// The lower triangle of the symmetric matrix of the unknown pixels.
-Eigen::SparseMatrix<double> unknown_matrix(UnknownPixels const& unknown,
-                                           Image<1, unsigned char> const& mask)
+UnknownMatrix unknown_matrix(UnknownPixels const& unknown, Image<1, unsigned char> const& mask)
 {
     auto const n = static_cast<int>(unknown.pixels.size());
-    Eigen::SparseMatrix<double> a(n, n);
+    UnknownMatrix a(n, n);
     a.reserve(3 * static_cast<Eigen::Index>(n));
     for (int k = 0; k < n; ++k)
     {
@@ -138,12 +141,12 @@ RowMajorMatrix mean_matrix(Image<1, unsigned char> const& mask)
 
 RectangleFailure solve_simplicial(Image<3, float>& field, Image<1, unsigned char> const& mask)
 {
-    if (!fits_a_matrix(3 * n_pixels(mask)))
+    if (!fits_a_matrix(n_pixels(mask)))
     {
         return RectangleFailure::DECOMPOSITION;
     }
     UnknownPixels const unknown(mask);
-    Eigen::SimplicialLDLT<Eigen::SparseMatrix<double>> solver;
+    Eigen::SimplicialLDLT<UnknownMatrix> solver;
     poll_cancel();
     solver.compute(unknown_matrix(unknown, mask));
     poll_cancel();
