@@ -4,6 +4,7 @@
 #include "tests/TextureFusion/random_scenes.h"
 #include "tests/TextureFusion/reference_atlas.h"
 #include "tests/TextureFusion/reference_colour.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/threads.h"
 
 #include <gtest/gtest.h>
@@ -22,8 +23,9 @@ using OrvaneAlgorithm::detail::TexProperties;
 using reference::Piece;
 using reference::PlainMesh;
 using reference::TextureState;
+using veld_test::IS_SANITIZED;
 
-constexpr unsigned ATLAS_SEEDS = 200;
+constexpr unsigned ATLAS_SEEDS = IS_SANITIZED ? 50 : 200;
 
 /// A rectangle anywhere, the bounds of one of a hole also below 0, with an image or without.
 Piece random_piece(bool is_hole, Lot& lot)

@@ -6,6 +6,7 @@
 #include "tests/TextureFusion/reference_colour.h"
 #include "tests/TextureFusion/reference_projection.h"
 #include "tests/TextureFusion/reference_selection.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/threads.h"
 
 #include <gtest/gtest.h>
@@ -26,9 +27,10 @@ using OrvaneAlgorithm::detail::RectangleSolver;
 using OrvaneAlgorithm::detail::TexProperties;
 using reference::Canvas;
 using reference::TextureState;
+using veld_test::IS_SANITIZED;
 
-constexpr unsigned COLOUR_SEEDS = 400;
-constexpr unsigned RECTANGLE_SEEDS = 400;
+constexpr unsigned COLOUR_SEEDS = IS_SANITIZED ? 100 : 400;
+constexpr unsigned RECTANGLE_SEEDS = IS_SANITIZED ? 100 : 400;
 
 /// Where a sum of colours ends so near a whole number, one of two solvers may be cut off below it.
 bool is_near_whole(double value)

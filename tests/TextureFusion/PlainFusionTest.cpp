@@ -2,6 +2,7 @@
 
 #include "tests/TextureFusion/random_scenes.h"
 #include "tests/TextureFusion/reference_fusion.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/threads.h"
 
 #include <gtest/gtest.h>
@@ -15,8 +16,9 @@ namespace
 {
 
 using OrvaneAlgorithm::BaseTriMesh;
+using veld_test::IS_SANITIZED;
 
-constexpr unsigned FUSION_SEEDS = 100;
+constexpr unsigned FUSION_SEEDS = IS_SANITIZED ? 25 : 100;
 constexpr double MOST_DENSE_SOLVED = 700.0;
 
 /// An object with faces enough that regions of them are kept, in millimetres.

@@ -4,6 +4,7 @@
 #include "tests/TextureFusion/reference_holes.h"
 #include "tests/TextureFusion/reference_projection.h"
 #include "tests/TextureFusion/reference_selection.h"
+#include "tests/support/sanitizers.h"
 #include "tests/support/threads.h"
 
 #include <gtest/gtest.h>
@@ -24,8 +25,9 @@ using OrvaneAlgorithm::detail::TexProperties;
 using OrvaneAlgorithm::detail::TextureHoleSettings;
 using reference::HoleWork;
 using reference::TextureState;
+using veld_test::IS_SANITIZED;
 
-constexpr unsigned HOLE_SEEDS = 400;
+constexpr unsigned HOLE_SEEDS = IS_SANITIZED ? 100 : 400;
 constexpr double MOST_DENSE_PIXELS = 350.0;
 
 /// Faces with and without views, and vertices with colours.
