@@ -1,4 +1,5 @@
-# Installation: a CMake package and a pkg-config file for hosts.
+# Installation: a CMake package and a pkg-config file for hosts. What runs is of the component
+# `runtime`, and what other programs are built with of `development`.
 
 include(CMakePackageConfigHelpers)
 
@@ -14,16 +15,27 @@ if(TARGET veld)
   elseif(UNIX)
     set_target_properties(veld PROPERTIES INSTALL_RPATH "$ORIGIN/${VELD_LIB_FROM_BIN}")
   endif()
-  install(TARGETS veld RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  install(TARGETS veld RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime)
 endif()
 if(TARGET veld_help)
   get_target_property(VELD_HELP_DIR veld_help VELD_DIRECTORY)
   install(FILES "${VELD_HELP_DIR}/veld"
-    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT runtime)
   install(FILES "${VELD_HELP_DIR}/_veld"
-    DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions")
-  install(FILES "${VELD_HELP_DIR}/veld.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" COMPONENT runtime)
+  install(FILES "${VELD_HELP_DIR}/veld.1"
+    DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT runtime)
 endif()
+
+# veld_install_library(target headers) installs a library, with its headers in a folder.
+function(veld_install_library target headers)
+  install(TARGETS ${target} EXPORT algorithmVeldTargets
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+      COMPONENT runtime NAMELINK_COMPONENT development
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime
+    FILE_SET HEADERS DESTINATION "${headers}" COMPONENT development)
+endfunction()
 
 if(TARGET veld_workflow)
   # It finds the library in the folder where it lies itself.
@@ -33,21 +45,13 @@ if(TARGET veld_workflow)
   elseif(UNIX)
     set_target_properties(veld_workflow PROPERTIES INSTALL_RPATH "$ORIGIN")
   endif()
-  install(TARGETS veld_workflow EXPORT algorithmVeldTargets
-    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
-    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/algorithmVeld")
+  veld_install_library(veld_workflow "${CMAKE_INSTALL_INCLUDEDIR}/algorithmVeld")
 endif()
-
-install(TARGETS algorithmVeld EXPORT algorithmVeldTargets
-  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-  RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
-  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+veld_install_library(algorithmVeld "${CMAKE_INSTALL_INCLUDEDIR}")
 
 set(VELD_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/algorithmVeld")
-install(EXPORT algorithmVeldTargets NAMESPACE algorithmVeld:: DESTINATION "${VELD_PACKAGE_DIR}")
+install(EXPORT algorithmVeldTargets NAMESPACE algorithmVeld::
+  DESTINATION "${VELD_PACKAGE_DIR}" COMPONENT development)
 configure_package_config_file(
   "${PROJECT_SOURCE_DIR}/cmake/algorithmVeldConfig.cmake.in"
   "${PROJECT_BINARY_DIR}/algorithmVeldConfig.cmake" INSTALL_DESTINATION "${VELD_PACKAGE_DIR}")
@@ -56,7 +60,7 @@ write_basic_package_version_file(
 install(FILES
   "${PROJECT_BINARY_DIR}/algorithmVeldConfig.cmake"
   "${PROJECT_BINARY_DIR}/algorithmVeldConfigVersion.cmake"
-  DESTINATION "${VELD_PACKAGE_DIR}")
+  DESTINATION "${VELD_PACKAGE_DIR}" COMPONENT development)
 
 # pkg-config: OpenMesh has no .pc file of its own, so its folders are named here, where they are not
 # those that every compiler searches anyway.
@@ -79,11 +83,12 @@ endif()
 configure_file("${PROJECT_SOURCE_DIR}/cmake/algorithmVeld.pc.in"
   "${PROJECT_BINARY_DIR}/algorithmVeld.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/algorithmVeld.pc"
-  DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+  DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 if(TARGET veld_workflow)
   configure_file("${PROJECT_SOURCE_DIR}/cmake/algorithmVeldWorkflow.pc.in"
     "${PROJECT_BINARY_DIR}/algorithmVeldWorkflow.pc" @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/algorithmVeldWorkflow.pc"
-    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 endif()
-install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE"
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)
