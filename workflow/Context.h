@@ -31,7 +31,7 @@ enum class WarningCode
 /// Something that a person should know of a result that is there all the same.
 struct Warning
 {
-    WarningCode code;
+    WarningCode code;  ///< What it is of.
     std::string about; ///< The file, frame or hole.
     std::string text;  ///< A sentence without the file's name and without a full stop.
 };
@@ -47,8 +47,8 @@ struct Progress
 /// one that called the step; they may be empty.
 struct Context
 {
-    std::function<void(Warning const&)> warn;
-    std::function<void(Progress const&)> progress;
+    std::function<void(Warning const&)> warn;      ///< Gets each warning.
+    std::function<void(Progress const&)> progress; ///< Gets how far the step is.
 
     /// Asks the step to end. It then leaves by `OrvaneAlgorithm::Cancelled`, with its input as it
     /// was and no file left behind.

@@ -19,6 +19,7 @@ public:
     std::string const& setting() const { return setting_; }
 
 protected:
+    /// \param reason one sentence, without a full stop \param setting as `setting` gives it
     explicit Error(std::string const& reason, std::string setting = {})
         : std::runtime_error(reason), setting_(std::move(setting))
     {
@@ -32,6 +33,7 @@ private:
 class VELD_WORKFLOW_API InputError : public Error
 {
 public:
+    /// \param reason one sentence, without a full stop \param setting as `setting` gives it
     explicit InputError(std::string const& reason, std::string setting = {})
         : Error(reason, std::move(setting))
     {
@@ -43,6 +45,7 @@ public:
 class VELD_WORKFLOW_API OperationError : public Error
 {
 public:
+    /// \param reason one sentence, without a full stop \param setting as `setting` gives it
     explicit OperationError(std::string const& reason, std::string setting = {})
         : Error(reason, std::move(setting))
     {

@@ -12,5 +12,6 @@
 #define VELD_WORKFLOW_API __declspec(dllimport)
 #endif
 #else
+/// In front of what hosts may call.
 #define VELD_WORKFLOW_API __attribute__((visibility("default")))
 #endif

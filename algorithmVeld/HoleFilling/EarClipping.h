@@ -41,12 +41,15 @@ public:
     EarClipping& operator=(EarClipping const&) = default;
     ~EarClipping() = default;
 
+    /// Whether holes of more corners than a limit are left alone; off by default.
     void set_node_num_constraint(bool enabled) { node_num_constraint_ = enabled; }
     /// The largest hole that is filled while the limit is on, in corners.
     void set_node_num_thr(int corners) { node_num_thr_ = corners; }
+    /// Whether a hole ends at an ear whose closing edge is too long; off by default.
     void set_edge_length_constraint(bool enabled) { edge_length_constraint_ = enabled; }
     /// The longest closing edge, in millimetres.
     void set_edge_length_thr(double length) { edge_length_thr_ = length; }
+    /// Whether ears have to agree with the faces around them; on by default.
     void set_norm_constraint(bool enabled) { norm_constraint_ = enabled; }
     /// The largest angle between an ear's normal and that of a face around it, in degrees.
     void set_angle_thr(double degrees) { norm_thr_ = degrees; }
@@ -66,10 +69,12 @@ public:
     void fill_hole(TriMesh& mesh);
 
     /// The same; the six settings are stored first.
+    /// \param mesh gets faces and edges; vertices and old faces stay as they are
     /// \param use_node_num leave holes of more than `node_num_thr` corners alone
     /// \param use_edge_length stop a hole at an ear whose closing edge is longer than
     ///        `edge_length_thr` millimetres
     /// \param use_norm stop a hole at an ear whose normal is more than `norm_thr` degrees off
+    /// \param node_num_thr,edge_length_thr,norm_thr the limits of the three
     void fill_hole(TriMesh& mesh, bool use_node_num, bool use_edge_length, bool use_norm,
                    int node_num_thr, double edge_length_thr, double norm_thr);
 
@@ -77,6 +82,7 @@ public:
     void fill_hole_type_plane(TriMesh& mesh);
 
     /// Fills one loop.
+    /// \param mesh gets faces and edges
     /// \param nodes its vertices in boundary order
     /// \return false if it stays open, partly filled as it may be; true also for a loop that has
     ///         more corners than allowed and was left alone
@@ -84,6 +90,7 @@ public:
 
     /// Fills the loop that begins at a boundary halfedge and ends where it comes back to the
     /// vertex that the halfedge starts from. Other vertices may be passed several times.
+    /// \param mesh gets faces and edges
     /// \param start a halfedge of the mesh; an end or invalid iterator is refused
     /// \return true, also if the loop stays open; false without a halfedge, or if damaged links
     ///         keep the walk from coming back
@@ -91,6 +98,8 @@ public:
 
     /// Whether a triangle is no sliver and its normal is nowhere more than an angle off the normals
     /// of the faces around its corners.
+    /// \param mesh is not changed
+    /// \param a,b,c the corners of the triangle, in order
     /// \param angle_deg the angle in degrees
     bool consistency_normal(TriMesh const& mesh, OpenMesh::VertexHandle const& a,
                             OpenMesh::VertexHandle const& b, OpenMesh::VertexHandle const& c,
@@ -103,17 +112,17 @@ public:
     std::vector<OpenHole> const& open_holes() const { return open_holes_; }
 
 protected:
-    bool node_num_constraint_ = false;
-    int node_num_thr_ = 20;
-    bool edge_length_constraint_ = false;
-    double edge_length_thr_ = 0.6;
-    bool norm_constraint_ = true;
-    double norm_thr_ = 150.0;
+    bool node_num_constraint_ = false;          ///< Whether `node_num_thr_` counts.
+    int node_num_thr_ = 20;                     ///< Largest hole, in corners.
+    bool edge_length_constraint_ = false;       ///< Whether `edge_length_thr_` counts.
+    double edge_length_thr_ = 0.6;              ///< Longest closing edge, in millimetres.
+    bool norm_constraint_ = true;               ///< Whether `norm_thr_` counts.
+    double norm_thr_ = 150.0;                   ///< Largest angle of normals, in degrees.
     OpenMesh::HPropHandleT<bool> visited_prop_; ///< Live during a run.
     int full_loop_closure_ = 0;                 ///< Walks that came back to their start.
     int partial_loop_closure_ = 0;              ///< Walks that met another vertex again first.
-    int add_face_failed_ = 0;
-    int add_face_succeed_ = 0;
+    int add_face_failed_ = 0;                   ///< Faces that the mesh refused in the run.
+    int add_face_succeed_ = 0;                  ///< Faces that the run added.
 
 private:
     class Run;

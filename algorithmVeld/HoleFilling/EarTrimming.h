@@ -47,6 +47,7 @@ public:
     /// \param use_edge_length stop a hole at an ear whose closing edge is longer than
     ///        `edge_length_thr`
     /// \param use_norm stop a hole at an ear whose normal is more than `norm_thr` off
+    /// \param node_num_thr the largest hole, in edges
     /// \param edge_length_thr in millimetres
     /// \param norm_thr in degrees
     /// \return `RET_SUCCESS` in all cases; `open_holes` tells what stayed open
@@ -58,16 +59,25 @@ public:
 
     /// Whether a triangle is no sliver and its normal is nowhere more than an angle off the normals
     /// of the faces around its corners.
+    /// \param mesh is not changed
+    /// \param a,b,c the corners of the triangle, in order
     /// \param angle_deg the angle in degrees
     bool consistency_normal(TriMesh const& mesh, OpenMesh::VertexHandle const& a,
                             OpenMesh::VertexHandle const& b, OpenMesh::VertexHandle const& c,
                             double angle_deg) const;
 
+    /// Whether holes of more edges than a limit are left alone; on by default.
     void set_node_num_constraint(bool enabled) { node_num_constraint_ = enabled; }
+    /// The largest hole that is filled while the limit is on, in edges; 20 by default.
     void set_node_num_thr(int edges) { node_num_thr_ = edges; }
+    /// Whether a hole ends at an ear whose closing edge is too long; on by default.
     void set_edge_length_constraint(bool enabled) { edge_length_constraint_ = enabled; }
+    /// The longest closing edge, in millimetres; 0.6 by default.
     void set_edge_length_thr(double length) { edge_length_thr_ = length; }
+    /// Whether ears have to agree with the faces around them; on by default.
     void set_norm_constraint(bool enabled) { norm_constraint_ = enabled; }
+    /// The largest angle between an ear's normal and that of a face around it, in degrees; 150 by
+    /// default.
     void set_norm_thr(double degrees) { norm_thr_ = degrees; }
 
     /// Leaves loops alone whose perimeter is not below a length in millimetres, such as the outer
@@ -87,12 +97,12 @@ protected:
     /// Boundary loops of the mesh, each from its lowest halfedge on, in the order of those. What
     /// was taken apart stands behind them.
     std::vector<std::vector<OpenMesh::HalfedgeHandle>> holes_;
-    bool node_num_constraint_ = true;
-    int node_num_thr_ = 20;
-    bool edge_length_constraint_ = true;
-    double edge_length_thr_ = 0.6;
-    bool norm_constraint_ = true;
-    double norm_thr_ = 150.0;
+    bool node_num_constraint_ = true;    ///< Whether `node_num_thr_` counts.
+    int node_num_thr_ = 20;              ///< Largest hole, in edges.
+    bool edge_length_constraint_ = true; ///< Whether `edge_length_thr_` counts.
+    double edge_length_thr_ = 0.6;       ///< Longest closing edge, in millimetres.
+    bool norm_constraint_ = true;        ///< Whether `norm_thr_` counts.
+    double norm_thr_ = 150.0;            ///< Largest angle of normals, in degrees.
 
 private:
     void find_holes_ordered_halfedges(TriMesh& mesh);

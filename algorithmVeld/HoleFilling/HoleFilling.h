@@ -48,14 +48,21 @@ struct TriangulationRule;
 class ALGORITHMVELD_API HoleFilling : protected TriangleMeasures
 {
 public:
+    /// A vertex of a mesh.
     using VertexHandle = OpenMesh::VertexHandle;
+    /// A halfedge of a mesh.
     using HalfedgeHandle = OpenMesh::HalfedgeHandle;
+    /// A face of a mesh.
     using FaceHandle = OpenMesh::FaceHandle;
+    /// A property of the vertices.
     template <typename T>
     using VPropHandleT = OpenMesh::VPropHandleT<T>;
+    /// A property of the faces.
     template <typename T>
     using FPropHandleT = OpenMesh::FPropHandleT<T>;
+    /// The matrix of a linear system.
     using SparseRows = Eigen::SparseMatrix<double, Eigen::RowMajor, int>;
+    /// The right side of a linear system.
     using DenseVector = Eigen::Matrix<double, Eigen::Dynamic, 1>;
 
     HoleFilling() = default;
@@ -99,8 +106,8 @@ public:
     void set_fairing_lambda(double lambda) { fairing_lambda_ = lambda; }
     /// Whether the triangulation counts only folds, and no smaller dihedral angles.
     void set_flat_weight(bool flat_weight) { flat_weight_ = flat_weight; }
-    /// Number of hole vertices from which on the triangulation looks at every second, third, ..
-    /// split only. Less than 1 is taken as 1.
+    /// Number of hole vertices from which on the triangulation looks at every second, third and so
+    /// on split only. Less than 1 is taken as 1.
     void set_triangulation_sample_num(int number) { triangulation_sample_num_ = number; }
     /// Holes of more edges than this stay open.
     void set_hole_verts_thr(int vertices) { hole_verts_thr_ = vertices; }
@@ -129,29 +136,48 @@ protected:
     /// \name Steps of a run, on `mesh_`
     /// @{
 
+    /// Computes the normals of the mesh, adds the properties of the run, and measures the mesh.
     void preprocessing();
+    /// Measures edges, faces and valences of the mesh, for the other steps and the log.
     void calc_mesh_fea();
+    /// Closes holes of few edges with ears.
     void fill_tiny_holes();
+    /// Lists the boundary loops in `holes_`.
     void find_holes_ordered_halfedges();
+    /// Grows the regions around the holes.
     void expand_holes();
     /// Grows `regions_` around `holes_` and flags their faces in `face_region_prop_`.
     void calc_mesh_prop_value();
+    /// Smooths the regions around the holes.
     void smooth_holes_region();
+    /// Cuts the regions around the holes away.
     void delete_hole_region();
+    /// Fills all of `holes_`.
     void process_holes();
     /// Fills one of `holes_`. \return false if it stays open, or partly open
     bool hole_filling(int hole);
+    /// With logging and file saving on, writes the mesh to `gPH.result_dir`/`name`.
     void save_mesh(std::string const& name);
+    /// With logging on, writes the region of each hole to `gPH.result_dir`.
     void save_holes();
 
     /// @}
     /// \name Steps for one hole, on a mesh with that hole
     /// @{
 
+    /// Closes a hole with a triangulation of its rim, as `HoleFillingCore::hole_triangulation`.
+    /// \param mesh grown by the new faces
+    /// \param loop the boundary halfedges of the hole, in order
+    /// \param face_new set to true on the new faces
+    /// \return false, without a new face, if the hole cannot be closed
     bool hole_triangulation(TriMesh& mesh, std::vector<HalfedgeHandle>& loop,
                             FPropHandleT<bool>& face_new) const;
     /// Splits new faces at their centroids until they are as dense as the mesh around the hole, and
     /// flips edges between new faces. Handles change.
+    /// \param mesh grown by what the splits make
+    /// \param face_new the faces that may change; kept up to date
+    /// \param vert_new set to true on new vertices
+    /// \param vert_boundary set to false on new vertices
     /// \param vert_edge_len mean edge length at each vertex; that of a new vertex is the mean of
     ///        the three around it
     /// \return true
@@ -185,6 +211,8 @@ protected:
     /// Logs how many elements there are, and the normals with coordinates that are no numbers.
     void verify_mesh(TriMesh& mesh) const;
     /// Solves `a` x = `b`.
+    /// \param a the matrix, by rows
+    /// \param b the right side
     /// \param inner number of vertices, for the log
     /// \param x cleared before it is filled
     /// \return false if the solver reports an error
@@ -211,6 +239,7 @@ protected:
     /// Grows `regions_` around loops, and flags their faces and no others. Behind a cut the regions
     /// are for the sub-meshes only.
     /// \param loops one for each of `holes_`, empty where no region is wanted
+    /// \param in_region the flags
     void grow_regions(std::vector<std::vector<HalfedgeHandle>> const& loops,
                       FPropHandleT<bool> in_region);
     /// Deletes the flagged faces of `mesh_`, and none of its vertices.
@@ -233,15 +262,15 @@ protected:
     float angle_thr_ = 0.04363323F;          ///< Narrowest corner of a split; 2.5 degrees.
     double fairing_lambda_ = 1.0;            ///< Hold on the border.
     double min_edge = 0.0;                   ///< Lengths of edges in millimetres.
-    double max_edge = 0.0;
-    double avg_edge = 0.0;
-    double min_area = 0.0; ///< Areas of faces in square millimetres.
-    double max_area = 0.0;
-    double total_area = 0.0;
-    double avg_area = 0.0;
-    int min_ring = 0; ///< Valences of vertices.
-    int max_ring = 0;
-    double avg_ring = 0.0;
+    double max_edge = 0.0;                   ///< The longest.
+    double avg_edge = 0.0;                   ///< Their mean.
+    double min_area = 0.0;                   ///< Areas of faces in square millimetres.
+    double max_area = 0.0;                   ///< The largest.
+    double total_area = 0.0;                 ///< Their sum.
+    double avg_area = 0.0;                   ///< Their mean.
+    int min_ring = 0;                        ///< Valences of vertices.
+    int max_ring = 0;                        ///< The largest.
+    double avg_ring = 0.0;                   ///< Their mean.
     std::vector<std::vector<HalfedgeHandle>> holes_; ///< Loops of the last search.
     std::vector<std::vector<FaceHandle>> regions_;   ///< Faces around each hole.
     std::vector<double> hole_lengths_;               ///< Perimeter of each hole.

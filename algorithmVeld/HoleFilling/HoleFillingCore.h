@@ -42,14 +42,21 @@ struct TriangulationRule;
 class ALGORITHMVELD_API HoleFillingCore : public TriangleMeasures
 {
 public:
+    /// A vertex of a mesh.
     using VertexHandle = OpenMesh::VertexHandle;
+    /// A halfedge of a mesh.
     using HalfedgeHandle = OpenMesh::HalfedgeHandle;
+    /// A face of a mesh.
     using FaceHandle = OpenMesh::FaceHandle;
+    /// A property of the vertices.
     template <typename T>
     using VPropHandleT = OpenMesh::VPropHandleT<T>;
+    /// A property of the faces.
     template <typename T>
     using FPropHandleT = OpenMesh::FPropHandleT<T>;
+    /// The matrix of a linear system.
     using SparseRows = Eigen::SparseMatrix<double, Eigen::RowMajor, int>;
+    /// The right side of a linear system.
     using DenseVector = Eigen::Matrix<double, Eigen::Dynamic, 1>;
 
     /// \name Filling holes
@@ -73,7 +80,9 @@ public:
                            std::vector<std::vector<VertexHandle>>& patch_verts, bool verbose);
 
     /// The same, and tells of each given hole whether it was filled.
+    /// \param mesh,holes,rings,new_faces,new_verts,patch_verts,verbose as with `fill_holes_core`
     /// \param hole_filled one entry a given hole, in their order, also on failure: then all false
+    /// \return as `fill_holes_core`
     RetVal fill_holes_core_ex(TriMesh& mesh, std::vector<std::vector<VertexHandle>> const& holes,
                               std::vector<bool>& hole_filled, int rings,
                               std::vector<std::vector<FaceHandle>>& new_faces,
@@ -81,6 +90,7 @@ public:
                               std::vector<std::vector<VertexHandle>>& patch_verts, bool verbose);
 
     /// Fills one hole. The arguments are those of `fill_holes_core`, for one hole.
+    /// \param mesh,hole,rings,new_faces,patch_verts,verbose as with `fill_holes_core`
     /// \param new_verts always empty after success: the hole is the first legal one
     /// \return `RET_SUCCESS` also for a legal hole that stays open: all lists are empty then
     RetVal fill_single_hole_core(TriMesh& mesh, std::vector<VertexHandle> const& hole, int rings,
@@ -89,7 +99,9 @@ public:
                                  std::vector<VertexHandle>& patch_verts, bool verbose);
 
     /// The same, and tells whether the hole was filled.
+    /// \param mesh,hole,rings,new_faces,new_verts,patch_verts,verbose the same
     /// \param filled false on failure
+    /// \return as `fill_single_hole_core`
     RetVal fill_single_hole_core_ex(TriMesh& mesh, std::vector<VertexHandle> const& hole,
                                     bool& filled, int rings, std::vector<FaceHandle>& new_faces,
                                     std::vector<VertexHandle>& new_verts,
@@ -113,13 +125,14 @@ public:
     void set_long_edge_thr(double long_edge_thr) { long_edge_thr_ = long_edge_thr; }
     /// Whether the triangulation counts only folds, and no smaller dihedral angles.
     void set_flat_weight(bool flat_weight) { flat_weight_ = flat_weight; }
-    /// Number of hole vertices from which on the triangulation looks at every second, third, ..
-    /// split only. Less than 1 is taken as 1.
+    /// Number of hole vertices from which on the triangulation looks at every second, third and so
+    /// on split only. Less than 1 is taken as 1.
     void set_triangulation_sample_num(int number) { triangulation_sample_num_ = number; }
     /// Whether holes of more than `hole_verts_thr` vertices are left open.
     void set_use_hole_vert_num_thr(bool use) { use_hole_vert_num_thr_ = use; }
     /// Only logged; no hole is left open for its perimeter.
     void set_use_hole_perimeter_thr(bool use) { use_hole_perimeter_thr_ = use; }
+    /// The largest hole that is filled while the limit is on, in vertices; 300 by default.
     void set_hole_verts_thr(int vertices) { hole_verts_thr_ = vertices; }
     /// Patches of more vertices than this are not faired.
     void set_fairing_verts_thr(int vertices) { fairing_verts_thr_ = vertices; }
@@ -136,19 +149,28 @@ public:
     /// @{
 
     /// Turns a hole's vertices into its boundary halfedges, one from each vertex to the next.
+    /// \param verts the vertices, in the order of the boundary
     /// \param halfedges appended to, up to the first vertex that does not fit
     /// \return `RET_INVALID_INPUT` if there are fewer than 3 vertices, or one is not on a boundary
     ///         or not joined to the next
     RetVal create_hole_cell_from_verts(std::vector<VertexHandle> const& verts,
                                        std::vector<HalfedgeHandle>& halfedges);
+    /// Runs all steps on `holes_`. \return `RET_SUCCESS`; `RET_FAILED` outside a run
     RetVal main_process();
+    /// Measures the mean edge length, and sets the length above which the refinement splits.
     void calc_avg_edge_len();
+    /// Lists in `regions_` the faces around each hole.
     void find_holes_region();
+    /// Triangulates, refines and merges all holes.
     void process_holes_expanded();
+    /// Lists what the run made.
+    /// \param new_faces,new_verts,patch_verts as with `fill_holes_core`
     void get_extra_filling_info(std::vector<std::vector<FaceHandle>>& new_faces,
                                 std::vector<std::vector<VertexHandle>>& new_verts,
                                 std::vector<std::vector<VertexHandle>>& patch_verts);
+    /// Logs the settings.
     void show_hole_filling_param();
+    /// Logs how many elements are old, new and of regions.
     void show_mesh_info();
     /// With logging and file saving on, writes the mesh to `gPH.result_dir`/`name`.
     void save_mesh(std::string const& name);
@@ -175,6 +197,8 @@ public:
                             FPropHandleT<bool>& face_new) const;
 
     /// Cost of the triangle of corners `i` < `m` < `j` of a hole's polygon.
+    /// \param mesh with that hole
+    /// \param i,m,j the corners, by their places in `verts`
     /// \param verts,faces the polygon's vertices, and the face across the edge from each to the
     ///        next
     /// \param lambda chosen split of each sub-polygon a..b, at a * n + b
@@ -189,6 +213,10 @@ public:
 
     /// Adds the triangles that the splits choose for the corners `i` to `j`: those left of the
     /// split, the split's own, those right of it.
+    /// \param mesh grown by the triangles
+    /// \param verts the polygon's vertices
+    /// \param lambda chosen split of each sub-polygon a..b, at a * n + b
+    /// \param i,j the first and the last corner
     /// \param face_new set to true on the faces that the mesh takes
     void find_best_weight(TriMesh& mesh, std::vector<VertexHandle> const& verts,
                           std::vector<int> const& lambda, int i, int j,
@@ -196,6 +224,7 @@ public:
 
     /// Splits new faces at their centroids until their edges fit the mesh's, and flips edges
     /// between new faces. Ends with a garbage collection: handles of this mesh change.
+    /// \param mesh grown by what the splits make
     /// \param face_new the faces that may change; kept up to date
     /// \param vert_new set to true on new vertices
     /// \param vert_boundary set to false on new vertices
@@ -207,8 +236,11 @@ public:
 
     /// Flips the edge `a`-`b` between two new faces if the other diagonal fits better, or equally
     /// well.
+    /// \param mesh keeps its number of elements
+    /// \param face_new the faces that may change
     /// \param f face on one side, with the third vertex `c`
     /// \param h halfedge of the face on the other side
+    /// \param a,b,c the ends of the edge, and that third vertex
     /// \return whether the edge was flipped
     bool swap_edge(TriMesh& mesh, FPropHandleT<bool>& face_new, FaceHandle& f, HalfedgeHandle& h,
                    VertexHandle& a, VertexHandle& b, VertexHandle& c) const;
@@ -225,19 +257,25 @@ public:
     /// it is.
     /// \return true; false outside a run
     bool fairing_patch_C0();
+    /// As `fairing_patch_C0`, for tangent planes. \return true; false outside a run
     bool fairing_patch_C1();
+    /// As `fairing_patch_C0`, for curvature. \return true; false outside a run
     bool fairing_patch_C2();
     /// Sum of the cotangents of the angles opposite to the edge from `v` to `u`.
     /// \return false, with a weight of 1, where there is no such edge with two faces
     bool calc_cot_weight(TriMesh const& mesh, VertexHandle const& v, VertexHandle const& u,
                          double& weight) const;
     /// Solves `a` x = `b`.
+    /// \param a the matrix, by rows
+    /// \param b the right side
     /// \param x cleared before it is filled
     /// \return false if the solver reports an error
     bool MKL_Pardiso(SparseRows const& a, DenseVector const& b, std::vector<double>& x) const;
     /// Log the vertices where the fairing's equation is not met. Nothing is changed.
     void check_C0_value();
+    /// As `check_C0_value`, for tangent planes.
     void check_C1_value();
+    /// As `check_C0_value`, for curvature.
     void check_C2_value();
 
     /// @}

@@ -32,7 +32,9 @@ enum class LaplaceWeighting;
 class ALGORITHMVELD_API HoleSmooth
 {
 public:
+    /// A vertex of a mesh.
     using VertexHandle = OpenMesh::VertexHandle;
+    /// A property of the vertices.
     template <typename T>
     using VPropHandleT = OpenMesh::VPropHandleT<T>;
 
@@ -61,9 +63,9 @@ public:
     HoleSmooth();
 
     /// Copies the mesh, with all its properties.
-    /// \param active property of that mesh: which vertices move. With a handle that is not valid
-    /// none
-    ///        does; those that are marked deleted never do.
+    /// \param mesh is not needed afterwards
+    /// \param active property of that mesh: which vertices move. Without a valid handle
+    ///        none does; those that are marked deleted never do.
     HoleSmooth(TriMesh const& mesh, VPropHandleT<bool> const& active);
 
     HoleSmooth(HoleSmooth const&) = default;
@@ -101,6 +103,7 @@ public:
     /// The same as a fraction of the diagonal of the mesh's bounding box; an empty mesh leaves the
     /// limit as it is.
     void set_relative_local_error(float error);
+    /// Takes the limit away.
     void disable_local_error_check() { tolerance_ = -1.0F; }
 
     /// Whether `set_active_vertices` leaves out the vertices of features. It is off at first.
@@ -111,8 +114,11 @@ public:
     /// @}
 
 protected:
+    /// Which part of a way counts, as `initialize` was told.
     Component component() const { return component_; }
+    /// What is made even, as `initialize` was told.
     Continuity continuity() const { return continuity_; }
+    /// Whether a vertex moves.
     bool is_active(VertexHandle vertex) const { return mesh_.property(is_active_, vertex); }
     /// Position at `initialize`.
     Vector3f const& orig_position(VertexHandle vertex) const
@@ -129,6 +135,7 @@ protected:
     {
         return mesh_.property(new_position_, vertex);
     }
+    /// Sets where a step would put a vertex.
     void set_new_position(VertexHandle vertex, Vector3f const& position)
     {
         mesh_.property(new_position_, vertex) = position;
@@ -136,6 +143,7 @@ protected:
     /// Compute the new positions of the active vertices, with the weights of `initialize` or of the
     /// last step. They are neither restricted nor taken.
     void compute_new_positions_C0();
+    /// The same, for tangent planes.
     void compute_new_positions_C1();
     /// Chooses the active vertices anew, by the status that vertices, edges and faces had when the
     /// mesh was copied; for derived classes, no operation calls it. The selected ones are active,

@@ -20,10 +20,13 @@ public:
     /// The angles of a triangle at its corners, in radians.
     static void calc_inner_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
                                      float& angle_a, float& angle_b, float& angle_c);
+    /// The largest of these angles, in radians.
     static void calc_max_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
                                    float& max);
+    /// The smallest of these angles, in radians.
     static void calc_min_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
                                    float& min);
+    /// The largest and the smallest of these angles, in radians.
     static void calc_max_min_tri_angle(Vector3f const& a, Vector3f const& b, Vector3f const& c,
                                        float& max, float& min);
 };

@@ -30,6 +30,9 @@ public:
 
     /// Writes the faces within two rings of a triangle's corners, and the triangle itself, to
     /// `debug_dir`/`name`-patch_radius-R_[A-B-C].obj. Does nothing while `debug_dir` is empty.
+    /// \param mesh is not changed
+    /// \param a,b,c the corners of the triangle
+    /// \param name begins the file's name
     /// \param point_a,point_b,radius where and how wide the caller looked; `radius` is part of the
     ///        file's name
     /// \param failed whether the triangle was refused: the file's name says so

@@ -40,10 +40,16 @@ public:
     /// "cam-pos-key.asc" and "cam-view-key.obj". Positions come with the direction of the view and
     /// a colour, views as flat arrows.
     /// @{
+
+    /// The box of all cameras.
     void set_cam_box_file(std::string const& name) { cam_box_file_ = name; }
+    /// The positions of all cameras.
     void set_cam_pos_all_file(std::string const& name) { cam_pos_all_file_ = name; }
+    /// The views of all cameras.
     void set_cam_view_all_file(std::string const& name) { cam_view_all_file_ = name; }
+    /// The positions of the chosen cameras.
     void set_cam_pos_key_file(std::string const& name) { cam_pos_key_file_ = name; }
+    /// The views of the chosen cameras.
     void set_cam_view_key_file(std::string const& name) { cam_view_key_file_ = name; }
     /// @}
 

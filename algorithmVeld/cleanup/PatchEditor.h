@@ -31,12 +31,18 @@ public:
     /// Removes the components of `face_thr` faces or fewer, with the vertices that lose their last
     /// face by it. Faces hang together over edges: a shared vertex joins nothing. Vertices that had
     /// no face before stay.
+    /// \param mesh changed in place
+    /// \param face_thr the largest component that goes, in faces
+    /// \param verbose whether to log
     /// \return `RET_SUCCESS`
     static RetVal remove_small_components_by_face(TriMesh& mesh, int face_thr, bool verbose);
 
     /// Removes the components of `vert_thr` vertices or fewer. Vertices hang together along edges:
     /// faces that share a vertex are one component, and a vertex without a face is a component of
     /// one.
+    /// \param mesh changed in place
+    /// \param vert_thr the largest component that goes, in vertices
+    /// \param verbose whether to log
     /// \return `RET_SUCCESS`
     static RetVal remove_small_components_by_vert(TriMesh& mesh, int vert_thr, bool verbose);
 
@@ -50,6 +56,9 @@ public:
     ///
     /// The two limits differ: here a piece of exactly `face_thr` faces stays, while
     /// `remove_small_components_by_face` removes it. Nothing is logged.
+    /// \param mesh changed in place
+    /// \param face_thr the smallest piece that stays, in faces
+    /// \param ring_num how many layers are peeled and grown back
     /// \return `RET_SUCCESS`; `RET_INVALID_INPUT`, with the mesh as it was, if a number is below 1
     static RetVal remove_small_componets_by_face_strong_connection(TriMesh& mesh, int face_thr,
                                                                    int ring_num);

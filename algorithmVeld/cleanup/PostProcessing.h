@@ -23,6 +23,7 @@ public:
     /// Removes the components of `face_limit` faces or fewer, and all isolated vertices. Faces hang
     /// together over edges. The mesh comes back compacted as from `PatchEditor`. With the log
     /// switch on, the numbers are logged and printed past the log as well.
+    /// \param mesh changed in place; handles do not stay
     /// \param face_limit stored first
     void remove_small_objects(TriMesh& mesh, int face_limit);
 

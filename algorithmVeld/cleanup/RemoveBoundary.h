@@ -37,11 +37,13 @@ public:
     ~RemoveBoundary() = default;
 
     /// Removes the points near markers.
+    /// \param cloud loses the points, and those that are flagged as deleted
     /// \param marker_points places of the markers
     /// \param marker_normals their unit normals, one each; not looked at unless `use_normals`
     /// \param radius a point nearer than this goes
     /// \param use_normals whether the point's normal has to agree with the marker's
     /// \param normal_dot_thr the dot product of the two normals has to exceed this
+    /// \param verbose whether to log
     /// \return `RET_SUCCESS`; `RET_INVALID_INPUT`, with nothing changed, if `use_normals` is true
     ///         and the numbers of points and normals differ or the cloud has no normals
     static RetVal remove_marker_cloud(Cloud& cloud, std::vector<Vector3f> const& marker_points,
@@ -50,9 +52,14 @@ public:
 
     /// Removes the vertices nearer to markers than `radius`, with their faces. A vertex that loses
     /// its last face by this stays in an array mesh and goes from a half-edge mesh.
+    /// \param mesh loses the vertices and faces
+    /// \param marker_points places of the markers
+    /// \param radius a vertex nearer than this goes
+    /// \param verbose whether to log
     /// \return `RET_SUCCESS`
     static RetVal remove_marker_mesh(BaseTriMesh& mesh, std::vector<Vector3f> const& marker_points,
                                      double radius, bool verbose);
+    /// The same for a half-edge mesh.
     static RetVal remove_marker_mesh(TriMesh& mesh, std::vector<Vector3f> const& marker_points,
                                      double radius, bool verbose);
 
@@ -66,8 +73,12 @@ public:
     ///
     /// Normals that the mesh lacks are computed: an array mesh loses them again, a half-edge mesh
     /// keeps them.
+    /// \param mesh loses the faces
+    /// \param marker_points places of the markers
+    /// \param radius a vertex nearer than this is near
     /// \param marker_normals unit normals of the markers, one each
     /// \param normal_dot_thr the dot product of the two normals has to exceed this
+    /// \param verbose whether to log
     /// \return `RET_SUCCESS`; `RET_INVALID_INPUT`, with nothing changed, if the numbers of points
     ///         and normals differ. The array form throws what `BaseTriMeshSearch` throws, with no
     ///         face removed.
@@ -75,6 +86,7 @@ public:
                                         std::vector<Vector3f> const& marker_points,
                                         std::vector<Vector3f> const& marker_normals, double radius,
                                         double normal_dot_thr, bool verbose);
+    /// The same for a half-edge mesh.
     static RetVal remove_marker_mesh_ex(TriMesh& mesh, std::vector<Vector3f> const& marker_points,
                                         std::vector<Vector3f> const& marker_normals, double radius,
                                         double normal_dot_thr, bool verbose);
@@ -82,6 +94,9 @@ public:
     /// Peels faces from every boundary: those along it, which are ring 0, and `ring_num` rings
     /// behind them. So one ring more goes than the number says, and 0 still takes those along the
     /// boundary. Rings are counted over edges; a closed mesh loses nothing. Vertices stay.
+    /// \param mesh loses the faces
+    /// \param ring_num how many rings go behind the first
+    /// \param verbose whether to log
     /// \return `RET_SUCCESS`
     static RetVal remove_n_rings(TriMesh& mesh, int ring_num, bool verbose);
 };

@@ -28,6 +28,7 @@ public:
     /// The mesh is changed in place and comes back compacted: gaps in the arrays are filled from
     /// the end, properties go with their elements, and what was marked deleted before goes too. A
     /// mesh without such vertices comes back as it was.
+    /// \param mesh changed in place
     /// \param verbose log the counts before and after; `gPH` is not looked at
     /// \return `RET_SUCCESS`
     static RetVal remove_non_manifold_verts(TriMesh& mesh, bool verbose);

@@ -15,9 +15,13 @@ public:
     {
     }
 
+    /// Focal length along x, in pixels.
     double get_fx() const { return fx_; }
+    /// Focal length along y, in pixels.
     double get_fy() const { return fy_; }
+    /// Principal point along x, in pixels.
     double get_cx() const { return cx_; }
+    /// Principal point along y, in pixels.
     double get_cy() const { return cy_; }
 
 private:

@@ -61,27 +61,40 @@ public:
     /// The bit of a flag channel that marks an element as deleted.
     static constexpr unsigned char DELETED = 1;
 
+    /// Number of vertices.
     size_t get_vn() const { return vCoord.size(); }
 
     // These throw `std::out_of_range` for an index that is too large, or if the channel is off.
+    /// The normal of a vertex, to be changed.
     Vector3f& get_vNrv(size_t i);
+    /// The normal of a vertex.
     Vector3f const& get_vNrv(size_t i) const;
+    /// The colour of a vertex.
     Vector3f const& get_vColor(size_t i) const;
     /// Sets or clears the deleted flag of a vertex.
     void set_vDeleted(size_t i, bool deleted);
 
     // Switching a channel on gives every vertex a zero entry, unless it is on already; switching it
     // off drops its entries and their memory.
+    /// Switches the normals on.
     void enable_vNormal();
+    /// Switches the normals off.
     void disable_vNormal();
+    /// Switches the colours on.
     void enable_vColor();
+    /// Switches the colours off.
     void disable_vColor();
+    /// Switches the flags on.
     void enable_vFlag();
+    /// Switches the flags off.
     void disable_vFlag();
 
 protected:
+    /// Swaps the contents of two clouds.
     void exchange(Cloud& other) noexcept;
+    /// Writes all content to the temporary file.
     virtual void write_channels(detail::BinaryWriter& writer) const;
+    /// Reads what `write_channels` wrote.
     virtual void read_channels(detail::BinaryReader& reader);
     /// Drops everything that is in memory.
     virtual void drop_content();

@@ -19,10 +19,10 @@ namespace OpenMesh
 /// (a colour is red, green, blue, each 0 to 1), texture coordinates are `Eigen::Vector2f`.
 struct EigenFloatTraits : public DefaultTraits
 {
-    using Point = Eigen::Vector3f;
-    using Normal = Eigen::Vector3f;
-    using Color = Eigen::Vector3f;
-    using TexCoord2D = Eigen::Vector2f;
+    using Point = Eigen::Vector3f;      ///< positions
+    using Normal = Eigen::Vector3f;     ///< normals
+    using Color = Eigen::Vector3f;      ///< red, green, blue, each 0 to 1
+    using TexCoord2D = Eigen::Vector2f; ///< texture coordinates
 };
 
 } // namespace OpenMesh

@@ -30,6 +30,7 @@ public:
         }
     }
 
+    /// A copy of the pixels.
     Image(Image const& other) : Image(other.width_, other.height_)
     {
         std::copy_n(other.pixels_.get(), n_elements(), pixels_.get());
@@ -37,6 +38,7 @@ public:
 
     Image(Image&& other) noexcept { swap(other); }
 
+    /// Takes the place of what was there.
     Image& operator=(Image other) noexcept
     {
         swap(other);
@@ -45,18 +47,24 @@ public:
 
     ~Image() = default;
 
+    /// Pixels in a row.
     int width() const { return width_; }
+    /// Number of rows.
     int height() const { return height_; }
+    /// Whether there are no pixels.
     bool empty() const { return pixels_ == nullptr; }
 
     /// The first element, or null for an image without pixels.
     T* data() { return pixels_.get(); }
+    /// The same for an image that is only read.
     T const* data() const { return pixels_.get(); }
 
     /// The `N` channels of a pixel, which has to lie inside.
     T* pixel(int x, int y) { return data() + offset(x, y); }
+    /// The same for an image that is only read.
     T const* pixel(int x, int y) const { return data() + offset(x, y); }
 
+    /// Swaps the pixels of two images.
     void swap(Image& other) noexcept
     {
         std::swap(pixels_, other.pixels_);

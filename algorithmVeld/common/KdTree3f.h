@@ -40,6 +40,7 @@ public:
                       std::vector<float>& sq_dists, int max_neighbours) const;
 
     /// Finds the point nearest to `query`; of equally near ones always the same.
+    /// \param query where to search
     /// \param index its place in the list, -1 if there is none
     /// \param sq_dist its squared distance
     /// \return false if the tree was not built or `query` is not finite, or beyond 1e18

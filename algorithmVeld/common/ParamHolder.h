@@ -22,8 +22,11 @@ public:
     /// that run at the same time the last one to start decides, which changes no result.
     RelaxedFlag log_enabled;
 
+    /// Sets `debug_dir`.
     void set_debug_dir(std::string const& directory) { debug_dir = directory; }
+    /// Sets `result_dir`.
     void set_result_dir(std::string const& directory) { result_dir = directory; }
+    /// Sets `log_enabled`.
     void set_log_enabled(bool enabled) { log_enabled = enabled; }
 };
 

@@ -21,8 +21,8 @@ public:
     /// A grid cell. Vertices that are added without one get (-1, -1), which is no cell.
     struct UVCoord
     {
-        int row = 0;
-        int col = 0;
+        int row = 0; ///< downwards
+        int col = 0; ///< to the right
     };
 
     RangeData() = default;
@@ -61,7 +61,9 @@ public:
     void set_grid_size(int rows, int cols);
     /// Appends a vertex with its grid cell. \return its index
     size_t add_vCoord_and_vUV(Vector3f const& coord, UVCoord const& cell);
+    /// Sets the pose.
     void set_rigidMatrix(RigidMatrix const& matrix) { pose = matrix; }
+    /// The pose.
     RigidMatrix const& get_rigidMatrix() const { return pose; }
 
     // The next three throw `std::out_of_range` for an index that is too large.
@@ -70,6 +72,7 @@ public:
     void get_global_vCoord(size_t i, Vector3f& out) const;
     /// Normal of a vertex, rotated by the pose.
     Vector3f get_global_vNrv(size_t i) const;
+    /// Sets whether the cell to the right of and below a vertex has a face.
     void set_cellFlag(size_t vertex, char flag);
 
     /// Fills `map` (rows x columns) with the vertex index of each cell, -1 where there is none. A
@@ -88,8 +91,11 @@ public:
     void update_vNrv_from_grid();
 
 protected:
+    /// Swaps the contents of two frames.
     void exchange(RangeData& other) noexcept;
+    /// Writes all content to the temporary file.
     void write_channels(detail::BinaryWriter& writer) const override;
+    /// Reads what `write_channels` wrote.
     void read_channels(detail::BinaryReader& reader) override;
     void drop_content() override;
     void keep_vertices(std::vector<char> const& keep) override;

@@ -12,9 +12,13 @@ public:
     /// The identity.
     RigidMatrix() : rotation_(Matrix3d::Identity()), translation_(Vector3d::Zero()) {}
 
+    /// Sets the rotation, which is taken as it is.
     void set_rotation(Matrix3d const& rotation) { rotation_ = rotation; }
+    /// Sets the translation, in millimetres.
     void set_translation(Vector3d const& translation) { translation_ = translation; }
+    /// The rotation.
     Matrix3d const& get_rotation() const { return rotation_; }
+    /// The translation, in millimetres.
     Vector3d const& get_translation() const { return translation_; }
 
     /// Rotates and translates a point; computed in double.

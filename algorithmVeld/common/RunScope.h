@@ -34,6 +34,7 @@ public:
 
     /// Asks every run with this token to end, those that have not begun as well.
     void cancel() const noexcept;
+    /// Whether somebody has asked to end.
     bool is_cancelled() const noexcept;
 
 private:
@@ -81,16 +82,18 @@ public:
     struct Context
     {
         Run* run = nullptr; ///< None if no scope lives.
-        double begin = 0.0;
-        double end = 1.0;
+        double begin = 0.0; ///< Where the part that the thread works on begins.
+        double end = 1.0;   ///< Where it ends.
         bool tells = false; ///< Whether the thread tells progress; otherwise somebody else does.
     };
 
+    /// What the calling thread knows.
     static Context context() noexcept;
 
     /// Sets what the calling thread knows. \return what it knew before
     static Context exchange_context(Context const& context) noexcept;
 
+    /// Whether a run was asked to end.
     static bool is_cancelled(Run const& run) noexcept;
 
     /// Hands a fraction to the sink if it is past the last one by a permille, or the end.

@@ -17,6 +17,7 @@ class ALGORITHMVELD_API TriMesh
           OpenMesh::FinalMeshItemsT<OpenMesh::EigenFloatTraits, true>, OpenMesh::TriConnectivity>>
 {
 public:
+    /// OpenMesh's mesh, for those who need the base by its name.
     using Kernel = OpenMesh::TriMeshT<OpenMesh::AttribKernelT<
         OpenMesh::FinalMeshItemsT<OpenMesh::EigenFloatTraits, true>, OpenMesh::TriConnectivity>>;
 
@@ -63,6 +64,7 @@ public:
     void reserve_more(size_t vertices, size_t edges, size_t faces);
 
 protected:
+    /// Swaps the contents of two meshes.
     void exchange(TriMesh& other) noexcept;
 
 private:

@@ -12,5 +12,6 @@
 #define ALGORITHMVELD_API __declspec(dllimport)
 #endif
 #else
+/// In front of what hosts may call.
 #define ALGORITHMVELD_API __attribute__((visibility("default")))
 #endif

@@ -42,7 +42,7 @@ ALGORITHMVELD_API bool read_mesh(std::string const& path, TriMesh& mesh, MeshRea
 /// Faces or triangles of a file that are not in the mesh.
 struct MissingFaces
 {
-    size_t count = 0;
+    size_t count = 0; ///< How many.
     size_t first = 0; ///< The first one's number, as the format counts.
 };
 
@@ -52,11 +52,12 @@ struct MeshFileContents
     /// Why the file was refused: one line that begins with the path. Empty on success.
     std::string error;
 
-    size_t vertices = 0;
+    size_t vertices = 0;            ///< All, also those that are not finite.
     std::map<size_t, size_t> faces; ///< How many there are, by the number of their corners.
 
     /// Vertices that have a coordinate that is not finite. They are left out, and their faces too.
     size_t vertices_not_finite = 0;
+    /// The faces of these.
     MissingFaces not_finite;
 
     /// \name Faces that are left out
@@ -69,7 +70,7 @@ struct MeshFileContents
     MissingFaces unheld;
     /// @}
 
-    size_t triangles_of_polygons = 0;
+    size_t triangles_of_polygons = 0; ///< Made of faces of more than three corners.
     size_t turned_faces = 0; ///< Turned over, to be like most of the faces that hang together.
     /// Edges where surfaces were taken apart: of more than two faces, or of two faces that no
     /// turning makes agree.
@@ -82,6 +83,7 @@ struct MeshFileContents
     /// ones.
     std::vector<std::string> dropped;
 
+    /// The sum of all faces that are left out.
     size_t faces_left_out() const
     {
         return not_finite.count + degenerate.count + too_large.count + repeated.count +

@@ -21,6 +21,7 @@ public:
 
     /// Lists all boundary loops without splitting them, as to-vertices of their halfedges: a loop
     /// that touches itself holds that vertex twice.
+    /// \param mesh gets a temporary property, and is not changed otherwise
     /// \param holes cleared before it is filled
     /// \param verbose written to the log switch of `gPH`, where it stays
     /// \return always `RET_SUCCESS`
@@ -28,6 +29,7 @@ public:
 
     /// Finds the loops whose centre lies near one of the given places, and gives one vertex of
     /// each.
+    /// \param mesh gets a temporary property, and is not changed otherwise
     /// \param hole_centres places to look at
     /// \param distance the centre of a loop, the mean of its vertices, has to be nearer than this
     /// \param start_verts the to-vertex of each loop's first halfedge, in the order of the loops;
@@ -39,6 +41,7 @@ public:
                              bool verbose);
 
     /// Finds all holes like `FindHolesEx::find_holes`.
+    /// \param mesh gets a temporary property, and is not changed otherwise
     /// \param holes cleared before it is filled
     /// \param verbose whether to log; `gPH` is left alone
     /// \return always `RET_SUCCESS`

@@ -58,6 +58,7 @@ public:
     /// Does nothing: frames become a mesh by `MeshMerge`. \return true
     bool rangeData_to_triMesh() { return true; }
     /// Measures the mean distance between neighbours on a frame's grid, at 2000 of its points.
+    /// \param range the frame
     /// \param mean in millimetres; -1 if the frame has no neighbours
     /// \return whether it has any
     bool get_mean_dis(RangeData const& range, float& mean) const;
@@ -65,14 +66,17 @@ public:
     /// The smallest dot product between the normal of a new face and those of its vertices: the
     /// cosine itself, 0.5 by default.
     float get_NormConsistencyThr() const { return mNormConsistencyThr; }
+    /// Sets that cosine.
     void set_NormConsistencyThr(float cosine) { mNormConsistencyThr = cosine; }
     /// Whether a pass computes the normals of the mesh at its beginning. Otherwise those are taken
     /// that the mesh has; without any, no normal is looked at. Off by default.
     bool get_norm_mode() const { return mNormMode; }
+    /// Sets whether a pass computes them.
     void set_norm_mode(bool enabled) { mNormMode = enabled; }
     /// Whether the ball has to be empty; on by default. Otherwise the vertex that is met first is
     /// taken, whatever the ball holds.
     bool get_node_in_sphere_restrain() const { return mNodeInSphereRestrain; }
+    /// Sets whether it has to be empty.
     void set_node_in_sphere_restrain(bool enabled) { mNodeInSphereRestrain = enabled; }
     /// Whether, after the pass of each radius, the smaller fans of faces around the corners of
     /// faces that the mesh refused are deleted and a second pass runs. Off by default.

@@ -57,6 +57,7 @@ public:
     /// five times the spacing and within the angle of `EarClipping`, whatever the size of the hole;
     /// the second without these limits, but only holes up to a size. Small components go between
     /// the two. The limits of the second round stay set, with the one on the angle on again.
+    /// \param mesh changed in place
     /// \param spacing distance between neighbouring points; kept
     /// \param verbose written to the log switch of `gPH`, and left there
     /// \param max_hole_edges the largest hole of the second round
@@ -120,19 +121,19 @@ public:
 
 protected:
     // Hosts know these by name and place.
-    double ear_edge_factor = 5.0;
-    double point_spacing = 0.12;
-    float normal_angle_thr = 30.0F;
-    double long_edge_length = 0.6;
-    bool preprocess_enabled = true;
-    float outlier_factor = 5.0F;
-    int neighbour_factor = 8;
+    double ear_edge_factor = 5.0;   ///< Longest closing edge of an ear, in point spacings.
+    double point_spacing = 0.12;    ///< Millimetres between neighbouring points.
+    float normal_angle_thr = 30.0F; ///< Largest angle of normals, in degrees.
+    double long_edge_length = 0.6;  ///< Longest border edge, in millimetres.
+    bool preprocess_enabled = true; ///< Whether long border edges go.
+    float outlier_factor = 5.0F;    ///< How far off its plane a loose point may lie.
+    int neighbour_factor = 8;       ///< Reach of the stitch, in point spacings.
     // All but the last never are on a mesh: what a stage needs it keeps in its own memory.
-    OpenMesh::VPropHandleT<int> vert_state_prop;
-    OpenMesh::VPropHandleT<Vector2f> vert_local_prop;
-    OpenMesh::VPropHandleT<float> vert_angle_prop;
-    OpenMesh::VPropHandleT<float> vert_plane_dist_prop;
-    OpenMesh::VPropHandleT<int> vert_ring_prop;
+    OpenMesh::VPropHandleT<int> vert_state_prop;        ///< Not used.
+    OpenMesh::VPropHandleT<Vector2f> vert_local_prop;   ///< Not used.
+    OpenMesh::VPropHandleT<float> vert_angle_prop;      ///< Not used.
+    OpenMesh::VPropHandleT<float> vert_plane_dist_prop; ///< Not used.
+    OpenMesh::VPropHandleT<int> vert_ring_prop;         ///< Not used.
     OpenMesh::VPropHandleT<int> vert_frame_prop; ///< Frame of each vertex, live during a merge.
 
 private:

@@ -74,17 +74,17 @@ public:
 
 protected:
     // Hosts know these by name and place.
-    double point_spacing = 0.12;
-    float normal_angle_thr = 30.0F;
-    int neighbour_factor = 8;
-    double ear_edge_factor = 5.0;
-    double ear_normal_angle = 150.0;
+    double point_spacing = 0.12;     ///< Millimetres between neighbouring points.
+    float normal_angle_thr = 30.0F;  ///< Largest angle of normals, in degrees.
+    int neighbour_factor = 8;        ///< Reach of the stitch, in point spacings.
+    double ear_edge_factor = 5.0;    ///< Longest closing edge of an ear, in point spacings.
+    double ear_normal_angle = 150.0; ///< Largest angle of an ear, in degrees.
     // The first three never are on a mesh: threads keep in their own memory what a stitch needs.
-    OpenMesh::VPropHandleT<int> vert_state_prop;
-    OpenMesh::VPropHandleT<Vector2f> vert_local_prop;
-    OpenMesh::VPropHandleT<float> vert_angle_prop;
+    OpenMesh::VPropHandleT<int> vert_state_prop;      ///< Not used.
+    OpenMesh::VPropHandleT<Vector2f> vert_local_prop; ///< Not used.
+    OpenMesh::VPropHandleT<float> vert_angle_prop;    ///< Not used.
     OpenMesh::VPropHandleT<int> vert_frame_prop; ///< Frame of each vertex, live during a merge.
-    bool save_debug_meshes = false;
+    bool save_debug_meshes = false;              ///< Whether the stages are written.
 
 private:
     class FrameNumbers;

@@ -90,12 +90,14 @@ public:
     ///        frames read so far are poses only then
     bool processPointCloud();
 
+    /// Number of frames.
     size_t get_frames() const { return mRangeDataArr.size(); }
     /// A frame. \throw std::out_of_range for an index out of range
     RangeData& get_rangeData(int index);
     /// The number of a frame in its files' names. \throw std::out_of_range for an index out of
     /// range
     int get_frame_id(int index) const;
+    /// The numbers of the frames, in their order.
     std::vector<int> const& get_frame_id_arr() const { return mRtFrameNumArr; }
     /// What the files held for a frame. \throw std::out_of_range for an index out of range
     FrameInput const& get_frame_input(int index) const;

@@ -62,6 +62,7 @@ public:
 
     /// Projects points onto the plane through a point. A normal of length 0 gives no plane, and
     /// coordinates that are not finite.
+    /// \param point on the plane
     /// \param normal of the plane, of any length
     /// \param points,normals to be projected, and the normals there
     /// \param projected replaced: the points on the plane
@@ -79,6 +80,7 @@ public:
     /// with one-based indices to the directory for it, if there is one:
     /// patch_radius-R_[A-B-C]_level-L.obj. The repair itself does not call it. Nothing happens for
     /// a corner that is not there.
+    /// \param mesh is not changed
     /// \param va,vb,vc the corners
     /// \param pa,pb where the first two are; only printed
     /// \param radius,level part of the file's name
@@ -95,9 +97,9 @@ protected:
     KdTree3f mVertexTree;   ///< All vertices, for hosts to search in.
     KdTree3f mBoundaryTree; ///< The boundary vertices; hits come in rising distance.
     std::vector<OpenMesh::VertexHandle> mBoundaryVertices; ///< By place in `mBoundaryTree`.
-    float mNormalZThr = 0.95F;
-    std::string mDebugSavePath;
-    float mSearchRadius = 0.5F;
+    float mNormalZThr = 0.95F;  ///< Smallest cosine between normals of neighbours.
+    std::string mDebugSavePath; ///< Where diagnostic files go; empty: nowhere.
+    float mSearchRadius = 0.5F; ///< Radius of a neighbourhood, in millimetres.
 
 private:
     void collect_vertices(TriMesh const& mesh);

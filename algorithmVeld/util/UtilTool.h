@@ -29,6 +29,7 @@ public:
     /// or the last slash where there is no backslash.
     ///
     /// The last point counts wherever it stands: "a.b/c" is the name "a" with the extension ".b/c".
+    /// \param path to be split
     /// \param dir the directory, without the separator behind it; empty if there is none
     /// \param name what lies between the separator and the point
     /// \param ext the point and all behind it
@@ -37,6 +38,7 @@ public:
                                std::string& ext);
 
     /// Finds the first number in a text: its first run of the digits 0 to 9. A sign does not count.
+    /// \param text to be searched
     /// \param number the value; the largest `int` for a run whose value is larger
     /// \param digits the run itself, leading zeros included
     /// \return false, with both as they were, for a text without a digit
@@ -51,23 +53,32 @@ public:
 class ALGORITHMVELD_API UtilTool::FileSeriesDesc
 {
 public:
+    /// Sets the narrow directory.
     void set_parentDir(std::string const& parent) { parent_dir_ = parent; }
+    /// Sets the wide directory.
     void set_parentDir(std::wstring const& parent) { wide_parent_dir_ = parent; }
+    /// Sets the narrow text in front of the number.
     void set_filenamePrefix(std::string const& prefix) { prefix_ = prefix; }
+    /// Sets the wide text in front of the number.
     void set_filenamePrefix(std::wstring const& prefix) { wide_prefix_ = prefix; }
+    /// Sets the narrow text behind the number.
     void set_filenameSuffix(std::string const& suffix) { suffix_ = suffix; }
+    /// Sets the wide text behind the number.
     void set_filenameSuffix(std::wstring const& suffix) { wide_suffix_ = suffix; }
+    /// Sets the numbers, one for each file.
     void set_fileNumArr(std::vector<int> const& numbers) { fileNumArr = numbers; }
 
     /// Sets the three texts in both widths.
     void set_name_info(std::string const& parent, std::string const& prefix,
                        std::string const& suffix);
+    /// The same from wide texts.
     void set_name_info(std::wstring const& parent, std::wstring const& prefix,
                        std::wstring const& suffix);
 
     /// Replaces `names` by one path for each number, in their order, made of the texts of its
     /// width.
     void get_filenames(std::vector<std::string>& names) const;
+    /// The same with wide texts.
     void get_filenames(std::vector<std::wstring>& names) const;
 
 private:

@@ -30,12 +30,15 @@ public:
 
     /// The files, and whatever else is no directory, whose names end in `ext` and have something
     /// before it.
+    /// \param dir the directory
     /// \param ext the end of the name in lower case ("A" to "Z" of the name count as "a" to "z");
     ///        with "A" to "Z" in it nothing matches
+    /// \param verbose whether to log
     static std::vector<std::wstring> get_file_arr(std::wstring const& dir, std::wstring const& ext,
                                                   bool verbose);
 
     /// The same, of which only those paths stay that begin with `prefix`.
+    /// \param dir,ext,verbose as above
     /// \param prefix is compared with the whole path, so it begins with the directory
     static std::vector<std::wstring> get_file_arr(std::wstring const& dir,
                                                   std::wstring const& prefix,

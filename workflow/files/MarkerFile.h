@@ -12,8 +12,8 @@ namespace veld
 /// The adhesive markers of a scan. Either no marker has a normal or each has one of unit length.
 struct Markers
 {
-    OrvaneAlgorithm::Verts points;
-    OrvaneAlgorithm::Verts normals;
+    OrvaneAlgorithm::Verts points;  ///< Where they are, in millimetres.
+    OrvaneAlgorithm::Verts normals; ///< Their unit normals; empty if the file has none.
 };
 
 /// Reads a marker file: one marker a line, `x y z` or `x y z nx ny nz`, `#` begins a comment.

@@ -18,9 +18,9 @@ using OrvaneAlgorithm::TriMesh;
 /// A mesh, and what its file held.
 struct MeshFile
 {
-    TriMesh mesh;
-    std::size_t faces_left_out = 0; ///< Faces of the file that are not in the mesh.
-    OrvaneAlgorithm::MeshFileContents contents;
+    TriMesh mesh;                               ///< What was made of the file.
+    std::size_t faces_left_out = 0;             ///< Faces of the file that are not in the mesh.
+    OrvaneAlgorithm::MeshFileContents contents; ///< What the file holds.
 };
 
 /// Reads a mesh file: PLY, STL, OBJ, OFF or OM, by its extension. What is no mesh of triangles is

@@ -26,17 +26,21 @@ class VELD_WORKFLOW_API OutputFile
 {
 public:
     /// \param path the final name; a symbolic link stays one, and what it points to is replaced
+    /// \param existing what happens to a file that is there
     explicit OutputFile(std::filesystem::path path, Existing existing = Existing::REPLACED);
     /// \param staging where the file is until it is committed
+    /// \param path,existing as above
     OutputFile(std::filesystem::path path, StagingDirectory const& staging,
                Existing existing = Existing::REPLACED);
     /// What has to go to a stream in the end, such as standard output.
+    /// \param stream is written to by `commit`
     /// \param name for messages \param extension of the format, with its dot
     OutputFile(std::ostream& stream, std::string const& name, std::string const& extension);
     ~OutputFile();
     OutputFile(OutputFile const&) = delete;
     OutputFile& operator=(OutputFile const&) = delete;
 
+    /// The final name.
     std::filesystem::path const& path() const { return path_; }
 
     /// Where to write. The name is that of `path`.
@@ -61,6 +65,7 @@ private:
 class VELD_WORKFLOW_API Outputs
 {
 public:
+    /// \param existing what happens to files that are there
     explicit Outputs(Existing existing = Existing::REPLACED);
     /// Takes everything back that was not committed, the directories too.
     ~Outputs();
@@ -110,6 +115,7 @@ VELD_WORKFLOW_API std::string lower_extension(std::filesystem::path const& path)
 VELD_WORKFLOW_API void check_extension(std::filesystem::path const& path,
                                        std::vector<std::string> const& extensions);
 
+/// Writes a text, whole. Throws `OperationError` where that is not possible.
 VELD_WORKFLOW_API void write_text_file(OutputFile const& file, std::string const& text);
 
 } // namespace veld

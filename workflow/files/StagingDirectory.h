@@ -27,6 +27,7 @@ public:
     StagingDirectory(StagingDirectory const&) = delete;
     StagingDirectory& operator=(StagingDirectory const&) = delete;
 
+    /// Where it is.
     std::filesystem::path const& path() const { return path_; }
 
     /// The directory in which it stands.

@@ -21,8 +21,8 @@ using TextureImage = OrvaneAlgorithm::Image<3, unsigned char>;
 /// Where a corner has none they are NaN.
 struct TexturedMesh
 {
-    OrvaneAlgorithm::TriMesh mesh;
-    TextureImage image;
+    OrvaneAlgorithm::TriMesh mesh; ///< With texture coordinates at its halfedges.
+    TextureImage image;            ///< The atlas.
 };
 
 /// All files of a textured mesh: `OUT.obj` with `OUT.mtl` and `OUT.jpg` beside it, or `OUT.glb`

@@ -25,6 +25,8 @@ using ColourGain = std::array<double, 3>;
 /// reason. Photographs that are connected by common places are a group; the mean of a group's
 /// gains is 1 in each channel, and a photograph that shares too few places with any other keeps 1.
 /// The same for any number of threads.
+/// \param mesh that the photographs show
+/// \param views where they were taken
 /// \param photos one for each view
 /// \param depth_tolerance what lies so much nearer than a place, in the mesh's unit, hides it
 VELD_WORKFLOW_API std::vector<ColourGain>

@@ -20,11 +20,11 @@ struct PhotoView
 {
     std::string image;          ///< As the list names it.
     std::filesystem::path file; ///< Where it is.
-    int width = 0;
-    int height = 0;
-    CameraInParam intrinsics; ///< (0, 0) is the centre of the top left pixel; no distortion.
-    RigidMatrix pose;         ///< World to camera, in the unit of the list; x right, y down, z
-                              ///< forward.
+    int width = 0;              ///< Pixels in a row.
+    int height = 0;             ///< Number of rows.
+    CameraInParam intrinsics;   ///< (0, 0) is the centre of the top left pixel; no distortion.
+    RigidMatrix pose;           ///< World to camera, in the unit of the list; x right, y down, z
+                                ///< forward.
 };
 
 /// Reads where photographs were taken, in the order of the list: a folder with `cameras.json` or

@@ -14,9 +14,9 @@ enum class UpAxis
 /// goes round to the right side of the object, a positive elevation up.
 struct ViewDirection
 {
-    double azimuth = 30.0;
-    double elevation = 20.0;
-    UpAxis up = UpAxis::Y;
+    double azimuth = 30.0;   ///< Round the object.
+    double elevation = 20.0; ///< Above it.
+    UpAxis up = UpAxis::Y;   ///< Which axis of the mesh points up.
 };
 
 } // namespace veld

@@ -28,15 +28,15 @@ enum class CleanKind
 /// What goes with markers.
 struct MarkerSettings
 {
-    double radius = 0.0; ///< Millimetres. What is nearer than this to a marker is near.
-    bool use_normals = false;
-    double normal_dot = 0.5; ///< With normals: the dot product has to exceed this.
+    double radius = 0.0;      ///< Millimetres. What is nearer than this to a marker is near.
+    bool use_normals = false; ///< Whether normals have to agree with the marker's.
+    double normal_dot = 0.5;  ///< With normals: the dot product has to exceed this.
 };
 
 /// One clean-up. The functions below make them.
 struct CleanUp
 {
-    CleanKind kind = CleanKind::NON_MANIFOLD;
+    CleanKind kind = CleanKind::NON_MANIFOLD; ///< The way of cleaning.
     int limit =
         0; ///< MIN_FACES, MIN_VERTICES: largest piece that goes. STRONG: smallest that stays.
     int rings =
@@ -61,25 +61,25 @@ VELD_WORKFLOW_API CleanUp surface_near_markers(Markers markers, MarkerSettings c
 /// The clean-ups, in the order in which they run.
 struct CleanSettings
 {
-    std::vector<CleanUp> clean_ups;
+    std::vector<CleanUp> clean_ups; ///< None leaves the mesh as it is.
 };
 
 /// What one clean-up took away.
 struct CleanStep
 {
-    std::string name;
-    std::size_t removed_vertices = 0;
-    std::size_t removed_faces = 0;
+    std::string name;                 ///< Of the clean-up.
+    std::size_t removed_vertices = 0; ///< Those that were lost.
+    std::size_t removed_faces = 0;    ///< Those that were lost.
 };
 
 /// What cleaning made.
 struct CleanResult
 {
-    OrvaneAlgorithm::TriMesh mesh;
-    MeshHealth before;
-    MeshHealth after;
-    std::vector<CleanStep> steps;
-    double seconds = 0.0; ///< Of the clean-ups alone.
+    OrvaneAlgorithm::TriMesh mesh; ///< The cleaned mesh, without gaps.
+    MeshHealth before;             ///< Of the mesh as it was.
+    MeshHealth after;              ///< Of the cleaned mesh.
+    std::vector<CleanStep> steps;  ///< One for each clean-up.
+    double seconds = 0.0;          ///< Of the clean-ups alone.
 };
 
 /// Runs clean-ups one after the other. Throws `InputError` where a mesh without faces is to be

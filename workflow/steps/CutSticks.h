@@ -21,7 +21,7 @@ enum class StickTips
 /// How sticks are cut out.
 struct CutSticksSettings
 {
-    StickTips tips = StickTips::UP;
+    StickTips tips = StickTips::UP; ///< Where their tips are.
 };
 
 /// Cuts sticks out of a mesh, which stays as it is.

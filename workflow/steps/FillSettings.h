@@ -49,8 +49,8 @@ VELD_WORKFLOW_API std::map<std::string, FillWeights> const& fill_weights();
 /// What a hole has to be like to be closed, and how that is done. 0 takes a limit away.
 struct FillSettings
 {
-    FillMethod method = FillMethod::AUTO;
-    int max_edges = 0; ///< Largest hole, in edges.
+    FillMethod method = FillMethod::AUTO; ///< How holes are closed.
+    int max_edges = 0;                    ///< Largest hole, in edges.
     /// A hole has to be shorter than this, in millimetres. Nothing: the diagonal of the box around
     /// the mesh. The outer border of an open scan is longer than that, a hole hardly ever.
     std::optional<double> max_perimeter;
@@ -72,7 +72,7 @@ struct FillSettings
     // whole and markers
     RegionHandling region = RegionHandling::NONE; ///< Of `AUTO` it is none.
     int region_rings = 10; ///< Width of the region around a hole, in rings of faces.
-    FillWeights weights = FillWeights::LENGTH;
+    FillWeights weights = FillWeights::LENGTH; ///< `WHOLE` and `MARKERS`: of the fairing.
 
     // markers and auto
     Markers markers;            ///< Their normals are not looked at.

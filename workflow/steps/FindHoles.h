@@ -22,7 +22,7 @@ struct HoleNearPlace
 /// Only holes that markers left.
 struct HolesOfMarkers
 {
-    Markers markers;
+    Markers markers;    ///< The markers themselves.
     double match = 0.0; ///< A hole's centre has to be nearer to a marker than this, in millimetres.
     double radius =
         0.0; ///< Of a marker in millimetres: a longer rim than its circle is none of it.
@@ -34,15 +34,15 @@ struct HolesOfMarkers
 struct FindHolesSettings
 {
     double max_perimeter = 0.0; ///< Only holes shorter than this in millimetres; 0: any.
-    std::optional<HoleNearPlace> nearest_to;
+    std::optional<HoleNearPlace> nearest_to;  ///< Only the hole nearest to a place.
     std::optional<HolesOfMarkers> of_markers; ///< Not together with the others.
 };
 
 /// What a hole is told by.
 struct HoleSummary
 {
-    std::size_t vertices = 0;
-    std::size_t edges = 0;
+    std::size_t vertices = 0;                                             ///< Of the rim.
+    std::size_t edges = 0;                                                ///< Of the rim.
     double perimeter = 0.0;                                               ///< Millimetres.
     OrvaneAlgorithm::Vector3d centre = OrvaneAlgorithm::Vector3d::Zero(); ///< Mean of the corners.
 };
@@ -50,7 +50,7 @@ struct HoleSummary
 /// The holes that were found.
 struct FindHolesResult
 {
-    OrvaneAlgorithm::Holes holes;
+    OrvaneAlgorithm::Holes holes;       ///< Their vertices, each hole in the order of its boundary.
     std::vector<HoleSummary> summaries; ///< One for each of them.
 };
 

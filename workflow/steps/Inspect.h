@@ -13,18 +13,20 @@ namespace veld
 /// Counts of a mesh that tell what shape it is in.
 struct MeshHealth
 {
-    std::size_t vertices = 0;
-    std::size_t faces = 0;
-    std::size_t edges = 0;
-    std::size_t boundary_edges = 0;
+    std::size_t vertices = 0;              ///< All, isolated ones among them.
+    std::size_t faces = 0;                 ///< All.
+    std::size_t edges = 0;                 ///< All.
+    std::size_t boundary_edges = 0;        ///< Edges with a face on one side only.
     std::size_t holes = 0;                 ///< Boundary loops, each simple.
     std::size_t components = 0;            ///< Pieces of faces joined by edges.
     std::size_t non_manifold_vertices = 0; ///< Vertices whose faces form more than one fan.
     std::size_t isolated_vertices = 0;     ///< Vertices without a face.
     bool closed = false;                   ///< There are faces, and no edge has only one.
     double average_edge_length = 0.0;      ///< Millimetres; 0 without edges.
-    OrvaneAlgorithm::Vector3f box_min = OrvaneAlgorithm::Vector3f::Zero();
-    OrvaneAlgorithm::Vector3f box_max = OrvaneAlgorithm::Vector3f::Zero();
+    OrvaneAlgorithm::Vector3f box_min =
+        OrvaneAlgorithm::Vector3f::Zero(); ///< Lower corner of the bounding box.
+    OrvaneAlgorithm::Vector3f box_max =
+        OrvaneAlgorithm::Vector3f::Zero(); ///< Upper corner of the bounding box.
 };
 
 /// Counts a mesh and checks its health.

@@ -26,7 +26,7 @@ enum class KeyframesMethod
 /// How key frames are chosen.
 struct KeyframesSettings
 {
-    KeyframesMethod method = KeyframesMethod::SELECT;
+    KeyframesMethod method = KeyframesMethod::SELECT; ///< What is asked for.
     int cells = 5; ///< Cubes along the longest side of the space of the cameras, 1 to 2^20.
 };
 
@@ -36,7 +36,7 @@ struct KeyframesResult
     std::vector<std::size_t> views;  ///< By number, from 0: rising if chosen, or the best first.
     std::vector<std::string> images; ///< Their photographs; empty where names are not known.
     std::size_t all_views = 0;       ///< From which they were taken.
-    KeyframesSettings settings;
+    KeyframesSettings settings;      ///< As they were taken.
 };
 
 /// Chooses views, or orders them, by where their cameras stand and look; no photograph is read.

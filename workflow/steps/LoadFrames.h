@@ -25,8 +25,8 @@ struct LoadFramesSettings
 /// A frame, and what messages call it.
 struct NamedFrame
 {
-    std::string name;
-    RangeData data;
+    std::string name;                ///< The file's, or as its list names it.
+    RangeData data;                  ///< Points on their grid, with normals and a pose.
     Sensor sensor = Sensor::UNKNOWN; ///< Where it was seen from, if that is known.
 };
 
@@ -35,8 +35,8 @@ struct NamedFrame
 /// where it is known.
 struct FrameSet
 {
-    std::string source; ///< What messages call the scan.
-    std::vector<NamedFrame> frames;
+    std::string source;                       ///< What messages call the scan.
+    std::vector<NamedFrame> frames;           ///< In the order of their source.
     std::vector<std::filesystem::path> files; ///< All that were read.
     std::size_t left_out = 0;                 ///< Frames that could not be used.
 };

@@ -18,8 +18,8 @@ using Photo = OrvaneAlgorithm::Image<3, unsigned char>;
 /// Photographs of an object, and where they were taken.
 struct PhotoSet
 {
-    std::string source; ///< What messages call them.
-    std::vector<PhotoView> views;
+    std::string source;                       ///< What messages call them.
+    std::vector<PhotoView> views;             ///< Where they were taken.
     std::vector<Photo> images;                ///< One for each view, of its size.
     std::vector<std::filesystem::path> files; ///< All that were read.
 };

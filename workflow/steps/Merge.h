@@ -37,8 +37,8 @@ VELD_WORKFLOW_API std::string to_string(MergeMethod method);
 /// How frames become one mesh.
 struct MergeSettings
 {
-    MergeMethod method = MergeMethod::STITCH;
-    Layers layers = Layers::MEAN;
+    MergeMethod method = MergeMethod::STITCH; ///< How borders become one surface.
+    Layers layers = Layers::MEAN;             ///< What is done where frames overlap.
     double spacing = 0.0;       ///< Millimetres between neighbouring points; 0: measured.
     double stitch_radius = 0.0; ///< Half of the distance in millimetres in which a border looks for
                                 ///< another one; 0: one spacing, as `OUTLIER` always has it.
@@ -64,12 +64,12 @@ struct MergeResult
     OrvaneAlgorithm::TriMesh mesh;  ///< Without non-manifold vertices.
     std::vector<int> vertex_frames; ///< For each vertex the number of its frame.
     MergeSettings settings;         ///< As they were taken: no length is 0.
-    std::size_t frames = 0;
-    std::size_t points = 0;   ///< Of all frames.
-    std::size_t removed = 0;  ///< Of these, taken out because a better frame saw the place.
-    std::size_t outliers = 0; ///< Of the others, loose points off the surface.
-    std::size_t holes = 0;
-    double seconds = 0.0; ///< Of the merging alone.
+    std::size_t frames = 0;         ///< Frames that were merged.
+    std::size_t points = 0;         ///< Of all frames.
+    std::size_t removed = 0;        ///< Of these, taken out because a better frame saw the place.
+    std::size_t outliers = 0;       ///< Of the others, loose points off the surface.
+    std::size_t holes = 0;          ///< Holes that are left, the outer border among them.
+    double seconds = 0.0;           ///< Of the merging alone.
 };
 
 /// Makes one mesh of frames: takes the overlap out, stitches what is left, closes small holes and

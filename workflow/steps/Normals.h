@@ -38,9 +38,9 @@ enum class NormalSense
 /// A cloud with normals, and how they came about.
 struct NormalsResult
 {
-    OrvaneAlgorithm::TriMesh cloud; ///< All points in their order, with what they had.
-    NormalsSettings settings;
-    NormalSense sense = NormalSense::NEIGHBOURS;
+    OrvaneAlgorithm::TriMesh cloud;              ///< All points in their order, with what they had.
+    NormalsSettings settings;                    ///< As they were taken.
+    NormalSense sense = NormalSense::NEIGHBOURS; ///< Which way they were turned.
     std::size_t normals = 0; ///< Points that have one; the others have the zero vector.
 
     /// \name Points without a normal, and why

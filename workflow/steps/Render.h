@@ -18,9 +18,9 @@ namespace veld
 /// What a picture shows, and how large.
 struct RenderSettings
 {
-    int width = 1200; ///< Pixels.
-    int height = 900; ///< Pixels.
-    ViewDirection view;
+    int width = 1200;        ///< Pixels.
+    int height = 900;        ///< Pixels.
+    ViewDirection view;      ///< From where the camera looks.
     double line_width = 4.0; ///< Width of hole rims in pixels; 0 draws none.
     bool unlit = false;      ///< Colours of a texture as they are, without light and shadow.
 };

@@ -25,7 +25,7 @@ VELD_WORKFLOW_API std::string to_string(RepairMethod method);
 /// How a surface is repaired.
 struct RepairSettings
 {
-    RepairMethod method = RepairMethod::BALL;
+    RepairMethod method = RepairMethod::BALL; ///< How gaps are closed.
     /// Millimetres between neighbouring vertices, which the lengths below follow; 0: measured.
     double spacing = 0.0;
     /// A pass each, in millimetres: of the balls, which close gaps of up to twice their radius, or

@@ -26,16 +26,28 @@ namespace veld
 
 /// \name Results
 /// @{
+
+/// What a mesh file holds, as `contents` of `veld info`.
 VELD_WORKFLOW_API Json to_json(OrvaneAlgorithm::MeshFileContents const& contents);
+/// Counts of a mesh, as of `veld info`.
 VELD_WORKFLOW_API Json to_json(MeshHealth const& health);
+/// Holes, as of `veld holes`.
 VELD_WORKFLOW_API Json to_json(FindHolesResult const& result);
+/// One pass of the filling.
 VELD_WORKFLOW_API Json to_json(FillPass const& pass);
+/// A filling, as of `veld fill`.
 VELD_WORKFLOW_API Json to_json(FillResult const& result);
+/// A cleaning, as of `veld clean`.
 VELD_WORKFLOW_API Json to_json(CleanResult const& result);
+/// A merge, as of `veld merge`.
 VELD_WORKFLOW_API Json to_json(MergeResult const& result);
+/// A repair, as of `veld repair`.
 VELD_WORKFLOW_API Json to_json(RepairResult const& result);
+/// Normals, as of `veld normals`.
 VELD_WORKFLOW_API Json to_json(NormalsResult const& result);
+/// A choice of photographs, as of `veld keyframes`.
 VELD_WORKFLOW_API Json to_json(KeyframesResult const& result);
+/// A texture, as of `veld texture`.
 VELD_WORKFLOW_API Json to_json(TextureResult const& result);
 /// @}
 
@@ -43,34 +55,55 @@ VELD_WORKFLOW_API Json to_json(TextureResult const& result);
 /// `read_settings` changes what the object names and leaves the rest. It throws `InputError` for a
 /// key that it does not know or a value that does not fit; \p place stands in front of the reason.
 /// @{
+
+/// All settings of `load_frames`.
 VELD_WORKFLOW_API Json to_json(LoadFramesSettings const& settings);
+/// All settings of `merge`.
 VELD_WORKFLOW_API Json to_json(MergeSettings const& settings);
+/// All settings of `fill`.
 VELD_WORKFLOW_API Json to_json(FillSettings const& settings);
+/// All settings of `clean`.
 VELD_WORKFLOW_API Json to_json(CleanSettings const& settings);
+/// All settings of `render`.
 VELD_WORKFLOW_API Json to_json(RenderSettings const& settings);
+/// All settings of `cut_sticks`.
 VELD_WORKFLOW_API Json to_json(CutSticksSettings const& settings);
+/// All settings of `repair`.
 VELD_WORKFLOW_API Json to_json(RepairSettings const& settings);
+/// All settings of `estimate_normals`.
 VELD_WORKFLOW_API Json to_json(NormalsSettings const& settings);
+/// All settings of `choose_keyframes`.
 VELD_WORKFLOW_API Json to_json(KeyframesSettings const& settings);
+/// All settings of `texture`.
 VELD_WORKFLOW_API Json to_json(TextureSettings const& settings);
+/// Settings of `load_frames` that an object names.
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      LoadFramesSettings& settings);
+/// Settings of `merge` that an object names.
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      MergeSettings& settings);
+/// Settings of `fill` that an object names.
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      FillSettings& settings);
+/// Settings of `clean` that an object names.
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      CleanSettings& settings);
+/// Settings of `render` that an object names.
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      RenderSettings& settings);
+/// Settings of `cut_sticks` that an object names.
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      CutSticksSettings& settings);
+/// Settings of `repair` that an object names.
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      RepairSettings& settings);
+/// Settings of `estimate_normals` that an object names.
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      NormalsSettings& settings);
+/// Settings of `choose_keyframes` that an object names.
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      KeyframesSettings& settings);
+/// Settings of `texture` that an object names.
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      TextureSettings& settings);
 /// @}

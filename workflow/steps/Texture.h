@@ -35,7 +35,7 @@ VELD_WORKFLOW_API std::map<std::string, TextureSolver> const& texture_solvers();
 /// How photographs become one texture.
 struct TextureSettings
 {
-    TexturePipeline pipeline = TexturePipeline::FUSION;
+    TexturePipeline pipeline = TexturePipeline::FUSION; ///< What makes the texture.
     double scale = 1.0;      ///< Of all lengths of mesh and poses, to millimetres: 1000 for metres.
     double pose_scale = 1.0; ///< Of the poses alone, to the unit of the mesh: 1000 for poses in
                              ///< metres and a mesh in millimetres.
@@ -51,16 +51,16 @@ struct TextureSettings
     int image_border = 3;      ///< Pixels at the rim of a photograph that do not count.
     int packing_gap = 1;       ///< Pixels between the patches of the atlas.
     int patch_margin = 3;      ///< Pixels around the faces of a patch that it has too.
-    TextureSolver solver = TextureSolver::SIMPLICIAL;
+    TextureSolver solver = TextureSolver::SIMPLICIAL; ///< What solves the colours at seams.
 };
 
 /// What texturing made.
 struct TextureResult
 {
-    TexturedMesh textured; ///< In millimetres, with the faces and vertices of the input.
-    TextureSettings settings;
-    std::size_t photographs = 0;
-    std::size_t patches = 0;
+    TexturedMesh textured;            ///< In millimetres, with the faces and vertices of the input.
+    TextureSettings settings;         ///< As they were taken.
+    std::size_t photographs = 0;      ///< How many there are.
+    std::size_t patches = 0;          ///< Connected sets of faces of one photograph.
     std::size_t texture_holes = 0;    ///< Connected places that no photograph shows.
     std::size_t textured_faces = 0;   ///< Faces with the colours of a photograph.
     std::size_t colourless_faces = 0; ///< Faces that are black, for nothing is known of them.
