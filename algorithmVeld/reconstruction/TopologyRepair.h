@@ -97,7 +97,7 @@ protected:
     KdTree3f mVertexTree;   ///< All vertices, for hosts to search in.
     KdTree3f mBoundaryTree; ///< The boundary vertices; hits come in rising distance.
     std::vector<OpenMesh::VertexHandle> mBoundaryVertices; ///< By place in `mBoundaryTree`.
-    float mNormalZThr = 0.95F;  ///< Smallest cosine between normals of neighbours.
+    float mNormalZThr = 0.95F;  ///< Cosine of the tilt that turns a plane.
     std::string mDebugSavePath; ///< Where diagnostic files go; empty: nowhere.
     float mSearchRadius = 0.5F; ///< Radius of a neighbourhood, in millimetres.
 
