@@ -1,12 +1,15 @@
 /*
 This file is part of pocketfft.
 
-Copyright (C) 2010-2020 Max-Planck-Society
+Copyright (C) 2010-2022 Max-Planck-Society
 Copyright (C) 2019-2020 Peter Bell
 
 For the odd-sized DCT-IV transforms:
   Copyright (C) 2003, 2007-14 Matteo Frigo
   Copyright (C) 2003, 2007-14 Massachusetts Institute of Technology
+  
+For the prev_good_size search:
+  Copyright (C) 2024 Tan Ping Liang, Peter Bell
 
 Authors: Martin Reinecke, Peter Bell
 
@@ -43,21 +46,21 @@ SOFTWARE, EVEN IF ADVISED OF THE POSSIBILITY OF SUCH DAMAGE.
 #error This file is C++ and requires a C++ compiler.
 #endif
 
-#if !(__cplusplus >= 201103L || _MSVC_LANG+0L >= 201103L)
+#if !(__cplusplus >= 201103L || (defined(_MSVC_LANG) && _MSVC_LANG >= 201103L))
 #error This file requires at least C++11 support.
 #endif
 
 #ifndef POCKETFFT_CACHE_SIZE
-#define POCKETFFT_CACHE_SIZE 16
+#define POCKETFFT_CACHE_SIZE 0
 #endif
 
 #include <cmath>
-#include <cstring>
 #include <cstdlib>
 #include <stdexcept>
 #include <memory>
 #include <vector>
 #include <complex>
+#include <algorithm>
 #if POCKETFFT_CACHE_SIZE!=0
 #include <array>
 #include <mutex>
@@ -149,10 +152,15 @@ template<> struct VLEN<double> { static constexpr size_t val=2; };
 #endif
 #endif
 
-#if __cplusplus >= 201703L
+// std::aligned_alloc is a bit cursed ... it doesn't exist on MacOS < 10.15
+// and in musl, and other OSes seem to have even more peculiarities.
+// Let's unconditionally work around it for now.
+# if 0
+//#if (__cplusplus >= 201703L) && (!defined(__MINGW32__)) && (!defined(_MSC_VER)) && (__MAC_OS_X_VERSION_MIN_REQUIRED >= MAC_OS_X_VERSION_10_15)
 inline void *aligned_alloc(size_t align, size_t size)
   {
-  void *ptr = ::aligned_alloc(align,size);
+  // aligned_alloc() requires that the requested size is a multiple of "align"
+  void *ptr = ::aligned_alloc(align,(size+align-1)&(~(align-1)));
   if (!ptr) throw std::bad_alloc();
   return ptr;
   }
@@ -448,6 +456,54 @@ struct util // hack to avoid duplicate symbols
       }
     return bestfac;
     }
+
+  /* returns the largest composite of 2, 3, 5, 7 and 11 which is <= n */
+  static POCKETFFT_NOINLINE size_t prev_good_size_cmplx(size_t n)
+  {
+    if (n<=12) return n;
+
+    size_t bestfound = 1;
+    for (size_t f11 = 1;f11 <= n; f11 *= 11)
+      for (size_t f117 = f11; f117 <= n; f117 *= 7)
+        for (size_t f1175 = f117; f1175 <= n; f1175 *= 5)
+        {
+          size_t x = f1175;
+          while (x*2 <= n) x *= 2;
+          if (x > bestfound) bestfound = x;
+          while (true) 
+          {
+            if (x * 3 <= n) x *= 3;
+            else if (x % 2 == 0) x /= 2;
+            else break;
+              
+            if (x > bestfound) bestfound = x;
+          }
+        }
+    return bestfound;
+  }
+
+  /* returns the largest composite of 2, 3, 5 which is <= n */
+  static POCKETFFT_NOINLINE size_t prev_good_size_real(size_t n)
+  {
+    if (n<=6) return n;
+
+    size_t bestfound = 1;
+    for (size_t f5 = 1; f5 <= n; f5 *= 5)
+    {
+      size_t x = f5;
+      while (x*2 <= n) x *= 2;
+      if (x > bestfound) bestfound = x;
+      while (true) 
+      {
+        if (x * 3 <= n) x *= 3;
+        else if (x % 2 == 0) x /= 2;
+        else break;
+      
+        if (x > bestfound) bestfound = x;
+      }
+    }
+    return bestfound;
+  }
 
   static size_t prod(const shape_t &shape)
     {
@@ -1301,9 +1357,9 @@ template<bool fwd, typename T> void pass11 (size_t ido, size_t l1,
       }
   }
 
-#undef PARTSTEP11
-#undef PARTSTEP11a0
-#undef PARTSTEP11a
+#undef POCKETFFT_PARTSTEP11
+#undef POCKETFFT_PARTSTEP11a0
+#undef POCKETFFT_PARTSTEP11a
 #undef POCKETFFT_PREP11
 
 template<bool fwd, typename T> void passg (size_t ido, size_t ip,
@@ -1455,7 +1511,7 @@ template<bool fwd, typename T> void pass_all(T c[], T0 fct) const
       for (size_t i=0; i<length; ++i)
         c[i] = ch[i]*fct;
     else
-      memcpy (c,p1,length*sizeof(T));
+      std::copy_n (p1, length, c);
     }
   else
     if (fct!=1.)
@@ -2203,19 +2259,19 @@ template<typename T> void radbg(size_t ido, size_t ip, size_t l1,
     }
   }
 
-    template<typename T> void copy_and_norm(T *c, T *p1, size_t n, T0 fct) const
+    template<typename T> void copy_and_norm(T *c, T *p1, T0 fct) const
       {
       if (p1!=c)
         {
         if (fct!=1.)
-          for (size_t i=0; i<n; ++i)
+          for (size_t i=0; i<length; ++i)
             c[i] = fct*p1[i];
         else
-          memcpy (c,p1,n*sizeof(T));
+          std::copy_n (p1, length, c);
         }
       else
         if (fct!=1.)
-          for (size_t i=0; i<n; ++i)
+          for (size_t i=0; i<length; ++i)
             c[i] *= fct;
       }
 
@@ -2223,16 +2279,16 @@ template<typename T> void radbg(size_t ido, size_t ip, size_t l1,
     template<typename T> void exec(T c[], T0 fct, bool r2hc) const
       {
       if (length==1) { c[0]*=fct; return; }
-      size_t n=length, nf=fact.size();
-      arr<T> ch(n);
+      size_t nf=fact.size();
+      arr<T> ch(length);
       T *p1=c, *p2=ch.data();
 
       if (r2hc)
-        for(size_t k1=0, l1=n; k1<nf;++k1)
+        for(size_t k1=0, l1=length; k1<nf;++k1)
           {
           size_t k=nf-k1-1;
           size_t ip=fact[k].fct;
-          size_t ido=n / l1;
+          size_t ido=length / l1;
           l1 /= ip;
           if(ip==4)
             radf4(ido, l1, p1, p2, fact[k].tw);
@@ -2250,7 +2306,7 @@ template<typename T> void radbg(size_t ido, size_t ip, size_t l1,
         for(size_t k=0, l1=1; k<nf; k++)
           {
           size_t ip = fact[k].fct,
-                 ido= n/(ip*l1);
+                 ido= length/(ip*l1);
           if(ip==4)
             radb4(ido, l1, p1, p2, fact[k].tw);
           else if(ip==2)
@@ -2265,7 +2321,7 @@ template<typename T> void radbg(size_t ido, size_t ip, size_t l1,
           l1*=ip;
           }
 
-      copy_and_norm(c,p1,n,fct);
+      copy_and_norm(c,p1,fct);
       }
 
   private:
@@ -2436,13 +2492,12 @@ template<typename T0> class fftblue
           tmp[m].Set(c[m], zero);
         fft<true>(tmp.data(),fct);
         c[0] = tmp[0].r;
-        memcpy (c+1, tmp.data()+1, (n-1)*sizeof(T));
+        std::copy_n (&tmp[1].r, n-1, &c[1]);
         }
       else
         {
         tmp[0].Set(c[0],c[0]*0);
-        memcpy (reinterpret_cast<void *>(tmp.data()+1),
-                reinterpret_cast<void *>(c+1), (n-1)*sizeof(T));
+        std::copy_n (c+1, n-1, &tmp[1].r);
         if ((n&1)==0) tmp[n/2].i=T0(0)*c[0];
         for (size_t m=1; 2*m<n; ++m)
           tmp[n-m].Set(tmp[m].r, -tmp[m].i);
@@ -2630,11 +2685,13 @@ template<typename T0> class T_dcst23
         if (!cosine)
           for (size_t k=0, kc=N-1; k<kc; ++k, --kc)
             std::swap(c[k], c[kc]);
-        if (ortho) c[0]*=sqrt2*T0(0.5);
+        if (ortho)
+          cosine ? c[0]*=sqrt2*T0(0.5) : c[N-1]*=sqrt2*T0(0.5);
         }
       else
         {
-        if (ortho) c[0]*=sqrt2;
+        if (ortho)
+          cosine ? c[0]*=sqrt2 : c[N-1]*=sqrt2;
         if (!cosine)
           for (size_t k=0, kc=N-1; k<NS2; ++k, --kc)
             std::swap(c[k], c[kc]);
@@ -3362,18 +3419,18 @@ template<typename T> POCKETFFT_NOINLINE void general_c2r(
 
 struct ExecR2R
   {
-  bool r2c, forward;
+  bool r2h, forward;
 
   template <typename T0, typename T, size_t vlen> void operator () (
     const multi_iter<vlen> &it, const cndarr<T0> &in, ndarr<T0> &out, T * buf,
     const pocketfft_r<T0> &plan, T0 fct) const
     {
     copy_input(it, in, buf);
-    if ((!r2c) && forward)
+    if ((!r2h) && forward)
       for (size_t i=2; i<it.length_out(); i+=2)
         buf[i] = -buf[i];
-    plan.exec(buf, fct, forward);
-    if (r2c && (!forward))
+    plan.exec(buf, fct, r2h);
+    if (r2h && (!forward))
       for (size_t i=2; i<it.length_out(); i+=2)
         buf[i] = -buf[i];
     copy_output(it, buf, out);
