@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/TextureFusion/SelectKeyframes.h"
 #include "algorithmVeld/TextureFusion/atlas/AtlasCoordinates.h"
+#include "algorithmVeld/TextureFusion/atlas/TexturedArrays.h"
 #include "algorithmVeld/TextureFusion/debug_files/TexDebugFiles.h"
 #include "algorithmVeld/TextureFusion/holes/TextureHoles.h"
 #include "algorithmVeld/TextureFusion/projection/Projection.h"
@@ -135,19 +136,9 @@ BaseTriMesh TextureFusion::Work::textured_mesh() const
     BaseTriMesh result;
     TEXTURE_FUSION.run("TriMesh-to-BaseTriMesh",
                        [&] { TriMesh_convert_to_BaseTriMesh(mesh, result); });
-    TEXTURE_FUSION.run("add-texture-to-BaseTriMesh",
-                       [&]
-                       {
-                           result.enable_texture();
-                           result.set_texture_image(texture_image);
-                           result.set_texture_coords(uv_coords);
-                           for (auto const face : mesh.all_faces())
-                           {
-                               result.set_face_texture_id(
-                                   static_cast<std::size_t>(face.idx()),
-                                   mesh.property(properties.face_uv_index, face));
-                           }
-                       });
+    TEXTURE_FUSION.run(
+        "add-texture-to-BaseTriMesh",
+        [&] { detail::add_texture(mesh, properties, texture_image, uv_coords, result); });
     return result;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "algorithmVeld/TextureFusion/TextureCounts.h"
 #include "algorithmVeld/common/BaseTriMesh.h"
 #include "algorithmVeld/common/CameraInParam.h"
 #include "algorithmVeld/common/Image.h"
@@ -12,14 +13,6 @@
 
 namespace OrvaneAlgorithm
 {
-
-/// What a call of `TextureFusion` made.
-struct TextureCounts
-{
-    std::size_t patches = 0;        ///< connected sets of faces of one photograph
-    std::size_t texture_holes = 0;  ///< connected sets of faces without one
-    std::size_t textured_faces = 0; ///< faces with a photograph
-};
 
 /// Turns photographs with known poses into the texture of a mesh: one atlas, one list of texture
 /// coordinates, and three indices into that list for each face.

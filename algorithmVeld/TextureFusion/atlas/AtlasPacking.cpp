@@ -42,9 +42,11 @@ std::vector<Vector2i>::const_iterator note_places(std::vector<Vector2i>::const_i
     return position;
 }
 
-/// Copies the images to the places of their records.
-void paste(std::vector<PatchTex> const& records, std::vector<Image<3, unsigned char>> const& images,
-           Image<3, unsigned char>& atlas)
+} // namespace
+
+void paste_into_atlas(std::vector<PatchTex> const& records,
+                      std::vector<Image<3, unsigned char>> const& images,
+                      Image<3, unsigned char>& atlas)
 {
     parallel_for_uneven(static_cast<std::ptrdiff_t>(images.size()),
                         [&](std::ptrdiff_t i)
@@ -59,8 +61,6 @@ void paste(std::vector<PatchTex> const& records, std::vector<Image<3, unsigned c
                             }
                         });
 }
-
-} // namespace
 
 bool pack_atlas(AtlasPieces const& pieces, int packing_gap, Image<3, unsigned char>& atlas,
                 BlackCell& black_cell)
@@ -78,9 +78,9 @@ bool pack_atlas(AtlasPieces const& pieces, int packing_gap, Image<3, unsigned ch
     black_cell = {last->y(), last->x()};
     atlas = Image<3, unsigned char>(total.y(), total.x());
     stages.next();
-    paste(pieces.patches, pieces.patch_textures, atlas);
+    paste_into_atlas(pieces.patches, pieces.patch_textures, atlas);
     stages.next();
-    paste(pieces.hole_patches, pieces.hole_textures, atlas);
+    paste_into_atlas(pieces.hole_patches, pieces.hole_textures, atlas);
     return true;
 }
 

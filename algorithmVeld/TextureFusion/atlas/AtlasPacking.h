@@ -31,4 +31,9 @@ struct BlackCell
 bool pack_atlas(AtlasPieces const& pieces, int packing_gap, Image<3, unsigned char>& atlas,
                 BlackCell& black_cell);
 
+/// Copies images to the places of their records. An empty image leaves its place as it is.
+void paste_into_atlas(std::vector<PatchTex> const& records,
+                      std::vector<Image<3, unsigned char>> const& images,
+                      Image<3, unsigned char>& atlas);
+
 } // namespace OrvaneAlgorithm::detail

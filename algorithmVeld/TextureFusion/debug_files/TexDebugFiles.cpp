@@ -101,6 +101,17 @@ struct ViewCounts
     double mean() const { return with_views == 0 ? 0.0 : static_cast<double>(total) / with_views; }
 };
 
+void log_face_counts(ViewCounts const& counts)
+{
+    log("  total faces:          %8d\n", counts.with_views + counts.without_views);
+    log("  colored faces:        %8d\n", counts.with_views);
+    log("  uncolored faces:      %8d\n", counts.without_views);
+    log("  total face tex size:  %8d\n", counts.total);
+    log("  min face tex size:    %8d\n", counts.min);
+    log("  max face tex size:    %8d\n", counts.max);
+    log("  avg face tex size:    %8.2f\n", counts.mean());
+}
+
 void log_vertex_counts(ViewCounts const& counts)
 {
     log("  total vertices:       %8d\n", counts.with_views + counts.without_views);
@@ -110,6 +121,38 @@ void log_vertex_counts(ViewCounts const& counts)
     log("  min vert tex size:    %8d\n", counts.min);
     log("  max vert tex size:    %8d\n", counts.max);
     log("  avg vert tex size:    %8.2f\n", counts.mean());
+}
+
+/// Vertices by the chosen view of the first textured face around them.
+void save_chosen_views(TriMesh const& mesh, TexProperties const& properties,
+                       std::vector<TexImage> const& images, std::string const& tex_name,
+                       std::string const& patch_name)
+{
+    VertexColors pixels(mesh.n_vertices());
+    VertexColors views(mesh.n_vertices());
+    std::vector<std::uint8_t> is_colored(mesh.n_vertices(), 0);
+    for (auto const face : mesh.all_faces())
+    {
+        if (!mesh.property(properties.face_has_tex, face))
+        {
+            continue;
+        }
+        FaceTex const& chosen = properties.chosen(mesh, face);
+        auto corner = chosen.corner.begin();
+        for (auto const vertex : mesh.fv_range(face))
+        {
+            auto const v = static_cast<std::size_t>(vertex.idx());
+            if (is_colored[v] == 0)
+            {
+                is_colored[v] = 1;
+                pixels[v] = color_at(images, *corner);
+                views[v] = debug_palette(chosen.image_id);
+            }
+            ++corner;
+        }
+    }
+    save_colored_mesh(mesh, pixels, tex_name);
+    save_colored_mesh(mesh, views, patch_name);
 }
 
 } // namespace
@@ -141,31 +184,49 @@ void save_face_selection_vertex_model(TriMesh const& mesh, TexProperties const& 
                                       std::string const& tex_name, std::string const& patch_name)
 {
     log("save_face_selection_vertex_model() ..\n");
-    VertexColors pixels(mesh.n_vertices());
-    VertexColors views(mesh.n_vertices());
-    std::vector<std::uint8_t> is_colored(mesh.n_vertices(), 0);
+    save_chosen_views(mesh, properties, images, tex_name, patch_name);
+}
+
+void save_face_projected_model(TriMesh const& mesh, TexProperties const& properties,
+                               std::vector<TexImage> const& images)
+{
+    log("save_face_projected_model() ..\n");
+    save_chosen_views(mesh, properties, images, "2-face-projected-model-tex",
+                      "2-face-projected-model-patch");
+    ViewCounts counts;
     for (auto const face : mesh.all_faces())
     {
-        if (!mesh.property(properties.face_has_tex, face))
+        counts.add(mesh.property(properties.face_tex_list, face).size());
+    }
+    log_face_counts(counts);
+}
+
+void save_boundary_optimized_model(TriMesh const& mesh, TexProperties const& properties,
+                                   std::vector<TexImage> const& images)
+{
+    log("save_boundary_optimized_model() ..\n");
+    save_chosen_views(mesh, properties, images, "3-boundary-optimized-model-tex",
+                      "3-boundary-optimized-model-patch");
+}
+
+void save_image_projected_model(TriMesh const& mesh, std::vector<TexImage> const& images,
+                                VertTexLists const& vertices, int i)
+{
+    log("save_image_projected_model() ..\n");
+    VertexColors pixels(mesh.n_vertices());
+    for (std::size_t v = 0; v < mesh.n_vertices(); ++v)
+    {
+        auto const* const seen =
+            std::find_if(vertices.begin(v), vertices.end(v),
+                         [i](VertTex const& place) { return place.image_id == i; });
+        if (seen != vertices.end(v))
         {
-            continue;
-        }
-        FaceTex const& chosen = properties.chosen(mesh, face);
-        auto corner = chosen.corner.begin();
-        for (auto const vertex : mesh.fv_range(face))
-        {
-            auto const v = static_cast<std::size_t>(vertex.idx());
-            if (is_colored[v] == 0)
-            {
-                is_colored[v] = 1;
-                pixels[v] = color_at(images, *corner);
-                views[v] = debug_palette(chosen.image_id);
-            }
-            ++corner;
+            pixels[v] = color_at(images, *seen);
         }
     }
-    save_colored_mesh(mesh, pixels, tex_name);
-    save_colored_mesh(mesh, views, patch_name);
+    char name[512];
+    format_line(name, "0-image-%04d-projected-model", i);
+    save_colored_mesh(mesh, pixels, name);
 }
 
 void save_fused_vertex_model(TriMesh const& mesh, TexProperties const& properties)

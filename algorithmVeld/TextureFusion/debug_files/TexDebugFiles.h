@@ -27,6 +27,20 @@ void save_face_selection_vertex_model(TriMesh const& mesh, TexProperties const& 
                                       std::vector<TexImage> const& images,
                                       std::string const& tex_name, std::string const& patch_name);
 
+/// The same after the choice of the most frontal views: "2-face-projected-model-tex.obj" and
+/// "2-face-projected-model-patch.obj". Tells the log how many views see a face.
+void save_face_projected_model(TriMesh const& mesh, TexProperties const& properties,
+                               std::vector<TexImage> const& images);
+
+/// The same after blocks were made large: "3-boundary-optimized-model-tex.obj" and
+/// "3-boundary-optimized-model-patch.obj".
+void save_boundary_optimized_model(TriMesh const& mesh, TexProperties const& properties,
+                                   std::vector<TexImage> const& images);
+
+/// The vertices that view `i` sees, by its pixels: "0-image-NNNN-projected-model.obj".
+void save_image_projected_model(TriMesh const& mesh, std::vector<TexImage> const& images,
+                                VertTexLists const& vertices, int i);
+
 /// `vert_color`: "7-fused-vertex-model.obj".
 void save_fused_vertex_model(TriMesh const& mesh, TexProperties const& properties);
 

@@ -1,5 +1,7 @@
 #include "algorithmVeld/TextureFusion/holes/HoleView.h"
 
+#include "algorithmVeld/common/geometry/LocalFrame.h"
+
 #include <algorithm>
 #include <cmath>
 #include <unordered_set>
@@ -71,23 +73,74 @@ Vector3f mean_point(TriMesh const& mesh, std::vector<VertexHandle> const& vertic
     return sum / static_cast<float>(vertices.size());
 }
 
+/// The camera that sees a hole.
+struct HoleCamera
+{
+    Vector3f eye;
+    std::optional<Eigen::Matrix3f> axes; ///< as columns; none for those of the world
+    double distance = 0.0;               ///< from `eye` back to the camera along its own third axis
+    CameraInParam intrinsics;
+    PixelRule rule;
+
+    Vector3f to_camera(Vector3f const& point) const
+    {
+        Vector3f q = point - eye;
+        if (axes)
+        {
+            q = axes->transpose() * q;
+            q.z() = static_cast<float>(static_cast<double>(q.z()) + distance);
+        }
+        return q;
+    }
+
+    /// (column, row), before they are truncated
+    Eigen::Vector2d project(Vector3f const& point) const
+    {
+        Vector3f const q = to_camera(point);
+        double const z = std::abs(static_cast<double>(q.z()));
+        double const half = rule == PixelRule::ROUNDED ? 0.5 : 0.0;
+        return {(q.x() / z) * intrinsics.get_fx() + intrinsics.get_cx() + half,
+                (q.y() / z) * intrinsics.get_fy() + intrinsics.get_cy() + half};
+    }
+};
+
+HoleCamera camera_at(TriMesh const& mesh, TexProperties const& properties, TexImage const& photo,
+                     HoleSurroundings const& around, HoleViewRules const& rules)
+{
+    HoleCamera camera;
+    camera.intrinsics = photo.intrinsics;
+    camera.rule = rules.pixels;
+    camera.eye = mean_point(mesh, around.hole_vertices);
+    double const depth = mean_depth(mesh, properties, around.ring_faces);
+    if (rules.axis == HoleAxis::WORLD_Z)
+    {
+        camera.eye.z() = static_cast<float>(static_cast<double>(camera.eye.z()) - depth);
+        return camera;
+    }
+    std::vector<Vector3f> points;
+    points.reserve(around.hole_vertices.size());
+    for (auto const vertex : around.hole_vertices)
+    {
+        points.push_back(mesh.point(vertex));
+    }
+    camera.axes = compute_lrf(points, mesh.normal(around.hole_vertices.front()));
+    camera.distance = depth;
+    return camera;
+}
+
 /// Projects vertices. \return false if a pixel has no number
 bool project_all(TriMesh const& mesh, std::vector<VertexHandle> const& vertices,
-                 Vector3f const& eye, CameraInParam const& intrinsics,
-                 std::vector<Vector2i>& pixels)
+                 HoleCamera const& camera, std::vector<Vector2i>& pixels)
 {
     constexpr double FARTHEST = 1e9;
     for (auto const vertex : vertices)
     {
-        Vector3f const q = mesh.point(vertex) - eye;
-        double const z = std::abs(static_cast<double>(q.z()));
-        double const column = (q.x() / z) * intrinsics.get_fx() + intrinsics.get_cx();
-        double const row = (q.y() / z) * intrinsics.get_fy() + intrinsics.get_cy();
-        if (!(std::abs(column) < FARTHEST && std::abs(row) < FARTHEST))
+        Eigen::Vector2d const place = camera.project(mesh.point(vertex));
+        if (!(std::abs(place.x()) < FARTHEST && std::abs(place.y()) < FARTHEST))
         {
             return false;
         }
-        pixels.emplace_back(static_cast<int>(column), static_cast<int>(row));
+        pixels.emplace_back(static_cast<int>(place.x()), static_cast<int>(place.y()));
     }
     return true;
 }
@@ -101,6 +154,27 @@ void extend(PatchTex& rectangle, std::vector<Vector2i> const& pixels)
         rectangle.min_y = std::min(rectangle.min_y, pixel.y());
         rectangle.max_y = std::max(rectangle.max_y, pixel.y());
     }
+}
+
+/// Keeps a rectangle within a photograph, and the hole's pixels within the rectangle.
+/// \return false if nothing of it is there
+bool clip(HoleView& view, Image<3, unsigned char> const& photo)
+{
+    PatchTex& rectangle = view.rectangle;
+    rectangle.min_x = std::max(rectangle.min_x, 0);
+    rectangle.min_y = std::max(rectangle.min_y, 0);
+    rectangle.max_x = std::min(rectangle.max_x, photo.width() - 1);
+    rectangle.max_y = std::min(rectangle.max_y, photo.height() - 1);
+    if (rectangle.min_x > rectangle.max_x || rectangle.min_y > rectangle.max_y)
+    {
+        return false;
+    }
+    for (Vector2i& pixel : view.hole_pixels)
+    {
+        pixel.x() = std::clamp(pixel.x(), rectangle.min_x, rectangle.max_x);
+        pixel.y() = std::clamp(pixel.y(), rectangle.min_y, rectangle.max_y);
+    }
+    return true;
 }
 
 } // namespace
@@ -129,15 +203,13 @@ HoleSurroundings hole_surroundings(TriMesh const& mesh, TexProperties const& pro
 }
 
 std::optional<HoleView> look_at_hole(TriMesh const& mesh, TexProperties const& properties,
-                                     CameraInParam const& intrinsics,
-                                     HoleSurroundings const& around, int margin)
+                                     TexImage const& photo, HoleSurroundings const& around,
+                                     int margin, HoleViewRules const& rules)
 {
-    Vector3f eye = mean_point(mesh, around.hole_vertices);
-    eye.z() = static_cast<float>(static_cast<double>(eye.z()) -
-                                 mean_depth(mesh, properties, around.ring_faces));
+    HoleCamera const camera = camera_at(mesh, properties, photo, around, rules);
     HoleView view;
-    if (!project_all(mesh, around.hole_vertices, eye, intrinsics, view.hole_pixels) ||
-        !project_all(mesh, around.ring_vertices, eye, intrinsics, view.ring_pixels))
+    if (!project_all(mesh, around.hole_vertices, camera, view.hole_pixels) ||
+        !project_all(mesh, around.ring_vertices, camera, view.ring_pixels))
     {
         return {};
     }
@@ -150,6 +222,10 @@ std::optional<HoleView> look_at_hole(TriMesh const& mesh, TexProperties const& p
     rectangle.max_x += margin;
     rectangle.min_y -= margin;
     rectangle.max_y += margin;
+    if (rules.bounds == HoleBounds::OF_PHOTO && !clip(view, photo.image))
+    {
+        return {};
+    }
     return view;
 }
 

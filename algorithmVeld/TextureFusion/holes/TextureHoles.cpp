@@ -3,6 +3,7 @@
 #include "algorithmVeld/TextureFusion/holes/HoleView.h"
 #include "algorithmVeld/TextureFusion/solve/ColourClamp.h"
 #include "algorithmVeld/TextureFusion/solve/RectangleTasks.h"
+#include "algorithmVeld/TextureFusion/solve/SparseLuSolve.h"
 #include "algorithmVeld/common/mesh/FaceSearch.h"
 #include "algorithmVeld/common/running/Log.h"
 
@@ -101,8 +102,8 @@ PlannedHole plan_hole(TriMesh const& mesh, TexProperties const& properties,
     plan.around = hole_surroundings(mesh, properties, hole);
     if (!plan.around.ring_faces.empty())
     {
-        plan.view = look_at_hole(mesh, properties, images.front().intrinsics, plan.around,
-                                 settings.patch_margin);
+        plan.view = look_at_hole(mesh, properties, images.front(), plan.around,
+                                 settings.patch_margin, settings.view);
     }
     return plan;
 }
@@ -116,6 +117,10 @@ void prescribe_ring(PlannedHole const& plan, std::vector<PixelColor> const& vert
     {
         int const x = plan.view->ring_pixels[k].x() - rectangle.min_x;
         int const y = plan.view->ring_pixels[k].y() - rectangle.min_y;
+        if (x < 0 || y < 0 || x >= colour.width() || y >= colour.height())
+        {
+            continue; // It lies outside the view.
+        }
         auto const vertex = static_cast<std::size_t>(plan.around.ring_vertices[k].idx());
         std::copy_n(vertex_colours[vertex].begin(), 3, colour.pixel(x, y));
         *mask.pixel(x, y) = KNOWN_PIXEL;
@@ -135,17 +140,20 @@ void log_hole_failure(std::size_t h, RectangleFailure failure)
     case RectangleFailure::SOLUTION:
         log("  hole [%4d] SimplicialLDLT solving failed.\n", id);
         break;
+    case RectangleFailure::SPARSE_LU:
+        break; // It has told why itself.
     case RectangleFailure::PARDISO:
         log("  MKL_Pardiso failed.\n");
         break;
     }
 }
 
-/// Which pixels of a hole's image have colours. The direct solver has the known ones among its
-/// unknowns and gives them back. The other one has not, and they are meant to stay black then.
+/// Which pixels of a hole's image have colours. The system that all channels share has not the
+/// known ones among its unknowns, and they are meant to stay black then; the other solvers give
+/// them back.
 bool has_colour(unsigned char mask, RectangleSolver solver)
 {
-    return mask == 0 || solver == RectangleSolver::PARDISO;
+    return mask == 0 || solver != RectangleSolver::SIMPLICIAL;
 }
 
 /// The image of a hole, empty if it cannot be solved.
@@ -158,7 +166,7 @@ Image<3, unsigned char> solve_hole(PlannedHole const& plan, std::size_t h,
     Image<3, float> colour(width, height);
     Image<1, unsigned char> mask(width, height);
     prescribe_ring(plan, vertex_colours, colour, mask);
-    auto const failure = solve_rectangle(colour, mask, solver);
+    auto const failure = solve_rectangle_timed(colour, mask, solver, "tex-hole-repair");
     if (failure != RectangleFailure::NONE)
     {
         log_hole_failure(h, failure);
@@ -222,9 +230,10 @@ void set_hole_colours(TriMesh& mesh, TexProperties const& properties, PlannedHol
 
 } // namespace
 
-TextureHoleFaces find_texture_holes(TriMesh& mesh, TexProperties const& properties)
+TextureHoleFaces find_texture_holes(TriMesh& mesh, TexProperties const& properties,
+                                    StageTexts const& texts)
 {
-    log("poisson_hole_filling() ..\n");
+    log(texts.texture_holes);
     for (auto const face : mesh.faces())
     {
         mesh.property(properties.face_visited, face) = false;
@@ -241,7 +250,7 @@ TextureHoleFaces find_texture_holes(TriMesh& mesh, TexProperties const& properti
             holes.push_back(grow_hole(mesh, properties, face, static_cast<int>(holes.size())));
         }
     }
-    log("  total holes:  %8d\n", static_cast<int>(holes.size()));
+    log(texts.total_holes, static_cast<int>(holes.size()));
     return holes;
 }
 

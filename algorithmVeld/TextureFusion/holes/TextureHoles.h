@@ -1,5 +1,7 @@
 #pragma once
 
+#include "algorithmVeld/TextureFusion/holes/HoleView.h"
+#include "algorithmVeld/TextureFusion/records/StageTexts.h"
 #include "algorithmVeld/TextureFusion/records/TexProperties.h"
 #include "algorithmVeld/TextureFusion/solve/RectangleSolve.h"
 
@@ -16,13 +18,15 @@ struct TextureHoleSettings
     int hole_vertex_limit = 10000; ///< up to so many vertices a hole may be of any size
     int patch_margin = 3;          ///< pixels around a hole that its rectangle holds too
     RectangleSolver solver = RectangleSolver::SIMPLICIAL;
+    HoleViewRules view;
 };
 
 /// The faces without a view, in sets that are connected through vertices.
 using TextureHoleFaces = std::vector<std::vector<OpenMesh::FaceHandle>>;
 
 /// Finds the texture holes and numbers them in the order of their first faces: `face_hole_id`.
-TextureHoleFaces find_texture_holes(TriMesh& mesh, TexProperties const& properties);
+TextureHoleFaces find_texture_holes(TriMesh& mesh, TexProperties const& properties,
+                                    StageTexts const& texts = FUSION_TEXTS);
 
 /// The rectangles and images of the holes, one for each; empty where a hole was not repaired.
 struct RepairedHoles
@@ -31,9 +35,10 @@ struct RepairedHoles
     std::vector<Image<3, unsigned char>> hole_textures;
 };
 
-/// Paints texture holes: each is looked at along the world's z axis, and the colours of the
-/// textured vertices around it are continued over it. Sets `vert_hole_uv` and `vert_color` of the
-/// holes' vertices. Colours around a hole are those from before the first repair.
+/// Paints texture holes: each is looked at from as far away as the photographs around it were
+/// taken, and the colours of the textured vertices around it are continued over it. Sets
+/// `vert_hole_uv` and `vert_color` of the holes' vertices. Colours around a hole are those from
+/// before the first repair.
 RepairedHoles repair_texture_holes(TriMesh& mesh, TexProperties const& properties,
                                    std::vector<TexImage> const& images,
                                    TextureHoleFaces const& holes,

@@ -8,6 +8,7 @@ namespace OrvaneAlgorithm::detail
 void DepthBuffer::begin_view(int width, int height)
 {
     width_ = width;
+    height_ = height;
     // The frame's two columns, and a byte that may be read behind the last pixel.
     mask_width_ = (static_cast<std::size_t>(width) + 2) / 8 + 2;
     depths_.resize(std::max(depths_.size(), offset(0, height)));
@@ -24,9 +25,49 @@ void DepthBuffer::insert(int x, int y, float depth)
     byte = static_cast<std::uint8_t>(byte | bit);
 }
 
+void DepthBuffer::end_view()
+{
+    for (int y = 0; y < height_ && dilation_ == Dilation::IN_PLACE; ++y)
+    {
+        for (int x = 0; x < width_; ++x)
+        {
+            if (holds_a_depth(x, y))
+            {
+                hand_on(x, y);
+            }
+        }
+    }
+}
+
+bool DepthBuffer::holds_a_depth(int x, int y) const
+{
+    unsigned const column = static_cast<unsigned>(x) + 1;
+    return (mask_[mask_row(y) + column / 8] >> column % 8 & 1U) != 0;
+}
+
+/// Gives the depth of a pixel to those around it that hold a farther one. The others hold no
+/// vertex, so nobody would look there.
+void DepthBuffer::hand_on(int x, int y)
+{
+    float const depth = depths_[offset(x, y)];
+    unsigned const held = held_around(x, y);
+    for (int i = 0; i < 9; ++i)
+    {
+        if ((held >> static_cast<unsigned>(i) & 1U) != 0)
+        {
+            float& other = depths_[offset(x + i % 3 - 1, y + i / 3 - 1)];
+            if (other > depth + dis_thr_)
+            {
+                other = depth;
+            }
+        }
+    }
+}
+
 bool DepthBuffer::is_visible(int x, int y, float depth, float nearest) const
 {
-    return nearest + dis_thr_ > depth && !(nearest > nearest_around(x, y, nearest) + dis_thr_);
+    return nearest + dis_thr_ > depth && (dilation_ == Dilation::IN_PLACE ||
+                                          !(nearest > nearest_around(x, y, nearest) + dis_thr_));
 }
 
 /// The nearest depth of the 3 x 3 pixels around one that holds a depth.

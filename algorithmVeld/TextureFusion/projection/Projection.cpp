@@ -50,7 +50,7 @@ public:
           normals_(mesh.property(mesh.vertex_normals_pph()).data_vector()),
           limits_(limits),
           lists_(lists),
-          depths_(limits.dis_thr),
+          depths_(limits.dis_thr, limits.dilation),
           blocks_((points_.size() + BLOCK - 1) / BLOCK)
     {
         // A border below zero would let vertices beside the image in.
@@ -61,7 +61,7 @@ public:
     std::size_t project(int k, TexImage const& view)
     {
         parallel_for_uneven(n_blocks(), [&](std::ptrdiff_t b) { find_candidates(b, k, view); });
-        fill_depths(view);
+        fill_depths(k, view);
         std::vector<std::size_t> counts(blocks_.size());
         parallel_for_even(n_blocks(), [&](std::ptrdiff_t b)
                           { counts[static_cast<std::size_t>(b)] = keep_visible(b); });
@@ -104,22 +104,31 @@ private:
         }
         // What lies behind the camera is seen too.
         double const z = std::abs(static_cast<double>(p.z()));
+        return std::isfinite(z) && find_pixel(p, z, view, projection);
+    }
+
+    /// \param z depth of the point \return false if it lies outside the image
+    bool find_pixel(Vector3f const& p, double z, TexImage const& view, VertTex& projection) const
+    {
+        bool const is_rounded = limits_.pixels == PixelRule::ROUNDED;
         CameraInParam const& camera = view.intrinsics;
-        double const u = (p.x() / z) * camera.get_fx() + camera.get_cx();
-        double const v_row = (p.y() / z) * camera.get_fy() + camera.get_cy();
+        double const u = is_rounded ? camera.get_fx() * p.x() / z + camera.get_cx() + 0.5
+                                    : (p.x() / z) * camera.get_fx() + camera.get_cx();
+        double const v = is_rounded ? camera.get_fy() * p.y() / z + camera.get_cy() + 0.5
+                                    : (p.y() / z) * camera.get_fy() + camera.get_cy();
         int const border = limits_.image_border;
-        if (!std::isfinite(z) || !truncate_to_pixel(u, view.image.width(), border, projection.px) ||
-            !truncate_to_pixel(v_row, view.image.height(), border, projection.py))
+        if (!truncate_to_pixel(u, view.image.width(), border, projection.px) ||
+            !truncate_to_pixel(v, view.image.height(), border, projection.py))
         {
             return false;
         }
         projection.depth = static_cast<float>(z);
-        projection.u = static_cast<float>(u);
-        projection.v = static_cast<float>(v_row);
+        projection.u = static_cast<float>(is_rounded ? projection.px : u);
+        projection.v = static_cast<float>(is_rounded ? projection.py : v);
         return true;
     }
 
-    void fill_depths(TexImage const& view)
+    void fill_depths(int k, TexImage const& view)
     {
         depths_.begin_view(view.image.width(), view.image.height());
         for (auto const& candidates : blocks_)
@@ -129,6 +138,12 @@ private:
                 VertTex const& at = candidate.projection;
                 depths_.insert(at.px, at.py, at.depth);
             }
+        }
+        if (limits_.dilation == Dilation::IN_PLACE)
+        {
+            StepTimer const timer("image-dilate", "project-vertex-tex");
+            log("  image_dilate( %d ) ..\n", k);
+            depths_.end_view();
         }
     }
 
@@ -253,18 +268,42 @@ VertTexLists::VertTexLists(std::size_t n_vertices, std::size_t most_per_vertex)
     sizes_.resize(n_vertices);
 }
 
+void VertTexLists::sort_by_view()
+{
+    parallel_for_short(sizes_.size(),
+                       [&](std::size_t vertex)
+                       {
+                           VertTex* const first = entries_.data() + vertex * most_;
+                           std::sort(first, first + sizes_[vertex],
+                                     [](VertTex const& a, VertTex const& b)
+                                     { return a.image_id < b.image_id; });
+                       });
+}
+
 VertTexLists project_vertices(TriMesh const& mesh, std::vector<TexImage> const& images,
                               VisibilityLimits const& limits)
+{
+    std::vector<int> order(images.size());
+    std::iota(order.begin(), order.end(), 0);
+    return project_vertices(mesh, images, limits, order);
+}
+
+VertTexLists project_vertices(TriMesh const& mesh, std::vector<TexImage> const& images,
+                              VisibilityLimits const& limits, std::vector<int> const& order)
 {
     auto const most = static_cast<std::size_t>(std::max(limits.vertex_tex_num_thr, 0));
     VertTexLists lists(mesh.n_vertices(), std::min(most, images.size()));
     VertexProjection projection(mesh, limits, lists);
     Progress progress(images.size());
-    for (std::size_t k = 0; k < images.size(); ++k)
+    for (int const k : order)
     {
-        auto const n = projection.project(static_cast<int>(k), images[k]);
-        log("  image( %d ) projected vertices: %d\n", static_cast<int>(k), static_cast<int>(n));
+        auto const n = projection.project(k, images[static_cast<std::size_t>(k)]);
+        log("  image( %d ) projected vertices: %d\n", k, static_cast<int>(n));
         progress.advance();
+    }
+    if (!std::is_sorted(order.begin(), order.end()))
+    {
+        lists.sort_by_view();
     }
     return lists;
 }

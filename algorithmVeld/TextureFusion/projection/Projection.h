@@ -1,5 +1,6 @@
 #pragma once
 
+#include "algorithmVeld/TextureFusion/projection/DepthBuffer.h"
 #include "algorithmVeld/TextureFusion/records/TexProperties.h"
 #include "algorithmVeld/TextureFusion/records/TexRecords.h"
 
@@ -16,6 +17,8 @@ struct VisibilityLimits
     float norm_thr = 0.0F;       ///< lowest cosine between normal and viewing ray
     int vertex_tex_num_thr = 10; ///< a vertex collects at most so many views
     int image_border = 3;        ///< pixels at the rim of a photograph that do not count
+    PixelRule pixels = PixelRule::TRUNCATED;
+    Dilation dilation = Dilation::FROM_ORIGINAL;
 };
 
 /// The views in which each vertex is seen, in their order. Lists lie side by side in one array.
@@ -36,6 +39,9 @@ public:
         entries_[vertex * most_ + sizes_[vertex]++] = entry;
     }
 
+    /// Puts the entries of each vertex into the order of the views' numbers.
+    void sort_by_view();
+
 private:
     std::size_t most_ = 0;
     std::vector<VertTex> entries_;
@@ -45,6 +51,10 @@ private:
 /// Finds the views in which each vertex is seen, by a depth buffer of vertices: no triangle is
 /// drawn into it, and the gaps between the vertices are closed by a dilation of one pixel.
 /// \param mesh with vertex normals
+/// \param order the positions of the views, each once, in the order in which vertices collect them;
+///        without it, that of `images`
+VertTexLists project_vertices(TriMesh const& mesh, std::vector<TexImage> const& images,
+                              VisibilityLimits const& limits, std::vector<int> const& order);
 VertTexLists project_vertices(TriMesh const& mesh, std::vector<TexImage> const& images,
                               VisibilityLimits const& limits);
 

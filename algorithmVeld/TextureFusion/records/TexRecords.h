@@ -9,6 +9,13 @@
 namespace OrvaneAlgorithm::detail
 {
 
+/// What the pixel of a point is.
+enum class PixelRule
+{
+    TRUNCATED, ///< the whole part; the point itself is kept beside it
+    ROUNDED    ///< half a pixel on, and the whole part; the point counts as being there
+};
+
 /// One view: a photograph and where it was taken.
 struct TexImage
 {

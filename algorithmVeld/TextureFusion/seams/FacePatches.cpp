@@ -104,7 +104,8 @@ void set_group(TriMesh& mesh, TexProperties const& properties, std::vector<FaceH
 } // namespace
 
 std::vector<PatchTex> partition_mesh_by_face(TriMesh& mesh, TexProperties const& properties,
-                                             std::vector<TexImage> const& images, int patch_margin)
+                                             std::vector<TexImage> const& images, int patch_margin,
+                                             StageTexts const& texts)
 {
     log("partition_mesh_by_face() ..\n");
     for (auto const face : mesh.faces())
@@ -124,14 +125,14 @@ std::vector<PatchTex> partition_mesh_by_face(TriMesh& mesh, TexProperties const&
                                          static_cast<int>(patches.size())));
         }
     }
-    log("  total patches:  %8d\n", static_cast<int>(patches.size()));
+    log(texts.total_patches, static_cast<int>(patches.size()));
     return patches;
 }
 
 bool list_patch_faces(TriMesh& mesh, TexProperties const& properties, std::size_t n_patches,
-                      PatchFaces& lists)
+                      PatchFaces& lists, StageTexts const& texts)
 {
-    log("poisson_solve_color_diff() ..\n");
+    log(texts.patch_colours);
     if (n_patches == 0)
     {
         log("  no texture patch.\n");
@@ -154,7 +155,7 @@ bool list_patch_faces(TriMesh& mesh, TexProperties const& properties, std::size_
         auto const p = static_cast<std::size_t>(id);
         if (id < 0 || p >= n_patches)
         {
-            log("  error: patch_id = %d  [%s (%d)]\n", id, __FILE__, __LINE__);
+            log(texts.unknown_patch, id, __FILE__, __LINE__);
             return false;
         }
         lists.patch_faces[p].push_back(face);

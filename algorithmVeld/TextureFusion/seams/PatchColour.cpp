@@ -1,8 +1,9 @@
 #include "algorithmVeld/TextureFusion/seams/PatchColour.h"
 
-#include "algorithmVeld/TextureFusion/seams/PatchSeam.h"
+#include "algorithmVeld/TextureFusion/seams/EdgeSeam.h"
 #include "algorithmVeld/TextureFusion/solve/ColourClamp.h"
 #include "algorithmVeld/TextureFusion/solve/RectangleTasks.h"
+#include "algorithmVeld/TextureFusion/solve/SparseLuSolve.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 
@@ -31,6 +32,7 @@ struct ColourFusion
     std::vector<PatchTex> const& patches;
     PatchFaces const& faces;
     RectangleSolver solver;
+    SeamShape shape;
     std::vector<std::vector<SeamPixel>> seams; ///< of each patch
     std::vector<std::uint8_t> is_on_seam;      ///< of each vertex, of any patch
 
@@ -132,6 +134,8 @@ void log_patch_failure(std::size_t p, RectangleFailure failure)
     case RectangleFailure::SOLUTION:
         log("  patch [%4d] SimplicialLDLT solving failed.\n", id);
         break;
+    case RectangleFailure::SPARSE_LU:
+        break; // It has told why itself.
     case RectangleFailure::PARDISO:
         log("  MKL_Pardiso failed.\n");
         break;
@@ -142,6 +146,13 @@ void log_patch_failure(std::size_t p, RectangleFailure failure)
 PhotoImage fuse_patch(ColourFusion const& fusion, std::size_t p, VertexColours& colours)
 {
     PatchTex const& patch = fusion.patches[p];
+    if (patch.width() <= 0 || patch.height() <= 0)
+    {
+        log("  skip face patch [%6d] [%s (%d)]\n", static_cast<int>(p), __FILE__, __LINE__);
+        log("    with size: [(minx,miny) (maxx,maxy)] = [(%d,%d) (%d,%d)]\n", patch.min_x,
+            patch.min_y, patch.max_x, patch.max_y);
+        return {};
+    }
     PhotoImage image = cut_out(fusion.photo(p), patch);
     if (fusion.faces.patch_boundary_faces[p].empty())
     {
@@ -152,7 +163,7 @@ PhotoImage fuse_patch(ColourFusion const& fusion, std::size_t p, VertexColours& 
     Image<3, float> correction(patch.width(), patch.height());
     Image<1, unsigned char> mask(patch.width(), patch.height());
     prescribe(fusion.seams[p], image, correction, mask);
-    auto const failure = solve_rectangle(correction, mask, fusion.solver);
+    auto const failure = solve_rectangle_timed(correction, mask, fusion.solver, "poisson-solve");
     if (failure != RectangleFailure::NONE)
     {
         log_patch_failure(p, failure);
@@ -163,12 +174,45 @@ PhotoImage fuse_patch(ColourFusion const& fusion, std::size_t p, VertexColours& 
     return image;
 }
 
-/// Finds the seams of all patches before any patch is solved: a vertex on the seam of one patch may
-/// be an inner one of another.
-void find_seams(ColourFusion& fusion)
+void log_rasterized(RasterizedEdges const& rasterized)
 {
-    fusion.seams.resize(fusion.patches.size());
-    fusion.is_on_seam.resize(fusion.mesh.n_vertices());
+    log("rasterization info:\n");
+    log("  rasterization times:         %10d\n", rasterized.n_edges);
+    log("  rasterization total points:  %10d\n", static_cast<int>(rasterized.n_points));
+    log("  rasterization min points:    %10d\n", rasterized.fewest);
+    log("  rasterization max points:    %10d\n", rasterized.most);
+    log("  avg rasterization points:    %10.2f\n", rasterized.mean());
+}
+
+/// Finds the seams of all patches as whole edges.
+void rasterize_seams(ColourFusion& fusion)
+{
+    StepTimer const timer("edge-rasterization", "poisson-solve");
+    std::vector<RasterizedEdges> rasterized(fusion.patches.size());
+    std::vector<std::vector<std::string>> lines(fusion.patches.size());
+    parallel_for_uneven(static_cast<std::ptrdiff_t>(fusion.patches.size()),
+                        [&](std::ptrdiff_t i)
+                        {
+                            auto const p = static_cast<std::size_t>(i);
+                            CollectedLog const collected(lines[p]);
+                            fusion.seams[p] = edge_seam(
+                                fusion.mesh, fusion.properties, fusion.images, fusion.patches[p],
+                                fusion.faces.patch_boundary_faces[p], rasterized[p]);
+                        });
+    RasterizedEdges all;
+    for (std::size_t p = 0; p < rasterized.size(); ++p)
+    {
+        all.add(rasterized[p]);
+        for (auto const& line : lines[p])
+        {
+            CollectedLog::print(line.c_str());
+        }
+    }
+    log_rasterized(all);
+}
+
+void find_vertex_seams(ColourFusion& fusion)
+{
     parallel_for_uneven(static_cast<std::ptrdiff_t>(fusion.patches.size()),
                         [&](std::ptrdiff_t i)
                         {
@@ -177,11 +221,30 @@ void find_seams(ColourFusion& fusion)
                                 patch_seam(fusion.mesh, fusion.properties, fusion.images,
                                            fusion.patches[p], fusion.faces.patch_boundary_faces[p]);
                         });
+}
+
+/// Finds the seams of all patches before any patch is solved: a vertex on the seam of one patch may
+/// be an inner one of another.
+void find_seams(ColourFusion& fusion)
+{
+    fusion.seams.resize(fusion.patches.size());
+    fusion.is_on_seam.resize(fusion.mesh.n_vertices());
+    if (fusion.shape == SeamShape::EDGES)
+    {
+        rasterize_seams(fusion);
+    }
+    else
+    {
+        find_vertex_seams(fusion);
+    }
     for (auto const& seam : fusion.seams)
     {
         for (SeamPixel const& pixel : seam)
         {
-            fusion.is_on_seam[static_cast<std::size_t>(pixel.vertex.idx())] = 1;
+            if (pixel.vertex.is_valid())
+            {
+                fusion.is_on_seam[static_cast<std::size_t>(pixel.vertex.idx())] = 1;
+            }
         }
     }
 }
@@ -199,7 +262,10 @@ void set_vertex_colours(TriMesh& mesh, TexProperties const& properties,
     {
         for (SeamPixel const& pixel : seam)
         {
-            mesh.property(properties.vert_color, pixel.vertex) = pixel.mean;
+            if (pixel.vertex.is_valid())
+            {
+                mesh.property(properties.vert_color, pixel.vertex) = pixel.mean;
+            }
         }
     }
     for (auto const& of_patch : colours)
@@ -216,9 +282,9 @@ void set_vertex_colours(TriMesh& mesh, TexProperties const& properties,
 std::vector<Image<3, unsigned char>>
 fuse_patch_colours(TriMesh& mesh, TexProperties const& properties,
                    std::vector<TexImage> const& images, std::vector<PatchTex> const& patches,
-                   PatchFaces const& faces, RectangleSolver solver)
+                   PatchFaces const& faces, RectangleSolver solver, SeamShape shape)
 {
-    ColourFusion fusion{mesh, properties, images, patches, faces, solver, {}, {}};
+    ColourFusion fusion{mesh, properties, images, patches, faces, solver, shape, {}, {}};
     Stages stages({1, 100});
     stages.next();
     find_seams(fusion);
@@ -227,8 +293,8 @@ fuse_patch_colours(TriMesh& mesh, TexProperties const& properties,
     n_pixels.reserve(patches.size());
     for (PatchTex const& patch : patches)
     {
-        n_pixels.push_back(static_cast<std::size_t>(patch.width()) *
-                           static_cast<std::size_t>(patch.height()));
+        n_pixels.push_back(static_cast<std::size_t>(std::max(patch.width(), 0)) *
+                           static_cast<std::size_t>(std::max(patch.height(), 0)));
     }
     std::vector<PhotoImage> textures(patches.size());
     std::vector<VertexColours> colours(patches.size());

@@ -47,9 +47,9 @@ VertTex const& corner_at(TriMesh const& mesh, TexProperties const& properties, F
     return properties.chosen(mesh, face).corner[k];
 }
 
-/// The colours of a vertex in the views of the faces around it. A view with two of them weighs
-/// twice.
-SeamPixel colours_at(TriMesh const& mesh, TexProperties const& properties,
+} // namespace
+
+SeamPixel seam_pixel(TriMesh const& mesh, TexProperties const& properties,
                      std::vector<TexImage> const& images, PatchTex const& patch, int patch_id,
                      VertexHandle vertex)
 {
@@ -88,8 +88,6 @@ SeamPixel colours_at(TriMesh const& mesh, TexProperties const& properties,
     return pixel;
 }
 
-} // namespace
-
 std::vector<SeamPixel> patch_seam(TriMesh const& mesh, TexProperties const& properties,
                                   std::vector<TexImage> const& images, PatchTex const& patch,
                                   std::vector<FaceHandle> const& boundary_faces)
@@ -102,7 +100,7 @@ std::vector<SeamPixel> patch_seam(TriMesh const& mesh, TexProperties const& prop
         {
             if (is_on_seam(mesh, properties, vertex, patch_id, patch.label))
             {
-                seam.push_back(colours_at(mesh, properties, images, patch, patch_id, vertex));
+                seam.push_back(seam_pixel(mesh, properties, images, patch, patch_id, vertex));
             }
         }
     }

@@ -8,15 +8,28 @@
 namespace OrvaneAlgorithm::detail
 {
 
-/// A vertex between patches of different views, as one of the patches sees it.
+/// What of the edges between patches of different views is prescribed.
+enum class SeamShape
+{
+    VERTICES, ///< their ends, and vertices in which patches touch without an edge
+    EDGES     ///< all of their pixels
+};
+
+/// A pixel between patches of different views, as one of the patches sees it.
 struct SeamPixel
 {
-    OpenMesh::VertexHandle vertex;
-    int x = 0; ///< pixel in the patch's rectangle
+    OpenMesh::VertexHandle vertex; ///< not valid between the ends of an edge
+    int x = 0;                     ///< pixel in the patch's rectangle
     int y = 0;
     PixelColor mean{};                 ///< of all views there, truncated
     std::array<float, 3> correction{}; ///< the mean, not truncated, less the patch's own colour
 };
+
+/// A vertex of a patch: the colours of all views there, of which one with two faces weighs twice.
+/// \param patch_id number of the patch, which has a face at the vertex
+SeamPixel seam_pixel(TriMesh const& mesh, TexProperties const& properties,
+                     std::vector<TexImage> const& images, PatchTex const& patch, int patch_id,
+                     OpenMesh::VertexHandle vertex);
 
 /// The seam of a patch. A vertex is listed once for each of the faces that it is a corner of, and
 /// of several vertices in one pixel the last one counts.

@@ -78,8 +78,9 @@ public:
         unvisit_all(mesh, properties);
     }
 
-    void run(int small_region_face_thr)
+    RelabelledFaces run(int small_region_face_thr)
     {
+        RelabelledFaces relabelled;
         LoopProgress progress(mesh_.n_faces());
         for (auto const face : mesh_.faces())
         {
@@ -90,11 +91,14 @@ public:
                 if (is_small_region(block_, small_region_face_thr))
                 {
                     collect_ring();
-                    give_to_ring();
+                    int const n = give_to_ring();
+                    relabelled.faces += n;
+                    relabelled.blocks += n > 0 ? 1 : 0;
                 }
                 forget();
             }
         }
+        return relabelled;
     }
 
 private:
@@ -153,8 +157,8 @@ private:
     }
 
     /// Each face takes the most frequent view of the ring in which it is seen, and keeps its own
-    /// where there is none: a block can fall apart.
-    void give_to_ring()
+    /// where there is none: a block can fall apart. \return how many take one
+    int give_to_ring()
     {
         counts_.clear();
         for (FaceHandle const face : ring_)
@@ -162,12 +166,14 @@ private:
             counts_.add(label(face));
         }
         std::vector<int> const labels = counts_.by_frequency();
-        for (FaceHandle const face : block_)
-        {
-            static_cast<void>(std::any_of(
-                labels.begin(), labels.end(),
-                [&](int candidate) { return relabel(mesh_, properties_, face, candidate); }));
-        }
+        return static_cast<int>(std::count_if(
+            block_.begin(), block_.end(),
+            [&](FaceHandle face)
+            {
+                return std::any_of(labels.begin(), labels.end(),
+                                   [&](int candidate)
+                                   { return relabel(mesh_, properties_, face, candidate); });
+            }));
     }
 
     /// The ring's faces can still be in a block of their own.
@@ -237,6 +243,23 @@ void count_around_corners(TriMesh const& mesh, TexProperties const& properties, 
     }
 }
 
+/// The views across the edges of a face.
+void count_across_edges(TriMesh const& mesh, TexProperties const& properties, FaceHandle face,
+                        LabelCounts& counts)
+{
+    counts.clear();
+    AcrossEdges const across(mesh);
+    across(face,
+           [&](FaceHandle other)
+           {
+               if (mesh.property(properties.face_has_tex, other))
+               {
+                   counts.add(mesh.property(properties.face_tex_label, other));
+               }
+               return true;
+           });
+}
+
 } // namespace
 
 void filter_face_tex(TriMesh& mesh, TexProperties const& properties, int small_region_face_thr)
@@ -272,10 +295,73 @@ void filter_face_tex(TriMesh& mesh, TexProperties const& properties, int small_r
     }
 }
 
-void optimize_face_tex(TriMesh& mesh, TexProperties const& properties, int small_region_face_thr)
+RelabelledFaces optimize_face_tex(TriMesh& mesh, TexProperties const& properties,
+                                  int small_region_face_thr)
 {
     log("optimize_face_tex() ..\n");
-    BlockSearch(mesh, properties).run(small_region_face_thr);
+    return BlockSearch(mesh, properties).run(small_region_face_thr);
+}
+
+std::vector<std::uint8_t> find_block_by_face(TriMesh& mesh, TexProperties const& properties,
+                                             int small_region_face_thr)
+{
+    unvisit_all(mesh, properties);
+    std::vector<std::uint8_t> is_in_small_block(mesh.n_faces());
+    std::vector<FaceHandle> block;
+    LoopProgress progress(mesh.n_faces());
+    for (auto const start : mesh.faces())
+    {
+        progress.next();
+        int const label = mesh.property(properties.face_tex_label, start);
+        auto const take = [&](FaceHandle face)
+        {
+            if (!mesh.property(properties.face_has_tex, face) ||
+                mesh.property(properties.face_visited, face) ||
+                mesh.property(properties.face_tex_label, face) != label)
+            {
+                return Growth::PASS;
+            }
+            mesh.property(properties.face_visited, face) = true;
+            return Growth::TAKE;
+        };
+        if (take(start) == Growth::TAKE)
+        {
+            block.assign(1, start);
+            grow_faces(mesh, block, [&](FaceHandle, FaceHandle other) { return take(other); });
+            for (FaceHandle const face : block)
+            {
+                is_in_small_block[slot_of(face)] =
+                    is_small_region(block, small_region_face_thr) ? 1 : 0;
+            }
+        }
+    }
+    return is_in_small_block;
+}
+
+int greedy_change_face_tex_by_edge_shared(TriMesh& mesh, TexProperties const& properties)
+{
+    log("greedy_change_face_tex_by_edge_shared() ..\n");
+    auto const is_at_border = mark_block_borders(mesh, properties);
+    LabelCounts across;
+    int n_affected = 0;
+    LoopProgress progress(mesh.n_faces());
+    for (auto const face : mesh.faces())
+    {
+        progress.next();
+        if (is_at_border[slot_of(face)] == 0)
+        {
+            continue;
+        }
+        count_across_edges(mesh, properties, face, across);
+        int const own = mesh.property(properties.face_tex_label, face);
+        if (across.most_frequent() != own &&
+            relabel(mesh, properties, face, across.most_frequent()))
+        {
+            ++n_affected;
+        }
+    }
+    log("  affected faces:    %6d\n", n_affected);
+    return n_affected;
 }
 
 void optimize_boundary_iteration(TriMesh& mesh, TexProperties const& properties)

@@ -10,7 +10,8 @@ enum class RectangleSolver
 {
     SIMPLICIAL, ///< one unknown for each pixel that is not known; the default. Large systems have a
                 ///< solution of their own, which is the same
-    PARDISO     ///< one for each pixel and channel
+    PARDISO,    ///< one for each pixel and channel
+    SPARSE_LU   ///< the first system by Eigen's general solver, as far as that is quick
 };
 
 enum class RectangleFailure
@@ -18,7 +19,8 @@ enum class RectangleFailure
     NONE,
     DECOMPOSITION,
     SOLUTION,
-    PARDISO
+    PARDISO,
+    SPARSE_LU
 };
 
 /// Fills the unknown pixels of a field so that each is the mean of its neighbours in the rectangle

@@ -1,9 +1,11 @@
 #include "algorithmVeld/TextureFusion/solve/RectangleSystems.h"
 
+#include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/common/solver/LoggedSolve.h"
 
 #include <Eigen/SparseCholesky>
+#include <Eigen/SparseLU>
 
 #include <algorithm>
 #include <cstddef>
@@ -100,6 +102,19 @@ Eigen::MatrixX3d unknown_right_side(UnknownPixels const& unknown, Image<3, float
     return b;
 }
 
+void store_unknown(Eigen::MatrixX3d const& x, UnknownPixels const& unknown, Image<3, float>& field)
+{
+    for (std::size_t k = 0; k < unknown.pixels.size(); ++k)
+    {
+        float* const pixel =
+            field.data() + N_CHANNELS * static_cast<std::size_t>(unknown.pixels[k]);
+        for (int c = 0; c < N_CHANNELS; ++c)
+        {
+            pixel[c] = static_cast<float>(x(static_cast<Eigen::Index>(k), c));
+        }
+    }
+}
+
 /// Each unknown pixel less the mean of its neighbours is 0; known ones are what they are.
 RowMajorMatrix mean_matrix(Image<1, unsigned char> const& mask)
 {
@@ -159,15 +174,38 @@ RectangleFailure solve_simplicial(Image<3, float>& field, Image<1, unsigned char
     {
         return RectangleFailure::SOLUTION;
     }
-    for (std::size_t k = 0; k < unknown.pixels.size(); ++k)
+    store_unknown(x, unknown, field);
+    return RectangleFailure::NONE;
+}
+
+RectangleFailure solve_sparse_lu(Image<3, float>& field, Image<1, unsigned char> const& mask)
+{
+    UnknownPixels const unknown(mask);
+    UnknownMatrix a;
+    Eigen::MatrixX3d b;
     {
-        float* const pixel =
-            field.data() + N_CHANNELS * static_cast<std::size_t>(unknown.pixels[k]);
-        for (int c = 0; c < N_CHANNELS; ++c)
-        {
-            pixel[c] = static_cast<float>(x(static_cast<Eigen::Index>(k), c));
-        }
+        StepTimer const timer("fill-sparse-matrix(*)", "poisson-solver(*)");
+        a = unknown_matrix(unknown, mask).selfadjointView<Eigen::Lower>();
+        b = unknown_right_side(unknown, field, mask);
     }
+    Eigen::SparseLU<UnknownMatrix> solver;
+    {
+        StepTimer const timer("matrix-decomposition(*)", "poisson-solver(*)");
+        poll_cancel();
+        solver.compute(a);
+        poll_cancel();
+    }
+    if (solver.info() != Eigen::Success)
+    {
+        log("%s\n", solver.lastErrorMessage().c_str());
+        return RectangleFailure::SPARSE_LU;
+    }
+    Eigen::MatrixX3d const x = solver.solve(b);
+    if (!x.allFinite())
+    {
+        return RectangleFailure::SPARSE_LU;
+    }
+    store_unknown(x, unknown, field);
     return RectangleFailure::NONE;
 }
 

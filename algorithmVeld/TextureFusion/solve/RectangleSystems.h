@@ -41,6 +41,10 @@ private:
 /// One unknown for each unknown pixel, factorised by Eigen's simplicial LDLT.
 RectangleFailure solve_simplicial(Image<3, float>& field, Image<1, unsigned char> const& mask);
 
+/// The same unknowns, by Eigen's sparse LU. Steps "fill-sparse-matrix(*)" and
+/// "matrix-decomposition(*)"; what Eigen says of a failure goes to the log.
+RectangleFailure solve_sparse_lu(Image<3, float>& field, Image<1, unsigned char> const& mask);
+
 /// One unknown for each pixel and channel, by the direct solver.
 RectangleFailure solve_pardiso(Image<3, float>& field, Image<1, unsigned char> const& mask);
 
