@@ -130,6 +130,44 @@ TEST(TextureStep, EveryCornerPointsAtItsPlaceInThePhotograph)
     }
 }
 
+TEST(TextureStep, ByModulesCornersPointAtTheNearestPixel)
+{
+    veld::TextureSettings settings;
+    settings.pipeline = veld::TexturePipeline::MESH;
+    auto const run = run_texture(grid(SHEET_SIDE, SHEET_SIDE), sheet_photos(), settings);
+    auto const& [mesh, image] = run.result.textured;
+    EXPECT_EQ(run.result.patches, 1U);
+    EXPECT_EQ(run.result.textured_faces, 2U * SHEET_SIDE * SHEET_SIDE);
+    EXPECT_EQ(run.result.colourless_faces, 0U);
+    double const pixels = PHOTO_FOCAL_LENGTH / CAMERA_HEIGHT;
+    for (auto const face : mesh.faces())
+    {
+        for (auto const h : mesh.fh_range(face))
+        {
+            Vector3d const p = mesh.point(mesh.to_vertex_handle(h)).cast<double>();
+            double const x = std::floor(PHOTO_CENTRE + pixels * (p.x() - SHEET_CENTRE) + 0.5);
+            double const y = std::floor(PHOTO_CENTRE - pixels * (p.y() - SHEET_CENTRE) + 0.5);
+            for (int channel = 0; channel < 3; ++channel)
+            {
+                ASSERT_NEAR(channel_at(image, mesh.texcoord2D(h), channel),
+                            photo_channel(channel, x, y), 1.0);
+            }
+        }
+    }
+}
+
+TEST(TextureStep, ByModulesPhotographsOfDifferentSizesAreRefused)
+{
+    auto photos = sheet_photos();
+    photos.views.push_back(photos.views.front());
+    photos.images.emplace_back(10, 10);
+    veld::TextureSettings settings;
+    settings.pipeline = veld::TexturePipeline::MESH;
+    settings.balance = false;
+    EXPECT_THAT(texture_reason(grid(SHEET_SIDE, SHEET_SIDE), photos, settings),
+                HasSubstr("different sizes"));
+}
+
 TEST(TextureStep, ScaleTurnsMeshAndPosesIntoMillimetres)
 {
     auto const plain = run_texture(grid(SHEET_SIDE, SHEET_SIDE), sheet_photos());

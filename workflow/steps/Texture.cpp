@@ -7,6 +7,7 @@
 #include "workflow/words.h"
 
 #include "algorithmVeld/TextureFusion/TextureFusion.h"
+#include "algorithmVeld/TextureFusion/TextureMesh.h"
 #include "algorithmVeld/common/BaseTriMesh.h"
 #include "algorithmVeld/common/ParamHolder.h"
 #include "algorithmVeld/common/mesh_conversion.h"
@@ -22,6 +23,7 @@ namespace veld
 
 using OrvaneAlgorithm::BaseTriMesh;
 using OrvaneAlgorithm::TextureFusion;
+using OrvaneAlgorithm::TextureMesh;
 using OrvaneAlgorithm::TriMesh;
 using OrvaneAlgorithm::Vector2f;
 using OrvaneAlgorithm::Vector3d;
@@ -132,9 +134,18 @@ void check_views(TriMesh const& mesh, std::vector<PhotoView> const& views,
     warn_of_tolerance(points, settings.depth_tolerance, source, scope);
 }
 
-TextureFusion set_up(TextureSettings const& settings)
+void set_up(TextureMesh& texture, TextureSettings const& settings)
 {
-    TextureFusion fusion;
+    texture.set_enable_file_saving(false);
+    texture.set_dis_thr(static_cast<float>(settings.depth_tolerance));
+    texture.set_norm_thr(static_cast<float>(settings.lowest_cosine));
+    texture.set_small_region_face_thr(settings.small_region);
+    texture.set_vertex_tex_num_thr(settings.views_per_vertex);
+    texture.set_sub_tex_gap(settings.packing_gap);
+}
+
+void set_up(TextureFusion& fusion, TextureSettings const& settings)
+{
     fusion.set_use_mkl_solver(settings.solver == TextureSolver::PARDISO);
     fusion.set_dis_thr(static_cast<float>(settings.depth_tolerance));
     fusion.set_norm_thr(static_cast<float>(settings.lowest_cosine));
@@ -145,7 +156,36 @@ TextureFusion set_up(TextureSettings const& settings)
     fusion.set_image_border(settings.image_border);
     fusion.set_packing_gap(settings.packing_gap);
     fusion.set_patch_margin(settings.patch_margin);
-    return fusion;
+}
+
+/// Runs a class of the library with the settings that it has.
+template <typename Pipeline>
+OrvaneAlgorithm::RetVal run(BaseTriMesh& base, std::vector<Photo> const& photos,
+                            std::vector<OrvaneAlgorithm::RigidMatrix> const& poses,
+                            std::vector<OrvaneAlgorithm::CameraInParam> const& intrinsics,
+                            TextureResult& result)
+{
+    Pipeline pipeline;
+    set_up(pipeline, result.settings);
+    auto const returned =
+        pipeline.texture_fusion(base, photos, poses, intrinsics, OrvaneAlgorithm::gPH.log_enabled);
+    result.patches = pipeline.counts().patches;
+    result.texture_holes = pipeline.counts().texture_holes;
+    result.textured_faces = pipeline.counts().textured_faces;
+    return returned;
+}
+
+void check_sizes(std::vector<Photo> const& photos)
+{
+    for (auto const& photo : photos)
+    {
+        if (photo.width() != photos.front().width() || photo.height() != photos.front().height())
+        {
+            throw InputError("the photographs have different sizes, which the pipeline \"mesh\" "
+                             "does not take; \"fusion\" does",
+                             "pipeline");
+        }
+    }
 }
 
 /// The photographs with one gain each that makes them agree on the places that they share.
@@ -172,11 +212,16 @@ BaseTriMesh fuse(TriMesh const& mesh, std::vector<PhotoView> const& views,
         poses.push_back(view.pose);
         intrinsics.push_back(view.intrinsics);
     }
+    if (result.settings.pipeline == TexturePipeline::MESH)
+    {
+        check_sizes(photos);
+    }
     BaseTriMesh base;
     OrvaneAlgorithm::TriMesh_convert_to_BaseTriMesh(mesh, base);
-    TextureFusion fusion = set_up(result.settings);
-    if (fusion.texture_fusion(base, photos, poses, intrinsics, OrvaneAlgorithm::gPH.log_enabled) !=
-        OrvaneAlgorithm::RET_SUCCESS)
+    auto const failure = result.settings.pipeline == TexturePipeline::MESH
+                             ? run<TextureMesh>(base, photos, poses, intrinsics, result)
+                             : run<TextureFusion>(base, photos, poses, intrinsics, result);
+    if (failure != OrvaneAlgorithm::RET_SUCCESS)
     {
         throw OperationError(
             fmt::format("no photograph shows a region of more than {}; the depth tolerance ({} mm) "
@@ -185,9 +230,6 @@ BaseTriMesh fuse(TriMesh const& mesh, std::vector<PhotoView> const& views,
                         result.settings.depth_tolerance),
             "depth_tolerance");
     }
-    result.patches = fusion.counts().patches;
-    result.texture_holes = fusion.counts().texture_holes;
-    result.textured_faces = fusion.counts().textured_faces;
     return base;
 }
 
@@ -249,7 +291,7 @@ void warn_of_unseen(TextureResult const& result, std::string const& source, Step
 std::map<std::string, TexturePipeline> const& texture_pipelines()
 {
     static std::map<std::string, TexturePipeline> const pipelines{
-        {"fusion", TexturePipeline::FUSION}};
+        {"fusion", TexturePipeline::FUSION}, {"mesh", TexturePipeline::MESH}};
     return pipelines;
 }
 

@@ -17,7 +17,9 @@ namespace veld
 /// The way in which photographs become a texture.
 enum class TexturePipeline
 {
-    FUSION ///< Large blocks of one photograph, corrected where they meet.
+    FUSION, ///< Large blocks of one photograph, corrected where they meet.
+    MESH ///< The same with corrections along whole edges, for photographs of one size. Takes none
+         ///< of the settings of holes, the image border, the patch margin and the solver.
 };
 
 /// What solves for the corrections of colours.
@@ -27,7 +29,7 @@ enum class TextureSolver
     PARDISO     ///< The library's direct solver.
 };
 
-/// "fusion".
+/// "fusion", "mesh".
 VELD_WORKFLOW_API std::map<std::string, TexturePipeline> const& texture_pipelines();
 /// "simplicial", "pardiso".
 VELD_WORKFLOW_API std::map<std::string, TextureSolver> const& texture_solvers();
@@ -69,7 +71,8 @@ struct TextureResult
 
 /// Gives a mesh the photographs as its texture. The same bytes for any number of threads.
 ///
-/// Throws `InputError` where no photograph has a vertex in view, `OperationError` where none shows
+/// Throws `InputError` where no photograph has a vertex in view, or where `MESH` gets photographs
+/// of different sizes, `OperationError` where none shows
 /// a region of more faces than count. Warns where the mesh seems to have another unit than the
 /// poses or than millimetres, and where much of it is seen by no photograph.
 VELD_WORKFLOW_API TextureResult texture(OrvaneAlgorithm::TriMesh const& mesh,

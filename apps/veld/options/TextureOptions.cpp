@@ -20,8 +20,9 @@ constexpr double LARGEST_UNIT = 1e6;
 void TextureOptions::add(CLI::App& app)
 {
     add_choice(app, "--pipeline", pipeline_, names_in(texture_pipelines()),
-               "fusion: large blocks of one photograph, corrected where they meet (default: "
-               "fusion)");
+               "fusion: large blocks of one photograph, corrected where they meet; mesh: the same "
+               "along whole edges, for photographs of one size, without the options of holes, "
+               "image border, patch margin and solver (default: fusion)");
     app.add_flag("--keep-exposures", keep_exposures_,
                  "Take the photographs as they are; without it each gets one gain a channel, so "
                  "that they agree on the places that several show");
