@@ -1,9 +1,9 @@
 #include "algorithmVeld/TextureFusion/atlas/AtlasArrangement.h"
 
+#include "tests/TextureFusion/reference_arrangement.h"
+
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <array>
 #include <random>
 #include <vector>
 
@@ -16,6 +16,9 @@ using OrvaneAlgorithm::detail::arrangement_order;
 using OrvaneAlgorithm::detail::AtlasArrangement;
 using OrvaneAlgorithm::detail::BlackCell;
 using OrvaneAlgorithm::detail::PatchTex;
+using veld_test::reference::find_pixel_plainly;
+using veld_test::reference::overlap;
+using veld_test::reference::place_plainly;
 
 PatchTex piece(int width, int height)
 {
@@ -25,63 +28,6 @@ PatchTex piece(int width, int height)
     result.min_y = 20;
     result.max_y = 20 + height - 1;
     return result;
-}
-
-/// The overlap of two pieces, as it is stated for pairs.
-bool overlap(PatchTex const& a, PatchTex const& b, int gap)
-{
-    return a.atlas_x <= b.atlas_x + (b.max_x - b.min_x) + gap &&
-           a.atlas_x + (a.max_x - a.min_x) + gap >= b.atlas_x &&
-           a.atlas_y <= b.atlas_y + (b.max_y - b.min_y) + gap &&
-           a.atlas_y + (a.max_y - a.min_y) + gap >= b.atlas_y;
-}
-
-std::array<Vector2i, 3> places_at(PatchTex const& piece, int gap)
-{
-    int const right = piece.atlas_x + piece.width() + gap;
-    int const below = piece.atlas_y + piece.height() + gap;
-    return {Vector2i(piece.atlas_x, below), Vector2i(right, piece.atlas_y), Vector2i(right, below)};
-}
-
-/// Tries all places of all pieces, and compares with all pieces.
-bool place_plainly(std::vector<PatchTex> const& placed, PatchTex& next, int gap)
-{
-    for (PatchTex const& before : placed)
-    {
-        for (Vector2i const& place : places_at(before, gap))
-        {
-            next.atlas_x = place.x();
-            next.atlas_y = place.y();
-            if (std::none_of(placed.begin(), placed.end(),
-                             [&](PatchTex const& other) { return overlap(next, other, gap); }))
-            {
-                return true;
-            }
-        }
-    }
-    return false;
-}
-
-bool find_pixel_plainly(std::vector<PatchTex> const& placed, std::size_t n, int gap, Vector2i size,
-                        BlackCell& pixel)
-{
-    for (std::size_t i = 0; i < n; ++i)
-    {
-        for (Vector2i const& place : places_at(placed[i], gap))
-        {
-            PatchTex cell = piece(1, 1);
-            cell.atlas_x = place.x();
-            cell.atlas_y = place.y();
-            if (place.x() < size.y() && place.y() < size.x() &&
-                std::none_of(placed.begin(), placed.end(),
-                             [&](PatchTex const& other) { return overlap(cell, other, gap); }))
-            {
-                pixel = {place.x(), place.y()};
-                return true;
-            }
-        }
-    }
-    return false;
 }
 
 std::vector<PatchTex> random_pieces(std::mt19937& random, int n, int largest)
@@ -124,20 +70,16 @@ TEST(AtlasArrangement, PiecesLieWhereTheSearchOverAllPlacesAndPiecesPutsThem)
             ASSERT_EQ(pieces[i].atlas_y, expected.atlas_y);
             placed.push_back(expected);
         }
-        Vector2i size(0, 0);
-        for (PatchTex const& record : placed)
-        {
-            size = size.cwiseMax(
-                Vector2i(record.atlas_y + record.height(), record.atlas_x + record.width()));
-        }
+        Vector2i const size = veld_test::reference::size_of_all(placed);
         EXPECT_EQ(arrangement.size(), size);
-        BlackCell expected;
         BlackCell found;
         std::size_t const n = (placed.size() + 1) / 2;
-        ASSERT_EQ(arrangement.find_free_pixel(n, found),
-                  find_pixel_plainly(placed, n, gap, size, expected));
-        EXPECT_EQ(found.column, expected.column);
-        EXPECT_EQ(found.row, expected.row);
+        auto const expected = find_pixel_plainly(placed, n, gap, size);
+        ASSERT_EQ(arrangement.find_free_pixel(n, found), expected.has_value());
+        if (expected)
+        {
+            EXPECT_EQ(Vector2i(found.column, found.row), *expected);
+        }
     }
 }
 

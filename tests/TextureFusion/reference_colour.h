@@ -286,24 +286,14 @@ inline void correct(PatchCanvas& work, Taken& taken)
     }
 }
 
-/// The patches' images, corrected at the seams; and the colours of the vertices.
-inline std::vector<PatchCanvas> fuse(PlainMesh const& mesh, TextureState& state,
-                                     std::vector<TexImage> const& views,
-                                     std::vector<PatchTex> const& patches, FaceLists const& faces,
-                                     FaceLists const& border, Taken& taken)
+/// Corrects the patches at others by what is prescribed, and gives the vertices off the seams their
+/// colours.
+/// \param is_seam whether each vertex has its colour from a seam
+inline void correct_patches(PlainMesh const& mesh, TextureState& state,
+                            std::vector<PatchTex> const& patches, FaceLists const& faces,
+                            FaceLists const& border, std::vector<bool> const& is_seam,
+                            std::vector<PatchCanvas>& work, Taken& taken)
 {
-    std::vector<PatchCanvas> work;
-    std::vector<bool> is_seam(mesh.points.size(), false);
-    state.color.assign(mesh.points.size(), PixelColor{});
-    for (std::size_t p = 0; p < patches.size(); ++p)
-    {
-        work.emplace_back(views[at(patches[p].label)].image, patches[p]);
-        for (int const v : seam_vertices(mesh, state, border[p]))
-        {
-            is_seam[at(v)] = true;
-            prescribe(mesh, state, views, patches[p], static_cast<int>(p), v, work[p]);
-        }
-    }
     for (std::size_t p = 0; p < patches.size(); ++p)
     {
         ++taken[border[p].empty() ? "patch alone" : "patch at others"];
@@ -330,6 +320,27 @@ inline std::vector<PatchCanvas> fuse(PlainMesh const& mesh, TextureState& state,
             }
         }
     }
+}
+
+/// The patches' images, corrected at the seams; and the colours of the vertices.
+inline std::vector<PatchCanvas> fuse(PlainMesh const& mesh, TextureState& state,
+                                     std::vector<TexImage> const& views,
+                                     std::vector<PatchTex> const& patches, FaceLists const& faces,
+                                     FaceLists const& border, Taken& taken)
+{
+    std::vector<PatchCanvas> work;
+    std::vector<bool> is_seam(mesh.points.size(), false);
+    state.color.assign(mesh.points.size(), PixelColor{});
+    for (std::size_t p = 0; p < patches.size(); ++p)
+    {
+        work.emplace_back(views[at(patches[p].label)].image, patches[p]);
+        for (int const v : seam_vertices(mesh, state, border[p]))
+        {
+            is_seam[at(v)] = true;
+            prescribe(mesh, state, views, patches[p], static_cast<int>(p), v, work[p]);
+        }
+    }
+    correct_patches(mesh, state, patches, faces, border, is_seam, work, taken);
     return work;
 }
 
