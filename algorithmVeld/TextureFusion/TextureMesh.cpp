@@ -692,6 +692,7 @@ RetVal TextureMesh::module_compute_texture()
         return RET_INVALID_INPUT;
     }
     work.done = Work::Done::HOLES_FOUND;
+    counts_ = count();
     struct Step
     {
         char const* timer;
@@ -720,7 +721,6 @@ RetVal TextureMesh::module_compute_texture()
              detail::save_fused_texture_model(work.mesh, work.properties, work.uv_coords,
                                               texture_name_);
          });
-    counts_ = count();
     work.done = Work::Done::ALL;
     return RET_SUCCESS;
 }

@@ -101,7 +101,8 @@ public:
                           std::vector<RigidMatrix> const& poses,
                           std::vector<CameraInParam> const& intrinsics, bool verbose);
 
-    /// What the last `process_fusion` made, by whichever way; all 0 before it, and where it failed.
+    /// What the last `process_fusion` made, by whichever way; all 0 before it, and where data was
+    /// missing. With patches, only a pixel for faces without a colour can have been missing.
     TextureCounts const& counts() const { return counts_; }
 
     /// The pixels of a straight line. They may start at either end.

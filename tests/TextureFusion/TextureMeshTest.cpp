@@ -484,6 +484,19 @@ TEST(TextureMesh, TwoEqualPatchesLeaveNoPixelForFacesWithoutColour)
     EXPECT_FALSE(mesh.has_texture);
 }
 
+TEST(TextureMesh, ALonePatchWithoutGapsLeavesNoSuchPixelEither)
+{
+    ModuleScene const scene = square_and_one_view();
+    TextureMesh texture;
+    texture.set_sub_tex_gap(0);
+    scene.give_to(texture);
+    EXPECT_EQ(texture.process_fusion(), RET_FAILED);
+    EXPECT_EQ(texture.counts().patches, 1U);
+    EXPECT_EQ(texture.counts().textured_faces, 288U);
+    texture.set_sub_tex_gap(1);
+    EXPECT_EQ(texture.process_fusion(), RET_SUCCESS);
+}
+
 TEST(TextureMesh, MayBeCancelledAnywhereAndLeavesTheMesh)
 {
     ModuleScene const scene = strip_and_three_views();

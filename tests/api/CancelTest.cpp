@@ -142,7 +142,9 @@ std::vector<RangeData> const& frames()
 }
 
 /// Textures the mesh by photographs from above, and moves vertices by their coordinates.
-void texture_from_above(BaseTriMesh& arrays)
+/// \param texture takes arrays, photographs, poses and intrinsics
+template <typename Texture>
+void texture_from_above(BaseTriMesh& arrays, Texture const& texture)
 {
     std::vector<Image<3, unsigned char>> images;
     std::vector<RigidMatrix> poses;
@@ -158,7 +160,7 @@ void texture_from_above(BaseTriMesh& arrays)
         poses.push_back(pose);
     }
     std::vector<CameraInParam> const cameras(3, CameraInParam(300.0, 300.0, 100.0, 100.0));
-    ASSERT_EQ(texture_fusion(arrays, images, poses, cameras, false), RET_SUCCESS);
+    ASSERT_EQ(texture(arrays, images, poses, cameras), RET_SUCCESS);
     for (std::size_t f = 0; f < arrays.get_fn(); ++f)
     {
         auto const id = static_cast<std::size_t>(arrays.face_texture_ids[f][0]);
@@ -294,7 +296,22 @@ std::vector<MeshOperation> const& operations()
              mesh.repair_illegal();
          },
          true},
-        {"texture_fusion", [](TriMesh& mesh) { through_arrays(mesh, texture_from_above); }},
+        {"texture_fusion",
+         [](TriMesh& mesh)
+         {
+             auto const texture = [](auto&... arguments)
+             { return texture_fusion(arguments..., false); };
+             through_arrays(mesh,
+                            [&](BaseTriMesh& arrays) { texture_from_above(arrays, texture); });
+         }},
+        {"texture_mesh",
+         [](TriMesh& mesh)
+         {
+             auto const texture = [](auto&... arguments)
+             { return TextureMesh().texture_fusion(arguments..., false); };
+             through_arrays(mesh,
+                            [&](BaseTriMesh& arrays) { texture_from_above(arrays, texture); });
+         }},
         {"arrays", [](TriMesh& mesh) { through_arrays(mesh, [](BaseTriMesh&) {}); }},
         {"ply_file", [](TriMesh& mesh) { through_file(mesh, "mesh.ply"); }},
         {"stl_file", [](TriMesh& mesh) { through_file(mesh, "mesh.stl"); }},

@@ -41,20 +41,83 @@ protected:
 
 TEST_F(TextureCommand, HasTheDocumentedKeys)
 {
-    Outcome const run = texture({"-o", out("model.obj"), "--json"});
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(run.err, "");
-    auto const result = run.json();
-    EXPECT_THAT(keys_of(result),
-                testing::UnorderedElementsAre("photographs", "patches", "texture_holes", "faces",
-                                              "textured_faces", "colourless_faces", "atlas_width",
-                                              "atlas_height", "seconds"));
-    EXPECT_EQ(result["photographs"], 1);
-    EXPECT_EQ(result["patches"], 1);
-    EXPECT_EQ(result["texture_holes"], 0);
-    EXPECT_EQ(result["faces"], 1800);
-    EXPECT_EQ(result["textured_faces"], 1800);
-    EXPECT_THAT(files_in(results_.path()), ElementsAre("model.jpg", "model.mtl", "model.obj"));
+    for (auto const* const pipeline : {"fusion", "mesh"})
+    {
+        SCOPED_TRACE(pipeline);
+        Outcome const run = texture({"-o", out("model.obj"), "--json", "--pipeline", pipeline});
+        ASSERT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(run.err, "");
+        auto const result = run.json();
+        EXPECT_THAT(keys_of(result),
+                    testing::UnorderedElementsAre("photographs", "patches", "texture_holes",
+                                                  "faces", "textured_faces", "colourless_faces",
+                                                  "atlas_width", "atlas_height", "seconds"));
+        EXPECT_EQ(result["photographs"], 1);
+        EXPECT_EQ(result["patches"], 1);
+        EXPECT_EQ(result["texture_holes"], 0);
+        EXPECT_EQ(result["faces"], 1800);
+        EXPECT_EQ(result["textured_faces"], 1800);
+        EXPECT_EQ(result["colourless_faces"], 0);
+        EXPECT_THAT(files_in(results_.path()), ElementsAre("model.jpg", "model.mtl", "model.obj"));
+    }
+}
+
+TEST_F(TextureCommand, ByModulesAloneThePieceHasThreeGapsMore)
+{
+    auto const size = [&](std::vector<std::string> more)
+    {
+        more.insert(more.end(), {"-o", out("model.glb"), "--json", "--pipeline", "mesh"});
+        auto const result = texture(more).json();
+        return std::make_pair(result["atlas_width"].get<int>(), result["atlas_height"].get<int>());
+    };
+    // The sheet goes from column 4.5 to 94.5, which is rounded to 5 and 95, so it has 91; and 3 on
+    // each side.
+    EXPECT_EQ(size({"--packing-gap", "1"}), std::make_pair(100, 100));
+    EXPECT_EQ(size({"--packing-gap", "5"}), std::make_pair(112, 112));
+    EXPECT_EQ(size({}), std::make_pair(106, 106));
+}
+
+TEST_F(TextureCommand, WhatAPipelineDoesNotUseIsRefused)
+{
+    auto const refusal = [&](char const* option, char const* value)
+    {
+        Outcome const run = texture({"-o", out("m.glb"), "--pipeline", "mesh", option, value});
+        EXPECT_EQ(run.status, 1);
+        EXPECT_EQ(run.error_lines(), 1) << run.err;
+        return run.err;
+    };
+    EXPECT_EQ(refusal("--image-border", "3"),
+              "error: --image-border: --pipeline mesh does not use it: to it photographs count up "
+              "to their rim (see veld texture --help)\n");
+    for (auto const* const option : {"--hole-ratio", "--hole-vertices", "--patch-margin"})
+    {
+        EXPECT_THAT(refusal(option, "1"), StartsWith(std::string("error: ") + option +
+                                                     ": --pipeline mesh does not use it: "));
+    }
+    EXPECT_THAT(refusal("--solver", "simplicial"),
+                StartsWith("error: --solver: --pipeline mesh does not use it: "));
+    Outcome const no_gap =
+        texture({"-o", out("m.glb"), "--pipeline", "mesh", "--packing-gap", "0"});
+    EXPECT_EQ(no_gap.status, 2);
+    EXPECT_EQ(no_gap.error_lines(), 1);
+    EXPECT_THAT(no_gap.err, EndsWith("(see --packing-gap)\n"));
+    EXPECT_TRUE(files_in(results_.path()).empty());
+    EXPECT_EQ(texture({"-o", out("m.glb"), "--pipeline", "fusion", "--image-border", "3"}).status,
+              0);
+}
+
+TEST_F(TextureCommand, ByModulesPhotographsOfDifferentSizesAreRefused)
+{
+    auto other = sheet_view("two.png");
+    other["width"] = 50;
+    PhotoDir const two(nlohmann::json::array({sheet_view("one.png"), other}));
+    ASSERT_EQ(OrvaneAlgorithm::write_rgb_image(two.file("two.png"), sheet_photo(50)), 0);
+    Outcome const run = run_veld({"texture", sheet_.mesh(), "--photos", two.path().string(), "-o",
+                                  out("m.glb"), "--pipeline", "mesh"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.error_lines(), 1) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("different sizes"));
+    EXPECT_TRUE(files_in(results_.path()).empty());
 }
 
 TEST_F(TextureCommand, ReportsInALineForPeople)
@@ -70,12 +133,16 @@ TEST_F(TextureCommand, ReportsInALineForPeople)
 
 TEST_F(TextureCommand, MeshAndModelMayBeStreams)
 {
-    ASSERT_EQ(texture({"-o", out("file.glb")}).status, 0);
-    Outcome const run = run_veld_in(
-        sheet_.path(), "texture - --photos " + quoted(photos_.path().string()) + " -o - < mesh.ply",
-        out("stream.glb"));
-    ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(file_content(out("stream.glb")), file_content(out("file.glb")));
+    for (std::string const pipeline : {"fusion", "mesh"})
+    {
+        ASSERT_EQ(texture({"-o", out("file.glb"), "--pipeline", pipeline}).status, 0);
+        Outcome const run = run_veld_in(sheet_.path(),
+                                        "texture - --photos " + quoted(photos_.path().string()) +
+                                            " -o - --pipeline " + pipeline + " < mesh.ply",
+                                        out("stream.glb"));
+        ASSERT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(file_content(out("stream.glb")), file_content(out("file.glb")));
+    }
     EXPECT_THAT(texture({"-o", out("x.glb"), "--format", "obj"}).err,
                 HasSubstr("--format: is for a mesh on standard input"));
 }
@@ -154,7 +221,6 @@ TEST_F(TextureCommand, UnitsThatDoNotFitAreWarnedOf)
 
 TEST_F(TextureCommand, RenderShowsTheTexture)
 {
-    ASSERT_EQ(texture({"-o", out("model.obj")}).status, 0);
     auto const draw = [&](std::string const& mesh)
     {
         Outcome const run =
@@ -166,14 +232,20 @@ TEST_F(TextureCommand, RenderShowsTheTexture)
         EXPECT_EQ(OrvaneAlgorithm::read_rgb_image(out("picture.png"), picture), 0);
         return picture;
     };
-    auto const textured = draw(out("model.obj"));
-    // The photograph is bluer on the right and greener below; the middle of the picture is its own.
-    EXPECT_GT(textured.pixel(80, 50)[0], textured.pixel(20, 50)[0] + 80);
-    EXPECT_GT(textured.pixel(50, 80)[1], textured.pixel(50, 20)[1] + 80);
-    for (int channel = 0; channel < 3; ++channel)
+    for (auto const* const pipeline : {"fusion", "mesh"})
     {
-        EXPECT_NEAR(textured.pixel(50, 50)[channel],
-                    photo_channel(channel, PHOTO_CENTRE, PHOTO_CENTRE), 4.0);
+        SCOPED_TRACE(pipeline);
+        ASSERT_EQ(texture({"-o", out("model.obj"), "--pipeline", pipeline}).status, 0);
+        auto const textured = draw(out("model.obj"));
+        // The photograph is bluer on the right and greener below; the middle of the picture is its
+        // own.
+        EXPECT_GT(textured.pixel(80, 50)[0], textured.pixel(20, 50)[0] + 80);
+        EXPECT_GT(textured.pixel(50, 80)[1], textured.pixel(50, 20)[1] + 80);
+        for (int channel = 0; channel < 3; ++channel)
+        {
+            EXPECT_NEAR(textured.pixel(50, 50)[channel],
+                        photo_channel(channel, PHOTO_CENTRE, PHOTO_CENTRE), 4.0);
+        }
     }
     auto const plain = draw(sheet_.mesh());
     EXPECT_NEAR(plain.pixel(80, 50)[0], plain.pixel(20, 50)[0], 3);
@@ -198,6 +270,10 @@ TEST_F(TextureCommandRealData, TheCastleAndTheCartonAreTextured)
         texture("photos_castle/mesh_coarse.ply", "photos_castle", {"--depth-tolerance", "0.02"});
     EXPECT_EQ(castle["photographs"], 10);
     EXPECT_GT(castle["textured_faces"], 13'000);
+    auto const by_modules =
+        texture("photos_castle/mesh_coarse.ply", "photos_castle",
+                {"--depth-tolerance", "0.02", "--pipeline", "mesh", "--keep-exposures"});
+    EXPECT_GT(by_modules["textured_faces"], 13'000);
     auto const carton = texture("photos_carton/mesh.ply", "photos_carton", {"--scale", "1000"});
     EXPECT_EQ(carton["photographs"], 24);
     EXPECT_GT(carton["textured_faces"], 15'000);

@@ -93,6 +93,9 @@ TEST(StepJson, SettingsComeBackAsTheyWere)
     texture.patch_margin = 4;
     texture.solver = veld::TextureSolver::PARDISO;
     expect_round_trip(texture);
+    texture.pipeline = veld::TexturePipeline::MESH;
+    texture.packing_gap.reset();
+    expect_round_trip(texture);
     expect_round_trip(veld::CutSticksSettings{veld::StickTips::DOWN});
     expect_round_trip(veld::KeyframesSettings{veld::KeyframesMethod::SORT, 12});
     expect_round_trip(veld::NormalsSettings{24, OrvaneAlgorithm::Vector3f(1.0F, 2.0F, 3.0F)});

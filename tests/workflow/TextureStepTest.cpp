@@ -9,9 +9,12 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <optional>
+#include <vector>
 
 namespace
 {
@@ -153,6 +156,59 @@ TEST(TextureStep, ByModulesCornersPointAtTheNearestPixel)
                             photo_channel(channel, x, y), 1.0);
             }
         }
+    }
+}
+
+TEST(TextureStep, ByModulesPiecesOfTheAtlasLieThreePixelsApart)
+{
+    auto const width = [](std::optional<int> gap)
+    {
+        veld::TextureSettings settings;
+        settings.pipeline = veld::TexturePipeline::MESH;
+        settings.packing_gap = gap;
+        auto const run = run_texture(grid(SHEET_SIDE, SHEET_SIDE), sheet_photos(), settings);
+        return run.result.textured.image.width();
+    };
+    // One piece alone has three gaps beside it.
+    EXPECT_EQ(width({}), width(1) + 6);
+    EXPECT_EQ(width(20), width(1) + 57);
+}
+
+TEST(TextureStep, ByModulesWithoutAPixelForNoColourItFailsAndSaysSo)
+{
+    veld::TextureSettings settings;
+    settings.pipeline = veld::TexturePipeline::MESH;
+    settings.packing_gap = 0;
+    EXPECT_THAT(texture_reason(grid(SHEET_SIDE, SHEET_SIDE), sheet_photos(), settings),
+                StartsWith("the pieces of the atlas leave no pixel between them"));
+}
+
+TEST(TextureStep, ByModulesItEndsWhereItIsAskedTo)
+{
+    veld::TextureSettings settings;
+    settings.pipeline = veld::TexturePipeline::MESH;
+    auto const photos = sheet_photos();
+    auto const mesh = grid(SHEET_SIDE, SHEET_SIDE);
+    std::vector<double> told;
+    veld::Context context;
+    context.progress = [&](veld::Progress const& progress) { told.push_back(progress.fraction); };
+    veld::texture(mesh, photos, settings, context);
+    ASSERT_GT(told.size(), 5U);
+    EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
+    for (double const share : {0.15, 0.4, 0.7, 0.9})
+    {
+        SCOPED_TRACE(share);
+        OrvaneAlgorithm::CancelToken const token;
+        veld::Context stopped;
+        stopped.cancel = token;
+        stopped.progress = [&](veld::Progress const& progress)
+        {
+            if (progress.fraction >= share)
+            {
+                token.cancel();
+            }
+        };
+        EXPECT_THROW(veld::texture(mesh, photos, settings, stopped), OrvaneAlgorithm::Cancelled);
     }
 }
 

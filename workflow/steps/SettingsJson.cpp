@@ -389,20 +389,24 @@ void read_settings(Json const& json, std::string const& place, RenderSettings& s
 
 Json to_json(TextureSettings const& settings)
 {
-    return {{"pipeline", name_in(texture_pipelines(), settings.pipeline)},
-            {"scale", settings.scale},
-            {"pose_scale", settings.pose_scale},
-            {"balance", settings.balance},
-            {"depth_tolerance", settings.depth_tolerance},
-            {"lowest_cosine", settings.lowest_cosine},
-            {"views_per_vertex", settings.views_per_vertex},
-            {"small_region", settings.small_region},
-            {"hole_ratio", settings.hole_ratio},
-            {"hole_vertices", settings.hole_vertices},
-            {"image_border", settings.image_border},
-            {"packing_gap", settings.packing_gap},
-            {"patch_margin", settings.patch_margin},
-            {"solver", name_in(texture_solvers(), settings.solver)}};
+    Json json{{"pipeline", name_in(texture_pipelines(), settings.pipeline)},
+              {"scale", settings.scale},
+              {"pose_scale", settings.pose_scale},
+              {"balance", settings.balance},
+              {"depth_tolerance", settings.depth_tolerance},
+              {"lowest_cosine", settings.lowest_cosine},
+              {"views_per_vertex", settings.views_per_vertex},
+              {"small_region", settings.small_region},
+              {"hole_ratio", settings.hole_ratio},
+              {"hole_vertices", settings.hole_vertices},
+              {"image_border", settings.image_border},
+              {"patch_margin", settings.patch_margin},
+              {"solver", name_in(texture_solvers(), settings.solver)}};
+    if (settings.packing_gap)
+    {
+        json["packing_gap"] = *settings.packing_gap;
+    }
+    return json;
 }
 
 void read_settings(Json const& json, std::string const& place, TextureSettings& settings)
@@ -419,7 +423,12 @@ void read_settings(Json const& json, std::string const& place, TextureSettings& 
     reader.number("hole_ratio", settings.hole_ratio, 0.0);
     reader.integer("hole_vertices", settings.hole_vertices, 0);
     reader.integer("image_border", settings.image_border, 0);
-    reader.integer("packing_gap", settings.packing_gap, 0, 1000);
+    if (reader.has("packing_gap"))
+    {
+        int value = 0;
+        reader.integer("packing_gap", value, 0, 1000);
+        settings.packing_gap = value;
+    }
     reader.integer("patch_margin", settings.patch_margin, 0, 1000);
     reader.name("solver", settings.solver, texture_solvers());
     reader.finish();

@@ -60,7 +60,7 @@ void check_settings(TextureSettings const& settings)
     check_range(settings.hole_ratio, 0.0, LARGEST_LENGTH, "hole_ratio");
     check_range(settings.hole_vertices, 0.0, LARGEST_COUNT, "hole_vertices");
     check_range(settings.image_border, 0.0, LARGEST_COUNT, "image_border");
-    check_range(settings.packing_gap, 0.0, LARGEST_MARGIN, "packing_gap");
+    check_range(settings.packing_gap.value_or(0), 0.0, LARGEST_MARGIN, "packing_gap");
     check_range(settings.patch_margin, 0.0, LARGEST_MARGIN, "patch_margin");
 }
 
@@ -141,7 +141,10 @@ void set_up(TextureMesh& texture, TextureSettings const& settings)
     texture.set_norm_thr(static_cast<float>(settings.lowest_cosine));
     texture.set_small_region_face_thr(settings.small_region);
     texture.set_vertex_tex_num_thr(settings.views_per_vertex);
-    texture.set_sub_tex_gap(settings.packing_gap);
+    if (settings.packing_gap)
+    {
+        texture.set_sub_tex_gap(*settings.packing_gap);
+    }
 }
 
 void set_up(TextureFusion& fusion, TextureSettings const& settings)
@@ -154,7 +157,10 @@ void set_up(TextureFusion& fusion, TextureSettings const& settings)
     fusion.set_hole_area_ratio(static_cast<float>(settings.hole_ratio));
     fusion.set_hole_vertex_limit(settings.hole_vertices);
     fusion.set_image_border(settings.image_border);
-    fusion.set_packing_gap(settings.packing_gap);
+    if (settings.packing_gap)
+    {
+        fusion.set_packing_gap(*settings.packing_gap);
+    }
     fusion.set_patch_margin(settings.patch_margin);
 }
 
@@ -201,6 +207,25 @@ std::vector<Photo> balanced(std::vector<Photo> photos, std::vector<PhotoView> co
     return photos;
 }
 
+/// Tells why the library gave no texture.
+[[noreturn]] void throw_failure(TextureResult const& result)
+{
+    if (result.patches > 0)
+    {
+        throw OperationError(
+            "the pieces of the atlas leave no pixel between them for faces without "
+            "a colour, which the pipeline \"mesh\" needs; another gap between them "
+            "may leave one, and \"fusion\" always has one",
+            "packing_gap");
+    }
+    throw OperationError(
+        fmt::format("no photograph shows a region of more than {}; the depth tolerance ({} mm) may "
+                    "be too small for the mesh, or its lengths are of another unit",
+                    counted(static_cast<std::size_t>(result.settings.small_region), "face"),
+                    result.settings.depth_tolerance),
+        "depth_tolerance");
+}
+
 /// Runs the library on a copy, which has the faces and the vertices of the mesh in their order.
 BaseTriMesh fuse(TriMesh const& mesh, std::vector<PhotoView> const& views,
                  std::vector<Photo> const& photos, TextureResult& result)
@@ -223,12 +248,7 @@ BaseTriMesh fuse(TriMesh const& mesh, std::vector<PhotoView> const& views,
                              : run<TextureFusion>(base, photos, poses, intrinsics, result);
     if (failure != OrvaneAlgorithm::RET_SUCCESS)
     {
-        throw OperationError(
-            fmt::format("no photograph shows a region of more than {}; the depth tolerance ({} mm) "
-                        "may be too small for the mesh, or its lengths are of another unit",
-                        counted(static_cast<std::size_t>(result.settings.small_region), "face"),
-                        result.settings.depth_tolerance),
-            "depth_tolerance");
+        throw_failure(result);
     }
     return base;
 }

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
 
 namespace veld
@@ -51,8 +52,9 @@ struct TextureSettings
     double hole_ratio = 1.0;   ///< Largest picture of an unseen place, in photographs.
     int hole_vertices = 10000; ///< Up to so many vertices it may be of any size.
     int image_border = 3;      ///< Pixels at the rim of a photograph that do not count.
-    int packing_gap = 1;       ///< Pixels between the patches of the atlas.
-    int patch_margin = 3;      ///< Pixels around the faces of a patch that it has too.
+    std::optional<int> packing_gap; ///< Pixels between the patches of the atlas. Without it, 1, and
+                                    ///< 3 by `MESH`.
+    int patch_margin = 3;           ///< Pixels around the faces of a patch that it has too.
     TextureSolver solver = TextureSolver::SIMPLICIAL; ///< What solves the colours at seams.
 };
 
@@ -72,9 +74,10 @@ struct TextureResult
 /// Gives a mesh the photographs as its texture. The same bytes for any number of threads.
 ///
 /// Throws `InputError` where no photograph has a vertex in view, or where `MESH` gets photographs
-/// of different sizes, `OperationError` where none shows
-/// a region of more faces than count. Warns where the mesh seems to have another unit than the
-/// poses or than millimetres, and where much of it is seen by no photograph.
+/// of different sizes, `OperationError` where none shows a region of more faces than count, or
+/// where the pieces of `MESH` leave no pixel for faces without a colour. Warns
+/// where the mesh seems to have another unit than the poses or than millimetres, and where much of
+/// it is seen by no photograph.
 VELD_WORKFLOW_API TextureResult texture(OrvaneAlgorithm::TriMesh const& mesh,
                                         PhotoSet const& photos, TextureSettings const& settings,
                                         Context& context);

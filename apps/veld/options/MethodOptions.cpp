@@ -13,14 +13,14 @@ void MethodOptions::add(CLI::Option* option, std::vector<std::string> methods, s
     uses_.push_back({option, std::move(methods), std::move(why)});
 }
 
-void MethodOptions::refuse_unused(std::string const& method) const
+void MethodOptions::refuse_unused(std::string const& method, std::string const& choice) const
 {
     for (auto const& [option, methods, why] : uses_)
     {
         if (option->count() > 0 &&
             std::find(methods.begin(), methods.end(), method) == methods.end())
         {
-            throw CLI::ValidationError(option->get_name(), "--method " + method +
+            throw CLI::ValidationError(option->get_name(), choice + " " + method +
                                                                " does not use it" +
                                                                (why.empty() ? why : ": " + why));
         }

@@ -35,7 +35,8 @@ public:
     void add(CLI::Option* option, std::vector<std::string> methods, std::string why = {});
 
     /// Refuses options that were given and that a method does not use, by the parser's exception.
-    void refuse_unused(std::string const& method) const;
+    /// \param choice the option that names the method
+    void refuse_unused(std::string const& method, std::string const& choice = "--method") const;
 
 private:
     struct Use

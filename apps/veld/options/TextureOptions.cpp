@@ -1,9 +1,10 @@
 #include "options/TextureOptions.h"
 
 #include "options/CommonOptions.h"
-#include "options/MethodOptions.h"
 
 #include <CLI/CLI.hpp>
+
+#include <vector>
 
 namespace veld::cli
 {
@@ -14,6 +15,7 @@ namespace
 constexpr int LARGEST_NUMBER = 1'000'000'000;
 constexpr int LARGEST_MARGIN = 1000;
 constexpr double LARGEST_UNIT = 1e6;
+std::vector<std::string> const FUSION{"fusion"};
 
 } // namespace
 
@@ -21,14 +23,15 @@ void TextureOptions::add(CLI::App& app)
 {
     add_choice(app, "--pipeline", pipeline_, names_in(texture_pipelines()),
                "fusion: large blocks of one photograph, corrected where they meet; mesh: the same "
-               "along whole edges, for photographs of one size, without the options of holes, "
-               "image border, patch margin and solver (default: fusion)");
+               "along whole edges, for photographs of one size, which show the surface up to their "
+               "rim (default: fusion)");
     app.add_flag("--keep-exposures", keep_exposures_,
                  "Take the photographs as they are; without it each gets one gain a channel, so "
                  "that they agree on the places that several show");
     add_lengths(app);
     add_view_limits(app);
     add_atlas_options(app);
+    app.callback([this] { uses_.refuse_unused(pipeline_, "--pipeline"); });
 }
 
 TextureSettings TextureOptions::settings() const
@@ -37,6 +40,10 @@ TextureSettings TextureOptions::settings() const
     settings.pipeline = texture_pipelines().at(pipeline_);
     settings.balance = !keep_exposures_;
     settings.solver = texture_solvers().at(solver_);
+    if (packing_gap_option_->count() > 0)
+    {
+        settings.packing_gap = packing_gap_;
+    }
     return settings;
 }
 
@@ -59,26 +66,37 @@ void TextureOptions::add_view_limits(CLI::App& app)
                "Lowest cosine between a vertex's normal and the way to the camera (default: 0)");
     add_integer(app, "--views-per-vertex", settings_.views_per_vertex, 1, LARGEST_NUMBER,
                 "A vertex collects at most so many photographs (default: 10)");
-    add_integer(app, "--image-border", settings_.image_border, 0, LARGEST_NUMBER,
-                "Pixels at the rim of a photograph that do not count (default: 3)");
+    uses_.add(add_integer(app, "--image-border", settings_.image_border, 0, LARGEST_NUMBER,
+                          "fusion: pixels at the rim of a photograph that do not count (default: "
+                          "3)"),
+              FUSION, "to it photographs count up to their rim");
     add_integer(app, "--small-region", settings_.small_region, 0, LARGEST_NUMBER,
                 "Connected faces of one photograph count from more than so many (default: 50)");
 }
 
 void TextureOptions::add_atlas_options(CLI::App& app)
 {
-    add_number(app, "--hole-ratio", settings_.hole_ratio, 0.0, LARGEST_UNIT,
-               "Largest place that no photograph shows and that gets colours, in photographs "
-               "(default: 1)");
-    add_integer(app, "--hole-vertices", settings_.hole_vertices, 0, LARGEST_NUMBER,
-                "Up to so many vertices such a place may be of any size (default: 10000)");
-    add_integer(app, "--patch-margin", settings_.patch_margin, 0, LARGEST_MARGIN,
-                "Pixels around the faces of a patch that it has too (default: 3)");
-    add_integer(app, "--packing-gap", settings_.packing_gap, 0, LARGEST_MARGIN,
-                "Pixels between the patches of the atlas (default: 1)");
-    add_choice(app, "--solver", solver_, names_in(texture_solvers()),
-               "Solves for the corrections of colours: simplicial, or pardiso, the library's "
-               "direct solver (default: simplicial)");
+    std::string const any_hole =
+        "it paints whatever no photograph shows, within a photograph's size";
+    uses_.add(add_number(app, "--hole-ratio", settings_.hole_ratio, 0.0, LARGEST_UNIT,
+                         "fusion: largest place that no photograph shows and that gets colours, in "
+                         "photographs (default: 1)"),
+              FUSION, any_hole);
+    uses_.add(add_integer(app, "--hole-vertices", settings_.hole_vertices, 0, LARGEST_NUMBER,
+                          "fusion: up to so many vertices such a place may be of any size "
+                          "(default: 10000)"),
+              FUSION, any_hole);
+    uses_.add(
+        add_integer(app, "--patch-margin", settings_.patch_margin, 0, LARGEST_MARGIN,
+                    "fusion: pixels around the faces of a patch that it has too (default: 3)"),
+        FUSION, "its patches have 3 pixels more on each side");
+    packing_gap_option_ = add_integer(app, "--packing-gap", packing_gap_, 0, LARGEST_MARGIN,
+                                      "Pixels between the patches of the atlas (default: 1; mesh: "
+                                      "3)");
+    uses_.add(add_choice(app, "--solver", solver_, names_in(texture_solvers()),
+                         "fusion: solves for the corrections of colours: simplicial, or pardiso, "
+                         "the library's direct solver (default: simplicial)"),
+              FUSION, "it has a solver of its own");
 }
 
 } // namespace veld::cli

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "options/MethodOptions.h"
 #include "workflow/steps/Texture.h"
 
 #include <string>
@@ -7,6 +8,7 @@
 namespace CLI
 {
 class App;
+class Option;
 } // namespace CLI
 
 namespace veld::cli
@@ -29,7 +31,10 @@ private:
     std::string pipeline_ = "fusion";
     bool keep_exposures_ = false;
     std::string solver_ = "simplicial";
+    int packing_gap_ = 0;
+    CLI::Option* packing_gap_option_ = nullptr;
     TextureSettings settings_;
+    MethodOptions uses_;
 };
 
 } // namespace veld::cli
