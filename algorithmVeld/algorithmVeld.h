@@ -13,6 +13,7 @@
 #include "algorithmVeld/HoleFilling/OpenHole.h"
 #include "algorithmVeld/HoleFilling/TriangleMeasures.h"
 #include "algorithmVeld/MeshAssistant/MeshAssistant.h"
+#include "algorithmVeld/TextureFusion/BehindCamera.h"
 #include "algorithmVeld/TextureFusion/SelectKeyframes.h"
 #include "algorithmVeld/TextureFusion/TextureCounts.h"
 #include "algorithmVeld/TextureFusion/TextureFusion.h"

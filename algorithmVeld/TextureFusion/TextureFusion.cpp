@@ -77,6 +77,8 @@ struct TextureFusion::Work
     detail::RepairedHoles repaired;
     Image<3, unsigned char> texture_image;
     std::vector<BaseTriMesh::UVCoord> uv_coords;
+    std::size_t seen_faces = 0;
+    std::size_t largest_region = 0;
 
     /// The mesh with its texture, as arrays.
     BaseTriMesh textured_mesh() const;
@@ -128,6 +130,8 @@ RetVal TextureFusion::texture_fusion(BaseTriMesh& mesh,
         mesh = work.textured_mesh();
         counts_ = work.counts();
     }
+    counts_.seen_faces = work.seen_faces;
+    counts_.largest_region = work.largest_region;
     return fused;
 }
 
@@ -147,6 +151,7 @@ TextureCounts TextureFusion::Work::counts() const
     TextureCounts result;
     result.patches = patches.size();
     result.texture_holes = holes.size();
+    result.large_holes = repaired.too_large;
     for (auto const face : mesh.all_faces())
     {
         result.textured_faces += mesh.property(properties.face_has_tex, face) ? 1 : 0;
@@ -210,11 +215,12 @@ bool TextureFusion::project_tex(Work& work) const
     limits.norm_thr = norm_thr;
     limits.vertex_tex_num_thr = vertex_tex_num_thr;
     limits.image_border = image_border;
+    limits.behind_camera = behind_camera;
     auto const vertices = detail::project_vertices(work.mesh, work.images, limits);
     save("save-vertex-projected-model",
          [&] { detail::save_vertex_projected_model(work.mesh, work.images, vertices); });
     stages.next();
-    detail::project_faces(work.mesh, work.properties, vertices);
+    work.seen_faces = detail::project_faces(work.mesh, work.properties, vertices);
     save("save-face-projected-model",
          [&]
          {
@@ -232,9 +238,12 @@ void TextureFusion::optimize_block(Work& work) const
     { detail::optimize_face_tex(work.mesh, work.properties, small_region_face_thr); };
     detail::Stages stages({1, 2, 1, 2});
     stages.next();
-    OPTIMIZE_BLOCK.run(
-        "filter-face-tex",
-        [&] { detail::filter_face_tex(work.mesh, work.properties, small_region_face_thr); });
+    OPTIMIZE_BLOCK.run("filter-face-tex",
+                       [&]
+                       {
+                           work.largest_region = detail::filter_face_tex(work.mesh, work.properties,
+                                                                         small_region_face_thr);
+                       });
     stages.next();
     OPTIMIZE_BLOCK.run("optimize-face-tex", optimize_faces);
     stages.next();
@@ -281,6 +290,7 @@ void TextureFusion::poisson_hole_filling(Work& work) const
     detail::TextureHoleSettings settings;
     settings.hole_area_ratio = hole_area_ratio;
     settings.hole_vertex_limit = hole_vertex_limit;
+    settings.hole_pixel_limit = hole_pixel_limit;
     settings.patch_margin = patch_margin;
     settings.solver = use_mkl_solver ? RectangleSolver::PARDISO : RectangleSolver::SIMPLICIAL;
     work.repaired =

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "algorithmVeld/TextureFusion/BehindCamera.h"
 #include "algorithmVeld/TextureFusion/TextureCounts.h"
 #include "algorithmVeld/common/BaseTriMesh.h"
 #include "algorithmVeld/common/CameraInParam.h"
@@ -9,6 +10,8 @@
 #include "algorithmVeld/common/export.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace OrvaneAlgorithm
@@ -56,7 +59,7 @@ public:
                           std::vector<RigidMatrix> const& rts,
                           std::vector<CameraInParam> const& intrinsics, bool verbose);
 
-    /// What the last call made; all 0 before it, and where it failed.
+    /// What the last call made; all 0 before it. Where it failed, only what was seen is known.
     TextureCounts const& counts() const { return counts_; }
 
     /// Whether colours are solved for by `MKL_Pardiso`, one unknown for each pixel and channel,
@@ -80,6 +83,11 @@ public:
     void set_hole_area_ratio(float ratio) { hole_area_ratio = ratio; }
     /// Up to so many vertices a hole may be of any size; 10000 by default.
     void set_hole_vertex_limit(int vertices) { hole_vertex_limit = vertices; }
+    /// Largest rectangle of any hole that is painted, in pixels, however few vertices it has; no
+    /// limit by default. One vertex far away makes a rectangle that takes all memory.
+    void set_hole_pixel_limit(std::int64_t pixels) { hole_pixel_limit = pixels; }
+    /// What becomes of what lies behind a camera; it is seen by default.
+    void set_behind_camera(BehindCamera behind) { behind_camera = behind; }
     /// Pixels at the edge of a photograph that do not count; 3 by default, at least 0.
     void set_image_border(int pixels);
     /// Pixels between the pieces of the atlas; 1 by default. Fewer than 0 cannot be laid out.
@@ -114,6 +122,8 @@ private:
     int vertex_tex_num_thr = 10;
     float hole_area_ratio = 1.0F;
     int hole_vertex_limit = 10000;
+    std::int64_t hole_pixel_limit = std::numeric_limits<std::int64_t>::max();
+    BehindCamera behind_camera = BehindCamera::SEEN;
     int image_border = 3;
     int packing_gap = 1;
     int patch_margin = 3;

@@ -186,6 +186,7 @@ TextureMesh& TextureMesh::operator=(TextureMesh const& other)
         norm_thr = other.norm_thr;
         small_region_face_thr = other.small_region_face_thr;
         vertex_tex_num_thr = other.vertex_tex_num_thr;
+        behind_camera = other.behind_camera;
         enable_file_saving = other.enable_file_saving;
         sub_tex_gap = other.sub_tex_gap;
         texture_name_ = other.texture_name_;
@@ -431,6 +432,7 @@ RetVal TextureMesh::module_projection()
     limits.image_border = 0;
     limits.pixels = detail::PixelRule::ROUNDED;
     limits.dilation = detail::Dilation::IN_PLACE;
+    limits.behind_camera = behind_camera;
     MODULES.run("project-vertex-tex",
                 [&]
                 {
@@ -444,13 +446,9 @@ RetVal TextureMesh::module_projection()
     MODULES.run("project-face-tex",
                 [&]
                 {
-                    detail::project_faces(work.mesh, work.properties, *work.vertices);
-                    auto const faces = work.mesh.all_faces();
-                    auto const n = std::count_if(
-                        faces.begin(), faces.end(),
-                        [&](OpenMesh::FaceHandle face)
-                        { return work.mesh.property(work.properties.face_has_tex, face); });
-                    detail::log("  faces with texture: %d\n", static_cast<int>(n));
+                    counts_.seen_faces =
+                        detail::project_faces(work.mesh, work.properties, *work.vertices);
+                    detail::log("  faces with texture: %d\n", static_cast<int>(counts_.seen_faces));
                 });
     save("save-face-projected-model",
          [&] { detail::save_face_projected_model(work.mesh, work.properties, work.images); });
@@ -466,8 +464,12 @@ RetVal TextureMesh::module_boundary_optimization()
     {
         return RET_INVALID_INPUT;
     }
-    MODULES.run("filter-face-tex", [&]
-                { detail::filter_face_tex(work.mesh, work.properties, small_region_face_thr); });
+    MODULES.run("filter-face-tex",
+                [&]
+                {
+                    counts_.largest_region =
+                        detail::filter_face_tex(work.mesh, work.properties, small_region_face_thr);
+                });
     MODULES.run("optimize-face-tex",
                 [&]
                 {
@@ -732,7 +734,12 @@ TextureCounts TextureMesh::count() const
         std::count_if(faces.begin(), faces.end(),
                       [&](OpenMesh::FaceHandle face)
                       { return work_->mesh.property(work_->properties.face_has_tex, face); });
-    return {work_->patches.size(), work_->holes.size(), static_cast<std::size_t>(n)};
+    TextureCounts counts = counts_;
+    counts.patches = work_->patches.size();
+    counts.texture_holes = work_->holes.size();
+    counts.textured_faces = static_cast<std::size_t>(n);
+    counts.large_holes = work_->repaired.too_large;
+    return counts;
 }
 
 bool TextureMesh::arrange_sub_textures()

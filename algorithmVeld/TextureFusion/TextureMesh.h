@@ -1,5 +1,6 @@
 #pragma once
 
+#include "algorithmVeld/TextureFusion/BehindCamera.h"
 #include "algorithmVeld/TextureFusion/TextureCounts.h"
 #include "algorithmVeld/common/BaseTriMesh.h"
 #include "algorithmVeld/common/CameraInParam.h"
@@ -102,7 +103,8 @@ public:
                           std::vector<CameraInParam> const& intrinsics, bool verbose);
 
     /// What the last `process_fusion` made, by whichever way; all 0 before it, and where data was
-    /// missing. With patches, only a pixel for faces without a colour can have been missing.
+    /// missing. Where it failed, what was seen is known; with patches, only a pixel for faces
+    /// without a colour can have been missing.
     TextureCounts const& counts() const { return counts_; }
 
     /// The pixels of a straight line. They may start at either end.
@@ -120,6 +122,8 @@ public:
     void set_small_region_face_thr(int faces) { small_region_face_thr = faces; }
     /// A vertex takes part in so many photographs at most; 10.
     void set_vertex_tex_num_thr(int views) { vertex_tex_num_thr = views; }
+    /// What becomes of what lies behind a camera; it is seen.
+    void set_behind_camera(BehindCamera behind) { behind_camera = behind; }
     /// Pixels between the pieces of the atlas; 3, at least 0 and at most 65535.
     void set_sub_tex_gap(int pixels);
     /// Whether to write the model, and the stages as coloured meshes, to `result_dir` of `gPH`
@@ -151,6 +155,7 @@ private:
     float norm_thr = 0.0F;
     int small_region_face_thr = 50;
     int vertex_tex_num_thr = 10;
+    BehindCamera behind_camera = BehindCamera::SEEN;
     bool enable_file_saving = true;
     int sub_tex_gap = 3;
     std::string texture_name_ = "9-texture-model";

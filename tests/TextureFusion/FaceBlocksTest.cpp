@@ -158,7 +158,8 @@ TEST(FilterFaceTex, ARegionOfFiftyFacesIsDroppedAndOneOfFiftyOneStays)
     {
         Painted scene = strip(60);
         scene.paint(0, n - 1, {0});
-        filter_face_tex(scene.mesh, scene.properties, SMALL);
+        EXPECT_EQ(filter_face_tex(scene.mesh, scene.properties, SMALL),
+                  static_cast<std::size_t>(n));
         EXPECT_EQ(scene.n_textured(), n > 50 ? n : 0) << n;
     }
 }

@@ -196,6 +196,15 @@ TEST(ProjectVertices, WhatLiesBehindTheCameraIsSeenToo)
     EXPECT_EQ(lists.size(1), 0U); // looks away
 }
 
+TEST(ProjectVertices, WhatLiesBehindTheCameraIsNotSeenWhereThatIsAskedFor)
+{
+    std::vector<NormalPoint> const points{{seen_at(9, 9)}, {{5, 5, -64}, {0, 0, 1}}};
+    VisibilityLimits limits;
+    EXPECT_THAT(seen(points, limits), ElementsAre(true, true));
+    limits.behind_camera = OrvaneAlgorithm::BehindCamera::UNSEEN;
+    EXPECT_THAT(seen(points, limits), ElementsAre(true, false));
+}
+
 TEST(ProjectVertices, TheToleranceItselfIsTooFarBehind)
 {
     for (bool const near_first : {true, false})

@@ -669,6 +669,9 @@ TEST(TextureFusion, ARegionOfSoManyFacesIsSmall)
         TextureFusion fusion;
         fusion.set_small_region_face_thr(limit);
         EXPECT_EQ(scene.run(fusion), expected);
+        EXPECT_EQ(fusion.counts().seen_faces, 72U);
+        EXPECT_EQ(fusion.counts().largest_region, 72U);
+        EXPECT_EQ(fusion.counts().textured_faces, expected == RET_SUCCESS ? 72U : 0U);
     }
 }
 
@@ -705,6 +708,25 @@ TEST(TextureFusion, ALargeHoleStaysIfItsRectangleIsTooLarge)
         ASSERT_EQ(scene.run(fusion), RET_SUCCESS);
         expect_sound(scene.mesh);
         EXPECT_EQ(count_colored(scene.mesh) == static_cast<int>(scene.mesh.get_fn()), c.is_painted);
+    }
+}
+
+TEST(TextureFusion, AHoleOfAnySizeIsBoundedInPixels)
+{
+    for (bool const is_bounded : {false, true})
+    {
+        FusionScene scene = with_bump();
+        TextureFusion fusion;
+        fusion.set_norm_thr(0.9F);
+        if (is_bounded)
+        {
+            fusion.set_hole_pixel_limit(1);
+        }
+        ASSERT_EQ(scene.run(fusion), RET_SUCCESS);
+        EXPECT_GT(fusion.counts().texture_holes, 0U);
+        EXPECT_EQ(fusion.counts().large_holes,
+                  is_bounded ? fusion.counts().texture_holes : std::size_t{0});
+        EXPECT_EQ(count_colored(scene.mesh) == static_cast<int>(scene.mesh.get_fn()), !is_bounded);
     }
 }
 
@@ -911,8 +933,17 @@ TEST(TextureFusion, WhatLiesBehindACameraIsSeenIfItShowsItsFront)
         std::swap(face[1], face[2]);
     }
     EXPECT_EQ(scene.run(), RET_FAILED);
+    FusionScene unseen = turned;
     EXPECT_EQ(turned.run(), RET_SUCCESS);
     EXPECT_EQ(count_colored(turned.mesh), 288);
+
+    TextureFusion fusion;
+    fusion.set_behind_camera(BehindCamera::UNSEEN);
+    EXPECT_EQ(unseen.run(fusion), RET_FAILED);
+    EXPECT_EQ(fusion.counts().seen_faces, 0U);
+    FusionScene before = one_view();
+    EXPECT_EQ(before.run(fusion), RET_SUCCESS);
+    EXPECT_EQ(fusion.counts().seen_faces, 288U);
 }
 
 // -------------------------------------------------------------------------- cancelling, exceptions

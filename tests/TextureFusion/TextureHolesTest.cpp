@@ -283,6 +283,21 @@ TEST(TextureHoles, OnlyAHoleOfManyVerticesCanBeTooLarge)
     EXPECT_TRUE(fitting.repaired.hole_patches[0].repaired);
 }
 
+TEST(TextureHoles, TheLimitOfPixelsCountsForFewVerticesToo)
+{
+    // The same rectangle of 37 x 37 pixels.
+    for (int const limit : {1369, 1368})
+    {
+        TextureHoleSettings settings;
+        settings.hole_pixel_limit = limit;
+        HoleScene scene(3, 3, RING);
+        scene.stretch(10.0F);
+        scene.repair(settings);
+        EXPECT_EQ(scene.repaired.hole_patches[0].repaired, limit == 1369);
+        EXPECT_EQ(scene.repaired.too_large, limit == 1369 ? 0U : 1U);
+    }
+}
+
 TEST(TextureHoles, AHoleInTheCamerasPlaneStaysUnrepaired)
 {
     HoleScene scene(3, 3, RING);

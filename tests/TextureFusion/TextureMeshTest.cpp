@@ -445,6 +445,21 @@ TEST(TextureMesh, WhereNothingIsSeenItGoesOnToTheAtlasAndFails)
     EXPECT_EQ(log.count("recompute_texture_coord() failed.\n"), 1);
 }
 
+TEST(TextureMesh, WhatLiesBehindACameraIsSeenUnlessThatIsSwitchedOff)
+{
+    for (auto const behind : {BehindCamera::SEEN, BehindCamera::UNSEEN})
+    {
+        ModuleScene scene = square_and_one_view();
+        // It looks up, away from the square, which shows it its front all the same.
+        scene.poses[0] = veld_test::look_at({6.0, 6.0, 100.0}, {6.0, 6.0, 200.0});
+        TextureMesh texture;
+        texture.set_behind_camera(behind);
+        BaseTriMesh mesh = scene.arrays();
+        texture.texture_fusion(mesh, scene.images, scene.poses, scene.cameras, false);
+        EXPECT_EQ(texture.counts().seen_faces > 0, behind == BehindCamera::SEEN);
+    }
+}
+
 TEST(TextureMesh, CoordinatesThatAreNoNumbersDoNoHarm)
 {
     ModuleScene scene = strip_and_three_views();

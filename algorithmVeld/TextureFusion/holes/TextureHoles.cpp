@@ -83,7 +83,7 @@ bool is_too_large(PatchTex const& rectangle, std::size_t n_vertices,
 {
     auto const n_pixels = static_cast<std::int64_t>(rectangle.width()) *
                           static_cast<std::int64_t>(rectangle.height());
-    if (n_pixels > std::numeric_limits<int>::max())
+    if (n_pixels > std::numeric_limits<int>::max() || n_pixels > settings.hole_pixel_limit)
     {
         return true;
     }
@@ -269,6 +269,7 @@ RepairedHoles repair_texture_holes(TriMesh& mesh, TexProperties const& propertie
                             plans[h] = plan_hole(mesh, properties, images, holes[h], settings);
                         });
     stages.next();
+    RepairedHoles repaired;
     std::vector<std::size_t> n_pixels(holes.size());
     for (std::size_t h = 0; h < holes.size(); ++h)
     {
@@ -280,6 +281,7 @@ RepairedHoles repair_texture_holes(TriMesh& mesh, TexProperties const& propertie
                              images.front().image, settings))
             {
                 plan.view.reset();
+                ++repaired.too_large;
                 continue;
             }
             n_pixels[h] = static_cast<std::size_t>(plan.view->rectangle.width()) *
@@ -288,7 +290,6 @@ RepairedHoles repair_texture_holes(TriMesh& mesh, TexProperties const& propertie
     }
     // A textured face between two holes has vertices of both: each hole sees the colours of before.
     auto const vertex_colours = mesh.property(properties.vert_color).data_vector();
-    RepairedHoles repaired;
     repaired.hole_textures.resize(holes.size());
     repaired.hole_patches.resize(holes.size());
     for_each_rectangle(n_pixels,

@@ -5,7 +5,9 @@
 #include "algorithmVeld/TextureFusion/records/TexProperties.h"
 #include "algorithmVeld/TextureFusion/solve/RectangleSolve.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
@@ -16,7 +18,9 @@ struct TextureHoleSettings
 {
     float hole_area_ratio = 1.0F;  ///< largest rectangle, in multiples of one photograph's pixels
     int hole_vertex_limit = 10000; ///< up to so many vertices a hole may be of any size
-    int patch_margin = 3;          ///< pixels around a hole that its rectangle holds too
+    /// Pixels of the largest rectangle of any hole.
+    std::int64_t hole_pixel_limit = std::numeric_limits<std::int64_t>::max();
+    int patch_margin = 3; ///< pixels around a hole that its rectangle holds too
     RectangleSolver solver = RectangleSolver::SIMPLICIAL;
     HoleViewRules view;
 };
@@ -33,6 +37,7 @@ struct RepairedHoles
 {
     std::vector<PatchTex> hole_patches;
     std::vector<Image<3, unsigned char>> hole_textures;
+    std::size_t too_large = 0; ///< holes that were not repaired because of their size
 };
 
 /// Paints texture holes: each is looked at from as far away as the photographs around it were

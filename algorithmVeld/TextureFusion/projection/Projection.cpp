@@ -91,7 +91,7 @@ private:
         }
     }
 
-    /// \return false if the vertex looks away or lies outside the image
+    /// \return false if the vertex looks away, or lies outside the image or where nothing counts
     bool project_vertex(std::size_t v, TexImage const& view, VertTex& projection) const
     {
         Vector3f const normal = view.pose.transform_normal(normals_[v]);
@@ -102,7 +102,10 @@ private:
         {
             return false;
         }
-        // What lies behind the camera is seen too.
+        if (limits_.behind_camera == BehindCamera::UNSEEN && !(p.z() > 0.0F))
+        {
+            return false;
+        }
         double const z = std::abs(static_cast<double>(p.z()));
         return std::isfinite(z) && find_pixel(p, z, view, projection);
     }
@@ -308,7 +311,8 @@ VertTexLists project_vertices(TriMesh const& mesh, std::vector<TexImage> const& 
     return lists;
 }
 
-void project_faces(TriMesh& mesh, TexProperties const& properties, VertTexLists const& vertices)
+std::size_t project_faces(TriMesh& mesh, TexProperties const& properties,
+                          VertTexLists const& vertices)
 {
     std::vector<std::uint8_t> has_tex(mesh.n_faces());
     parallel_for_blocks(
@@ -335,6 +339,7 @@ void project_faces(TriMesh& mesh, TexProperties const& properties, VertTexLists 
         mesh.property(properties.face_has_tex, face) =
             has_tex[static_cast<std::size_t>(face.idx())] != 0;
     }
+    return static_cast<std::size_t>(std::count(has_tex.begin(), has_tex.end(), 1));
 }
 
 } // namespace OrvaneAlgorithm::detail

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "algorithmVeld/TextureFusion/BehindCamera.h"
 #include "algorithmVeld/TextureFusion/projection/DepthBuffer.h"
 #include "algorithmVeld/TextureFusion/records/TexProperties.h"
 #include "algorithmVeld/TextureFusion/records/TexRecords.h"
@@ -19,6 +20,7 @@ struct VisibilityLimits
     int image_border = 3;        ///< pixels at the rim of a photograph that do not count
     PixelRule pixels = PixelRule::TRUNCATED;
     Dilation dilation = Dilation::FROM_ORIGINAL;
+    BehindCamera behind_camera = BehindCamera::SEEN;
 };
 
 /// The views in which each vertex is seen, in their order. Lists lie side by side in one array.
@@ -60,6 +62,8 @@ VertTexLists project_vertices(TriMesh const& mesh, std::vector<TexImage> const& 
 
 /// Lists for each face the views that see all its corners, and chooses the most frontal one:
 /// `face_has_tex`, `face_tex_list`, `face_tex_index` and `face_tex_label`.
-void project_faces(TriMesh& mesh, TexProperties const& properties, VertTexLists const& vertices);
+/// \return how many faces have one
+std::size_t project_faces(TriMesh& mesh, TexProperties const& properties,
+                          VertTexLists const& vertices);
 
 } // namespace OrvaneAlgorithm::detail

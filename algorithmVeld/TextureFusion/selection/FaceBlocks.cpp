@@ -262,7 +262,8 @@ void count_across_edges(TriMesh const& mesh, TexProperties const& properties, Fa
 
 } // namespace
 
-void filter_face_tex(TriMesh& mesh, TexProperties const& properties, int small_region_face_thr)
+std::size_t filter_face_tex(TriMesh& mesh, TexProperties const& properties,
+                            int small_region_face_thr)
 {
     log("filter_face_tex() ..\n");
     drop_lone_faces(mesh, properties);
@@ -277,6 +278,7 @@ void filter_face_tex(TriMesh& mesh, TexProperties const& properties, int small_r
         mesh.property(properties.face_visited, face) = true;
         return Growth::TAKE;
     };
+    std::size_t largest = 0;
     std::vector<FaceHandle> region;
     LoopProgress progress(mesh.n_faces());
     for (auto const start : mesh.faces())
@@ -291,8 +293,10 @@ void filter_face_tex(TriMesh& mesh, TexProperties const& properties, int small_r
                 mesh.property(properties.face_has_tex, face) =
                     !is_small_region(region, small_region_face_thr);
             }
+            largest = std::max(largest, region.size());
         }
     }
+    return largest;
 }
 
 RelabelledFaces optimize_face_tex(TriMesh& mesh, TexProperties const& properties,

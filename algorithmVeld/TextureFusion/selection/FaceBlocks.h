@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/TextureFusion/records/TexProperties.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -10,7 +11,9 @@ namespace OrvaneAlgorithm::detail
 
 /// Takes the view from faces without textured neighbours and from connected sets of at most
 /// `small_region_face_thr` textured faces.
-void filter_face_tex(TriMesh& mesh, TexProperties const& properties, int small_region_face_thr);
+/// \return how many faces the largest of these sets has, small or not
+std::size_t filter_face_tex(TriMesh& mesh, TexProperties const& properties,
+                            int small_region_face_thr);
 
 /// What the search for small blocks has changed.
 struct RelabelledFaces
