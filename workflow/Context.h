@@ -25,15 +25,20 @@ enum class WarningCode
     NORMALS_MISSING,     ///< Points that have no normal, for no plane fits them.
     POINTS_REPEATED,     ///< Points in the place of another one, which get no face.
     POINTS_LEFT,         ///< A cloud of which much has no face behind a repair.
-    FACES_UNSEEN         ///< A mesh of which much is seen by no photograph.
+    FACES_UNSEEN,        ///< A mesh of which much is seen by no photograph.
+    FACES_TURNED,        ///< A mesh of which much looks away from the cameras that see it.
+    HOLES_COLOURLESS,    ///< Places without a photograph that are too large to get colours.
+    IMAGE_LARGE,         ///< An image that few programs can show.
+    PHOTOS_REPEATED      ///< Views that all name one photograph.
 };
 
 /// Something that a person should know of a result that is there all the same.
 struct Warning
 {
-    WarningCode code;  ///< What it is of.
-    std::string about; ///< The file, frame or hole.
-    std::string text;  ///< A sentence without the file's name and without a full stop.
+    WarningCode code;         ///< What it is of.
+    std::string about;        ///< The file, frame or hole.
+    std::string text;         ///< A sentence without the file's name and without a full stop.
+    std::string setting = {}; ///< With which another try may do better; empty if none.
 };
 
 /// How far a step is.

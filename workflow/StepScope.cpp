@@ -34,12 +34,12 @@ StepScope::Threads::~Threads()
     omp_set_num_threads(before_);
 }
 
-void StepScope::warn(WarningCode code, std::string about, std::string text)
+void StepScope::warn(WarningCode code, std::string about, std::string text, std::string setting)
 {
     std::lock_guard<std::mutex> const lock(mutex_);
     if (context_.warn)
     {
-        context_.warn({code, std::move(about), std::move(text)});
+        context_.warn({code, std::move(about), std::move(text), std::move(setting)});
     }
 }
 

@@ -36,7 +36,7 @@ public:
         return work();
     }
 
-    void warn(WarningCode code, std::string about, std::string text);
+    void warn(WarningCode code, std::string about, std::string text, std::string setting = {});
 
 private:
     /// The number of threads, put back also where the step is cancelled before it begins.

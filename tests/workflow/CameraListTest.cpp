@@ -115,14 +115,41 @@ TEST(CameraJson, WhatIsNoRotationIsRefused)
 
 TEST(CameraJson, WhatIsNoListIsRefused)
 {
-    EXPECT_THAT(refusal_of_text("{\"views\": [NaN]}"), HasSubstr("cameras.json: is no JSON: byte"));
+    EXPECT_THAT(refusal_of_text("{\"views\": [NaN]}"),
+                EndsWith("cameras.json: is no JSON: line 1, column 12"));
+    EXPECT_THAT(refusal_of_text("{\n  \"views\": [\n    {,"),
+                EndsWith("cameras.json: is no JSON: line 3, column 6"));
     EXPECT_THAT(refusal_of_text("[]"), EndsWith("cameras.json: is no JSON object"));
     EXPECT_THAT(refusal_of_text("{}"), EndsWith("cameras.json: 'views' has to be a list"));
     EXPECT_THAT(refusal_of_text("{\"views\": 3}"), EndsWith("'views' has to be a list"));
     EXPECT_THAT(refusal_of_text("{\"views\": []}"), EndsWith("has no view of a photograph"));
     EXPECT_THAT(refusal_of_text("{\"views\": [7]}"), EndsWith("view 0: is no JSON object"));
     EXPECT_THAT(refusal_of_text("{\"views\": [{\"image\": \"a.png\", \"width\": 1e999}]}"),
-                HasSubstr("is no JSON"));
+                EndsWith("is no JSON that can be read: line 1, column 40: the number 1e999 is too "
+                         "large"));
+}
+
+TEST(CameraJson, WholeNumbersMayHaveADecimalPoint)
+{
+    PhotoDir const dir;
+    std::string text = file_content(dir.list());
+    auto const at = text.find("\"width\":100");
+    ASSERT_NE(at, std::string::npos);
+    write_file(dir.list(), text.replace(at, 11, "\"width\":100.0"));
+    EXPECT_EQ(veld::read_camera_list(dir.path())[0].width, 100);
+}
+
+TEST(CameraJson, CamerasThatCannotBeAreRefusedByTheirKey)
+{
+    EXPECT_THAT(refusal_of_view({{"fx", 1e300}}), HasSubstr("view 0 (one.png): the focal lengths "
+                                                            "have to be more than 0 and at most"));
+    EXPECT_THAT(refusal_of_view({{"cy", -1e7}}),
+                HasSubstr("view 0 (one.png): the principal point has to lie within"));
+    EXPECT_THAT(refusal_of_view({{"t", {0, 1e13, 0}}}),
+                HasSubstr("view 0 (one.png): the translation t is 1e+13 long"));
+    EXPECT_EQ(refusal_of_view({{"fx", 1e7}, {"cx", 1e6}, {"t", {0, 1e12, 0}}}), "no error");
+    EXPECT_THAT(refusal_of_view({{"image", std::string("a\0b.png", 7)}}),
+                HasSubstr("'image' has to be the name of a file"));
 }
 
 TEST(CameraList, AFolderWithoutAListIsRefused)
@@ -134,6 +161,13 @@ TEST(CameraList, AFolderWithoutAListIsRefused)
               EndsWith("has neither cameras.json nor cameras.txt and images.txt of COLMAP")));
     EXPECT_THAT(reason_of([&] { veld::read_camera_list(dir.path() / "none.json"); }),
                 EndsWith("none.json: no such file"));
+    write_file(dir.file("images.txt"), "");
+    EXPECT_THAT(reason_of([&] { veld::read_camera_list(dir.path()); }),
+                EndsWith("cameras.txt: is missing beside images.txt"));
+    std::filesystem::rename(dir.path() / "images.txt", dir.path() / "cameras.txt");
+    EXPECT_THAT(reason_of([&] { veld::read_camera_list(dir.path()); }),
+                EndsWith("images.txt: is missing beside cameras.txt"));
+    std::filesystem::remove(dir.path() / "cameras.txt");
     write_file(dir.file("cameras.bin"), "x");
     EXPECT_THAT(reason_of([&] { veld::read_camera_list(dir.path()); }),
                 HasSubstr("cameras.bin: is a binary model; write it as text"));
@@ -212,6 +246,30 @@ TEST(ColmapModel, PhotographsAreFoundWhereColmapHasThem)
     EXPECT_TRUE(fs::equivalent(views[0].file, dir.path() / "images" / "b.png"));
     EXPECT_EQ(veld::camera_list_files(dir.path()).size(), 2U);
     EXPECT_EQ(veld::read_camera_list(dir.path() / "sparse" / "0" / "images.txt").size(), 1U);
+}
+
+TEST(ColmapModel, AnyPhotographTellsTheFolder)
+{
+    Colmap const model("1 1 0 0 0 0 0 0 7 a.png\n\n2 1 0 0 0 0 0 0 7 b.png\n\n");
+    fs::create_directories(model.path() / "images");
+    write_file(model.path() / "images" / "b.png", "");
+    for (auto const& view : model.read())
+    {
+        EXPECT_EQ(view.file, model.path() / "images" / view.image);
+    }
+}
+
+TEST(ColmapModel, APhotographThatIsThereTwiceIsRefused)
+{
+    EXPECT_THAT(Colmap("1 1 0 0 0 0 0 0 7 a.png\n\n1 1 0 0 0 0 0 0 7 b.png\n\n").refusal(),
+                EndsWith("images.txt: line 3: photograph 1 is there twice"));
+}
+
+TEST(CameraList, ThePhotographsAreAmongTheFilesThatAreRead)
+{
+    PhotoDir const dir;
+    EXPECT_THAT(veld::photo_source_files(dir.path()),
+                testing::ElementsAre(dir.path() / "cameras.json", dir.path() / "one.png"));
 }
 
 TEST(ColmapModel, DistortionIsRefusedWithWhatToDo)

@@ -62,8 +62,31 @@ TEST(LoadPhotos, WhatIsNoPhotographIsRefused)
     write_file(dir.path() / "one.png", "something else");
     EXPECT_THAT(load_reason(dir.path()), EndsWith("one.png: is neither JPEG nor PNG"));
     write_file(dir.path() / "one.png", png.substr(0, png.size() / 2));
+    EXPECT_THAT(load_reason(dir.path()), EndsWith("one.png: is damaged or cut off"));
+    std::string large = png;
+    large.replace(16, 8, std::string("\0\x01\0\0\0\x01\0\0", 8));
+    write_file(dir.path() / "one.png", large);
     EXPECT_THAT(load_reason(dir.path()),
-                EndsWith("one.png: is damaged, or has no colours of a screen"));
+                EndsWith("one.png: its header says 65536 x 65536 pixels, more than are taken"));
+    // A marker, a segment to pass over, and the header of a frame of 2 x 3 pixels and 4 channels.
+    write_file(dir.path() / "one.png",
+               std::string("\xFF\xD8\xFF\xE0\0\x04xx\xFF\xC0\0\x14\x08\0\x03\0\x02\x04"
+                           "\x01\x11\0\x02\x11\0\x03\x11\0\x04\x11\0",
+                           30));
+    EXPECT_THAT(load_reason(dir.path()),
+                EndsWith("one.png: has colours for print (CMYK): convert it to RGB"));
+}
+
+TEST(LoadPhotos, OnePhotographForAllViewsIsWarnedOf)
+{
+    PhotoDir const dir(nlohmann::json::array({sheet_view("a.png"), sheet_view("a.png")}));
+    std::vector<veld::Warning> warnings;
+    veld::Context context;
+    context.warn = [&](veld::Warning const& warning) { warnings.push_back(warning); };
+    veld::load_photos(dir.path(), context);
+    ASSERT_EQ(warnings.size(), 1U);
+    EXPECT_EQ(warnings[0].code, veld::WarningCode::PHOTOS_REPEATED);
+    EXPECT_THAT(warnings[0].text, testing::StartsWith("all 2 views name one photograph"));
 }
 
 TEST(LoadPhotos, OfSeveralErrorsTheFirstOneIsTold)

@@ -105,8 +105,9 @@ bool JsonFields::flag(std::string const& key, bool otherwise) const
 int JsonFields::integer(std::string const& key, int min, int max) const
 {
     Json const& value = at(key);
-    double const number = value.is_number_integer() ? value.get<double>() : NAN;
-    if (!(number >= min && number <= max))
+    // Some programs write whole numbers as 400.0.
+    double const number = value.is_number() ? value.get<double>() : NAN;
+    if (!(number >= min && number <= max) || number != std::floor(number))
     {
         refuse(key, fmt::format("a whole number from {} to {}", min, max));
     }

@@ -3,7 +3,11 @@
 #include "workflow/Error.h"
 #include "workflow/words.h"
 
+#include <fmt/format.h>
+
+#include <cmath>
 #include <system_error>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -54,6 +58,17 @@ ListPlace find_in_folder(fs::path const& folder)
                              "--output_type TXT)");
         }
     }
+    for (auto const& model : model_folders(folder))
+    {
+        for (auto const& [there, missing] :
+             {std::pair("cameras.txt", "images.txt"), std::pair("images.txt", "cameras.txt")})
+        {
+            if (is_file(model / there))
+            {
+                throw InputError(shown(model / missing) + ": is missing beside " + there);
+            }
+        }
+    }
     throw InputError(shown(folder) +
                      ": has neither cameras.json nor cameras.txt and images.txt of COLMAP");
 }
@@ -90,12 +105,51 @@ std::vector<fs::path> camera_list_files(fs::path const& source)
     return {place.colmap / "cameras.txt", place.colmap / "images.txt"};
 }
 
-void check_focal_lengths(CameraInParam const& camera, std::string const& place)
+std::vector<fs::path> photo_source_files(fs::path const& source)
 {
-    if (!(camera.get_fx() > 0.0 && camera.get_fy() > 0.0))
+    auto files = camera_list_files(source);
+    for (auto const& view : read_camera_list(source))
     {
-        throw InputError(place + "the focal lengths have to be more than 0");
+        files.push_back(view.file);
     }
+    return files;
+}
+
+void check_camera(PhotoView const& view, std::string const& place)
+{
+    constexpr double LONGEST_FOCAL_LENGTH = 1e7;
+    constexpr double FARTHEST_CENTRE = 1e6;
+    constexpr double FARTHEST_PLACE = 1e12;
+    CameraInParam const& camera = view.intrinsics;
+    // Written so that what is no number fails too.
+    auto const is_focal_length = [](double length)
+    { return length > 0.0 && length <= LONGEST_FOCAL_LENGTH; };
+    if (!is_focal_length(camera.get_fx()) || !is_focal_length(camera.get_fy()))
+    {
+        throw InputError(place + fmt::format("the focal lengths have to be more than 0 and at most "
+                                             "{:.0f} pixels: fx is {:g}, fy {:g}",
+                                             LONGEST_FOCAL_LENGTH, camera.get_fx(),
+                                             camera.get_fy()));
+    }
+    if (!(std::abs(camera.get_cx()) <= FARTHEST_CENTRE &&
+          std::abs(camera.get_cy()) <= FARTHEST_CENTRE))
+    {
+        throw InputError(place + fmt::format("the principal point has to lie within {:.0f} pixels: "
+                                             "cx is {:g}, cy {:g}",
+                                             FARTHEST_CENTRE, camera.get_cx(), camera.get_cy()));
+    }
+    double const distance = view.pose.get_translation().stableNorm();
+    if (!(distance <= FARTHEST_PLACE))
+    {
+        throw InputError(place + fmt::format("the translation t is {:g} long, more than any camera "
+                                             "is away ({:g})",
+                                             distance, FARTHEST_PLACE));
+    }
+}
+
+bool is_file_name(std::string const& name)
+{
+    return !name.empty() && name.find('\0') == std::string::npos;
 }
 
 } // namespace veld

@@ -18,7 +18,11 @@ std::vector<PhotoView> read_json_cameras(std::filesystem::path const& path);
 /// \param folder with `cameras.txt` and `images.txt`
 std::vector<PhotoView> read_colmap_model(std::filesystem::path const& folder);
 
-/// Refuses focal lengths that are not above 0. \param place stands in front of the message
-void check_focal_lengths(CameraInParam const& camera, std::string const& place);
+/// Refuses a camera that cannot be: by its focal lengths, its principal point or its place.
+/// \param place stands in front of the message
+void check_camera(PhotoView const& view, std::string const& place);
+
+/// Whether a name can be that of a file.
+bool is_file_name(std::string const& name);
 
 } // namespace veld

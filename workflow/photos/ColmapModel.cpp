@@ -13,6 +13,7 @@
 #include <cmath>
 #include <fstream>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -186,11 +187,8 @@ CameraInParam intrinsics_of(ModelCamera const& camera, std::string const& place)
                                      place, n_params, camera.model, camera.params.size()));
     }
     auto const* const centre = camera.params.data() + n_params - 2;
-    CameraInParam const intrinsics(camera.params[0],
-                                   has_one_focal_length ? camera.params[0] : camera.params[1],
-                                   centre[0] - PIXEL_CENTRE, centre[1] - PIXEL_CENTRE);
-    check_focal_lengths(intrinsics, place);
-    return intrinsics;
+    return {camera.params[0], has_one_focal_length ? camera.params[0] : camera.params[1],
+            centre[0] - PIXEL_CENTRE, centre[1] - PIXEL_CENTRE};
 }
 
 RigidMatrix read_pose(ModelText& text)
@@ -234,19 +232,52 @@ void skip_points(ModelText& text)
     }
 }
 
-/// Where the photographs of a model are: beside it, or where COLMAP has them.
-fs::path folder_of_photos(fs::path const& model, std::string const& image)
+/// Where the photographs of a model are: beside it, or where COLMAP has them. The first folder
+/// that has one of them, so that one that is missing is missed there.
+fs::path folder_of_photos(fs::path const& model, std::vector<PhotoView> const& views)
 {
     for (fs::path const& folder :
          {model, model / "images", model / ".." / "images", model / ".." / ".." / "images"})
     {
-        std::error_code error;
-        if (fs::exists(folder / image, error))
+        auto const is_there = [&folder](PhotoView const& view)
+        {
+            std::error_code error;
+            return fs::exists(folder / view.image, error);
+        };
+        if (std::any_of(views.begin(), views.end(), is_there))
         {
             return folder.lexically_normal();
         }
     }
     return model;
+}
+
+/// The view of a line of `images.txt`, behind its number.
+PhotoView read_view(ModelText& text, std::map<int, ModelCamera> const& cameras)
+{
+    PhotoView view;
+    view.pose = read_pose(text);
+    int const id = text.id("the number of the camera");
+    view.image = text.rest(); // which may hold blanks
+    if (view.image.empty())
+    {
+        text.refuse("the name of the photograph is missing");
+    }
+    if (!is_file_name(view.image))
+    {
+        text.refuse("the name of the photograph is none of a file");
+    }
+    auto const camera = cameras.find(id);
+    if (camera == cameras.end())
+    {
+        text.refuse(fmt::format("{}: camera {} is not in cameras.txt", shown(view.image), id));
+    }
+    std::string const place = text.place() + shown(view.image) + ": ";
+    view.width = camera->second.width;
+    view.height = camera->second.height;
+    view.intrinsics = intrinsics_of(camera->second, place);
+    check_camera(view, place);
+    return view;
 }
 
 } // namespace
@@ -256,33 +287,22 @@ std::vector<PhotoView> read_colmap_model(fs::path const& folder)
     auto const cameras = read_cameras(folder / "cameras.txt");
     ModelText text(folder / "images.txt");
     std::vector<PhotoView> views;
+    std::set<int> ids;
     while (text.next_entry())
     {
-        text.id("the number of the photograph");
-        PhotoView view;
-        view.pose = read_pose(text);
-        int const id = text.id("the number of the camera");
-        view.image = text.rest(); // which may hold blanks
-        if (view.image.empty())
+        int const id = text.id("the number of the photograph");
+        if (!ids.insert(id).second)
         {
-            text.refuse("the name of the photograph is missing");
+            text.refuse(fmt::format("photograph {} is there twice", id));
         }
-        auto const camera = cameras.find(id);
-        if (camera == cameras.end())
-        {
-            text.refuse(fmt::format("{}: camera {} is not in cameras.txt", shown(view.image), id));
-        }
-        view.width = camera->second.width;
-        view.height = camera->second.height;
-        view.intrinsics = intrinsics_of(camera->second, text.place() + shown(view.image) + ": ");
-        views.push_back(std::move(view));
+        views.push_back(read_view(text, cameras));
         skip_points(text);
     }
     if (views.empty())
     {
         throw InputError(shown(folder / "images.txt") + ": has no photograph");
     }
-    fs::path const photos = folder_of_photos(folder, views.front().image);
+    fs::path const photos = folder_of_photos(folder, views);
     for (auto& view : views)
     {
         view.file = photos / view.image;

@@ -48,7 +48,8 @@ RigidMatrix parse_pose(JsonFields const& fields, std::string const& place)
 /// Of a view without a photograph's name, its number is all that there is.
 std::string place_of(Json const& view, std::string const& list, std::size_t number)
 {
-    bool const is_named = view.is_object() && view.contains("image") && view["image"].is_string();
+    bool const is_named = view.is_object() && view.contains("image") && view["image"].is_string() &&
+                          is_file_name(view["image"].get<std::string>());
     return is_named ? fmt::format("{}: view {} ({}): ", list, number,
                                   shown(view["image"].get<std::string>()))
                     : fmt::format("{}: view {}: ", list, number);
@@ -60,7 +61,7 @@ PhotoView parse_photo_view(Json const& json, std::string const& place,
     JsonFields const fields(json, place);
     PhotoView view;
     view.image = fields.text("image");
-    if (view.image.empty())
+    if (!is_file_name(view.image))
     {
         throw InputError(place + "'image' has to be the name of a file");
     }
@@ -72,8 +73,8 @@ PhotoView parse_photo_view(Json const& json, std::string const& place,
     double const cx = fields.number("cx");
     double const cy = fields.number("cy");
     view.intrinsics = CameraInParam(fx, fy, cx, cy);
-    check_focal_lengths(view.intrinsics, place);
     view.pose = parse_pose(fields, place);
+    check_camera(view, place);
     return view;
 }
 

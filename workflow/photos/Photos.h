@@ -34,8 +34,12 @@ struct PhotoView
 /// view.
 VELD_WORKFLOW_API std::vector<PhotoView> read_camera_list(std::filesystem::path const& source);
 
-/// The files that read_camera_list() reads, for whoever must not write over them.
+/// The files that read_camera_list() reads.
 VELD_WORKFLOW_API std::vector<std::filesystem::path>
 camera_list_files(std::filesystem::path const& source);
+
+/// These and the photographs that they name, for whoever must not write over them.
+VELD_WORKFLOW_API std::vector<std::filesystem::path>
+photo_source_files(std::filesystem::path const& source);
 
 } // namespace veld

@@ -4,11 +4,14 @@
 #include "workflow/ForEachIndex.h"
 #include "workflow/StepScope.h"
 #include "workflow/files/InputFile.h"
+#include "workflow/photos/ImageHeader.h"
 #include "workflow/words.h"
 
 #include "algorithmVeld/common/image_io.h"
 
 #include <fmt/format.h>
+
+#include <algorithm>
 
 namespace veld
 {
@@ -31,8 +34,8 @@ Photo load_photo(PhotoView const& view, std::size_t number)
     int const code = OrvaneAlgorithm::read_rgb_image(view.file.string(), photo);
     if (code != 0)
     {
-        throw InputError(name + (code == 1 ? ": is neither JPEG nor PNG"
-                                           : ": is damaged, or has no colours of a screen"));
+        throw InputError(name + ": " +
+                         (code == 1 ? "is neither JPEG nor PNG" : why_no_image(view.file)));
     }
     if (photo.width() != view.width || photo.height() != view.height)
     {
@@ -43,11 +46,25 @@ Photo load_photo(PhotoView const& view, std::size_t number)
     return photo;
 }
 
+/// One photograph cannot have been taken from several places.
+void warn_of_repetition(PhotoSet const& set, StepScope& scope)
+{
+    auto const& views = set.views;
+    if (views.size() > 1 &&
+        std::all_of(views.begin(), views.end(),
+                    [&](PhotoView const& view) { return view.file == views.front().file; }))
+    {
+        scope.warn(WarningCode::PHOTOS_REPEATED, set.source,
+                   fmt::format("all {} name one photograph, {}", counted(views.size(), "view"),
+                               shown(views.front().file)));
+    }
+}
+
 } // namespace
 
 PhotoSet load_photos(std::filesystem::path const& source, Context& context)
 {
-    StepScope const scope(context, "load-photographs", "load the photographs");
+    StepScope scope(context, "load-photographs", "load the photographs");
     PhotoSet set;
     set.source = shown(source);
     set.files = camera_list_files(source);
@@ -59,6 +76,7 @@ PhotoSet load_photos(std::filesystem::path const& source, Context& context)
     set.images.resize(set.views.size());
     for_each_index(set.views.size(),
                    [&set](std::size_t i) { set.images[i] = load_photo(set.views[i], i); });
+    warn_of_repetition(set, scope);
     return set;
 }
 
