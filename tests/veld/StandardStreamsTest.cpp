@@ -141,7 +141,9 @@ TEST_F(StandardStreams, StreamThatTakesNothingIsAFailure)
 {
     Outcome const full = run("\"$veld\" fill mesh.ply -o - --quiet > /dev/full");
     EXPECT_EQ(full.status, 2);
-    EXPECT_EQ(full.err, "error: standard output: cannot be written\n");
+    EXPECT_EQ(full.err, "error: standard output: cannot be written: the disk is full\n");
+    // What would be told beside the mesh did not happen.
+    EXPECT_EQ(run("\"$veld\" fill mesh.ply -o - > /dev/full").err, full.err);
 }
 
 TEST_F(StandardStreams, WaitingForInputCanBeStopped)

@@ -238,6 +238,7 @@ void OutputFile::copy_to_stream()
 {
     std::ifstream file(temporary_, std::ios::binary);
     std::vector<char> block(std::size_t{1} << 16U);
+    errno = 0;
     while (file && *stream_)
     {
         file.read(block.data(), static_cast<std::streamsize>(block.size()));
@@ -245,7 +246,9 @@ void OutputFile::copy_to_stream()
     }
     if (!file.eof() || !stream_->flush())
     {
-        throw OperationError(shown(path_) + ": cannot be written");
+        std::error_code const reason(errno, std::generic_category());
+        throw OperationError(shown(path_) + ": cannot be written" +
+                             (reason ? ": " + why_not_written(reason) : std::string()));
     }
 }
 

@@ -37,12 +37,21 @@ std::string content_of(fs::path const& path)
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-void write_image(OutputFile const& file, TextureImage const& image)
+/// \param file a JPEG \param output what messages name, where the image is a part of that
+void write_image(OutputFile const& file, fs::path const& output, TextureImage const& image)
 {
+    constexpr int LONGEST_JPEG_SIDE = 65'500;
+    if (std::max(image.width(), image.height()) > LONGEST_JPEG_SIDE)
+    {
+        throw OperationError(fmt::format(
+            "{}: cannot be written: its texture has {} x {} pixels, and a JPEG takes {} a side; "
+            "fewer or smaller photographs make it smaller",
+            shown(output), image.width(), image.height(), LONGEST_JPEG_SIDE));
+    }
     if (OrvaneAlgorithm::write_rgb_image(file.temporary().string(), image) != 0)
     {
         throw OperationError(fmt::format("{}: cannot be written: an image of {} x {} pixels",
-                                         shown(file.path()), image.width(), image.height()));
+                                         shown(output), image.width(), image.height()));
     }
 }
 
@@ -187,7 +196,7 @@ void write_textured_mesh(fs::path const& path, TexturedMesh const& textured, Out
         return;
     }
     StepScope scope(context, "write-textured-mesh", "write the textured mesh");
-    write_image(outputs.add(files[0]), textured.image);
+    write_image(outputs.add(files[0]), files[0], textured.image);
     write_text_file(outputs.add(files[1]), material_text(files[0]));
     Context inner = context;
     inner.progress = nullptr;
@@ -199,9 +208,30 @@ void write_glb(OutputFile const& file, TexturedMesh const& textured, Context& co
     StepScope const scope(context, "write-textured-mesh", "write the textured mesh");
     // Beside the file, in a directory that goes with it.
     OutputFile const image(with_extension(file.temporary(), ".jpg"));
-    write_image(image, textured.image);
+    write_image(image, file.path(), textured.image);
     write_glb_file(file, textured.mesh, content_of(image.temporary()));
     OrvaneAlgorithm::detail::poll_cancel(); // the last moment before the file gets its place
+}
+
+std::vector<fs::path> files_named_by(fs::path const& mesh)
+{
+    std::error_code error;
+    auto const is_file = [&](fs::path const& path) { return fs::is_regular_file(path, error); };
+    std::vector<fs::path> files;
+    if (lower_extension(mesh) != ".obj" || !is_file(mesh))
+    {
+        return files;
+    }
+    for (auto const& material : material_files(mesh))
+    {
+        if (is_file(material))
+        {
+            files.push_back(material);
+            auto const images = texture_files(material);
+            std::copy_if(images.begin(), images.end(), std::back_inserter(files), is_file);
+        }
+    }
+    return files;
 }
 
 TextureImage read_texture_of(fs::path const& obj, Context& context)

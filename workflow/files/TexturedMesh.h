@@ -48,6 +48,11 @@ VELD_WORKFLOW_API void write_textured_mesh(std::filesystem::path const& path,
 VELD_WORKFLOW_API void write_glb(OutputFile const& file, TexturedMesh const& textured,
                                  Context& context);
 
+/// The files that an OBJ file names and that read_texture_of() looks at, as far as they are there;
+/// none for another format.
+VELD_WORKFLOW_API std::vector<std::filesystem::path>
+files_named_by(std::filesystem::path const& mesh);
+
 /// The image that the materials of an OBJ file name. Empty where they name none, with a warning
 /// where they name one that cannot be read, or several.
 VELD_WORKFLOW_API TextureImage read_texture_of(std::filesystem::path const& obj, Context& context);

@@ -39,7 +39,10 @@ public:
         settings_.method = sorts_ ? KeyframesMethod::SORT : KeyframesMethod::SELECT;
     }
 
-    std::vector<std::filesystem::path> inputs() const override { return camera_list_files(poses_); }
+    std::vector<std::filesystem::path> inputs() const override
+    {
+        return photo_source_files(poses_);
+    }
 
     Json run(Desk const& desk) override
     {

@@ -120,6 +120,7 @@ int run_command(Command& command, CommonOptions const& options)
         throw OrvaneAlgorithm::Cancelled();
     }
     outputs.commit();
+    console.release();
     return command.status();
 }
 

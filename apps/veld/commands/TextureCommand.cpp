@@ -55,14 +55,23 @@ public:
                                         : textured_mesh_files(output_);
     }
 
-    std::vector<std::filesystem::path> inputs() const override { return input_.files(); }
+    std::vector<std::filesystem::path> inputs() const override
+    {
+        auto files = photo_source_files(photos_);
+        for (auto const& mesh : input_.files())
+        {
+            files.push_back(mesh);
+            auto const named = files_named_by(mesh);
+            files.insert(files.end(), named.begin(), named.end());
+        }
+        return files;
+    }
 
     Json run(Desk const& desk) override
     {
         std::string const mesh = input_.meshes().front();
         MeshFile const file = input_.read(mesh, desk.context);
         PhotoSet const photos = load_photos(photos_, desk.context);
-        desk.outputs.check(this->outputs(), photos.files);
         TextureResult const result =
             about(mesh_name(mesh),
                   [&] { return texture(file.mesh, photos, options_.settings(), desk.context); });

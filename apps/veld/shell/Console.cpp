@@ -129,13 +129,24 @@ void Console::finish()
     }
 }
 
+void Console::release()
+{
+    std::lock_guard<std::mutex> const lock(mutex_);
+    if (!held_.empty())
+    {
+        clear_line();
+        write_error_stream(held_);
+        held_.clear();
+    }
+}
+
 void Console::write_result(std::string const& text)
 {
     std::lock_guard<std::mutex> const lock(mutex_);
     clear_line();
     if (settings_.output_is_stdout)
     {
-        write_error_stream(text);
+        held_ += text;
         return;
     }
     std::fwrite(text.data(), 1, text.size(), stdout);

@@ -45,6 +45,9 @@ public:
     /// Throws if standard output did not take everything.
     void finish();
 
+    /// Tells what stands beside a file on standard output, once that is written.
+    void release();
+
 private:
     void write_result(std::string const& text);
     void clear_line();
@@ -52,6 +55,7 @@ private:
     ConsoleSettings settings_;
 
     std::mutex mutex_;
+    std::string held_; ///< Results until standard output has its file.
     bool progress_shown_ = false;
     std::string progress_text_;
     std::chrono::steady_clock::time_point progress_time_;
