@@ -11,6 +11,13 @@ std::string counted(std::size_t n, std::string const& noun)
     return fmt::format("{} {}", n, n == 1 ? noun : is_vertex ? "vertices" : noun + "s");
 }
 
+std::string percent(double part)
+{
+    constexpr double LEAST_WHOLE = 0.1; // below it two digits are told
+    return part >= LEAST_WHOLE ? fmt::format("{:.0f} %", 100.0 * part)
+                               : fmt::format("{:.2g} %", 100.0 * part);
+}
+
 std::string shown(std::filesystem::path const& path)
 {
     return path.u8string();

@@ -63,8 +63,8 @@ inline reference::Photographs random_set(BaseTriMesh const& object, Lot& lot,
 }
 
 /// Colours may differ by what is cut off, all else not at all.
-inline void expect_same_texture(reference::TexturedResult const& expected, BaseTriMesh const& actual,
-                         reference::Taken& taken)
+inline void expect_same_texture(reference::TexturedResult const& expected,
+                                BaseTriMesh const& actual, reference::Taken& taken)
 {
     auto const& image = expected.atlas.image;
     ASSERT_EQ(actual.texture_image.width(), image.width());

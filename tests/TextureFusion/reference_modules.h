@@ -39,8 +39,7 @@ inline bool look_at_nearest_pixel(Vector3f const& point, Vector3f const& normal,
         return false;
     }
     double const z = std::abs(static_cast<double>(p.z()));
-    double const column =
-        to_nearest(view.intrinsics.get_fx(), p.x(), z, view.intrinsics.get_cx());
+    double const column = to_nearest(view.intrinsics.get_fx(), p.x(), z, view.intrinsics.get_cx());
     double const row = to_nearest(view.intrinsics.get_fy(), p.y(), z, view.intrinsics.get_cy());
     if (!is_inside(column, view.image.width(), 0) || !is_inside(row, view.image.height(), 0))
     {
@@ -49,12 +48,11 @@ inline bool look_at_nearest_pixel(Vector3f const& point, Vector3f const& normal,
     }
     int const px = static_cast<int>(column);
     int const py = static_cast<int>(row);
-    taken["at the rim"] += px == 0 || py == 0 || px == view.image.width() - 1 ||
-                                   py == view.image.height() - 1
-                               ? 1
-                               : 0;
-    seen = VertTex{view.id,  static_cast<float>(z),  px,    py, static_cast<float>(px),
-                   static_cast<float>(py), cosine};
+    taken["at the rim"] +=
+        px == 0 || py == 0 || px == view.image.width() - 1 || py == view.image.height() - 1 ? 1 : 0;
+    seen = VertTex{view.id, static_cast<float>(z),  px,
+                   py,      static_cast<float>(px), static_cast<float>(py),
+                   cosine};
     return true;
 }
 
@@ -248,9 +246,8 @@ inline Vector2i pixel_in_patch(PlainMesh const& mesh, TextureState const& state,
 }
 
 /// The pairs of faces of a patch and of others that share an edge.
-inline std::vector<std::pair<int, int>> pairs_at_seam(PlainMesh const& mesh,
-                                                      TextureState const& state,
-                                                      std::vector<int> const& border)
+inline std::vector<std::pair<int, int>>
+pairs_at_seam(PlainMesh const& mesh, TextureState const& state, std::vector<int> const& border)
 {
     std::vector<std::pair<int, int>> pairs;
     for (int const f : border)

@@ -13,6 +13,7 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 /// A sheet, its photograph, and what is made of them.
@@ -50,8 +51,10 @@ TEST_F(TextureCommand, HasTheDocumentedKeys)
         auto const result = run.json();
         EXPECT_THAT(keys_of(result),
                     testing::UnorderedElementsAre("photographs", "patches", "texture_holes",
-                                                  "faces", "textured_faces", "colourless_faces",
+                                                  "faces", "seen_faces", "textured_faces",
+                                                  "colourless_faces", "depth_tolerance",
                                                   "atlas_width", "atlas_height", "seconds"));
+        EXPECT_NEAR(result["depth_tolerance"].get<double>(), 2.5, 1e-6);
         EXPECT_EQ(result["photographs"], 1);
         EXPECT_EQ(result["patches"], 1);
         EXPECT_EQ(result["texture_holes"], 0);
@@ -126,7 +129,9 @@ TEST_F(TextureCommand, ReportsInALineForPeople)
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_THAT(run.out,
                 AllOf(HasSubstr("model.glb: 1 photograph on 1800 of 1800 faces, 1 patch, "),
-                      HasSubstr("seen by none: 0 faces, 0 without a colour")));
+                      HasSubstr("depth tolerance 2.5 mm\n"),
+                      HasSubstr("seen by none: 0 faces, in small regions: 0 faces, 0 without a "
+                                "colour")));
     EXPECT_THAT(files_in(results_.path()), ElementsAre("model.glb"));
     EXPECT_EQ(texture({"-o", out("quiet.glb"), "--quiet"}).out, "");
 }
@@ -167,7 +172,7 @@ TEST_F(TextureCommand, ErrorsAreOneLine)
     EXPECT_THAT(fails({"-o", out("m.glb"), "--pipeline", "magic"}, 1), HasSubstr("--pipeline"));
     EXPECT_THAT(fails({"-o", out("m.glb"), "--solver", "magic"}, 1), HasSubstr("--solver"));
     EXPECT_THAT(fails({"-o", out("m.glb"), "--small-region", "2000"}, 2),
-                EndsWith("(see --depth-tolerance)\n"));
+                EndsWith("(see --small-region)\n"));
     EXPECT_THAT(fails({"-o", out("none/m.glb")}, 1), HasSubstr("there is no directory"));
     EXPECT_TRUE(files_in(results_.path()).empty());
 }
@@ -209,6 +214,48 @@ TEST_F(TextureCommand, APhotographIsNeverWrittenOver)
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.err, EndsWith("model.jpg: is an input, which is never written\n"));
     EXPECT_EQ(file_content(jpegs.path() / "model.jpg"), before);
+}
+
+TEST_F(TextureCommand, NoOutputIsWrittenOverWhatThePhotographsComeFrom)
+{
+    for (auto const& name : {"cameras.json", "one.png"})
+    {
+        std::string const file = photos_.file(name);
+        std::string const before = file_content(file);
+        Outcome const texturing = texture({"-o", out("model.glb"), "--timings", file});
+        Outcome const choice = run_veld({"keyframes", photos_.path().string(), "--timings", file});
+        for (Outcome const& run : {texturing, choice})
+        {
+            EXPECT_EQ(run.status, 1);
+            EXPECT_THAT(run.err,
+                        EndsWith(std::string(name) + ": is an input, which is never written\n"));
+        }
+        EXPECT_EQ(file_content(file), before);
+    }
+    EXPECT_TRUE(files_in(results_.path()).empty());
+}
+
+TEST_F(TextureCommand, TheTextureOfTheMeshIsNotWrittenOver)
+{
+    ASSERT_EQ(texture({"-o", out("model.obj")}).status, 0);
+    std::string const before = file_content(out("model.jpg"));
+    for (auto const& name : {"model.jpg", "model.mtl"})
+    {
+        Outcome const run =
+            run_veld({"texture", out("model.obj"), "--photos", photos_.path().string(), "-o",
+                      out("other.glb"), "--timings", out(name)});
+        EXPECT_EQ(run.status, 1);
+        EXPECT_THAT(run.err,
+                    EndsWith(std::string(name) + ": is an input, which is never written\n"));
+    }
+    EXPECT_EQ(file_content(out("model.jpg")), before);
+}
+
+TEST_F(TextureCommand, SettingsAreNamedAsOptions)
+{
+    Outcome const run = texture({"-o", out("m.glb"), "--pose-scale", "1000"});
+    EXPECT_THAT(run.err, HasSubstr("and --pose-scale 1 makes them one"));
+    EXPECT_THAT(run.err, Not(HasSubstr("pose_scale")));
 }
 
 TEST_F(TextureCommand, UnitsThatDoNotFitAreWarnedOf)

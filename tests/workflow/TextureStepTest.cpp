@@ -20,6 +20,7 @@ namespace
 {
 
 using namespace veld_test;
+using OrvaneAlgorithm::CameraInParam;
 using OrvaneAlgorithm::Vector2f;
 using OrvaneAlgorithm::Vector3d;
 using testing::AllOf;
@@ -262,18 +263,19 @@ TEST(TextureStep, MeshAndPosesOfDifferentUnitsAreToldOf)
     metres.pose_scale = 0.001;
     EXPECT_THAT(texture_reason(far_sheet(), far_photos(), metres),
                 AllOf(StartsWith("photos: no vertex of the mesh is in view of any photograph"),
-                      HasSubstr("taken times 1000: mesh and poses have different units")));
-    auto const run = run_texture(scaled_sheet(0.001F), sheet_photos(), {});
-    ASSERT_FALSE(run.warnings.empty());
-    EXPECT_EQ(run.warnings[0].code, veld::WarningCode::UNITS_UNLIKELY);
-    EXPECT_EQ(run.warnings[0].about, "photos");
-    EXPECT_THAT(run.warnings[0].text, HasSubstr("where the lengths of the poses are taken times "
-                                                "0.001 it fits better"));
+                      HasSubstr("taken times 1000: mesh and poses have different units, and "
+                                "pose_scale 1 makes them one")));
+    metres.pose_scale = 0.01;
+    EXPECT_THAT(texture_reason(far_sheet(), far_photos(), metres), HasSubstr("taken times 100:"));
+    EXPECT_THAT(texture_reason(scaled_sheet(0.001F), sheet_photos()),
+                HasSubstr("it fits better where the lengths of the poses are taken times 0.001: "));
 }
 
 TEST(TextureStep, LengthsThatLookLikeMetresAreToldOf)
 {
-    auto const run = run_texture(scaled_sheet(0.1F), sheet_photos(10.0));
+    veld::TextureSettings settings;
+    settings.depth_tolerance = 1.0;
+    auto const run = run_texture(scaled_sheet(0.1F), sheet_photos(10.0), settings);
     ASSERT_EQ(run.warnings.size(), 1U);
     EXPECT_EQ(run.warnings[0].code, veld::WarningCode::UNITS_UNLIKELY);
     EXPECT_THAT(run.warnings[0].text, HasSubstr("the mesh is 4.24 mm across"));
@@ -300,7 +302,311 @@ TEST(TextureStep, TooFewFacesInOnePieceAreAFailureThatSaysSo)
     veld::TextureSettings settings;
     settings.small_region = 2 * SHEET_SIDE * SHEET_SIDE;
     EXPECT_THAT(texture_reason(grid(SHEET_SIDE, SHEET_SIDE), sheet_photos(), settings),
-                StartsWith("no photograph shows a region of more than 1800 faces"));
+                StartsWith("no photograph shows a region of more than 1800 faces: the largest "
+                           "region that they show has 1800 faces of the mesh's 1800"));
+}
+
+TEST(TextureStep, WhatLeavesNothingIsNamed)
+{
+    auto const reason = [](auto const& change)
+    {
+        veld::TextureSettings settings;
+        change(settings);
+        return texture_reason(grid(SHEET_SIDE, SHEET_SIDE), sheet_photos(), settings);
+    };
+    EXPECT_THAT(reason([](auto& s) { s.lowest_cosine = 1.0; }),
+                HasSubstr("nothing in view looks towards its camera by a cosine of 1"));
+    EXPECT_THAT(reason([](auto& s) { s.image_border = 60; }),
+                HasSubstr("all that is in view lies in the rim of 60 pixels"));
+    EXPECT_THAT(reason([](auto& s) { s.depth_tolerance = 0.0; }),
+                HasSubstr("which the depth tolerance of 0 mm is too small for"));
+    auto photos = sheet_photos();
+    photos.views[0].intrinsics = CameraInParam(9000.0, 9000.0, PHOTO_CENTRE, PHOTO_CENTRE);
+    EXPECT_THAT(texture_reason(grid(SHEET_SIDE, SHEET_SIDE), photos),
+                HasSubstr("no photograph has all corners of a face in view"));
+}
+
+/// Triangles that hang together in pairs of cells at one vertex only.
+TriMesh torn_sheet(int side)
+{
+    TriMesh const whole = grid(side, side);
+    TriMesh torn;
+    for (auto const face : whole.faces())
+    {
+        std::vector<OpenMesh::VertexHandle> corners;
+        for (auto const vertex : whole.fv_range(face))
+        {
+            corners.push_back(torn.add_vertex(whole.point(vertex)));
+        }
+        torn.add_face(corners);
+    }
+    return torn;
+}
+
+/// Adds a piece of 2 * side * side faces, shifted along x.
+void add_piece(TriMesh& mesh, int side, float shift)
+{
+    TriMesh const piece = grid(side, side);
+    std::vector<OpenMesh::VertexHandle> vertices;
+    for (auto const vertex : piece.vertices())
+    {
+        vertices.push_back(
+            mesh.add_vertex(piece.point(vertex) + OrvaneAlgorithm::Vector3f(shift, 0, 0)));
+    }
+    for (auto const face : piece.faces())
+    {
+        std::vector<OpenMesh::VertexHandle> corners;
+        for (auto const vertex : piece.fv_range(face))
+        {
+            corners.push_back(vertices[static_cast<std::size_t>(vertex.idx())]);
+        }
+        mesh.add_face(corners);
+    }
+}
+
+TEST(TextureStep, ATextureOnNextToNothingIsAFailure)
+{
+    TriMesh mesh = torn_sheet(24); // 1152 faces, each a region of its own
+    add_piece(mesh, 5, 24.5F);
+    veld::TextureSettings settings;
+    settings.small_region = 40;
+    EXPECT_THAT(texture_reason(mesh, sheet_photos(), settings),
+                AllOf(StartsWith("photographs show 50 of 1202 faces, though 100 % of the mesh"),
+                      HasSubstr("most of what they show lies in regions that are too small")));
+}
+
+TEST(TextureStep, FacesInSmallRegionsAreToldApartFromUnseenOnes)
+{
+    TriMesh mesh = torn_sheet(20); // 800 faces
+    add_piece(mesh, 9, 20.5F);
+    auto const run = run_texture(mesh, sheet_photos());
+    EXPECT_EQ(run.result.seen_faces, 962U);
+    EXPECT_EQ(run.result.textured_faces, 162U);
+    ASSERT_EQ(run.warnings.size(), 1U);
+    EXPECT_EQ(run.warnings[0].setting, "small_region");
+    EXPECT_THAT(run.warnings[0].text,
+                AllOf(StartsWith("0 of 962 faces are shown by no photograph, and 800 lie in "
+                                 "regions too small to count"),
+                      HasSubstr("a small_region of less than 50 may help")));
+}
+
+TEST(TextureStep, AVertexFarAwayCostsItsPlaceTheColoursAndNoMore)
+{
+    TriMesh mesh = grid(SHEET_SIDE, SHEET_SIDE);
+    mesh.point(vh(SHEET_SIDE)) = {30000.0F, 0.0F, 0.0F};
+    auto const run = run_texture(mesh, sheet_photos());
+    EXPECT_EQ(run.result.large_holes, 1U);
+    EXPECT_GT(run.result.textured_faces, 1700U);
+    EXPECT_LT(run.result.textured.image.width(), 1000);
+    EXPECT_LT(run.result.textured.image.height(), 1000);
+    ASSERT_EQ(run.warnings.size(), 1U);
+    EXPECT_EQ(run.warnings[0].code, veld::WarningCode::HOLES_COLOURLESS);
+    EXPECT_THAT(run.warnings[0].text, StartsWith("1 place that no photograph shows is too large"));
+}
+
+TEST(TextureStep, AMeshTurnedInsideOutIsRefused)
+{
+    TriMesh turned;
+    TriMesh const mesh = grid(SHEET_SIDE, SHEET_SIDE);
+    for (auto const vertex : mesh.vertices())
+    {
+        turned.add_vertex(mesh.point(vertex));
+    }
+    for (auto const face : mesh.faces())
+    {
+        std::vector<OpenMesh::VertexHandle> corners(mesh.cfv_begin(face), mesh.cfv_end(face));
+        turned.add_face(corners[0], corners[2], corners[1]);
+    }
+    EXPECT_EQ(texture_reason(turned, sheet_photos()),
+              "photos: 100 % of what the cameras see of the mesh looks away from them: turn its "
+              "faces round");
+    veld::TextureSettings settings;
+    settings.lowest_cosine = -1.0; // asks for what looks away
+    EXPECT_EQ(texture_reason(turned, sheet_photos(), settings), "no error");
+}
+
+TEST(TextureStep, TheDepthToleranceIsMeasuredWhereItIsNotGiven)
+{
+    // Edges of 1 mm, and pixels of 30 / 90 mm.
+    auto const run = run_texture(grid(SHEET_SIDE, SHEET_SIDE), sheet_photos());
+    ASSERT_TRUE(run.result.settings.depth_tolerance);
+    EXPECT_NEAR(*run.result.settings.depth_tolerance, 2.5, 1e-6);
+    auto const small = run_texture(scaled_sheet(0.001F), sheet_photos(1000.0));
+    EXPECT_NEAR(*small.result.settings.depth_tolerance, 0.0025, 1e-6);
+    EXPECT_EQ(small.result.textured_faces, 2U * SHEET_SIDE * SHEET_SIDE);
+    EXPECT_TRUE(small.warnings.empty());
+    auto wide = sheet_photos();
+    wide.views[0].intrinsics = CameraInParam(15.0, 15.0, PHOTO_CENTRE, PHOTO_CENTRE);
+    EXPECT_NEAR(*run_texture(grid(SHEET_SIDE, SHEET_SIDE), wide).result.settings.depth_tolerance,
+                5.0, 1e-6);
+}
+
+TEST(TextureStep, ADepthToleranceBelowTheSpacingIsWarnedOf)
+{
+    veld::TextureSettings settings;
+    settings.depth_tolerance = 0.5;
+    auto const run = run_texture(grid(SHEET_SIDE, SHEET_SIDE), sheet_photos(), settings);
+    EXPECT_EQ(run.result.settings.depth_tolerance, 0.5);
+    ASSERT_EQ(run.warnings.size(), 1U);
+    EXPECT_EQ(run.warnings[0].setting, "depth_tolerance");
+    EXPECT_THAT(run.warnings[0].text, StartsWith("the depth tolerance of 0.5 mm is less than the "
+                                                 "1 mm between vertices or pixels"));
+}
+
+TEST(TextureStep, WhatLiesBehindACameraIsNotSeen)
+{
+    // Two sheets that look at each other, and a camera between them that looks at the first.
+    TriMesh mesh = grid(SHEET_SIDE, SHEET_SIDE);
+    TriMesh const other = grid(SHEET_SIDE, SHEET_SIDE);
+    std::vector<OpenMesh::VertexHandle> vertices;
+    for (auto const vertex : other.vertices())
+    {
+        auto const p = other.point(vertex);
+        vertices.push_back(mesh.add_vertex({p.x(), p.y(), 60.0F}));
+    }
+    for (auto const face : other.faces())
+    {
+        std::vector<std::size_t> at;
+        for (auto const vertex : other.fv_range(face))
+        {
+            at.push_back(static_cast<std::size_t>(vertex.idx()));
+        }
+        mesh.add_face(vertices[at[0]], vertices[at[2]], vertices[at[1]]);
+    }
+    for (auto const pipeline : {veld::TexturePipeline::FUSION, veld::TexturePipeline::MESH})
+    {
+        veld::TextureSettings settings;
+        settings.pipeline = pipeline;
+        auto const run = run_texture(mesh, sheet_photos(), settings);
+        EXPECT_EQ(run.result.seen_faces, 2U * SHEET_SIDE * SHEET_SIDE);
+    }
+}
+
+using OrvaneAlgorithm::Matrix3d;
+
+constexpr double BALL_RADIUS = 10.0;
+
+/// What a camera shows of a ball around the origin whose colours are its own; black beside it.
+veld::Photo ball_photo(veld::PhotoView const& view)
+{
+    Matrix3d const to_world = view.pose.get_rotation().transpose();
+    Vector3d const eye = -(to_world * view.pose.get_translation());
+    veld::Photo photo(view.width, view.height);
+    for (int y = 0; y < view.height; ++y)
+    {
+        for (int x = 0; x < view.width; ++x)
+        {
+            Vector3d const way = (to_world * Vector3d((x - PHOTO_CENTRE) / PHOTO_FOCAL_LENGTH,
+                                                      (y - PHOTO_CENTRE) / PHOTO_FOCAL_LENGTH, 1.0))
+                                     .normalized();
+            double const along = -eye.dot(way);
+            double const under = along * along - eye.squaredNorm() + BALL_RADIUS * BALL_RADIUS;
+            for (int channel = 0; under > 0.0 && channel < 3; ++channel)
+            {
+                double const place = (eye + (along - std::sqrt(under)) * way)[channel];
+                photo.pixel(x, y)[channel] = static_cast<unsigned char>(
+                    128.0 + 80.0 * std::sin(0.5 * place + static_cast<double>(channel)));
+            }
+        }
+    }
+    return photo;
+}
+
+/// A ball around the origin in photographs from four sides, which all look at its centre.
+veld::PhotoSet ball_photos()
+{
+    veld::PhotoSet set = sheet_photos();
+    auto const first = set.views.front();
+    set.views.clear();
+    set.images.clear();
+    for (Vector3d const& forward :
+         {Vector3d(0, 0, -1), Vector3d(1, 0, 0), Vector3d(-1, 0, 0), Vector3d(0, 1, 0)})
+    {
+        Vector3d const right = forward.z() != 0.0 ? Vector3d(1, 0, 0) : Vector3d(0, 0, 1);
+        Matrix3d rotation;
+        rotation.row(0) = right;
+        rotation.row(1) = forward.cross(right);
+        rotation.row(2) = forward;
+        set.views.push_back(first);
+        set.views.back().pose.set_rotation(rotation);
+        set.views.back().pose.set_translation(Vector3d(0, 0, CAMERA_HEIGHT));
+        set.images.push_back(ball_photo(set.views.back()));
+    }
+    return set;
+}
+
+TriMesh ball()
+{
+    TriMesh mesh = sphere(4);
+    for (auto const vertex : mesh.vertices())
+    {
+        mesh.point(vertex) = mesh.point(vertex).normalized() * static_cast<float>(BALL_RADIUS);
+    }
+    return mesh;
+}
+
+template <typename Change>
+veld::PhotoSet with_poses(veld::PhotoSet photos, Change const& change)
+{
+    for (auto& view : photos.views)
+    {
+        view.pose = change(view.pose);
+    }
+    return photos;
+}
+
+OrvaneAlgorithm::RigidMatrix with_opengl_axes(OrvaneAlgorithm::RigidMatrix pose)
+{
+    Matrix3d const turn = Vector3d(1.0, -1.0, -1.0).asDiagonal();
+    pose.set_rotation(turn * pose.get_rotation());
+    pose.set_translation(turn * pose.get_translation());
+    return pose;
+}
+
+TEST(TextureStep, ABallInItsPhotographsHasNoWarningOfPoses)
+{
+    auto const run = run_texture(ball(), ball_photos());
+    for (auto const& warning : run.warnings)
+    {
+        EXPECT_EQ(warning.code, veld::WarningCode::FACES_UNSEEN) << warning.text;
+    }
+}
+
+TEST(TextureStep, PosesThatShowFarMoreTurnedRoundAreRefused)
+{
+    auto const turned = with_poses(ball_photos(), [](auto const& pose) { return pose.inverse(); });
+    EXPECT_THAT(texture_reason(ball(), turned), HasSubstr("where the poses are turned round"));
+}
+
+TEST(TextureStep, AxesOfOpenGlAreNamed)
+{
+    EXPECT_THAT(texture_reason(ball(), with_poses(ball_photos(), with_opengl_axes)),
+                HasSubstr("where the axes are those of OpenGL: negate the second and third row"));
+    auto const both = with_poses(ball_photos(),
+                                 [](auto const& pose) { return with_opengl_axes(pose).inverse(); });
+    EXPECT_THAT(texture_reason(ball(), both),
+                HasSubstr("where the poses are turned round and the axes those of OpenGL"));
+}
+
+TEST(TextureStep, UnitsThatAreTenTimesOffGetAHint)
+{
+    auto const times = [](double factor)
+    {
+        return with_poses(ball_photos(),
+                          [factor](auto pose)
+                          {
+                              pose.set_translation(pose.get_translation() * factor);
+                              return pose;
+                          });
+    };
+    auto const run = run_texture(ball(), times(10.0));
+    ASSERT_FALSE(run.warnings.empty());
+    EXPECT_EQ(run.warnings[0].code, veld::WarningCode::UNITS_UNLIKELY);
+    EXPECT_EQ(run.warnings[0].about, "photos");
+    EXPECT_EQ(run.warnings[0].setting, "pose_scale");
+    EXPECT_THAT(run.warnings[0].text,
+                AllOf(StartsWith("100 % of the mesh is in view"), HasSubstr("pose_scale 0.1 ")));
+    EXPECT_THAT(texture_reason(ball(), times(0.1)), HasSubstr("pose_scale 10 "));
 }
 
 TEST(TextureStep, MuchThatNoPhotographShowsIsToldOf)
@@ -312,7 +618,7 @@ TEST(TextureStep, MuchThatNoPhotographShowsIsToldOf)
     EXPECT_EQ(run.warnings[0].code, veld::WarningCode::FACES_UNSEEN);
     EXPECT_THAT(run.warnings[0].text,
                 AllOf(HasSubstr("of 1800 faces are shown by no photograph"),
-                      HasSubstr("a larger depth tolerance than 1 mm may help")));
+                      HasSubstr("a depth_tolerance of more than 2.5 mm may help")));
     EXPECT_LT(run.result.textured_faces, 1350U);
     EXPECT_GT(run.result.textured_faces, 700U);
 }

@@ -2,165 +2,311 @@
 
 #include "workflow/Error.h"
 #include "workflow/ForEachIndex.h"
+#include "workflow/words.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <functional>
 #include <limits>
 
 namespace veld
 {
 
+using OrvaneAlgorithm::Matrix3d;
 using OrvaneAlgorithm::Vector3d;
+using Photo = OrvaneAlgorithm::Image<3, unsigned char>;
 
 namespace
 {
 
-/// So many points tell where a surface is.
-constexpr std::size_t SAMPLES = 20'000;
+/// So many places tell where a surface is, fewer where there are many photographs.
+constexpr std::size_t MOST_SAMPLES = 20'000;
+constexpr std::size_t FEWEST_SAMPLES = 1000;
+constexpr std::size_t MOST_LOOKS = 2'000'000;
 /// An object that is smaller than this part of every photograph was not what they were taken of.
 constexpr double SMALLEST_PART = 0.02;
-/// The units that lengths are confused in most.
-constexpr double UNIT_FACTORS[] = {1000.0, 0.001};
+/// Other poses that are so much better are worth a word, or are the right ones.
+constexpr double BETTER = 2.5;
+constexpr double FAR_BETTER = 10.0;
 
-/// How photographs see points.
+/// How much photographs agree where nothing tells, and at least: a wrong guess may do so by chance.
+constexpr double UNKNOWN_AGREEMENT = 0.3;
+constexpr double LEAST_AGREEMENT = 0.1;
+constexpr std::size_t LEAST_SHARED = 30; // places; fewer may be chance
+constexpr double LEAST_VARIANCE = 25.0;  // of a channel; a plain surface looks alike from anywhere
+
+/// How photographs see places.
 struct Sight
 {
-    std::size_t in_view = 0;   ///< Points that are in view of a photograph.
+    std::size_t in_view = 0;   ///< Places that are in view of a photograph.
+    std::size_t facing = 0;    ///< Those that look towards its camera too.
     double largest_part = 0.0; ///< Of the width or height of a photograph, that they take.
+    double mean_part = 0.0;
+    double agreement = UNKNOWN_AGREEMENT; ///< Of the colours that photographs show at one place.
+
+    /// How well the poses fit: a surface that is photographed shows its front, fills the
+    /// photographs, most of it is in one or another, and they show the same there.
+    double worth() const { return static_cast<double>(facing) * mean_part * agreement; }
 };
 
-/// How one photograph sees points. \param in_view gets 1 for those that it sees
-double look(std::vector<Vector3d> const& points, PhotoView const& view, std::vector<char>& in_view)
+enum Look : unsigned char
 {
-    CameraInParam const& camera = view.intrinsics;
+    OUTSIDE = 0,
+    IN_VIEW = 1,
+    FACING = 2
+};
+
+/// What one photograph shows of places.
+struct PhotoLooks
+{
+    std::vector<unsigned char> looks;         ///< Of each place.
+    std::vector<unsigned char const*> pixels; ///< Of each place that faces the camera.
+    double part = 0.0;                        ///< Of its width or height, that they take.
+};
+
+PhotoLooks look(std::vector<SampledPlace> const& places, PhotoView const& view, Photo const& photo)
+{
+    PlacedCamera const camera(view);
     Eigen::Vector2d const size(view.width, view.height);
     Eigen::Vector2d min = Eigen::Vector2d::Constant(std::numeric_limits<double>::infinity());
     Eigen::Vector2d max = -min;
-    for (std::size_t i = 0; i < points.size(); ++i)
+    bool const has_pixels = photo.width() == view.width && photo.height() == view.height;
+    PhotoLooks result;
+    result.looks.assign(places.size(), OUTSIDE);
+    result.pixels.assign(places.size(), nullptr);
+    for (std::size_t i = 0; i < places.size(); ++i)
     {
-        Vector3d const p = view.pose.get_rotation() * points[i] + view.pose.get_translation();
-        Eigen::Vector2d const pixel(camera.get_fx() * p.x() / p.z() + camera.get_cx(),
-                                    camera.get_fy() * p.y() / p.z() + camera.get_cy());
-        if (p.z() > 0.0 && (pixel.array() >= 0.0).all() &&
-            (pixel.array() <= size.array() - 1.0).all())
+        if (auto const at = camera.pixel_inside(places[i].point))
         {
-            in_view[i] = 1;
+            Eigen::Vector2d const pixel((*at)[0], (*at)[1]);
             min = min.cwiseMin(pixel);
             max = max.cwiseMax(pixel);
+            result.looks[i] = camera.faces(places[i], 0.0) ? FACING : IN_VIEW;
+            if (result.looks[i] == FACING && has_pixels)
+            {
+                result.pixels[i] = photo.pixel(static_cast<int>(std::lround(pixel.x())),
+                                               static_cast<int>(std::lround(pixel.y())));
+            }
         }
     }
-    return std::max(0.0, ((max - min).array() / size.array()).maxCoeff());
+    result.part = std::max(0.0, ((max - min).array() / size.array()).maxCoeff());
+    return result;
 }
 
-Sight look(std::vector<Vector3d> const& points, std::vector<PhotoView> const& views)
+/// 1 less the part of all differences of colours that lies between photographs of one place.
+double find_agreement(std::vector<PhotoLooks> const& photos, std::size_t n_places)
 {
-    std::vector<std::vector<char>> seen(views.size());
-    std::vector<double> parts(views.size(), 0.0);
-    for_each_index(views.size(),
-                   [&](std::size_t i)
-                   {
-                       seen[i].resize(points.size(), 0);
-                       parts[i] = look(points, views[i], seen[i]);
-                   });
-    Sight sight;
-    for (std::size_t i = 0; i < points.size(); ++i)
+    using Eigen::Array3d;
+    Array3d sum = Array3d::Zero();
+    Array3d squares = Array3d::Zero();
+    Array3d within = Array3d::Zero();
+    double n = 0.0;
+    std::size_t n_shared = 0;
+    for (std::size_t i = 0; i < n_places; ++i)
     {
-        sight.in_view +=
-            std::any_of(seen.begin(), seen.end(), [i](auto const& list) { return list[i] != 0; })
-                ? 1
-                : 0;
+        Array3d place_sum = Array3d::Zero();
+        Array3d place_squares = Array3d::Zero();
+        double k = 0.0;
+        for (auto const& photo : photos)
+        {
+            if (auto const* const pixel = photo.pixels[i])
+            {
+                Array3d const colour(pixel[0], pixel[1], pixel[2]);
+                place_sum += colour;
+                place_squares += colour.square();
+                k += 1.0;
+            }
+        }
+        if (k > 1.0)
+        {
+            ++n_shared;
+            n += k;
+            sum += place_sum;
+            squares += place_squares;
+            within += place_squares - place_sum.square() / k;
+        }
     }
-    sight.largest_part = views.empty() ? 0.0 : *std::max_element(parts.begin(), parts.end());
+    double const all = (squares - sum.square() / std::max(n, 1.0)).sum();
+    if (n_shared < LEAST_SHARED || all < LEAST_VARIANCE * n)
+    {
+        return UNKNOWN_AGREEMENT;
+    }
+    double const freedom = (n - 1.0) / (n - static_cast<double>(n_shared));
+    return std::clamp(1.0 - freedom * within.sum() / all, LEAST_AGREEMENT, 1.0);
+}
+
+Sight look(std::vector<SampledPlace> const& places, std::vector<PhotoView> const& views,
+           std::vector<Photo> const& photos)
+{
+    std::vector<PhotoLooks> looks(views.size());
+    for_each_index(views.size(),
+                   [&](std::size_t i) { looks[i] = look(places, views[i], photos[i]); });
+    Sight sight;
+    for (std::size_t i = 0; i < places.size(); ++i)
+    {
+        unsigned char best = OUTSIDE;
+        for (auto const& photo : looks)
+        {
+            best = std::max(best, photo.looks[i]);
+        }
+        sight.in_view += best != OUTSIDE ? 1 : 0;
+        sight.facing += best == FACING ? 1 : 0;
+    }
+    for (auto const& photo : looks)
+    {
+        sight.largest_part = std::max(sight.largest_part, photo.part);
+        sight.mean_part += photo.part / static_cast<double>(looks.size());
+    }
+    sight.agreement = find_agreement(looks, places.size());
     return sight;
 }
 
-std::vector<Vector3d> sample(std::vector<Vector3d> const& points)
+/// Other poses that may have been meant.
+struct Guess
 {
-    std::size_t const stride = points.size() / SAMPLES + 1;
-    std::vector<Vector3d> samples;
-    for (std::size_t i = 0; i < points.size(); i += stride)
-    {
-        samples.push_back(points[i]);
-    }
-    return samples;
+    std::string remedy; ///< What makes the poses these, behind "where".
+    std::string setting;
+    std::function<RigidMatrix(RigidMatrix const&)> meant;
+};
+
+RigidMatrix with_lengths(RigidMatrix pose, double factor)
+{
+    pose.set_translation(pose.get_translation() * factor);
+    return pose;
 }
 
-std::vector<PhotoView> moved(std::vector<PhotoView> views, double factor)
+/// A camera that looks along -z, with y up, as one that looks along z, with y down.
+RigidMatrix with_other_axes(RigidMatrix pose)
 {
-    for (auto& view : views)
-    {
-        view.pose.set_translation(view.pose.get_translation() * factor);
-    }
-    return views;
+    Matrix3d const turn = Vector3d(1.0, -1.0, -1.0).asDiagonal();
+    pose.set_rotation(turn * pose.get_rotation());
+    pose.set_translation(turn * pose.get_translation());
+    return pose;
 }
 
-std::vector<PhotoView> turned_round(std::vector<PhotoView> views)
+std::vector<Guess> all_guesses(double pose_scale)
 {
-    for (auto& view : views)
+    std::vector<Guess> guesses;
+    for (double const unit : {1000.0, 100.0, 25.4, 10.0})
     {
-        view.pose = view.pose.inverse();
+        for (double const factor : {unit, 1.0 / unit})
+        {
+            guesses.push_back({fmt::format("the lengths of the poses are taken times {:.4g}: mesh "
+                                           "and poses have different units, and pose_scale {:.6g} "
+                                           "makes them one",
+                                           factor, factor * pose_scale),
+                               "pose_scale", [factor](RigidMatrix const& pose) {
+                                   return with_lengths(pose, factor);
+                               }});
+        }
     }
-    return views;
+    guesses.push_back({"the poses are turned round: these have to lead from the world to the "
+                       "camera",
+                       "", [](RigidMatrix const& pose) { return pose.inverse(); }});
+    guesses.push_back({"the axes are those of OpenGL: negate the second and third row of R and of "
+                       "t",
+                       "", with_other_axes});
+    guesses.push_back({"the poses are turned round and the axes those of OpenGL: invert them to "
+                       "lead from the world to the camera, then negate the second and third row of "
+                       "R and of t",
+                       "",
+                       [](RigidMatrix const& pose) { return with_other_axes(pose.inverse()); }});
+    return guesses;
 }
 
-/// Whether most of the points are in view, at a size that photographs are taken at.
+/// Whether most of the places are in view, at a size that photographs are taken at.
 bool fits(Sight const& sight, std::size_t n)
 {
     return 2 * sight.in_view > n && sight.largest_part > SMALLEST_PART;
 }
 
-[[noreturn]] void refuse_views(std::vector<Vector3d> const& points,
-                               std::vector<PhotoView> const& views, std::string const& source)
+struct BestGuess
 {
-    std::string const reason = source + ": no vertex of the mesh is in view of any photograph";
-    for (double const factor : UNIT_FACTORS)
+    Guess guess;
+    double worth = 0.0;
+};
+
+/// The best of all guesses that fit; of worth 0 if none does.
+BestGuess find_guess(std::vector<SampledPlace> const& places, std::vector<PhotoView> const& views,
+                     std::vector<Photo> const& photos, double pose_scale)
+{
+    BestGuess best;
+    for (auto& guess : all_guesses(pose_scale))
     {
-        if (fits(look(points, moved(views, factor)), points.size()))
+        auto meant = views;
+        for (auto& view : meant)
         {
-            throw InputError(fmt::format("{}; they are where the lengths of the poses are taken "
-                                         "times {:g}: mesh and poses have different units",
-                                         reason, factor),
-                             "pose_scale");
+            view.pose = guess.meant(view.pose);
+        }
+        Sight const sight = look(places, meant, photos);
+        if (fits(sight, places.size()) && sight.worth() > best.worth)
+        {
+            best = {std::move(guess), sight.worth()};
         }
     }
-    if (fits(look(points, turned_round(views)), points.size()))
+    return best;
+}
+
+[[noreturn]] void refuse_views(BestGuess const& best, std::string const& source)
+{
+    std::string const reason = source + ": no vertex of the mesh is in view of any photograph; ";
+    if (best.worth > 0.0)
     {
-        throw InputError(reason + "; they are where the poses are turned round: these have to lead "
-                                  "from the world to the camera");
+        throw InputError(reason + "they are where " + best.guess.remedy, best.guess.setting);
     }
-    throw InputError(reason +
-                     "; the poses have to lead from the world to the camera, whose z looks "
-                     "forward, and to have the mesh's unit");
+    throw InputError(reason + "the poses have to lead from the world to the camera, whose z looks "
+                              "forward, and to have the mesh's unit");
+}
+
+std::vector<SampledPlace> sample(MeshTriangles const& faces, std::size_t n_views)
+{
+    return choose_places(faces, std::clamp(MOST_LOOKS / std::max<std::size_t>(n_views, 1),
+                                           FEWEST_SAMPLES, MOST_SAMPLES));
+}
+
+double share(std::size_t part, std::size_t all)
+{
+    return static_cast<double>(part) / static_cast<double>(all);
 }
 
 } // namespace
 
-std::string check_sight(std::vector<Vector3d> const& points, std::vector<PhotoView> const& views,
+SightReport check_sight(MeshTriangles const& faces, std::vector<PhotoView> const& views,
+                        std::vector<Photo> const& photos, double pose_scale,
                         std::string const& source)
 {
-    auto const samples = sample(points);
-    Sight const sight = look(samples, views);
-    if (sight.in_view == 0 && look(points, views).in_view == 0)
+    auto const places = sample(faces, views.size());
+    if (places.empty())
     {
-        refuse_views(samples, views, source);
+        throw InputError("no face of the mesh has an area");
     }
-    for (double const factor : UNIT_FACTORS)
+    Sight const sight = look(places, views, photos);
+    SightReport report;
+    report.facing = share(sight.facing, places.size());
+    BestGuess const best = find_guess(places, views, photos, pose_scale);
+    if (sight.in_view == 0 &&
+        look(choose_places(faces, faces.points.size()), views, photos).in_view == 0)
     {
-        bool const is_doubtful =
-            2 * sight.in_view < samples.size() || sight.largest_part < SMALLEST_PART;
-        if (is_doubtful && fits(look(samples, moved(views, factor)), samples.size()))
+        refuse_views(best, source);
+    }
+    if (best.worth > BETTER * sight.worth())
+    {
+        report.doubt = fmt::format("{} of the mesh is in view, and takes {} of a photograph at "
+                                   "most; it fits better where {}",
+                                   percent(share(sight.in_view, places.size())),
+                                   percent(sight.largest_part), best.guess.remedy);
+        report.setting = best.guess.setting;
+        // A wrong unit may be the right one of a small object, unless nothing can be seen of it.
+        bool const is_certain = best.guess.setting.empty() || sight.largest_part < SMALLEST_PART;
+        if (is_certain && best.worth > FAR_BETTER * sight.worth())
         {
-            return fmt::format(
-                "{:.0f} % of the mesh is in view, and takes {:.2g} % of a photograph "
-                "at most; where the lengths of the poses are taken times {:g} it "
-                "fits better: mesh and poses look like those of different units",
-                100.0 * static_cast<double>(sight.in_view) / static_cast<double>(samples.size()),
-                100.0 * sight.largest_part, factor);
+            throw InputError(source + ": " + report.doubt, report.setting);
         }
     }
-    return {};
+    return report;
 }
 
 } // namespace veld

@@ -1,8 +1,9 @@
 #pragma once
 
 #include "workflow/photos/Photos.h"
+#include "workflow/photos/SampledPlaces.h"
 
-#include "algorithmVeld/common/vectors.h"
+#include "algorithmVeld/common/Image.h"
 
 #include <string>
 #include <vector>
@@ -10,11 +11,26 @@
 namespace veld
 {
 
-/// Throws `InputError` where no point is in view of any photograph; what would bring them into
-/// view, such as poses of another unit, is told.
-/// \param points and views in one unit \param source of the views, for messages
-/// \return why the points and the poses look like those of different units; empty if they do not
-std::string check_sight(std::vector<OrvaneAlgorithm::Vector3d> const& points,
-                        std::vector<PhotoView> const& views, std::string const& source);
+/// How photographs have a mesh in view.
+struct SightReport
+{
+    /// The part of its places that look towards a camera that has them in view, whatever lies
+    /// between.
+    double facing = 0.0;
+    std::string doubt;   ///< Why the poses look like other ones; empty if they do not.
+    std::string setting; ///< With which they would fit; empty if there is none.
+};
+
+/// Looks for the mesh in the photographs, and for the poses by which they agree best on the colours
+/// of its places. Throws `InputError` where no place is in view of any, or
+/// where poses that are turned round or have other axes show far more of it; what would bring the
+/// mesh into view is told.
+/// \param faces and views in one unit
+/// \param photos one for each view, of its size
+/// \param pose_scale by which the poses have been multiplied already
+/// \param source of the views, for messages
+SightReport check_sight(MeshTriangles const& faces, std::vector<PhotoView> const& views,
+                        std::vector<OrvaneAlgorithm::Image<3, unsigned char>> const& photos,
+                        double pose_scale, std::string const& source);
 
 } // namespace veld

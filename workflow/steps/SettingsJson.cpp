@@ -393,7 +393,6 @@ Json to_json(TextureSettings const& settings)
               {"scale", settings.scale},
               {"pose_scale", settings.pose_scale},
               {"balance", settings.balance},
-              {"depth_tolerance", settings.depth_tolerance},
               {"lowest_cosine", settings.lowest_cosine},
               {"views_per_vertex", settings.views_per_vertex},
               {"small_region", settings.small_region},
@@ -406,6 +405,10 @@ Json to_json(TextureSettings const& settings)
     {
         json["packing_gap"] = *settings.packing_gap;
     }
+    if (settings.depth_tolerance)
+    {
+        json["depth_tolerance"] = *settings.depth_tolerance;
+    }
     return json;
 }
 
@@ -416,7 +419,12 @@ void read_settings(Json const& json, std::string const& place, TextureSettings& 
     reader.number("scale", settings.scale, 1e-6, 1e6);
     reader.number("pose_scale", settings.pose_scale, 1e-6, 1e6);
     reader.flag("balance", settings.balance);
-    reader.number("depth_tolerance", settings.depth_tolerance, 0.0);
+    if (reader.has("depth_tolerance"))
+    {
+        double value = 0.0;
+        reader.number("depth_tolerance", value, 0.0);
+        settings.depth_tolerance = value;
+    }
     reader.number("lowest_cosine", settings.lowest_cosine, -1.0, 1.0);
     reader.integer("views_per_vertex", settings.views_per_vertex, 1);
     reader.integer("small_region", settings.small_region, 0);

@@ -219,8 +219,10 @@ Json to_json(TextureResult const& result)
             {"patches", result.patches},
             {"texture_holes", result.texture_holes},
             {"faces", result.textured.mesh.n_faces()},
+            {"seen_faces", result.seen_faces},
             {"textured_faces", result.textured_faces},
             {"colourless_faces", result.colourless_faces},
+            {"depth_tolerance", result.settings.depth_tolerance.value_or(0.0)},
             {"atlas_width", result.textured.image.width()},
             {"atlas_height", result.textured.image.height()},
             {"seconds", result.seconds}};

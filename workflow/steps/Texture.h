@@ -43,15 +43,17 @@ struct TextureSettings
     double pose_scale = 1.0; ///< Of the poses alone, to the unit of the mesh: 1000 for poses in
                              ///< metres and a mesh in millimetres.
     bool balance = true;     ///< Whether the photographs' exposures are made to agree first.
-    double depth_tolerance = 1.0; ///< Millimetres that a vertex may lie behind what a photograph
-                                  ///< shows in its place, and count as seen.
-    double lowest_cosine = 0.0;   ///< Of the angle between a vertex's normal and the way to the
-                                  ///< camera.
-    int views_per_vertex = 10;    ///< A vertex collects at most so many photographs.
-    int small_region = 50;     ///< Connected faces of one photograph count from more than so many.
-    double hole_ratio = 1.0;   ///< Largest picture of an unseen place, in photographs.
-    int hole_vertices = 10000; ///< Up to so many vertices it may be of any size.
-    int image_border = 3;      ///< Pixels at the rim of a photograph that do not count.
+    /// Millimetres that a vertex may lie behind what a photograph shows in its place, and count as
+    /// seen. Nothing: 2.5 times the larger of the median length of the mesh's edges and the median
+    /// width of a pixel on it.
+    std::optional<double> depth_tolerance;
+    double lowest_cosine = 0.0; ///< Of the angle between a vertex's normal and the way to the
+                                ///< camera.
+    int views_per_vertex = 10;  ///< A vertex collects at most so many photographs.
+    int small_region = 50;      ///< Connected faces of one photograph count from more than so many.
+    double hole_ratio = 1.0;    ///< Largest picture of an unseen place, in photographs.
+    int hole_vertices = 10000;  ///< Up to so many vertices it may be larger, see texture().
+    int image_border = 3;       ///< Pixels at the rim of a photograph that do not count.
     std::optional<int> packing_gap; ///< Pixels between the patches of the atlas. Without it, 1, and
                                     ///< 3 by `MESH`.
     int patch_margin = 3;           ///< Pixels around the faces of a patch that it has too.
@@ -62,22 +64,32 @@ struct TextureSettings
 struct TextureResult
 {
     TexturedMesh textured;            ///< In millimetres, with the faces and vertices of the input.
-    TextureSettings settings;         ///< As they were taken.
+    TextureSettings settings;         ///< With the depth tolerance that was taken.
     std::size_t photographs = 0;      ///< How many there are.
     std::size_t patches = 0;          ///< Connected sets of faces of one photograph.
     std::size_t texture_holes = 0;    ///< Connected places that no photograph shows.
     std::size_t textured_faces = 0;   ///< Faces with the colours of a photograph.
+    std::size_t seen_faces = 0;       ///< Faces that a photograph shows, also in small regions.
+    std::size_t largest_region = 0;   ///< Faces of the largest region of such faces.
+    std::size_t large_holes = 0;      ///< Places that are too large to get colours.
     std::size_t colourless_faces = 0; ///< Faces that are black, for nothing is known of them.
     double seconds = 0.0;             ///< Of the texturing alone.
 };
 
 /// Gives a mesh the photographs as its texture. The same bytes for any number of threads.
 ///
-/// Throws `InputError` where no photograph has a vertex in view, or where `MESH` gets photographs
-/// of different sizes, `OperationError` where none shows a region of more faces than count, or
-/// where the pieces of `MESH` leave no pixel for faces without a colour. Warns
-/// where the mesh seems to have another unit than the poses or than millimetres, and where much of
-/// it is seen by no photograph.
+/// What lies behind a camera is not seen by it. A place that no photograph shows and that would
+/// take more pixels than four of the largest photograph (times `hole_ratio`, if that is more than
+/// 1) stays without colours.
+///
+/// Throws `InputError` where no photograph has a vertex in view, where the poses are those of
+/// another direction or other axes, where the mesh is turned inside out, or where `MESH` gets
+/// photographs of different sizes. Throws `OperationError` where no photograph shows a region of
+/// more faces than count, where less than a twentieth of the faces that look towards a camera
+/// gets a texture, or where the pieces of `MESH` leave no pixel for faces without a colour. Warns
+/// where the mesh seems to have another unit than the poses or than millimetres, where much of it
+/// is seen by no photograph or lies in small regions, and where the texture is larger than graphics
+/// hardware takes.
 VELD_WORKFLOW_API TextureResult texture(OrvaneAlgorithm::TriMesh const& mesh,
                                         PhotoSet const& photos, TextureSettings const& settings,
                                         Context& context);

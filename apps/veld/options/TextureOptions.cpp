@@ -44,6 +44,10 @@ TextureSettings TextureOptions::settings() const
     {
         settings.packing_gap = packing_gap_;
     }
+    if (depth_option_->count() > 0)
+    {
+        settings.depth_tolerance = depth_tolerance_;
+    }
     return settings;
 }
 
@@ -55,9 +59,11 @@ void TextureOptions::add_lengths(CLI::App& app)
     add_number(app, "--pose-scale", settings_.pose_scale, 1.0 / LARGEST_UNIT, LARGEST_UNIT,
                "Multiply the lengths of the poses by this to have the mesh's unit, 1000 for poses "
                "in metres and a mesh in millimetres (default: 1)");
-    add_length(app, "--depth-tolerance", settings_.depth_tolerance,
-               "Distance in mm by which a vertex may lie behind what a photograph shows in its "
-               "place, and count as seen (default: 1)");
+    depth_option_ = add_length(
+        app, "--depth-tolerance", depth_tolerance_,
+        "Distance in mm by which a vertex may lie behind what a photograph shows in its place, and "
+        "count as seen (default: 2.5 times the median length of the mesh's edges or the median "
+        "width of a pixel on it, whichever is larger)");
 }
 
 void TextureOptions::add_view_limits(CLI::App& app)
@@ -83,8 +89,8 @@ void TextureOptions::add_atlas_options(CLI::App& app)
                          "photographs (default: 1)"),
               FUSION, any_hole);
     uses_.add(add_integer(app, "--hole-vertices", settings_.hole_vertices, 0, LARGEST_NUMBER,
-                          "fusion: up to so many vertices such a place may be of any size "
-                          "(default: 10000)"),
+                          "fusion: up to so many vertices such a place may be larger, up to four "
+                          "photographs (default: 10000)"),
               FUSION, any_hole);
     uses_.add(
         add_integer(app, "--patch-margin", settings_.patch_margin, 0, LARGEST_MARGIN,

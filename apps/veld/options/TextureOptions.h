@@ -33,6 +33,8 @@ private:
     std::string solver_ = "simplicial";
     int packing_gap_ = 0;
     CLI::Option* packing_gap_option_ = nullptr;
+    double depth_tolerance_ = 0.0;
+    CLI::Option* depth_option_ = nullptr;
     TextureSettings settings_;
     MethodOptions uses_;
 };

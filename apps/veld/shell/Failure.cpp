@@ -2,9 +2,9 @@
 
 #include "shell/Console.h"
 #include "shell/ExitStatus.h"
+#include "shell/SettingNames.h"
 #include "workflow/Error.h"
 
-#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <new>
@@ -16,18 +16,9 @@ namespace veld::cli
 namespace
 {
 
-/// The setting of a step as an option.
-std::string option_of(std::string setting)
-{
-    std::replace(setting.begin(), setting.end(), '_', '-');
-    return "--" + setting;
-}
-
 std::string reason_of(Error const& error)
 {
-    return error.setting().empty()
-               ? error.what()
-               : std::string(error.what()) + " (see " + option_of(error.setting()) + ")";
+    return with_option(error.what(), error.setting());
 }
 
 } // namespace

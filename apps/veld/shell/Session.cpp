@@ -1,5 +1,7 @@
 #include "shell/Session.h"
 
+#include "shell/SettingNames.h"
+
 #include "algorithmVeld/common/LogHolder.h"
 #include "algorithmVeld/common/ParamHolder.h"
 
@@ -13,7 +15,7 @@ Session::Session(SessionSettings const& settings, Console& console) : signals_(c
 {
     context_.threads = settings.threads;
     context_.warn = [&console](Warning const& warning)
-    { console.warn(warning.about + ": " + warning.text); };
+    { console.warn(warning.about + ": " + with_option(warning.text, warning.setting)); };
     if (is_terminal())
     {
         context_.progress = [&console](Progress const& progress)

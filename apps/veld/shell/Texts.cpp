@@ -220,14 +220,16 @@ std::string to_text(std::string const& path, CleanResult const& result)
 std::string to_text(std::string const& path, TextureResult const& result)
 {
     std::size_t const faces = result.textured.mesh.n_faces();
-    return fmt::format("{}: {} on {} of {}, {}, {} x {} pixels, in {:.3g} s\n"
-                       "  seen by none: {}, {} without a colour\n",
-                       path, counted(result.photographs, "photograph"), result.textured_faces,
-                       counted(faces, "face"),
-                       result.patches == 1 ? "1 patch" : fmt::format("{} patches", result.patches),
-                       result.textured.image.width(), result.textured.image.height(),
-                       result.seconds, counted(faces - result.textured_faces, "face"),
-                       result.colourless_faces);
+    return fmt::format(
+        "{}: {} on {} of {}, {}, {} x {} pixels, in {:.3g} s\n"
+        "  depth tolerance {:.4g} mm\n"
+        "  seen by none: {}, in small regions: {}, {} without a colour\n",
+        path, counted(result.photographs, "photograph"), result.textured_faces,
+        counted(faces, "face"),
+        result.patches == 1 ? "1 patch" : fmt::format("{} patches", result.patches),
+        result.textured.image.width(), result.textured.image.height(), result.seconds,
+        result.settings.depth_tolerance.value_or(0.0), counted(faces - result.seen_faces, "face"),
+        counted(result.seen_faces - result.textured_faces, "face"), result.colourless_faces);
 }
 
 std::string to_text(std::string const& path, MergeResult const& result)
