@@ -1,3 +1,4 @@
+#include "workflow/files/MeshFiles.h"
 #include "workflow/steps/Texture.h"
 
 #include "workflow/Error.h"
