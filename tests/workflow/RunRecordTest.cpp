@@ -135,10 +135,12 @@ TEST(RunRecord, ADamagedOneIsAnErrorThatNamesThePlace)
               "step 2: 'name' is missing");
     EXPECT_EQ(record_complaint(R"({"version": "1", "steps": [{"name": "a", "warnings": [1]}]})"),
               "step 1: 'warnings' has to be a list of texts");
-    EXPECT_THAT(record_complaint(R"({"version": "1", "steps": [{"name": "a", "new_faces_begin": -2}]})"),
-                HasSubstr("step 1: 'new_faces_begin' has to be"));
-    EXPECT_THAT(record_complaint(R"({"version": "1", "steps": [{"name": "a", "seconds": "long"}]})"),
-                HasSubstr("step 1: 'seconds' has to be"));
+    EXPECT_THAT(
+        record_complaint(R"({"version": "1", "steps": [{"name": "a", "new_faces_begin": -2}]})"),
+        HasSubstr("step 1: 'new_faces_begin' has to be"));
+    EXPECT_THAT(
+        record_complaint(R"({"version": "1", "steps": [{"name": "a", "seconds": "long"}]})"),
+        HasSubstr("step 1: 'seconds' has to be"));
 }
 
 } // namespace

@@ -1,7 +1,7 @@
-#include "workflow/files/MeshFiles.h"
 #include "workflow/steps/Texture.h"
 
 #include "workflow/Error.h"
+#include "workflow/files/MeshFiles.h"
 
 #include "reason_of.h"
 #include "tests/support/meshes.h"

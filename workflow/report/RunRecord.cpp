@@ -18,11 +18,16 @@ namespace
 
 Json step_json(RunStep const& step)
 {
-    return {{"name", step.name},         {"title", step.title},
-            {"settings", step.settings}, {"result", step.result},
-            {"seconds", step.seconds},   {"line", step.line},
-            {"warnings", step.warnings}, {"mesh", step.mesh},
-            {"picture", step.picture},   {"key", step.key},
+    return {{"name", step.name},
+            {"title", step.title},
+            {"settings", step.settings},
+            {"result", step.result},
+            {"seconds", step.seconds},
+            {"line", step.line},
+            {"warnings", step.warnings},
+            {"mesh", step.mesh},
+            {"picture", step.picture},
+            {"key", step.key},
             {"new_faces_begin", step.new_faces_begin}};
 }
 
