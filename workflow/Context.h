@@ -29,7 +29,8 @@ enum class WarningCode
     FACES_TURNED,        ///< A mesh of which much looks away from the cameras that see it.
     HOLES_COLOURLESS,    ///< Places without a photograph that are too large to get colours.
     IMAGE_LARGE,         ///< An image that few programs can show.
-    PHOTOS_REPEATED      ///< Views that all name one photograph.
+    PHOTOS_REPEATED,     ///< Views that all name one photograph.
+    REPORT_GAP           ///< A file of a run that is missing in the page about it.
 };
 
 /// Something that a person should know of a result that is there all the same.

@@ -21,7 +21,6 @@
 #include "workflow/files/MeshFiles.h"
 #include "workflow/files/SeedFile.h"
 #include "workflow/files/TexturedMesh.h"
-#include "workflow/report/RunRecord.h"
 #include "workflow/steps/Clean.h"
 #include "workflow/steps/CutSticks.h"
 #include "workflow/steps/Fill.h"

@@ -353,6 +353,13 @@ OutputFile const& Outputs::add_staged(fs::path const& path, StagingDirectory con
     return *files_.back();
 }
 
+fs::path Outputs::place_now(fs::path const& path) const
+{
+    auto const found = std::find_if(files_.begin(), files_.end(),
+                                    [&](auto const& file) { return file->path() == path; });
+    return found != files_.end() ? (*found)->temporary() : path;
+}
+
 void Outputs::commit()
 {
     for (auto const& file : files_)

@@ -95,6 +95,10 @@ public:
     OutputFile const& add_staged(std::filesystem::path const& path,
                                  StagingDirectory const& staging);
 
+    /// Where a file can be read that is or will be at `path`: until it is committed it is not
+    /// there.
+    std::filesystem::path place_now(std::filesystem::path const& path) const;
+
     /// Puts all files in their places, in the order in which they were added.
     void commit();
 

@@ -89,6 +89,23 @@ RunStep read_step(Json const& json, std::string const& place)
     return step;
 }
 
+RunRecord read_record(Json const& json, std::string const& place)
+{
+    JsonFields const fields(json, place);
+    RunRecord record;
+    record.version = fields.text("version");
+    record.source = fields.text("source", "");
+    record.recipe = value_or_null(json, "recipe");
+    for (Json const& step : list_or_none(json, "steps", place))
+    {
+        record.steps.push_back(
+            read_step(step, fmt::format("{}step {}: ", place, record.steps.size() + 1)));
+    }
+    record.comparison = value_or_null(json, "comparison");
+    record.textured = fields.text("textured", "");
+    return record;
+}
+
 } // namespace
 
 Json RunRecord::to_json() const
@@ -115,21 +132,17 @@ std::filesystem::path run_record_path(std::filesystem::path const& directory)
 RunRecord read_run_record(std::filesystem::path const& directory)
 {
     std::filesystem::path const path = run_record_path(directory);
-    std::string const place = shown(path) + ": ";
-    Json const json = read_json(path);
-    JsonFields const fields(json, place);
-    RunRecord record;
-    record.version = fields.text("version");
-    record.source = fields.text("source", "");
-    record.recipe = value_or_null(json, "recipe");
-    for (Json const& step : list_or_none(json, "steps", place))
+    return read_record(read_json(path), shown(path) + ": ");
+}
+
+RunRecord parse_run_record(std::string const& text, std::string const& place)
+{
+    Json const json = Json::parse(text, nullptr, false);
+    if (json.is_discarded())
     {
-        record.steps.push_back(
-            read_step(step, fmt::format("{}step {}: ", place, record.steps.size() + 1)));
+        throw InputError(place + "is no JSON");
     }
-    record.comparison = value_or_null(json, "comparison");
-    record.textured = fields.text("textured", "");
-    return record;
+    return read_record(json, place);
 }
 
 void write_run_record(std::filesystem::path const& directory, RunRecord const& record)

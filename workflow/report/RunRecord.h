@@ -12,7 +12,7 @@ namespace veld
 
 /// A step of a run, as it is kept for who looks at it later. Files are named relative to the folder
 /// of the run.
-struct RunStep
+struct RunStep // NOLINT(bugprone-exception-escape): JSON moves without throwing
 {
     std::string name;     ///< Its key in the recipe: "merge", "fill".
     std::string title;    ///< What people call it: "Merge 10 frames".
@@ -28,7 +28,7 @@ struct RunStep
 };
 
 /// What a run did. It lies in the folder of the run as `run.json`.
-struct RunRecord
+struct RunRecord // NOLINT(bugprone-exception-escape): as above
 {
     std::string version; ///< Of the program.
     std::string source;  ///< What was given.
@@ -48,6 +48,9 @@ VELD_WORKFLOW_API std::filesystem::path run_record_path(std::filesystem::path co
 /// Throws `InputError` with the file and the reason where there is no record, or a damaged one.
 /// Keys that are not known are left for later versions.
 VELD_WORKFLOW_API RunRecord read_run_record(std::filesystem::path const& directory);
+
+/// The same from the content of a file. \param place stands in front of every reason
+VELD_WORKFLOW_API RunRecord parse_run_record(std::string const& text, std::string const& place);
 
 /// Writes the record: whole, or not at all. Throws `OperationError` where it cannot.
 VELD_WORKFLOW_API void write_run_record(std::filesystem::path const& directory,

@@ -67,6 +67,8 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
                 "Give a mesh photographs as its texture");
     add_command(program, entries, make_render_command(), "render",
                 "Draw a mesh, its holes in colour");
+    add_command(program, entries, make_report_command(), "report",
+                "Make one page of what a run did, with its model to turn");
     add_command(
         program, entries, make_demo_command(), "demo",
         "Scan an object made by code, merge its frames, clean the mesh, close its holes, draw it, "
