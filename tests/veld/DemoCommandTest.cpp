@@ -43,14 +43,15 @@ TEST(DemoCommand, RunsTheWholeChain)
     EXPECT_THAT(files_in(dir.file("demo")),
                 ElementsAre("after.png", "before.png", "cleaned.ply", "cleaned.png", "filled.ply",
                             "frames", "markers.txt", "photos", "repaired-ball.ply",
-                            "repaired-project.ply", "scan.ply", "seeds.txt", "stick-0.ply",
-                            "stick-1.ply", "stick-2.ply", "textured.jpg", "textured.mtl",
-                            "textured.obj", "textured.png", "torn.ply"));
+                            "repaired-project.ply", "report.html", "run.json", "scan.ply",
+                            "seeds.txt", "stick-0.ply", "stick-1.ply", "stick-2.ply",
+                            "textured.glb", "textured.jpg", "textured.mtl", "textured.obj",
+                            "textured.png", "torn.ply"));
     auto const json = run.json();
     EXPECT_THAT(keys_of(json),
                 testing::UnorderedElementsAre("frames", "merge", "scan", "before", "sticks",
                                               "clean", "cleaned", "fill", "deviation", "after",
-                                              "photos", "texture", "textured", "repair"));
+                                              "photos", "texture", "textured", "repair", "page"));
 
     // The defects that the object is scanned with.
     EXPECT_GE(json["scan"]["holes"], 15);
@@ -76,6 +77,21 @@ TEST(DemoCommand, RunsTheWholeChain)
     EXPECT_EQ(json["fill"]["cut_faces"], 0);
     // The border where it stood.
     EXPECT_EQ(json["fill"]["holes_after"], 1);
+}
+
+TEST(DemoCommand, LeavesThePageThatReportMakesOfItsRecord)
+{
+    auto const& demo = shared_demo();
+    ASSERT_EQ(demo.run.status, 0) << demo.run.err;
+    EXPECT_EQ(demo.run.json()["page"], demo.file("report.html"));
+    TempDir const dir;
+    Outcome const again =
+        run_veld({"report", demo.file(""), "-o", dir.file("page.html"), "--json"});
+    ASSERT_EQ(again.status, 0) << again.err;
+    EXPECT_EQ(again.err, "");
+    EXPECT_EQ(again.json()["models"], 3);
+    EXPECT_EQ(again.json()["pictures"], 4);
+    EXPECT_EQ(file_content(dir.file("page.html")), file_content(demo.file("report.html")));
 }
 
 TEST(DemoCommand, FramesAreFilesThatOtherCommandsRead)
@@ -357,7 +373,9 @@ TEST(DemoCommand, TextNamesTheStepsAndTimingsGoToItsDirectoryAndThreadsChangeNoB
     {
         for (auto const& name : files_in(demo.file(folder)))
         {
-            if (name != "frames" && name != "photos")
+            bool const is_folder = name == "frames" || name == "photos";
+            bool const has_times = name == "run.json" || name == "report.html";
+            if (!is_folder && !has_times)
             {
                 EXPECT_TRUE(file_content(dir.file("new/" + folder + name)) ==
                             file_content(demo.file(folder + name)))

@@ -1,11 +1,13 @@
 #include "demo/DemoRun.h"
 
+#include "demo/DemoRecord.h"
 #include "demo/DemoReport.h"
 #include "demo/TornCopy.h"
 #include "demo/VirtualScanner.h"
 #include "shell/Texts.h"
 #include "workflow/StepScope.h"
 #include "workflow/files/MeshFiles.h"
+#include "workflow/report/ReportPage.h"
 #include "workflow/steps/StepJson.h"
 
 #include <fmt/format.h>
@@ -126,10 +128,12 @@ std::vector<fs::path> DemoRun::files() const
         files.insert(files.end(), names.begin(), names.end());
     }
     for (char const* name :
-         {"scan.ply", "markers.txt", "seeds.txt", "before.png", "stick-0.ply", "stick-1.ply",
-          "stick-2.ply", "cleaned.ply", "cleaned.png", "filled.ply", "after.png", "torn.ply",
+         {"scan.ply",          "markers.txt",          "seeds.txt",    "before.png",
+          "stick-0.ply",       "stick-1.ply",          "stick-2.ply",  "cleaned.ply",
+          "cleaned.png",       "filled.ply",           "after.png",    "torn.ply",
           "repaired-ball.ply", "repaired-project.ply", "textured.obj", "textured.mtl",
-          "textured.jpg", "textured.png"})
+          "textured.jpg",      "textured.glb",         "textured.png", "run.json",
+          "report.html"})
     {
         files.emplace_back(file(name));
     }
@@ -153,7 +157,22 @@ Json DemoRun::run(Desk const& desk) const
     result["after"] = draw(filled.mesh, mark_passes(filled), "after.png", desk);
     texture_mesh(filled.mesh, photograph(desk, result), desk, result);
     result["repair"] = compare_repairs(filled.mesh, desk);
+    result["page"] = write_page(result, desk);
     return result;
+}
+
+/// The record of what was done, and the page that shows it, as for any other run.
+std::string DemoRun::write_page(Json const& result, Desk const& desk) const
+{
+    RunRecord const record = demo_record(result);
+    write_text_file(desk.outputs.add(file("run.json")), record.to_text());
+    ReportPage const page = report_page(
+        record, [&](std::string const& name) { return desk.outputs.place_now(file(name)); },
+        desk.context);
+    std::string path = file("report.html");
+    write_text_file(desk.outputs.add(path), page.html);
+    desk.console.print(path + ": all of this as one page\n");
+    return path;
 }
 
 /// Scans the object, writes the frames, and reads them as any other host would.
@@ -260,6 +279,7 @@ void DemoRun::texture_mesh(TriMesh const& mesh, std::string const& cameras, Desk
     std::string const path = file("textured.obj");
     write_textured_mesh(path, made.textured, desk.outputs, desk.context);
     result["texture"] = report_texture(path, made, desk);
+    write_textured_mesh(file("textured.glb"), made.textured, desk.outputs, desk.context);
     RenderSettings settings = picture_settings();
     settings.unlit = true; // the photographs have the light in them
     result["textured"] =

@@ -60,6 +60,7 @@ private:
     void texture_mesh(TriMesh const& mesh, std::string const& cameras, Desk const& desk,
                       Json& result) const;
     Json compare_repairs(TriMesh const& mesh, Desk const& desk) const;
+    std::string write_page(Json const& result, Desk const& desk) const;
     Json draw(TriMesh const& mesh, FaceMarks const& marks, std::string const& name,
               Desk const& desk) const;
     RenderSettings picture_settings() const;
