@@ -90,5 +90,7 @@ if(TARGET veld_workflow)
   install(FILES "${PROJECT_BINARY_DIR}/algorithmVeldWorkflow.pc"
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 endif()
-install(FILES "${PROJECT_SOURCE_DIR}/LICENSE"
+install(FILES
+  "${PROJECT_SOURCE_DIR}/LICENSE"
+  "${PROJECT_SOURCE_DIR}/docs/recipe.schema.json"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT runtime)

@@ -34,6 +34,8 @@ struct LoadedSource
 
 LoadedSource load_rge_folder(std::filesystem::path const& folder);
 LoadedSource load_range_scans(std::filesystem::path const& conf);
+/// The list itself and the files that it names; none of these is read.
+std::vector<std::filesystem::path> range_scan_files(std::filesystem::path const& conf);
 LoadedSource load_text_frames(std::filesystem::path const& path, Json const& description);
 LoadedSource load_depth_images(std::filesystem::path const& path, Json const& cameras);
 

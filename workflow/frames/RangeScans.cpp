@@ -149,9 +149,8 @@ void load_scan(LoadedFrame& frame)
     frame.data.set_rigidMatrix(pose);
 }
 
-} // namespace
-
-LoadedSource load_range_scans(std::filesystem::path const& conf)
+/// The frames of a list, with their poses and without their points.
+LoadedSource read_list(std::filesystem::path const& conf)
 {
     LoadedSource source;
     source.files.push_back(conf);
@@ -188,8 +187,21 @@ LoadedSource load_range_scans(std::filesystem::path const& conf)
     {
         throw InputError(shown(conf) + ": names no range scan: 'bmesh FILE tx ty tz qx qy qz qw'");
     }
+    return source;
+}
+
+} // namespace
+
+LoadedSource load_range_scans(std::filesystem::path const& conf)
+{
+    LoadedSource source = read_list(conf);
     for_each_index(source.frames.size(), [&source](std::size_t i) { load_scan(source.frames[i]); });
     return source;
+}
+
+std::vector<std::filesystem::path> range_scan_files(std::filesystem::path const& conf)
+{
+    return read_list(conf).files;
 }
 
 } // namespace veld

@@ -92,6 +92,7 @@ std::unique_ptr<Command> make_sticks_command();
 std::unique_ptr<Command> make_texture_command();
 std::unique_ptr<Command> make_render_command();
 std::unique_ptr<Command> make_report_command();
+std::unique_ptr<Command> make_run_command();
 std::unique_ptr<Command> make_demo_command();
 std::unique_ptr<Command> make_completion_command();
 std::unique_ptr<Command> make_man_command();

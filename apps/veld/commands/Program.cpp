@@ -47,6 +47,8 @@ void add_command(CLI::App& program, std::vector<std::unique_ptr<Entry>>& entries
 std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
 {
     std::vector<std::unique_ptr<Entry>> entries;
+    add_command(program, entries, make_run_command(), "run",
+                "Take a scan through all steps that fit, to a clean, closed, textured mesh");
     add_command(program, entries, make_info_command(), "info", "Count a mesh and check its health");
     add_command(program, entries, make_holes_command(), "holes", "Find the holes of a mesh");
     add_command(program, entries, make_fill_command(), "fill", "Close the holes of a mesh");

@@ -1,0 +1,397 @@
+#include "workflow/run/Run.h"
+
+#include "workflow/Error.h"
+#include "workflow/StepScope.h"
+#include "workflow/files/Checksum.h"
+#include "workflow/files/MeshFiles.h"
+#include "workflow/run/RecipePlan.h"
+#include "workflow/run/RunFolder.h"
+#include "workflow/run/RunSteps.h"
+#include "workflow/words.h"
+
+#include "algorithmVeld/common/solver.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+#include <vector>
+
+namespace veld
+{
+
+namespace
+{
+
+/// Where a result says which bytes its file has.
+constexpr char const* FILE_CHECKSUM = "file_checksum";
+
+bool needs_markers(StepKind kind)
+{
+    return kind == StepKind::CLEAN || kind == StepKind::MARKERS || kind == StepKind::FILL;
+}
+
+/// A checksum for each step of all that its result depends on.
+std::vector<std::string> keys_of(Recipe const& recipe, ScanLook const& look, Context const& context)
+{
+    Context comparing = share_of(context, 0.0, 0.0);
+    StepScope const scope(comparing, "compare-input", "compare the input");
+    Checksum input;
+    input.add(VELD_VERSION).add(OrvaneAlgorithm::solver_name());
+    for (auto const& file : look.files)
+    {
+        input.add(file.filename().u8string()).add_file(file);
+    }
+    std::vector<std::string> keys;
+    std::string before = input.text();
+    for (auto const& step : recipe.steps)
+    {
+        Checksum key;
+        key.add(before).add(to_string(step.kind)).add(step.settings.dump());
+        key.add(std::to_string(static_cast<int>(step.when)));
+        if (needs_markers(step.kind) && !look.markers.empty())
+        {
+            key.add_file(look.markers);
+        }
+        if (step.kind == StepKind::TEXTURE)
+        {
+            for (auto const& file : look.photo_files)
+            {
+                key.add(file.filename().u8string()).add_file(file);
+            }
+        }
+        keys.push_back(before = key.text());
+    }
+    return keys;
+}
+
+/// Whether a step made something. One that was left out did not.
+bool has_output(RunStep const& step)
+{
+    return step.result.is_object() && step.result.contains(FILE_CHECKSUM);
+}
+
+bool is_texture(RunStep const& step)
+{
+    return step.name == to_string(StepKind::TEXTURE);
+}
+
+/// A context whose warnings are noted in a list, too.
+Context noting(Context const& whole, std::vector<std::string>& warnings)
+{
+    Context part = whole;
+    part.warn = [warn = whole.warn, &warnings](Warning const& warning)
+    {
+        warnings.push_back(warning.about + ": " + warning.text);
+        if (warn)
+        {
+            warn(warning);
+        }
+    };
+    return part;
+}
+
+/// For what is written and read between the steps, of which all is known.
+Context quiet(Context const& whole)
+{
+    Context part;
+    part.cancel = whole.cancel;
+    part.threads = whole.threads;
+    return part;
+}
+
+/// A run at work.
+class RunAtWork
+{
+public:
+    RunAtWork(RunRequest const& request, Context& context, RunListener const& tell)
+        : request_(request), context_(context), tell_(tell)
+    {
+    }
+
+    RunResult go()
+    {
+        look();
+        RunFolder const folder(request_.directory, step_names(), state_.look, request_.existing);
+        auto const keys = keys_of(recipe_, state_.look, context_);
+        take_from_before(folder, keys);
+        folder.open(result_.record);
+        for (auto const& step : result_.record.steps)
+        {
+            say(step.line + ", from before");
+        }
+        read_last_mesh(folder);
+        for (std::size_t i = result_.from_before; i < recipe_.steps.size(); ++i)
+        {
+            take(i, keys[i], folder);
+        }
+        finish(folder);
+        return std::move(result_);
+    }
+
+private:
+    /// What is there, and what is to be done with it.
+    void look()
+    {
+        std::vector<std::string> warnings;
+        Context part = noting(share_of(context_, 0.0, 0.0), warnings);
+        state_.look = look_at_scan(request_.scan, request_.markers, request_.photos, part);
+        recipe_ = request_.recipe ? *request_.recipe : usual_recipe(state_.look);
+        check_fit(recipe_, state_.look);
+        first_warnings_ = std::move(warnings);
+        result_.record.version = VELD_VERSION;
+        result_.record.source = shown(request_.scan);
+        result_.record.recipe = to_json(recipe_);
+        say(shown(request_.scan) + ": " + state_.look.found);
+    }
+
+    std::vector<std::string> step_names() const
+    {
+        std::vector<std::string> names;
+        for (auto const& step : recipe_.steps)
+        {
+            names.push_back(to_string(step.kind));
+        }
+        return names;
+    }
+
+    /// Whether what a step made is still there.
+    bool is_kept(RunStep const& step, RunFolder const& folder) const
+    {
+        std::string const name = is_texture(step) ? RunFolder::TEXTURED : step.mesh;
+        return folder.has(name, step.result[FILE_CHECKSUM].get<std::string>());
+    }
+
+    /// Takes the first steps of the earlier run that are the same, as long as they have left a mesh
+    /// to go on with.
+    void take_from_before(RunFolder const& folder, std::vector<std::string> const& keys)
+    {
+        if (!folder.earlier())
+        {
+            return;
+        }
+        auto steps = folder.earlier()->steps;
+        std::size_t same = 0;
+        while (same < std::min(steps.size(), keys.size()) && steps[same].key == keys[same])
+        {
+            ++same;
+        }
+        steps.resize(same);
+        drop_lost(steps, folder);
+        take_recipe_of(steps);
+        result_.from_before = steps.size();
+        if (!steps.empty())
+        {
+            first_warnings_.clear(); // the first step has them
+        }
+        bool const is_textured = !steps.empty() && is_texture(steps.back());
+        result_.record.textured = is_textured ? RunFolder::TEXTURED : "";
+        result_.record.steps = std::move(steps);
+    }
+
+    /// Goes back to the last step of which all is there that is needed.
+    void drop_lost(std::vector<RunStep>& steps, RunFolder const& folder) const
+    {
+        bool is_needed = true; // the mesh of the last step, or of all that are to be kept
+        for (std::size_t i = steps.size(); i-- > 0;)
+        {
+            if (!has_output(steps[i]))
+            {
+                continue;
+            }
+            bool const is_lost =
+                (is_needed && !is_kept(steps[i], folder)) ||
+                (request_.keep && !is_texture(steps[i]) && steps[i].mesh == RunFolder::MODEL);
+            if (is_lost)
+            {
+                steps.resize(i);
+                is_needed = true;
+            }
+            else
+            {
+                // Behind a texture there is no mesh, so the one before it is the model.
+                is_needed = request_.keep || is_texture(steps[i]);
+            }
+        }
+    }
+
+    void take_recipe_of(std::vector<RunStep> const& steps)
+    {
+        for (std::size_t i = 0; i < steps.size(); ++i)
+        {
+            note_settings(i, steps[i].settings);
+        }
+    }
+
+    /// The settings of a step as they were taken.
+    void note_settings(std::size_t i, Json const& settings)
+    {
+        RecipeStep const& step = recipe_.steps[i];
+        result_.record.recipe["steps"][i]["settings"] =
+            with_defaults(step.kind, without_nulls(settings));
+        if (step.kind == StepKind::MARKERS && settings.contains("radius"))
+        {
+            state_.marker_radius = settings["radius"].get<double>();
+        }
+    }
+
+    /// What the last of the steps before left is what the next one works on.
+    void read_last_mesh(RunFolder const& folder)
+    {
+        state_.mesh = std::move(state_.look.mesh);
+        for (auto step = result_.record.steps.rbegin(); step != result_.record.steps.rend(); ++step)
+        {
+            if (has_output(*step) && !is_texture(*step))
+            {
+                model_ = step->mesh;
+                state_.mesh = result_.from_before == recipe_.steps.size()
+                                  ? OrvaneAlgorithm::TriMesh()
+                                  : read_back(model_, folder);
+                return;
+            }
+        }
+    }
+
+    /// Its warnings, if any, were told when the mesh was made.
+    OrvaneAlgorithm::TriMesh read_back(std::string const& name, RunFolder const& folder) const
+    {
+        Context reading = quiet(context_);
+        return read_cloud(folder.file(name), reading).mesh;
+    }
+
+    void take(std::size_t i, std::string const& key, RunFolder const& folder)
+    {
+        RecipeStep const& step = recipe_.steps[i];
+        if (step.kind == StepKind::TEXTURE)
+        {
+            write_model(folder); // it stays where the texture fails
+        }
+        auto const start = std::chrono::steady_clock::now();
+        RunStep done;
+        done.name = to_string(step.kind);
+        done.key = key;
+        done.warnings = std::exchange(first_warnings_, {});
+        double const share = 1.0 / static_cast<double>(recipe_.steps.size());
+        Context part = noting(
+            share_of(context_, share * static_cast<double>(i), share * static_cast<double>(i + 1)),
+            done.warnings);
+        try
+        {
+            StepOutcome const outcome = take_step(step, state_, part);
+            keep(outcome, i, done, folder);
+        }
+        catch (Error const& error)
+        {
+            fail(i, error);
+        }
+        done.seconds =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        done.line = fmt::format("{}: {} ({:.2f} s)", done.name, done.line, done.seconds);
+        say(done.line);
+        note_settings(i, done.settings);
+        result_.record.steps.push_back(std::move(done));
+        write_run_record(request_.directory, result_.record);
+    }
+
+    /// The input was looked at before the first step: where a later one fails, others may do no
+    /// better with it.
+    [[noreturn]] void fail(std::size_t i, Error const& error) const
+    {
+        std::string const reason = fmt::format("{}{}: {}", recipe_.steps[i].place,
+                                               to_string(recipe_.steps[i].kind), error.what());
+        if (i == 0 && dynamic_cast<InputError const*>(&error) != nullptr)
+        {
+            throw InputError(reason);
+        }
+        throw OperationError(reason);
+    }
+
+    /// Writes what a step made, and goes on with what the file holds.
+    void keep(StepOutcome const& outcome, std::size_t i, RunStep& done, RunFolder const& folder)
+    {
+        done.title = outcome.title;
+        done.settings = outcome.settings;
+        done.result = outcome.result;
+        done.line = outcome.text;
+        done.new_faces_begin = outcome.new_faces_begin;
+        if (outcome.is_left_out)
+        {
+            return;
+        }
+        Context writing = quiet(context_);
+        std::string file = RunFolder::TEXTURED;
+        if (outcome.textured)
+        {
+            folder.write(file, *outcome.textured, writing);
+            result_.record.textured = file;
+        }
+        else
+        {
+            file = RunFolder::mesh_name(i, done.name);
+            folder.write(file, outcome.mesh, writing);
+            done.mesh = file;
+            model_ = file;
+            state_.mesh = read_back(file, folder);
+        }
+        done.result[FILE_CHECKSUM] = checksum_of(folder.file(file));
+    }
+
+    void write_model(RunFolder const& folder)
+    {
+        if (model_.empty())
+        {
+            Context writing = quiet(context_);
+            folder.write(RunFolder::MODEL, state_.mesh, writing);
+        }
+        else if (model_ != RunFolder::MODEL)
+        {
+            folder.copy(model_, RunFolder::MODEL);
+        }
+    }
+
+    void finish(RunFolder const& folder)
+    {
+        write_model(folder);
+        folder.write(RunFolder::RECIPE, result_.record.recipe.dump(2) + "\n");
+        if (!request_.keep)
+        {
+            for (auto& step : result_.record.steps)
+            {
+                bool const is_last = !step.mesh.empty() && step.mesh == model_;
+                step.mesh = is_last ? RunFolder::MODEL : "";
+            }
+        }
+        folder.save(result_.record);
+        if (context_.progress)
+        {
+            context_.progress({"write the results", 1.0});
+        }
+    }
+
+    void say(std::string const& line) const
+    {
+        if (tell_)
+        {
+            tell_(line);
+        }
+    }
+
+    RunRequest const& request_;
+    Context& context_;
+    RunListener const& tell_;
+    Recipe recipe_;
+    RunState state_;
+    RunResult result_;
+    std::vector<std::string> first_warnings_; ///< Of the scan itself.
+    std::string model_; ///< The file with the mesh of the last step; empty if none has made one.
+};
+
+} // namespace
+
+RunResult run(RunRequest const& request, Context& context, RunListener const& tell)
+{
+    return RunAtWork(request, context, tell).go();
+}
+
+} // namespace veld
