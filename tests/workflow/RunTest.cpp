@@ -426,6 +426,23 @@ TEST_F(SheetRun, PosesInMetresAreTakenAsSuch)
     EXPECT_EQ(warnings_.back().code, veld::WarningCode::UNITS_UNLIKELY);
 }
 
+TEST_F(SheetRun, AMeshInMetresIsTexturedInMillimetres)
+{
+    auto mesh = veld::read_mesh(request_.scan, context_).mesh;
+    for (auto const vertex : mesh.vertices())
+    {
+        mesh.point(vertex) /= 1000.0F;
+    }
+    veld::write_mesh(request_.scan, mesh, context_);
+    PhotoDir const photos(nlohmann::json::array({sheet_view("one.png", 1000.0)}));
+    request_.photos = photos.path();
+    auto const settings = run().record.steps.back().settings;
+    EXPECT_EQ(settings["scale"], 1000.0);
+    EXPECT_EQ(settings["pose_scale"], 1.0);
+    EXPECT_GT(settings["depth_tolerance"], 2.5) << "edges are 1 mm long, and diagonals longer";
+    EXPECT_LT(settings["depth_tolerance"], 2.5 * 1.5);
+}
+
 /// Runs without photographs.
 class Run : public testing::Test
 {

@@ -73,6 +73,16 @@ Pieces measure_pieces(TriMesh const& mesh)
     return pieces;
 }
 
+double mean_edge_length(TriMesh const& mesh)
+{
+    double sum = 0.0;
+    for (auto const edge : mesh.edges())
+    {
+        sum += (mesh.point(edge.v0()).cast<double>() - mesh.point(edge.v1()).cast<double>()).norm();
+    }
+    return mesh.n_edges() == 0 ? 0.0 : sum / static_cast<double>(mesh.n_edges());
+}
+
 int speck_limit(Pieces const& pieces)
 {
     if (pieces.largest < 2)

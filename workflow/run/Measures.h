@@ -25,6 +25,9 @@ Pieces measure_pieces(OrvaneAlgorithm::TriMesh const& mesh);
 /// one face at least; 0 where no piece has more than one.
 int speck_limit(Pieces const& pieces);
 
+/// Mean length of all edges; 0 without any.
+double mean_edge_length(OrvaneAlgorithm::TriMesh const& mesh);
+
 /// A radius in millimetres, and whether the mesh told it.
 struct MarkerRadius
 {

@@ -25,6 +25,10 @@ namespace
 {
 
 constexpr double MILLIMETRES_OF_METRE = 1000.0;
+/// No mesh of an object has edges this short in millimetres; in metres nearly all have.
+constexpr double SHORTEST_BELIEVABLE_EDGES = 0.01;
+/// Vertices hide each other where the tolerance of depths is not more than their distance.
+constexpr double TOLERANCE_EDGES = 2.5;
 constexpr double LOADING_SHARE = 0.2; ///< Of the progress of a step that loads what it works on.
 
 template <typename Settings>
@@ -261,22 +265,52 @@ std::vector<Vector3d> corner_points(TriMesh const& mesh)
     return points;
 }
 
+void tell_of_units(std::string const& about, std::string const& text, Context const& context)
+{
+    if (context.warn)
+    {
+        context.warn({WarningCode::UNITS_UNLIKELY, about, text});
+    }
+}
+
+/// The settings with the lengths that are not given, as mesh and photographs tell them.
+TextureSettings texture_settings(Json const& given, TriMesh const& mesh, PhotoSet const& photos,
+                                 Context const& context)
+{
+    auto settings = settings_of<TextureSettings>(given);
+    double const edge = mean_edge_length(mesh);
+    if (!given.contains("scale") && edge > 0.0 && edge < SHORTEST_BELIEVABLE_EDGES)
+    {
+        settings.scale = MILLIMETRES_OF_METRE;
+        tell_of_units(photos.source,
+                      "the units of the mesh look like metres: all lengths are "
+                      "taken times 1000",
+                      context);
+    }
+    if (!given.contains("pose_scale"))
+    {
+        settings.pose_scale = likely_pose_scale(corner_points(mesh), photos.views);
+        if (settings.pose_scale != 1.0)
+        {
+            tell_of_units(photos.source,
+                          fmt::format("mesh and poses look like those of different units: the "
+                                      "lengths of the poses are taken times {:g}",
+                                      settings.pose_scale),
+                          context);
+        }
+    }
+    if (!given.contains("depth_tolerance") && edge > 0.0)
+    {
+        settings.depth_tolerance = TOLERANCE_EDGES * edge * settings.scale;
+    }
+    return settings;
+}
+
 StepOutcome texture_step(Json const& given, RunState const& state, Context& context)
 {
     Context loading = share_of(context, 0.0, LOADING_SHARE);
     PhotoSet const photos = load_photos(state.look.photos, loading);
-    auto settings = settings_of<TextureSettings>(given);
-    if (!given.contains("pose_scale"))
-    {
-        settings.pose_scale = likely_pose_scale(corner_points(state.mesh), photos.views);
-        if (settings.pose_scale != 1.0 && context.warn)
-        {
-            context.warn({WarningCode::UNITS_UNLIKELY, photos.source,
-                          fmt::format("mesh and poses look like those of different units: the "
-                                      "lengths of the poses are taken times {:g}",
-                                      settings.pose_scale)});
-        }
-    }
+    auto const settings = texture_settings(given, state.mesh, photos, context);
     Context texturing = share_of(context, LOADING_SHARE, 1.0);
     TextureResult result = texture(state.mesh, photos, settings, texturing);
     StepOutcome outcome = outcome_of("Texture from " + counted(result.photographs, "photograph"),
