@@ -16,6 +16,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <string>
 #include <vector>
@@ -93,7 +94,8 @@ TEST_F(SheetRun, TakesTheStepsThatFitAndLeavesTheResults)
 {
     auto const result = run();
     EXPECT_THAT(files_in(request_.directory),
-                testing::IsSupersetOf({"model.glb", "model.ply", "recipe.json", "run.json"}));
+                testing::IsSupersetOf(
+                    {"model.glb", "model.ply", "recipe.json", "report.html", "run.json"}));
     EXPECT_THAT(files_in(request_.directory), testing::Not(testing::Contains("01-clean.ply")));
     ASSERT_EQ(result.record.steps.size(), SHEET_STEPS);
     EXPECT_EQ(result.from_before, 0U);
@@ -158,8 +160,10 @@ TEST_F(SheetRun, AFinishedOneIsTakenFromBefore)
 {
     run();
     auto const before = models();
+    std::string const page = file_content(file("report.html"));
     auto const result = run();
     EXPECT_EQ(result.from_before, SHEET_STEPS);
+    EXPECT_EQ(file_content(file("report.html")), page);
     ASSERT_EQ(lines_.size(), SHEET_STEPS + 1);
     for (std::size_t i = 1; i < lines_.size(); ++i)
     {
@@ -439,12 +443,12 @@ TEST_F(SheetRun, AMeshInMetresIsTexturedInMillimetres)
     auto const settings = run().record.steps.back().settings;
     EXPECT_EQ(settings["scale"], 1000.0);
     EXPECT_EQ(settings["pose_scale"], 1.0);
-    EXPECT_GT(settings["depth_tolerance"], 2.5) << "edges are 1 mm long, and diagonals longer";
-    EXPECT_LT(settings["depth_tolerance"], 2.5 * 1.5);
+    EXPECT_NEAR(settings["depth_tolerance"].get<double>(), 30.0 * std::sqrt(2.0) / 50.0, 1e-3)
+        << "less than 2.5 edges of at least 1 mm";
 }
 
 /// Runs without photographs.
-class Run : public testing::Test
+class RunOfScan : public testing::Test
 {
 protected:
     veld::RunResult run(std::string const& scan)
@@ -466,7 +470,7 @@ protected:
     std::vector<std::string> lines_;
 };
 
-TEST_F(Run, OfAClosedMeshFillsNothingAndSaysSo)
+TEST_F(RunOfScan, OfAClosedMeshFillsNothingAndSaysSo)
 {
     veld::write_mesh(dir_.file("sphere.ply"), sphere(3), context_);
     run(dir_.file("sphere.ply"));
@@ -475,7 +479,7 @@ TEST_F(Run, OfAClosedMeshFillsNothingAndSaysSo)
     EXPECT_EQ(file_content(dir_.file("sphere.ply")), file_content(dir_.file("run/model.ply")));
 }
 
-TEST_F(Run, OfACloudEstimatesItsNormalsAndConnectsIt)
+TEST_F(RunOfScan, OfACloudEstimatesItsNormalsAndConnectsIt)
 {
     std::string text;
     TriMesh const points = sphere(4);
@@ -493,7 +497,7 @@ TEST_F(Run, OfACloudEstimatesItsNormalsAndConnectsIt)
     EXPECT_TRUE(health().closed);
 }
 
-TEST_F(Run, OfATornMeshTiesItsPieces)
+TEST_F(RunOfScan, OfATornMeshTiesItsPieces)
 {
     std::vector<Cell> slit;
     for (int y = 0; y < 20; ++y)
@@ -508,7 +512,7 @@ TEST_F(Run, OfATornMeshTiesItsPieces)
     EXPECT_EQ(health().holes, 1U) << "the outer border";
 }
 
-TEST_F(Run, OfFramesMergesThem)
+TEST_F(RunOfScan, OfFramesMergesThem)
 {
     auto const frames = random_frames(7, 3, 30, 1.0F);
     std::filesystem::create_directory(dir_.file("frames"));
@@ -527,7 +531,7 @@ TEST_F(Run, OfFramesMergesThem)
     EXPECT_EQ(run(dir_.file("frames")).from_before, result.record.steps.size());
 }
 
-TEST_F(Run, OfFramesThatCannotBeUsedIsWrongInput)
+TEST_F(RunOfScan, OfFramesThatCannotBeUsedIsWrongInput)
 {
     std::filesystem::create_directory(dir_.file("frames"));
     write_file(dir_.file("frames/a.rge"), "no frame");

@@ -4,6 +4,7 @@
 #include "workflow/StepScope.h"
 #include "workflow/files/Checksum.h"
 #include "workflow/files/MeshFiles.h"
+#include "workflow/report/ReportPage.h"
 #include "workflow/run/RecipePlan.h"
 #include "workflow/run/RunFolder.h"
 #include "workflow/run/RunSteps.h"
@@ -15,6 +16,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <utility>
 #include <vector>
 
@@ -116,7 +118,12 @@ public:
         RunFolder const folder(request_.directory, step_names(), state_.look, request_.existing);
         auto const keys = keys_of(recipe_, state_.look, context_);
         take_from_before(folder, keys);
-        folder.open(result_.record);
+        bool const has_ended = result_.from_before == recipe_.steps.size() &&
+                               folder.earlier()->steps.size() == recipe_.steps.size();
+        if (!has_ended)
+        {
+            folder.open(result_.record);
+        }
         for (auto const& step : result_.record.steps)
         {
             say(step.line + ", from before");
@@ -125,6 +132,12 @@ public:
         for (std::size_t i = result_.from_before; i < recipe_.steps.size(); ++i)
         {
             take(i, keys[i], folder);
+        }
+        write_model(folder);
+        folder.write(RunFolder::RECIPE, result_.record.recipe.dump(2) + "\n");
+        if (!has_ended || !std::filesystem::exists(folder.file(RunFolder::REPORT)))
+        {
+            write_page(folder);
         }
         finish(folder);
         return std::move(result_);
@@ -350,10 +363,17 @@ private:
         }
     }
 
+    /// While the meshes of all steps are there, for it shows them.
+    void write_page(RunFolder const& folder) const
+    {
+        Context writing = quiet(context_);
+        writing.warn = context_.warn;
+        folder.write(RunFolder::REPORT,
+                     report_page(request_.directory, result_.record, writing).html);
+    }
+
     void finish(RunFolder const& folder)
     {
-        write_model(folder);
-        folder.write(RunFolder::RECIPE, result_.record.recipe.dump(2) + "\n");
         if (!request_.keep)
         {
             for (auto& step : result_.record.steps)

@@ -29,6 +29,7 @@ constexpr double MILLIMETRES_OF_METRE = 1000.0;
 constexpr double SHORTEST_BELIEVABLE_EDGES = 0.01;
 /// Vertices hide each other where the tolerance of depths is not more than their distance.
 constexpr double TOLERANCE_EDGES = 2.5;
+constexpr double LARGEST_TOLERANCE = 0.02; ///< Of the diagonal of a mesh.
 constexpr double LOADING_SHARE = 0.2; ///< Of the progress of a step that loads what it works on.
 
 template <typename Settings>
@@ -301,7 +302,9 @@ TextureSettings texture_settings(Json const& given, TriMesh const& mesh, PhotoSe
     }
     if (!given.contains("depth_tolerance") && edge > 0.0)
     {
-        settings.depth_tolerance = TOLERANCE_EDGES * edge * settings.scale;
+        settings.depth_tolerance =
+            settings.scale *
+            std::min(TOLERANCE_EDGES * edge, LARGEST_TOLERANCE * box_diagonal(mesh));
     }
     return settings;
 }
