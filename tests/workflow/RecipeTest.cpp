@@ -63,11 +63,10 @@ std::vector<CodedSettings> all_coded_settings()
 }
 
 /// Keys that the run reads itself, or whose default it measures.
-std::map<std::string, std::vector<std::string>> const OWN_KEYS{
-    {"merge", {"scale"}},
-    {"fill", {"marker_radius"}},
-    {"texture", {"scale", "pose_scale", "depth_tolerance"}},
-    {"clean", {"clean_ups"}}};
+std::map<std::string, std::vector<std::string>> const OWN_KEYS{{"merge", {"scale"}},
+                                                               {"fill", {"marker_radius"}},
+                                                               {"texture", {"scale", "pose_scale"}},
+                                                               {"clean", {"clean_ups"}}};
 
 bool is_own(std::string const& definition, std::string const& key)
 {

@@ -443,8 +443,7 @@ TEST_F(SheetRun, AMeshInMetresIsTexturedInMillimetres)
     auto const settings = run().record.steps.back().settings;
     EXPECT_EQ(settings["scale"], 1000.0);
     EXPECT_EQ(settings["pose_scale"], 1.0);
-    EXPECT_NEAR(settings["depth_tolerance"].get<double>(), 30.0 * std::sqrt(2.0) / 50.0, 1e-3)
-        << "less than 2.5 edges of at least 1 mm";
+    EXPECT_NEAR(settings["depth_tolerance"].get<double>(), 2.5, 1e-3) << "2.5 edges of 1 mm";
 }
 
 /// Runs without photographs.

@@ -169,6 +169,7 @@ struct Guess
 {
     std::string remedy; ///< What makes the poses these, behind "where".
     std::string setting;
+    double factor = 1.0; ///< Of the lengths.
     std::function<RigidMatrix(RigidMatrix const&)> meant;
 };
 
@@ -198,21 +199,21 @@ std::vector<Guess> all_guesses(double pose_scale)
                                            "and poses have different units, and pose_scale {:.6g} "
                                            "makes them one",
                                            factor, factor * pose_scale),
-                               "pose_scale", [factor](RigidMatrix const& pose) {
+                               "pose_scale", factor, [factor](RigidMatrix const& pose) {
                                    return with_lengths(pose, factor);
                                }});
         }
     }
     guesses.push_back({"the poses are turned round: these have to lead from the world to the "
                        "camera",
-                       "", [](RigidMatrix const& pose) { return pose.inverse(); }});
+                       "", 1.0, [](RigidMatrix const& pose) { return pose.inverse(); }});
     guesses.push_back({"the axes are those of OpenGL: negate the second and third row of R and of "
                        "t",
-                       "", with_other_axes});
+                       "", 1.0, with_other_axes});
     guesses.push_back({"the poses are turned round and the axes those of OpenGL: invert them to "
                        "lead from the world to the camera, then negate the second and third row of "
                        "R and of t",
-                       "",
+                       "", 1.0,
                        [](RigidMatrix const& pose) { return with_other_axes(pose.inverse()); }});
     return guesses;
 }
@@ -307,6 +308,18 @@ SightReport check_sight(MeshTriangles const& faces, std::vector<PhotoView> const
         }
     }
     return report;
+}
+
+double likely_pose_scale(MeshTriangles const& faces, std::vector<PhotoView> const& views,
+                         std::vector<Photo> const& photos)
+{
+    auto const places = sample(faces, views.size());
+    if (places.empty())
+    {
+        return 1.0;
+    }
+    BestGuess const best = find_guess(places, views, photos, 1.0);
+    return best.worth > BETTER * look(places, views, photos).worth() ? best.guess.factor : 1.0;
 }
 
 } // namespace veld

@@ -33,4 +33,9 @@ SightReport check_sight(MeshTriangles const& faces, std::vector<PhotoView> const
                         std::vector<OrvaneAlgorithm::Image<3, unsigned char>> const& photos,
                         double pose_scale, std::string const& source);
 
+/// The factor on the lengths of the poses by which photographs see a mesh at a size that they are
+/// taken at, and agree on its colours: 1 where they do so as they are, or with no other unit.
+double likely_pose_scale(MeshTriangles const& faces, std::vector<PhotoView> const& views,
+                         std::vector<OrvaneAlgorithm::Image<3, unsigned char>> const& photos);
+
 } // namespace veld

@@ -28,8 +28,6 @@ constexpr double MILLIMETRES_OF_METRE = 1000.0;
 /// No mesh of an object has edges this short in millimetres; in metres nearly all have.
 constexpr double SHORTEST_BELIEVABLE_EDGES = 0.01;
 /// Vertices hide each other where the tolerance of depths is not more than their distance.
-constexpr double TOLERANCE_EDGES = 2.5;
-constexpr double LARGEST_TOLERANCE = 0.02; ///< Of the diagonal of a mesh.
 constexpr double LOADING_SHARE = 0.2; ///< Of the progress of a step that loads what it works on.
 
 template <typename Settings>
@@ -255,17 +253,6 @@ StepOutcome fill_step(RecipeStep const& step, RunState const& state, Context& co
     return outcome;
 }
 
-std::vector<Vector3d> corner_points(TriMesh const& mesh)
-{
-    std::vector<Vector3d> points;
-    points.reserve(mesh.n_vertices());
-    for (auto const vertex : mesh.vertices())
-    {
-        points.push_back(mesh.point(vertex).cast<double>());
-    }
-    return points;
-}
-
 void tell_of_units(std::string const& about, std::string const& text, Context const& context)
 {
     if (context.warn)
@@ -274,7 +261,7 @@ void tell_of_units(std::string const& about, std::string const& text, Context co
     }
 }
 
-/// The settings with the lengths that are not given, as mesh and photographs tell them.
+/// The settings with the units that are not given, as mesh and photographs tell them.
 TextureSettings texture_settings(Json const& given, TriMesh const& mesh, PhotoSet const& photos,
                                  Context const& context)
 {
@@ -290,7 +277,7 @@ TextureSettings texture_settings(Json const& given, TriMesh const& mesh, PhotoSe
     }
     if (!given.contains("pose_scale"))
     {
-        settings.pose_scale = likely_pose_scale(corner_points(mesh), photos.views);
+        settings.pose_scale = likely_pose_scale(MeshTriangles(mesh), photos.views, photos.images);
         if (settings.pose_scale != 1.0)
         {
             tell_of_units(photos.source,
@@ -299,12 +286,6 @@ TextureSettings texture_settings(Json const& given, TriMesh const& mesh, PhotoSe
                                       settings.pose_scale),
                           context);
         }
-    }
-    if (!given.contains("depth_tolerance") && edge > 0.0)
-    {
-        settings.depth_tolerance =
-            settings.scale *
-            std::min(TOLERANCE_EDGES * edge, LARGEST_TOLERANCE * box_diagonal(mesh));
     }
     return settings;
 }
