@@ -81,7 +81,7 @@ struct TextureFusion::Work
     std::size_t largest_region = 0;
 
     /// The mesh with its texture, as arrays.
-    BaseTriMesh textured_mesh() const;
+    BaseTriMesh take_textured_mesh();
 
     TextureCounts counts() const;
 };
@@ -127,7 +127,7 @@ RetVal TextureFusion::texture_fusion(BaseTriMesh& mesh,
     if (fused == RET_SUCCESS)
     {
         stages.next();
-        mesh = work.textured_mesh();
+        mesh = work.take_textured_mesh();
         counts_ = work.counts();
     }
     counts_.seen_faces = work.seen_faces;
@@ -135,14 +135,17 @@ RetVal TextureFusion::texture_fusion(BaseTriMesh& mesh,
     return fused;
 }
 
-BaseTriMesh TextureFusion::Work::textured_mesh() const
+/// The mesh with its texture, which is not here any more then.
+BaseTriMesh TextureFusion::Work::take_textured_mesh()
 {
     BaseTriMesh result;
     TEXTURE_FUSION.run("TriMesh-to-BaseTriMesh",
                        [&] { TriMesh_convert_to_BaseTriMesh(mesh, result); });
-    TEXTURE_FUSION.run(
-        "add-texture-to-BaseTriMesh",
-        [&] { detail::add_texture(mesh, properties, texture_image, uv_coords, result); });
+    TEXTURE_FUSION.run("add-texture-to-BaseTriMesh",
+                       [&] {
+                           detail::add_texture(mesh, properties, std::move(texture_image),
+                                               std::move(uv_coords), result);
+                       });
     return result;
 }
 

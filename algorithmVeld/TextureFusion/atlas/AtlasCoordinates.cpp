@@ -1,5 +1,6 @@
 #include "algorithmVeld/TextureFusion/atlas/AtlasCoordinates.h"
 
+#include "algorithmVeld/common/mesh/FaceSearch.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 #include "algorithmVeld/common/running/Progress.h"
 
@@ -72,17 +73,7 @@ private:
 template <typename IsOther>
 bool touches(TriMesh const& mesh, FaceHandle face, IsOther const& is_other)
 {
-    for (auto const vertex : mesh.fv_range(face))
-    {
-        for (auto const around : mesh.vf_range(vertex))
-        {
-            if (is_other(around))
-            {
-                return true;
-            }
-        }
-    }
-    return false;
+    return !AroundCorners(mesh)(face, [&](FaceHandle other) { return !is_other(other); });
 }
 
 /// Makes the faces `BOUNDARY` that touch another patch at a corner only.
@@ -116,6 +107,22 @@ Sharing sharing_of(FaceGroupType group)
                : Sharing::NONE;
 }
 
+/// The indices of a face's corners.
+/// \param place `place(vertex, k)` gives the column and the row of corner `k` in the atlas
+template <typename Place>
+Vector3i corner_indices(TriMesh const& mesh, FaceHandle face, Sharing sharing, Place const& place,
+                        CoordinateList& list)
+{
+    Vector3i indices = Vector3i::Zero();
+    Eigen::Index k = 0;
+    for (auto const vertex : mesh.fv_range(face))
+    {
+        Vector2f const at = place(vertex, static_cast<std::size_t>(k));
+        indices[k++] = list.index_of(sharing, vertex, at.x(), at.y());
+    }
+    return indices;
+}
+
 /// The indices of a face with a view.
 Vector3i patch_indices(TriMesh const& mesh, TexProperties const& properties, FaceHandle face,
                        PatchTex const& patch, Sharing sharing, CoordinateList& list)
@@ -123,14 +130,11 @@ Vector3i patch_indices(TriMesh const& mesh, TexProperties const& properties, Fac
     FaceTex const& chosen = properties.chosen(mesh, face);
     auto const dx = static_cast<float>(patch.atlas_x - patch.min_x);
     auto const dy = static_cast<float>(patch.atlas_y - patch.min_y);
-    Vector3i indices = Vector3i::Zero();
-    Eigen::Index k = 0;
-    for (auto const vertex : mesh.fv_range(face))
-    {
-        VertTex const& corner = chosen.corner[static_cast<std::size_t>(k)];
-        indices[k++] = list.index_of(sharing, vertex, dx + corner.u, dy + corner.v);
-    }
-    return indices;
+    return corner_indices(
+        mesh, face, sharing,
+        [&](VertexHandle, std::size_t k)
+        { return Vector2f(dx + chosen.corner[k].u, dy + chosen.corner[k].v); },
+        list);
 }
 
 /// The same for a face of a repaired hole.
@@ -140,15 +144,15 @@ Vector3i hole_indices(TriMesh const& mesh, TexProperties const& properties, Face
     // Pixels of a virtual view may be as far off as an int goes.
     auto const in_atlas = [](int pixel, int min, int corner)
     { return static_cast<float>(std::int64_t{pixel} - min + corner); };
-    Vector3i indices = Vector3i::Zero();
-    Eigen::Index k = 0;
-    for (auto const vertex : mesh.fv_range(face))
-    {
-        Vector2i const& pixel = mesh.property(properties.vert_hole_uv, vertex);
-        indices[k++] = list.index_of(sharing, vertex, in_atlas(pixel.x(), hole.min_x, hole.atlas_x),
-                                     in_atlas(pixel.y(), hole.min_y, hole.atlas_y));
-    }
-    return indices;
+    return corner_indices(
+        mesh, face, sharing,
+        [&](VertexHandle vertex, std::size_t /*k*/)
+        {
+            Vector2i const& pixel = mesh.property(properties.vert_hole_uv, vertex);
+            return Vector2f(in_atlas(pixel.x(), hole.min_x, hole.atlas_x),
+                            in_atlas(pixel.y(), hole.min_y, hole.atlas_y));
+        },
+        list);
 }
 
 /// Gives coordinates to those faces with a view that share them, or to the others.

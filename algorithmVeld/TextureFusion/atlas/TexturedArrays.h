@@ -3,6 +3,7 @@
 #include "algorithmVeld/TextureFusion/records/TexProperties.h"
 #include "algorithmVeld/common/BaseTriMesh.h"
 
+#include <utility>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
@@ -11,13 +12,12 @@ namespace OrvaneAlgorithm::detail
 /// Gives the arrays of a half-edge mesh its texture.
 /// \return how many faces the arrays lack: held to be impossible
 inline std::size_t add_texture(TriMesh const& mesh, TexProperties const& properties,
-                               Image<3, unsigned char> const& atlas,
-                               std::vector<BaseTriMesh::UVCoord> const& coordinates,
-                               BaseTriMesh& arrays)
+                               Image<3, unsigned char> atlas,
+                               std::vector<BaseTriMesh::UVCoord> coordinates, BaseTriMesh& arrays)
 {
     arrays.enable_texture();
-    arrays.set_texture_image(atlas);
-    arrays.set_texture_coords(coordinates);
+    arrays.texture_image = std::move(atlas);
+    arrays.texture_coords = std::move(coordinates);
     std::size_t n_missing = 0;
     for (auto const face : mesh.all_faces())
     {

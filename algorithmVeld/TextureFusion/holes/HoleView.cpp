@@ -1,6 +1,7 @@
 #include "algorithmVeld/TextureFusion/holes/HoleView.h"
 
 #include "algorithmVeld/common/geometry/LocalFrame.h"
+#include "algorithmVeld/common/mesh/FaceSearch.h"
 
 #include <algorithm>
 #include <cmath>
@@ -184,18 +185,18 @@ HoleSurroundings hole_surroundings(TriMesh const& mesh, TexProperties const& pro
 {
     HoleSurroundings around;
     FirstMeetings meetings(around.ring_faces);
+    AroundCorners const around_corners(mesh);
     for (auto const face : hole)
     {
-        for (auto const vertex : mesh.fv_range(face))
-        {
-            for (auto const other : mesh.vf_range(vertex))
-            {
-                if (mesh.property(properties.face_has_tex, other))
-                {
-                    meetings.meet(other);
-                }
-            }
-        }
+        around_corners(face,
+                       [&](FaceHandle other)
+                       {
+                           if (mesh.property(properties.face_has_tex, other))
+                           {
+                               meetings.meet(other);
+                           }
+                           return true;
+                       });
     }
     around.ring_vertices = corners_of(mesh, around.ring_faces);
     around.hole_vertices = corners_of(mesh, hole);

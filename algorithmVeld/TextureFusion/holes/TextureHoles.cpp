@@ -21,32 +21,6 @@ using OpenMesh::VertexHandle;
 namespace
 {
 
-/// The faces that share a vertex with a face, as often as they share one, and the face itself.
-class AroundCorners
-{
-public:
-    explicit AroundCorners(TriMesh const& mesh) : mesh_(mesh) {}
-
-    template <typename Visit>
-    bool operator()(FaceHandle face, Visit const& visit) const
-    {
-        for (auto const vertex : mesh_.fv_range(face))
-        {
-            for (auto const other : mesh_.vf_range(vertex))
-            {
-                if (!visit(FaceHandle(other)))
-                {
-                    return false;
-                }
-            }
-        }
-        return true;
-    }
-
-private:
-    TriMesh const& mesh_;
-};
-
 std::vector<FaceHandle> grow_hole(TriMesh& mesh, TexProperties const& properties, FaceHandle seed,
                                   int id)
 {
@@ -76,13 +50,13 @@ struct PlannedHole
 {
     HoleSurroundings around;
     std::optional<HoleView> view; ///< none if the hole stays as it is
+    bool too_large = false;       ///< why there is none
 };
 
 bool is_too_large(PatchTex const& rectangle, std::size_t n_vertices,
                   Image<3, unsigned char> const& photo, TextureHoleSettings const& settings)
 {
-    auto const n_pixels = static_cast<std::int64_t>(rectangle.width()) *
-                          static_cast<std::int64_t>(rectangle.height());
+    auto const n_pixels = rectangle.n_pixels();
     if (n_pixels > std::numeric_limits<int>::max() || n_pixels > settings.hole_pixel_limit)
     {
         return true;
@@ -127,26 +101,9 @@ void prescribe_ring(PlannedHole const& plan, std::vector<PixelColor> const& vert
     }
 }
 
-void log_hole_failure(std::size_t h, RectangleFailure failure)
-{
-    int const id = static_cast<int>(h);
-    switch (failure)
-    {
-    case RectangleFailure::NONE:
-        break;
-    case RectangleFailure::DECOMPOSITION:
-        log("  hole[%4d] SimplicialLDLT decomposition failed.\n", id);
-        break;
-    case RectangleFailure::SOLUTION:
-        log("  hole [%4d] SimplicialLDLT solving failed.\n", id);
-        break;
-    case RectangleFailure::SPARSE_LU:
-        break; // It has told why itself.
-    case RectangleFailure::PARDISO:
-        log("  MKL_Pardiso failed.\n");
-        break;
-    }
-}
+/// The first one has a blank less in front of its number, as it always had.
+constexpr FailureTexts HOLE_FAILURES{"  hole[%4d] SimplicialLDLT decomposition failed.\n",
+                                     "  hole [%4d] SimplicialLDLT solving failed.\n"};
 
 /// Which pixels of a hole's image have colours. The system that all channels share has not the
 /// known ones among its unknowns, and they are meant to stay black then; the other solvers give
@@ -169,7 +126,7 @@ Image<3, unsigned char> solve_hole(PlannedHole const& plan, std::size_t h,
     auto const failure = solve_rectangle_timed(colour, mask, solver, "tex-hole-repair");
     if (failure != RectangleFailure::NONE)
     {
-        log_hole_failure(h, failure);
+        log_failure(failure, HOLE_FAILURES, h);
         return {};
     }
     Image<3, unsigned char> image(width, height);
@@ -228,6 +185,49 @@ void set_hole_colours(TriMesh& mesh, TexProperties const& properties, PlannedHol
     }
 }
 
+/// Decides about all holes, and notes the pixels of those that are looked at.
+std::vector<PlannedHole> plan_holes(TriMesh& mesh, TexProperties const& properties,
+                                    std::vector<TexImage> const& images,
+                                    TextureHoleFaces const& holes,
+                                    TextureHoleSettings const& settings)
+{
+    std::vector<PlannedHole> plans(holes.size());
+    parallel_for_uneven(static_cast<std::ptrdiff_t>(holes.size()),
+                        [&](std::ptrdiff_t i)
+                        {
+                            auto const h = static_cast<std::size_t>(i);
+                            plans[h] = plan_hole(mesh, properties, images, holes[h], settings);
+                        });
+    for (PlannedHole& plan : plans)
+    {
+        if (!plan.view)
+        {
+            continue;
+        }
+        set_hole_pixels(mesh, properties, plan);
+        if (is_too_large(plan.view->rectangle, plan.around.hole_vertices.size(),
+                         images.front().image, settings))
+        {
+            plan.too_large = true;
+            plan.view.reset();
+        }
+    }
+    return plans;
+}
+
+/// How many pixels are painted for each hole.
+std::vector<std::size_t> pixels_of(std::vector<PlannedHole> const& plans)
+{
+    std::vector<std::size_t> n_pixels;
+    n_pixels.reserve(plans.size());
+    for (PlannedHole const& plan : plans)
+    {
+        n_pixels.push_back(plan.view ? static_cast<std::size_t>(plan.view->rectangle.n_pixels())
+                                     : 0);
+    }
+    return n_pixels;
+}
+
 } // namespace
 
 TextureHoleFaces find_texture_holes(TriMesh& mesh, TexProperties const& properties,
@@ -261,38 +261,15 @@ RepairedHoles repair_texture_holes(TriMesh& mesh, TexProperties const& propertie
 {
     Stages stages({1, 10});
     stages.next();
-    std::vector<PlannedHole> plans(holes.size());
-    parallel_for_uneven(static_cast<std::ptrdiff_t>(holes.size()),
-                        [&](std::ptrdiff_t i)
-                        {
-                            auto const h = static_cast<std::size_t>(i);
-                            plans[h] = plan_hole(mesh, properties, images, holes[h], settings);
-                        });
+    auto const plans = plan_holes(mesh, properties, images, holes, settings);
     stages.next();
-    RepairedHoles repaired;
-    std::vector<std::size_t> n_pixels(holes.size());
-    for (std::size_t h = 0; h < holes.size(); ++h)
-    {
-        auto& plan = plans[h];
-        if (plan.view)
-        {
-            set_hole_pixels(mesh, properties, plan);
-            if (is_too_large(plan.view->rectangle, plan.around.hole_vertices.size(),
-                             images.front().image, settings))
-            {
-                plan.view.reset();
-                ++repaired.too_large;
-                continue;
-            }
-            n_pixels[h] = static_cast<std::size_t>(plan.view->rectangle.width()) *
-                          static_cast<std::size_t>(plan.view->rectangle.height());
-        }
-    }
     // A textured face between two holes has vertices of both: each hole sees the colours of before.
     auto const vertex_colours = mesh.property(properties.vert_color).data_vector();
+    RepairedHoles repaired;
+    repaired.too_large = static_cast<std::size_t>(std::count_if(
+        plans.begin(), plans.end(), [](PlannedHole const& plan) { return plan.too_large; }));
     repaired.hole_textures.resize(holes.size());
-    repaired.hole_patches.resize(holes.size());
-    for_each_rectangle(n_pixels,
+    for_each_rectangle(pixels_of(plans),
                        [&](std::size_t h)
                        {
                            if (plans[h].view)
@@ -303,7 +280,7 @@ RepairedHoles repair_texture_holes(TriMesh& mesh, TexProperties const& propertie
                        });
     for (std::size_t h = 0; h < holes.size(); ++h)
     {
-        PatchTex& patch = repaired.hole_patches[h];
+        PatchTex& patch = repaired.hole_patches.emplace_back();
         if (!repaired.hole_textures[h].empty())
         {
             set_hole_colours(mesh, properties, plans[h], repaired.hole_textures[h]);

@@ -4,7 +4,9 @@
 #include "algorithmVeld/common/Image.h"
 #include "algorithmVeld/common/RigidMatrix.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -61,6 +63,11 @@ struct PatchTex
 
     int width() const { return max_x - min_x + 1; }
     int height() const { return max_y - min_y + 1; }
+    /// 0 if a bound lies beyond the opposite one.
+    std::int64_t n_pixels() const
+    {
+        return std::max<std::int64_t>(width(), 0) * std::max<std::int64_t>(height(), 0);
+    }
 };
 
 /// What the patch of a face has to do with other patches.

@@ -121,26 +121,8 @@ VertexColours vertex_colours(ColourFusion const& fusion, std::size_t p,
     return colours;
 }
 
-void log_patch_failure(std::size_t p, RectangleFailure failure)
-{
-    int const id = static_cast<int>(p);
-    switch (failure)
-    {
-    case RectangleFailure::NONE:
-        break;
-    case RectangleFailure::DECOMPOSITION:
-        log("  patch [%4d] SimplicialLDLT decomposition failed.\n", id);
-        break;
-    case RectangleFailure::SOLUTION:
-        log("  patch [%4d] SimplicialLDLT solving failed.\n", id);
-        break;
-    case RectangleFailure::SPARSE_LU:
-        break; // It has told why itself.
-    case RectangleFailure::PARDISO:
-        log("  MKL_Pardiso failed.\n");
-        break;
-    }
-}
+constexpr FailureTexts PATCH_FAILURES{"  patch [%4d] SimplicialLDLT decomposition failed.\n",
+                                      "  patch [%4d] SimplicialLDLT solving failed.\n"};
 
 /// The image of a patch, empty if it cannot be solved.
 PhotoImage fuse_patch(ColourFusion const& fusion, std::size_t p, VertexColours& colours)
@@ -166,7 +148,7 @@ PhotoImage fuse_patch(ColourFusion const& fusion, std::size_t p, VertexColours& 
     auto const failure = solve_rectangle_timed(correction, mask, fusion.solver, "poisson-solve");
     if (failure != RectangleFailure::NONE)
     {
-        log_patch_failure(p, failure);
+        log_failure(failure, PATCH_FAILURES, p);
         return {};
     }
     correct_unknown(image, correction, mask);
@@ -293,8 +275,7 @@ fuse_patch_colours(TriMesh& mesh, TexProperties const& properties,
     n_pixels.reserve(patches.size());
     for (PatchTex const& patch : patches)
     {
-        n_pixels.push_back(static_cast<std::size_t>(std::max(patch.width(), 0)) *
-                           static_cast<std::size_t>(std::max(patch.height(), 0)));
+        n_pixels.push_back(static_cast<std::size_t>(patch.n_pixels()));
     }
     std::vector<PhotoImage> textures(patches.size());
     std::vector<VertexColours> colours(patches.size());

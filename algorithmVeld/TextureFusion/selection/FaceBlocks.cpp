@@ -225,39 +225,23 @@ std::vector<std::uint8_t> mark_block_borders(TriMesh const& mesh, TexProperties 
     return marks;
 }
 
-/// The views around the corners of a face. So the face itself counts three times, a neighbour
-/// across an edge twice, and one at a corner once.
-void count_around_corners(TriMesh const& mesh, TexProperties const& properties, FaceHandle face,
-                          LabelCounts& counts)
+/// The views of the neighbours of a face.
+/// \param neighbours `AcrossEdges` or `AroundCorners`; a face that comes several times counts so
+/// often
+template <typename Neighbours>
+void count_views(TriMesh const& mesh, TexProperties const& properties, Neighbours const& neighbours,
+                 FaceHandle face, LabelCounts& counts)
 {
     counts.clear();
-    for (auto const vertex : mesh.fv_range(face))
-    {
-        for (auto const other : mesh.vf_range(vertex))
-        {
-            if (mesh.property(properties.face_has_tex, other))
-            {
-                counts.add(mesh.property(properties.face_tex_label, other));
-            }
-        }
-    }
-}
-
-/// The views across the edges of a face.
-void count_across_edges(TriMesh const& mesh, TexProperties const& properties, FaceHandle face,
-                        LabelCounts& counts)
-{
-    counts.clear();
-    AcrossEdges const across(mesh);
-    across(face,
-           [&](FaceHandle other)
-           {
-               if (mesh.property(properties.face_has_tex, other))
+    neighbours(face,
+               [&](FaceHandle other)
                {
-                   counts.add(mesh.property(properties.face_tex_label, other));
-               }
-               return true;
-           });
+                   if (mesh.property(properties.face_has_tex, other))
+                   {
+                       counts.add(mesh.property(properties.face_tex_label, other));
+                   }
+                   return true;
+               });
 }
 
 } // namespace
@@ -356,7 +340,7 @@ int greedy_change_face_tex_by_edge_shared(TriMesh& mesh, TexProperties const& pr
         {
             continue;
         }
-        count_across_edges(mesh, properties, face, across);
+        count_views(mesh, properties, AcrossEdges(mesh), face, across);
         int const own = mesh.property(properties.face_tex_label, face);
         if (across.most_frequent() != own &&
             relabel(mesh, properties, face, across.most_frequent()))
@@ -388,7 +372,7 @@ void optimize_boundary_iteration(TriMesh& mesh, TexProperties const& properties)
     LabelCounts around;
     auto const take_majority = [&](FaceHandle face)
     {
-        count_around_corners(mesh, properties, face, around);
+        count_views(mesh, properties, AroundCorners(mesh), face, around);
         return !around.empty() && around.most_frequent() != label(face) &&
                relabel(mesh, properties, face, around.most_frequent());
     };

@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/TextureFusion/solve/RectangleSystems.h"
 #include "algorithmVeld/TextureFusion/solve/SourceSolve.h"
+#include "algorithmVeld/common/running/Log.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -22,6 +23,26 @@ bool are_sources_faster(std::ptrdiff_t n_unknown, std::ptrdiff_t n_known)
 }
 
 } // namespace
+
+void log_failure(RectangleFailure failure, FailureTexts const& texts, std::size_t number)
+{
+    switch (failure)
+    {
+    case RectangleFailure::NONE:
+        break;
+    case RectangleFailure::DECOMPOSITION:
+        log(texts.decomposition, static_cast<int>(number));
+        break;
+    case RectangleFailure::SOLUTION:
+        log(texts.solution, static_cast<int>(number));
+        break;
+    case RectangleFailure::SPARSE_LU:
+        break; // It has told why itself.
+    case RectangleFailure::PARDISO:
+        log("  MKL_Pardiso failed.\n");
+        break;
+    }
+}
 
 RectangleFailure solve_rectangle(Image<3, float>& field, Image<1, unsigned char> const& mask,
                                  RectangleSolver solver)

@@ -2,6 +2,8 @@
 
 #include "algorithmVeld/common/Image.h"
 
+#include <cstddef>
+
 namespace OrvaneAlgorithm::detail
 {
 
@@ -22,6 +24,16 @@ enum class RectangleFailure
     PARDISO,
     SPARSE_LU
 };
+
+/// What the log is told of a rectangle, by its number, that the simplicial solver cannot solve.
+struct FailureTexts
+{
+    char const* decomposition;
+    char const* solution;
+};
+
+/// Tells the log why rectangle `number` could not be solved.
+void log_failure(RectangleFailure failure, FailureTexts const& texts, std::size_t number);
 
 /// Fills the unknown pixels of a field so that each is the mean of its neighbours in the rectangle
 /// (Laplace's equation, with no flow across the rectangle's edge). All three channels share

@@ -82,6 +82,33 @@ private:
     TriMesh const& mesh_;
 };
 
+/// The faces at the corners of a face, as often as they share one with it. So the face itself comes
+/// three times, a neighbour across an edge twice, and one at a corner once.
+class AroundCorners
+{
+public:
+    explicit AroundCorners(TriMesh const& mesh) : mesh_(mesh) {}
+
+    template <typename Visit>
+    bool operator()(OpenMesh::FaceHandle face, Visit const& visit) const
+    {
+        for (auto const vertex : mesh_.fv_range(face))
+        {
+            for (auto const other : mesh_.vf_range(vertex))
+            {
+                if (!visit(OpenMesh::FaceHandle(other)))
+                {
+                    return false;
+                }
+            }
+        }
+        return true;
+    }
+
+private:
+    TriMesh const& mesh_;
+};
+
 /// The vertices at the other ends of the edges of a vertex.
 class AlongEdges
 {
