@@ -48,6 +48,8 @@
 #include "algorithmVeld/hole_detection/FindHoles.h"
 #include "algorithmVeld/hole_detection/FindHolesEx.h"
 #include "algorithmVeld/reconstruction/BallPivoting.h"
+#include "algorithmVeld/reconstruction/DepthFrames.h"
+#include "algorithmVeld/reconstruction/DepthNoise.h"
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
 #include "algorithmVeld/reconstruction/GeoPatentRecon.h"
 #include "algorithmVeld/reconstruction/MeshMerge.h"

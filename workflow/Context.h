@@ -30,7 +30,9 @@ enum class WarningCode
     HOLES_COLOURLESS,    ///< Places without a photograph that are too large to get colours.
     IMAGE_LARGE,         ///< An image that few programs can show.
     PHOTOS_REPEATED,     ///< Views that all name one photograph.
-    REPORT_GAP           ///< A file of a run that is missing in the page about it.
+    REPORT_GAP,          ///< A file of a run that is missing in the page about it.
+    FRAME_OFF,           ///< A frame that does not lie where the others have the surface.
+    MERGE_IN_SHREDS      ///< A merged mesh of long borders, many pieces or few of the points.
 };
 
 /// Something that a person should know of a result that is there all the same.

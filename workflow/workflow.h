@@ -25,6 +25,7 @@
 #include "workflow/steps/CutSticks.h"
 #include "workflow/steps/Fill.h"
 #include "workflow/steps/FindHoles.h"
+#include "workflow/steps/FrameNoise.h"
 #include "workflow/steps/Inspect.h"
 #include "workflow/steps/Keyframes.h"
 #include "workflow/steps/LoadFrames.h"

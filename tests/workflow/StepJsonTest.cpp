@@ -39,7 +39,8 @@ TEST(StepJson, SettingsComeBackAsTheyWere)
 {
     expect_round_trip(veld::LoadFramesSettings{1000.0});
     expect_round_trip(veld::MergeSettings{veld::MergeMethod::OUTLIER, veld::Layers::BEST, 0.5, 0.75,
-                                          2.0, 12, 7, 9, 31.0, 4.5, 140.0, false, 3.5});
+                                          2.0, 12, 7, 9, 31.0, 4.5, 140.0, false, 3.5,
+                                          veld::Preparation::NEVER, 2.5});
     veld::FillSettings fill;
     fill.method = veld::FillMethod::CORE;
     fill.max_edges = 5;

@@ -2,6 +2,8 @@
 
 #include "algorithmVeld/common/arrays/GridMap.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace veld
@@ -15,13 +17,30 @@ using OrvaneAlgorithm::Vector3f;
 namespace
 {
 
-using Quad = std::vector<int>;
+using Quad = std::array<int, 4>;
 
-std::vector<Quad> quads_of(RangeData const& frame)
+/// Runs `use(quad)` for the complete cells of a frame, in the order of their first corners. A list
+/// of them, as `convert_to_quad` makes it, would take more than the frame.
+template <typename Use>
+void for_each_quad(RangeData const& frame, OrvaneAlgorithm::detail::GridMap const& map,
+                   Use const& use)
 {
-    std::vector<Quad> quads;
-    frame.convert_to_quad(quads);
-    return quads;
+    for (std::size_t i = 0; i < frame.get_vn(); ++i)
+    {
+        if (frame.cellFlag[i] != 1)
+        {
+            continue;
+        }
+        long long const r = frame.vUV[i].row;
+        long long const c = frame.vUV[i].col;
+        Quad const quad = {{map(r, c), map(r, c + 1), map(r + 1, c + 1), map(r + 1, c)}};
+        // Of two vertices in one cell only the one that the map holds stands for it.
+        if (quad[0] == static_cast<int>(i) &&
+            std::all_of(quad.begin(), quad.end(), [](int vertex) { return vertex >= 0; }))
+        {
+            use(quad);
+        }
+    }
 }
 
 Vector3d corner(RangeData const& frame, Quad const& quad, std::size_t i)
@@ -42,11 +61,12 @@ template <typename Direction>
 bool most_are_against(RangeData const& frame, Direction const& direction)
 {
     std::ptrdiff_t balance = 0;
-    for (auto const& quad : quads_of(frame))
-    {
-        double const agreement = quad_normal(frame, quad).dot(direction(quad));
-        balance += agreement > 0.0 ? 1 : agreement < 0.0 ? -1 : 0;
-    }
+    for_each_quad(frame, OrvaneAlgorithm::detail::GridMap(frame),
+                  [&](Quad const& quad)
+                  {
+                      double const agreement = quad_normal(frame, quad).dot(direction(quad));
+                      balance += agreement > 0.0 ? 1 : agreement < 0.0 ? -1 : 0;
+                  });
     return balance < 0;
 }
 
@@ -116,15 +136,17 @@ void compute_normals(RangeData& frame)
 {
     frame.update_vNrv_from_grid();
     std::vector<Vector3d> sums(frame.get_vn(), Vector3d::Zero());
-    for (auto const& quad : quads_of(frame))
-    {
-        // By direction alone: where depth is noisy, or jumps, the steep cells are the large ones.
-        Vector3d const normal = quad_normal(frame, quad).stableNormalized();
-        for (int const vertex : quad)
-        {
-            sums[static_cast<std::size_t>(vertex)] += normal;
-        }
-    }
+    for_each_quad(frame, OrvaneAlgorithm::detail::GridMap(frame),
+                  [&](Quad const& quad)
+                  {
+                      // By direction alone: where depth is noisy, or jumps, the steep cells are the
+                      // large ones.
+                      Vector3d const normal = quad_normal(frame, quad).stableNormalized();
+                      for (int const vertex : quad)
+                      {
+                          sums[static_cast<std::size_t>(vertex)] += normal;
+                      }
+                  });
     for (std::size_t i = 0; i < sums.size(); ++i)
     {
         double const length = sums[i].norm();

@@ -2,24 +2,31 @@
 
 #include "workflow/Error.h"
 #include "workflow/StepScope.h"
-#include "workflow/filling/HoleList.h"
+#include "workflow/steps/Inspect.h"
+#include "workflow/steps/MergeJudge.h"
 #include "workflow/words.h"
 
 #include "algorithmVeld/cleanup/VertexEditor.h"
 #include "algorithmVeld/common/ParamHolder.h"
 #include "algorithmVeld/common/RetVal.h"
+#include "algorithmVeld/common/arrays/Median.h"
+#include "algorithmVeld/reconstruction/DepthFrames.h"
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
 #include "algorithmVeld/reconstruction/GeoPatentRecon.h"
 #include "algorithmVeld/reconstruction/MeshMerge.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <functional>
+#include <utility>
 
 namespace veld
 {
 
+using OrvaneAlgorithm::DepthFrames;
 using OrvaneAlgorithm::FrameOverlap;
 using OrvaneAlgorithm::GeoPatentRecon;
 using OrvaneAlgorithm::MeshMerge;
@@ -30,6 +37,14 @@ namespace
 /// Lengths in point spacings where the user gives none.
 constexpr double STITCH_RADIUS_SPACINGS = 1.0;
 constexpr double LONG_EDGE_SPACINGS = 5.0;
+constexpr double LAYER_SPACINGS = 2.0;
+/// The same of cells and of border edges where frames were smoothed: what is stretched over a jump
+/// of depth was told by its planes.
+constexpr double LONG_EDGE_SPACINGS_OF_SMOOTH = 8.0;
+/// A frame is off that is so many times as far from the others as most are.
+constexpr double FRAME_OFF = 3.0;
+/// Noise that is more than this part of the spacing hides what lies between neighbours.
+constexpr double NOISY = 0.5;
 /// A spacing that is so many times the measured one, or so small a part of it, is a slip.
 constexpr double UNLIKELY_FACTOR = 4.0;
 
@@ -56,8 +71,9 @@ std::vector<RangeData const*> pointers(std::vector<Frame> const& frames)
 }
 
 /// The given settings, and what the frames tell where they say nothing.
+/// \param long_edge in spacings
 MergeSettings complete(MergeSettings settings, std::vector<RangeData const*> const& frames,
-                       std::string const& source)
+                       double long_edge, std::string const& source)
 {
     if (settings.spacing == 0.0)
     {
@@ -81,7 +97,7 @@ MergeSettings complete(MergeSettings settings, std::vector<RangeData const*> con
     }
     if (settings.long_edge == 0.0)
     {
-        settings.long_edge = LONG_EDGE_SPACINGS * settings.spacing;
+        settings.long_edge = long_edge * settings.spacing;
     }
     return settings;
 }
@@ -190,6 +206,124 @@ void stitch(std::vector<RangeData const*> const& frames, MergeResult& result)
     }
 }
 
+/// Counts the points and measures their noise, if it is not given. \return their spacing
+double measure(std::vector<RangeData const*> const& frames, MergeSettings const& settings,
+               MergeResult& result)
+{
+    for (auto const* frame : frames)
+    {
+        result.points += frame->get_vn();
+    }
+    result.noise = noise_of(frames, settings.noise);
+    return FrameOverlap::measure_point_spacing(frames);
+}
+
+bool are_of_cameras(std::vector<RangeData const*> const& frames)
+{
+    return std::all_of(frames.begin(), frames.end(),
+                       [](RangeData const* frame) { return DepthFrames::is_camera_frame(*frame); });
+}
+
+/// Whether frames are smoothed and thinned before they are merged.
+bool is_prepared(std::vector<RangeData const*> const& frames, MergeSettings const& settings,
+                 double spacing, MergeResult const& result, std::string const& source)
+{
+    if (settings.preparation == Preparation::ALWAYS)
+    {
+        if (settings.layers != Layers::MEAN)
+        {
+            throw InputError("points of smoothed frames move: none can be kept", "preparation");
+        }
+        if (!are_of_cameras(frames))
+        {
+            throw InputError(source + ": not all frames are of a camera at their origin, which is "
+                                      "what can be smoothed",
+                             "preparation");
+        }
+        return true;
+    }
+    return settings.preparation == Preparation::AUTO && settings.layers == Layers::MEAN &&
+           result.noise.in_the_middle() > NOISY * spacing && are_of_cameras(frames);
+}
+
+/// Names the frames that lie where no other one has the surface.
+void warn_of_frames(std::vector<DepthFrames::FrameCounts> const& counts, double noise,
+                    FrameSet const& frames, StepScope& scope)
+{
+    std::vector<double> all;
+    for (auto const& count : counts)
+    {
+        all.push_back(std::max(0.0, count.disagreement));
+    }
+    double const middle = OrvaneAlgorithm::detail::median(all);
+    for (std::size_t f = 0; f < counts.size() && counts.size() > 1; ++f)
+    {
+        std::string const& name = frames.frames[f].name;
+        double const off = counts[f].disagreement;
+        if (off < 0.0)
+        {
+            scope.warn(WarningCode::FRAME_OFF, name,
+                       "no other frame saw what it did: its pose, or the unit of it, may be wrong");
+        }
+        else if (off > FRAME_OFF * std::max(middle, noise))
+        {
+            scope.warn(WarningCode::FRAME_OFF, name,
+                       fmt::format("lies {:.3g} mm off the other frames, most of them {:.3g} mm: "
+                                   "its pose may be wrong",
+                                   off, middle));
+        }
+    }
+}
+
+/// Smooths the frames, thins them to what their noise supports, and leaves large patches.
+/// \param release drops a frame
+std::vector<RangeData> without_noise(FrameSet const& frames,
+                                     std::function<void(std::size_t)> const& release,
+                                     StepScope& scope, MergeResult& result)
+{
+    DepthFrames depth;
+    depth.set_noise(result.noise.noise);
+    depth.set_point_spacing(result.settings.spacing);
+    std::vector<RangeData> prepared;
+    if (depth.prepare(pointers(frames.frames), prepared, release) != OrvaneAlgorithm::RET_SUCCESS)
+    {
+        throw OperationError(frames.source + ": the frames could not be smoothed", "noise");
+    }
+    result.prepared = true;
+    result.tolerance = depth.used_tolerance();
+    result.disagreement = depth.used_disagreement();
+    for (auto const& counts : depth.frame_counts())
+    {
+        result.smooth += counts.smooth;
+    }
+    warn_of_frames(depth.frame_counts(), result.noise.in_the_middle(), frames, scope);
+    return prepared;
+}
+
+/// Says so where the mesh is in shreds.
+void warn_of_shreds(MergeResult& result, double spacing, std::string const& source,
+                    StepScope& scope)
+{
+    MeshHealth const health = measure_health(result.mesh);
+    MergeFacts facts;
+    facts.points = static_cast<double>(result.prepared ? result.smooth : result.points);
+    facts.vertices = static_cast<double>(health.vertices);
+    facts.edges = static_cast<double>(health.edges);
+    facts.boundary_edges = static_cast<double>(health.boundary_edges);
+    facts.pieces = static_cast<double>(health.components);
+    facts.removed = static_cast<double>(result.removed);
+    facts.spacing = spacing;
+    facts.noise = result.noise.in_the_middle();
+    facts.prepared = result.prepared;
+    facts.disagreement = result.disagreement;
+    std::string const text = judge_merge(facts);
+    if (!text.empty())
+    {
+        scope.warn(WarningCode::MERGE_IN_SHREDS, source, text);
+    }
+    result.holes = health.holes;
+}
+
 /// Takes the overlap out, which leaves one layer.
 std::vector<RangeData> single_layer(std::vector<RangeData const*> const& frames,
                                     MergeResult& result)
@@ -197,6 +331,12 @@ std::vector<RangeData> single_layer(std::vector<RangeData const*> const& frames,
     FrameOverlap overlap;
     overlap.set_point_spacing(result.settings.spacing);
     overlap.set_averages_layers(result.settings.layers == Layers::MEAN);
+    if (result.prepared)
+    {
+        overlap.set_layer_factor(
+            std::max(LAYER_SPACINGS, result.tolerance / result.settings.spacing));
+        overlap.set_long_edge_factor(LONG_EDGE_SPACINGS_OF_SMOOTH);
+    }
     std::vector<RangeData> single;
     if (overlap.remove_overlap(frames, single) != OrvaneAlgorithm::RET_SUCCESS)
     {
@@ -223,37 +363,81 @@ std::string to_string(MergeMethod method)
     return method == MergeMethod::STITCH ? "stitch" : "outlier";
 }
 
-MergeResult merge(FrameSet const& frames, MergeSettings const& settings, Context& context)
+std::map<std::string, Preparation> const& preparations()
+{
+    static std::map<std::string, Preparation> const names{{"auto", Preparation::AUTO},
+                                                          {"never", Preparation::NEVER},
+                                                          {"always", Preparation::ALWAYS}};
+    return names;
+}
+
+namespace
+{
+
+/// \param release drops a frame; empty where the frames are the host's
+MergeResult merge_frames(FrameSet const& frames, std::function<void(std::size_t)> const& release,
+                         MergeSettings const& settings, Context& context)
 {
     StepScope scope(context, "merge-frames", "merge the frames");
-    auto const list = pointers(frames.frames);
+    auto list = pointers(frames.frames);
     MergeResult result;
     result.frames = list.size();
-    result.settings = scope.stage("measure the spacing", 0.02,
-                                  [&] { return complete(settings, list, frames.source); });
-    if (settings.spacing > 0.0)
-    {
-        warn_of_spacing(settings.spacing, FrameOverlap::measure_point_spacing(list), frames.source,
-                        scope);
-    }
+    result.settings = settings;
+    double measured = 0.0;
+    bool const is_noisy =
+        scope.stage("measure noise and spacing", 0.03,
+                    [&]
+                    {
+                        measured = measure(list, settings, result);
+                        return is_prepared(list, settings, measured, result, frames.source);
+                    });
     auto const start = std::chrono::steady_clock::now();
-    for (auto const* frame : list)
+    std::vector<RangeData> prepared;
+    if (is_noisy)
     {
-        result.points += frame->get_vn();
+        prepared = scope.stage("take the noise out", 0.4,
+                               [&] { return without_noise(frames, release, scope, result); });
+        list = pointers(prepared);
     }
+    else if (settings.spacing > 0.0)
+    {
+        warn_of_spacing(settings.spacing, measured, frames.source, scope);
+    }
+    result.settings = scope.stage("measure the spacing", is_noisy ? 0.41 : 0.04,
+                                  [&]
+                                  {
+                                      return complete(settings, list,
+                                                      is_noisy ? LONG_EDGE_SPACINGS_OF_SMOOTH
+                                                               : LONG_EDGE_SPACINGS,
+                                                      frames.source);
+                                  });
     std::vector<RangeData> single;
     if (settings.layers != Layers::ALL)
     {
         single =
-            scope.stage("take the overlap out", 0.6, [&] { return single_layer(list, result); });
+            scope.stage("take the overlap out", 0.7, [&] { return single_layer(list, result); });
     }
     scope.stage("stitch the frames", 0.98,
                 [&] { stitch(settings.layers == Layers::ALL ? list : pointers(single), result); });
-    result.holes =
-        scope.stage("count the holes", 1.0, [&] { return all_holes(result.mesh).size(); });
+    scope.stage("look at the mesh", 1.0,
+                [&] { warn_of_shreds(result, measured, frames.source, scope); });
     result.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return result;
+}
+
+} // namespace
+
+MergeResult merge(FrameSet const& frames, MergeSettings const& settings, Context& context)
+{
+    return merge_frames(frames, {}, settings, context);
+}
+
+MergeResult merge(FrameSet&& frames, MergeSettings const& settings, Context& context)
+{
+    return merge_frames(
+        frames, [&frames](std::size_t f) { frames.frames[f].data = RangeData(); }, settings,
+        context);
 }
 
 } // namespace veld

@@ -2,6 +2,7 @@
 
 #include "workflow/Context.h"
 #include "workflow/export.h"
+#include "workflow/steps/FrameNoise.h"
 #include "workflow/steps/LoadFrames.h"
 
 #include "algorithmVeld/common/TriMesh.h"
@@ -30,6 +31,18 @@ enum class MergeMethod
             ///< and holes closed by convex ears.
 };
 
+/// Whether the frames are smoothed, thinned and made one layer before the overlap is taken out.
+enum class Preparation
+{
+    AUTO,   ///< Where points may move, all frames are of cameras, and their noise exceeds half of
+            ///< their spacing.
+    NEVER,  ///< Points stay what the scanner measured.
+    ALWAYS, ///< Also where there is little noise; all frames have to be of cameras.
+};
+
+/// "auto", "never", "always".
+VELD_WORKFLOW_API std::map<std::string, Preparation> const& preparations();
+
 /// "stitch", "outlier".
 VELD_WORKFLOW_API std::map<std::string, MergeMethod> const& merge_methods();
 VELD_WORKFLOW_API std::string to_string(MergeMethod method);
@@ -56,6 +69,11 @@ struct MergeSettings
     /// Multiple of the mean squared distance of the border around from its plane beyond which a
     /// loose point goes; 0: none goes.
     double outlier_factor = 5.0;
+
+    // frames of depth cameras
+    Preparation preparation = Preparation::AUTO;
+    double noise = 0.0; ///< Standard deviation in millimetres of depths at 1 m, which grows with
+                        ///< the square of the depth; 0: measured.
 };
 
 /// What merging made.
@@ -64,12 +82,17 @@ struct MergeResult
     OrvaneAlgorithm::TriMesh mesh;  ///< Without non-manifold vertices.
     std::vector<int> vertex_frames; ///< For each vertex the number of its frame.
     MergeSettings settings;         ///< As they were taken: no length is 0.
-    std::size_t frames = 0;         ///< Frames that were merged.
-    std::size_t points = 0;         ///< Of all frames.
-    std::size_t removed = 0;        ///< Of these, taken out because a better frame saw the place.
-    std::size_t outliers = 0;       ///< Of the others, loose points off the surface.
-    std::size_t holes = 0;          ///< Holes that are left, the outer border among them.
-    double seconds = 0.0;           ///< Of the merging alone.
+    std::size_t frames = 0;    ///< Frames that were merged.
+    std::size_t points = 0;    ///< Of all frames.
+    FrameNoise noise;          ///< As it was taken.
+    bool prepared = false;     ///< Whether the frames were smoothed and thinned first.
+    std::size_t smooth = 0;    ///< Points that were left of them then.
+    double tolerance = 0.0;    ///< Layers nearer to each other than this, in mm, were one then.
+    double disagreement = 0.0; ///< Median distance in mm between frames where they overlapped then.
+    std::size_t removed = 0;   ///< Of these, taken out because a better frame saw the place.
+    std::size_t outliers = 0;  ///< Of the others, loose points off the surface.
+    std::size_t holes = 0;     ///< Holes that are left, the outer border among them.
+    double seconds = 0.0; ///< Of the merging alone.
 };
 
 /// Makes one mesh of frames: takes the overlap out, stitches what is left, closes small holes and
@@ -78,6 +101,10 @@ struct MergeResult
 /// Throws `InputError` where the spacing cannot be measured, `OperationError` where nothing is
 /// left.
 VELD_WORKFLOW_API MergeResult merge(FrameSet const& frames, MergeSettings const& settings,
+                                    Context& context);
+
+/// The same, and drops frames of depth cameras on the way: they may be most of the memory.
+VELD_WORKFLOW_API MergeResult merge(FrameSet&& frames, MergeSettings const& settings,
                                     Context& context);
 
 } // namespace veld

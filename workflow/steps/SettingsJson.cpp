@@ -253,7 +253,9 @@ Json to_json(MergeSettings const& settings)
             {"ear_edge_factor", settings.ear_edge_factor},
             {"ear_normal_angle", settings.ear_normal_angle},
             {"cut_long_edges", settings.cut_long_edges},
-            {"outlier_factor", settings.outlier_factor}};
+            {"outlier_factor", settings.outlier_factor},
+            {"preparation", name_in(preparations(), settings.preparation)},
+            {"noise", settings.noise}};
 }
 
 void read_settings(Json const& json, std::string const& place, MergeSettings& settings)
@@ -272,6 +274,8 @@ void read_settings(Json const& json, std::string const& place, MergeSettings& se
     reader.number("ear_normal_angle", settings.ear_normal_angle, 0.0, 180.0);
     reader.flag("cut_long_edges", settings.cut_long_edges);
     reader.number("outlier_factor", settings.outlier_factor, 0.0, 1e6);
+    reader.name("preparation", settings.preparation, preparations());
+    reader.number("noise", settings.noise, 0.0);
     reader.finish();
 }
 

@@ -143,6 +143,9 @@ Json to_json(MergeResult const& result)
               {"method", to_string(result.settings.method)},
               {"overlap_removed", result.removed},
               {"outliers_removed", result.outliers},
+              {"noise", result.noise.in_the_middle()},
+              {"noise_depth", result.noise.depth},
+              {"prepared", result.prepared},
               {"spacing", result.settings.spacing},
               {"stitch_radius", result.settings.stitch_radius},
               {"seconds", result.seconds}};

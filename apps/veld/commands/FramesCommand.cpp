@@ -1,6 +1,7 @@
 #include "commands/Command.h"
 #include "options/CommonOptions.h"
 #include "workflow/frames/FrameFiles.h"
+#include "workflow/steps/FrameNoise.h"
 #include "workflow/steps/LoadFrames.h"
 #include "workflow/words.h"
 
@@ -37,7 +38,10 @@ public:
         refuse_other_frames(files);
         desk.outputs.check(files, set.files);
 
-        std::string text = fmt::format("{}: {}\n", set.source, counted(files.size(), "frame"));
+        FrameNoise const noise = measure_noise(set, desk.context);
+        std::string text =
+            fmt::format("{}: {}, noise {:.3g} mm at a depth of {:.4g} mm\n", set.source,
+                        counted(files.size(), "frame"), noise.in_the_middle(), noise.depth);
         Json list = Json::array();
         for (std::size_t i = 0; i < files.size(); ++i)
         {
@@ -52,7 +56,8 @@ public:
                             {"columns", frame.data.grid_cols}});
         }
         desk.console.print(text);
-        return Json{{"frames", list}};
+        return Json{
+            {"frames", list}, {"noise", noise.in_the_middle()}, {"noise_depth", noise.depth}};
     }
 
 private:

@@ -9,6 +9,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <utility>
+
 namespace veld::cli
 {
 
@@ -64,11 +66,11 @@ public:
 
     Json run(Desk const& desk) override
     {
-        FrameSet const set = load_frames(source_.source, source_.settings, desk.context);
+        FrameSet set = load_frames(source_.source, source_.settings, desk.context);
         desk.outputs.check(this->outputs(), set.files);
         MergeSettings settings = options_.settings();
         settings.layers = keep_layers_ ? Layers::ALL : keep_points_ ? Layers::BEST : Layers::MEAN;
-        MergeResult const merged = merge(set, settings, desk.context);
+        MergeResult const merged = merge(std::move(set), settings, desk.context);
         write_mesh(result_.open("", format_, desk.outputs), merged.mesh, desk.context);
         if (!frame_map_.empty())
         {

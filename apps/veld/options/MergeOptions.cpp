@@ -23,6 +23,7 @@ void MergeOptions::add(CLI::App& app)
                    "other, and holes by convex corners only (default: stitch)")
         ->type_name("NAME")
         ->check(CLI::IsMember(names_in(merge_methods())));
+    add_noise(app);
     add_lengths(app);
     add_stitch_options(app);
     add_outlier_options(app);
@@ -33,14 +34,28 @@ MergeSettings MergeOptions::settings() const
 {
     MergeSettings settings = settings_;
     settings.method = merge_methods().at(method_);
+    settings.preparation = preparations().at(prepare_);
     settings.cut_long_edges = !keep_long_edges_;
     return settings;
+}
+
+void MergeOptions::add_noise(CLI::App& app)
+{
+    app.add_option("--prepare", prepare_,
+                   "Smooth and thin the frames of depth cameras first: auto: where noise exceeds "
+                   "half of the spacing; never; always (default: auto)")
+        ->type_name("WHEN")
+        ->check(CLI::IsMember(names_in(preparations())));
+    add_length(app, "--noise", settings_.noise,
+               "Standard deviation in mm of depths at 1 m, which grows with the square of the "
+               "depth, 0: measured (default: 0)");
 }
 
 void MergeOptions::add_lengths(CLI::App& app)
 {
     add_length(app, "--spacing", settings_.spacing,
-               "Distance between neighbouring points in mm, 0: measured (default: 0)");
+               "Distance between neighbouring points in mm, 0: measured, or as far apart as the "
+               "noise of a depth camera supports (default: 0)");
     uses_.add(add_length(app, "--stitch-radius", settings_.stitch_radius,
                          "stitch: half of the distance in mm in which a border looks for another "
                          "one, 0: the spacing (default: 0)"),

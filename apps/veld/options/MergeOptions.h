@@ -23,11 +23,13 @@ public:
     MergeSettings settings() const;
 
 private:
+    void add_noise(CLI::App& app);
     void add_lengths(CLI::App& app);
     void add_stitch_options(CLI::App& app);
     void add_outlier_options(CLI::App& app);
 
     std::string method_ = "stitch";
+    std::string prepare_ = "auto";
     bool keep_long_edges_ = false;
     MethodOptions uses_;
     MergeSettings settings_;

@@ -232,6 +232,23 @@ std::string to_text(std::string const& path, TextureResult const& result)
         counted(result.seen_faces - result.textured_faces, "face"), result.colourless_faces);
 }
 
+namespace
+{
+
+/// Noise, and what was done about it.
+std::string noise_of(MergeResult const& result)
+{
+    std::string const text = fmt::format("  noise: {:.3g} mm at a depth of {:.4g} mm",
+                                         result.noise.in_the_middle(), result.noise.depth);
+    return result.prepared
+               ? text + fmt::format("; smoothed and thinned to {}, layers up to {:.3g} mm apart "
+                                    "taken for one\n",
+                                    counted(result.smooth, "point"), result.tolerance)
+               : text + '\n';
+}
+
+} // namespace
+
 std::string to_text(std::string const& path, MergeResult const& result)
 {
     MergeSettings const& settings = result.settings;
@@ -247,6 +264,7 @@ std::string to_text(std::string const& path, MergeResult const& result)
         text += fmt::format(", edges up to {:.6g} mm", settings.long_edge);
     }
     text += '\n';
+    text += noise_of(result);
     if (settings.layers != Layers::ALL)
     {
         text += fmt::format(

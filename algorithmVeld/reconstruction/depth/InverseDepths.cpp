@@ -1,0 +1,164 @@
+#include "algorithmVeld/reconstruction/depth/InverseDepths.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace OrvaneAlgorithm::detail
+{
+
+namespace
+{
+
+/// The first is about the start, which is level; those behind it are about the plane before.
+constexpr int PLANE_ROUNDS = 3;
+/// Least determinant of the scatter of the pixels, of weight 1, for their plane to have a slope.
+constexpr double LEAST_SCATTER = 1e-3;
+
+/// Weighted sums of pixels of which a plane comes. Values are in tolerances, from the start on.
+struct PlaneSums
+{
+    float w = 0.0F;
+    float u = 0.0F;
+    float v = 0.0F;
+    float uu = 0.0F;
+    float uv = 0.0F;
+    float vv = 0.0F;
+    float d = 0.0F;
+    float ud = 0.0F;
+    float vd = 0.0F;
+};
+
+struct LevelPlane
+{
+    float value = 0.0F;
+    float by_u = 0.0F;
+    float by_v = 0.0F;
+};
+
+/// By least squares; level where the pixels lie on a line.
+LevelPlane level_plane_of(PlaneSums const& s)
+{
+    double const w = s.w;
+    double const mu = s.u / w;
+    double const mv = s.v / w;
+    double const md = s.d / w;
+    double const uu = s.uu / w - mu * mu;
+    double const uv = s.uv / w - mu * mv;
+    double const vv = s.vv / w - mv * mv;
+    double const ud = s.ud / w - mu * md;
+    double const vd = s.vd / w - mv * md;
+    double const scatter = uu * vv - uv * uv;
+    if (!(scatter > LEAST_SCATTER))
+    {
+        return {static_cast<float>(md), 0.0F, 0.0F};
+    }
+    double const by_u = (ud * vv - vd * uv) / scatter;
+    double const by_v = (vd * uu - ud * uv) / scatter;
+    return {static_cast<float>(md - by_u * mu - by_v * mv), static_cast<float>(by_u),
+            static_cast<float>(by_v)};
+}
+
+/// The pixels around a place.
+struct PixelWindow
+{
+    int first_row;
+    int last_row;
+    int first_column;
+    int last_column;
+};
+
+PlaneSums sum_window(InverseDepths const& image, PixelWindow const& window, double row,
+                     double column, float start, float per_tolerance, LevelPlane const& plane)
+{
+    PlaneSums sums;
+    auto const across = static_cast<float>(column);
+    for (int r = window.first_row; r <= window.last_row; ++r)
+    {
+        auto const v = static_cast<float>(r - row);
+        float const* const values = image.value.data() + image.index(r, 0);
+        float const level = plane.value + plane.by_v * v;
+        float w0 = 0.0F;
+        float wu = 0.0F;
+        float wuu = 0.0F;
+        float wd = 0.0F;
+        float wud = 0.0F;
+#pragma omp simd reduction(+ : w0, wu, wuu, wd, wud)
+        for (int c = window.first_column; c <= window.last_column; ++c)
+        {
+            auto const u = static_cast<float>(c) - across;
+            float const d = (values[c] - start) * per_tolerance;
+            float const off = d - level - plane.by_u * u;
+            float const inside = std::max(0.0F, 1.0F - off * off);
+            float const w = inside * inside;
+            w0 += w;
+            wu += w * u;
+            wuu += w * u * u;
+            wd += w * d;
+            wud += w * u * d;
+        }
+        sums.w += w0;
+        sums.u += wu;
+        sums.v += w0 * v;
+        sums.uu += wuu;
+        sums.uv += wu * v;
+        sums.vv += w0 * v * v;
+        sums.d += wd;
+        sums.ud += wud;
+        sums.vd += wd * v;
+    }
+    return sums;
+}
+
+} // namespace
+
+InverseDepths inverse_depths(RangeData const& frame)
+{
+    InverseDepths image;
+    image.rows = frame.grid_rows;
+    image.columns = frame.grid_cols;
+    std::size_t const n =
+        static_cast<std::size_t>(image.rows) * static_cast<std::size_t>(image.columns);
+    image.value.assign(n, 0.0F);
+    image.vertex.assign(n, -1);
+    for (std::size_t i = 0; i < frame.get_vn(); ++i)
+    {
+        auto const [row, col] = frame.vUV[i];
+        float const depth = std::abs(frame.vCoord[i].z());
+        if (row >= 0 && row < image.rows && col >= 0 && col < image.columns && depth > 0.0F)
+        {
+            image.value[image.index(row, col)] = 1.0F / depth;
+            image.vertex[image.index(row, col)] = static_cast<int>(i);
+        }
+    }
+    return image;
+}
+
+InversePlane fit_inverse_plane(InverseDepths const& image, double row, double column, int radius,
+                               double start, double tolerance)
+{
+    PixelWindow const window{
+        std::max(0, static_cast<int>(std::ceil(row - radius))),
+        std::min(image.rows - 1, static_cast<int>(std::floor(row + radius))),
+        std::max(0, static_cast<int>(std::ceil(column - radius))),
+        std::min(image.columns - 1, static_cast<int>(std::floor(column + radius)))};
+    auto const from = static_cast<float>(start);
+    auto const per_tolerance = static_cast<float>(1.0 / tolerance);
+    LevelPlane plane;
+    PlaneSums sums;
+    for (int round = 0; round < PLANE_ROUNDS; ++round)
+    {
+        sums = sum_window(image, window, row, column, from, per_tolerance, plane);
+        if (!(sums.w > 0.0F))
+        {
+            return {};
+        }
+        plane = level_plane_of(sums);
+    }
+    int const pixels =
+        (window.last_row - window.first_row + 1) * (window.last_column - window.first_column + 1);
+    return {start + tolerance * static_cast<double>(plane.value),
+            tolerance * static_cast<double>(plane.by_v),
+            tolerance * static_cast<double>(plane.by_u), static_cast<double>(sums.w) / pixels};
+}
+
+} // namespace OrvaneAlgorithm::detail

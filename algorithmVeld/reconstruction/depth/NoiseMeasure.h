@@ -1,0 +1,28 @@
+#pragma once
+
+#include "algorithmVeld/common/RangeData.h"
+#include "algorithmVeld/reconstruction/DepthNoise.h"
+
+#include <vector>
+
+namespace OrvaneAlgorithm::detail
+{
+
+/// How far the depths around a place scatter.
+struct NoiseSample
+{
+    double depth = 0.0;
+    double deviation = 0.0; ///< from a plane, in millimetres along the axis of the camera
+};
+
+/// Measures around places spread over a frame, where there are points all around and no jump. A
+/// frame of a camera is compared with planes as a camera sees them, another with planes over its
+/// grid.
+std::vector<NoiseSample> sample_noise(RangeData const& frame);
+
+/// The noise that most samples tell of, by medians of samples of about one depth. What is curved or
+/// has texture scatters more than the noise does, so of each depth the calmer samples count.
+/// \param grows whether noise may grow with depth
+DepthNoise fit_noise(std::vector<NoiseSample> samples, bool grows);
+
+} // namespace OrvaneAlgorithm::detail

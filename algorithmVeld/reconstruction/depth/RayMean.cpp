@@ -1,0 +1,253 @@
+#include "algorithmVeld/reconstruction/depth/RayMean.h"
+
+#include "algorithmVeld/common/geometry/unit_vector.h"
+#include "algorithmVeld/common/running/ParallelFor.h"
+#include "algorithmVeld/reconstruction/depth/FrameNeighbours.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace OrvaneAlgorithm::detail
+{
+
+namespace
+{
+
+constexpr int MEAN_ROUNDS = 4;
+/// Layers are looked for so many times farther than they count.
+constexpr float LAYER_REACH = 2.0F;
+constexpr float ALIKE_COSINE = 0.5F;
+/// A place is second choice where another frame saw it so many times as densely.
+constexpr float MUCH_DENSER = 2.5F;
+/// Pixels between two that are compared.
+constexpr int COMPARED = 6;
+
+/// One frame's idea of a place.
+struct Layer
+{
+    float distance = 0.0F; ///< along the normal of the point
+    float weight = 0.0F;
+    float density = 0.0F;
+    Vector3f normal = Vector3f::Zero();
+};
+
+/// \param variance that layers have beside that of their noise
+float weight_of(DepthGrid const& grid, std::size_t i, float variance)
+{
+    return grid.inside[i] / (grid.noise[i] * grid.noise[i] + variance);
+}
+
+/// Where another frame has the surface at a point: from the planes of the four pixels around it,
+/// each by its share. Weight 0 where it has none within reach.
+Layer layer_at(DepthGrid const& grid, Vector3f const& point, Vector3f const& normal, float reach,
+               float variance)
+{
+    Layer layer;
+    GridPlace const place = find_place(grid, point);
+    if (place.row < 0)
+    {
+        return layer;
+    }
+    for (int k = 0; k < 4; ++k)
+    {
+        int const down = k / 2;
+        int const right = k % 2;
+        std::size_t const i = grid.index(place.row + down, place.column + right);
+        float const share = (down == 1 ? place.down : 1.0F - place.down) *
+                            (right == 1 ? place.right : 1.0F - place.right);
+        float const cosine = grid.normal[i].dot(normal);
+        if (grid.vertex[i] < 0 || !(share > 0.0F) || !(cosine >= ALIKE_COSINE))
+        {
+            continue;
+        }
+        float const distance = grid.normal[i].dot(grid.point[i] - point) / cosine;
+        if (std::abs(distance) <= reach)
+        {
+            float const weight = share * weight_of(grid, i, variance);
+            layer.distance += weight * distance;
+            layer.weight += weight;
+            layer.normal += weight * grid.normal[i];
+            layer.density = std::max(layer.density, grid.density[i]);
+        }
+    }
+    layer.distance /= layer.weight > 0.0F ? layer.weight : 1.0F;
+    return layer;
+}
+
+/// The distance in the middle of all, by weight.
+float middle_of(std::vector<Layer>& layers)
+{
+    std::sort(layers.begin(), layers.end(),
+              [](Layer const& a, Layer const& b) { return a.distance < b.distance; });
+    float sum = 0.0F;
+    for (auto const& layer : layers)
+    {
+        sum += layer.weight;
+    }
+    float half = 0.0F;
+    for (auto const& layer : layers)
+    {
+        half += layer.weight;
+        if (2.0F * half >= sum)
+        {
+            return layer.distance;
+        }
+    }
+    return 0.0F;
+}
+
+float share_at(Layer const& layer, float distance, float tolerance)
+{
+    float const off = (layer.distance - distance) / tolerance;
+    float const inside = std::max(0.0F, 1.0F - off * off);
+    return layer.weight * inside * inside;
+}
+
+/// A mean that what is far from it does not count in, found from the middle on.
+float robust_mean(std::vector<Layer>& layers, float tolerance)
+{
+    float mean = middle_of(layers);
+    for (int round = 0; round < MEAN_ROUNDS; ++round)
+    {
+        float sum = 0.0F;
+        float weight = 0.0F;
+        for (auto const& layer : layers)
+        {
+            float const w = share_at(layer, mean, tolerance);
+            sum += w * layer.distance;
+            weight += w;
+        }
+        mean = weight > 0.0F ? sum / weight : mean;
+    }
+    return mean;
+}
+
+/// The points of one frame and what the others say of them.
+class FrameMean
+{
+public:
+    FrameMean(std::vector<DepthGrid> const& grids, std::size_t frame, LayerSpread const& spread)
+        : grids_(grids),
+          own_(grids[frame]),
+          tolerance_(static_cast<float>(spread.tolerance)),
+          variance_(static_cast<float>(spread.poses * spread.poses)),
+          centre_(own_.pose.get_translation())
+    {
+        mean_.point = own_.point;
+        mean_.normal = own_.normal;
+        mean_.is_best.assign(own_.size(), 0);
+        mean_.layers.assign(own_.size(), 0);
+    }
+
+    PlaceMean run(std::vector<FrameTile> const& tiles)
+    {
+        parallel_for_uneven(static_cast<std::ptrdiff_t>(tiles.size()),
+                            [&](std::ptrdiff_t t) { run(tiles[static_cast<std::size_t>(t)]); });
+        return std::move(mean_);
+    }
+
+private:
+    void run(FrameTile const& tile)
+    {
+        std::vector<Layer> layers;
+        for (int row = tile.first_row; row < tile.last_row; ++row)
+        {
+            for (int column = tile.first_column; column < tile.last_column; ++column)
+            {
+                std::size_t const i = own_.index(row, column);
+                if (own_.vertex[i] >= 0)
+                {
+                    find_layers(i, tile, layers);
+                    move(i, layers);
+                }
+            }
+        }
+    }
+
+    void find_layers(std::size_t i, FrameTile const& tile, std::vector<Layer>& layers) const
+    {
+        layers.clear();
+        float const weight = weight_of(own_, i, variance_);
+        layers.push_back({0.0F, weight, own_.density[i], Vector3f(weight * own_.normal[i])});
+        for (int const g : tile.frames)
+        {
+            Layer const layer = layer_at(grids_[static_cast<std::size_t>(g)], own_.point[i],
+                                         own_.normal[i], LAYER_REACH * tolerance_, variance_);
+            if (layer.weight > 0.0F)
+            {
+                layers.push_back(layer);
+            }
+        }
+    }
+
+    void move(std::size_t i, std::vector<Layer>& layers)
+    {
+        float const distance = robust_mean(layers, tolerance_);
+        Vector3d normal = Vector3d::Zero();
+        float densest = 0.0F;
+        for (auto const& layer : layers)
+        {
+            float const share = share_at(layer, distance, tolerance_);
+            if (share > 0.0F)
+            {
+                normal += static_cast<double>(share / layer.weight) * layer.normal.cast<double>();
+                densest = std::max(densest, layer.density);
+                ++mean_.layers[i];
+            }
+        }
+        Vector3d const view = (own_.point[i].cast<double>() - centre_).normalized();
+        double const along = view.dot(own_.normal[i].cast<double>());
+        mean_.point[i] += (view * (static_cast<double>(distance) / along)).cast<float>();
+        Vector3f const unit = unit_or_zero(normal);
+        mean_.normal[i] = unit.isZero(0.0F) ? own_.normal[i] : unit;
+        mean_.is_best[i] = densest <= MUCH_DENSER * own_.density[i] ? 1 : 0;
+    }
+
+    std::vector<DepthGrid> const& grids_;
+    DepthGrid const& own_;
+    float tolerance_;
+    float variance_;
+    Vector3d centre_;
+    PlaceMean mean_;
+};
+
+} // namespace
+
+PlaceMean mean_of_layers(std::vector<DepthGrid> const& grids, std::size_t frame,
+                         LayerSpread const& spread)
+{
+    return FrameMean(grids, frame, spread).run(make_tiles(grids, frame));
+}
+
+std::vector<float> distances_to_others(std::vector<DepthGrid> const& grids, std::size_t frame,
+                                       double largest)
+{
+    DepthGrid const& own = grids[frame];
+    std::vector<float> distances;
+    for (auto const& tile : make_tiles(grids, frame))
+    {
+        for (int row = tile.first_row; row < tile.last_row; row += COMPARED)
+        {
+            for (int column = tile.first_column; column < tile.last_column; column += COMPARED)
+            {
+                std::size_t const i = own.index(row, column);
+                for (int const g : tile.frames)
+                {
+                    Layer const layer =
+                        own.vertex[i] >= 0
+                            ? layer_at(grids[static_cast<std::size_t>(g)], own.point[i],
+                                       own.normal[i], static_cast<float>(largest), 0.0F)
+                            : Layer{};
+                    if (layer.weight > 0.0F)
+                    {
+                        distances.push_back(std::abs(layer.distance));
+                    }
+                }
+            }
+        }
+    }
+    return distances;
+}
+
+} // namespace OrvaneAlgorithm::detail

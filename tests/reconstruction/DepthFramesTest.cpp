@@ -1,0 +1,255 @@
+#include "algorithmVeld/reconstruction/DepthFrames.h"
+#include "algorithmVeld/reconstruction/depth/InverseDepths.h"
+#include "algorithmVeld/reconstruction/depth/NoiseMeasure.h"
+#include "algorithmVeld/reconstruction/depth/PinholeGrid.h"
+#include "tests/reconstruction/frames.h"
+#include "tests/support/threads.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <random>
+
+using namespace OrvaneAlgorithm;
+using namespace veld_test;
+
+namespace
+{
+
+constexpr double FOCAL_LENGTH = 200.0;
+constexpr double CENTRE_COLUMN = 79.5;
+constexpr double CENTRE_ROW = 59.5;
+constexpr int IMAGE_COLUMNS = 160;
+constexpr int IMAGE_ROWS = 120;
+/// Over the square of a depth of 1000 mm this is 3 mm.
+constexpr double NOISE_SQUARE = 3e-6;
+
+/// Depth along a ray (x, y, 1); 0 for none.
+using DepthScene = std::function<double(double, double)>;
+
+DepthScene depth_wall(double depth)
+{
+    return [depth](double, double) { return depth; };
+}
+
+/// The wall z = depth + slope x.
+DepthScene slanted_wall(double depth, double slope)
+{
+    return [=](double x, double) { return depth / (1.0 - slope * x); };
+}
+
+/// A frame of a camera that stands `shift` to the right, in the columns' direction that a loaded
+/// frame has: mirrored, so that faces look at the camera.
+RangeData depth_frame(DepthScene const& scene, double square, unsigned seed = 1, double shift = 0.0)
+{
+    RangeData frame;
+    frame.set_grid_size(IMAGE_ROWS, IMAGE_COLUMNS);
+    RigidMatrix pose;
+    pose.set_translation(Vector3d(shift, 0.0, 0.0));
+    frame.set_rigidMatrix(pose);
+    std::mt19937 random(seed);
+    std::normal_distribution<double> normal;
+    for (int row = 0; row < IMAGE_ROWS; ++row)
+    {
+        for (int column = 0; column < IMAGE_COLUMNS; ++column)
+        {
+            Vector3d const ray((CENTRE_COLUMN - column) / FOCAL_LENGTH,
+                               (row - CENTRE_ROW) / FOCAL_LENGTH, 1.0);
+            double const depth = scene(ray.x(), ray.y());
+            double const noisy = depth + square * depth * depth * normal(random);
+            if (depth > 0.0)
+            {
+                auto const i = frame.add_vCoord_and_vUV((noisy * ray).cast<float>(), {row, column});
+                frame.set_cellFlag(i, row + 1 < IMAGE_ROWS && column + 1 < IMAGE_COLUMNS ? 1 : 0);
+            }
+        }
+    }
+    frame.update_vNrv_from_grid();
+    return frame;
+}
+
+std::vector<RangeData> prepared_frames(std::vector<RangeData> const& frames, DepthFrames depth = {})
+{
+    std::vector<RangeData> result;
+    EXPECT_EQ(depth.prepare(pointers(frames), result), RET_SUCCESS);
+    EXPECT_EQ(result.size(), frames.size());
+    return result;
+}
+
+/// Root mean square of what `off` tells of the global points of all frames.
+template <typename Off>
+double rms_of(std::vector<RangeData> const& frames, Off const& off)
+{
+    double sum = 0.0;
+    double n = 0.0;
+    for (auto const& frame : frames)
+    {
+        for (std::size_t i = 0; i < frame.get_vn(); ++i)
+        {
+            Vector3f point;
+            frame.get_global_vCoord(i, point);
+            sum += std::pow(off(point.cast<double>()), 2);
+            n += 1.0;
+        }
+    }
+    return std::sqrt(sum / n);
+}
+
+} // namespace
+
+TEST(PinholeGrid, IsThatOfTheCamera)
+{
+    auto const camera = detail::fit_pinhole(depth_frame(slanted_wall(1000.0, 0.5), NOISE_SQUARE));
+    ASSERT_TRUE(camera.has_value());
+    EXPECT_NEAR(camera->fx, -FOCAL_LENGTH, 1e-2);
+    EXPECT_NEAR(camera->fy, FOCAL_LENGTH, 1e-2);
+    EXPECT_NEAR(camera->cx, CENTRE_COLUMN, 1e-2);
+    EXPECT_NEAR(camera->cy, CENTRE_ROW, 1e-2);
+}
+
+TEST(PinholeGrid, IsNotFoundWhereViewsAreParallel)
+{
+    RangeData frame = flat_frame(21, 21, 0.5F);
+    for (auto& point : frame.vCoord)
+    {
+        // In front of the origin, and at many depths: x / z is no column.
+        point.z() += 100.0F + point.x() * point.x();
+    }
+    EXPECT_FALSE(detail::fit_pinhole(frame).has_value());
+    EXPECT_FALSE(detail::fit_pinhole(RangeData()).has_value());
+}
+
+TEST(PinholeGrid, OfBlocksSeesTheirMiddles)
+{
+    auto const camera = detail::fit_pinhole(depth_frame(depth_wall(1000.0), 0.0));
+    ASSERT_TRUE(camera.has_value());
+    // The block (2, 5) of 3 x 3 pixels has its middle at pixel (7, 16).
+    EXPECT_LT((camera->thinned(3).ray(2, 5) - camera->ray(7, 16)).norm(), 1e-9);
+}
+
+TEST(DepthNoiseMeasure, GrowsWithTheSquareOfTheDepth)
+{
+    std::vector<RangeData> frames;
+    for (double const depth : {600.0, 1000.0, 1500.0, 2500.0})
+    {
+        frames.push_back(depth_frame(slanted_wall(depth, 0.4), NOISE_SQUARE));
+    }
+    DepthNoise const noise = DepthFrames::measure_noise(pointers(frames));
+    EXPECT_NEAR(noise.at(700.0), NOISE_SQUARE * 700.0 * 700.0, 0.3);
+    EXPECT_NEAR(noise.at(2500.0), NOISE_SQUARE * 2500.0 * 2500.0, 2.0);
+}
+
+TEST(DepthNoiseMeasure, OfNothingIsZero)
+{
+    EXPECT_EQ(detail::fit_noise({}, true).at(1000.0), 0.0);
+    EXPECT_EQ(DepthFrames::measure_noise({}).at(1000.0), 0.0);
+}
+
+TEST(InversePlane, LiesOnASlantedPlaneAndNotAcrossAJump)
+{
+    // Left of the middle a slanted wall, right of it another one a metre behind.
+    RangeData const frame = depth_frame(
+        [](double x, double) { return x > 0.0 ? 1000.0 / (1.0 - 0.8 * x) : 2000.0; }, 0.0);
+    auto const image = detail::inverse_depths(frame);
+    int const column = 77; // x > 0: on the slanted wall, two pixels from its rim
+    double const x = (CENTRE_COLUMN - column) / FOCAL_LENGTH;
+    double const inverse = (1.0 - 0.8 * x) / 1000.0;
+    auto const plane = detail::fit_inverse_plane(image, 60, column, 5, inverse, 1e-5);
+    EXPECT_NEAR(plane.value, inverse, 1e-8);
+    EXPECT_NEAR(plane.by_row, 0.0, 1e-8);
+    EXPECT_NEAR(plane.by_column, 0.8 / FOCAL_LENGTH / 1000.0, 1e-8);
+    // Of eleven columns eight are on the wall.
+    EXPECT_NEAR(plane.support, 8.0 / 11.0, 0.05);
+}
+
+TEST(DepthFrames, LeaveLittleOfTheNoise)
+{
+    double const noise = NOISE_SQUARE * 1000.0 * 1000.0;
+    std::vector<RangeData> const frames = {depth_frame(depth_wall(1000.0), NOISE_SQUARE, 1),
+                                           depth_frame(depth_wall(1000.0), NOISE_SQUARE, 2, 10.0),
+                                           depth_frame(depth_wall(1000.0), NOISE_SQUARE, 3, 20.0)};
+    auto const off = [](Vector3d const& p) { return p.z() - 1000.0; };
+    EXPECT_GT(rms_of(frames, off), 0.9 * noise);
+    EXPECT_LT(rms_of(prepared_frames(frames), off), 0.25 * noise);
+}
+
+TEST(DepthFrames, LeaveAPlaceToOneOfTheFramesThatSawIt)
+{
+    std::vector<RangeData> const frames(4, depth_frame(depth_wall(1000.0), NOISE_SQUARE));
+    DepthFrames depth;
+    std::vector<RangeData> const result = prepared_frames(frames, depth);
+    EXPECT_GT(result[0].get_vn(), 0U);
+    EXPECT_EQ(result[1].get_vn() + result[2].get_vn() + result[3].get_vn(), 0U);
+}
+
+TEST(DepthFrames, MeetInTheMiddleOfLayersThatAreApart)
+{
+    // As a pose that is off leaves them.
+    std::vector<RangeData> const frames = {depth_frame(depth_wall(1000.0), NOISE_SQUARE, 1),
+                                           depth_frame(depth_wall(1008.0), NOISE_SQUARE, 2)};
+    auto const result = prepared_frames(frames);
+    EXPECT_LT(rms_of(result, [](Vector3d const& p) { return p.z() - 1004.0; }), 1.0);
+}
+
+TEST(DepthFrames, DropWhatFliesBetweenAThingAndWhatIsBehind)
+{
+    // A strip one pixel wide half way between a thing and the wall.
+    auto const scene = [](double x, double) {
+        return x > 0.0 ? 1000.0 : x > -0.005 ? 1400.0 : 2000.0;
+    };
+    auto const result = prepared_frames({depth_frame(scene, 1e-6)});
+    for (std::size_t i = 0; i < result[0].get_vn(); ++i)
+    {
+        EXPECT_GT(std::abs(result[0].vCoord[i].z() - 1400.0F), 100.0F);
+    }
+    EXPECT_GT(result[0].get_vn(), 0U);
+}
+
+TEST(DepthFrames, HaveNoCellAcrossAJump)
+{
+    auto const scene = [](double x, double) { return x > 0.0 ? 1000.0 : 1200.0; };
+    auto const result = prepared_frames({depth_frame(scene, NOISE_SQUARE)});
+    std::vector<std::vector<int>> cells;
+    result[0].convert_to_quad(cells);
+    EXPECT_FALSE(cells.empty());
+    for (auto const& cell : cells)
+    {
+        float const a = result[0].vCoord[static_cast<std::size_t>(cell[0])].z();
+        float const b = result[0].vCoord[static_cast<std::size_t>(cell[2])].z();
+        EXPECT_LT(std::abs(a - b), 100.0F);
+    }
+}
+
+TEST(DepthFrames, AreTheSameForAnyNumberOfThreads)
+{
+    std::vector<RangeData> const frames = {
+        depth_frame(slanted_wall(1000.0, 0.3), NOISE_SQUARE, 1),
+        depth_frame(slanted_wall(1000.0, 0.3), NOISE_SQUARE, 2, 0.0),
+        depth_frame(slanted_wall(1003.0, 0.3), NOISE_SQUARE, 3, 0.0)};
+    std::vector<RangeData> first;
+    for_thread_counts(
+        [&]
+        {
+            auto const result = prepared_frames(frames);
+            first = first.empty() ? result : first;
+            for (std::size_t f = 0; f < frames.size(); ++f)
+            {
+                ASSERT_EQ(result[f].get_vn(), first[f].get_vn());
+                EXPECT_EQ(std::memcmp(result[f].vCoord.data(), first[f].vCoord.data(),
+                                      first[f].get_vn() * sizeof(Vector3f)),
+                          0);
+            }
+        });
+}
+
+TEST(DepthFrames, RefuseFramesOfNoCamera)
+{
+    std::vector<RangeData> const frames = {flat_frame(21, 21, 0.5F)};
+    std::vector<RangeData> result(3);
+    EXPECT_EQ(DepthFrames().prepare(pointers(frames), result), RET_INVALID_INPUT);
+    EXPECT_TRUE(result.empty());
+    EXPECT_EQ(DepthFrames().prepare({}, result), RET_INVALID_INPUT);
+    EXPECT_EQ(DepthFrames().prepare({nullptr}, result), RET_INVALID_INPUT);
+}
