@@ -27,6 +27,14 @@ TEST(MergeJudge, SaysNothingOfASoundMesh)
     EXPECT_EQ(veld::judge_merge(sound_merge()), "");
 }
 
+TEST(MergeJudge, SaysNothingOfAFewPoints)
+{
+    veld::MergeFacts facts = sound_merge();
+    facts.points = 9000.0;
+    facts.boundary_edges = facts.edges;
+    EXPECT_EQ(veld::judge_merge(facts), "");
+}
+
 TEST(MergeJudge, TellsOfPointsThatVanished)
 {
     veld::MergeFacts facts = sound_merge();

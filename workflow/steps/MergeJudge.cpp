@@ -11,6 +11,8 @@ namespace
 /// Parts of all from which on a mesh is in shreds, or of which next to nothing became one.
 constexpr double LONG_BORDERS = 0.08;
 constexpr double MOST_GONE = 0.5;
+/// Of fewer points all that is made is mostly border.
+constexpr double FEW_POINTS = 10000.0;
 constexpr double FACES_OF_PIECE = 2000.0;
 constexpr double MANY_PIECES = 20.0;
 constexpr double MUCH_NOISE = 0.5;
@@ -19,6 +21,10 @@ constexpr double POSES_OFF = 4.0;
 /// What is seen of it.
 std::string symptom_of(MergeFacts const& facts)
 {
+    if (facts.points < FEW_POINTS)
+    {
+        return {};
+    }
     double const left = facts.points - facts.removed;
     if (!facts.prepared && facts.vertices < MOST_GONE * left)
     {
