@@ -72,6 +72,7 @@ public:
     /// what it has left. Without that, or without the module before, the result is
     /// `RET_INVALID_INPUT`.
     /// @{
+
     /// Finds the views that see the vertices and the faces.
     RetVal module_projection();
     /// Makes large blocks of one view, and patches of these.

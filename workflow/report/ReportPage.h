@@ -18,8 +18,8 @@ struct ReportPage
 {
     std::string html;              ///< The whole page: it needs no other file and no network.
     std::vector<std::string> gaps; ///< Files of the record that are missing in it, and why.
-    std::size_t pictures = 0;
-    std::size_t models = 0;
+    std::size_t pictures = 0;      ///< How many it shows.
+    std::size_t models = 0;        ///< How many can be turned in it.
 };
 
 /// Makes the page of a run from its record and the files in its folder. A file that cannot be read

@@ -20,7 +20,7 @@ struct RunStep // NOLINT(bugprone-exception-escape): JSON moves without throwing
     Json result;          ///< As `StepJson.h` has it.
     double seconds = 0.0; ///< How long it took.
     std::string line;     ///< What the console said of it.
-    std::vector<std::string> warnings;
+    std::vector<std::string> warnings; ///< What it warned of.
     std::string mesh;    ///< The mesh or cloud behind the step; empty if it is not kept.
     std::string picture; ///< A PNG of it; empty for none.
     std::string key;     ///< Checksum of all that the result depends on, to go on behind it later.
@@ -30,13 +30,14 @@ struct RunStep // NOLINT(bugprone-exception-escape): JSON moves without throwing
 /// What a run did. It lies in the folder of the run as `run.json`.
 struct RunRecord // NOLINT(bugprone-exception-escape): as above
 {
-    std::string version; ///< Of the program.
-    std::string source;  ///< What was given.
-    Json recipe;         ///< As taken.
-    std::vector<RunStep> steps;
-    Json comparison;      ///< With the true object, where there is one; null otherwise.
-    std::string textured; ///< The textured model at the end, a GLB file; may be empty.
+    std::string version;        ///< Of the program.
+    std::string source;         ///< What was given.
+    Json recipe;                ///< As taken.
+    std::vector<RunStep> steps; ///< In their order.
+    Json comparison;            ///< With the true object, where there is one; null otherwise.
+    std::string textured;       ///< The textured model at the end, a GLB file; may be empty.
 
+    /// The record as one object.
     VELD_WORKFLOW_API Json to_json() const;
     /// The content of the file.
     VELD_WORKFLOW_API std::string to_text() const;

@@ -41,18 +41,18 @@ VELD_WORKFLOW_API std::map<std::string, StepWhen> const& step_conditions();
 /// One step of a recipe.
 struct RecipeStep
 {
-    StepKind kind = StepKind::CLEAN;
+    StepKind kind = StepKind::CLEAN; ///< What it does.
     /// The settings that are given, without any null: the others have their defaults or are
     /// measured.
     Json settings = Json::object();
-    StepWhen when = StepWhen::ALWAYS;
+    StepWhen when = StepWhen::ALWAYS; ///< When it is taken.
     std::string place; ///< Where it stands, for errors: "recipe.json:12: steps[1]: ".
 };
 
 /// The steps of a run, in their order.
 struct Recipe
 {
-    std::vector<RecipeStep> steps;
+    std::vector<RecipeStep> steps; ///< One may be there twice.
 };
 
 /// Reads a recipe: JSON as `recipe_schema()` has it. Throws `InputError`, which names the file, the

@@ -31,7 +31,7 @@ struct RunRequest
 /// What a run did.
 struct RunResult
 {
-    RunRecord record;
+    RunRecord record;            ///< As it lies in the folder.
     std::size_t from_before = 0; ///< So many steps were taken from an earlier run.
 };
 

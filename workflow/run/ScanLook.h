@@ -24,7 +24,7 @@ enum class ScanKind
 /// A scan, and what belongs to it.
 struct ScanLook
 {
-    ScanKind kind = ScanKind::MESH;
+    ScanKind kind = ScanKind::MESH;           ///< What it is.
     std::filesystem::path source;             ///< What the loader of this kind takes.
     std::vector<std::filesystem::path> files; ///< All that it consists of.
     OrvaneAlgorithm::TriMesh mesh;            ///< Of a cloud or a mesh.

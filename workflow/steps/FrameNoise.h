@@ -14,9 +14,10 @@ namespace veld
 /// How far the depths of frames scatter.
 struct FrameNoise
 {
-    OrvaneAlgorithm::DepthNoise noise;
-    double depth = 0.0; ///< Of the point in the middle of all, in millimetres.
+    OrvaneAlgorithm::DepthNoise noise; ///< As a function of the depth.
+    double depth = 0.0;                ///< Of the point in the middle of all, in millimetres.
 
+    /// The noise at that depth, in millimetres.
     double in_the_middle() const { return noise.at(depth); }
 };
 

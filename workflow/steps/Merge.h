@@ -71,6 +71,7 @@ struct MergeSettings
     double outlier_factor = 5.0;
 
     // frames of depth cameras
+    /// Whether frames are smoothed and thinned first.
     Preparation preparation = Preparation::AUTO;
     double noise = 0.0; ///< Standard deviation in millimetres of depths at 1 m, which grows with
                         ///< the square of the depth; 0: measured.
@@ -82,17 +83,17 @@ struct MergeResult
     OrvaneAlgorithm::TriMesh mesh;  ///< Without non-manifold vertices.
     std::vector<int> vertex_frames; ///< For each vertex the number of its frame.
     MergeSettings settings;         ///< As they were taken: no length is 0.
-    std::size_t frames = 0;    ///< Frames that were merged.
-    std::size_t points = 0;    ///< Of all frames.
-    FrameNoise noise;          ///< As it was taken.
-    bool prepared = false;     ///< Whether the frames were smoothed and thinned first.
-    std::size_t smooth = 0;    ///< Points that were left of them then.
+    std::size_t frames = 0;         ///< Frames that were merged.
+    std::size_t points = 0;         ///< Of all frames.
+    FrameNoise noise;               ///< As it was taken.
+    bool prepared = false;          ///< Whether the frames were smoothed and thinned first.
+    std::size_t smooth = 0;         ///< Points that were left of them then.
     double tolerance = 0.0;    ///< Layers nearer to each other than this, in mm, were one then.
     double disagreement = 0.0; ///< Median distance in mm between frames where they overlapped then.
     std::size_t removed = 0;   ///< Of these, taken out because a better frame saw the place.
     std::size_t outliers = 0;  ///< Of the others, loose points off the surface.
     std::size_t holes = 0;     ///< Holes that are left, the outer border among them.
-    double seconds = 0.0; ///< Of the merging alone.
+    double seconds = 0.0;      ///< Of the merging alone.
 };
 
 /// Makes one mesh of frames: takes the overlap out, stitches what is left, closes small holes and
