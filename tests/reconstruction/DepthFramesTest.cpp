@@ -147,6 +147,15 @@ TEST(DepthNoiseMeasure, OfNothingIsZero)
     EXPECT_EQ(DepthFrames::measure_noise({}).at(1000.0), 0.0);
 }
 
+TEST(DepthNoiseMeasure, OfFewPlacesIsZero)
+{
+    // Frames of a few pixels would be taken for noisy, and smoothed until nothing is left of them.
+    std::vector<detail::NoiseSample> samples(99, {1000.0, 2.0});
+    EXPECT_EQ(detail::fit_noise(samples, false).at(1000.0), 0.0);
+    samples.push_back({1000.0, 2.0});
+    EXPECT_EQ(detail::fit_noise(samples, false).at(1000.0), 2.0);
+}
+
 TEST(InversePlane, LiesOnASlantedPlaneAndNotAcrossAJump)
 {
     // Left of the middle a slanted wall, right of it another one a metre behind.

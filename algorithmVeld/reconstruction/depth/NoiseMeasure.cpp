@@ -23,6 +23,8 @@ constexpr std::size_t MOST_SAMPLES_OF_FRAME = 1500;
 /// Depths of neighbours that differ by more of the depth than this are no surface.
 constexpr double NOISE_JUMP = 0.05;
 constexpr std::size_t DEPTH_GROUPS = 16;
+/// Fewer windows than this tell of their places, not of the camera.
+constexpr std::size_t FEWEST_SAMPLES = 100;
 /// Which sample of a group tells, from the calmest on.
 constexpr double CALM = 0.35;
 
@@ -133,12 +135,15 @@ std::vector<NoiseSample> sample_noise(RangeData const& frame)
 
 DepthNoise fit_noise(std::vector<NoiseSample> samples, bool grows)
 {
+    if (samples.size() < FEWEST_SAMPLES)
+    {
+        return {};
+    }
     std::sort(samples.begin(), samples.end(),
               [](NoiseSample const& a, NoiseSample const& b)
               { return std::tie(a.depth, a.deviation) < std::tie(b.depth, b.deviation); });
     std::vector<NoiseSample> groups;
-    std::size_t const count =
-        grows ? std::min(DEPTH_GROUPS, samples.size()) : std::min<std::size_t>(1, samples.size());
+    std::size_t const count = grows ? DEPTH_GROUPS : 1;
     for (std::size_t g = 0; g < count; ++g)
     {
         auto const begin =
@@ -152,10 +157,6 @@ DepthNoise fit_noise(std::vector<NoiseSample> samples, bool grows)
                          [](NoiseSample const& a, NoiseSample const& b)
                          { return a.deviation < b.deviation; });
         groups.push_back({depth, calm->deviation});
-    }
-    if (groups.empty())
-    {
-        return {};
     }
     return groups.size() == 1 ? DepthNoise{groups.front().deviation, 0.0} : fit_growth(groups);
 }

@@ -21,8 +21,9 @@ struct NoiseSample
 std::vector<NoiseSample> sample_noise(RangeData const& frame);
 
 /// The noise that most samples tell of, by medians of samples of about one depth. What is curved or
-/// has texture scatters more than the noise does, so of each depth the calmer samples count.
-/// \param grows whether noise may grow with depth
+/// has texture scatters more than the noise does, so of each depth the calmer samples count. None
+/// if the samples are fewer than 100, which tell of their places more than of the camera. \param
+/// grows whether noise may grow with depth
 DepthNoise fit_noise(std::vector<NoiseSample> samples, bool grows);
 
 } // namespace OrvaneAlgorithm::detail

@@ -39,9 +39,11 @@ public:
         desk.outputs.check(files, set.files);
 
         FrameNoise const noise = measure_noise(set, desk.context);
-        std::string text =
-            fmt::format("{}: {}, noise {:.3g} mm at a depth of {:.4g} mm\n", set.source,
-                        counted(files.size(), "frame"), noise.in_the_middle(), noise.depth);
+        std::string text = fmt::format("{}: {}", set.source, counted(files.size(), "frame")) +
+                           (noise.in_the_middle() > 0.0
+                                ? fmt::format(", noise {:.3g} mm at a depth of {:.4g} mm\n",
+                                              noise.in_the_middle(), noise.depth)
+                                : "\n");
         Json list = Json::array();
         for (std::size_t i = 0; i < files.size(); ++i)
         {

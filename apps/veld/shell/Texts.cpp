@@ -238,6 +238,10 @@ namespace
 /// Noise, and what was done about it.
 std::string noise_of(MergeResult const& result)
 {
+    if (!(result.noise.in_the_middle() > 0.0))
+    {
+        return {};
+    }
     std::string const text = fmt::format("  noise: {:.3g} mm at a depth of {:.4g} mm",
                                          result.noise.in_the_middle(), result.noise.depth);
     return result.prepared
