@@ -1,7 +1,10 @@
 #include "algorithmVeld/reconstruction/depth/InverseDepths.h"
 
+#include <Eigen/Core>
+
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -67,43 +70,78 @@ struct PixelWindow
     int last_column;
 };
 
+/// Four columns at a time: the sums have one order on every machine, and compilers make vectors of
+/// them.
+constexpr int N_LANES = 4;
+using Lanes = Eigen::Array<float, N_LANES, 1>;
+
+/// Sums over one row of pixels; a lane has every fourth of them.
+struct RowSums
+{
+    Lanes w = Lanes::Zero();
+    Lanes u = Lanes::Zero();
+    Lanes uu = Lanes::Zero();
+    Lanes d = Lanes::Zero();
+    Lanes ud = Lanes::Zero();
+
+    /// \param columns from the middle of the window \param values in tolerances, from the start on
+    /// \param off from the plane
+    void add(Lanes const& columns, Lanes const& values, Lanes const& off)
+    {
+        Lanes const inside = (Lanes::Ones() - off * off).max(Lanes::Zero());
+        Lanes const weight = inside * inside;
+        w += weight;
+        u += weight * columns;
+        uu += weight * columns * columns;
+        d += weight * values;
+        ud += weight * columns * values;
+    }
+};
+
+float total(Lanes const& lanes)
+{
+    return (lanes[0] + lanes[1]) + (lanes[2] + lanes[3]);
+}
+
 PlaneSums sum_window(InverseDepths const& image, PixelWindow const& window, double row,
                      double column, float start, float per_tolerance, LevelPlane const& plane)
 {
     PlaneSums sums;
     auto const across = static_cast<float>(column);
+    int const n = window.last_column - window.first_column + 1;
     for (int r = window.first_row; r <= window.last_row; ++r)
     {
         auto const v = static_cast<float>(r - row);
-        float const* const values = image.value.data() + image.index(r, 0);
+        float const* const values = image.value.data() + image.index(r, window.first_column);
         float const level = plane.value + plane.by_v * v;
-        float w0 = 0.0F;
-        float wu = 0.0F;
-        float wuu = 0.0F;
-        float wd = 0.0F;
-        float wud = 0.0F;
-#pragma omp simd reduction(+ : w0, wu, wuu, wd, wud)
-        for (int c = window.first_column; c <= window.last_column; ++c)
+        RowSums sum;
+        Lanes columns(0.0F, 1.0F, 2.0F, 3.0F);
+        columns += static_cast<float>(window.first_column) - across;
+        for (int c = 0; c < n; c += N_LANES)
         {
-            auto const u = static_cast<float>(c) - across;
-            float const d = (values[c] - start) * per_tolerance;
-            float const off = d - level - plane.by_u * u;
-            float const inside = std::max(0.0F, 1.0F - off * off);
-            float const w = inside * inside;
-            w0 += w;
-            wu += w * u;
-            wuu += w * u * u;
-            wd += w * d;
-            wud += w * u * d;
+            // What lies beyond the window is infinitely far from the plane.
+            int const in_row = std::min(N_LANES, n - c);
+            Lanes d = Lanes::Zero();
+            Lanes off = Lanes::Constant(std::numeric_limits<float>::infinity());
+            for (int k = 0; k < in_row; ++k)
+            {
+                d[k] = (values[c + k] - start) * per_tolerance;
+                off[k] = d[k] - level - plane.by_u * columns[k];
+            }
+            sum.add(columns, d, off);
+            columns += static_cast<float>(N_LANES);
         }
+        float const w0 = total(sum.w);
+        float const wu = total(sum.u);
+        float const wd = total(sum.d);
         sums.w += w0;
         sums.u += wu;
         sums.v += w0 * v;
-        sums.uu += wuu;
+        sums.uu += total(sum.uu);
         sums.uv += wu * v;
         sums.vv += w0 * v * v;
         sums.d += wd;
-        sums.ud += wud;
+        sums.ud += total(sum.ud);
         sums.vd += wd * v;
     }
     return sums;
