@@ -29,7 +29,7 @@ struct RunRequest
 };
 
 /// What a run did.
-struct RunResult
+struct RunResult // NOLINT(bugprone-exception-escape): its record moves without throwing
 {
     RunRecord record;            ///< As it lies in the folder.
     std::size_t from_before = 0; ///< So many steps were taken from an earlier run.

@@ -251,6 +251,7 @@ void warn_of_frames(std::vector<DepthFrames::FrameCounts> const& counts, double 
                     FrameSet const& frames, StepScope& scope)
 {
     std::vector<double> all;
+    all.reserve(counts.size());
     for (auto const& count : counts)
     {
         all.push_back(std::max(0.0, count.disagreement));
