@@ -2,6 +2,7 @@
 
 #include "tests/support/photos.h"
 #include "tests/support/real_data.h"
+#include "tests/support/sanitizers.h"
 
 #include <gmock/gmock.h>
 
@@ -159,6 +160,10 @@ TEST_F(RunRealData, RangeScansInMetresBecomeAClosedMesh)
 
 TEST(RunDemo, FramesWithMarkersAndPhotographsBecomeATexturedModel)
 {
+    if (veld_test::IS_SANITIZED)
+    {
+        GTEST_SKIP() << "minutes; smaller runs and the demonstration itself take the same steps";
+    }
     TempDir const dir;
     ASSERT_EQ(run_veld({"demo", "-o", dir.file("demo"), "--width", "320", "--quiet"}).status, 0);
     Outcome const run = run_veld({"run", dir.file("demo/frames"), "-o", dir.file("run"), "--json"});
