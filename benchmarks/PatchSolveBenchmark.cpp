@@ -1,5 +1,5 @@
-#include "algorithmVeld/TextureFusion/solve/RectangleSystems.h"
-#include "algorithmVeld/TextureFusion/solve/SourceSolve.h"
+#include "algorithmVeld/TextureFusion/solve/sources/SourceSolve.h"
+#include "algorithmVeld/TextureFusion/solve/systems/RectangleSystems.h"
 
 #include <benchmark/benchmark.h>
 #include <omp.h>

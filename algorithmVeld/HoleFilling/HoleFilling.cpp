@@ -36,12 +36,12 @@ namespace
 constexpr detail::TimedStages RUN("holes-filling");
 constexpr detail::TimedStages HOLE("process-holes");
 
-/// A copy of what an extent is called in the class.
-void store(detail::Extent const& extent, double& min, double& max, double& mean)
+/// A copy of what a spread is called in the class.
+void store(detail::Spread const& spread, double& min, double& max, double& mean)
 {
-    min = extent.min;
-    max = extent.max;
-    mean = extent.mean();
+    min = spread.min;
+    max = spread.max;
+    mean = spread.mean();
 }
 
 } // namespace
@@ -175,7 +175,7 @@ void HoleFilling::find_holes_ordered_halfedges()
     }
     leave_out_borders();
     hole_lengths_.clear();
-    detail::Extent lengths;
+    detail::Spread lengths;
     for (auto const& loop : holes_)
     {
         hole_lengths_.push_back(detail::perimeter(mesh_, detail::from_vertices(mesh_, loop)));

@@ -17,6 +17,11 @@
 namespace OrvaneAlgorithm
 {
 
+namespace detail
+{
+struct ModuleWork;
+}
+
 /// Turns photographs with known poses into the texture of a mesh, as `TextureFusion` does, in five
 /// modules that a host may call one by one, and writes it as OBJ, MTL and JPG. What differs:
 ///
@@ -134,20 +139,14 @@ public:
     void set_texture_name(std::string const& name) { texture_name_ = name; }
 
 private:
-    struct Work;
-
     void display_param() const;
     void mesh_request_properties();
     bool save_files() const;
     template <typename Save>
     void save(char const* step, Save const& save_file) const;
-    void optimize_faces();
-    void update_vertex_tex_by_face();
-    bool poisson_solve();
     bool fill_tex_hole();
     bool arrange_sub_textures();
     bool arrange_hole_sub_textures();
-    bool make_atlas();
     bool recompute_texture_coord();
     bool recompute_hole_texture_coord();
     TextureCounts count() const;
@@ -161,7 +160,7 @@ private:
     int sub_tex_gap = 3;
     std::string texture_name_ = "9-texture-model";
     TextureCounts counts_;
-    std::unique_ptr<Work> work_; ///< the data, and what the modules hand along
+    std::unique_ptr<detail::ModuleWork> work_; ///< the data, and what the modules hand along
 };
 
 } // namespace OrvaneAlgorithm

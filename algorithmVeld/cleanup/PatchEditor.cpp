@@ -44,11 +44,14 @@ public:
     {
         int& size = size_of(element);
         number_ += size == 0 ? 1 : 0;
-        ++size;
+        largest_ = std::max(largest_, ++size);
     }
 
     /// How many components there are among the elements that were counted.
     int number() const { return number_; }
+
+    /// How many elements the largest component has.
+    int largest() const { return largest_; }
 
     /// How many elements the component of an element has.
     int& size_of(std::size_t element)
@@ -60,6 +63,7 @@ private:
     detail::DisjointSets sets_;
     std::vector<int> size_;
     int number_ = 0;
+    int largest_ = 0;
 };
 
 /// Calls `visit` with each face, or vertex, that is not marked deleted when its turn comes.
@@ -298,6 +302,11 @@ private:
 int PatchEditor::count_components_by_face(TriMesh const& mesh)
 {
     return face_components(mesh).number();
+}
+
+int PatchEditor::largest_component_by_face(TriMesh const& mesh)
+{
+    return face_components(mesh).largest();
 }
 
 RetVal PatchEditor::remove_small_components_by_face(TriMesh& mesh, int face_thr, bool verbose)

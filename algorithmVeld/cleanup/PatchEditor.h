@@ -28,6 +28,9 @@ public:
     /// together over edges. A face that is marked deleted belongs to none.
     static int count_components_by_face(TriMesh const& mesh);
 
+    /// How many faces the largest of these components has; 0 without a face.
+    static int largest_component_by_face(TriMesh const& mesh);
+
     /// Removes the components of `face_thr` faces or fewer, with the vertices that lose their last
     /// face by it. Faces hang together over edges: a shared vertex joins nothing. Vertices that had
     /// no face before stay.

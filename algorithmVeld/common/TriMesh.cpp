@@ -314,7 +314,7 @@ void TriMesh::repair_illegal()
         poll.next();
         if (!point(vertex).allFinite() && !status(vertex).deleted())
         {
-            delete_vertex(vertex, false);
+            detail::delete_vertex_checked(*this, vertex, detail::IsolatedVertices::KEPT);
         }
     }
     stages.next();

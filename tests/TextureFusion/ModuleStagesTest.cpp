@@ -5,7 +5,7 @@
 #include "algorithmVeld/TextureFusion/projection/Projection.h"
 #include "algorithmVeld/TextureFusion/seams/EdgeSeam.h"
 #include "algorithmVeld/TextureFusion/selection/FaceBlocks.h"
-#include "algorithmVeld/TextureFusion/solve/SparseLuSolve.h"
+#include "algorithmVeld/TextureFusion/solve/systems/SparseLuSolve.h"
 #include "hand_textured.h"
 #include "scenes.h"
 #include "tests/support/files.h"

@@ -1,9 +1,9 @@
 #include "algorithmVeld/TextureFusion/solve/RectangleSolve.h"
 
-#include "algorithmVeld/TextureFusion/solve/RectangleSystems.h"
-#include "algorithmVeld/TextureFusion/solve/SourceField.h"
-#include "algorithmVeld/TextureFusion/solve/SourceFit.h"
-#include "algorithmVeld/TextureFusion/solve/SourceSolve.h"
+#include "algorithmVeld/TextureFusion/solve/sources/SourceField.h"
+#include "algorithmVeld/TextureFusion/solve/sources/SourceFit.h"
+#include "algorithmVeld/TextureFusion/solve/sources/SourceSolve.h"
+#include "algorithmVeld/TextureFusion/solve/systems/RectangleSystems.h"
 
 #include "tests/support/log_capture.h"
 #include "tests/support/threads.h"

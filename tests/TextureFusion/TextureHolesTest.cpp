@@ -255,6 +255,75 @@ TEST(TextureHoles, AHoleSeesTheColoursFromBeforeTheFirstRepair)
     }
 }
 
+TEST(TextureHoles, InTurnAHoleSeesWhatTheOneBeforeItPainted)
+{
+    // Of three holes in a row each shares a textured cell with the next. The rims become black, so
+    // the first one is painted from the colours all round, and each other from black on its left.
+    TextureHoleSettings settings;
+    settings.colours = detail::ColoursAround::IN_TURN;
+    HoleScene scene(5, 1, {-1, 0, -1, 0, -1});
+    scene.stretch(10.0F);
+    scene.repair(settings);
+    ASSERT_EQ(scene.holes.size(), 3U);
+    auto const& images = scene.repaired.hole_textures;
+    EXPECT_NEAR(images[0].pixel(1, 1)[0], 100, 1);
+    for (std::size_t const h : {1U, 2U})
+    {
+        ASSERT_FALSE(images[h].empty());
+        EXPECT_LT(images[h].pixel(1, 1)[0], 50);
+        EXPECT_TRUE(scene.repaired.hole_patches[h].repaired);
+    }
+}
+
+TEST(TextureHoles, TurnsGiveWhatHoleAfterHoleGives)
+{
+    // Holes of one or two cells, in a pattern in which many see vertices of others.
+    std::vector<int> labels;
+    for (int cell = 0; cell < 16 * 8; ++cell)
+    {
+        labels.push_back(cell * 7 % 5 == 1 || cell * 11 % 13 == 2 ? -1 : 0);
+    }
+    auto const coloured = [&]
+    {
+        HoleScene scene(16, 8, labels);
+        scene.stretch(6.0F);
+        for (auto const vertex : scene.grid.mesh.vertices())
+        {
+            auto const i = static_cast<unsigned>(vertex.idx());
+            scene.colour(vertex) = {static_cast<unsigned char>(i * 37),
+                                    static_cast<unsigned char>(i * 11), 9};
+        }
+        return scene;
+    };
+    TextureHoleSettings settings;
+    settings.colours = detail::ColoursAround::IN_TURN;
+    HoleScene turns = coloured();
+    turns.repair(settings);
+    ASSERT_GT(turns.holes.size(), 4U);
+
+    HoleScene plain = coloured();
+    std::size_t n_seen = 0;
+    auto const holes = detail::find_texture_holes(plain.grid.mesh, plain.grid.properties);
+    HoleScene before = coloured();
+    before.repair();
+    for (std::size_t h = 0; h < holes.size(); ++h)
+    {
+        auto const one = detail::repair_texture_holes(plain.grid.mesh, plain.grid.properties,
+                                                      plain.grid.images, {holes[h]}, {});
+        auto const& expected = one.hole_textures[0];
+        auto const& image = turns.repaired.hole_textures[h];
+        ASSERT_EQ(image.width(), expected.width());
+        ASSERT_EQ(image.height(), expected.height());
+        auto const n_values = 3 * image.width() * image.height();
+        EXPECT_TRUE(std::equal(image.data(), image.data() + n_values, expected.data())) << h;
+        n_seen += std::equal(image.data(), image.data() + n_values,
+                             before.repaired.hole_textures[h].data())
+                      ? 0
+                      : 1;
+    }
+    EXPECT_GT(n_seen, 2U); // It makes a difference here.
+}
+
 TEST(TextureHoles, OnlyAHoleOfManyVerticesCanBeTooLarge)
 {
     // The hole has four vertices, and its rectangle 37 x 37 pixels.

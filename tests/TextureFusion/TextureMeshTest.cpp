@@ -142,6 +142,17 @@ TEST(TextureMeshData, EmptyIntrinsicsAreOutOfRange)
     EXPECT_THROW(texture.set_cam_intrinsic({}), std::out_of_range);
 }
 
+TEST(TextureMeshData, EmptyIntrinsicsTakeThePlaceOfThoseBefore)
+{
+    TextureMesh texture;
+    strip_and_three_views().give_to(texture);
+    ASSERT_EQ(texture.check_data(), RET_SUCCESS);
+    EXPECT_THROW(texture.set_cam_intrinsic({}), std::out_of_range);
+    LogCapture const log;
+    EXPECT_EQ(texture.check_data(), RET_INVALID_INPUT);
+    EXPECT_EQ(log.text(), "check_data() ..\nunmatched data size.\n");
+}
+
 TEST(TextureMeshData, ListsOfDifferentLengthAreTold)
 {
     ModuleScene const scene = strip_and_three_views();
@@ -614,8 +625,8 @@ TEST(TextureMesh, TimesItsSteps)
                               "+poisson-solve/process-fusion",
                               "+edge-rasterization/poisson-solve",
                               "+poisson-solver(*)/poisson-solve",
-                              "+fill-sparse-matrix(*)/poisson-solver(*)",
-                              "+matrix-decomposition(*)/poisson-solver(*)",
+                              "+fill-sparse-matrix(*)/poisson-solve",
+                              "+matrix-decomposition(*)/poisson-solve",
                               "+tex-hole-repair/process-fusion",
                               "+find-tex-hole/tex-hole-repair",
                               "+fill-tex-hole/tex-hole-repair",

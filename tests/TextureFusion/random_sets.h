@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <optional>
+#include <string>
 
 /// \file
 /// What is textured from end to end by a class and by its reference, and how both are compared.
@@ -83,6 +84,33 @@ inline void expect_same_texture(reference::TexturedResult const& expected,
         ASSERT_TRUE(is_same(actual.texture_coords[i].v, expected.coordinates[i].v)) << i;
     }
     ASSERT_EQ(actual.face_texture_ids, expected.state.uv_index);
+}
+
+/// Textures an object by a class of the library, and compares.
+template <typename Texture>
+void expect_same_from(Texture&& texture, reference::TexturedResult const& expected,
+                      BaseTriMesh& mesh, reference::Photographs const& set, reference::Taken& taken)
+{
+    auto const result = texture.texture_fusion(mesh, set.images, set.poses, set.intrinsics, false);
+    ++taken[expected.is_textured ? "textured" : "not textured"];
+    ASSERT_EQ(result,
+              expected.is_textured ? OrvaneAlgorithm::RET_SUCCESS : OrvaneAlgorithm::RET_FAILED);
+    if (expected.is_textured)
+    {
+        expect_same_texture(expected, mesh, taken);
+    }
+}
+
+/// Compares scene after scene. \param compare gets the seed of one, and what was taken
+template <typename Compare>
+void compare_scenes(unsigned n, Compare const& compare, reference::Taken& taken)
+{
+    for (unsigned seed = 0; seed < n; ++seed)
+    {
+        SCOPED_TRACE("scene " + std::to_string(seed));
+        ASSERT_NO_FATAL_FAILURE(compare(seed, taken));
+    }
+    EXPECT_LT(taken["colours cut off elsewhere"] * 1000, taken["colours"]);
 }
 
 } // namespace veld_test

@@ -94,6 +94,19 @@ inline std::vector<PatchTex> rectangles_of(std::vector<Piece> const& pieces)
     return list;
 }
 
+/// Coordinates in the atlas for all faces.
+inline void add_coordinates(PlainMesh const& lists, std::vector<Piece> const& patches,
+                            FaceLists const& holes, std::vector<Piece> const& hole_pieces,
+                            TexturedResult& result, Taken& taken)
+{
+    int const width = result.atlas.image.width();
+    int const height = result.atlas.image.height();
+    result.coordinates = patch_coordinates(lists, result.state, rectangles_of(patches),
+                                           result.atlas, width, height, taken);
+    append_hole_coordinates(lists, result.state, holes, rectangles_of(hole_pieces), width, height,
+                            result.coordinates, taken);
+}
+
 /// The texture of a mesh by all stages with their usual settings.
 /// \param most pixels of a rectangle that is solved
 inline TexturedResult texture_plainly(OrvaneAlgorithm::BaseTriMesh const& source,
@@ -143,12 +156,7 @@ inline TexturedResult texture_plainly(OrvaneAlgorithm::BaseTriMesh const& source
         hole_pieces.push_back({work.rectangle, std::move(work.result)});
     }
     result.is_textured = pack_pieces(patch_pieces, hole_pieces, 1, result.atlas);
-    int const width = result.atlas.image.width();
-    int const height = result.atlas.image.height();
-    result.coordinates = patch_coordinates(lists, state, rectangles_of(patch_pieces), result.atlas,
-                                           width, height, taken);
-    append_hole_coordinates(lists, state, holes, rectangles_of(hole_pieces), width, height,
-                            result.coordinates, taken);
+    add_coordinates(lists, patch_pieces, holes, hole_pieces, result, taken);
     return result;
 }
 

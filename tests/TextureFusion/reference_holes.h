@@ -158,19 +158,33 @@ struct HoleLimits
     bool known_pixels_stay = false; ///< as with the solver that has all pixels in its system
 };
 
+/// Lists the vertices of a hole and of the faces around it.
+/// \return these faces; none where nothing that is textured touches the hole
+inline std::vector<int> list_surroundings(PlainMesh const& mesh, TextureState const& state,
+                                          std::vector<int> const& hole, HoleWork& work,
+                                          Taken& taken)
+{
+    auto ring_faces = faces_around(mesh, state, hole);
+    if (ring_faces.empty())
+    {
+        ++taken["hole without surroundings"];
+        return ring_faces;
+    }
+    work.ring_vertices = vertices_of(mesh, ring_faces);
+    work.hole_vertices = vertices_of(mesh, hole);
+    return ring_faces;
+}
+
 /// Looks at a hole and its surroundings. \return false if it has none, or no view
 inline bool look_at_hole(PlainMesh const& mesh, TextureState const& state,
                          std::vector<int> const& hole, TexImage const& view, int margin,
                          HoleWork& work, Taken& taken)
 {
-    auto const ring_faces = faces_around(mesh, state, hole);
+    auto const ring_faces = list_surroundings(mesh, state, hole, work, taken);
     if (ring_faces.empty())
     {
-        ++taken["hole without surroundings"];
         return false;
     }
-    work.ring_vertices = vertices_of(mesh, ring_faces);
-    work.hole_vertices = vertices_of(mesh, hole);
     Vector3f const eye = eye_of_hole(mesh, state, work.hole_vertices, ring_faces);
     std::vector<int> columns;
     std::vector<int> rows;
@@ -253,6 +267,17 @@ inline void paint(std::vector<PixelColor> const& colors, bool known_pixels_stay,
     }
 }
 
+/// Gives the vertices of a painted hole the colours of their pixels.
+inline void set_painted_colors(HoleWork const& work, TextureState& state)
+{
+    for (std::size_t i = 0; i < work.hole_vertices.size(); ++i)
+    {
+        int const x = work.hole_pixels[i].x() - work.rectangle.min_x;
+        int const y = work.hole_pixels[i].y() - work.rectangle.min_y;
+        std::copy_n(work.result.pixel(x, y), 3, state.color[at(work.hole_vertices[i])].data());
+    }
+}
+
 /// Repairs holes; the colours around each are those from before the first.
 inline std::vector<HoleWork> repair_holes(PlainMesh const& mesh, TextureState& state,
                                           std::vector<TexImage> const& views,
@@ -286,12 +311,7 @@ inline std::vector<HoleWork> repair_holes(PlainMesh const& mesh, TextureState& s
         taken["large rectangle of few vertices"] +=
             is_too_large(work, views[0], {limits.area_ratio, 0, 0, false}) ? 1 : 0;
         paint(before, limits.known_pixels_stay, work, taken);
-        for (std::size_t i = 0; i < work.hole_vertices.size(); ++i)
-        {
-            int const x = work.hole_pixels[i].x() - work.rectangle.min_x;
-            int const y = work.hole_pixels[i].y() - work.rectangle.min_y;
-            std::copy_n(work.result.pixel(x, y), 3, state.color[at(work.hole_vertices[i])].data());
-        }
+        set_painted_colors(work, state);
         work.rectangle.repaired = true;
         taken["hole on both sides of the eye"] += work.is_behind_too ? 1 : 0;
         ++taken["hole repaired"];

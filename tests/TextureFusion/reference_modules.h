@@ -343,14 +343,11 @@ inline bool look_along_normal(PlainMesh const& mesh, TextureState const& state,
                               std::vector<int> const& hole, TexImage const& view, int margin,
                               HoleWork& work, Taken& taken)
 {
-    auto const ring_faces = faces_around(mesh, state, hole);
+    auto const ring_faces = list_surroundings(mesh, state, hole, work, taken);
     if (ring_faces.empty())
     {
-        ++taken["hole without surroundings"];
         return false;
     }
-    work.ring_vertices = vertices_of(mesh, ring_faces);
-    work.hole_vertices = vertices_of(mesh, hole);
     std::vector<Vector3f> points;
     Vector3f mean = Vector3f::Zero();
     for (int const v : work.hole_vertices)
@@ -431,12 +428,12 @@ inline bool keep_to_picture(HoleWork& work, Taken& taken)
     return !vertices.empty();
 }
 
-/// The holes as pieces of the atlas; those that could not be painted are without an image.
+/// The holes, one after the other, as pieces of the atlas; those that could not be painted are
+/// without an image.
 inline std::vector<Piece> paint_holes(PlainMesh const& mesh, TextureState& state,
                                       TexImage const& view, FaceLists const& holes, int margin,
                                       Taken& taken)
 {
-    std::vector<PixelColor> const before = state.color;
     std::vector<Piece> pieces;
     for (auto const& hole : holes)
     {
@@ -452,7 +449,9 @@ inline std::vector<Piece> paint_holes(PlainMesh const& mesh, TextureState& state
         {
             state.hole_uv[at(work.hole_vertices[i])] = work.hole_pixels[i];
         }
-        paint(before, true, work, taken);
+        // The holes behind it see what this one leaves.
+        paint(state.color, true, work, taken);
+        set_painted_colors(work, state);
         work.rectangle.is_hole = true;
         work.rectangle.repaired = true;
         pieces.back() = {work.rectangle, work.result};
@@ -563,12 +562,7 @@ inline TexturedResult texture_in_modules(OrvaneAlgorithm::BaseTriMesh const& sou
     auto const holes = find_holes(lists, state);
     auto hole_pieces = paint_holes(lists, state, views[0], holes, 3, taken);
     result.is_textured = arrange_pieces(patch_pieces, hole_pieces, 3, result.atlas, taken);
-    int const width = result.atlas.image.width();
-    int const height = result.atlas.image.height();
-    result.coordinates = patch_coordinates(lists, state, rectangles_of(patch_pieces), result.atlas,
-                                           width, height, taken);
-    append_hole_coordinates(lists, state, holes, rectangles_of(hole_pieces), width, height,
-                            result.coordinates, taken);
+    add_coordinates(lists, patch_pieces, holes, hole_pieces, result, taken);
     return result;
 }
 

@@ -122,6 +122,14 @@ TEST(PatchEditor, CountsPiecesThatHangTogetherOverEdges)
     EXPECT_EQ(PatchEditor::count_components_by_face(grid_with_hanging_triangle()), 2);
 }
 
+TEST(PatchEditor, TellsTheFacesOfTheLargestPiece)
+{
+    EXPECT_EQ(PatchEditor::largest_component_by_face(TriMesh()), 0);
+    EXPECT_EQ(PatchEditor::largest_component_by_face(grid(3, 3)), 18);
+    EXPECT_EQ(PatchEditor::largest_component_by_face(grid_with_hanging_triangle()),
+              static_cast<int>(grid_with_hanging_triangle().n_faces()) - 1);
+}
+
 TEST(PatchEditor, FacesThatAreMarkedDeletedBelongToNoPiece)
 {
     // Of a strip of five faces the middle one goes, and two pieces are left.
@@ -129,6 +137,7 @@ TEST(PatchEditor, FacesThatAreMarkedDeletedBelongToNoPiece)
     detail::DeletionScope const status(mesh);
     mesh.delete_face(OpenMesh::FaceHandle(2), false);
     EXPECT_EQ(PatchEditor::count_components_by_face(mesh), 2);
+    EXPECT_EQ(PatchEditor::largest_component_by_face(mesh), 2);
 }
 
 TEST(SmallComponentsByFace, LimitZeroOrBelowRemovesNothing)
@@ -252,6 +261,15 @@ TEST(SmallComponentsByVert, AnEdgeWithoutFacesJoinsItsVertices)
     TriMesh mesh;
     add_lone_edge(mesh, {5, 0, 0}, {6, 0, 0});
     EXPECT_EQ(by_vert(mesh, 1), 2);
+}
+
+TEST(SmallComponentsByVert, AnEdgeWithoutFacesGoesWithItsVertices)
+{
+    TriMesh mesh = grid(3, 3);
+    add_lone_edge(mesh, {5, 0, 0}, {6, 0, 0});
+    EXPECT_EQ(by_vert(mesh, 2), 16);
+    EXPECT_EQ(mesh.n_edges(), 33U);
+    EXPECT_TRUE(mesh.is_legal());
 }
 
 // Of a row of three cells the middle one is marked deleted. Its edges join nothing any more.

@@ -1,5 +1,6 @@
 #include "algorithmVeld/common/mesh/MeshScope.h"
 
+#include "algorithmVeld/common/mesh/Compaction.h"
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
 
@@ -200,4 +201,58 @@ TEST(CheckedDeletion, LinksAreThoseOfTheMeshsOwnDeletion)
             }
         }
     }
+}
+
+// An edge between two vertices and nothing else, beside a sheet that stays.
+TEST(CheckedDeletion, AnEdgeWithoutFacesGoesWithItsVertex)
+{
+    TriMesh mesh = veld_test::grid(1, 1);
+    veld_test::add_lone_edge(mesh, {5, 0, 0}, {6, 0, 0});
+    {
+        DeletionScope const scope(mesh);
+        detail::delete_vertex_checked(mesh, veld_test::vh(4), detail::IsolatedVertices::DELETED);
+        EXPECT_FALSE(mesh.status(veld_test::vh(5)).deleted());
+        detail::compact(mesh);
+    }
+    EXPECT_EQ(mesh.n_vertices(), 5U);
+    EXPECT_EQ(mesh.n_edges(), 5U);
+    EXPECT_TRUE(mesh.is_isolated(veld_test::vh(4)));
+    EXPECT_TRUE(mesh.is_legal());
+}
+
+// Two edges without faces in a row: the one that stays is a boundary of its own.
+TEST(CheckedDeletion, OfARowOfEdgesWithoutFacesTheOthersStayLinked)
+{
+    TriMesh mesh;
+    veld_test::add_lone_edge(mesh, {0, 0, 0}, {1, 0, 0});
+    auto const end = mesh.add_vertex({2, 0, 0});
+    auto const there = mesh.new_edge(veld_test::vh(1), end);
+    auto const back = mesh.opposite_halfedge_handle(there);
+    mesh.set_next_halfedge_handle(OpenMesh::HalfedgeHandle(0), there);
+    mesh.set_next_halfedge_handle(there, back);
+    mesh.set_next_halfedge_handle(back, OpenMesh::HalfedgeHandle(1));
+    mesh.set_halfedge_handle(end, back);
+    {
+        DeletionScope const scope(mesh);
+        detail::delete_vertex_checked(mesh, veld_test::vh(0), detail::IsolatedVertices::KEPT);
+        detail::compact(mesh);
+    }
+    EXPECT_EQ(mesh.n_edges(), 1U);
+    OpenMesh::HalfedgeHandle const left(0);
+    EXPECT_EQ(mesh.next_halfedge_handle(left), mesh.opposite_halfedge_handle(left));
+    EXPECT_TRUE(mesh.is_legal());
+}
+
+// Its links are those of a face that is there: nothing is known of the edges around it.
+TEST(CheckedDeletion, EdgesOfAFaceThatIsOnlyMarkedStayLinked)
+{
+    TriMesh mesh = veld_test::lone_triangle();
+    DeletionScope const scope(mesh);
+    mesh.status(OpenMesh::FaceHandle(0)).set_deleted(true);
+    detail::delete_vertex_checked(mesh, veld_test::vh(0), detail::IsolatedVertices::DELETED);
+    for (auto const edge : mesh.all_edges())
+    {
+        EXPECT_FALSE(mesh.status(edge).deleted());
+    }
+    EXPECT_TRUE(mesh.halfedge_handle(veld_test::vh(0)).is_valid());
 }

@@ -259,6 +259,16 @@ TEST(TriMesh, VertexThatIsNotFiniteGoesWithItsFaces)
     EXPECT_FALSE(mesh.has_vertex_status());
 }
 
+TEST(TriMesh, RepairTakesAnEdgeWithoutFacesOffAVertexThatIsNotFinite)
+{
+    TriMesh mesh = grid(2, 2);
+    add_lone_edge(mesh, {std::numeric_limits<float>::quiet_NaN(), 0, 0}, {6, 0, 0});
+    mesh.repair_illegal();
+    EXPECT_TRUE(mesh.is_legal());
+    EXPECT_EQ(mesh.n_vertices(), 10U);
+    EXPECT_EQ(mesh.n_edges(), 16U);
+}
+
 TEST(TriMesh, BrokenLinksAreSeenAndRepaired)
 {
     auto const expect_repaired = [](TriMesh mesh, size_t least_faces)

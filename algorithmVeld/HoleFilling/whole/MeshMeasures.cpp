@@ -46,9 +46,9 @@ std::size_t index_of(OpenMesh::VertexHandle vertex)
 }
 
 template <typename Handle, typename Measure>
-Extent measure_all(TriMesh const& mesh, std::size_t n, Measure const& measure)
+Spread measure_all(TriMesh const& mesh, std::size_t n, Measure const& measure)
 {
-    Extent extent;
+    Spread spread;
     LoopProgress progress(n);
     for (std::size_t i = 0; i < n; ++i)
     {
@@ -56,15 +56,15 @@ Extent measure_all(TriMesh const& mesh, std::size_t n, Measure const& measure)
         Handle const element(static_cast<int>(i));
         if (!is_deleted(mesh, element))
         {
-            extent.add(measure(element));
+            spread.add(measure(element));
         }
     }
-    return extent;
+    return spread;
 }
 
 } // namespace
 
-void Extent::add(double value)
+void Spread::add(double value)
 {
     min = count == 0 ? value : std::min(min, value);
     max = count == 0 ? value : std::max(max, value);
@@ -72,7 +72,7 @@ void Extent::add(double value)
     ++count;
 }
 
-Extent edge_lengths(TriMesh const& mesh)
+Spread edge_lengths(TriMesh const& mesh)
 {
     return measure_all<OpenMesh::EdgeHandle>(
         mesh, mesh.n_edges(),
@@ -80,13 +80,13 @@ Extent edge_lengths(TriMesh const& mesh)
         { return static_cast<double>(mesh.calc_edge_length(edge)); });
 }
 
-Extent face_areas(TriMesh const& mesh)
+Spread face_areas(TriMesh const& mesh)
 {
     return measure_all<OpenMesh::FaceHandle>(
         mesh, mesh.n_faces(), [&](OpenMesh::FaceHandle face) { return face_area(mesh, face); });
 }
 
-Extent valences(TriMesh const& mesh)
+Spread valences(TriMesh const& mesh)
 {
     // Walking round each vertex would read the links of the whole mesh out of their order.
     std::vector<int> edges(mesh.n_vertices(), 0);

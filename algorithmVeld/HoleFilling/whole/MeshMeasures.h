@@ -9,7 +9,7 @@ namespace OrvaneAlgorithm::detail
 {
 
 /// The smallest, the largest and the sum of what was counted; all 0 if there was nothing.
-struct Extent
+struct Spread
 {
     double min = 0.0;
     double max = 0.0;
@@ -21,13 +21,13 @@ struct Extent
 };
 
 /// Lengths of all edges that are not deleted.
-Extent edge_lengths(TriMesh const& mesh);
+Spread edge_lengths(TriMesh const& mesh);
 
 /// Areas of all faces that are not deleted, by Heron's formula. A face without an area, by which
 /// rounding makes the square of it negative, is logged and counts as 0.
-Extent face_areas(TriMesh const& mesh);
+Spread face_areas(TriMesh const& mesh);
 
 /// Numbers of edges at all vertices that are not deleted.
-Extent valences(TriMesh const& mesh);
+Spread valences(TriMesh const& mesh);
 
 } // namespace OrvaneAlgorithm::detail

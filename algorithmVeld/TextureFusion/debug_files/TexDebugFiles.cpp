@@ -9,6 +9,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -101,26 +102,18 @@ struct ViewCounts
     double mean() const { return with_views == 0 ? 0.0 : static_cast<double>(total) / with_views; }
 };
 
-void log_face_counts(ViewCounts const& counts)
+/// \param elements "faces" \param element "face"
+void log_counts(ViewCounts const& counts, std::string const& elements, std::string const& element)
 {
-    log("  total faces:          %8d\n", counts.with_views + counts.without_views);
-    log("  colored faces:        %8d\n", counts.with_views);
-    log("  uncolored faces:      %8d\n", counts.without_views);
-    log("  total face tex size:  %8d\n", counts.total);
-    log("  min face tex size:    %8d\n", counts.min);
-    log("  max face tex size:    %8d\n", counts.max);
-    log("  avg face tex size:    %8.2f\n", counts.mean());
-}
-
-void log_vertex_counts(ViewCounts const& counts)
-{
-    log("  total vertices:       %8d\n", counts.with_views + counts.without_views);
-    log("  colored vertices:     %8d\n", counts.with_views);
-    log("  uncolored vertices:   %8d\n", counts.without_views);
-    log("  total vert tex size:  %8d\n", counts.total);
-    log("  min vert tex size:    %8d\n", counts.min);
-    log("  max vert tex size:    %8d\n", counts.max);
-    log("  avg vert tex size:    %8.2f\n", counts.mean());
+    auto const line = [](std::string const& what, int n)
+    { log("  %-22s%8d\n", (what + ":").c_str(), n); };
+    line("total " + elements, counts.with_views + counts.without_views);
+    line("colored " + elements, counts.with_views);
+    line("uncolored " + elements, counts.without_views);
+    line("total " + element + " tex size", counts.total);
+    line("min " + element + " tex size", counts.min);
+    line("max " + element + " tex size", counts.max);
+    log("  avg %s tex size:    %8.2f\n", element.c_str(), counts.mean());
 }
 
 /// Vertices by the chosen view of the first textured face around them.
@@ -176,7 +169,7 @@ void save_vertex_projected_model(TriMesh const& mesh, std::vector<TexImage> cons
     }
     save_colored_mesh(mesh, pixels, "1-vertex-projected-model-tex");
     save_colored_mesh(mesh, views, "1-vertex-projected-model-patch");
-    log_vertex_counts(counts);
+    log_counts(counts, "vertices", "vert");
 }
 
 void save_face_selection_vertex_model(TriMesh const& mesh, TexProperties const& properties,
@@ -198,7 +191,7 @@ void save_face_projected_model(TriMesh const& mesh, TexProperties const& propert
     {
         counts.add(mesh.property(properties.face_tex_list, face).size());
     }
-    log_face_counts(counts);
+    log_counts(counts, "faces", "face");
 }
 
 void save_boundary_optimized_model(TriMesh const& mesh, TexProperties const& properties,

@@ -3,13 +3,12 @@
 #include "algorithmVeld/TextureFusion/holes/HoleView.h"
 #include "algorithmVeld/TextureFusion/solve/ColourClamp.h"
 #include "algorithmVeld/TextureFusion/solve/RectangleTasks.h"
-#include "algorithmVeld/TextureFusion/solve/SparseLuSolve.h"
+#include "algorithmVeld/TextureFusion/solve/systems/SparseLuSolve.h"
 #include "algorithmVeld/common/mesh/FaceSearch.h"
 #include "algorithmVeld/common/running/Log.h"
 
 #include <algorithm>
 #include <limits>
-#include <new>
 #include <optional>
 
 namespace OrvaneAlgorithm::detail
@@ -114,7 +113,7 @@ bool has_colour(unsigned char mask, RectangleSolver solver)
 }
 
 /// The image of a hole, empty if it cannot be solved.
-Image<3, unsigned char> solve_hole(PlannedHole const& plan, std::size_t h,
+Image<3, unsigned char> paint_hole(PlannedHole const& plan, std::size_t h,
                                    std::vector<PixelColor> const& vertex_colours,
                                    RectangleSolver solver)
 {
@@ -144,22 +143,6 @@ Image<3, unsigned char> solve_hole(PlannedHole const& plan, std::size_t h,
                           }
                       });
     return image;
-}
-
-/// The image of a hole, empty if it cannot be painted. The view may be so near to a vertex that
-/// the rectangle takes more memory than there is: that costs this hole its colours, and no more.
-Image<3, unsigned char> paint_hole(PlannedHole const& plan, std::size_t h,
-                                   std::vector<PixelColor> const& vertex_colours,
-                                   RectangleSolver solver)
-{
-    try
-    {
-        return solve_hole(plan, h, vertex_colours, solver);
-    }
-    catch (std::bad_alloc const&)
-    {
-        return {};
-    }
 }
 
 /// Notes where a hole's vertices lie in its view.
@@ -215,17 +198,92 @@ std::vector<PlannedHole> plan_holes(TriMesh& mesh, TexProperties const& properti
     return plans;
 }
 
-/// How many pixels are painted for each hole.
-std::vector<std::size_t> pixels_of(std::vector<PlannedHole> const& plans)
+/// When each hole is painted: holes of the same turn side by side give what one after the other
+/// gives.
+std::vector<std::size_t> turns_of(std::vector<PlannedHole> const& plans, std::size_t n_vertices)
 {
-    std::vector<std::size_t> n_pixels;
-    n_pixels.reserve(plans.size());
-    for (PlannedHole const& plan : plans)
+    constexpr std::size_t NO_HOLE = std::numeric_limits<std::size_t>::max();
+    std::vector<std::size_t> hole_of(n_vertices, NO_HOLE);
+    for (std::size_t h = 0; h < plans.size(); ++h)
     {
-        n_pixels.push_back(plan.view ? static_cast<std::size_t>(plan.view->rectangle.n_pixels())
-                                     : 0);
+        if (plans[h].view)
+        {
+            for (auto const vertex : plans[h].around.hole_vertices)
+            {
+                hole_of[static_cast<std::size_t>(vertex.idx())] = h;
+            }
+        }
     }
-    return n_pixels;
+    std::vector<std::size_t> turns(plans.size(), 0);
+    for (std::size_t h = 0; h < plans.size(); ++h)
+    {
+        auto const others = [&, h](auto const& visit)
+        {
+            for (auto const vertex : plans[h].around.ring_vertices)
+            {
+                std::size_t const other = hole_of[static_cast<std::size_t>(vertex.idx())];
+                if (plans[h].view && other != NO_HOLE && other != h)
+                {
+                    visit(other);
+                }
+            }
+        };
+        others([&](std::size_t other)
+               { turns[h] = other < h ? std::max(turns[h], turns[other] + 1) : turns[h]; });
+        // Not before this one has seen what it paints over.
+        others([&](std::size_t other)
+               { turns[other] = other > h ? std::max(turns[other], turns[h]) : turns[other]; });
+    }
+    return turns;
+}
+
+/// The holes that are painted, turn by turn.
+std::vector<std::vector<std::size_t>> painting_order(std::vector<PlannedHole> const& plans,
+                                                     std::size_t n_vertices, ColoursAround colours)
+{
+    auto const turns = colours == ColoursAround::IN_TURN ? turns_of(plans, n_vertices)
+                                                         : std::vector<std::size_t>(plans.size());
+    std::vector<std::vector<std::size_t>> order;
+    for (std::size_t h = 0; h < plans.size(); ++h)
+    {
+        if (plans[h].view)
+        {
+            order.resize(std::max(order.size(), turns[h] + 1));
+            order[turns[h]].push_back(h);
+        }
+    }
+    return order;
+}
+
+/// Paints the holes of a turn from the colours that the vertices have now.
+void paint_turn(TriMesh& mesh, TexProperties const& properties,
+                std::vector<PlannedHole> const& plans, std::vector<std::size_t> const& turn,
+                RectangleSolver solver, RepairedHoles& repaired)
+{
+    auto const& vertex_colours = mesh.property(properties.vert_color).data_vector();
+    std::vector<std::size_t> n_pixels;
+    n_pixels.reserve(turn.size());
+    for (std::size_t const h : turn)
+    {
+        n_pixels.push_back(static_cast<std::size_t>(plans[h].view->rectangle.n_pixels()));
+    }
+    for_each_rectangle(n_pixels,
+                       [&](std::size_t k)
+                       {
+                           std::size_t const h = turn[k];
+                           repaired.hole_textures[h] =
+                               paint_hole(plans[h], h, vertex_colours, solver);
+                       });
+    for (std::size_t const h : turn)
+    {
+        if (!repaired.hole_textures[h].empty())
+        {
+            set_hole_colours(mesh, properties, plans[h], repaired.hole_textures[h]);
+            repaired.hole_patches[h] = plans[h].view->rectangle;
+            repaired.hole_patches[h].repaired = true;
+            repaired.hole_patches[h].is_hole = true;
+        }
+    }
 }
 
 } // namespace
@@ -250,7 +308,10 @@ TextureHoleFaces find_texture_holes(TriMesh& mesh, TexProperties const& properti
             holes.push_back(grow_hole(mesh, properties, face, static_cast<int>(holes.size())));
         }
     }
-    log(texts.total_holes, static_cast<int>(holes.size()));
+    if (*texts.total_holes != '\0')
+    {
+        log(texts.total_holes, static_cast<int>(holes.size()));
+    }
     return holes;
 }
 
@@ -263,31 +324,20 @@ RepairedHoles repair_texture_holes(TriMesh& mesh, TexProperties const& propertie
     stages.next();
     auto const plans = plan_holes(mesh, properties, images, holes, settings);
     stages.next();
-    // A textured face between two holes has vertices of both: each hole sees the colours of before.
-    auto const vertex_colours = mesh.property(properties.vert_color).data_vector();
     RepairedHoles repaired;
     repaired.too_large = static_cast<std::size_t>(std::count_if(
         plans.begin(), plans.end(), [](PlannedHole const& plan) { return plan.too_large; }));
     repaired.hole_textures.resize(holes.size());
-    for_each_rectangle(pixels_of(plans),
-                       [&](std::size_t h)
-                       {
-                           if (plans[h].view)
-                           {
-                               repaired.hole_textures[h] =
-                                   paint_hole(plans[h], h, vertex_colours, settings.solver);
-                           }
-                       });
-    for (std::size_t h = 0; h < holes.size(); ++h)
+    PatchTex unrepaired;
+    unrepaired.is_hole = true;
+    repaired.hole_patches.assign(holes.size(), unrepaired);
+    auto const order = painting_order(plans, mesh.n_vertices(), settings.colours);
+    for (std::size_t i = 0; i < order.size(); ++i)
     {
-        PatchTex& patch = repaired.hole_patches.emplace_back();
-        if (!repaired.hole_textures[h].empty())
-        {
-            set_hole_colours(mesh, properties, plans[h], repaired.hole_textures[h]);
-            patch = plans[h].view->rectangle;
-            patch.repaired = true;
-        }
-        patch.is_hole = true;
+        auto const n_turns = static_cast<double>(order.size());
+        ProgressPart const part(static_cast<double>(i) / n_turns,
+                                static_cast<double>(i + 1) / n_turns);
+        paint_turn(mesh, properties, plans, order[i], settings.solver, repaired);
     }
     return repaired;
 }

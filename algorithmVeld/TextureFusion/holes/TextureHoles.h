@@ -13,6 +13,14 @@
 namespace OrvaneAlgorithm::detail
 {
 
+/// Which colours a hole is painted from, where a textured face between two holes has vertices of
+/// both.
+enum class ColoursAround
+{
+    BEFORE_ALL, ///< those from before the first repair
+    IN_TURN     ///< those that the holes before it have left
+};
+
 /// What decides about the repair of texture holes.
 struct TextureHoleSettings
 {
@@ -23,6 +31,7 @@ struct TextureHoleSettings
     int patch_margin = 3; ///< pixels around a hole that its rectangle holds too
     RectangleSolver solver = RectangleSolver::SIMPLICIAL;
     HoleViewRules view;
+    ColoursAround colours = ColoursAround::BEFORE_ALL;
 };
 
 /// The faces without a view, in sets that are connected through vertices.
@@ -42,8 +51,7 @@ struct RepairedHoles
 
 /// Paints texture holes: each is looked at from as far away as the photographs around it were
 /// taken, and the colours of the textured vertices around it are continued over it. Sets
-/// `vert_hole_uv` and `vert_color` of the holes' vertices. Colours around a hole are those from
-/// before the first repair.
+/// `vert_hole_uv` and `vert_color` of the holes' vertices.
 RepairedHoles repair_texture_holes(TriMesh& mesh, TexProperties const& properties,
                                    std::vector<TexImage> const& images,
                                    TextureHoleFaces const& holes,

@@ -3,7 +3,7 @@
 #include "algorithmVeld/TextureFusion/seams/EdgeSeam.h"
 #include "algorithmVeld/TextureFusion/solve/ColourClamp.h"
 #include "algorithmVeld/TextureFusion/solve/RectangleTasks.h"
-#include "algorithmVeld/TextureFusion/solve/SparseLuSolve.h"
+#include "algorithmVeld/TextureFusion/solve/systems/SparseLuSolve.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 

@@ -1,7 +1,7 @@
 #include "algorithmVeld/TextureFusion/solve/RectangleSolve.h"
 
-#include "algorithmVeld/TextureFusion/solve/RectangleSystems.h"
-#include "algorithmVeld/TextureFusion/solve/SourceSolve.h"
+#include "algorithmVeld/TextureFusion/solve/sources/SourceSolve.h"
+#include "algorithmVeld/TextureFusion/solve/systems/RectangleSystems.h"
 #include "algorithmVeld/common/running/Log.h"
 
 #include <algorithm>

@@ -151,7 +151,49 @@ inline void delete_face_checked(TriMesh& mesh, OpenMesh::FaceHandle face, Isolat
     }
 }
 
-/// Deletes a vertex with its faces; one that is marked deleted already does no harm.
+/// Takes an end of an edge without faces off it.
+inline void unlink_end(TriMesh& mesh, OpenMesh::HalfedgeHandle out)
+{
+    auto const vertex = mesh.from_vertex_handle(out);
+    auto const in = mesh.opposite_halfedge_handle(out);
+    auto const next = mesh.next_halfedge_handle(in);
+    if (next == out)
+    {
+        mesh.set_isolated(vertex);
+        return;
+    }
+    mesh.set_next_halfedge_handle(mesh.prev_halfedge_handle(out), next);
+    if (mesh.halfedge_handle(vertex) == out)
+    {
+        mesh.set_halfedge_handle(vertex, next);
+    }
+}
+
+/// Whether a halfedge is of an edge that is there and has no face on either side.
+inline bool is_bare(TriMesh const& mesh, OpenMesh::HalfedgeHandle h)
+{
+    return h.is_valid() && mesh.is_boundary(h) &&
+           mesh.is_boundary(mesh.opposite_halfedge_handle(h)) &&
+           !is_deleted(mesh, mesh.edge_handle(h));
+}
+
+/// Deletes an edge without faces, whose vertices stay. OpenMesh's own deletion leaves it linked.
+inline void delete_bare_edge(TriMesh& mesh, OpenMesh::EdgeHandle edge)
+{
+    for (unsigned const side : {0U, 1U})
+    {
+        auto const h = mesh.halfedge_handle(edge, side);
+        unlink_end(mesh, h);
+        if (mesh.has_halfedge_status())
+        {
+            mesh.status(h).set_deleted(true);
+        }
+    }
+    mesh.status(edge).set_deleted(true);
+}
+
+/// Deletes a vertex with its faces, and with edges that have none; one that is marked deleted
+/// already does no harm.
 inline void delete_vertex_checked(TriMesh& mesh, OpenMesh::VertexHandle vertex,
                                   IsolatedVertices isolated)
 {
@@ -167,6 +209,10 @@ inline void delete_vertex_checked(TriMesh& mesh, OpenMesh::VertexHandle vertex,
     for (auto const face : faces)
     {
         delete_face_checked(mesh, face, isolated);
+    }
+    for (auto h = mesh.halfedge_handle(vertex); is_bare(mesh, h); h = mesh.halfedge_handle(vertex))
+    {
+        delete_bare_edge(mesh, mesh.edge_handle(h));
     }
     mesh.status(vertex).set_deleted(true);
 }

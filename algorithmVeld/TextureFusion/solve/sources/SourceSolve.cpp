@@ -1,8 +1,8 @@
-#include "algorithmVeld/TextureFusion/solve/SourceSolve.h"
+#include "algorithmVeld/TextureFusion/solve/sources/SourceSolve.h"
 
-#include "algorithmVeld/TextureFusion/solve/CosineLines.h"
-#include "algorithmVeld/TextureFusion/solve/SourceField.h"
-#include "algorithmVeld/TextureFusion/solve/SourceFit.h"
+#include "algorithmVeld/TextureFusion/solve/sources/CosineLines.h"
+#include "algorithmVeld/TextureFusion/solve/sources/SourceField.h"
+#include "algorithmVeld/TextureFusion/solve/sources/SourceFit.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 
 #include <algorithm>

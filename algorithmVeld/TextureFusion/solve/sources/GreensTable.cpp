@@ -1,6 +1,6 @@
-#include "algorithmVeld/TextureFusion/solve/GreensTable.h"
+#include "algorithmVeld/TextureFusion/solve/sources/GreensTable.h"
 
-#include "algorithmVeld/TextureFusion/solve/CosineLines.h"
+#include "algorithmVeld/TextureFusion/solve/sources/CosineLines.h"
 #include "algorithmVeld/common/geometry/angles.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 

@@ -1,4 +1,4 @@
-#include "algorithmVeld/TextureFusion/solve/CosineLines.h"
+#include "algorithmVeld/TextureFusion/solve/sources/CosineLines.h"
 
 #include "algorithmVeld/common/running/ParallelFor.h"
 

@@ -1,6 +1,6 @@
-#include "algorithmVeld/TextureFusion/solve/SparseLuSolve.h"
+#include "algorithmVeld/TextureFusion/solve/systems/SparseLuSolve.h"
 
-#include "algorithmVeld/TextureFusion/solve/RectangleSystems.h"
+#include "algorithmVeld/TextureFusion/solve/systems/RectangleSystems.h"
 #include "algorithmVeld/common/running/Log.h"
 
 #include <algorithm>
@@ -37,7 +37,7 @@ RectangleFailure solve_rectangle_timed(Image<3, float>& field, Image<1, unsigned
         return RectangleFailure::SPARSE_LU; // Any constant would do.
     }
     return n_unknown > QUICK_PIXELS ? solve_rectangle(field, mask, RectangleSolver::SIMPLICIAL)
-                                    : solve_sparse_lu(field, mask);
+                                    : solve_sparse_lu(field, mask, parent);
 }
 
 } // namespace OrvaneAlgorithm::detail

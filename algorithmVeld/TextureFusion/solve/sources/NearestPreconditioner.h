@@ -1,7 +1,7 @@
 #pragma once
 
-#include "algorithmVeld/TextureFusion/solve/GreensTable.h"
-#include "algorithmVeld/TextureFusion/solve/Sites.h"
+#include "algorithmVeld/TextureFusion/solve/sources/GreensTable.h"
+#include "algorithmVeld/TextureFusion/solve/sources/Sites.h"
 
 #include <Eigen/Core>
 

@@ -1,6 +1,6 @@
-#include "algorithmVeld/TextureFusion/solve/SourceField.h"
+#include "algorithmVeld/TextureFusion/solve/sources/SourceField.h"
 
-#include "algorithmVeld/TextureFusion/solve/CosineLines.h"
+#include "algorithmVeld/TextureFusion/solve/sources/CosineLines.h"
 #include "algorithmVeld/common/geometry/angles.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 

@@ -1,8 +1,8 @@
-#include "algorithmVeld/TextureFusion/solve/SourceFit.h"
+#include "algorithmVeld/TextureFusion/solve/sources/SourceFit.h"
 
-#include "algorithmVeld/TextureFusion/solve/GreensTable.h"
-#include "algorithmVeld/TextureFusion/solve/NearestPreconditioner.h"
-#include "algorithmVeld/TextureFusion/solve/SourceField.h"
+#include "algorithmVeld/TextureFusion/solve/sources/GreensTable.h"
+#include "algorithmVeld/TextureFusion/solve/sources/NearestPreconditioner.h"
+#include "algorithmVeld/TextureFusion/solve/sources/SourceField.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 #include "algorithmVeld/common/running/Progress.h"
 

@@ -1,4 +1,4 @@
-#include "algorithmVeld/TextureFusion/solve/RectangleSystems.h"
+#include "algorithmVeld/TextureFusion/solve/systems/RectangleSystems.h"
 
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/Progress.h"
@@ -178,19 +178,20 @@ RectangleFailure solve_simplicial(Image<3, float>& field, Image<1, unsigned char
     return RectangleFailure::NONE;
 }
 
-RectangleFailure solve_sparse_lu(Image<3, float>& field, Image<1, unsigned char> const& mask)
+RectangleFailure solve_sparse_lu(Image<3, float>& field, Image<1, unsigned char> const& mask,
+                                 char const* parent)
 {
     UnknownPixels const unknown(mask);
     UnknownMatrix a;
     Eigen::MatrixX3d b;
     {
-        StepTimer const timer("fill-sparse-matrix(*)", "poisson-solver(*)");
+        StepTimer const timer("fill-sparse-matrix(*)", parent);
         a = unknown_matrix(unknown, mask).selfadjointView<Eigen::Lower>();
         b = unknown_right_side(unknown, field, mask);
     }
     Eigen::SparseLU<UnknownMatrix> solver;
     {
-        StepTimer const timer("matrix-decomposition(*)", "poisson-solver(*)");
+        StepTimer const timer("matrix-decomposition(*)", parent);
         poll_cancel();
         solver.compute(a);
         poll_cancel();

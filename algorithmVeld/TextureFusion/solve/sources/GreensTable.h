@@ -1,6 +1,6 @@
 #pragma once
 
-#include "algorithmVeld/TextureFusion/solve/Sites.h"
+#include "algorithmVeld/TextureFusion/solve/sources/Sites.h"
 
 #include <cstddef>
 #include <memory>

@@ -43,7 +43,9 @@ RectangleFailure solve_simplicial(Image<3, float>& field, Image<1, unsigned char
 
 /// The same unknowns, by Eigen's sparse LU. Steps "fill-sparse-matrix(*)" and
 /// "matrix-decomposition(*)"; what Eigen says of a failure goes to the log.
-RectangleFailure solve_sparse_lu(Image<3, float>& field, Image<1, unsigned char> const& mask);
+/// \param parent the step above them
+RectangleFailure solve_sparse_lu(Image<3, float>& field, Image<1, unsigned char> const& mask,
+                                 char const* parent);
 
 /// One unknown for each pixel and channel, by the direct solver.
 RectangleFailure solve_pardiso(Image<3, float>& field, Image<1, unsigned char> const& mask);

@@ -1,4 +1,4 @@
-#include "algorithmVeld/TextureFusion/solve/NearestPreconditioner.h"
+#include "algorithmVeld/TextureFusion/solve/sources/NearestPreconditioner.h"
 
 #include "algorithmVeld/common/running/ParallelFor.h"
 
