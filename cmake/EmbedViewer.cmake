@@ -14,7 +14,7 @@ endfunction()
 
 embed(SCRIPT_FILE "${SCRIPT}")
 embed(STYLE_FILE "${STYLE}")
-file(WRITE "${OUTPUT}" "#include \"workflow/report/ViewerFiles.h\"
+file(WRITE "${OUTPUT}" "#include \"workflow/report/page/ViewerFiles.h\"
 
 namespace veld
 {

@@ -6,5 +6,5 @@ string(REGEX REPLACE "([^\n]*)\n" "        R\"json(\\1)json\" \"\\\\n\"\n"
   VELD_RECIPE_SCHEMA "${VELD_RECIPE_SCHEMA}")
 string(STRIP "${VELD_RECIPE_SCHEMA}" VELD_RECIPE_SCHEMA)
 set(VELD_RECIPE_SCHEMA_SOURCE "${CMAKE_CURRENT_BINARY_DIR}/RecipeSchema.cpp")
-configure_file("${PROJECT_SOURCE_DIR}/workflow/run/RecipeSchema.cpp.in"
+configure_file("${PROJECT_SOURCE_DIR}/workflow/run/recipe/RecipeSchema.cpp.in"
   "${VELD_RECIPE_SCHEMA_SOURCE}" @ONLY)

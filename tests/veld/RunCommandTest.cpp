@@ -35,7 +35,7 @@ class RunCommand : public testing::Test
 protected:
     Outcome run(std::vector<std::string> const& more = {}) const
     {
-        std::vector<std::string> list{"run", scan_.mesh(), "-o", out("")};
+        std::vector<std::string> list{"run", scan_.mesh(), "-o", out(""), "--no-pictures"};
         list.insert(list.end(), more.begin(), more.end());
         return run_veld(list);
     }

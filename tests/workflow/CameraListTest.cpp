@@ -127,6 +127,9 @@ TEST(CameraJson, WhatIsNoListIsRefused)
     EXPECT_THAT(refusal_of_text("{\"views\": [{\"image\": \"a.png\", \"width\": 1e999}]}"),
                 EndsWith("is no JSON that can be read: line 1, column 40: the number 1e999 is too "
                          "large"));
+    EXPECT_THAT(refusal_of_text("{\"1e999\":\n[3, 1e999]}"),
+                EndsWith("line 2, column 5: the number 1e999 is too large"))
+        << "and not the name before it";
 }
 
 TEST(CameraJson, WholeNumbersMayHaveADecimalPoint)

@@ -1,4 +1,4 @@
-#include "workflow/report/DisplayMesh.h"
+#include "workflow/report/models/DisplayMesh.h"
 
 #include "workflow/Error.h"
 #include "workflow/files/TexturedMesh.h"

@@ -216,21 +216,25 @@ TEST(Recipe, WhatIsPrintedIsARecipeOfTheSame)
 
 TEST(Recipe, AnErrorNamesFileLineAndKey)
 {
-    std::string const place = "recipe.json:3: steps[0].settings";
-    EXPECT_EQ(refusal_of_recipe(recipe_with("fill", "{\"max_perimeter\": -3}")),
-              place + ".max_perimeter: has to be a number of 0 or more, or null");
-    EXPECT_EQ(refusal_of_recipe(recipe_with("fill", "{\"smoothness\": 3}")),
-              place + ".smoothness: has to be a whole number from 0 to 2");
-    EXPECT_EQ(refusal_of_recipe(recipe_with("fill", "{\"rings\": 2.5}")),
-              place + ".rings: has to be a whole number of 0 or more");
-    EXPECT_EQ(refusal_of_recipe(recipe_with("merge", "{\"method\": \"magic\"}")),
-              place + ".method: has to be one of outlier, stitch");
-    EXPECT_EQ(refusal_of_recipe(recipe_with("merge", "{\"cut_long_edges\": 1}")),
-              place + ".cut_long_edges: has to be true or false");
-    EXPECT_EQ(refusal_of_recipe(recipe_with("repair", "{\"radii\": [1, 0]}")),
-              place + ".radii[1]: has to be a number above 0");
-    EXPECT_EQ(refusal_of_recipe(recipe_with("fill", "{\"markers\": [[1, 2]]}")),
-              place + ".markers[0]: has to be a list of 3 to 6");
+    struct Fault
+    {
+        char const* step;
+        char const* settings;
+        char const* complaint;
+    };
+    for (Fault const& fault :
+         {Fault{"fill", R"({"max_perimeter": -3})",
+                "max_perimeter: has to be a number of 0 or more, or null"},
+          Fault{"fill", R"({"smoothness": 3})", "smoothness: has to be a whole number from 0 to 2"},
+          Fault{"fill", R"({"rings": 2.5})", "rings: has to be a whole number of 0 or more"},
+          Fault{"merge", R"({"method": "magic"})", "method: has to be one of outlier, stitch"},
+          Fault{"merge", R"({"cut_long_edges": 1})", "cut_long_edges: has to be true or false"},
+          Fault{"repair", R"({"radii": [1, 0]})", "radii[1]: has to be a number above 0"},
+          Fault{"fill", R"({"markers": [[1, 2]]})", "markers[0]: has to be a list of 3 to 6"}})
+    {
+        EXPECT_EQ(refusal_of_recipe(recipe_with(fault.step, fault.settings)),
+                  std::string("recipe.json:3: steps[0].settings.") + fault.complaint);
+    }
     EXPECT_THAT(refusal_of_recipe(recipe_with("normals", "{\n\"neighbors\": 3}")),
                 testing::AllOf(HasSubstr("recipe.json:4: steps[0].settings: 'neighbors' is not "
                                          "known here (known: neighbours sensor)")));
@@ -264,6 +268,7 @@ TEST(Recipe, WhatIsNoJsonNamesItsLine)
     EXPECT_EQ(refusal_of_recipe(""), "recipe.json:1: it ends too early");
     EXPECT_EQ(refusal_of_recipe("{\"steps\": 1,\n\"steps\": 2}"),
               "recipe.json:2: 'steps' is there twice");
+    EXPECT_EQ(refusal_of_recipe("{\"1e999\":\n1e999}"), "recipe.json:2: a number is too large");
     EXPECT_THAT(refusal_of_recipe(std::string(100000, '[')),
                 HasSubstr("more than 32 lists and objects in each other"));
 }

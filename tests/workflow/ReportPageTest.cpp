@@ -1,9 +1,9 @@
 #include "workflow/report/ReportPage.h"
 
 #include "workflow/files/MeshFiles.h"
-#include "workflow/report/Html.h"
-#include "workflow/report/PageTables.h"
-#include "workflow/report/ViewerFiles.h"
+#include "workflow/report/page/Html.h"
+#include "workflow/report/page/PageTables.h"
+#include "workflow/report/page/ViewerFiles.h"
 #include "workflow/steps/Render.h"
 
 #include "tests/support/files.h"

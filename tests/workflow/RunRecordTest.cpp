@@ -143,4 +143,32 @@ TEST(RunRecord, ADamagedOneIsAnErrorThatNamesThePlace)
         HasSubstr("step 1: 'seconds' has to be"));
 }
 
+/// A record whose step has lists in each other as its settings.
+std::string record_nested(std::size_t depth)
+{
+    return R"({"version": "1", "steps": [{"name": "fill", "settings": )" + std::string(depth, '[') +
+           std::string(depth, ']') + "}]}";
+}
+
+TEST(RunRecord, ListsInEachOtherAreReadUpToALimitAndRefusedBeyondIt)
+{
+    // The object, the list of steps and the step hold the settings.
+    veld::parse_run_record(record_nested(97), "run.json: ");
+    for (std::size_t const depth : {std::size_t{98}, std::size_t{200000}})
+    {
+        EXPECT_EQ(reason_of([&] { veld::parse_run_record(record_nested(depth), "run.json: "); }),
+                  "run.json: has more than 100 lists and objects in each other");
+        EXPECT_EQ(record_complaint(record_nested(depth)),
+                  "has more than 100 lists and objects in each other");
+    }
+}
+
+TEST(RunRecord, BracketsInATextAreNoLists)
+{
+    std::string const brackets = std::string(500, '[') + R"(\"{\\)";
+    auto const record = veld::parse_run_record(
+        R"({"version": "1", "source": ")" + brackets + R"("})", "run.json: ");
+    EXPECT_EQ(record.source, std::string(500, '[') + R"("{\)");
+}
+
 } // namespace

@@ -52,6 +52,7 @@ protected:
         std::filesystem::copy(photos.path(), scan_.file("photos"));
         request_.scan = scan_.file("scan.ply");
         request_.directory = results_.path() / "run";
+        request_.pictures = false; // they take most of the time
         context_.warn = [this](veld::Warning const& warning) { warnings_.push_back(warning); };
     }
 
@@ -154,6 +155,29 @@ TEST_F(SheetRun, KeepsTheMeshOfEveryStepWhereThatIsWanted)
     EXPECT_EQ(result.record.steps[1].mesh, "") << "it was left out";
     EXPECT_EQ(models(), without);
     EXPECT_EQ(run().from_before, SHEET_STEPS);
+}
+
+TEST_F(SheetRun, DrawsAPictureOfEachStepThatMadeSomething)
+{
+    request_.pictures = true;
+    auto const result = run();
+    std::vector<std::string> pictures;
+    for (auto const& step : result.record.steps)
+    {
+        pictures.push_back(step.picture);
+    }
+    EXPECT_THAT(pictures,
+                testing::ElementsAre("01-clean.png", "", "03-fill.png", "", "05-texture.png"));
+    EXPECT_THAT(files_in(request_.directory),
+                testing::IsSupersetOf({"01-clean.png", "03-fill.png", "05-texture.png"}));
+    EXPECT_NE(file_content(file("01-clean.png")), file_content(file("03-fill.png")));
+    EXPECT_THAT(file_content(file("report.html")), HasSubstr("<h2>Before and after</h2>"));
+
+    write_file(file("07-fill.png"), "of a run that had more steps");
+    take(R"({"veld_recipe": 1, "steps": [{"step": "clean"}]})");
+    request_.pictures = false;
+    EXPECT_EQ(run().record.steps[0].picture, "");
+    EXPECT_THAT(files_in(request_.directory), testing::Not(testing::Contains(HasSubstr(".png"))));
 }
 
 TEST_F(SheetRun, AFinishedOneIsTakenFromBefore)
@@ -455,6 +479,7 @@ protected:
         veld::RunRequest request;
         request.scan = scan;
         request.directory = dir_.path() / "run";
+        request.pictures = false;
         return veld::run(request, context_,
                          [this](std::string const& line) { lines_.push_back(line); });
     }

@@ -17,6 +17,10 @@ VELD_WORKFLOW_API std::ifstream open_input(std::filesystem::path const& path);
 /// The value that a JSON file holds.
 VELD_WORKFLOW_API Json read_json(std::filesystem::path const& path);
 
+/// Whether there is a file, or a folder. What cannot be looked at is neither.
+bool is_plain_file(std::filesystem::path const& path);
+bool is_folder(std::filesystem::path const& path);
+
 /// The path of a file that another file names: beside that one, unless it is absolute.
 VELD_WORKFLOW_API std::filesystem::path path_beside(std::filesystem::path const& file,
                                                     std::string const& named);

@@ -1,5 +1,6 @@
 #include "workflow/filling/FillRun.h"
 
+#include "workflow/Stopwatch.h"
 #include "workflow/files/KeptAttributes.h"
 #include "workflow/filling/FillValues.h"
 #include "workflow/filling/HoleList.h"
@@ -8,7 +9,6 @@
 #include "algorithmVeld/common/mesh/RimTurn.h"
 
 #include <algorithm>
-#include <chrono>
 
 namespace veld
 {
@@ -77,10 +77,9 @@ void FillRun::fill(FillSettings const& settings, FillPass& pass)
 
 PassOutcome FillRun::run_timed(FillSettings const& settings)
 {
-    auto const start = std::chrono::steady_clock::now();
+    Stopwatch const watch;
     PassOutcome outcome = run_pass(result_.mesh, settings, scope_);
-    result_.seconds +=
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    result_.seconds += watch.seconds();
     return outcome;
 }
 

@@ -2,7 +2,8 @@
 
 #include "workflow/Error.h"
 #include "workflow/ForEachIndex.h"
-#include "workflow/photos/PhotoSamples.h"
+#include "workflow/photos/places/PhotoSamples.h"
+#include "workflow/photos/places/SampledPlaces.h"
 
 #include "algorithmVeld/common/arrays/DisjointSets.h"
 #include "algorithmVeld/common/running/Progress.h"
@@ -14,8 +15,6 @@
 
 namespace veld
 {
-
-using Photo = OrvaneAlgorithm::Image<3, unsigned char>;
 
 namespace
 {
@@ -184,11 +183,19 @@ std::vector<ColourGain> balance_gains(OrvaneAlgorithm::TriMesh const& mesh,
                                       std::vector<PhotoView> const& views,
                                       std::vector<Photo> const& photos, double depth_tolerance)
 {
+    MeshTriangles const faces(mesh);
+    return balance_gains(faces, faces.scene(), views, photos, depth_tolerance);
+}
+
+std::vector<ColourGain> balance_gains(MeshTriangles const& faces, RayScene const& scene,
+                                      std::vector<PhotoView> const& views,
+                                      std::vector<Photo> const& photos, double depth_tolerance)
+{
     if (views.size() != photos.size())
     {
         throw InputError("there are not as many photographs as views");
     }
-    PhotoSamples const samples(mesh, views, photos, depth_tolerance,
+    PhotoSamples const samples(faces, scene, views, photos, depth_tolerance,
                                number_of_places(views.size()));
     auto const pairs = compare_all(samples);
     std::vector<ColourGain> gains(views.size(), {1.0, 1.0, 1.0});

@@ -3,7 +3,6 @@
 #include "workflow/export.h"
 #include "workflow/photos/Photos.h"
 
-#include "algorithmVeld/common/Image.h"
 #include "algorithmVeld/common/TriMesh.h"
 
 #include <array>
@@ -17,6 +16,9 @@
 namespace veld
 {
 
+class RayScene;
+struct MeshTriangles;
+
 /// Factors of blue, green and red.
 using ColourGain = std::array<double, 3>;
 
@@ -29,13 +31,20 @@ using ColourGain = std::array<double, 3>;
 /// \param views where they were taken
 /// \param photos one for each view
 /// \param depth_tolerance what lies so much nearer than a place, in the mesh's unit, hides it
-VELD_WORKFLOW_API std::vector<ColourGain>
-balance_gains(OrvaneAlgorithm::TriMesh const& mesh, std::vector<PhotoView> const& views,
-              std::vector<OrvaneAlgorithm::Image<3, unsigned char>> const& photos,
-              double depth_tolerance);
+VELD_WORKFLOW_API std::vector<ColourGain> balance_gains(OrvaneAlgorithm::TriMesh const& mesh,
+                                                        std::vector<PhotoView> const& views,
+                                                        std::vector<Photo> const& photos,
+                                                        double depth_tolerance);
+
+/// The same for a mesh that has been prepared for rays.
+/// \param faces of the mesh
+/// \param scene of the faces
+/// \param views, photos, depth_tolerance as above
+std::vector<ColourGain> balance_gains(MeshTriangles const& faces, RayScene const& scene,
+                                      std::vector<PhotoView> const& views,
+                                      std::vector<Photo> const& photos, double depth_tolerance);
 
 /// Multiplies the channels, rounds to the nearest byte, and cuts off above 255.
-VELD_WORKFLOW_API void apply_gain(OrvaneAlgorithm::Image<3, unsigned char>& photo,
-                                  ColourGain const& gain);
+VELD_WORKFLOW_API void apply_gain(Photo& photo, ColourGain const& gain);
 
 } // namespace veld

@@ -3,6 +3,7 @@
 #include "workflow/export.h"
 
 #include "algorithmVeld/common/CameraInParam.h"
+#include "algorithmVeld/common/Image.h"
 #include "algorithmVeld/common/RigidMatrix.h"
 
 #include <filesystem>
@@ -14,6 +15,7 @@ namespace veld
 
 using OrvaneAlgorithm::CameraInParam;
 using OrvaneAlgorithm::RigidMatrix;
+using Photo = OrvaneAlgorithm::Image<3, unsigned char>;
 
 /// A photograph as a list of cameras has it: where it is, and where it was taken from.
 struct PhotoView
@@ -25,6 +27,15 @@ struct PhotoView
     CameraInParam intrinsics;   ///< (0, 0) is the centre of the top left pixel; no distortion.
     RigidMatrix pose;           ///< World to camera, in the unit of the list; x right, y down, z
                                 ///< forward.
+};
+
+/// Photographs of an object, and where they were taken.
+struct PhotoSet
+{
+    std::string source;                       ///< What messages call them.
+    std::vector<PhotoView> views;             ///< Where they were taken.
+    std::vector<Photo> images;                ///< One for each view, of its size.
+    std::vector<std::filesystem::path> files; ///< All that were read.
 };
 
 /// Reads where photographs were taken, in the order of the list: a folder with `cameras.json` or

@@ -3,11 +3,11 @@
 #include "workflow/Error.h"
 #include "workflow/StepScope.h"
 #include "workflow/files/InputFile.h"
-#include "workflow/report/Html.h"
-#include "workflow/report/PageTables.h"
-#include "workflow/report/ReportModels.h"
-#include "workflow/report/ViewSection.h"
-#include "workflow/report/ViewerFiles.h"
+#include "workflow/report/models/ReportModels.h"
+#include "workflow/report/page/Html.h"
+#include "workflow/report/page/PageTables.h"
+#include "workflow/report/page/ViewSection.h"
+#include "workflow/report/page/ViewerFiles.h"
 #include "workflow/words.h"
 
 #include <fmt/format.h>

@@ -2,6 +2,7 @@
 
 #include "workflow/Error.h"
 #include "workflow/files/InputFile.h"
+#include "workflow/files/JsonDepth.h"
 #include "workflow/files/JsonFields.h"
 #include "workflow/files/OutputFile.h"
 #include "workflow/words.h"
@@ -137,6 +138,11 @@ RunRecord read_run_record(std::filesystem::path const& directory)
 
 RunRecord parse_run_record(std::string const& text, std::string const& place)
 {
+    if (is_nested_too_deeply(text))
+    {
+        throw InputError(
+            fmt::format("{}has more than {} lists and objects in each other", place, DEEPEST_JSON));
+    }
     Json const json = Json::parse(text, nullptr, false);
     if (json.is_discarded())
     {

@@ -2,8 +2,8 @@
 
 #include "workflow/Error.h"
 #include "workflow/files/InputFile.h"
-#include "workflow/run/RecipeCheck.h"
-#include "workflow/run/RecipeText.h"
+#include "workflow/files/JsonText.h"
+#include "workflow/run/recipe/RecipeCheck.h"
 #include "workflow/words.h"
 
 #include <fmt/format.h>
@@ -82,7 +82,7 @@ Recipe read_recipe(std::filesystem::path const& path)
 
 Recipe parse_recipe(std::string const& text, std::string const& name)
 {
-    RecipeText const lines(text, name);
+    JsonText const lines(text, name);
     check_recipe(lines);
     Recipe recipe;
     Json const& steps = lines.json()["steps"];

@@ -2,20 +2,19 @@
 
 #include "workflow/Error.h"
 #include "workflow/StepScope.h"
+#include "workflow/Stopwatch.h"
 #include "workflow/files/Checksum.h"
 #include "workflow/files/MeshFiles.h"
 #include "workflow/report/ReportPage.h"
-#include "workflow/run/RecipePlan.h"
+#include "workflow/run/EarlierSteps.h"
 #include "workflow/run/RunFolder.h"
-#include "workflow/run/RunSteps.h"
+#include "workflow/run/one_step/RunSteps.h"
+#include "workflow/run/recipe/RecipePlan.h"
 #include "workflow/words.h"
-
-#include "algorithmVeld/common/solver.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <utility>
 #include <vector>
@@ -25,59 +24,6 @@ namespace veld
 
 namespace
 {
-
-/// Where a result says which bytes its file has.
-constexpr char const* FILE_CHECKSUM = "file_checksum";
-
-bool needs_markers(StepKind kind)
-{
-    return kind == StepKind::CLEAN || kind == StepKind::MARKERS || kind == StepKind::FILL;
-}
-
-/// A checksum for each step of all that its result depends on.
-std::vector<std::string> keys_of(Recipe const& recipe, ScanLook const& look, Context const& context)
-{
-    Context comparing = share_of(context, 0.0, 0.0);
-    StepScope const scope(comparing, "compare-input", "compare the input");
-    Checksum input;
-    input.add(VELD_VERSION).add(OrvaneAlgorithm::solver_name());
-    for (auto const& file : look.files)
-    {
-        input.add(file.filename().u8string()).add_file(file);
-    }
-    std::vector<std::string> keys;
-    std::string before = input.text();
-    for (auto const& step : recipe.steps)
-    {
-        Checksum key;
-        key.add(before).add(to_string(step.kind)).add(step.settings.dump());
-        key.add(std::to_string(static_cast<int>(step.when)));
-        if (needs_markers(step.kind) && !look.markers.empty())
-        {
-            key.add_file(look.markers);
-        }
-        if (step.kind == StepKind::TEXTURE)
-        {
-            for (auto const& file : look.photo_files)
-            {
-                key.add(file.filename().u8string()).add_file(file);
-            }
-        }
-        keys.push_back(before = key.text());
-    }
-    return keys;
-}
-
-/// Whether a step made something. One that was left out did not.
-bool has_output(RunStep const& step)
-{
-    return step.result.is_object() && step.result.contains(FILE_CHECKSUM);
-}
-
-bool is_texture(RunStep const& step)
-{
-    return step.name == to_string(StepKind::TEXTURE);
-}
 
 /// A context whose warnings are noted in a list, too.
 Context noting(Context const& whole, std::vector<std::string>& warnings)
@@ -103,6 +49,28 @@ Context quiet(Context const& whole)
     return part;
 }
 
+/// What a step made: new faces in a colour of their own, a texture without other light than that of
+/// the photographs.
+Picture picture_of(StepOutcome const& outcome, Context& context)
+{
+    RenderSettings settings;
+    settings.width = 800; // as wide as the page shows them
+    settings.height = 600;
+    settings.line_width = 3.0;
+    if (outcome.textured)
+    {
+        settings.unlit = true;
+        return render(outcome.textured->mesh, outcome.textured->image, {}, settings, context);
+    }
+    FaceMarks marks;
+    if (outcome.new_faces_begin >= 0)
+    {
+        marks.assign(outcome.mesh.n_faces(), 1);
+        std::fill_n(marks.begin(), outcome.new_faces_begin, 0);
+    }
+    return render(outcome.mesh, marks, settings, context);
+}
+
 /// A run at work.
 class RunAtWork
 {
@@ -116,7 +84,7 @@ public:
     {
         look();
         RunFolder const folder(request_.directory, step_names(), state_.look, request_.existing);
-        auto const keys = keys_of(recipe_, state_.look, context_);
+        auto const keys = step_keys(recipe_, state_.look, context_);
         take_from_before(folder, keys);
         bool const has_ended = result_.from_before == recipe_.steps.size() &&
                                folder.earlier()->steps.size() == recipe_.steps.size();
@@ -169,30 +137,14 @@ private:
         return names;
     }
 
-    /// Whether what a step made is still there.
-    bool is_kept(RunStep const& step, RunFolder const& folder) const
-    {
-        std::string const name = is_texture(step) ? RunFolder::TEXTURED : step.mesh;
-        return folder.has(name, step.result[FILE_CHECKSUM].get<std::string>());
-    }
-
-    /// Takes the first steps of the earlier run that are the same, as long as they have left a mesh
-    /// to go on with.
+    /// Goes on behind the steps of an earlier run that are the same.
     void take_from_before(RunFolder const& folder, std::vector<std::string> const& keys)
     {
-        if (!folder.earlier())
+        auto steps = kept_steps(folder, keys, request_.keep);
+        for (std::size_t i = 0; i < steps.size(); ++i)
         {
-            return;
+            note_settings(i, steps[i].settings);
         }
-        auto steps = folder.earlier()->steps;
-        std::size_t same = 0;
-        while (same < std::min(steps.size(), keys.size()) && steps[same].key == keys[same])
-        {
-            ++same;
-        }
-        steps.resize(same);
-        drop_lost(steps, folder);
-        take_recipe_of(steps);
         result_.from_before = steps.size();
         if (!steps.empty())
         {
@@ -201,40 +153,6 @@ private:
         bool const is_textured = !steps.empty() && is_texture(steps.back());
         result_.record.textured = is_textured ? RunFolder::TEXTURED : "";
         result_.record.steps = std::move(steps);
-    }
-
-    /// Goes back to the last step of which all is there that is needed.
-    void drop_lost(std::vector<RunStep>& steps, RunFolder const& folder) const
-    {
-        bool is_needed = true; // the mesh of the last step, or of all that are to be kept
-        for (std::size_t i = steps.size(); i-- > 0;)
-        {
-            if (!has_output(steps[i]))
-            {
-                continue;
-            }
-            bool const is_lost =
-                (is_needed && !is_kept(steps[i], folder)) ||
-                (request_.keep && !is_texture(steps[i]) && steps[i].mesh == RunFolder::MODEL);
-            if (is_lost)
-            {
-                steps.resize(i);
-                is_needed = true;
-            }
-            else
-            {
-                // Behind a texture there is no mesh, so the one before it is the model.
-                is_needed = request_.keep || is_texture(steps[i]);
-            }
-        }
-    }
-
-    void take_recipe_of(std::vector<RunStep> const& steps)
-    {
-        for (std::size_t i = 0; i < steps.size(); ++i)
-        {
-            note_settings(i, steps[i].settings);
-        }
     }
 
     /// The settings of a step as they were taken.
@@ -280,7 +198,7 @@ private:
         {
             write_model(folder); // it stays where the texture fails
         }
-        auto const start = std::chrono::steady_clock::now();
+        Stopwatch const watch;
         RunStep done;
         done.name = to_string(step.kind);
         done.key = key;
@@ -293,13 +211,13 @@ private:
         {
             StepOutcome const outcome = take_step(step, state_, part);
             keep(outcome, i, done, folder);
+            done.seconds = watch.seconds();
+            draw(outcome, i, done, folder);
         }
         catch (Error const& error)
         {
             fail(i, error);
         }
-        done.seconds =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         done.line = fmt::format("{}: {} ({:.2f} s)", done.name, done.line, done.seconds);
         say(done.line);
         note_settings(i, done.settings);
@@ -348,6 +266,21 @@ private:
             state_.mesh = read_back(file, folder);
         }
         done.result[FILE_CHECKSUM] = checksum_of(folder.file(file));
+    }
+
+    /// No cloud, and nothing that is as it was before.
+    void draw(StepOutcome const& outcome, std::size_t i, RunStep& done,
+              RunFolder const& folder) const
+    {
+        bool const has_faces = outcome.textured || outcome.mesh.n_faces() > 0;
+        if (!request_.pictures || outcome.is_left_out || !has_faces)
+        {
+            return;
+        }
+        Context drawing = quiet(context_);
+        std::string const file = RunFolder::picture_name(i, done.name);
+        folder.write(file, picture_of(outcome, drawing), drawing);
+        done.picture = file;
     }
 
     void write_model(RunFolder const& folder)

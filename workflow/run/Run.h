@@ -25,6 +25,7 @@ struct RunRequest
     std::filesystem::path photos;           ///< The same.
     std::optional<Recipe> recipe;           ///< None: the usual one for what the scan is.
     bool keep = false;                      ///< Whether the mesh of every step stays.
+    bool pictures = true;                   ///< Whether each step gets a picture, for the page.
     Existing existing = Existing::REPLACED; ///< Of a run that is there and has ended.
 };
 
@@ -42,9 +43,10 @@ using RunListener = std::function<void(std::string const& line)>;
 ///
 /// The folder then has `model.ply`, the mesh of the end, `model.glb` if it was textured,
 /// `recipe.json` with the settings as they were taken, the record `run.json` and a page for people,
-/// `report.html`. Until then it has the mesh of each step, as `01-merge.ply`; they go at the end
-/// unless they are to be kept. A step works on what the file of the step before holds, so that the
-/// same bytes come out whether a run was interrupted or not.
+/// `report.html`, with the pictures that this shows, as `01-merge.png`. Until then it has the mesh
+/// of each step, as `01-merge.ply`; they go at the end unless they are to be kept. A step works on
+/// what the file of the step before holds, so that the same bytes come out whether a run was
+/// interrupted or not.
 ///
 /// Called again for a folder it goes on behind the last step whose input, settings and result are
 /// what they were. Files that are not of a run are never touched: where one has a name that the run

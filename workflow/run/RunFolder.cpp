@@ -21,13 +21,23 @@ namespace veld
 namespace
 {
 
-/// Whether a name is one that `RunFolder::mesh_name()` gives.
-bool is_mesh_name(std::string const& name)
+std::string step_file(std::size_t step, std::string const& name, char const* extension)
 {
-    bool const is_numbered = name.size() > 7 && std::isdigit(static_cast<unsigned char>(name[0])) &&
-                             std::isdigit(static_cast<unsigned char>(name[1])) && name[2] == '-' &&
-                             name.compare(name.size() - 4, 4, ".ply") == 0;
-    return is_numbered && step_kinds().count(name.substr(3, name.size() - 7)) > 0;
+    return fmt::format("{:02}-{}{}", step + 1, name, extension);
+}
+
+/// Whether a name is one that `step_file()` gives.
+bool is_step_file(std::string const& name)
+{
+    if (name.size() < 8)
+    {
+        return false;
+    }
+    std::string const extension = name.substr(name.size() - 4);
+    bool const is_numbered = std::isdigit(static_cast<unsigned char>(name[0])) &&
+                             std::isdigit(static_cast<unsigned char>(name[1])) && name[2] == '-';
+    return is_numbered && (extension == ".ply" || extension == ".png") &&
+           step_kinds().count(name.substr(3, name.size() - 7)) > 0;
 }
 
 bool has_entry(fs::path const& path)
@@ -100,6 +110,7 @@ void RunFolder::check_names(std::vector<std::string> const& steps) const
     for (std::size_t i = 0; i < steps.size(); ++i)
     {
         names.push_back(mesh_name(i, steps[i]));
+        names.push_back(picture_name(i, steps[i]));
     }
     for (auto const& name : names)
     {
@@ -113,7 +124,12 @@ void RunFolder::check_names(std::vector<std::string> const& steps) const
 
 std::string RunFolder::mesh_name(std::size_t step, std::string const& name)
 {
-    return fmt::format("{:02}-{}.ply", step + 1, name);
+    return step_file(step, name, ".ply");
+}
+
+std::string RunFolder::picture_name(std::size_t step, std::string const& name)
+{
+    return step_file(step, name, ".png");
 }
 
 bool RunFolder::has(std::string const& name, std::string const& checksum) const
@@ -149,6 +165,7 @@ void RunFolder::remove_others(RunRecord const& record, bool ends) const
     for (auto const& step : record.steps)
     {
         kept.push_back(step.mesh);
+        kept.push_back(step.picture);
     }
     if (ends)
     {
@@ -159,7 +176,7 @@ void RunFolder::remove_others(RunRecord const& record, bool ends) const
     for (auto const& entry : fs::directory_iterator(directory_, error))
     {
         std::string const name = entry.path().filename().u8string();
-        if (is_mesh_name(name))
+        if (is_step_file(name))
         {
             removed.push_back(name);
         }
@@ -182,6 +199,11 @@ void RunFolder::write(std::string const& name, OrvaneAlgorithm::TriMesh const& m
 void RunFolder::write(std::string const& name, TexturedMesh const& textured, Context& context) const
 {
     write_textured_mesh(file(name), textured, context);
+}
+
+void RunFolder::write(std::string const& name, Picture const& picture, Context& context) const
+{
+    write_picture(file(name), picture, context);
 }
 
 void RunFolder::write(std::string const& name, std::string const& text) const

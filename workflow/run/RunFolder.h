@@ -5,6 +5,7 @@
 #include "workflow/files/TexturedMesh.h"
 #include "workflow/report/RunRecord.h"
 #include "workflow/run/ScanLook.h"
+#include "workflow/steps/Render.h"
 
 #include "algorithmVeld/common/TriMesh.h"
 
@@ -41,6 +42,9 @@ public:
     /// The name of the mesh of a step, counted from 0: "01-merge.ply".
     static std::string mesh_name(std::size_t step, std::string const& name);
 
+    /// The name of its picture: "01-merge.png".
+    static std::string picture_name(std::size_t step, std::string const& name);
+
     /// Whether a file is there and as it was. \param checksum as `checksum_of()` gave it
     bool has(std::string const& name, std::string const& checksum) const;
 
@@ -53,6 +57,7 @@ public:
     void write(std::string const& name, OrvaneAlgorithm::TriMesh const& mesh,
                Context& context) const;
     void write(std::string const& name, TexturedMesh const& textured, Context& context) const;
+    void write(std::string const& name, Picture const& picture, Context& context) const;
     void write(std::string const& name, std::string const& text) const;
     void copy(std::string const& from, std::string const& to) const;
 

@@ -2,6 +2,7 @@
 
 #include "workflow/Error.h"
 #include "workflow/StepScope.h"
+#include "workflow/Stopwatch.h"
 #include "workflow/files/KeptAttributes.h"
 
 #include "algorithmVeld/api/algorithms.h"
@@ -11,7 +12,6 @@
 
 #include <fmt/format.h>
 
-#include <chrono>
 #include <utility>
 
 namespace veld
@@ -244,14 +244,13 @@ CleanResult clean(TriMesh const& mesh, CleanSettings const& settings, Context& c
         scope.stage("measure the mesh", 0.1, [&] { return measure_health(result.mesh); });
     for (std::size_t i = 0; i < settings.clean_ups.size(); ++i)
     {
-        auto const start = std::chrono::steady_clock::now();
+        Stopwatch const watch;
         double const done =
             static_cast<double>(i + 1) / static_cast<double>(settings.clean_ups.size());
         result.steps.push_back(scope.stage(
             "clean: " + result_name(settings.clean_ups[i]), 0.1 + 0.8 * done,
             [&] { return run_clean_up(settings.clean_ups[i], on_cloud, result.mesh); }));
-        result.seconds +=
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        result.seconds += watch.seconds();
     }
     result.after =
         scope.stage("measure the mesh", 1.0, [&] { return measure_health(result.mesh); });

@@ -33,12 +33,13 @@ std::size_t count_boundary_gaps(TriMesh const& mesh, OpenMesh::VertexHandle vert
     return gaps;
 }
 
-/// Over all edges that are not deleted; the mesh's own range would leave hidden ones out too.
+} // namespace
+
 double average_edge_length(TriMesh const& mesh)
 {
     double sum = 0.0;
     std::size_t n = 0;
-    for (auto const edge : mesh.all_edges())
+    for (auto const edge : mesh.all_edges()) // the other range leaves hidden ones out
     {
         if (!mesh.has_edge_status() || !mesh.status(edge).deleted())
         {
@@ -49,8 +50,6 @@ double average_edge_length(TriMesh const& mesh)
     }
     return n == 0 ? 0.0 : sum / static_cast<double>(n);
 }
-
-} // namespace
 
 MeshHealth measure_health(TriMesh& mesh)
 {

@@ -36,4 +36,7 @@ VELD_WORKFLOW_API MeshHealth inspect(OrvaneAlgorithm::TriMesh& mesh, Context& co
 /// The same for other steps, without one of its own.
 MeshHealth measure_health(OrvaneAlgorithm::TriMesh& mesh);
 
+/// Millimetres, over all edges that are not deleted, hidden ones too; 0 without any.
+double average_edge_length(OrvaneAlgorithm::TriMesh const& mesh);
+
 } // namespace veld

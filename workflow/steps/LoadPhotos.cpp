@@ -3,8 +3,8 @@
 #include "workflow/Error.h"
 #include "workflow/ForEachIndex.h"
 #include "workflow/StepScope.h"
+#include "workflow/files/ImageHeader.h"
 #include "workflow/files/InputFile.h"
-#include "workflow/photos/ImageHeader.h"
 #include "workflow/words.h"
 
 #include "algorithmVeld/common/image_io.h"

@@ -2,6 +2,7 @@
 
 #include "workflow/Error.h"
 #include "workflow/StepScope.h"
+#include "workflow/Stopwatch.h"
 #include "workflow/clouds/DistinctPoints.h"
 #include "workflow/clouds/NormalOrientation.h"
 #include "workflow/clouds/PlaneFits.h"
@@ -15,7 +16,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 #include <vector>
 
@@ -211,7 +211,7 @@ NormalsResult estimate(TriMesh cloud, NormalSense sense, Directions const& find_
     result.settings = settings;
     result.cloud = std::move(cloud);
     result.sense = settings.sensor ? NormalSense::SENSOR : sense;
-    auto const start = std::chrono::steady_clock::now();
+    Stopwatch const watch;
     if (result.cloud.n_vertices() == 0)
     {
         throw InputError("there are no points");
@@ -234,8 +234,7 @@ NormalsResult estimate(TriMesh cloud, NormalSense sense, Directions const& find_
                     }
                     set_normals(distinct, fits, directions, result);
                 });
-    result.seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    result.seconds = watch.seconds();
     report_missing(result, about, scope);
     return result;
 }

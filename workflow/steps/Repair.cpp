@@ -1,13 +1,12 @@
 #include "workflow/steps/Repair.h"
 
 #include "workflow/StepScope.h"
+#include "workflow/Stopwatch.h"
 #include "workflow/repairing/RepairInput.h"
 #include "workflow/repairing/RepairReason.h"
 #include "workflow/repairing/RepairRun.h"
 #include "workflow/repairing/RepairValues.h"
 #include "workflow/steps/Inspect.h"
-
-#include <chrono>
 
 namespace veld
 {
@@ -23,11 +22,10 @@ RepairResult repair(TriMesh const& mesh, RepairSettings const& settings, Context
         scope.stage("measure the mesh", 0.05, [&] { return measure_health(copy); });
     RepairSettings const completed =
         scope.stage("measure the spacing", 0.1, [&] { return complete_settings(settings, mesh); });
-    auto const start = std::chrono::steady_clock::now();
+    Stopwatch const watch;
     RepairResult result = scope.stage(is_cloud_of(mesh) ? "connect the points" : "close the gaps",
                                       0.9, [&] { return run_repair(mesh, completed); });
-    result.seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    result.seconds = watch.seconds();
     result.before = before;
     result.after =
         scope.stage("measure the mesh", 0.95, [&] { return measure_health(result.mesh); });

@@ -4,13 +4,12 @@
 
 #include "workflow/Error.h"
 #include "workflow/files/JsonFields.h"
+#include "workflow/steps/SettingsReader.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <limits>
-#include <map>
 #include <utility>
 
 namespace veld
@@ -19,105 +18,11 @@ namespace veld
 namespace
 {
 
-constexpr int LARGEST = std::numeric_limits<int>::max();
-
-template <typename Value>
-using Names = std::map<std::string, Value>;
-
 Names<Layers> const LAYERS{{"mean", Layers::MEAN}, {"best", Layers::BEST}, {"all", Layers::ALL}};
 Names<StickTips> const TIPS{{"up", StickTips::UP}, {"down", StickTips::DOWN}};
 Names<UpAxis> const UP_AXES{{"y", UpAxis::Y}, {"z", UpAxis::Z}};
 Names<KeyframesMethod> const KEYFRAMES_METHODS{{"select", KeyframesMethod::SELECT},
                                                {"sort", KeyframesMethod::SORT}};
-
-template <typename Value>
-std::string name_in(Names<Value> const& names, Value value)
-{
-    for (auto const& [name, named] : names)
-    {
-        if (named == value)
-        {
-            return name;
-        }
-    }
-    return {};
-}
-
-/// Reads the settings of one object and refuses keys that nothing has asked for.
-class SettingsReader
-{
-public:
-    SettingsReader(Json const& json, std::string const& place) : fields_(json, place), place_(place)
-    {
-    }
-
-    void flag(char const* key, bool& value)
-    {
-        keys_.emplace_back(key);
-        value = fields_.flag(key, value);
-    }
-
-    void integer(char const* key, int& value, int min, int max = LARGEST)
-    {
-        keys_.emplace_back(key);
-        value = fields_.has(key) ? fields_.integer(key, min, max) : value;
-    }
-
-    void number(char const* key, double& value, double min, double max = 1e300)
-    {
-        keys_.emplace_back(key);
-        if (!fields_.has(key))
-        {
-            return;
-        }
-        double const number = fields_.number(key);
-        if (!(number >= min && number <= max))
-        {
-            throw InputError(
-                max < 1e300
-                    ? fmt::format("{}'{}' has to be a number from {} to {}", place_, key, min, max)
-                    : fmt::format("{}'{}' has to be a number of {} or more", place_, key, min));
-        }
-        value = number;
-    }
-
-    template <typename Value>
-    void name(char const* key, Value& value, Names<Value> const& names)
-    {
-        keys_.emplace_back(key);
-        if (!fields_.has(key))
-        {
-            return;
-        }
-        auto const found = names.find(fields_.text(key));
-        if (found == names.end())
-        {
-            std::string known;
-            for (auto const& entry : names)
-            {
-                known += (known.empty() ? "" : ", ") + entry.first;
-            }
-            throw InputError(fmt::format("{}'{}' has to be one of {}", place_, key, known));
-        }
-        value = found->second;
-    }
-
-    /// Lets a key pass that its user reads.
-    bool has(char const* key)
-    {
-        keys_.emplace_back(key);
-        return fields_.has(key);
-    }
-
-    JsonFields const& fields() const { return fields_; }
-
-    void finish() const { fields_.allow_only(keys_); }
-
-private:
-    JsonFields fields_;
-    std::string place_;
-    std::vector<std::string> keys_;
-};
 
 Names<CleanKind> const& clean_kinds()
 {
@@ -327,12 +232,7 @@ void read_settings(Json const& json, std::string const& place, FillSettings& set
         settings.markers = read_marker_list(reader.fields(), json["markers"], place);
     }
     reader.integer("small_edges", settings.small_edges, 0);
-    if (reader.has("max_perimeter"))
-    {
-        double value = 0.0;
-        reader.number("max_perimeter", value, 0.0);
-        settings.max_perimeter = value;
-    }
+    reader.number("max_perimeter", settings.max_perimeter, 0.0);
     reader.finish();
 }
 
@@ -423,24 +323,14 @@ void read_settings(Json const& json, std::string const& place, TextureSettings& 
     reader.number("scale", settings.scale, 1e-6, 1e6);
     reader.number("pose_scale", settings.pose_scale, 1e-6, 1e6);
     reader.flag("balance", settings.balance);
-    if (reader.has("depth_tolerance"))
-    {
-        double value = 0.0;
-        reader.number("depth_tolerance", value, 0.0);
-        settings.depth_tolerance = value;
-    }
+    reader.number("depth_tolerance", settings.depth_tolerance, 0.0);
     reader.number("lowest_cosine", settings.lowest_cosine, -1.0, 1.0);
     reader.integer("views_per_vertex", settings.views_per_vertex, 1);
     reader.integer("small_region", settings.small_region, 0);
     reader.number("hole_ratio", settings.hole_ratio, 0.0);
     reader.integer("hole_vertices", settings.hole_vertices, 0);
     reader.integer("image_border", settings.image_border, 0);
-    if (reader.has("packing_gap"))
-    {
-        int value = 0;
-        reader.integer("packing_gap", value, 0, 1000);
-        settings.packing_gap = value;
-    }
+    reader.integer("packing_gap", settings.packing_gap, 0, 1000);
     reader.integer("patch_margin", settings.patch_margin, 0, 1000);
     reader.name("solver", settings.solver, texture_solvers());
     reader.finish();
@@ -495,12 +385,7 @@ void read_settings(Json const& json, std::string const& place, RepairSettings& s
             throw InputError(place + "'radii' has to be a list of numbers above 0");
         }
     }
-    if (reader.has("ear_perimeter"))
-    {
-        double value = 0.0;
-        reader.number("ear_perimeter", value, 0.0);
-        settings.ear_perimeter = value;
-    }
+    reader.number("ear_perimeter", settings.ear_perimeter, 0.0);
     reader.flag("empty_ball", settings.empty_ball);
     reader.flag("renew_normals", settings.renew_normals);
     reader.flag("delete_fans", settings.delete_fans);

@@ -36,6 +36,7 @@ public:
                        "Steps and settings to take, as JSON (default: those that fit the scan)")
             ->type_name("FILE");
         app.add_flag("--keep", keep_, "Keep the mesh of every step, 01-merge.ply and so on");
+        app.add_flag("--no-pictures", no_pictures_, "Draw no picture of each step for the page");
         app.add_flag("--print-recipe", print_recipe_,
                      "Print the recipe that would be taken, and do nothing else; without a SCAN "
                      "one of all steps");
@@ -89,6 +90,7 @@ private:
         request.photos = photos_;
         request.recipe = std::move(recipe);
         request.keep = keep_;
+        request.pictures = !no_pictures_;
         request.existing = desk.outputs.existing();
         auto const tell = [&desk](std::string const& line) { desk.console.print(line + "\n"); };
         RunResult const result = veld::run(request, desk.context, tell);
@@ -103,6 +105,7 @@ private:
     std::string markers_;
     std::string recipe_;
     bool keep_ = false;
+    bool no_pictures_ = false;
     bool print_recipe_ = false;
 };
 

@@ -5,16 +5,12 @@
 #include "workflow/photos/GainBalance.h"
 #include "workflow/photos/Photos.h"
 
-#include "algorithmVeld/common/Image.h"
-
 #include <cstddef>
 #include <string>
 #include <vector>
 
 namespace veld::cli
 {
-
-using Photo = OrvaneAlgorithm::Image<3, unsigned char>;
 
 /// What a camera is like. Lengths are millimetres.
 struct CameraSettings
