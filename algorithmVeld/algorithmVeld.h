@@ -50,6 +50,7 @@
 #include "algorithmVeld/reconstruction/BallPivoting.h"
 #include "algorithmVeld/reconstruction/DepthFrames.h"
 #include "algorithmVeld/reconstruction/DepthNoise.h"
+#include "algorithmVeld/reconstruction/FrameAlignment.h"
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
 #include "algorithmVeld/reconstruction/GeoPatentRecon.h"
 #include "algorithmVeld/reconstruction/MeshMerge.h"

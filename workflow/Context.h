@@ -32,6 +32,7 @@ enum class WarningCode
     PHOTOS_REPEATED,     ///< Views that all name one photograph.
     REPORT_GAP,          ///< A file of a run that is missing in the page about it.
     FRAME_OFF,           ///< A frame that does not lie where the others have the surface.
+    POSES_OFF,           ///< Frames that are farther off each other than what works on them bears.
     MERGE_IN_SHREDS      ///< A merged mesh of long borders, many pieces or few of the points.
 };
 

@@ -21,6 +21,7 @@
 #include "workflow/files/MeshFiles.h"
 #include "workflow/files/SeedFile.h"
 #include "workflow/files/TexturedMesh.h"
+#include "workflow/steps/Align.h"
 #include "workflow/steps/Clean.h"
 #include "workflow/steps/CutSticks.h"
 #include "workflow/steps/Fill.h"

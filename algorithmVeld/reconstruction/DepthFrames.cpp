@@ -10,10 +10,13 @@
 #include "algorithmVeld/reconstruction/depth/NoiseMeasure.h"
 #include "algorithmVeld/reconstruction/depth/PinholeGrid.h"
 #include "algorithmVeld/reconstruction/depth/RayMean.h"
+#include "algorithmVeld/reconstruction/depth/StepCells.h"
+#include "algorithmVeld/reconstruction/frames/FrameChoice.h"
 
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <utility>
 
 namespace OrvaneAlgorithm
 {
@@ -34,6 +37,10 @@ constexpr double TOLERANCE_OF_DISAGREEMENT = 5.0;
 constexpr double REACH_OF_NOISE = 12.0;
 /// Of the tolerance: behind the mean, layers of one place are nearer to each other than before.
 constexpr double COVER_PART = 0.5;
+/// Of the depth in the middle: as high steps are closed as things on a table are, and its edge.
+constexpr double STEP_OF_DEPTH = 0.1;
+/// In spacings: side of a place of which enough frames are chosen.
+constexpr double PLACE_OF_SPACING = 4.0;
 
 using Cameras = std::vector<detail::PinholeGrid>;
 
@@ -44,23 +51,11 @@ void for_each_depth_frame(std::size_t n, Work const& work)
                                 [&](std::ptrdiff_t f) { work(static_cast<std::size_t>(f)); });
 }
 
-/// A grid takes memory for each of its pixels, and a few bytes can say that it is huge.
-bool is_believable_grid(RangeData const& frame)
-{
-    double const pixels = static_cast<double>(frame.grid_rows) * frame.grid_cols;
-    return pixels <= 1e6 + 64.0 * static_cast<double>(frame.get_vn());
-}
-
-std::optional<detail::PinholeGrid> camera_of(RangeData const& frame)
-{
-    return is_believable_grid(frame) ? detail::fit_pinhole(frame) : std::nullopt;
-}
-
 Cameras cameras_of(std::vector<RangeData const*> const& ranges)
 {
     std::vector<std::optional<detail::PinholeGrid>> found(ranges.size());
     for_each_depth_frame(ranges.size(), [&](std::size_t f)
-                         { found[f] = ranges[f] ? camera_of(*ranges[f]) : std::nullopt; });
+                         { found[f] = ranges[f] ? detail::camera_of(*ranges[f]) : std::nullopt; });
     Cameras cameras;
     for (auto const& camera : found)
     {
@@ -133,8 +128,16 @@ struct Work
     std::vector<detail::DepthGrid> grids;
     std::vector<std::vector<char>> is_best;
     std::vector<DepthFrames::FrameCounts> counts;
+    std::vector<char> is_used; ///< whether a frame shows more than what enough others do
 
-    explicit Work(std::size_t n) : smooth(n), grids(n), is_best(n), counts(n) {}
+    explicit Work(std::vector<char> used)
+        : smooth(used.size()),
+          grids(used.size()),
+          is_best(used.size()),
+          counts(used.size()),
+          is_used(std::move(used))
+    {
+    }
     std::size_t size() const { return grids.size(); }
 };
 
@@ -148,7 +151,14 @@ void smooth_frames(std::vector<RangeData const*> const& ranges, Cameras const& c
         {
             int const factor = detail::thinning_factor(*ranges[f], cameras[f], spacing);
             work.counts[f].points = ranges[f]->get_vn();
-            work.smooth[f] = detail::smooth_depth(*ranges[f], cameras[f], noise, factor);
+            if (work.is_used[f] == 1)
+            {
+                work.smooth[f] = detail::smooth_depth(*ranges[f], cameras[f], noise, factor);
+            }
+            else
+            {
+                work.smooth[f].set_rigidMatrix(ranges[f]->get_rigidMatrix());
+            }
             work.counts[f].smooth = work.smooth[f].get_vn();
             if (release)
             {
@@ -171,9 +181,16 @@ double compare_frames(double reach, Work& work)
                                  distances.empty() ? -1.0 : median_of(distances);
                          });
     std::vector<double> disagreements;
-    for (auto const& count : work.counts)
+    for (std::size_t f = 0; f < work.size(); ++f)
     {
-        disagreements.push_back(std::max(0.0, count.disagreement));
+        if (work.is_used[f] == 1)
+        {
+            disagreements.push_back(std::max(0.0, work.counts[f].disagreement));
+        }
+        else
+        {
+            work.counts[f].disagreement = 0.0;
+        }
     }
     return detail::median(std::move(disagreements));
 }
@@ -193,6 +210,22 @@ void average_frames(detail::LayerSpread const& spread, Work& work)
         work.grids[f].point = std::move(means[f].point);
         work.grids[f].normal = std::move(means[f].normal);
         work.is_best[f] = std::move(means[f].is_best);
+    }
+}
+
+/// Takes cells for surface that are stretched over small steps, where no frame looked through.
+void close_steps(double longest, double tolerance, Work& work)
+{
+    std::vector<std::vector<char>> cells(work.size());
+    for_each_depth_frame(work.size(),
+                         [&](std::size_t f) {
+                             cells[f] = detail::find_step_cells(work.grids, f, longest, tolerance);
+                         });
+    for (std::size_t f = 0; f < work.size(); ++f)
+    {
+        auto& own = work.grids[f].cell;
+        std::transform(cells[f].begin(), cells[f].end(), own.begin(), own.begin(),
+                       [](char a, char b) { return std::max(a, b); });
     }
 }
 
@@ -232,7 +265,7 @@ DepthNoise DepthFrames::measure_noise(std::vector<RangeData const*> const& range
 
 bool DepthFrames::is_camera_frame(RangeData const& frame)
 {
-    return camera_of(frame).has_value();
+    return detail::camera_of(frame).has_value();
 }
 
 RetVal DepthFrames::prepare(std::vector<RangeData const*> const& ranges,
@@ -242,7 +275,7 @@ RetVal DepthFrames::prepare(std::vector<RangeData const*> const& ranges,
     detail::StepTimer const timer("depth-frames");
     result.clear();
     frame_counts_.clear();
-    detail::Stages stages({2, 38, 5, 30, 20, 5});
+    detail::Stages stages({2, 38, 5, 30, 3, 17, 5});
     stages.next();
     Cameras const cameras = cameras_of(ranges);
     if (cameras.empty())
@@ -251,13 +284,16 @@ RetVal DepthFrames::prepare(std::vector<RangeData const*> const& ranges,
     }
     bool const is_given = noise_.constant > 0.0 || noise_.square > 0.0;
     used_noise_ = is_given ? noise_ : measure_noise(ranges);
-    double const noise = used_noise_.at(median_depth(ranges));
+    double const depth = median_depth(ranges);
+    double const noise = used_noise_.at(depth);
     if (!(noise > 0.0))
     {
         return RET_INVALID_INPUT;
     }
     used_point_spacing_ = point_spacing_ > 0.0 ? point_spacing_ : SPACING_OF_NOISE * noise;
-    Work work(ranges.size());
+    used_longest_step_ = longest_step_ > 0.0 ? longest_step_ : STEP_OF_DEPTH * depth;
+    Work work(detail::choose_frames(ranges, PLACE_OF_SPACING * used_point_spacing_,
+                                    detail::PlaceSide::VIEW));
     stages.next();
     DEPTH_FRAMES.run(
         "smooth-depths",
@@ -274,10 +310,12 @@ RetVal DepthFrames::prepare(std::vector<RangeData const*> const& ranges,
                      [&] {
                          average_frames({used_tolerance_, used_disagreement_}, work);
                      });
+    double const same = COVER_PART * used_tolerance_;
+    stages.next();
+    DEPTH_FRAMES.run("close-steps", [&] { close_steps(used_longest_step_, same, work); });
     stages.next();
     auto const stays = DEPTH_FRAMES.run(
-        "choose-patches", [&]
-        { return detail::choose_cover(work.grids, work.is_best, COVER_PART * used_tolerance_); });
+        "choose-patches", [&] { return detail::choose_cover(work.grids, work.is_best, same); });
     stages.next();
     result = kept_frames(stays, work);
     frame_counts_ = std::move(work.counts);

@@ -27,7 +27,8 @@ public:
         std::size_t points = 0;    ///< that the frame had
         std::size_t smooth = 0;    ///< that were left when they were smoothed and thinned
         std::size_t kept = 0;      ///< of these, in the patches
-        double disagreement = 0.0; ///< median distance to the other frames; -1 if there is none
+        double disagreement = 0.0; ///< median distance to the other frames; -1 if there is none, 0
+                                   ///< of a frame that shows only what enough others do
     };
 
     /// Measures how far depths scatter around planes of 9 x 9 neighbours; of frames that are no
@@ -55,6 +56,10 @@ public:
     /// Distance of the points to be, in millimetres; 0, the default: as far apart as the noise
     /// supports.
     void set_point_spacing(double length) { point_spacing_ = length; }
+    /// Longest edge in millimetres of what closes a step of depth, as from the rim of a thing to
+    /// what it stands on, where no frame looked through; 0, the default: a tenth of the depth in
+    /// the middle. Less than the spacing closes none.
+    void set_longest_step(double length) { longest_step_ = length; }
 
     /// What the last run did to each frame, in their order.
     std::vector<FrameCounts> const& frame_counts() const { return frame_counts_; }
@@ -62,6 +67,8 @@ public:
     DepthNoise const& used_noise() const { return used_noise_; }
     /// The spacing that the last run thinned to.
     double used_point_spacing() const { return used_point_spacing_; }
+    /// Longest edge of what closed a step of depth in the last run.
+    double used_longest_step() const { return used_longest_step_; }
     /// How far along the normal the last run took two places for one, in millimetres.
     double used_tolerance() const { return used_tolerance_; }
     /// How far frames were from each other along the normal where they overlapped, before: the
@@ -71,9 +78,11 @@ public:
 private:
     DepthNoise noise_;
     double point_spacing_ = 0.0;
+    double longest_step_ = 0.0;
     std::vector<FrameCounts> frame_counts_;
     DepthNoise used_noise_;
     double used_point_spacing_ = 0.0;
+    double used_longest_step_ = 0.0;
     double used_tolerance_ = 0.0;
     double used_disagreement_ = 0.0;
 };

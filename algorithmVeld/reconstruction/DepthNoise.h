@@ -3,16 +3,23 @@
 namespace OrvaneAlgorithm
 {
 
-/// How far the depths that a scanner measures scatter, as a function of the depth: the standard
-/// deviation is `constant` + `square` depth^2. Cameras that triangulate or see with two eyes
-/// measure disparities, and so have a part that grows with the square.
+/// How far the depths that a scanner measures scatter, as a function of depth and slant: the
+/// standard deviation is (`constant` + `square` depth^2) (1 + `slant` tan^2), of the angle between
+/// the view and the normal. Cameras that triangulate or see with two eyes measure disparities, and
+/// so have a part that grows with the square; a pattern on a surface aslant is drawn out.
 struct DepthNoise
 {
     double constant = 0.0; ///< millimetres
     double square = 0.0;   ///< one over millimetres
+    double slant = 0.0;    ///< what an angle of 45 degrees adds, as a part
 
     /// Standard deviation along the axis of the camera, in millimetres.
     double at(double depth) const { return constant + square * depth * depth; }
+    /// The same where the cosine of the angle between view and normal is known, and above 0.
+    double at(double depth, double cosine) const
+    {
+        return at(depth) * (1.0 + slant * (1.0 / (cosine * cosine) - 1.0));
+    }
 };
 
 } // namespace OrvaneAlgorithm

@@ -8,6 +8,7 @@
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 #include "algorithmVeld/common/running/TimedStages.h"
+#include "algorithmVeld/reconstruction/frames/FrameChoice.h"
 #include "algorithmVeld/reconstruction/frames/FrameTriangulation.h"
 #include "algorithmVeld/reconstruction/overlap/FrameSurface.h"
 #include "algorithmVeld/reconstruction/overlap/LayerAverage.h"
@@ -26,6 +27,9 @@ namespace
 {
 
 constexpr detail::TimedStages OVERLAP("frame-overlap");
+
+/// In spacings: side of a place of which enough frames are chosen.
+constexpr double CHOICE_PLACE = 4.0;
 
 bool fits_numbering(std::vector<RangeData const*> const& ranges)
 {
@@ -178,6 +182,53 @@ FrameOverlap::FrameCounts count(RangeData const& frame, RangeData const& kept,
     return counts;
 }
 
+/// A frame without points, in the grid and pose of another one.
+RangeData emptied(RangeData const& frame)
+{
+    RangeData empty;
+    empty.set_grid_size(frame.grid_rows, frame.grid_cols);
+    empty.set_rigidMatrix(frame.get_rigidMatrix());
+    empty.has_vNormal = true;
+    empty.has_vColor = frame.has_vColor;
+    empty.has_vFlag = frame.has_vFlag;
+    return empty;
+}
+
+/// Frames with those emptied that show nothing but what enough others do.
+struct ChosenFrames
+{
+    std::vector<RangeData> empty;
+    std::vector<RangeData const*> list;
+
+    ChosenFrames(std::vector<RangeData const*> const& ranges, double side)
+        : empty(ranges.size()), list(ranges)
+    {
+        auto const stays = detail::choose_frames(ranges, side, detail::PlaceSide::NORMAL);
+        for (std::size_t f = 0; f < ranges.size(); ++f)
+        {
+            if (stays[f] == 0)
+            {
+                empty[f] = emptied(*ranges[f]);
+                list[f] = &empty[f];
+            }
+        }
+    }
+
+    /// Counts what went with the frames that were emptied.
+    void count_emptied(std::vector<RangeData const*> const& ranges,
+                       std::vector<FrameOverlap::FrameCounts>& counts) const
+    {
+        for (std::size_t f = 0; f < ranges.size(); ++f)
+        {
+            if (list[f] != ranges[f])
+            {
+                std::size_t const n = ranges[f]->get_vn();
+                counts[f] = {n, n, n, detail::grid_quads(*ranges[f]).size(), 0};
+            }
+        }
+    }
+};
+
 } // namespace
 
 RetVal FrameOverlap::remove_overlap(std::vector<RangeData const*> const& ranges,
@@ -198,7 +249,9 @@ RetVal FrameOverlap::remove_overlap(std::vector<RangeData const*> const& ranges,
     stages.next();
     detail::log("  point spacing: %g\n", spacing);
     std::vector<FrameCounts> counts(ranges.size());
-    auto kept = take_out(ranges, spacing, counts);
+    ChosenFrames const chosen(ranges, CHOICE_PLACE * spacing);
+    auto kept = take_out(chosen.list, spacing, counts);
+    chosen.count_emptied(ranges, counts);
     log_counts(counts);
     result = std::move(kept);
     frame_counts_ = std::move(counts);

@@ -41,9 +41,10 @@ public:
         std::size_t cells_left = 0; ///< of these, left
     };
 
-    /// Takes the overlap out of frames. It logs what it did while the log switch of `gPH` is on,
-    /// and runs under the step "frame-overlap".
-    /// \param ranges the frames, each with vertex normals. They are only read. Points that are not
+    /// Takes the overlap out of frames. Of more than 96, as of a turntable that was left running,
+    /// those lose all points that show only what enough others do, but for a fringe. It logs what
+    /// it did while the log switch of `gPH` is on, and runs under the step "frame-overlap". \param
+    /// ranges the frames, each with vertex normals. They are only read. Points that are not
     ///        finite or too far out for their spacing to count (beyond 2^30 spacings) stay as they
     ///        are.
     /// \param result replaced by copies of the frames without the points that went, and with the

@@ -318,6 +318,17 @@ std::vector<MeshOperation> const& operations()
         {"obj_file", [](TriMesh& mesh) { through_file(mesh, "mesh.obj"); }},
         {"off_file", [](TriMesh& mesh) { through_file(mesh, "mesh.off"); }},
         {"om_file", [](TriMesh& mesh) { through_file(mesh, "mesh.om"); }},
+        {"frame_alignment",
+         [](TriMesh& mesh)
+         {
+             std::vector<RigidMatrix> poses;
+             FrameAlignment().align(pointers(frames()), poses);
+             mesh.clear();
+             for (auto const& pose : poses)
+             {
+                 mesh.add_vertex(pose.get_translation().cast<float>());
+             }
+         }},
         {"frame_overlap",
          [](TriMesh& mesh)
          {

@@ -62,6 +62,24 @@ TEST(BorderFilter, EdgeAsLongAsTheLimitStays)
     EXPECT_EQ(mesh.n_faces(), 0U);
 }
 
+TEST(BorderFilter, EdgesWithoutFacesGoAsAWhole)
+{
+    TriMesh by_length = grid(2, 2);
+    add_lone_edge(by_length, {5, 0, 0}, {9, 0, 0});
+    EXPECT_EQ(delete_long(by_length, 3.0, EdgeWalk::ALL), 1);
+    EXPECT_EQ(by_length.n_vertices(), 11U);
+    EXPECT_TRUE(by_length.is_isolated(vh(9)));
+    EXPECT_TRUE(by_length.is_isolated(vh(10)));
+    EXPECT_TRUE(by_length.is_legal());
+
+    TriMesh thin = grid(2, 2);
+    add_lone_edge(thin, {5, 0, 0}, {9, 0, 0});
+    TriMesh expected = grid(2, 2);
+    EXPECT_EQ(delete_thin(thin), delete_thin(expected) + 2);
+    EXPECT_EQ(fingerprint(thin), fingerprint(expected));
+    EXPECT_TRUE(thin.is_legal());
+}
+
 TEST(BorderFilter, InnerEdgesStayHoweverLong)
 {
     // The rim of a flat cone has short edges, those to its apex are inner ones.

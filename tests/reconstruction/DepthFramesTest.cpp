@@ -1,12 +1,15 @@
 #include "algorithmVeld/reconstruction/DepthFrames.h"
+#include "algorithmVeld/reconstruction/depth/DepthSmoothing.h"
 #include "algorithmVeld/reconstruction/depth/InverseDepths.h"
 #include "algorithmVeld/reconstruction/depth/NoiseMeasure.h"
 #include "algorithmVeld/reconstruction/depth/PinholeGrid.h"
+#include "algorithmVeld/reconstruction/depth/StepCells.h"
 #include "tests/reconstruction/frames.h"
 #include "tests/support/threads.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <random>
@@ -96,6 +99,54 @@ double rms_of(std::vector<RangeData> const& frames, Off const& off)
     return std::sqrt(sum / n);
 }
 
+/// Depths of the wall z = 1000 + slope x with noise that is (1 + slant tan^2) times the usual one.
+DepthScene noisy_slope(double slope, double slant, std::mt19937& random)
+{
+    return [=, &random](double x, double y)
+    {
+        std::normal_distribution<double> normal;
+        double const depth = slanted_wall(1000.0, slope)(x, y);
+        Vector3d const ray(x, y, 1.0);
+        Vector3d const towards(-slope, 0.0, 1.0);
+        double const cosine = towards.dot(ray) / (towards.norm() * ray.norm());
+        double const times = 1.0 + slant * (1.0 / (cosine * cosine) - 1.0);
+        return depth + times * NOISE_SQUARE * depth * depth * normal(random);
+    };
+}
+
+double measured_slant(double slant)
+{
+    std::mt19937 random(7);
+    std::vector<RangeData> frames;
+    for (double const slope : {0.0, 0.5, 1.0, 1.5})
+    {
+        frames.push_back(depth_frame(noisy_slope(slope, slant, random), 0.0));
+    }
+    return DepthFrames::measure_noise(pointers(frames)).slant;
+}
+
+/// A grid of a frame as the steps of preparing it make one, each pixel a point.
+detail::DepthGrid grid_of(RangeData const& frame)
+{
+    DepthNoise const noise{0.0, 1e-6, 0.0};
+    auto const camera = detail::fit_pinhole(frame);
+    return detail::make_depth_grid(detail::smooth_depth(frame, *camera, noise, 1), *camera, noise);
+}
+
+/// A thing with its rim at x = 0, 1000 mm from cameras along x, and a wall 60 mm behind it.
+RangeData frame_of_step(double shift)
+{
+    auto const scene = [shift](double x, double)
+    { return shift + 1000.0 * x > 0.0 ? 1000.0 : 1060.0; };
+    return depth_frame(scene, 0.0, 1, shift);
+}
+
+std::ptrdiff_t steps_closed(std::vector<detail::DepthGrid> const& grids, double longest)
+{
+    auto const cells = detail::find_step_cells(grids, 0, longest, 5.0);
+    return std::count(cells.begin(), cells.end(), 1);
+}
+
 } // namespace
 
 TEST(PinholeGrid, IsThatOfTheCamera)
@@ -138,6 +189,14 @@ TEST(DepthNoiseMeasure, GrowsWithTheSquareOfTheDepth)
     DepthNoise const noise = DepthFrames::measure_noise(pointers(frames));
     EXPECT_NEAR(noise.at(700.0), NOISE_SQUARE * 700.0 * 700.0, 0.3);
     EXPECT_NEAR(noise.at(2500.0), NOISE_SQUARE * 2500.0 * 2500.0, 2.0);
+}
+
+TEST(DepthNoiseMeasure, GrowsWithTheSlant)
+{
+    EXPECT_NEAR(measured_slant(0.5), 0.5, 0.15);
+    EXPECT_NEAR(measured_slant(0.0), 0.0, 0.05);
+    // tan^2 of 60 degrees is 3.
+    EXPECT_NEAR((DepthNoise{1.0, 1e-6, 0.5}).at(1000.0, 0.5), 2.0 * 2.5, 1e-9);
 }
 
 TEST(DepthNoiseMeasure, OfNothingIsZero)
@@ -213,6 +272,43 @@ TEST(DepthFrames, DropWhatFliesBetweenAThingAndWhatIsBehind)
         EXPECT_GT(std::abs(result[0].vCoord[i].z() - 1400.0F), 100.0F);
     }
     EXPECT_GT(result[0].get_vn(), 0U);
+}
+
+TEST(DepthFrames, KeepABlockWhoseMiddleIsMissing)
+{
+    RangeData frame = depth_frame(depth_wall(1000.0), NOISE_SQUARE);
+    frame.enable_vFlag();
+    for (std::size_t i = 0; i < frame.get_vn(); ++i)
+    {
+        frame.set_vDeleted(i, frame.vUV[i].row % 3 == 1 && frame.vUV[i].col % 3 == 1);
+    }
+    frame.squeeze();
+    auto const camera = detail::fit_pinhole(frame);
+    ASSERT_TRUE(camera.has_value());
+    DepthNoise const noise{0.0, NOISE_SQUARE, 0.0};
+    auto const smooth = detail::smooth_depth(frame, *camera, noise, 3);
+    auto const blocks = static_cast<std::size_t>(IMAGE_ROWS / 3) * (IMAGE_COLUMNS / 3);
+    EXPECT_EQ(smooth.get_vn(), blocks);
+}
+
+TEST(StepCells, CloseASmallStepAllAlong)
+{
+    std::vector<detail::DepthGrid> const grids = {grid_of(frame_of_step(0.0))};
+    // A cell for each two rows; the step is 60 mm long.
+    EXPECT_EQ(steps_closed(grids, 80.0), IMAGE_ROWS - 1);
+    EXPECT_EQ(steps_closed(grids, 50.0), 0);
+}
+
+TEST(StepCells, LeaveOpenWhatAnotherFrameLookedThrough)
+{
+    // From 200 mm beside the rim, the wall is seen up to 12 mm behind it.
+    std::vector<detail::DepthGrid> const grids = {grid_of(frame_of_step(0.0)),
+                                                  grid_of(frame_of_step(-200.0))};
+    EXPECT_EQ(steps_closed(grids, 80.0), 0);
+    // From the other side it is hidden.
+    std::vector<detail::DepthGrid> const hidden = {grid_of(frame_of_step(0.0)),
+                                                   grid_of(frame_of_step(200.0))};
+    EXPECT_EQ(steps_closed(hidden, 80.0), IMAGE_ROWS - 1);
 }
 
 TEST(DepthFrames, HaveNoCellAcrossAJump)

@@ -121,7 +121,7 @@ TEST(FramesCommand, HasTheDocumentedKeys)
     FramesRun const run(scans.conf());
     ASSERT_EQ(run.outcome.status, 0) << run.outcome.err;
     auto const json = run.outcome.json();
-    EXPECT_THAT(keys_of(json), ElementsAre("frames", "noise", "noise_depth"));
+    EXPECT_THAT(keys_of(json), ElementsAre("frames", "noise", "noise_aslant", "noise_depth"));
     ASSERT_EQ(json["frames"].size(), 1U);
     EXPECT_THAT(keys_of(json["frames"][0]),
                 testing::UnorderedElementsAre("file", "vertices", "rows", "columns"));

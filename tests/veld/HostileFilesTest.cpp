@@ -108,6 +108,8 @@ Source mesh_source(std::string const& name, std::string const& extension,
 std::vector<Arguments> frame_calls()
 {
     return {{"frames", "IN", "-o", "OUT"},
+            {"frames", "IN", "--check"},
+            {"align", "IN", "-o", "OUT"},
             {"merge", "IN", "-o", "OUT.ply"},
             {"merge", "IN", "-o", "OUT.ply", "--method", "outlier"},
             {"normals", "IN", "-o", "OUT.ply"}};
@@ -603,6 +605,14 @@ void run_all(std::size_t n, Task const& task)
     }
 }
 
+/// Frames that lie side by side overlap nowhere, which is what is told of them.
+template <typename Run>
+bool has_nothing_to_align(Arguments const& call, Run const& run)
+{
+    return call.front() == "align" && run.status == 1 &&
+           run.err.find("no two frames overlap within") != std::string::npos;
+}
+
 class HostileFiles : public testing::TestWithParam<Source>
 {
 };
@@ -616,6 +626,10 @@ TEST_P(HostileFiles, GoodOnesAreRead)
                 TempDir const dir;
                 write_files(dir, source.files);
                 auto const run = run_measured(arguments_of(source.calls[i], source.in, dir));
+                if (has_nothing_to_align(source.calls[i], run))
+                {
+                    return "";
+                }
                 return run.status == 0 ? "" : source.calls[i].front() + ": " + run.err;
             });
 }
@@ -718,7 +732,8 @@ TEST(HostileFrames, LargestGridTakesLittleMemory)
                         call.insert(call.end(), {"--min-component", "0"});
                     }
                     auto const run = run_measured(arguments_of(call, source.in, dir));
-                    EXPECT_EQ(run.status, 0) << source.name << " " << run.err;
+                    EXPECT_TRUE(run.status == 0 || has_nothing_to_align(call, run))
+                        << source.name << " " << run.err;
                     EXPECT_LT(run.peak_mb, MOST_MEGABYTES) << source.name << " " << call.front();
                     return "";
                 });

@@ -66,10 +66,11 @@ TEST(MergeCommand, HasTheDocumentedKeys)
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.err, "");
     auto const json = run.json();
-    EXPECT_THAT(keys_of(json), testing::UnorderedElementsAre(
-                                   "frames", "vertices", "faces", "holes", "seconds", "noise",
-                                   "noise_depth", "prepared", "spacing", "stitch_radius",
-                                   "long_edge", "overlap_removed", "outliers_removed", "method"));
+    EXPECT_THAT(keys_of(json),
+                testing::UnorderedElementsAre("frames", "vertices", "faces", "holes", "seconds",
+                                              "noise", "noise_aslant", "noise_depth", "prepared",
+                                              "spacing", "stitch_radius", "long_edge",
+                                              "overlap_removed", "outliers_removed", "method"));
     EXPECT_EQ(json["frames"], 2);
     EXPECT_EQ(json["vertices"], 2 * 21 * 21 - LOST_CORNERS);
     EXPECT_EQ(json["overlap_removed"], 0);

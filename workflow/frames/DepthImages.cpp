@@ -3,6 +3,7 @@
 #include "workflow/files/InputFile.h"
 #include "workflow/files/JsonFields.h"
 #include "workflow/frames/FrameLoaders.h"
+#include "workflow/frames/SourceCopy.h"
 #include "workflow/words.h"
 
 #include "algorithmVeld/common/CameraInParam.h"
@@ -13,6 +14,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <utility>
 
 /// \file
 /// Depth images: `cameras.json` with a list of views, each with intrinsics, the pose from global to
@@ -113,6 +117,19 @@ private:
     JsonFields const& fields_;
 };
 
+/// The pose from global to camera coordinates under two keys, in millimetres.
+RigidMatrix parse_pose(JsonFields const& fields, char const* rotation, char const* translation,
+                       double unit)
+{
+    auto const rows = fields.rows(rotation, 3, 3);
+    auto const shift = fields.numbers(translation, 3);
+    RigidMatrix from_global;
+    from_global.set_rotation(
+        Eigen::Map<Eigen::Matrix<double, 3, 3, Eigen::RowMajor> const>(rows.data()));
+    from_global.set_translation(Vector3d(shift[0], shift[1], shift[2]) * unit);
+    return from_global;
+}
+
 View parse_view(Json const& json, double unit)
 {
     JsonFields const fields(json, "");
@@ -121,13 +138,10 @@ View parse_view(Json const& json, double unit)
     view.width = camera.side("width");
     view.height = camera.side("height");
     view.camera = camera.intrinsics();
-    auto const rows = fields.rows("R", 3, 3);
-    auto const shift = fields.numbers("t", 3);
-    RigidMatrix from_global;
-    from_global.set_rotation(
-        Eigen::Map<Eigen::Matrix<double, 3, 3, Eigen::RowMajor> const>(rows.data()));
-    from_global.set_translation(Vector3d(shift[0], shift[1], shift[2]) * unit);
-    view.pose = from_global.inverse();
+    bool const has_own_pose = fields.has("depth_R") || fields.has("depth_t");
+    view.pose = (has_own_pose ? parse_pose(fields, "depth_R", "depth_t", unit)
+                              : parse_pose(fields, "R", "t", unit))
+                    .inverse();
     return view;
 }
 
@@ -175,6 +189,58 @@ RangeData frame_of(DepthImage const& image, View const& view)
     return frame;
 }
 
+bool has_text(Json const& view, char const* key)
+{
+    return view.is_object() && view.contains(key) && view[key].is_string();
+}
+
+bool has_depth(Json const& view)
+{
+    return has_text(view, "depth");
+}
+
+/// Reads the photograph of a view, if it has one, whose camera stands under the keys without
+/// `depth_`. A missing one is none.
+void load_photo(LoadedFrame& frame, Json const& json, double unit, double focal_length)
+{
+    JsonFields const fields(json, "");
+    std::error_code error;
+    if (!json.contains("image") || !json["image"].is_string())
+    {
+        return;
+    }
+    auto const file = path_beside(frame.file, json["image"].get<std::string>());
+    if (!std::filesystem::is_regular_file(file, error))
+    {
+        return;
+    }
+    FramePhoto::Pixels image;
+    if (read_rgb_image(file.string(), image) != 0)
+    {
+        frame.remarks.push_back(shown(file) + " cannot be read: no colours");
+        return;
+    }
+    try
+    {
+        if (image.width() != fields.number("width") || image.height() != fields.number("height"))
+        {
+            frame.remarks.push_back(fmt::format("{} has {} x {} pixels, and not those of its view: "
+                                                "no colours",
+                                                shown(file), image.width(), image.height()));
+            return;
+        }
+        CameraInParam const camera(fields.number("fx"), fields.number("fy"), fields.number("cx"),
+                                   fields.number("cy"));
+        frame.photo = std::make_shared<FramePhoto>(std::move(image), camera,
+                                                   parse_pose(fields, "R", "t", unit));
+        frame.photo->list_depths(frame.data, focal_length);
+    }
+    catch (InputError const& problem)
+    {
+        frame.remarks.push_back(std::string("no colours: ") + problem.what());
+    }
+}
+
 void load_view(LoadedFrame& frame, Json const& json, double unit)
 {
     View view;
@@ -202,6 +268,7 @@ void load_view(LoadedFrame& frame, Json const& json, double unit)
         return;
     }
     frame.data = frame_of(image, view);
+    load_photo(frame, json, unit, view.camera.get_fx());
 }
 
 } // namespace
@@ -221,10 +288,11 @@ LoadedSource load_depth_images(std::filesystem::path const& path, Json const& ca
     for (auto const& view : *views)
     {
         // The others are photographs.
-        if (view.is_object() && view.contains("depth") && view["depth"].is_string())
+        if (has_depth(view))
         {
             with_depth.push_back(&view);
             source.frames.emplace_back();
+            source.frames.back().number = static_cast<int>(source.frames.size()) - 1;
             source.files.push_back(path_beside(path, view["depth"].get<std::string>()));
             source.frames.back().file = source.files.back();
             source.frames.back().name = shown(source.files.back());
@@ -238,6 +306,61 @@ LoadedSource load_depth_images(std::filesystem::path const& path, Json const& ca
     for_each_index(source.frames.size(),
                    [&](std::size_t i) { load_view(source.frames[i], *with_depth[i], unit); });
     return source;
+}
+
+namespace
+{
+
+/// Puts the pose of a camera into its view.
+void set_pose(RigidMatrix const& pose, double unit, Json& view)
+{
+    RigidMatrix const from_global = pose.inverse();
+    Json rows = Json::array();
+    for (int row = 0; row < 3; ++row)
+    {
+        auto const& turn = from_global.get_rotation();
+        rows.push_back({turn(row, 0), turn(row, 1), turn(row, 2)});
+    }
+    Vector3d const shift = from_global.get_translation() / unit;
+    view["R"] = std::move(rows);
+    view["t"] = {shift.x(), shift.y(), shift.z()};
+}
+
+/// Adds the image that a view names under a key, if it does, and names it as in the copy.
+void copy_image(std::filesystem::path const& path, char const* key, Json& view, SourceCopy& copy)
+{
+    if (has_text(view, key))
+    {
+        std::string const named = view[key].get<std::string>();
+        auto const name = name_in_copy(named);
+        add_twin(copy, name, path_beside(path, named));
+        view[key] = name.generic_string();
+    }
+}
+
+} // namespace
+
+SourceCopy copy_depth_images(std::filesystem::path const& path, Json cameras, NewPoses const& poses)
+{
+    SourceCopy copy;
+    copy.entry = path.filename();
+    double const unit = unit_of(cameras, shown(path));
+    int number = 0;
+    for (auto& view : cameras.at("views"))
+    {
+        if (has_depth(view))
+        {
+            auto const* const pose = find_new(poses, number++);
+            if (pose != nullptr)
+            {
+                set_pose(*pose, unit, view);
+            }
+        }
+        copy_image(path, "depth", view, copy);
+        copy_image(path, "image", view, copy);
+    }
+    copy.texts.push_back({copy.entry, cameras.dump(1) + '\n'});
+    return copy;
 }
 
 } // namespace veld

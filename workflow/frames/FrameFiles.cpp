@@ -80,6 +80,7 @@ LoadedSource load_rge_folder(fs::path const& folder)
                    {
                        LoadedFrame& frame = source.frames[i];
                        frame.name = shown(source.files[i]);
+                       frame.number = static_cast<int>(i);
                        frame.unusable = read_frame(source.files[i], frame.data);
                        if (frame.unusable.empty() && frame.data.get_vn() > 0 &&
                            !frame.data.has_vNormal)

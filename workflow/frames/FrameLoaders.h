@@ -2,9 +2,11 @@
 
 #include "workflow/files/Json.h"
 #include "workflow/frames/FrameGrid.h"
+#include "workflow/frames/FramePhoto.h"
 
 #include <cstddef>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -22,8 +24,10 @@ struct LoadedFrame
     std::filesystem::path file; ///< that holds it, if one does
     RangeData data;
     Sensor sensor = Sensor::UNKNOWN;
-    std::string unusable;             ///< why it cannot be used; empty if it can
-    std::vector<std::string> remarks; ///< what was wrong, and what was done about it
+    int number = 0;                    ///< as the source counts
+    std::shared_ptr<FramePhoto> photo; ///< beside it, if there is one
+    std::string unusable;              ///< why it cannot be used; empty if it can
+    std::vector<std::string> remarks;  ///< what was wrong, and what was done about it
 };
 
 struct LoadedSource

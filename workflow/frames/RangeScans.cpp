@@ -3,6 +3,7 @@
 #include "workflow/files/InputFile.h"
 #include "workflow/files/Numbers.h"
 #include "workflow/frames/FrameLoaders.h"
+#include "workflow/frames/SourceCopy.h"
 #include "workflow/words.h"
 
 #include "algorithmVeld/common/range_scan_io.h"
@@ -149,11 +150,12 @@ void load_scan(LoadedFrame& frame)
     frame.data.set_rigidMatrix(pose);
 }
 
-/// The frames of a list, with their poses and without their points.
-LoadedSource read_list(std::filesystem::path const& conf)
+/// Reads a list line by line: `take_row(row)` for each scan, `take_other(line)` for lines that are
+/// none.
+template <typename TakeRow, typename TakeOther>
+void read_lines(std::filesystem::path const& conf, TakeRow const& take_row,
+                TakeOther const& take_other)
 {
-    LoadedSource source;
-    source.files.push_back(conf);
     auto stream = open_input(conf);
     std::string line;
     for (int number = 1; std::getline(stream, line); ++number)
@@ -162,6 +164,7 @@ LoadedSource read_list(std::filesystem::path const& conf)
         // Where the camera of a picture stands, and meshes made of the scans, are no frames.
         if (words.empty() || words[0] == "camera" || words[0] == "mesh" || words[0][0] == '#')
         {
+            take_other(line);
             continue;
         }
         ScanRow row;
@@ -169,25 +172,52 @@ LoadedSource read_list(std::filesystem::path const& conf)
         {
             throw InputError(fmt::format("{}: line {} is not understood", shown(conf), number));
         }
-        LoadedFrame frame;
-        source.files.push_back(path_beside(conf, row.file));
-        frame.file = source.files.back();
-        frame.name = shown(frame.file);
-        frame.sensor = Sensor::PLUS_Z;
-        RigidMatrix pose;
-        frame.unusable = parse_pose(row.pose, pose);
-        frame.data.set_rigidMatrix(pose);
-        source.frames.push_back(std::move(frame));
+        take_row(row);
     }
     if (stream.bad())
     {
         throw InputError(shown(conf) + ": cannot be read");
     }
+}
+
+/// The frames of a list, with their poses and without their points.
+LoadedSource read_list(std::filesystem::path const& conf)
+{
+    LoadedSource source;
+    source.files.push_back(conf);
+    auto const take_row = [&](ScanRow const& row)
+    {
+        LoadedFrame frame;
+        source.files.push_back(path_beside(conf, row.file));
+        frame.file = source.files.back();
+        frame.name = shown(frame.file);
+        frame.sensor = Sensor::PLUS_Z;
+        frame.number = static_cast<int>(source.frames.size());
+        RigidMatrix pose;
+        frame.unusable = parse_pose(row.pose, pose);
+        frame.data.set_rigidMatrix(pose);
+        source.frames.push_back(std::move(frame));
+    };
+    read_lines(conf, take_row, [](std::string const&) {});
     if (source.frames.empty())
     {
         throw InputError(shown(conf) + ": names no range scan: 'bmesh FILE tx ty tz qx qy qz qw'");
     }
     return source;
+}
+
+/// A pose as a row has it.
+std::string pose_text(RigidMatrix const& pose)
+{
+    Eigen::Quaterniond const turn(Eigen::Matrix3d(pose.get_rotation().transpose()));
+    Vector3d const& shift = pose.get_translation();
+    return fmt::format("{} {} {} {} {} {} {}", shift.x(), shift.y(), shift.z(), turn.x(), turn.y(),
+                       turn.z(), turn.w());
+}
+
+std::string in_quotes(std::string const& name)
+{
+    return name.find_first_of(BLANKS) == std::string::npos ? name : '"' + name + '"';
 }
 
 } // namespace
@@ -202,6 +232,26 @@ LoadedSource load_range_scans(std::filesystem::path const& conf)
 std::vector<std::filesystem::path> range_scan_files(std::filesystem::path const& conf)
 {
     return read_list(conf).files;
+}
+
+SourceCopy copy_range_scans(std::filesystem::path const& conf, NewPoses const& poses)
+{
+    SourceCopy copy;
+    copy.entry = conf.filename();
+    std::string text;
+    int number = 0;
+    auto const take_row = [&](ScanRow const& row)
+    {
+        auto const name = name_in_copy(row.file);
+        add_twin(copy, name, path_beside(conf, row.file));
+        auto const* const pose = find_new(poses, number++);
+        text += fmt::format("bmesh {} {}\n", in_quotes(name.generic_string()),
+                            pose != nullptr ? pose_text(*pose)
+                                            : fmt::format("{}", fmt::join(row.pose, " ")));
+    };
+    read_lines(conf, take_row, [&](std::string const& line) { text += line + '\n'; });
+    copy.texts.push_back({copy.entry, text});
+    return copy;
 }
 
 } // namespace veld

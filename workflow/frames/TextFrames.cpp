@@ -2,6 +2,7 @@
 #include "workflow/files/InputFile.h"
 #include "workflow/files/JsonFields.h"
 #include "workflow/frames/FrameLoaders.h"
+#include "workflow/frames/SourceCopy.h"
 #include "workflow/words.h"
 
 #include "algorithmVeld/common/files/limits.h"
@@ -223,6 +224,7 @@ LoadedFrame take_frame(TextScan const& scan, PointCloud2RangeData& reader, int i
     LoadedFrame frame;
     frame.name = fmt::format("{}: frame {}", scan.description, number);
     frame.sensor = scan.sensor;
+    frame.number = number;
     frame.unusable = trouble_of(scan, input, number);
     frame.data = std::move(reader.get_rangeData(index));
     auto const pixels =
@@ -241,6 +243,7 @@ LoadedFrame missing_frame(TextScan const& scan, int number)
 {
     LoadedFrame frame;
     frame.name = fmt::format("{}: frame {}", scan.description, number);
+    frame.number = number;
     frame.unusable = "there is no pose for it in " + pose_file(scan, number);
     return frame;
 }
@@ -280,6 +283,125 @@ LoadedSource load_text_frames(std::filesystem::path const& path, Json const& des
     std::sort(source.files.begin(), source.files.end());
     source.files.erase(std::unique(source.files.begin(), source.files.end()), source.files.end());
     return source;
+}
+
+namespace
+{
+
+using OrvaneAlgorithm::RigidMatrix;
+
+/// Three rows of a pose, each with the translation behind the rotation.
+std::string rows_text(RigidMatrix const& pose)
+{
+    std::string text;
+    for (int row = 0; row < 3; ++row)
+    {
+        auto const& turn = pose.get_rotation();
+        text += fmt::format("{} {} {} {}\n", turn(row, 0), turn(row, 1), turn(row, 2),
+                            pose.get_translation()[row]);
+    }
+    return text;
+}
+
+/// The rotation by rows, then the translation.
+std::string twelve_text(RigidMatrix const& pose)
+{
+    std::string text;
+    for (int row = 0; row < 3; ++row)
+    {
+        auto const& turn = pose.get_rotation();
+        text += fmt::format("{} {} {}\n", turn(row, 0), turn(row, 1), turn(row, 2));
+    }
+    auto const& shift = pose.get_translation();
+    return text + fmt::format("{} {} {}\n", shift.x(), shift.y(), shift.z());
+}
+
+std::string pose_text_of(TextScan const& scan, int number, RigidMatrix const& pose)
+{
+    switch (scan.form)
+    {
+    case PoseForm::TWELVE:
+        return twelve_text(pose);
+    case PoseForm::COMMON:
+        return fmt::format("frame {}\n", number) + rows_text(pose);
+    case PoseForm::SIXTEEN:
+        break;
+    }
+    return (scan.has_header ? fmt::format("frame 1\nframe {}\n", number) : std::string()) +
+           rows_text(pose) + "0 0 0 1\n";
+}
+
+/// The numbers of the frames that have a pose of their own, and of all that are expected.
+std::set<int> numbers_of(TextScan const& scan, NewPoses const& poses)
+{
+    std::set<int> numbers;
+    for (auto const& [number, pose] : poses)
+    {
+        numbers.insert(number);
+    }
+    for (int number = scan.first; scan.has_range && number <= scan.last; ++number)
+    {
+        numbers.insert(number);
+    }
+    return numbers;
+}
+
+/// Names files as they are called in the copy, where all stand beside the description.
+NameParts parts_in_copy(NameParts parts)
+{
+    bool const names_folder = !parts.prefix.empty() && parts.prefix.back() == '/';
+    parts.prefix = names_folder ? std::string() : name_in_copy(parts.prefix).generic_string();
+    parts.prefix = parts.prefix == "." ? std::string() : parts.prefix;
+    return parts;
+}
+
+} // namespace
+
+SourceCopy copy_text_frames(std::filesystem::path const& path, Json const& description,
+                            NewPoses const& poses)
+{
+    TextScan const scan = parse_scan(path, description);
+    TextScan there = scan;
+    there.directory = ".";
+    there.points = parts_in_copy(scan.points);
+    there.poses = parts_in_copy(scan.poses);
+    SourceCopy copy;
+    copy.entry = path.filename();
+    std::string common;
+    for (int const number : numbers_of(scan, poses))
+    {
+        auto const place = [](std::string const& name)
+        { return std::filesystem::path(name).lexically_normal(); };
+        add_twin(copy, place(file_name(there, there.points, number)),
+                 file_name(scan, scan.points, number));
+        auto const* const pose = find_new(poses, number);
+        if (scan.form == PoseForm::COMMON)
+        {
+            // One file for all: also what stays is written anew.
+            auto const any = poses.find(number);
+            common += any != poses.end() ? pose_text_of(scan, number, any->second.pose) : "";
+        }
+        else if (pose != nullptr)
+        {
+            copy.texts.push_back(
+                {place(pose_file(there, number)), pose_text_of(scan, number, *pose)});
+        }
+        else
+        {
+            add_twin(copy, place(pose_file(there, number)), pose_file(scan, number));
+        }
+    }
+    if (scan.form == PoseForm::COMMON)
+    {
+        copy.texts.push_back(
+            {std::filesystem::path(common_pose_file(there)).lexically_normal(), common});
+    }
+    Json json = description;
+    json.erase("directory");
+    json["points"]["prefix"] = there.points.prefix;
+    json["poses"]["prefix"] = there.poses.prefix;
+    copy.texts.push_back({copy.entry, json.dump(1) + '\n'});
+    return copy;
 }
 
 } // namespace veld

@@ -37,7 +37,7 @@ double median_depth(std::vector<RangeData const*> const& frames)
 
 FrameNoise noise_of(std::vector<RangeData const*> const& frames, double at_a_metre)
 {
-    return {at_a_metre > 0.0 ? OrvaneAlgorithm::DepthNoise{0.0, at_a_metre / (METRE * METRE)}
+    return {at_a_metre > 0.0 ? OrvaneAlgorithm::DepthNoise{0.0, at_a_metre / (METRE * METRE), 0.0}
                              : OrvaneAlgorithm::DepthFrames::measure_noise(frames),
             median_depth(frames)};
 }

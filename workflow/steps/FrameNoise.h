@@ -19,6 +19,8 @@ struct FrameNoise
 
     /// The noise at that depth, in millimetres.
     double in_the_middle() const { return noise.at(depth); }
+    /// How many times of that it is where a surface is seen at 60 degrees.
+    double times_aslant() const { return 1.0 + 3.0 * noise.slant; }
 };
 
 /// Measures the noise of frames: how far depths are from planes through their neighbours.

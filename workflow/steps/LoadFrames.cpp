@@ -3,11 +3,9 @@
 #include "workflow/Error.h"
 #include "workflow/ForEachIndex.h"
 #include "workflow/StepScope.h"
-#include "workflow/files/InputFile.h"
-#include "workflow/files/OutputFile.h"
-#include "workflow/frames/FrameFiles.h"
 #include "workflow/frames/FrameGrid.h"
 #include "workflow/frames/FrameLoaders.h"
+#include "workflow/frames/FrameSource.h"
 #include "workflow/words.h"
 
 #include "algorithmVeld/common/arrays/Median.h"
@@ -27,75 +25,21 @@ namespace
 /// No scanner of objects has neighbours this near; in metres nearly all have.
 constexpr double NEAREST_BELIEVABLE_NEIGHBOURS = 0.01;
 
-LoadedSource load_described(fs::path const& path)
+LoadedSource load_source(fs::path const& path)
 {
-    Json const json = read_json(path);
-    return json.is_object() && json.contains("views") ? load_depth_images(path, json)
-                                                      : load_text_frames(path, json);
-}
-
-/// The lists of range scans in a folder.
-std::vector<fs::path> scan_lists_in(fs::path const& folder)
-{
-    std::vector<fs::path> lists;
-    std::error_code error;
-    for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
-         entry.increment(error))
+    FrameSource const source = find_frame_source(path);
+    switch (source.kind)
     {
-        std::error_code ignored;
-        if (lower_extension(entry->path()) == ".conf" && entry->is_regular_file(ignored))
-        {
-            lists.push_back(entry->path());
-        }
+    case FrameSourceKind::DEPTH_IMAGES:
+        return load_depth_images(source.path, source.description);
+    case FrameSourceKind::TEXT_FRAMES:
+        return load_text_frames(source.path, source.description);
+    case FrameSourceKind::RANGE_SCANS:
+        return load_range_scans(source.path);
+    case FrameSourceKind::RGE_FOLDER:
+        break;
     }
-    return lists;
-}
-
-LoadedSource load_folder(fs::path const& folder)
-{
-    std::error_code error;
-    fs::path const cameras = folder / "cameras.json";
-    if (!frame_files_in(folder).empty())
-    {
-        return load_rge_folder(folder);
-    }
-    if (fs::exists(cameras, error))
-    {
-        return load_described(cameras);
-    }
-    auto const lists = scan_lists_in(folder);
-    if (lists.size() == 1)
-    {
-        return load_range_scans(lists.front());
-    }
-    if (lists.size() > 1)
-    {
-        throw InputError(
-            fmt::format("{}: holds {} .conf files: name one of them", shown(folder), lists.size()));
-    }
-    throw InputError(shown(folder) + ": holds no .rge files and no cameras.json, nor a .conf");
-}
-
-LoadedSource load_source(fs::path const& source)
-{
-    std::error_code error;
-    if (fs::is_directory(source, error))
-    {
-        return load_folder(source);
-    }
-    std::string const extension = lower_extension(source);
-    if (extension == ".json")
-    {
-        return load_described(source);
-    }
-    if (extension == ".conf")
-    {
-        return load_range_scans(source);
-    }
-    open_input(source); // to tell a missing file from one of another kind
-    throw InputError(shown(source) +
-                     ": is no source of frames: a folder of .rge files or of depth images "
-                     "with cameras.json, a .json or a .conf");
+    return load_rge_folder(source.path);
 }
 
 /// Brings channels, cells and flags in order, and takes points out that are no numbers.
@@ -142,6 +86,10 @@ void finish_frame(LoadedFrame& frame, double scale)
         return;
     }
     scale_frame(frame.data, scale);
+    if (frame.photo)
+    {
+        frame.photo->set_scale(scale);
+    }
     repair(frame);
     if (frame.data.get_vn() == 0)
     {
@@ -186,7 +134,8 @@ FrameSet keep_usable(std::string const& name, LoadedSource loaded, double scale,
         {
             scope.warn(WarningCode::FRAME_MENDED, frame.name, remark);
         }
-        set.frames.push_back({frame.name, std::move(frame.data), frame.sensor});
+        set.frames.push_back(
+            {frame.name, std::move(frame.data), frame.sensor, frame.number, frame.photo});
     }
     if (set.frames.empty())
     {
@@ -218,6 +167,7 @@ FrameSet prepare_frames(std::string const& name, std::vector<NamedFrame> frames,
         loaded.frames.back().name = std::move(frame.name);
         loaded.frames.back().data = std::move(frame.data);
         loaded.frames.back().sensor = frame.sensor;
+        loaded.frames.back().number = frame.number;
     }
     return keep_usable(name, std::move(loaded), settings.scale, scope);
 }

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,8 @@ namespace veld
 {
 
 using OrvaneAlgorithm::RangeData;
+
+class FramePhoto;
 
 /// How frames are brought into the form that the other steps work on.
 struct LoadFramesSettings
@@ -28,6 +31,10 @@ struct NamedFrame
     std::string name;                ///< The file's, or as its list names it.
     RangeData data;                  ///< Points on their grid, with normals and a pose.
     Sensor sensor = Sensor::UNKNOWN; ///< Where it was seen from, if that is known.
+    int number = 0; ///< What its source calls it: of text frames the number in the files' names, of
+                    ///< others the place in the list, from 0 on, with those that were left out.
+    /// The photograph beside it, if there is one; it gives a merged mesh its colours.
+    std::shared_ptr<FramePhoto const> photo = nullptr;
 };
 
 /// The frames of a scan, in its order. Each has vertices, all of them finite, a pose that is a

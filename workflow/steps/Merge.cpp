@@ -2,6 +2,10 @@
 
 #include "workflow/Error.h"
 #include "workflow/StepScope.h"
+#include "workflow/Stopwatch.h"
+#include "workflow/frames/PhotoColours.h"
+#include "workflow/repairing/RepairRun.h"
+#include "workflow/steps/FrameJudge.h"
 #include "workflow/steps/Inspect.h"
 #include "workflow/steps/MergeJudge.h"
 #include "workflow/words.h"
@@ -9,8 +13,8 @@
 #include "algorithmVeld/cleanup/VertexEditor.h"
 #include "algorithmVeld/common/ParamHolder.h"
 #include "algorithmVeld/common/RetVal.h"
-#include "algorithmVeld/common/arrays/Median.h"
 #include "algorithmVeld/reconstruction/DepthFrames.h"
+#include "algorithmVeld/reconstruction/FrameAlignment.h"
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
 #include "algorithmVeld/reconstruction/GeoPatentRecon.h"
 #include "algorithmVeld/reconstruction/MeshMerge.h"
@@ -18,7 +22,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <chrono>
+#include <array>
 #include <cmath>
 #include <functional>
 #include <utility>
@@ -27,6 +31,7 @@ namespace veld
 {
 
 using OrvaneAlgorithm::DepthFrames;
+using OrvaneAlgorithm::FrameAlignment;
 using OrvaneAlgorithm::FrameOverlap;
 using OrvaneAlgorithm::GeoPatentRecon;
 using OrvaneAlgorithm::MeshMerge;
@@ -38,11 +43,18 @@ namespace
 constexpr double STITCH_RADIUS_SPACINGS = 1.0;
 constexpr double LONG_EDGE_SPACINGS = 5.0;
 constexpr double LAYER_SPACINGS = 2.0;
-/// The same of cells and of border edges where frames were smoothed: what is stretched over a jump
-/// of depth was told by its planes.
+/// The same of cells and of border edges where frames were smoothed, or the longest closed step and
+/// a bit: what is stretched over a jump of depth was told before.
 constexpr double LONG_EDGE_SPACINGS_OF_SMOOTH = 8.0;
-/// A frame is off that is so many times as far from the others as most are.
-constexpr double FRAME_OFF = 3.0;
+/// Frames are compared within so many spacings, by part of their points.
+constexpr double COMPARED_SPACINGS = 8.0;
+constexpr std::size_t COMPARED_POINTS = 20000;
+constexpr std::size_t COMPARED_SAMPLES = 400;
+/// Half of the layers that are farther off each other than this are no layers of one place.
+constexpr double BEARABLE_SPACINGS = 1.0;
+constexpr double LONG_EDGE_STEPS = 1.5;
+/// Radii in spacings within which pieces are joined across creases.
+constexpr std::array<double, 2> JOIN_SPACINGS = {{2.0, 4.0}};
 /// Noise that is more than this part of the spacing hides what lies between neighbours.
 constexpr double NOISY = 0.5;
 /// A spacing that is so many times the measured one, or so small a part of it, is a slip.
@@ -71,9 +83,8 @@ std::vector<RangeData const*> pointers(std::vector<Frame> const& frames)
 }
 
 /// The given settings, and what the frames tell where they say nothing.
-/// \param long_edge in spacings
 MergeSettings complete(MergeSettings settings, std::vector<RangeData const*> const& frames,
-                       double long_edge, std::string const& source)
+                       bool is_smooth, std::string const& source)
 {
     if (settings.spacing == 0.0)
     {
@@ -97,7 +108,9 @@ MergeSettings complete(MergeSettings settings, std::vector<RangeData const*> con
     }
     if (settings.long_edge == 0.0)
     {
-        settings.long_edge = long_edge * settings.spacing;
+        settings.long_edge = is_smooth ? std::max(LONG_EDGE_SPACINGS_OF_SMOOTH * settings.spacing,
+                                                  LONG_EDGE_STEPS * settings.closed_step)
+                                       : LONG_EDGE_SPACINGS * settings.spacing;
     }
     return settings;
 }
@@ -187,6 +200,22 @@ OrvaneAlgorithm::RetVal merge_without_outliers(std::vector<RangeData const*> con
     return merged;
 }
 
+/// Frames of rooms end at edges of things, where the stitch, which is made for smooth surfaces,
+/// joins nothing. Vertices stay what they are.
+void join_pieces(MergeResult& result)
+{
+    RepairSettings settings;
+    settings.method = RepairMethod::PROJECT;
+    settings.spacing = result.settings.spacing;
+    settings.normal_angle = result.settings.join_angle;
+    settings.ear_perimeter = 0.0;
+    for (double const spacings : JOIN_SPACINGS)
+    {
+        settings.radii.push_back(spacings * settings.spacing);
+    }
+    result.mesh = std::move(run_repair(result.mesh, settings).mesh);
+}
+
 void stitch(std::vector<RangeData const*> const& frames, MergeResult& result)
 {
     MergeSettings const& settings = result.settings;
@@ -197,6 +226,10 @@ void stitch(std::vector<RangeData const*> const& frames, MergeResult& result)
         throw OperationError("the frames could not be merged");
     }
     remove_pinches(result);
+    if (result.prepared && settings.join_angle > 0.0 && result.mesh.n_faces() > 0)
+    {
+        join_pieces(result);
+    }
     if (result.mesh.n_faces() == 0)
     {
         throw OperationError(
@@ -246,33 +279,52 @@ bool is_prepared(std::vector<RangeData const*> const& frames, MergeSettings cons
            result.noise.in_the_middle() > NOISY * spacing && are_of_cameras(frames);
 }
 
-/// Names the frames that lie where no other one has the surface.
-void warn_of_frames(std::vector<DepthFrames::FrameCounts> const& counts, double noise,
-                    FrameSet const& frames, StepScope& scope)
+std::vector<FrameDistance> distances_of(std::vector<DepthFrames::FrameCounts> const& counts,
+                                        FrameSet const& frames)
 {
-    std::vector<double> all;
-    all.reserve(counts.size());
-    for (auto const& count : counts)
+    std::vector<FrameDistance> distances;
+    for (std::size_t f = 0; f < counts.size(); ++f)
     {
-        all.push_back(std::max(0.0, count.disagreement));
+        distances.push_back({frames.frames[f].name, counts[f].disagreement});
     }
-    double const middle = OrvaneAlgorithm::detail::median(all);
-    for (std::size_t f = 0; f < counts.size() && counts.size() > 1; ++f)
+    return distances;
+}
+
+/// Names frames that lie where no other one has the surface, and says so where most are farther off
+/// each other than layers that become one.
+void warn_of_poses(FrameSet const& frames, double spacing, FrameNoise const& noise,
+                   StepScope& scope)
+{
+    if (frames.frames.size() < 2)
     {
-        std::string const& name = frames.frames[f].name;
-        double const off = counts[f].disagreement;
-        if (off < 0.0)
-        {
-            scope.warn(WarningCode::FRAME_OFF, name,
-                       "no other frame saw what it did: its pose, or the unit of it, may be wrong");
-        }
-        else if (off > FRAME_OFF * std::max(middle, noise))
-        {
-            scope.warn(WarningCode::FRAME_OFF, name,
-                       fmt::format("lies {:.3g} mm off the other frames, most of them {:.3g} mm: "
-                                   "its pose may be wrong",
-                                   off, middle));
-        }
+        return;
+    }
+    FrameAlignment alignment;
+    alignment.set_noise(noise.noise);
+    alignment.set_reach(COMPARED_SPACINGS * spacing);
+    alignment.set_most_points(COMPARED_POINTS);
+    alignment.set_most_samples(COMPARED_SAMPLES);
+    FrameAlignment::Agreement agreement;
+    alignment.measure(pointers(frames.frames), agreement);
+    std::vector<std::string> names;
+    for (auto const& frame : frames.frames)
+    {
+        names.push_back(frame.name);
+    }
+    if (agreement.pairs.empty())
+    {
+        return; // They may lie side by side.
+    }
+    double const bearable = BEARABLE_SPACINGS * spacing;
+    warn_of_frames_off(frame_distances(agreement, names),
+                       std::max(noise.in_the_middle(), 0.5 * spacing), scope);
+    if (agreement.distance > bearable)
+    {
+        scope.warn(WarningCode::POSES_OFF, frames.source,
+                   fmt::format("frames are {:.3g} mm off each other where they overlap, and layers "
+                               "more than {:.3g} mm apart do not become one: veld align may bring "
+                               "them together",
+                               agreement.distance, LAYER_SPACINGS * spacing));
     }
 }
 
@@ -285,19 +337,22 @@ std::vector<RangeData> without_noise(FrameSet const& frames,
     DepthFrames depth;
     depth.set_noise(result.noise.noise);
     depth.set_point_spacing(result.settings.spacing);
+    depth.set_longest_step(result.settings.closed_step);
     std::vector<RangeData> prepared;
     if (depth.prepare(pointers(frames.frames), prepared, release) != OrvaneAlgorithm::RET_SUCCESS)
     {
         throw OperationError(frames.source + ": the frames could not be smoothed", "noise");
     }
     result.prepared = true;
+    result.settings.closed_step = depth.used_longest_step();
     result.tolerance = depth.used_tolerance();
     result.disagreement = depth.used_disagreement();
     for (auto const& counts : depth.frame_counts())
     {
         result.smooth += counts.smooth;
     }
-    warn_of_frames(depth.frame_counts(), result.noise.in_the_middle(), frames, scope);
+    warn_of_frames_off(distances_of(depth.frame_counts(), frames), result.noise.in_the_middle(),
+                       scope);
     return prepared;
 }
 
@@ -336,7 +391,9 @@ std::vector<RangeData> single_layer(std::vector<RangeData const*> const& frames,
     {
         overlap.set_layer_factor(
             std::max(LAYER_SPACINGS, result.tolerance / result.settings.spacing));
-        overlap.set_long_edge_factor(LONG_EDGE_SPACINGS_OF_SMOOTH);
+        overlap.set_long_edge_factor(
+            std::max(LONG_EDGE_SPACINGS_OF_SMOOTH,
+                     LONG_EDGE_STEPS * result.settings.closed_step / result.settings.spacing));
     }
     std::vector<RangeData> single;
     if (overlap.remove_overlap(frames, single) != OrvaneAlgorithm::RET_SUCCESS)
@@ -375,6 +432,17 @@ std::map<std::string, Preparation> const& preparations()
 namespace
 {
 
+/// The photographs beside the frames, null where there is none.
+std::vector<FramePhoto const*> photos_of(FrameSet const& frames)
+{
+    std::vector<FramePhoto const*> photos;
+    for (auto const& frame : frames.frames)
+    {
+        photos.push_back(frame.photo.get());
+    }
+    return photos;
+}
+
 /// \param release drops a frame; empty where the frames are the host's
 MergeResult merge_frames(FrameSet const& frames, std::function<void(std::size_t)> const& release,
                          MergeSettings const& settings, Context& context)
@@ -392,7 +460,7 @@ MergeResult merge_frames(FrameSet const& frames, std::function<void(std::size_t)
                         measured = measure(list, settings, result);
                         return is_prepared(list, settings, measured, result, frames.source);
                     });
-    auto const start = std::chrono::steady_clock::now();
+    Stopwatch const watch;
     std::vector<RangeData> prepared;
     if (is_noisy)
     {
@@ -400,18 +468,18 @@ MergeResult merge_frames(FrameSet const& frames, std::function<void(std::size_t)
                                [&] { return without_noise(frames, release, scope, result); });
         list = pointers(prepared);
     }
-    else if (settings.spacing > 0.0)
+    else
     {
-        warn_of_spacing(settings.spacing, measured, frames.source, scope);
+        if (settings.spacing > 0.0)
+        {
+            warn_of_spacing(settings.spacing, measured, frames.source, scope);
+        }
+        scope.stage("compare the frames", 0.08,
+                    [&] { warn_of_poses(frames, measured, result.noise, scope); });
     }
-    result.settings = scope.stage("measure the spacing", is_noisy ? 0.41 : 0.04,
-                                  [&]
-                                  {
-                                      return complete(settings, list,
-                                                      is_noisy ? LONG_EDGE_SPACINGS_OF_SMOOTH
-                                                               : LONG_EDGE_SPACINGS,
-                                                      frames.source);
-                                  });
+    result.settings =
+        scope.stage("measure the spacing", is_noisy ? 0.41 : 0.09,
+                    [&] { return complete(result.settings, list, is_noisy, frames.source); });
     std::vector<RangeData> single;
     if (settings.layers != Layers::ALL)
     {
@@ -420,10 +488,10 @@ MergeResult merge_frames(FrameSet const& frames, std::function<void(std::size_t)
     }
     scope.stage("stitch the frames", 0.98,
                 [&] { stitch(settings.layers == Layers::ALL ? list : pointers(single), result); });
+    colour_from_photos(photos_of(frames), result.vertex_frames, result.mesh);
     scope.stage("look at the mesh", 1.0,
                 [&] { warn_of_shreds(result, measured, frames.source, scope); });
-    result.seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    result.seconds = watch.seconds();
     return result;
 }
 

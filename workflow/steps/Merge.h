@@ -75,6 +75,11 @@ struct MergeSettings
     Preparation preparation = Preparation::AUTO;
     double noise = 0.0; ///< Standard deviation in millimetres of depths at 1 m, which grows with
                         ///< the square of the depth; 0: measured.
+    double closed_step = 0.0; ///< Steps of depth are closed where no frame looked through, by faces
+                              ///< with edges of up to so many millimetres; 0: a tenth of the depth
+                              ///< in the middle.
+    double join_angle = 120.0; ///< In the end pieces are joined across creases by faces of up to
+                               ///< this angle in degrees against their corners; 0: they are not.
 };
 
 /// What merging made.

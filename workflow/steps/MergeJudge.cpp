@@ -52,9 +52,11 @@ std::string reason_of(MergeFacts const& facts)
     }
     if (facts.disagreement > POSES_OFF * facts.noise)
     {
-        return fmt::format("frames are {:.3g} mm off each other where they overlap, and their "
-                           "noise is {:.3g} mm: the poses do not fit, or their unit",
-                           facts.disagreement, facts.noise);
+        return fmt::format(
+            "frames are {:.3g} mm off each other where they overlap, and their "
+            "noise is {:.3g} mm: the poses do not fit, or their unit; veld align may "
+            "repair them",
+            facts.disagreement, facts.noise);
     }
     if (facts.removed == 0.0 && !facts.prepared)
     {

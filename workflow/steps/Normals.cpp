@@ -90,8 +90,9 @@ TriMesh points_of(FrameSet const& frames)
         cloud.request_vertex_colors();
     }
     detail::CancelPoll poll;
-    for (auto const& [name, frame, sensor] : frames.frames)
+    for (auto const& named : frames.frames)
     {
+        RangeData const& frame = named.data;
         cloud.reserve_more(frame.get_vn(), 0, 0);
         for (std::size_t i = 0; i < frame.get_vn(); ++i)
         {
@@ -110,13 +111,14 @@ TriMesh points_of(FrameSet const& frames)
 std::vector<Vector3f> directions_of(FrameSet const& frames)
 {
     std::vector<Vector3f> directions;
-    for (auto const& [name, frame, sensor] : frames.frames)
+    for (auto const& named : frames.frames)
     {
+        RangeData const& frame = named.data;
         RigidMatrix const& pose = frame.get_rigidMatrix();
         for (std::size_t i = 0; i < frame.get_vn(); ++i)
         {
-            Vector3d const own = sensor != Sensor::UNKNOWN
-                                     ? towards_sensor(frame.vCoord[i].cast<double>(), sensor)
+            Vector3d const own = named.sensor != Sensor::UNKNOWN
+                                     ? towards_sensor(frame.vCoord[i].cast<double>(), named.sensor)
                                      : Vector3d(frame.vNrv[i].cast<double>());
             directions.push_back(detail::unit_or_zero(pose.transform_normal(own)));
         }

@@ -160,7 +160,9 @@ Json to_json(MergeSettings const& settings)
             {"cut_long_edges", settings.cut_long_edges},
             {"outlier_factor", settings.outlier_factor},
             {"preparation", name_in(preparations(), settings.preparation)},
-            {"noise", settings.noise}};
+            {"noise", settings.noise},
+            {"closed_step", settings.closed_step},
+            {"join_angle", settings.join_angle}};
 }
 
 void read_settings(Json const& json, std::string const& place, MergeSettings& settings)
@@ -180,6 +182,22 @@ void read_settings(Json const& json, std::string const& place, MergeSettings& se
     reader.flag("cut_long_edges", settings.cut_long_edges);
     reader.number("outlier_factor", settings.outlier_factor, 0.0, 1e6);
     reader.name("preparation", settings.preparation, preparations());
+    reader.number("noise", settings.noise, 0.0);
+    reader.number("closed_step", settings.closed_step, 0.0);
+    reader.number("join_angle", settings.join_angle, 0.0, 180.0);
+    reader.finish();
+}
+
+Json to_json(AlignSettings const& settings)
+{
+    return {{"reach", settings.reach}, {"rounds", settings.rounds}, {"noise", settings.noise}};
+}
+
+void read_settings(Json const& json, std::string const& place, AlignSettings& settings)
+{
+    SettingsReader reader(json, place);
+    reader.number("reach", settings.reach, 0.0);
+    reader.integer("rounds", settings.rounds, 1);
     reader.number("noise", settings.noise, 0.0);
     reader.finish();
 }

@@ -18,6 +18,27 @@ Json counts(MeshHealth const& health)
             {"isolated_vertices", health.isolated_vertices}};
 }
 
+using Agreement = OrvaneAlgorithm::FrameAlignment::Agreement;
+
+/// A distance that there may be none of.
+Json distance_or_null(double distance)
+{
+    return distance < 0.0 ? Json() : Json(distance);
+}
+
+Json pairs_of(Agreement const& agreement)
+{
+    Json list = Json::array();
+    for (auto const& pair : agreement.pairs)
+    {
+        list.push_back({{"frames", {pair.first, pair.second}},
+                        {"distance", pair.distance},
+                        {"noises", pair.noises},
+                        {"overlap", pair.overlap}});
+    }
+    return list;
+}
+
 } // namespace
 
 Json to_json(OrvaneAlgorithm::MeshFileContents const& contents)
@@ -145,6 +166,7 @@ Json to_json(MergeResult const& result)
               {"outliers_removed", result.outliers},
               {"noise", result.noise.in_the_middle()},
               {"noise_depth", result.noise.depth},
+              {"noise_aslant", result.noise.times_aslant()},
               {"prepared", result.prepared},
               {"spacing", result.settings.spacing},
               {"stitch_radius", result.settings.stitch_radius},
@@ -154,6 +176,48 @@ Json to_json(MergeResult const& result)
         json["long_edge"] = result.settings.long_edge;
     }
     return json;
+}
+
+Json to_json(FrameCheck const& result)
+{
+    Json frames = Json::array();
+    for (std::size_t f = 0; f < result.names.size(); ++f)
+    {
+        auto const& frame = result.agreement.frames[f];
+        frames.push_back({{"name", result.names[f]},
+                          {"distance", distance_or_null(frame.distance)},
+                          {"noises", distance_or_null(frame.noises)},
+                          {"pairs", frame.pairs}});
+    }
+    return {{"frames", std::move(frames)},
+            {"pairs", pairs_of(result.agreement)},
+            {"distance", result.agreement.distance},
+            {"off", result.far_off},
+            {"alone", result.alone},
+            {"noise", result.noise.in_the_middle()},
+            {"noise_depth", result.noise.depth},
+            {"reach", result.reach}};
+}
+
+Json to_json(AlignResult const& result)
+{
+    Json frames = Json::array();
+    for (std::size_t f = 0; f < result.names.size(); ++f)
+    {
+        auto const& motion = result.motions[f];
+        frames.push_back({{"name", result.names[f]},
+                          {"fate", to_string(motion.fate)},
+                          {"group", motion.group},
+                          {"shift", motion.shift},
+                          {"turn", motion.turn},
+                          {"before", distance_or_null(result.before.frames[f].distance)},
+                          {"after", distance_or_null(result.after.frames[f].distance)}});
+    }
+    return {{"frames", std::move(frames)},       {"before", result.before.distance},
+            {"after", result.after.distance},    {"noise", result.noise.in_the_middle()},
+            {"noise_depth", result.noise.depth}, {"reach", result.reach},
+            {"rounds", result.rounds},           {"converged", result.converged},
+            {"seconds", result.seconds}};
 }
 
 Json to_json(RepairResult const& result)

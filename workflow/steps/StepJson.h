@@ -3,6 +3,7 @@
 #include "workflow/export.h"
 #include "workflow/files/Json.h"
 #include "workflow/files/MeshFiles.h"
+#include "workflow/steps/Align.h"
 #include "workflow/steps/Clean.h"
 #include "workflow/steps/CutSticks.h"
 #include "workflow/steps/Fill.h"
@@ -41,6 +42,10 @@ VELD_WORKFLOW_API Json to_json(FillResult const& result);
 VELD_WORKFLOW_API Json to_json(CleanResult const& result);
 /// A merge, as of `veld merge`.
 VELD_WORKFLOW_API Json to_json(MergeResult const& result);
+/// How frames agree, as of `veld frames --check`.
+VELD_WORKFLOW_API Json to_json(FrameCheck const& result);
+/// An alignment, as of `veld align`.
+VELD_WORKFLOW_API Json to_json(AlignResult const& result);
 /// A repair, as of `veld repair`.
 VELD_WORKFLOW_API Json to_json(RepairResult const& result);
 /// Normals, as of `veld normals`.
@@ -60,6 +65,8 @@ VELD_WORKFLOW_API Json to_json(TextureResult const& result);
 VELD_WORKFLOW_API Json to_json(LoadFramesSettings const& settings);
 /// All settings of `merge`.
 VELD_WORKFLOW_API Json to_json(MergeSettings const& settings);
+/// All settings of `align` and `check_frames`.
+VELD_WORKFLOW_API Json to_json(AlignSettings const& settings);
 /// All settings of `fill`.
 VELD_WORKFLOW_API Json to_json(FillSettings const& settings);
 /// All settings of `clean`.
@@ -82,6 +89,9 @@ VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
 /// Settings of `merge` that an object names.
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      MergeSettings& settings);
+/// Settings of `align` and `check_frames` that an object names.
+VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
+                                     AlignSettings& settings);
 /// Settings of `fill` that an object names.
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      FillSettings& settings);

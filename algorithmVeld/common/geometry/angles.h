@@ -11,4 +11,9 @@ constexpr double radians(double degrees)
     return degrees * PI / 180.0;
 }
 
+constexpr double degrees(double radians)
+{
+    return radians * 180.0 / PI;
+}
+
 } // namespace OrvaneAlgorithm::detail

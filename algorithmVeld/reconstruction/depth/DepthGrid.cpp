@@ -16,6 +16,9 @@ constexpr int BORDER_PIXELS = 8;
 /// Of the noise, what a plane through some dozens of pixels leaves, which are not independent.
 constexpr double LEFT_OF_NOISE = 0.35;
 
+/// What is seen more aslant weighs no less.
+constexpr double LEAST_COSINE = 0.05;
+
 int next_step(int steps, int limit)
 {
     return std::min(limit, steps + 1);
@@ -86,8 +89,9 @@ DepthGrid make_depth_grid(RangeData const& frame, PinholeGrid const& camera,
         grid.vertex[i] = static_cast<int>(v);
         frame.get_global_vCoord(v, grid.point[i]);
         grid.normal[i] = frame.get_global_vNrv(v);
-        grid.noise[i] = static_cast<float>(LEFT_OF_NOISE * noise.at(std::abs(point.z())) *
-                                           std::abs(normal.z()));
+        grid.noise[i] = static_cast<float>(
+            LEFT_OF_NOISE * noise.at(std::abs(point.z()), std::max(cosine, LEAST_COSINE)) *
+            std::abs(normal.z()));
         grid.density[i] = static_cast<float>(cosine / (side * side));
         grid.cell[i] = frame.cellFlag[v];
         grid.farthest = std::max(grid.farthest, std::abs(frame.vCoord[v].z()));

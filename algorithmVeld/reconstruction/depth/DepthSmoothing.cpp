@@ -23,9 +23,17 @@ constexpr double PLANE_TOLERANCE = 4.0;
 /// Least part of the window that has to lie on the plane of a point. At a straight rim it is a
 /// half, in a corner of a thing a quarter.
 constexpr double LEAST_SUPPORT = 0.2;
+/// A strip of so many pixels across a larger window is enough: what flies between two things is one
+/// pixel wide.
+constexpr double LEAST_STRIP = 1.5;
 /// Least cosine of the slant: what stretches between a thing and what is behind it lies along the
 /// view, and a camera measures nothing there.
-constexpr double LEAST_SLANT_COSINE = 0.12;
+constexpr double LEAST_SLANT_COSINE = 0.06;
+
+/// Pixels of a block to begin with beside the one in the middle, in halves of the block down and to
+/// the right.
+constexpr std::array<std::array<int, 2>, 8> OTHER_STARTS = {
+    {{{0, 0}}, {{0, 2}}, {{2, 0}}, {{2, 2}}, {{0, 1}}, {{1, 0}}, {{1, 2}}, {{2, 1}}}};
 
 /// A point of the new frame.
 struct SmoothPoint
@@ -46,6 +54,7 @@ public:
           noise_(noise),
           factor_(factor),
           radius_(static_cast<int>(std::lround(LEAST_RADIUS + RADIUS_OF_BLOCK * factor))),
+          least_support_(std::min(LEAST_SUPPORT, LEAST_STRIP / (2 * radius_ + 1))),
           image_(inverse_depths(frame)),
           rows_(image_.rows / factor),
           columns_(image_.columns / factor),
@@ -79,8 +88,24 @@ private:
         double const middle = 0.5 * (factor_ - 1);
         double const row = block_row * factor_ + middle;
         double const column = block_column * factor_ + middle;
-        auto const pixel =
-            image_.index(block_row * factor_ + factor_ / 2, block_column * factor_ + factor_ / 2);
+        int const first_row = block_row * factor_;
+        int const first_column = block_column * factor_;
+        SmoothPoint best =
+            from_pixel(first_row + factor_ / 2, first_column + factor_ / 2, row, column);
+        // At a rim the pixel in the middle may fly between two things, or be missing.
+        for (std::size_t k = 0; k < OTHER_STARTS.size() && best.vertex < 0; ++k)
+        {
+            auto const [down, right] = OTHER_STARTS[k];
+            best = from_pixel(first_row + down * (factor_ - 1) / 2,
+                              first_column + right * (factor_ - 1) / 2, row, column);
+        }
+        return best;
+    }
+
+    /// The plane that goes through a pixel, at a place near it.
+    SmoothPoint from_pixel(int pixel_row, int pixel_column, double row, double column) const
+    {
+        auto const pixel = image_.index(pixel_row, pixel_column);
         if (image_.vertex[pixel] < 0)
         {
             return {};
@@ -99,7 +124,7 @@ private:
     SmoothPoint point_of(InversePlane const& plane, double row, double column, double start,
                          double tolerance, int vertex) const
     {
-        if (!(plane.support >= LEAST_SUPPORT) || !(plane.value > 0.0) ||
+        if (!(plane.support >= least_support_) || !(plane.value > 0.0) ||
             !(std::abs(plane.value - start) <= tolerance))
         {
             return {};
@@ -118,7 +143,7 @@ private:
         SmoothPoint result;
         result.point = z * ray;
         result.normal = -camera_.side * n.normalized();
-        result.noise = noise_.at(std::abs(z)) * std::abs(result.normal.z());
+        result.noise = noise_.at(std::abs(z), cosine) * std::abs(result.normal.z());
         result.vertex = vertex;
         return result;
     }
@@ -186,6 +211,7 @@ private:
     DepthNoise noise_;
     int factor_;
     int radius_;
+    double least_support_;
     InverseDepths image_;
     int rows_;
     int columns_;

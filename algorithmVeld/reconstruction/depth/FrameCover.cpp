@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -17,6 +18,8 @@ constexpr std::size_t LEAST_PIECE = 24;
 /// Steps by which a patch grows beyond what is new: the rim that was left out, and the overlap.
 constexpr int PATCH_OVERLAP = 5;
 constexpr float COVER_COSINE = 0.7F;
+/// In tolerances: farther from a patch than this, along a view aslant, it covers nothing.
+constexpr float REACH_OF_PATCH = 2.0F;
 
 using PixelMask = std::vector<char>;
 
@@ -178,6 +181,13 @@ private:
     {
         std::size_t frame;
         PixelMask stays;
+        Vector3f low; ///< Corners of a box around it, within which it covers places.
+        Vector3f high;
+
+        bool reaches(Vector3f const& place) const
+        {
+            return (place.array() >= low.array()).all() && (place.array() <= high.array()).all();
+        }
     };
 
     /// Adds the patch that covers the most, of equals that of the first frame. What a frame can add
@@ -245,6 +255,7 @@ private:
                          p < patches_.size() && grid.vertex[i] >= 0 && covered_[f][i] == 0; ++p)
                     {
                         covered_[f][i] = patches_[p].frame != f &&
+                                         patches_[p].reaches(grid.point[i]) &&
                                          covers_place(grids_[patches_[p].frame], patches_[p].stays,
                                                       grid.point[i], grid.normal[i], tolerance_);
                     }
@@ -255,7 +266,19 @@ private:
 
     void keep(std::size_t f, PixelMask const& patch)
     {
-        patches_.push_back({f, patch});
+        DepthGrid const& grid = grids_[f];
+        Vector3f low = Vector3f::Constant(std::numeric_limits<float>::max());
+        Vector3f high = -low;
+        for (std::size_t i = 0; i < patch.size(); ++i)
+        {
+            if (patch[i] == 1)
+            {
+                low = low.cwiseMin(grid.point[i]);
+                high = high.cwiseMax(grid.point[i]);
+            }
+        }
+        Vector3f const beside = Vector3f::Constant(REACH_OF_PATCH * tolerance_);
+        patches_.push_back({f, patch, low - beside, high + beside});
         std::transform(patch.begin(), patch.end(), stays_[f].begin(), stays_[f].begin(),
                        [](char a, char b) { return std::max(a, b); });
     }

@@ -10,8 +10,8 @@ namespace
 {
 
 constexpr int TILE = 24;
-/// What so many frames tell of a place is enough: noise is a fifth of that of one.
-constexpr std::size_t MOST_FRAMES = 24;
+/// What so many frames tell of a place is enough to ask: noise is a quarter of that of one.
+constexpr std::size_t MOST_ASKED = 16;
 
 struct Ball
 {
@@ -106,7 +106,7 @@ std::vector<FrameTile> make_tiles(std::vector<DepthGrid> const& grids, std::size
                     frames.push_back(static_cast<int>(g));
                 }
             }
-            tile.frames = evenly_spread(frames, MOST_FRAMES);
+            tile.frames = evenly_spread(frames, MOST_ASKED);
             tiles.push_back(std::move(tile));
         }
     }

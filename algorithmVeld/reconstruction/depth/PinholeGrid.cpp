@@ -87,4 +87,11 @@ std::optional<PinholeGrid> fit_pinhole(RangeData const& frame)
     return fits ? std::optional<PinholeGrid>(camera) : std::nullopt;
 }
 
+std::optional<PinholeGrid> camera_of(RangeData const& frame)
+{
+    double const pixels = static_cast<double>(frame.grid_rows) * frame.grid_cols;
+    bool const is_believable = pixels <= 1e6 + 64.0 * static_cast<double>(frame.get_vn());
+    return is_believable ? fit_pinhole(frame) : std::nullopt;
+}
+
 } // namespace OrvaneAlgorithm::detail

@@ -38,4 +38,8 @@ struct PinholeGrid
 /// seen through one point, the origin of the frame, by pixels of one size.
 std::optional<PinholeGrid> fit_pinhole(RangeData const& frame);
 
+/// The same for work on the whole grid: nothing, either, where a few points stand on a huge grid,
+/// which takes memory for each of its pixels.
+std::optional<PinholeGrid> camera_of(RangeData const& frame);
+
 } // namespace OrvaneAlgorithm::detail

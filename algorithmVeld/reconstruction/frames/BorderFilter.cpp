@@ -43,7 +43,14 @@ int delete_long_border_edges(TriMesh& mesh, double length, EdgeWalk walk)
         if (!passed_over && mesh.is_boundary(edge) &&
             static_cast<double>(mesh.calc_edge_length(edge)) > length)
         {
-            mesh.delete_edge(edge, false);
+            if (is_bare(mesh, mesh.halfedge_handle(edge, 0)))
+            {
+                delete_bare_edge(mesh, edge);
+            }
+            else
+            {
+                mesh.delete_edge(edge, false);
+            }
             ++deleted;
         }
     }
@@ -72,7 +79,7 @@ int delete_thin_border_vertices(TriMesh& mesh)
         if (is_thin[static_cast<std::size_t>(vertex.idx())] != 0 && !is_deleted(mesh, vertex) &&
             mesh.is_boundary(vertex))
         {
-            mesh.delete_vertex(vertex, false);
+            delete_vertex_checked(mesh, vertex, IsolatedVertices::KEPT);
             ++deleted;
         }
     }

@@ -83,6 +83,7 @@ std::unique_ptr<Command> make_info_command();
 std::unique_ptr<Command> make_holes_command();
 std::unique_ptr<Command> make_fill_command();
 std::unique_ptr<Command> make_frames_command();
+std::unique_ptr<Command> make_align_command();
 std::unique_ptr<Command> make_merge_command();
 std::unique_ptr<Command> make_repair_command();
 std::unique_ptr<Command> make_clean_command();

@@ -1,8 +1,13 @@
 #include "commands/Command.h"
+#include "options/AlignOptions.h"
 #include "options/CommonOptions.h"
+#include "shell/FrameTexts.h"
+#include "shell/Texts.h"
 #include "workflow/frames/FrameFiles.h"
+#include "workflow/steps/Align.h"
 #include "workflow/steps/FrameNoise.h"
 #include "workflow/steps/LoadFrames.h"
+#include "workflow/steps/StepJson.h"
 #include "workflow/words.h"
 
 #include <CLI/CLI.hpp>
@@ -25,8 +30,23 @@ public:
     void add_options(CLI::App& app) override
     {
         add_frame_source(app, source_);
-        add_output_directory(app, directory_, "Directory for the .rge files")->required();
+        add_output_directory(app, directory_, "Directory for the .rge files");
+        auto* const check = app.add_flag("--check", checks_,
+                                         "Tell how far frames are off each other where they "
+                                         "overlap, pair by pair, and which one is off");
+        for (auto* const option : options_.add(app))
+        {
+            option->needs(check);
+        }
         set_example(app, "frames scans/bun.conf -o frames --scale 1000");
+    }
+
+    void take_arguments() override
+    {
+        if (!checks_ && directory_.empty())
+        {
+            throw CLI::RequiredError("--output");
+        }
     }
 
     fs::path directory() const override { return directory_; }
@@ -34,16 +54,27 @@ public:
     Json run(Desk const& desk) override
     {
         FrameSet const set = load_frames(source_.source, source_.settings, desk.context);
+        Json json = directory_.empty() ? Json::object() : write_frames(set, desk);
+        if (checks_)
+        {
+            FrameCheck const check = check_frames(set, options_.settings(), desk.context);
+            desk.console.print(to_text(set.source, check, desk.verbose));
+            json["check"] = to_json(check);
+        }
+        return json;
+    }
+
+private:
+    Json write_frames(FrameSet const& set, Desk const& desk) const
+    {
         std::vector<fs::path> const files = name_files(set.frames.size());
         refuse_other_frames(files);
         desk.outputs.check(files, set.files);
 
         FrameNoise const noise = measure_noise(set, desk.context);
-        std::string text = fmt::format("{}: {}", set.source, counted(files.size(), "frame")) +
-                           (noise.in_the_middle() > 0.0
-                                ? fmt::format(", noise {:.3g} mm at a depth of {:.4g} mm\n",
-                                              noise.in_the_middle(), noise.depth)
-                                : "\n");
+        std::string text =
+            fmt::format("{}: {}", set.source, counted(files.size(), "frame")) +
+            (noise.in_the_middle() > 0.0 ? ", noise " + to_text(noise) + "\n" : "\n");
         Json list = Json::array();
         for (std::size_t i = 0; i < files.size(); ++i)
         {
@@ -58,11 +89,12 @@ public:
                             {"columns", frame.data.grid_cols}});
         }
         desk.console.print(text);
-        return Json{
-            {"frames", list}, {"noise", noise.in_the_middle()}, {"noise_depth", noise.depth}};
+        return Json{{"frames", list},
+                    {"noise", noise.in_the_middle()},
+                    {"noise_depth", noise.depth},
+                    {"noise_aslant", noise.times_aslant()}};
     }
 
-private:
     /// Names whose order is that of the frames.
     std::vector<fs::path> name_files(std::size_t n) const
     {
@@ -92,7 +124,9 @@ private:
     }
 
     FrameSourceOptions source_;
+    AlignOptions options_;
     std::string directory_;
+    bool checks_ = false;
 };
 
 } // namespace

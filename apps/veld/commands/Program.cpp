@@ -58,7 +58,9 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
                 "Remove specks, ragged rims and what markers left");
     add_command(program, entries, make_sticks_command(), "sticks", "Cut sticks out of a mesh");
     add_command(program, entries, make_frames_command(), "frames",
-                "Turn the frames of a scan into .rge files");
+                "Turn the frames of a scan into .rge files, or tell how well they agree");
+    add_command(program, entries, make_align_command(), "align",
+                "Refine the poses of frames, so that they agree where they overlap");
     add_command(program, entries, make_merge_command(), "merge",
                 "Merge the frames of a scan into one mesh");
     add_command(program, entries, make_normals_command(), "normals",

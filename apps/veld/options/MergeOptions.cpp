@@ -49,6 +49,12 @@ void MergeOptions::add_noise(CLI::App& app)
     add_length(app, "--noise", settings_.noise,
                "Standard deviation in mm of depths at 1 m, which grows with the square of the "
                "depth, 0: measured (default: 0)");
+    add_length(app, "--closed-step", settings_.closed_step,
+               "Frames of depth cameras: longest edge in mm of faces that close a step of depth "
+               "where no frame looked through, 0: a tenth of the depth in the middle (default: 0)");
+    add_number(app, "--join-angle", settings_.join_angle, 0.0, 180.0,
+               "Frames of depth cameras: in the end pieces are joined across creases by faces of "
+               "up to this angle in degrees against their corners, 0: they are not (default: 120)");
 }
 
 void MergeOptions::add_lengths(CLI::App& app)

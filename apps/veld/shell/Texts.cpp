@@ -232,6 +232,17 @@ std::string to_text(std::string const& path, TextureResult const& result)
         counted(result.seen_faces - result.textured_faces, "face"), result.colourless_faces);
 }
 
+std::string to_text(FrameNoise const& noise)
+{
+    std::string text =
+        fmt::format("{:.3g} mm at a depth of {:.4g} mm", noise.in_the_middle(), noise.depth);
+    if (noise.noise.slant > 0.0)
+    {
+        text += fmt::format(", {:.2g} times of it at a slant of 60 degrees", noise.times_aslant());
+    }
+    return text;
+}
+
 namespace
 {
 
@@ -242,8 +253,7 @@ std::string noise_of(MergeResult const& result)
     {
         return {};
     }
-    std::string const text = fmt::format("  noise: {:.3g} mm at a depth of {:.4g} mm",
-                                         result.noise.in_the_middle(), result.noise.depth);
+    std::string const text = "  noise: " + to_text(result.noise);
     return result.prepared
                ? text + fmt::format("; smoothed and thinned to {}, layers up to {:.3g} mm apart "
                                     "taken for one\n",

@@ -31,6 +31,8 @@ std::string to_text(std::string const& path, FindHolesResult const& result);
 ///        which of the others, where there are several
 std::string to_text(std::string const& path, FillResult const& result, bool all);
 std::string to_text(std::string const& path, CleanResult const& result);
+/// Noise at the depth in the middle, and aslant.
+std::string to_text(FrameNoise const& noise);
 std::string to_text(std::string const& path, MergeResult const& result);
 std::string to_text(std::string const& path, RepairResult const& result);
 std::string to_text(std::string const& path, NormalsResult const& result);

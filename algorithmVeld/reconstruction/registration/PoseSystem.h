@@ -1,0 +1,55 @@
+#pragma once
+
+#include "algorithmVeld/reconstruction/registration/FramePairs.h"
+
+#include <Eigen/Core>
+
+#include <cstddef>
+#include <vector>
+
+namespace OrvaneAlgorithm::detail
+{
+
+/// A small motion: a turn about the middle of the scan, as a vector of its axis times its angle and
+/// the size of the scan, and a step, both in millimetres.
+using SmallMotion = Eigen::Matrix<double, 6, 1>;
+
+/// Where turns are about, and what they are measured by.
+struct MotionFrame
+{
+    Vector3d centre = Vector3d::Zero();
+    double size = 1.0;
+};
+
+/// What a pair says of the motion of its first frame against the second: weighted normal equations.
+struct PairEquations
+{
+    Eigen::Matrix<double, 6, 6> matrix = Eigen::Matrix<double, 6, 6>::Zero();
+    SmallMotion right = SmallMotion::Zero();
+    double distance = 0.0; ///< median of the absolute distances, in millimetres
+};
+
+/// The equations of a pair, each match by its noise and by Tukey's biweight.
+/// \param finest what is less than this, in millimetres, is no distance
+PairEquations pair_equations(std::vector<Match> const& matches, MotionFrame const& about,
+                             double finest);
+
+/// The motions of all frames that fit the equations of all pairs best, by a sparse Cholesky
+/// factorisation.
+/// \param moves which frames may move; the motions of the others are zero, and each group of frames
+///        has one of these
+/// \return a motion for each frame; none if the system could not be solved
+std::vector<SmallMotion> solve_motions(std::vector<FramePair> const& pairs,
+                                       std::vector<PairEquations> const& equations,
+                                       std::vector<char> const& moves);
+
+/// A pose that is followed by a motion.
+RigidMatrix moved_by(RigidMatrix const& pose, SmallMotion const& motion, MotionFrame const& about);
+
+/// A pose followed by another one.
+RigidMatrix followed_by(RigidMatrix const& first, RigidMatrix const& second);
+
+/// Angle in degrees by which a rotation turns.
+double turn_of(Matrix3d const& rotation);
+
+} // namespace OrvaneAlgorithm::detail

@@ -1,0 +1,84 @@
+#include "workflow/frames/FramePhoto.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace veld
+{
+
+using OrvaneAlgorithm::Vector3d;
+using OrvaneAlgorithm::Vector3f;
+
+namespace
+{
+
+/// Pixels of the depth camera along a block: what is aslant has many depths in a large one.
+constexpr double PIXELS_OF_BLOCK = 3.0;
+/// What is farther than the nearest depth of its block by more of it than this is behind it.
+constexpr double BEHIND = 0.03;
+
+} // namespace
+
+std::optional<FramePhoto::Pixel> FramePhoto::pixel_of(Vector3d const& place) const
+{
+    Vector3d const p = from_global_.get_rotation() * place + from_global_.get_translation();
+    // A comparison with NaN is false.
+    if (!(p.z() > 0.0))
+    {
+        return std::nullopt;
+    }
+    Pixel const pixel{camera_.get_fx() * p.x() / p.z() + camera_.get_cx(),
+                      camera_.get_fy() * p.y() / p.z() + camera_.get_cy(), p.z()};
+    bool const is_inside = pixel.column >= 0.0 && pixel.row >= 0.0 &&
+                           pixel.column <= image_.width() - 1.0 &&
+                           pixel.row <= image_.height() - 1.0;
+    return is_inside ? std::optional<Pixel>(pixel) : std::nullopt;
+}
+
+std::size_t FramePhoto::block_of(Pixel const& pixel) const
+{
+    auto const column = static_cast<std::size_t>(pixel.column) / static_cast<std::size_t>(side_);
+    auto const row = static_cast<std::size_t>(pixel.row) / static_cast<std::size_t>(side_);
+    return row * static_cast<std::size_t>(columns_) + column;
+}
+
+void FramePhoto::list_depths(RangeData const& frame, double focal_length)
+{
+    double const pixels = PIXELS_OF_BLOCK * std::max(1.0, camera_.get_fx() / focal_length);
+    side_ = static_cast<int>(std::min(pixels, 1.0 * std::max(image_.width(), image_.height())));
+    columns_ = image_.width() / side_ + 1;
+    int const rows = image_.height() / side_ + 1;
+    nearest_.assign(static_cast<std::size_t>(columns_) * static_cast<std::size_t>(rows), 0.0F);
+    for (std::size_t i = 0; i < frame.get_vn(); ++i)
+    {
+        Vector3f place;
+        frame.get_global_vCoord(i, place);
+        auto const pixel = pixel_of(place.cast<double>());
+        if (pixel)
+        {
+            float& nearest = nearest_[block_of(*pixel)];
+            auto const depth = static_cast<float>(pixel->depth);
+            nearest = nearest > 0.0F ? std::min(nearest, depth) : depth;
+        }
+    }
+}
+
+std::optional<Vector3f> FramePhoto::colour_of(Vector3f const& place) const
+{
+    auto const pixel = pixel_of(place.cast<double>() / scale_);
+    if (!pixel || nearest_.empty())
+    {
+        return std::nullopt;
+    }
+    auto const nearest = static_cast<double>(nearest_[block_of(*pixel)]);
+    if (!(nearest > 0.0) || pixel->depth > (1.0 + BEHIND) * nearest)
+    {
+        return std::nullopt;
+    }
+    auto const* const bgr = image_.pixel(static_cast<int>(std::lround(pixel->column)),
+                                         static_cast<int>(std::lround(pixel->row)));
+    constexpr float WHITE = 255.0F;
+    return Vector3f(bgr[2] / WHITE, bgr[1] / WHITE, bgr[0] / WHITE);
+}
+
+} // namespace veld

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "algorithmVeld/common/CameraInParam.h"
+#include "algorithmVeld/common/Image.h"
+#include "algorithmVeld/common/RangeData.h"
+
+#include <cstddef>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace veld
+{
+
+using OrvaneAlgorithm::RangeData;
+
+/// The photograph beside a frame of a depth camera, which another camera took as a rule.
+class FramePhoto
+{
+public:
+    using Pixels = OrvaneAlgorithm::Image<3, unsigned char>;
+
+    /// \param from_global to the coordinates of the photograph's camera, in millimetres
+    FramePhoto(Pixels image, OrvaneAlgorithm::CameraInParam const& camera,
+               OrvaneAlgorithm::RigidMatrix const& from_global)
+        : image_(std::move(image)), camera_(camera), from_global_(from_global)
+    {
+    }
+
+    /// Notes what the frame saw, so that nothing gets the colours of what stands before it.
+    /// \param focal_length of the depth camera, in pixels
+    void list_depths(RangeData const& frame, double focal_length);
+
+    /// For frames whose lengths were scaled after the photograph was read.
+    void set_scale(double scale) { scale_ = scale; }
+
+    /// The colour of a place, red, green and blue from 0 to 1; nothing where it is not in the
+    /// picture, or the frame saw something before it.
+    std::optional<OrvaneAlgorithm::Vector3f>
+    colour_of(OrvaneAlgorithm::Vector3f const& place) const;
+
+private:
+    struct Pixel
+    {
+        double column;
+        double row;
+        double depth;
+    };
+
+    std::optional<Pixel> pixel_of(OrvaneAlgorithm::Vector3d const& place) const;
+    std::size_t block_of(Pixel const& pixel) const;
+
+    Pixels image_;
+    OrvaneAlgorithm::CameraInParam camera_;
+    OrvaneAlgorithm::RigidMatrix from_global_;
+    double scale_ = 1.0;
+    int side_ = 1;               ///< of a block of pixels
+    int columns_ = 0;            ///< of blocks
+    std::vector<float> nearest_; ///< depth in each block; 0 where the frame saw nothing
+};
+
+} // namespace veld
