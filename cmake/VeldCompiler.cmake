@@ -38,6 +38,13 @@ if(VELD_SANITIZE)
   add_compile_options("-fsanitize=${VELD_SANITIZE}" -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options("-fsanitize=${VELD_SANITIZE}")
 endif()
+if(VELD_BUILD_FUZZERS)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang" OR NOT VELD_BUILD_WORKFLOW)
+    message(FATAL_ERROR "VELD_BUILD_FUZZERS needs clang and VELD_BUILD_WORKFLOW")
+  endif()
+  # What libFuzzer steers by: which branches an input took, and what was compared there.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
 
 # What nearly every source includes. Headers of the system only: the compiler's cache hands a
 # precompiled header on to other checkouts, where headers of the project are other files.
