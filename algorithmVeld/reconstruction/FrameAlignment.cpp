@@ -284,6 +284,38 @@ bool is_given(DepthNoise const& noise)
 
 } // namespace
 
+/// What measuring and aligning begin with.
+struct FrameAlignment::Overlaps
+{
+    std::vector<detail::SampledFrame> frames;
+    std::vector<RigidMatrix> poses;
+    std::vector<detail::FramePair> pairs;
+};
+
+FrameAlignment::Overlaps
+FrameAlignment::find_overlaps(std::vector<RangeData const*> const& ranges,
+                              detail::TimedStages const& timed, detail::Stages& stages,
+                              std::function<void(std::size_t)> const& release)
+{
+    Overlaps result;
+    stages.next();
+    used_noise_ = is_given(noise_) ? noise_ : DepthFrames::measure_noise(ranges);
+    result.poses = rigid(poses_of(ranges));
+    stages.next();
+    result.frames = timed.run(
+        "sample-frames",
+        [&]
+        {
+            return sample_frames(ranges, used_noise_,
+                                 {std::max(most_points_, FEWEST_POINTS), most_samples_}, release);
+        });
+    stages.next();
+    used_reach_ = reach_ > 0.0 ? reach_ : default_reach(result.frames);
+    result.pairs = timed.run(
+        "find-pairs", [&] { return detail::find_pairs(result.frames, result.poses, used_reach_); });
+    return result;
+}
+
 RetVal FrameAlignment::measure(std::vector<RangeData const*> const& ranges, Agreement& result,
                                std::function<void(std::size_t)> const& release)
 {
@@ -294,25 +326,21 @@ RetVal FrameAlignment::measure(std::vector<RangeData const*> const& ranges, Agre
         return RET_INVALID_INPUT;
     }
     detail::Stages stages({10, 60, 15, 15});
+    auto const found = find_overlaps(ranges, AGREEMENT, stages, release);
     stages.next();
-    used_noise_ = is_given(noise_) ? noise_ : DepthFrames::measure_noise(ranges);
-    auto const poses = rigid(poses_of(ranges));
-    stages.next();
-    auto const frames = AGREEMENT.run(
-        "sample-frames",
-        [&]
-        {
-            return sample_frames(ranges, used_noise_,
-                                 {std::max(most_points_, FEWEST_POINTS), most_samples_}, release);
-        });
-    stages.next();
-    used_reach_ = reach_ > 0.0 ? reach_ : default_reach(frames);
-    auto const pairs =
-        AGREEMENT.run("find-pairs", [&] { return detail::find_pairs(frames, poses, used_reach_); });
-    stages.next();
-    result = AGREEMENT.run("compare-frames",
-                           [&] { return agreement_of(frames, poses, pairs, used_reach_); });
+    result = AGREEMENT.run(
+        "compare-frames",
+        [&] { return agreement_of(found.frames, found.poses, found.pairs, used_reach_); });
     return RET_SUCCESS;
+}
+
+void FrameAlignment::forget_last()
+{
+    before_ = {};
+    after_ = {};
+    motions_.clear();
+    rounds_ = 0;
+    has_converged_ = false;
 }
 
 RetVal FrameAlignment::align(std::vector<RangeData const*> const& ranges,
@@ -321,49 +349,31 @@ RetVal FrameAlignment::align(std::vector<RangeData const*> const& ranges,
 {
     detail::StepTimer const timer("frame-alignment");
     poses.clear();
-    before_ = {};
-    after_ = {};
-    motions_.clear();
-    rounds_ = 0;
-    has_converged_ = false;
+    forget_last();
     if (!can_be_compared(ranges))
     {
         return RET_INVALID_INPUT;
     }
     detail::Stages stages({5, 30, 5, 3, 54, 3});
-    stages.next();
-    used_noise_ = is_given(noise_) ? noise_ : DepthFrames::measure_noise(ranges);
     auto const as_given = poses_of(ranges);
-    auto const given = rigid(as_given);
+    auto const found = find_overlaps(ranges, ALIGNMENT, stages, release);
     stages.next();
-    auto const frames = ALIGNMENT.run(
-        "sample-frames",
-        [&]
-        {
-            return sample_frames(ranges, used_noise_,
-                                 {std::max(most_points_, FEWEST_POINTS), most_samples_}, release);
-        });
-    stages.next();
-    used_reach_ = reach_ > 0.0 ? reach_ : default_reach(frames);
-    auto const pairs =
-        ALIGNMENT.run("find-pairs", [&] { return detail::find_pairs(frames, given, used_reach_); });
-    stages.next();
-    before_ = agreement_of(frames, given, pairs, used_reach_);
-    if (pairs.empty())
+    before_ = agreement_of(found.frames, found.poses, found.pairs, used_reach_);
+    if (found.pairs.empty())
     {
         return RET_FAILED;
     }
     stages.next();
-    auto const refined =
-        ALIGNMENT.run("refine-poses",
-                      [&]
-                      {
-                          return detail::refine_poses(frames, given, pairs,
-                                                      limits_of(frames, used_reach_, most_rounds_));
-                      });
+    auto const refined = ALIGNMENT.run("refine-poses",
+                                       [&]
+                                       {
+                                           return detail::refine_poses(
+                                               found.frames, found.poses, found.pairs,
+                                               limits_of(found.frames, used_reach_, most_rounds_));
+                                       });
     stages.next();
-    after_ = agreement_of(frames, refined.poses, pairs, used_reach_);
-    motions_ = motions_of(frames, given, refined);
+    after_ = agreement_of(found.frames, refined.poses, found.pairs, used_reach_);
+    motions_ = motions_of(found.frames, found.poses, refined);
     rounds_ = refined.rounds;
     has_converged_ = refined.has_converged;
     for (std::size_t f = 0; f < motions_.size(); ++f)

@@ -12,6 +12,12 @@
 namespace OrvaneAlgorithm
 {
 
+namespace detail
+{
+class Stages;
+class TimedStages;
+} // namespace detail
+
 /// Tells how well range frames agree where they overlap, and refines their poses until they agree
 /// better: what `FrameOverlap` and `MeshMerge` take for granted.
 ///
@@ -134,6 +140,14 @@ public:
     double used_reach() const { return used_reach_; }
 
 private:
+    struct Overlaps;
+
+    /// Samples the frames and finds which overlap, as the first three of the stages.
+    Overlaps find_overlaps(std::vector<RangeData const*> const& ranges,
+                           detail::TimedStages const& timed, detail::Stages& stages,
+                           std::function<void(std::size_t)> const& release);
+    void forget_last();
+
     DepthNoise noise_;
     double reach_ = 0.0;
     std::size_t most_points_ = 100000;

@@ -66,6 +66,20 @@ std::vector<int> number_unknowns(std::vector<char> const& moves)
     return numbers;
 }
 
+std::vector<SmallMotion> motions_in(Eigen::VectorXd const& solution,
+                                    std::vector<int> const& numbers)
+{
+    std::vector<SmallMotion> motions(numbers.size(), SmallMotion::Zero());
+    for (std::size_t f = 0; f < numbers.size(); ++f)
+    {
+        if (numbers[f] >= 0)
+        {
+            motions[f] = solution.segment<6>(Eigen::Index{6} * numbers[f]);
+        }
+    }
+    return motions;
+}
+
 } // namespace
 
 PairEquations pair_equations(std::vector<Match> const& matches, MotionFrame const& about,
@@ -135,15 +149,7 @@ std::vector<SmallMotion> solve_motions(std::vector<FramePair> const& pairs,
     {
         return {};
     }
-    std::vector<SmallMotion> motions(moves.size(), SmallMotion::Zero());
-    for (std::size_t f = 0; f < moves.size(); ++f)
-    {
-        if (numbers[f] >= 0)
-        {
-            motions[f] = solution.segment<6>(Eigen::Index{6} * numbers[f]);
-        }
-    }
-    return motions;
+    return motions_in(solution, numbers);
 }
 
 RigidMatrix moved_by(RigidMatrix const& pose, SmallMotion const& motion, MotionFrame const& about)
