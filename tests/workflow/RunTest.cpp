@@ -376,6 +376,26 @@ TEST_F(SheetRun, TheFolderOfTheScanIsNoPlaceForResults)
     EXPECT_THAT(refusal(), HasSubstr("scan.ply: is a file"));
 }
 
+#if !defined(_WIN32)
+TEST_F(SheetRun, KeepsOthersOutOfItsFolderWhileItIsAtWork)
+{
+    std::string refused;
+    int lines = 0;
+    veld::run(request_, context_,
+              [&](std::string const& line)
+              {
+                  ++lines;
+                  if (line.find("clean") == 0)
+                  {
+                      refused = refusal();
+                  }
+              });
+    EXPECT_EQ(refused, request_.directory.string() + ": another run is at work there");
+    EXPECT_EQ(lines, 1 + static_cast<int>(SHEET_STEPS)) << "it went on as if alone";
+    EXPECT_EQ(run().from_before, SHEET_STEPS) << "and holds nothing when it has ended";
+}
+#endif
+
 TEST_F(SheetRun, OneThatHasEndedMayBeKept)
 {
     request_.existing = veld::Existing::KEPT;

@@ -83,7 +83,7 @@ public:
     RunResult go()
     {
         look();
-        RunFolder const folder(request_.directory, step_names(), state_.look, request_.existing);
+        RunFolder folder(request_.directory, step_names(), state_.look, request_.existing);
         auto const keys = step_keys(recipe_, state_.look, context_);
         take_from_before(folder, keys);
         bool const has_ended = result_.from_before == recipe_.steps.size() &&

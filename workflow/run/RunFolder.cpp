@@ -63,6 +63,7 @@ RunFolder::RunFolder(fs::path directory, std::vector<std::string> const& steps,
     : directory_(std::move(directory))
 {
     check_place(look);
+    claim();
     if (!has_entry(run_record_path(directory_)))
     {
         check_names(steps);
@@ -103,6 +104,17 @@ void RunFolder::check_place(ScanLook const& look) const
     }
 }
 
+/// Keeps other runs out of the folder, if it is there, until this one ends, however it does.
+void RunFolder::claim()
+{
+    std::error_code error;
+    fs::path const place = fs::canonical(directory_, error);
+    if (!error && !mark_.is_held() && !mark_.put_on(place))
+    {
+        throw InputError(shown(directory_) + ": another run is at work there");
+    }
+}
+
 /// Refuses files of others with names that the run needs.
 void RunFolder::check_names(std::vector<std::string> const& steps) const
 {
@@ -139,7 +151,7 @@ bool RunFolder::has(std::string const& name, std::string const& checksum) const
            checksum_of(file(name)) == checksum;
 }
 
-void RunFolder::open(RunRecord const& record) const
+void RunFolder::open(RunRecord const& record)
 {
     std::error_code error;
     fs::create_directories(directory_, error);
@@ -148,6 +160,7 @@ void RunFolder::open(RunRecord const& record) const
         throw InputError(shown(directory_) +
                          ": cannot be made a folder: " + why_not_written(error));
     }
+    claim();
     write_run_record(directory_, record);
     remove_others(record, false);
 }

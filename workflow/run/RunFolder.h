@@ -8,6 +8,7 @@
 #include "workflow/steps/Render.h"
 
 #include "algorithmVeld/common/TriMesh.h"
+#include "algorithmVeld/common/files/TemporaryPlace.h"
 
 #include <cstddef>
 #include <filesystem>
@@ -29,7 +30,8 @@ public:
     static constexpr char const* REPORT = "report.html";
 
     /// Looks at the folder and changes nothing. Throws `InputError` where it is no place for a run:
-    /// it is that of the scan, or holds files of others with the names that this run needs.
+    /// it is that of the scan, holds files of others with the names that this run needs, or another
+    /// run is at work there.
     /// \param steps of the recipe, by name
     RunFolder(std::filesystem::path directory, std::vector<std::string> const& steps,
               ScanLook const& look, Existing existing);
@@ -48,8 +50,9 @@ public:
     /// Whether a file is there and as it was. \param checksum as `checksum_of()` gave it
     bool has(std::string const& name, std::string const& checksum) const;
 
-    /// Makes the folder, and takes away what an earlier run left and `record` does not name.
-    void open(RunRecord const& record) const;
+    /// Makes the folder, and takes away what an earlier run left and `record` does not name. Throws
+    /// `InputError` if another run has made it meanwhile.
+    void open(RunRecord const& record);
 
     /// Writes the record, and then takes away what it does not name.
     void save(RunRecord const& record) const;
@@ -65,8 +68,10 @@ private:
     void check_place(ScanLook const& look) const;
     void check_names(std::vector<std::string> const& steps) const;
     void remove_others(RunRecord const& record, bool ends) const;
+    void claim();
 
     std::filesystem::path directory_;
+    OrvaneAlgorithm::detail::UseMark mark_; ///< Two runs would take each other's files away.
     std::optional<RunRecord> earlier_;
 };
 
