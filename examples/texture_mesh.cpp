@@ -25,9 +25,7 @@ int main(int argc, char** argv)
         // [texture]
         veld::MeshFile const file = veld::read_mesh(argv[1], context);
         veld::PhotoSet const photos = veld::load_photos(argv[2], context);
-        veld::TextureSettings settings;
-        settings.depth_tolerance = 0.5; // millimetres: half the distance of its points
-        veld::TextureResult const result = veld::texture(file.mesh, photos, settings, context);
+        veld::TextureResult const result = veld::texture(file.mesh, photos, {}, context);
         veld::write_textured_mesh(argv[3], result.textured, context);
         // [texture]
         std::cout << result.photographs << " photographs on " << result.textured_faces << " of "
