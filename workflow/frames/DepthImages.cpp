@@ -130,6 +130,12 @@ RigidMatrix parse_pose(JsonFields const& fields, char const* rotation, char cons
     return from_global;
 }
 
+/// Whether the depth camera stands elsewhere than the photograph's.
+bool has_own_pose(JsonFields const& fields)
+{
+    return fields.has("depth_R") || fields.has("depth_t");
+}
+
 View parse_view(Json const& json, double unit)
 {
     JsonFields const fields(json, "");
@@ -138,9 +144,8 @@ View parse_view(Json const& json, double unit)
     view.width = camera.side("width");
     view.height = camera.side("height");
     view.camera = camera.intrinsics();
-    bool const has_own_pose = fields.has("depth_R") || fields.has("depth_t");
-    view.pose = (has_own_pose ? parse_pose(fields, "depth_R", "depth_t", unit)
-                              : parse_pose(fields, "R", "t", unit))
+    view.pose = (has_own_pose(fields) ? parse_pose(fields, "depth_R", "depth_t", unit)
+                                      : parse_pose(fields, "R", "t", unit))
                     .inverse();
     return view;
 }
@@ -311,10 +316,10 @@ LoadedSource load_depth_images(std::filesystem::path const& path, Json const& ca
 namespace
 {
 
-/// Puts the pose of a camera into its view.
-void set_pose(RigidMatrix const& pose, double unit, Json& view)
+/// Puts a pose from global to camera coordinates under two keys.
+void put_pose(RigidMatrix const& from_global, char const* rotation, char const* translation,
+              double unit, Json& view)
 {
-    RigidMatrix const from_global = pose.inverse();
     Json rows = Json::array();
     for (int row = 0; row < 3; ++row)
     {
@@ -322,8 +327,51 @@ void set_pose(RigidMatrix const& pose, double unit, Json& view)
         rows.push_back({turn(row, 0), turn(row, 1), turn(row, 2)});
     }
     Vector3d const shift = from_global.get_translation() / unit;
-    view["R"] = std::move(rows);
-    view["t"] = {shift.x(), shift.y(), shift.z()};
+    view[rotation] = std::move(rows);
+    view[translation] = {shift.x(), shift.y(), shift.z()};
+}
+
+/// `first`, and `second` behind it.
+RigidMatrix one_behind_the_other(RigidMatrix const& first, RigidMatrix const& second)
+{
+    RigidMatrix both;
+    both.set_rotation(second.get_rotation() * first.get_rotation());
+    both.set_translation(second.get_rotation() * first.get_translation() +
+                         second.get_translation());
+    return both;
+}
+
+/// Takes the camera of the photograph along with that of the depths, to which it is fixed. A
+/// photograph without a pose stays without.
+void move_photo(RigidMatrix const& new_depth, double unit, Json& view)
+{
+    JsonFields const fields(view, "");
+    RigidMatrix photo;
+    RigidMatrix old_depth;
+    try
+    {
+        photo = parse_pose(fields, "R", "t", unit);
+        old_depth = parse_pose(fields, "depth_R", "depth_t", unit);
+    }
+    catch (InputError const&)
+    {
+        return;
+    }
+    RigidMatrix const photo_from_depth = one_behind_the_other(old_depth.inverse(), photo);
+    put_pose(one_behind_the_other(new_depth, photo_from_depth), "R", "t", unit, view);
+}
+
+/// Puts the pose of a depth camera into its view.
+void set_pose(RigidMatrix const& pose, double unit, Json& view)
+{
+    RigidMatrix const from_global = pose.inverse();
+    if (!has_own_pose(JsonFields(view, "")))
+    {
+        put_pose(from_global, "R", "t", unit, view);
+        return;
+    }
+    move_photo(from_global, unit, view);
+    put_pose(from_global, "depth_R", "depth_t", unit, view);
 }
 
 /// Adds the image that a view names under a key, if it does, and names it as in the copy.
