@@ -64,11 +64,16 @@ class Normals:
 
     def cells(self, _, out):
         angles = []
-        for normal, true in zip(ply.read_normals(out), self._truth):
+        normals = ply.read_normals(out)
+        if len(normals) != len(self._truth):
+            raise ValueError(f'{len(normals)} points of {len(self._truth)}')
+        for normal, true in zip(normals, self._truth):
             length = math.hypot(*normal)
             if length > 0:
                 cosine = sum(a * b for a, b in zip(normal, true)) / length
                 angles.append(math.degrees(math.acos(max(-1.0, min(1.0, cosine)))))
+        if not angles:
+            raise ValueError('no point has a normal')
         inwards = sum(angle > 90 for angle in angles) > len(angles) / 2
         if inwards:
             angles = [180 - angle for angle in angles]

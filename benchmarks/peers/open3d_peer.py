@@ -11,20 +11,41 @@ from peer import main
 geometry = open3d.geometry
 
 
+# Its readers and writers of files tell what went wrong by what they return alone.
+
+def read_mesh(path):
+    mesh = open3d.io.read_triangle_mesh(path)
+    if not mesh.has_vertices():
+        raise ValueError(f'{path}: not read')
+    return mesh
+
+
+def read_cloud(path):
+    cloud = open3d.io.read_point_cloud(path)
+    if not cloud.has_points():
+        raise ValueError(f'{path}: not read')
+    return cloud
+
+
+def save(writer, path, result):
+    if not writer(path, result):
+        raise OSError(f'{path}: not written')
+
+
 def read(clock, _, inputs):
     with clock:
-        mesh = open3d.io.read_triangle_mesh(inputs[0])
+        mesh = read_mesh(inputs[0])
     return {'faces': len(mesh.triangles)}
 
 
 def write(clock, out, inputs):
-    mesh = open3d.io.read_triangle_mesh(inputs[0])
+    mesh = read_mesh(inputs[0])
     with clock:
-        open3d.io.write_triangle_mesh(out, mesh)
+        save(open3d.io.write_triangle_mesh, out, mesh)
 
 
 def loops(clock, _, inputs):
-    mesh = open3d.io.read_triangle_mesh(inputs[0])
+    mesh = read_mesh(inputs[0])
     half_edges = geometry.HalfEdgeTriangleMesh.create_from_triangle_mesh(mesh)
     with clock:
         boundaries = half_edges.get_boundaries()
@@ -32,20 +53,20 @@ def loops(clock, _, inputs):
 
 
 def fill_flat(clock, out, inputs):
-    mesh = open3d.t.geometry.TriangleMesh.from_legacy(open3d.io.read_triangle_mesh(inputs[0]))
+    mesh = open3d.t.geometry.TriangleMesh.from_legacy(read_mesh(inputs[0]))
     with clock:
         filled = mesh.fill_holes(hole_size=1e9)
-    open3d.io.write_triangle_mesh(out, filled.to_legacy())
+    save(open3d.io.write_triangle_mesh, out, filled.to_legacy())
 
 
 def merge_points(clock, out, inputs, depth, threads):
     """The surface goes on where no point is; as its makers advise, what is thinnest is cut away."""
-    cloud = open3d.io.read_point_cloud(inputs[0])
+    cloud = read_cloud(inputs[0])
     with clock:
         mesh, density = geometry.TriangleMesh.create_from_point_cloud_poisson(
             cloud, depth=depth, n_threads=threads)
         mesh.remove_vertices_by_mask(numpy.asarray(density) < numpy.quantile(density, 0.02))
-    open3d.io.write_triangle_mesh(out, mesh)
+    save(open3d.io.write_triangle_mesh, out, mesh)
 
 
 def merge_depths(clock, out, inputs, voxel):
@@ -71,33 +92,33 @@ def merge_depths(clock, out, inputs, voxel):
             grid.integrate(blocks, image, lens, pose, 1000.0, 8.0)
         mesh = grid.extract_triangle_mesh(weight_threshold=1.0).to_legacy()
     mesh.scale(1000.0, center=(0, 0, 0))
-    open3d.io.write_triangle_mesh(out, mesh)
+    save(open3d.io.write_triangle_mesh, out, mesh)
 
 
 def ball(clock, out, inputs, radii):
-    cloud = open3d.io.read_point_cloud(inputs[0])
+    cloud = read_cloud(inputs[0])
     with clock:
         mesh = geometry.TriangleMesh.create_from_point_cloud_ball_pivoting(
             cloud, open3d.utility.DoubleVector(radii))
-    open3d.io.write_triangle_mesh(out, mesh)
+    save(open3d.io.write_triangle_mesh, out, mesh)
 
 
 def clean(clock, out, inputs, least):
-    mesh = open3d.io.read_triangle_mesh(inputs[0])
+    mesh = read_mesh(inputs[0])
     with clock:
         piece_of, sizes, _ = mesh.cluster_connected_triangles()
         mesh.remove_triangles_by_mask(numpy.asarray(sizes)[numpy.asarray(piece_of)] < least)
         mesh.remove_unreferenced_vertices()
-    open3d.io.write_triangle_mesh(out, mesh)
+    save(open3d.io.write_triangle_mesh, out, mesh)
 
 
 def normals(clock, out, inputs, neighbours):
-    cloud = open3d.io.read_point_cloud(inputs[0])
+    cloud = read_cloud(inputs[0])
     with clock:
         # It counts the point itself among its neighbours.
         cloud.estimate_normals(geometry.KDTreeSearchParamKNN(neighbours + 1))
         cloud.orient_normals_consistent_tangent_plane(neighbours)
-    open3d.io.write_point_cloud(out, cloud)
+    save(open3d.io.write_point_cloud, out, cloud)
 
 
 main('Open3D', open3d.__version__,

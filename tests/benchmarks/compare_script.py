@@ -2,10 +2,14 @@
 """Runs scripts/compare on a small mesh, with peers that are not there and with one that is made up.
 
     compare_script.py SCRIPT BUILD"""
+import functools
+import importlib.machinery
+import importlib.util
 import os
 import subprocess
 import sys
 import tempfile
+import types
 import unittest
 
 SCRIPT, BUILD = sys.argv.pop(1), sys.argv.pop(1)
@@ -13,6 +17,11 @@ sys.path.insert(0, os.path.join(os.path.dirname(SCRIPT), '..', 'benchmarks', 'pe
 import inputs  # noqa: E402
 import judges  # noqa: E402
 import ply  # noqa: E402
+import works  # noqa: E402
+
+LOADER = importlib.machinery.SourceFileLoader('compare', SCRIPT)
+compare = importlib.util.module_from_spec(importlib.util.spec_from_loader('compare', LOADER))
+LOADER.exec_module(compare)
 
 HEADER = """ply
 format ascii 1.0
@@ -89,7 +98,26 @@ class Compare(unittest.TestCase):
         self.assertEqual(self.cells(done.stdout, 'veld holes')[1], '1')
         self.assertNotIn('Open3D get_boundaries', done.stdout)
         for name in ('Open3D (scripts/compare --install)', 'PyMeshLab (scripts/compare --install)'):
-            self.assertIn('left out: ' + name, done.stdout)
+            self.assertIn(f'left out: {name}: {self.path("peers/bin/python")}: no such program',
+                          done.stdout)
+
+    def test_a_peer_that_is_there_and_cannot_start_is_left_out_with_the_reason(self):
+        self.add_peer()
+        for script, why in (('echo no module >&2; exit 1', 'no module'),
+                            ('true', 'it printed no answer')):
+            self.write('peers/bin/python', f'#!/bin/sh\n{script}\n')
+            done = self.compare('--repeat', '1')
+            self.assertEqual(done.returncode, 0, done.stderr)
+            self.assertIn(f'left out: Open3D (scripts/compare --install): {why}', done.stdout)
+
+    def test_a_peer_without_an_answer_says_so_in_its_row(self):
+        self.add_peer()
+        self.write('peers/bin/python', '#!/bin/sh\ncase "$*" in *version*) '
+                   'echo \'{"version": "1"}\' ;; esac\n')
+        done = self.compare('--repeat', '1')
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual(self.cells(done.stdout, 'Open3D get_boundaries')[0],
+                         'it printed no answer')
 
     def test_the_median_of_a_peer_stands_beside(self):
         self.add_peer()
@@ -134,6 +162,63 @@ class Compare(unittest.TestCase):
         done = self.compare('--repeat', '1')
         self.assertEqual(done.returncode, 1)
         self.assertIn('dragon_stand_raw_layers.ply: no such file', done.stderr)
+
+
+# Writes to its output what is in the file "result", if it is there.
+WRITER = """#!/bin/sh
+[ ! -e "%(result)s" ] || cp "%(result)s" "$1"
+echo '{"seconds": 1, "cores": 1}'
+"""
+
+
+class Text:
+    """Judges a result by the words in it."""
+    columns = ['text']
+
+    def cells(self, _, out):
+        with open(out, encoding='utf-8') as file:
+            return [file.read()]
+
+
+class Rows(unittest.TestCase):
+    """The rows of made-up cases, by a peer that writes what it is told."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.result, peer = (os.path.join(folder.name, name) for name in ('result', 'peer'))
+        with open(peer, 'w', encoding='utf-8') as file:
+            file.write(WRITER % {'result': self.result})
+        os.chmod(peer, 0o755)
+        self.options = types.SimpleNamespace(limit=60, repeat=1, threads=1)
+        self.programs = types.SimpleNamespace(calls={'peer': [peer]}, work=folder.name,
+                                              options=self.options)
+        self.programs.measure = functools.partial(compare.Programs.measure, self.programs)
+
+    def write_result(self, text):
+        with open(self.result, 'w', encoding='utf-8') as file:
+            file.write(text)
+
+    def judged(self, judge):
+        entry = works.Entry('peer', 'peer', ['{out}.ply'])
+        return next(compare.rows(works.Case('case', judge, [entry]), self.programs,
+                                 self.options))[-1]
+
+    def test_what_the_case_before_left_is_not_judged_again(self):
+        self.write_result('the first')
+        self.assertEqual(self.judged(Text()), 'the first')
+        os.remove(self.result)
+        self.assertIn('no result to judge', self.judged(Text()))
+
+    def test_a_result_that_cannot_be_judged_costs_its_row_alone(self):
+        truth = judges.Normals([(0.0, 0.0, 1.0)])
+        self.assertIn('no result to judge', self.judged(truth))
+        self.write_result('ply\nformat ascii 1.0\nend_header\n')
+        self.assertIn('not binary', self.judged(truth))
+        for normals, why in (([(0.0, 0.0, 1.0)] * 2, '2 points of 1'),
+                             ([(0.0, 0.0, 0.0)], 'no point has a normal')):
+            ply.write(self.result, [(0.0, 0.0, 0.0)] * len(normals), normals=normals)
+            self.assertIn(why, self.judged(truth))
 
 
 class Judges(unittest.TestCase):
