@@ -375,7 +375,8 @@ Eigen::Isometry3d pose_in(nlohmann::json const& view, char const* rotation, char
     {
         for (int column = 0; column < 3; ++column)
         {
-            pose(row, column) = view[rotation].at(static_cast<std::size_t>(row))
+            pose(row, column) = view[rotation]
+                                    .at(static_cast<std::size_t>(row))
                                     .at(static_cast<std::size_t>(column));
         }
         pose(row, 3) = view[translation].at(static_cast<std::size_t>(row));
@@ -396,8 +397,7 @@ TEST(AlignCommand, DepthCamerasOfTheirOwnPoseTakeTheirPhotographsAlong)
                "{\"units\": \"metre\", \"views\": [" +
                    view_text("0.png", turned, "[0.01,0.02,0.03]", straight + "[0,0,0]") + "," +
                    view_text("1.png", turned, "[0.01,-0.13,0.038]", straight + "[-0.15,0,0.008]") +
-                   "," +
-                   view_text("1.png", "null", "null", straight + "[-0.15,0,0.008]") + "]}");
+                   "," + view_text("1.png", "null", "null", straight + "[-0.15,0,0.008]") + "]}");
     AlignRun const run(dir.file("cameras.json"));
     ASSERT_EQ(run.outcome.status, 0) << run.outcome.err;
     EXPECT_EQ(run.frame(1)["fate"], "moved");
@@ -405,16 +405,15 @@ TEST(AlignCommand, DepthCamerasOfTheirOwnPoseTakeTheirPhotographsAlong)
     ASSERT_EQ(frames.size(), 3U);
     EXPECT_LT((frames[1].pose.get_translation() - Vector3d(150, 0, 0)).norm(), 2.0);
     EXPECT_LT((frames[2].pose.get_translation() - Vector3d(150, 0, 0)).norm(), 2.0);
-    auto const views =
-        nlohmann::json::parse(file_content(run.out("cameras.json"))).at("views");
+    auto const views = nlohmann::json::parse(file_content(run.out("cameras.json"))).at("views");
     Eigen::Isometry3d photo_from_depth = Eigen::Isometry3d::Identity();
     photo_from_depth.linear() << 0, -1, 0, 1, 0, 0, 0, 0, 1;
     photo_from_depth.translation() << 0.01, 0.02, 0.03;
     for (std::size_t f = 0; f < 2; ++f)
     {
-        EXPECT_TRUE((pose_in(views[f], "R", "t") *
-                     pose_in(views[f], "depth_R", "depth_t").inverse())
-                        .isApprox(photo_from_depth, 1e-9))
+        EXPECT_TRUE(
+            (pose_in(views[f], "R", "t") * pose_in(views[f], "depth_R", "depth_t").inverse())
+                .isApprox(photo_from_depth, 1e-9))
             << f;
     }
     EXPECT_EQ(views[2]["R"], nullptr);
