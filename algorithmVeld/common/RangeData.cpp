@@ -2,8 +2,8 @@
 
 #include "algorithmVeld/common/arrays/Channels.h"
 #include "algorithmVeld/common/arrays/GridMap.h"
+#include "algorithmVeld/common/arrays/GridNormal.h"
 #include "algorithmVeld/common/arrays/checked.h"
-#include "algorithmVeld/common/geometry/unit_vector.h"
 #include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
@@ -49,15 +49,6 @@ std::array<int, 4> cell_corners(Map const& map, RangeData::UVCoord const& cell, 
 bool is_complete(std::array<int, 4> const& corners)
 {
     return std::all_of(corners.begin(), corners.end(), [](int v) { return v >= 0; });
-}
-
-/// The step along one axis of the grid at a vertex: between its two neighbours, or between the one
-/// that is there and the vertex itself. Zero if there is none.
-Vector3d grid_step(std::vector<Vector3f> const& points, int before, int here, int after)
-{
-    auto const point = [&](int i)
-    { return Vector3d(points[static_cast<size_t>(i >= 0 ? i : here)].cast<double>()); };
-    return point(after) - point(before);
 }
 
 struct DistanceSum
@@ -377,18 +368,7 @@ void RangeData::update_vNrv_from_grid()
     has_vNormal = true;
     for (size_t i = 0; i < get_vn() && i < vUV.size(); ++i)
     {
-        long long const r = vUV[i].row;
-        long long const c = vUV[i].col;
-        int const here = vertex_at(map, r, c, get_vn());
-        if (here < 0)
-        {
-            continue;
-        }
-        auto const neighbour = [&](int down, int right)
-        { return vertex_at(map, r + down, c + right, get_vn()); };
-        Vector3d const right = grid_step(vCoord, neighbour(0, -1), here, neighbour(0, 1));
-        Vector3d const down = grid_step(vCoord, neighbour(-1, 0), here, neighbour(1, 0));
-        vNrv[i] = detail::unit_or_zero(right.cross(down));
+        vNrv[i] = detail::grid_normal(*this, map, i);
     }
 }
 

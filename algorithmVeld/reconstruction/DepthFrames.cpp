@@ -106,12 +106,12 @@ RangeData frame_of(RangeData const& smooth, detail::DepthGrid const& grid,
         }
         int const row = static_cast<int>(i / columns);
         int const column = static_cast<int>(i % columns);
-        auto const v = frame.add_vCoord_and_vUV(grid.to_camera * grid.point[i], {row, column});
+        auto const v = frame.add_vCoord_and_vUV(grid.to_camera * grid.seen[i].point, {row, column});
         bool const is_cell = grid.cell[i] == 1 && stays[i + 1] == 1 && stays[i + columns] == 1 &&
                              stays[i + columns + 1] == 1;
         frame.set_cellFlag(v, static_cast<char>(is_cell));
         frame.vNrv.resize(v + 1);
-        frame.vNrv[v] = grid.to_camera.transform_normal(grid.normal[i]);
+        frame.vNrv[v] = grid.to_camera.transform_normal(grid.seen[i].normal);
         if (frame.has_vColor)
         {
             frame.vColor.resize(v + 1);
@@ -207,8 +207,14 @@ void average_frames(detail::LayerSpread const& spread, Work& work)
     }
     for (std::size_t f = 0; f < work.size(); ++f)
     {
-        work.grids[f].point = std::move(means[f].point);
-        work.grids[f].normal = std::move(means[f].normal);
+        auto& seen = work.grids[f].seen;
+        for (std::size_t i = 0; i < seen.size(); ++i)
+        {
+            seen[i].point = means[f].point[i];
+            seen[i].normal = means[f].normal[i];
+        }
+        means[f].point = {};
+        means[f].normal = {};
         work.is_best[f] = std::move(means[f].is_best);
     }
 }

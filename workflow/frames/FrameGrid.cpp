@@ -1,6 +1,7 @@
 #include "workflow/frames/FrameGrid.h"
 
 #include "algorithmVeld/common/arrays/GridMap.h"
+#include "algorithmVeld/common/arrays/GridNormal.h"
 
 #include <algorithm>
 #include <array>
@@ -134,9 +135,9 @@ void mirror_columns(RangeData& frame)
 
 void compute_normals(RangeData& frame)
 {
-    frame.update_vNrv_from_grid();
+    OrvaneAlgorithm::detail::GridMap const map(frame);
     std::vector<Vector3d> sums(frame.get_vn(), Vector3d::Zero());
-    for_each_quad(frame, OrvaneAlgorithm::detail::GridMap(frame),
+    for_each_quad(frame, map,
                   [&](Quad const& quad)
                   {
                       // By direction alone: where depth is noisy, or jumps, the steep cells are the
@@ -147,13 +148,13 @@ void compute_normals(RangeData& frame)
                           sums[static_cast<std::size_t>(vertex)] += normal;
                       }
                   });
+    frame.enable_vNormal();
     for (std::size_t i = 0; i < sums.size(); ++i)
     {
         double const length = sums[i].norm();
-        if (length > 0.0 && std::isfinite(length))
-        {
-            frame.vNrv[i] = (sums[i] / length).cast<float>();
-        }
+        frame.vNrv[i] = length > 0.0 && std::isfinite(length)
+                            ? Vector3f((sums[i] / length).cast<float>())
+                            : OrvaneAlgorithm::detail::grid_normal(frame, map, i);
     }
 }
 

@@ -73,10 +73,7 @@ DepthGrid make_depth_grid(RangeData const& frame, PinholeGrid const& camera,
     std::size_t const n =
         static_cast<std::size_t>(grid.rows) * static_cast<std::size_t>(grid.columns);
     grid.vertex.assign(n, -1);
-    grid.point.assign(n, Vector3f::Zero());
-    grid.normal.assign(n, Vector3f::Zero());
-    grid.noise.assign(n, 0.0F);
-    grid.density.assign(n, 0.0F);
+    grid.seen.resize(n);
     grid.cell.assign(n, 0);
     std::vector<char> is_seen(n, 0);
     for (std::size_t v = 0; v < frame.get_vn(); ++v)
@@ -87,20 +84,22 @@ DepthGrid make_depth_grid(RangeData const& frame, PinholeGrid const& camera,
         double const side = camera.pixel_angle() * point.z();
         double const cosine = std::abs(normal.dot(point)) / point.norm();
         grid.vertex[i] = static_cast<int>(v);
-        frame.get_global_vCoord(v, grid.point[i]);
-        grid.normal[i] = frame.get_global_vNrv(v);
-        grid.noise[i] = static_cast<float>(
+        SeenPoint& seen = grid.seen[i];
+        frame.get_global_vCoord(v, seen.point);
+        seen.normal = frame.get_global_vNrv(v);
+        seen.noise = static_cast<float>(
             LEFT_OF_NOISE * noise.at(std::abs(point.z()), std::max(cosine, LEAST_COSINE)) *
             std::abs(normal.z()));
-        grid.density[i] = static_cast<float>(cosine / (side * side));
+        seen.density = static_cast<float>(cosine / (side * side));
         grid.cell[i] = frame.cellFlag[v];
         grid.farthest = std::max(grid.farthest, std::abs(frame.vCoord[v].z()));
         is_seen[i] = 1;
     }
     auto const steps = steps_inside(grid, is_seen, BORDER_PIXELS);
-    grid.inside.resize(n);
-    std::transform(steps.begin(), steps.end(), grid.inside.begin(),
-                   [](int s) { return static_cast<float>(s) / static_cast<float>(BORDER_PIXELS); });
+    for (std::size_t i = 0; i < n; ++i)
+    {
+        grid.seen[i].inside = static_cast<float>(steps[i]) / static_cast<float>(BORDER_PIXELS);
+    }
     return grid;
 }
 

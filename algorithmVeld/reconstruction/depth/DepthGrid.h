@@ -10,6 +10,17 @@
 namespace OrvaneAlgorithm::detail
 {
 
+/// What a frame saw at a pixel. In one place of memory, since whoever asks a frame of a place asks
+/// for most of it; all of it 0 where there is nothing.
+struct SeenPoint
+{
+    Vector3f point = Vector3f::Zero();
+    Vector3f normal = Vector3f::Zero();
+    float noise = 0.0F;   ///< standard deviation along the normal that smoothing left
+    float density = 0.0F; ///< points on a square millimetre of the surface
+    float inside = 0.0F;  ///< 1, and towards the border of what was seen down to 0
+};
+
 /// A frame of a depth camera on its whole grid, in global coordinates, so that what it saw at a
 /// place is found by projecting the place.
 struct DepthGrid
@@ -22,13 +33,9 @@ struct DepthGrid
     float farthest = 0.0F; ///< of all depths
 
     // For each pixel.
-    std::vector<int> vertex; ///< of the frame, -1 where there is none; the lists below are then 0
-    std::vector<Vector3f> point;
-    std::vector<Vector3f> normal;
-    std::vector<float> noise;   ///< standard deviation along the normal that smoothing left
-    std::vector<float> density; ///< points on a square millimetre of the surface
-    std::vector<float> inside;  ///< 1, and towards the border of what was seen down to 0
-    std::vector<char> cell;     ///< whether the cell that starts at the pixel is surface
+    std::vector<int> vertex; ///< of the frame, -1 where there is none
+    std::vector<SeenPoint> seen;
+    std::vector<char> cell; ///< whether the cell that starts at the pixel is surface
 
     std::size_t size() const { return vertex.size(); }
     std::size_t index(int row, int column) const

@@ -21,6 +21,9 @@ constexpr float COVER_COSINE = 0.7F;
 /// In tolerances: farther from a patch than this, along a view aslant, it covers nothing.
 constexpr float REACH_OF_PATCH = 2.0F;
 
+/// So many patches at once are looked for by all threads.
+constexpr std::size_t WORTH_THREADS = 4;
+
 using PixelMask = std::vector<char>;
 
 /// Runs `visit(j)` for the neighbours of a pixel on its surface, to the sides, up and down.
@@ -138,8 +141,8 @@ bool covers_place(DepthGrid const& grid, PixelMask const& stays, Vector3f const&
         std::all_of(corners.begin(), corners.end(), [&](std::size_t i) { return stays[i] == 1; });
     std::size_t const nearest =
         corners[(place.down > 0.5F ? 2U : 0U) + (place.right > 0.5F ? 1U : 0U)];
-    return is_surface && grid.normal[nearest].dot(normal) >= COVER_COSINE &&
-           std::abs(grid.normal[nearest].dot(grid.point[nearest] - point)) <= tolerance;
+    return is_surface && grid.seen[nearest].normal.dot(normal) >= COVER_COSINE &&
+           std::abs(grid.seen[nearest].normal.dot(grid.seen[nearest].point - point)) <= tolerance;
 }
 
 class Chooser
@@ -244,24 +247,37 @@ private:
     {
         DepthGrid const& grid = grids_[f];
         std::size_t const first = tested_[f];
-        parallel_for_uneven(
-            grid.rows,
-            [&](std::ptrdiff_t row)
+        // Threads that wait for the next call take more time than a few patches do.
+        if (patches_.size() - first < WORTH_THREADS)
+        {
+            for (int row = 0; row < grid.rows; ++row)
             {
-                for (int column = 0; column < grid.columns; ++column)
-                {
-                    std::size_t const i = grid.index(static_cast<int>(row), column);
-                    for (std::size_t p = first;
-                         p < patches_.size() && grid.vertex[i] >= 0 && covered_[f][i] == 0; ++p)
-                    {
-                        covered_[f][i] = patches_[p].frame != f &&
-                                         patches_[p].reaches(grid.point[i]) &&
-                                         covers_place(grids_[patches_[p].frame], patches_[p].stays,
-                                                      grid.point[i], grid.normal[i], tolerance_);
-                    }
-                }
-            });
+                update_row(f, row, first);
+            }
+        }
+        else
+        {
+            parallel_for_uneven(grid.rows, [&](std::ptrdiff_t row)
+                                { update_row(f, static_cast<int>(row), first); });
+        }
         tested_[f] = patches_.size();
+    }
+
+    void update_row(std::size_t f, int row, std::size_t first_patch)
+    {
+        DepthGrid const& grid = grids_[f];
+        for (int column = 0; column < grid.columns; ++column)
+        {
+            std::size_t const i = grid.index(row, column);
+            SeenPoint const& seen = grid.seen[i];
+            for (std::size_t p = first_patch;
+                 p < patches_.size() && grid.vertex[i] >= 0 && covered_[f][i] == 0; ++p)
+            {
+                covered_[f][i] = patches_[p].frame != f && patches_[p].reaches(seen.point) &&
+                                 covers_place(grids_[patches_[p].frame], patches_[p].stays,
+                                              seen.point, seen.normal, tolerance_);
+            }
+        }
     }
 
     void keep(std::size_t f, PixelMask const& patch)
@@ -273,8 +289,8 @@ private:
         {
             if (patch[i] == 1)
             {
-                low = low.cwiseMin(grid.point[i]);
-                high = high.cwiseMax(grid.point[i]);
+                low = low.cwiseMin(grid.seen[i].point);
+                high = high.cwiseMax(grid.seen[i].point);
             }
         }
         Vector3f const beside = Vector3f::Constant(REACH_OF_PATCH * tolerance_);

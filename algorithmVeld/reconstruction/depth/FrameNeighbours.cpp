@@ -32,8 +32,8 @@ Ball ball_of(DepthGrid const& grid, FrameTile const& tile)
             if (grid.vertex[i] >= 0)
             {
                 is_empty = false;
-                low = low.cwiseMin(grid.point[i].cast<double>());
-                high = high.cwiseMax(grid.point[i].cast<double>());
+                low = low.cwiseMin(grid.seen[i].point.cast<double>());
+                high = high.cwiseMax(grid.seen[i].point.cast<double>());
             }
         }
     }

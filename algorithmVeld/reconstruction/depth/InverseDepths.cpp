@@ -98,46 +98,70 @@ struct RowSums
     }
 };
 
+/// Totals over the lanes of four sums, one in each lane of the result.
+Lanes totals(Lanes const& a, Lanes const& b, Lanes const& c, Lanes const& d)
+{
+    return (Lanes(a[0], b[0], c[0], d[0]) + Lanes(a[1], b[1], c[1], d[1])) +
+           (Lanes(a[2], b[2], c[2], d[2]) + Lanes(a[3], b[3], c[3], d[3]));
+}
+
 float total(Lanes const& lanes)
 {
     return (lanes[0] + lanes[1]) + (lanes[2] + lanes[3]);
+}
+
+/// What a row of pixels is compared with.
+struct RowPlane
+{
+    float start;
+    float per_tolerance;
+    float level; ///< in tolerances from the start, in the middle of the row
+    float by_u;
+};
+
+/// \param first column from the middle of the window \param n number of columns
+RowSums sum_row(float const* values, int n, float first, RowPlane const& plane)
+{
+    RowSums sum;
+    Lanes columns(0.0F, 1.0F, 2.0F, 3.0F);
+    Lanes const numbers = columns;
+    columns += first;
+    for (int c = 0; c < n; c += N_LANES)
+    {
+        Lanes const d = (Eigen::Map<Lanes const>(values + c) - plane.start) * plane.per_tolerance;
+        Lanes off = d - plane.level - plane.by_u * columns;
+        if (c + N_LANES > n)
+        {
+            // What lies beyond the window is infinitely far from the plane.
+            off = (numbers < static_cast<float>(n - c))
+                      .select(off, std::numeric_limits<float>::infinity());
+        }
+        sum.add(columns, d, off);
+        columns += static_cast<float>(N_LANES);
+    }
+    return sum;
 }
 
 PlaneSums sum_window(InverseDepths const& image, PixelWindow const& window, double row,
                      double column, float start, float per_tolerance, LevelPlane const& plane)
 {
     PlaneSums sums;
-    auto const across = static_cast<float>(column);
+    float const first = static_cast<float>(window.first_column) - static_cast<float>(column);
     int const n = window.last_column - window.first_column + 1;
     for (int r = window.first_row; r <= window.last_row; ++r)
     {
         auto const v = static_cast<float>(r - row);
-        float const* const values = image.value.data() + image.index(r, window.first_column);
-        float const level = plane.value + plane.by_v * v;
-        RowSums sum;
-        Lanes columns(0.0F, 1.0F, 2.0F, 3.0F);
-        columns += static_cast<float>(window.first_column) - across;
-        for (int c = 0; c < n; c += N_LANES)
-        {
-            // What lies beyond the window is infinitely far from the plane.
-            int const in_row = std::min(N_LANES, n - c);
-            Lanes d = Lanes::Zero();
-            Lanes off = Lanes::Constant(std::numeric_limits<float>::infinity());
-            for (int k = 0; k < in_row; ++k)
-            {
-                d[k] = (values[c + k] - start) * per_tolerance;
-                off[k] = d[k] - level - plane.by_u * columns[k];
-            }
-            sum.add(columns, d, off);
-            columns += static_cast<float>(N_LANES);
-        }
-        float const w0 = total(sum.w);
-        float const wu = total(sum.u);
-        float const wd = total(sum.d);
+        RowSums const sum =
+            sum_row(image.value.data() + image.index(r, window.first_column), n, first,
+                    {start, per_tolerance, plane.value + plane.by_v * v, plane.by_u});
+        Lanes const row_totals = totals(sum.w, sum.u, sum.uu, sum.d);
+        float const w0 = row_totals[0];
+        float const wu = row_totals[1];
+        float const wd = row_totals[3];
         sums.w += w0;
         sums.u += wu;
         sums.v += w0 * v;
-        sums.uu += total(sum.uu);
+        sums.uu += row_totals[2];
         sums.uv += wu * v;
         sums.vv += w0 * v * v;
         sums.d += wd;
@@ -156,7 +180,8 @@ InverseDepths inverse_depths(RangeData const& frame)
     image.columns = frame.grid_cols;
     std::size_t const n =
         static_cast<std::size_t>(image.rows) * static_cast<std::size_t>(image.columns);
-    image.value.assign(n, 0.0F);
+    // Four columns are read at a time, also where a row ends.
+    image.value.assign(n + N_LANES, 0.0F);
     image.vertex.assign(n, -1);
     for (std::size_t i = 0; i < frame.get_vn(); ++i)
     {

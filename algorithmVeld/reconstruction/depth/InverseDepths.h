@@ -15,8 +15,10 @@ struct InverseDepths
 {
     int rows = 0;
     int columns = 0;
-    std::vector<float> value; ///< row by row; 0, which is infinitely far, where there is no point
-    std::vector<int> vertex;  ///< of the frame; -1 where there is none
+    /// Row by row, and a few more behind the last; 0, which is infinitely far, where there is no
+    /// point.
+    std::vector<float> value;
+    std::vector<int> vertex; ///< of the frame; -1 where there is none
 
     std::size_t index(int row, int column) const
     {

@@ -33,9 +33,9 @@ struct Layer
 };
 
 /// \param variance that layers have beside that of their noise
-float weight_of(DepthGrid const& grid, std::size_t i, float variance)
+float weight_of(SeenPoint const& seen, float variance)
 {
-    return grid.inside[i] / (grid.noise[i] * grid.noise[i] + variance);
+    return seen.inside / (seen.noise * seen.noise + variance);
 }
 
 /// Where another frame has the surface at a point: from the planes of the four pixels around it,
@@ -53,22 +53,23 @@ Layer layer_at(DepthGrid const& grid, Vector3f const& point, Vector3f const& nor
     {
         int const down = k / 2;
         int const right = k % 2;
-        std::size_t const i = grid.index(place.row + down, place.column + right);
+        SeenPoint const& seen = grid.seen[grid.index(place.row + down, place.column + right)];
         float const share = (down == 1 ? place.down : 1.0F - place.down) *
                             (right == 1 ? place.right : 1.0F - place.right);
-        float const cosine = grid.normal[i].dot(normal);
-        if (grid.vertex[i] < 0 || !(share > 0.0F) || !(cosine >= ALIKE_COSINE))
+        // Where nothing was seen there is no normal.
+        float const cosine = seen.normal.dot(normal);
+        if (!(share > 0.0F) || !(cosine >= ALIKE_COSINE))
         {
             continue;
         }
-        float const distance = grid.normal[i].dot(grid.point[i] - point) / cosine;
+        float const distance = seen.normal.dot(seen.point - point) / cosine;
         if (std::abs(distance) <= reach)
         {
-            float const weight = share * weight_of(grid, i, variance);
+            float const weight = share * weight_of(seen, variance);
             layer.distance += weight * distance;
             layer.weight += weight;
-            layer.normal += weight * grid.normal[i];
-            layer.density = std::max(layer.density, grid.density[i]);
+            layer.normal += weight * seen.normal;
+            layer.density = std::max(layer.density, seen.density);
         }
     }
     layer.distance /= layer.weight > 0.0F ? layer.weight : 1.0F;
@@ -134,10 +135,14 @@ public:
           variance_(static_cast<float>(spread.poses * spread.poses)),
           centre_(own_.pose.get_translation())
     {
-        mean_.point = own_.point;
-        mean_.normal = own_.normal;
+        mean_.point.resize(own_.size());
+        mean_.normal.resize(own_.size());
+        for (std::size_t i = 0; i < own_.size(); ++i)
+        {
+            mean_.point[i] = own_.seen[i].point;
+            mean_.normal[i] = own_.seen[i].normal;
+        }
         mean_.is_best.assign(own_.size(), 0);
-        mean_.layers.assign(own_.size(), 0);
     }
 
     PlaceMean run(std::vector<FrameTile> const& tiles)
@@ -168,12 +173,13 @@ private:
     void find_layers(std::size_t i, FrameTile const& tile, std::vector<Layer>& layers) const
     {
         layers.clear();
-        float const weight = weight_of(own_, i, variance_);
-        layers.push_back({0.0F, weight, own_.density[i], Vector3f(weight * own_.normal[i])});
+        SeenPoint const& own = own_.seen[i];
+        float const weight = weight_of(own, variance_);
+        layers.push_back({0.0F, weight, own.density, Vector3f(weight * own.normal)});
         for (int const g : tile.frames)
         {
-            Layer const layer = layer_at(grids_[static_cast<std::size_t>(g)], own_.point[i],
-                                         own_.normal[i], LAYER_REACH * tolerance_, variance_);
+            Layer const layer = layer_at(grids_[static_cast<std::size_t>(g)], own.point, own.normal,
+                                         LAYER_REACH * tolerance_, variance_);
             if (layer.weight > 0.0F)
             {
                 layers.push_back(layer);
@@ -193,15 +199,14 @@ private:
             {
                 normal += static_cast<double>(share / layer.weight) * layer.normal.cast<double>();
                 densest = std::max(densest, layer.density);
-                ++mean_.layers[i];
             }
         }
-        Vector3d const view = (own_.point[i].cast<double>() - centre_).normalized();
-        double const along = view.dot(own_.normal[i].cast<double>());
+        Vector3d const view = (own_.seen[i].point.cast<double>() - centre_).normalized();
+        double const along = view.dot(own_.seen[i].normal.cast<double>());
         mean_.point[i] += (view * (static_cast<double>(distance) / along)).cast<float>();
         Vector3f const unit = unit_or_zero(normal);
-        mean_.normal[i] = unit.isZero(0.0F) ? own_.normal[i] : unit;
-        mean_.is_best[i] = densest <= MUCH_DENSER * own_.density[i] ? 1 : 0;
+        mean_.normal[i] = unit.isZero(0.0F) ? own_.seen[i].normal : unit;
+        mean_.is_best[i] = densest <= MUCH_DENSER * own_.seen[i].density ? 1 : 0;
     }
 
     std::vector<DepthGrid> const& grids_;
@@ -236,8 +241,8 @@ std::vector<float> distances_to_others(std::vector<DepthGrid> const& grids, std:
                 {
                     Layer const layer =
                         own.vertex[i] >= 0
-                            ? layer_at(grids[static_cast<std::size_t>(g)], own.point[i],
-                                       own.normal[i], static_cast<float>(largest), 0.0F)
+                            ? layer_at(grids[static_cast<std::size_t>(g)], own.seen[i].point,
+                                       own.seen[i].normal, static_cast<float>(largest), 0.0F)
                             : Layer{};
                     if (layer.weight > 0.0F)
                     {

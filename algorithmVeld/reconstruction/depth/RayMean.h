@@ -13,7 +13,6 @@ struct PlaceMean
     std::vector<Vector3f> point;  ///< on the view of its own pixel
     std::vector<Vector3f> normal; ///< mean of all that saw the place
     std::vector<char> is_best;    ///< whether nobody saw the place much more densely
-    std::vector<int> layers;      ///< how many frames saw it, this one among them
 };
 
 /// How far layers of one place may lie apart.

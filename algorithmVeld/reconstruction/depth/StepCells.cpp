@@ -30,7 +30,7 @@ bool is_short(DepthGrid const& grid, CellCorners const& corners, float longest)
         std::size_t const a = corners[k];
         std::size_t const b = corners[(k + 1) % corners.size()];
         if (grid.vertex[a] < 0 || grid.vertex[b] < 0 ||
-            !((grid.point[a] - grid.point[b]).squaredNorm() <= longest * longest))
+            !((grid.seen[a].point - grid.seen[b].point).squaredNorm() <= longest * longest))
         {
             return false;
         }
@@ -51,7 +51,8 @@ bool looks_through(DepthGrid const& grid, Vector3f const& place, float tolerance
     return std::all_of(corners.begin(), corners.end(),
                        [&](std::size_t i)
                        {
-                           double const behind = axis.dot((grid.point[i] - place).cast<double>());
+                           double const behind =
+                               axis.dot((grid.seen[i].point - place).cast<double>());
                            return grid.vertex[i] >= 0 && behind > static_cast<double>(tolerance);
                        });
 }
@@ -61,8 +62,8 @@ bool is_closed(std::vector<DepthGrid> const& grids, FrameTile const& tile, Depth
 {
     for (std::size_t k = 0; k < corners.size(); ++k)
     {
-        Vector3f const& a = own.point[corners[k]];
-        Vector3f const& b = own.point[corners[(k + 1) % corners.size()]];
+        Vector3f const& a = own.seen[corners[k]].point;
+        Vector3f const& b = own.seen[corners[(k + 1) % corners.size()]].point;
         for (float const part : PLACES)
         {
             Vector3f const place = a + part * (b - a);
