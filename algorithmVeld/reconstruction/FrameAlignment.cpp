@@ -37,7 +37,7 @@ constexpr double STILL_OF_NOISE = 2e-2;
 constexpr double STILL_OF_SPACING = 1e-7;
 /// Of the spacing, where there is no noise.
 constexpr double FINEST_OF_SPACING = 1e-3;
-constexpr std::size_t FEWEST_POINTS = 1000;
+constexpr std::size_t FEWEST_POINTS = 250;
 
 using Frames = std::vector<detail::SampledFrame>;
 

@@ -116,7 +116,7 @@ public:
     /// for at first. No frame moves more than four times as far. 0, the default: a fiftieth of the
     /// size of the frame in the middle.
     void set_reach(double length) { reach_ = length; }
-    /// Most points of a frame that others are compared with, 1000 or more: frames of more are
+    /// Most points of a frame that others are compared with, 250 or more: frames of more are
     /// thinned on their grids. Default 100000.
     void set_most_points(std::size_t count) { most_points_ = count; }
     /// Most samples of a frame that are compared with each other frame. Default 1000.

@@ -85,37 +85,10 @@ RangeData corner_frame(float offset)
     return frame;
 }
 
-/// A piece of a surface of hills, from a corner on, with its exact normals.
-RangeData hills(double left, double bottom, int size = 60, unsigned seed = 1, double noise = 0.0)
-{
-    std::mt19937 random(seed);
-    std::normal_distribution<double> normal(0.0, 1.0);
-    auto const height = [](double x, double y)
-    { return 6.0 * std::sin(x / 9.0) * std::cos(y / 11.0) + 3.0 * std::sin((x + y) / 6.0); };
-    RangeData frame = make_frame(size, size,
-                                 [&](int r, int c) -> Vector3f
-                                 {
-                                     double const x = left + c;
-                                     double const y = bottom + r;
-                                     double const z = height(x, y) + noise * normal(random);
-                                     return Vector3d(x, y, z).cast<float>();
-                                 });
-    for (std::size_t i = 0; i < frame.get_vn(); ++i)
-    {
-        double const x = static_cast<double>(frame.vCoord[i].x());
-        double const y = static_cast<double>(frame.vCoord[i].y());
-        constexpr double STEP = 1e-4;
-        double const dx = (height(x + STEP, y) - height(x - STEP, y)) / (2 * STEP);
-        double const dy = (height(x, y + STEP) - height(x, y - STEP)) / (2 * STEP);
-        frame.vNrv[i] = Vector3d(-dx, -dy, 1.0).normalized().cast<float>();
-    }
-    return frame;
-}
-
 /// What a deviation along z is along the normals of hills.
 double mean_slant()
 {
-    RangeData const frame = hills(0, 0);
+    RangeData const frame = hilly_frame(0, 0);
     double sum = 0.0;
     for (auto const& normal : frame.vNrv)
     {
@@ -127,8 +100,8 @@ double mean_slant()
 /// Four pieces of hills, each of which overlaps the next.
 std::vector<RangeData> four_hills(double noise = 0.0)
 {
-    return {hills(0, 0, 60, 1, noise), hills(25.4, 3.3, 60, 2, noise),
-            hills(28.2, 30.7, 60, 3, noise), hills(2.6, 26.1, 60, 4, noise)};
+    return {hilly_frame(0, 0, 60, 1, noise), hilly_frame(25.4, 3.3, 60, 2, noise),
+            hilly_frame(28.2, 30.7, 60, 3, noise), hilly_frame(2.6, 26.1, 60, 4, noise)};
 }
 
 /// The farthest that a pose takes a corner of a box of 80 mm from where another one does.
@@ -310,6 +283,47 @@ TEST(FrameAlignment, TheFrameThatIsOffIsFartherFromTheOthersThanTheyAre)
     }
 }
 
+TEST(FrameAlignment, OfManyFramesEachIsComparedWithSome)
+{
+    constexpr std::size_t OFF = 70;
+    std::vector<RangeData> frames;
+    for (unsigned k = 0; k < 120; ++k)
+    {
+        frames.push_back(hilly_frame(1.5 * (k % 12), 1.7 * (k / 12), 40, k + 1, 0.01));
+    }
+    frames[OFF] = moved(frames[OFF], motion({0, 0, 1}, 0.0, {0, 0, 0.6}));
+    FrameAlignment alignment;
+    alignment.set_most_samples(100);
+    FrameAlignment::Agreement found;
+    ASSERT_EQ(alignment.measure(pointers(frames), found), RET_SUCCESS);
+    EXPECT_LE(found.pairs.size(), 12 * frames.size());
+    for (std::size_t f = 0; f < frames.size(); ++f)
+    {
+        EXPECT_GE(found.frames[f].pairs, 6U) << f;
+        if (f != OFF)
+        {
+            EXPECT_GT(found.frames[OFF].distance, 5.0 * found.frames[f].distance) << f;
+        }
+    }
+}
+
+TEST(FrameAlignment, OfManyFramesInARowNoneIsLost)
+{
+    std::vector<RangeData> frames;
+    for (unsigned k = 0; k < 110; ++k)
+    {
+        frames.push_back(hilly_frame(20.3 * k, 0, 40, k + 1));
+    }
+    FrameAlignment alignment;
+    alignment.set_most_rounds(1);
+    Poses poses;
+    ASSERT_EQ(alignment.align(pointers(frames), poses), RET_SUCCESS);
+    for (auto const& motion : alignment.motions())
+    {
+        EXPECT_EQ(motion.group, 0U);
+    }
+}
+
 TEST(FrameAlignment, SurfacesThatFaceEachOtherAreNotOne)
 {
     auto turned = flat_frame(30, 30, 1.0F);
@@ -327,8 +341,8 @@ TEST(FrameAlignment, AFrameThatOverlapsNothingStays)
 {
     auto frames = four_hills();
     frames[1] = moved(frames[1], motion({1, 0, 0}, 0.3, {0, 0, 0.3}));
-    frames.push_back(moved(hills(0, 0), motion({1, 0, 0}, 0.0, {5000, 0, 0})));
-    RangeData large = hills(0, 0); // in another unit
+    frames.push_back(moved(hilly_frame(0, 0), motion({1, 0, 0}, 0.0, {5000, 0, 0})));
+    RangeData large = hilly_frame(0, 0); // in another unit
     for (auto& point : large.vCoord)
     {
         point *= 1000.0F;
@@ -355,7 +369,8 @@ TEST(FrameAlignment, AFrameThatOverlapsNothingStays)
 
 TEST(FrameAlignment, EachGroupOfFramesKeepsItsFirstOne)
 {
-    std::vector<RangeData> frames{hills(0, 0), hills(500, 0), hills(20, 3), hills(523, 4)};
+    std::vector<RangeData> frames{hilly_frame(0, 0), hilly_frame(500, 0), hilly_frame(20, 3),
+                                  hilly_frame(523, 4)};
     frames[2] = moved(frames[2], motion({1, 0, 0}, 0.2, {0, 0, 0.2}));
     frames[3] = moved(frames[3], motion({0, 1, 0}, 0.02, {0, 0, 0.2}));
     FrameAlignment alignment;
@@ -402,7 +417,7 @@ TEST(FrameAlignment, PointsThatAreNoNumbersTellNothing)
 
 TEST(FrameAlignment, WhatCannotBeComparedIsRefused)
 {
-    auto const frame = hills(0, 0);
+    auto const frame = hilly_frame(0, 0);
     RangeData without_normals = frame;
     without_normals.disable_vNormal();
     Poses poses(3);

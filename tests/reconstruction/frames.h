@@ -15,6 +15,7 @@ namespace veld_test
 {
 
 using OrvaneAlgorithm::RangeData;
+using OrvaneAlgorithm::Vector3d;
 using OrvaneAlgorithm::Vector3f;
 
 /// A frame of rows x columns points with the given positions and, where they are not finite or
@@ -94,6 +95,34 @@ inline std::vector<RangeData> random_frames(unsigned seed, int count, int size, 
         frames.back().update_vNrv_from_grid();
     }
     return frames;
+}
+
+/// A piece of a surface of hills, from a corner on, with its exact normals.
+inline RangeData hilly_frame(double left, double bottom, int size = 60, unsigned seed = 1,
+                             double noise = 0.0)
+{
+    std::mt19937 random(seed);
+    std::normal_distribution<double> normal(0.0, 1.0);
+    auto const height = [](double x, double y)
+    { return 6.0 * std::sin(x / 9.0) * std::cos(y / 11.0) + 3.0 * std::sin((x + y) / 6.0); };
+    RangeData frame = make_frame(size, size,
+                                 [&](int r, int c) -> Vector3f
+                                 {
+                                     double const x = left + c;
+                                     double const y = bottom + r;
+                                     double const z = height(x, y) + noise * normal(random);
+                                     return Vector3d(x, y, z).cast<float>();
+                                 });
+    for (std::size_t i = 0; i < frame.get_vn(); ++i)
+    {
+        double const x = static_cast<double>(frame.vCoord[i].x());
+        double const y = static_cast<double>(frame.vCoord[i].y());
+        constexpr double STEP = 1e-4;
+        double const dx = (height(x + STEP, y) - height(x - STEP, y)) / (2 * STEP);
+        double const dy = (height(x, y + STEP) - height(x, y - STEP)) / (2 * STEP);
+        frame.vNrv[i] = Vector3d(-dx, -dy, 1.0).normalized().cast<float>();
+    }
+    return frame;
 }
 
 inline std::vector<RangeData const*> pointers(std::vector<RangeData> const& frames)

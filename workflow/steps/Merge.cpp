@@ -50,6 +50,11 @@ constexpr double LONG_EDGE_SPACINGS_OF_SMOOTH = 8.0;
 constexpr double COMPARED_SPACINGS = 8.0;
 constexpr std::size_t COMPARED_POINTS = 20000;
 constexpr std::size_t COMPARED_SAMPLES = 400;
+/// Of many frames so many points are compared in all, so that memory stays that of the frames, and
+/// few samples of each tell whether it is off.
+constexpr std::size_t MANY_FRAMES = 96;
+constexpr std::size_t COMPARED_POINTS_OF_ALL = 500000;
+constexpr std::size_t COMPARED_SAMPLES_OF_MANY = 100;
 /// Half of the layers that are farther off each other than this are no layers of one place.
 constexpr double BEARABLE_SPACINGS = 1.0;
 constexpr double LONG_EDGE_STEPS = 1.5;
@@ -302,8 +307,10 @@ void warn_of_poses(FrameSet const& frames, double spacing, FrameNoise const& noi
     FrameAlignment alignment;
     alignment.set_noise(noise.noise);
     alignment.set_reach(COMPARED_SPACINGS * spacing);
-    alignment.set_most_points(COMPARED_POINTS);
-    alignment.set_most_samples(COMPARED_SAMPLES);
+    std::size_t const n = frames.frames.size();
+    bool const are_many = n > MANY_FRAMES;
+    alignment.set_most_points(are_many ? COMPARED_POINTS_OF_ALL / n : COMPARED_POINTS);
+    alignment.set_most_samples(are_many ? COMPARED_SAMPLES_OF_MANY : COMPARED_SAMPLES);
     FrameAlignment::Agreement agreement;
     alignment.measure(pointers(frames.frames), agreement);
     std::vector<std::string> names;

@@ -1,11 +1,16 @@
 #include "algorithmVeld/reconstruction/registration/FramePairs.h"
 
 #include "algorithmVeld/common/arrays/DisjointSets.h"
+#include "algorithmVeld/common/arrays/Median.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
+#include "algorithmVeld/reconstruction/frames/FrameChoice.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdint>
 #include <tuple>
+#include <utility>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -23,6 +28,8 @@ constexpr double LEAST_OVERLAP = 0.05;
 /// Of a frame's pairs so many of the largest overlap are compared, and so many of the others.
 constexpr std::size_t LARGEST_PAIRS = 6;
 constexpr std::size_t OTHER_PAIRS = 6;
+/// Of the radius of a frame: side of the cubes by which many frames look for each other.
+constexpr double CUBE_OF_RADIUS = 0.25;
 
 Vector3d place_of(RigidMatrix const& pose, Vector3d const& point)
 {
@@ -124,40 +131,10 @@ std::vector<Match> matches_of(std::vector<SampledFrame> const& frames,
     return matches;
 }
 
-/// All pairs that overlap, the largest overlap first.
-std::vector<FramePair> overlapping_pairs(std::vector<SampledFrame> const& frames,
-                                         std::vector<RigidMatrix> const& poses, double reach)
+void sort_by_overlap(std::vector<FramePair>& pairs)
 {
-    std::vector<std::vector<FramePair>> of_frame(frames.size());
-    parallel_for_uneven(static_cast<std::ptrdiff_t>(frames.size()),
-                        [&](std::ptrdiff_t number)
-                        {
-                            auto const a = static_cast<std::size_t>(number);
-                            for (std::size_t b = a + 1; b < frames.size(); ++b)
-                            {
-                                if (!may_meet(frames[a], poses[a], frames[b], poses[b], reach))
-                                {
-                                    continue;
-                                }
-                                auto const n = matches_of(frames, poses, a, b, reach, ASKED).size();
-                                auto const asked = [&](std::size_t f)
-                                { return std::min(ASKED, frames[f].samples.size()); };
-                                double const overlap = static_cast<double>(n) /
-                                                       static_cast<double>(asked(a) + asked(b));
-                                if (n >= FEWEST_MATCHES && overlap >= LEAST_OVERLAP)
-                                {
-                                    of_frame[a].push_back({a, b, overlap});
-                                }
-                            }
-                        });
-    std::vector<FramePair> pairs;
-    for (auto const& part : of_frame)
-    {
-        pairs.insert(pairs.end(), part.begin(), part.end());
-    }
     std::stable_sort(pairs.begin(), pairs.end(),
                      [](FramePair const& x, FramePair const& y) { return x.overlap > y.overlap; });
-    return pairs;
 }
 
 /// Marks the pairs of largest overlap that keep all together, as in Kruskal's spanning trees.
@@ -202,6 +179,161 @@ void mark_for_each_frame(std::size_t frames, std::vector<FramePair> const& pairs
     }
 }
 
+/// Of pairs, the largest overlap first, those that are compared.
+std::vector<FramePair> chosen_pairs(std::size_t frames, std::vector<FramePair> const& pairs)
+{
+    std::vector<char> chosen(pairs.size(), 0);
+    mark_spanning(frames, pairs, chosen);
+    mark_for_each_frame(frames, pairs, chosen);
+    std::vector<FramePair> result;
+    for (std::size_t k = 0; k < pairs.size(); ++k)
+    {
+        if (chosen[k] == 1)
+        {
+            result.push_back(pairs[k]);
+        }
+    }
+    std::sort(result.begin(), result.end(),
+              [](FramePair const& x, FramePair const& y)
+              { return std::tie(x.first, x.second) < std::tie(y.first, y.second); });
+    return result;
+}
+
+/// A cube of space and a frame with a sample in it.
+using SeenCube = std::pair<std::array<std::int32_t, 3>, std::int32_t>;
+
+std::vector<SeenCube> seen_cubes(std::vector<SampledFrame> const& frames,
+                                 std::vector<RigidMatrix> const& poses, double side)
+{
+    constexpr double LARGEST = 1073741824.0; // 2^30
+    std::vector<SeenCube> cubes;
+    CancelPoll poll;
+    for (std::size_t f = 0; f < frames.size(); ++f)
+    {
+        auto const before = static_cast<std::ptrdiff_t>(cubes.size());
+        for (int const i : frames[f].samples)
+        {
+            poll.next();
+            Vector3f const& point = frames[f].point[static_cast<std::size_t>(i)];
+            Vector3d const cube = place_of(poses[f], point.cast<double>()) / side;
+            // A comparison with NaN is false.
+            if ((cube.array().abs() < LARGEST).all())
+            {
+                auto const number = [&](int axis)
+                { return static_cast<std::int32_t>(std::floor(cube[axis])); };
+                cubes.push_back(
+                    {{{number(0), number(1), number(2)}}, static_cast<std::int32_t>(f)});
+            }
+        }
+        std::sort(cubes.begin() + before, cubes.end());
+        cubes.erase(std::unique(cubes.begin() + before, cubes.end()), cubes.end());
+    }
+    std::sort(cubes.begin(), cubes.end());
+    return cubes;
+}
+
+/// Pairs of frames that share cubes, one for each cube that both are asked about: in the list of
+/// its frames each one with those one, two, four and so on farther.
+std::vector<std::pair<std::int32_t, std::int32_t>>
+neighbours_in_cubes(std::vector<SeenCube> const& cubes)
+{
+    std::vector<std::pair<std::int32_t, std::int32_t>> pairs;
+    CancelPoll poll;
+    for (std::size_t begin = 0; begin < cubes.size();)
+    {
+        std::size_t end = begin;
+        while (end < cubes.size() && cubes[end].first == cubes[begin].first)
+        {
+            ++end;
+        }
+        for (std::size_t step = 1; step < end - begin; step *= 2)
+        {
+            for (std::size_t i = begin; i + step < end; ++i)
+            {
+                poll.next();
+                pairs.emplace_back(cubes[i].second, cubes[i + step].second);
+            }
+        }
+        begin = end;
+    }
+    std::sort(pairs.begin(), pairs.end());
+    return pairs;
+}
+
+/// Of many frames, some that may overlap each one: those that share the most places with it and
+/// others, and what keeps all together. Their number grows with the frames.
+std::vector<FramePair> likely_pairs(std::vector<SampledFrame> const& frames,
+                                    std::vector<RigidMatrix> const& poses, double reach)
+{
+    std::vector<double> radii;
+    for (auto const& frame : frames)
+    {
+        radii.push_back(frame.radius);
+    }
+    double const side = std::max(CUBE_OF_RADIUS * median(std::move(radii)), 2.0 * reach);
+    if (!(side > 0.0))
+    {
+        return {};
+    }
+    auto const shared = neighbours_in_cubes(seen_cubes(frames, poses, side));
+    std::vector<FramePair> pairs;
+    for (auto const& [a, b] : shared)
+    {
+        auto const first = static_cast<std::size_t>(a);
+        auto const second = static_cast<std::size_t>(b);
+        if (pairs.empty() || pairs.back().first != first || pairs.back().second != second)
+        {
+            pairs.push_back({first, second, 0.0});
+        }
+        pairs.back().overlap += 1.0;
+    }
+    sort_by_overlap(pairs);
+    return chosen_pairs(frames.size(), pairs);
+}
+
+/// All pairs of frames whose points may meet.
+std::vector<FramePair> all_pairs(std::vector<SampledFrame> const& frames,
+                                 std::vector<RigidMatrix> const& poses, double reach)
+{
+    std::vector<FramePair> pairs;
+    for (std::size_t a = 0; a < frames.size(); ++a)
+    {
+        for (std::size_t b = a + 1; b < frames.size(); ++b)
+        {
+            if (may_meet(frames[a], poses[a], frames[b], poses[b], reach))
+            {
+                pairs.push_back({a, b, 0.0});
+            }
+        }
+    }
+    return pairs;
+}
+
+/// Measures how far pairs overlap, and leaves those that do, the largest overlap first.
+std::vector<FramePair> overlapping(std::vector<SampledFrame> const& frames,
+                                   std::vector<RigidMatrix> const& poses,
+                                   std::vector<FramePair> pairs, double reach)
+{
+    parallel_for_uneven(
+        static_cast<std::ptrdiff_t>(pairs.size()),
+        [&](std::ptrdiff_t number)
+        {
+            FramePair& pair = pairs[static_cast<std::size_t>(number)];
+            auto const n = matches_of(frames, poses, pair.first, pair.second, reach, ASKED).size();
+            auto const asked = [&](std::size_t f)
+            { return std::min(ASKED, frames[f].samples.size()); };
+            double const overlap = static_cast<double>(n) /
+                                   static_cast<double>(asked(pair.first) + asked(pair.second));
+            bool const is_one = n >= FEWEST_MATCHES && overlap >= LEAST_OVERLAP;
+            pair.overlap = is_one ? overlap : 0.0;
+        });
+    pairs.erase(std::remove_if(pairs.begin(), pairs.end(),
+                               [](FramePair const& pair) { return !(pair.overlap > 0.0); }),
+                pairs.end());
+    sort_by_overlap(pairs);
+    return pairs;
+}
+
 } // namespace
 
 std::vector<Match> match_pair(std::vector<SampledFrame> const& frames,
@@ -215,22 +347,9 @@ std::vector<Match> match_pair(std::vector<SampledFrame> const& frames,
 std::vector<FramePair> find_pairs(std::vector<SampledFrame> const& frames,
                                   std::vector<RigidMatrix> const& poses, double reach)
 {
-    auto const pairs = overlapping_pairs(frames, poses, reach);
-    std::vector<char> chosen(pairs.size(), 0);
-    mark_spanning(frames.size(), pairs, chosen);
-    mark_for_each_frame(frames.size(), pairs, chosen);
-    std::vector<FramePair> result;
-    for (std::size_t k = 0; k < pairs.size(); ++k)
-    {
-        if (chosen[k] == 1)
-        {
-            result.push_back(pairs[k]);
-        }
-    }
-    std::sort(result.begin(), result.end(),
-              [](FramePair const& x, FramePair const& y)
-              { return std::tie(x.first, x.second) < std::tie(y.first, y.second); });
-    return result;
+    auto const asked = frames.size() > FEW_FRAMES ? likely_pairs(frames, poses, reach)
+                                                  : all_pairs(frames, poses, reach);
+    return chosen_pairs(frames.size(), overlapping(frames, poses, asked, reach));
 }
 
 std::vector<std::size_t> groups_of(std::size_t frames, std::vector<FramePair> const& pairs)

@@ -33,7 +33,8 @@ std::vector<Match> match_pair(std::vector<SampledFrame> const& frames,
                               std::size_t second, double reach);
 
 /// Finds the pairs of frames that overlap. Where many overlap one, some are chosen: those that do
-/// the most, others evenly spread, and what keeps all frames together that hang together.
+/// the most, others evenly spread, and what keeps all frames together that hang together. Of more
+/// than `FEW_FRAMES` not each two are asked, only those that share the most places.
 std::vector<FramePair> find_pairs(std::vector<SampledFrame> const& frames,
                                   std::vector<RigidMatrix> const& poses, double reach);
 
