@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 namespace
 {
 
@@ -11,18 +13,26 @@ using namespace veld_test;
 using Picture = OrvaneAlgorithm::Image<3, unsigned char>;
 using testing::IsSupersetOf;
 
-/// Draws a mesh.
-Picture draw(TriMesh const& mesh, std::vector<std::string> const& options = {})
+/// Draws the mesh of a file.
+Picture draw_text(std::string const& text, std::vector<std::string> const& options = {})
 {
-    MeshDir const dir(mesh);
-    std::vector<std::string> arguments{"render",  dir.mesh(), "-o",       dir.file("out.png"),
-                                       "--width", "160",      "--height", "120"};
+    TempDir const dir;
+    write_file(dir.file("mesh.ply"), text);
+    std::vector<std::string> arguments{
+        "render", dir.file("mesh.ply"), "-o", dir.file("out.png"), "--width",
+        "160",    "--height",           "120"};
     arguments.insert(arguments.end(), options.begin(), options.end());
     Outcome const run = run_veld(arguments);
     EXPECT_EQ(run.status, 0) << run.err;
     Picture picture;
     EXPECT_EQ(OrvaneAlgorithm::read_rgb_image(dir.file("out.png"), picture), 0);
     return picture;
+}
+
+/// Draws a mesh.
+Picture draw(TriMesh const& mesh, std::vector<std::string> const& options = {})
+{
+    return draw_text(ply_text(mesh), options);
 }
 
 /// Number of pixels whose blue, green and red fulfil a condition.
@@ -170,6 +180,74 @@ TEST(RenderCommand, SizeAndPlaceOfTheMeshDoNotMatter)
         }
         EXPECT_GT(rim_pixels(draw(mesh, {"--view", "front"})), 200) << scale;
     }
+}
+
+/// A sheet of red vertices on the left and green ones on the right, as a file.
+std::string coloured_sheet()
+{
+    TriMesh const mesh = grid(4, 4);
+    std::ostringstream text;
+    text << "ply\nformat ascii 1.0\nelement vertex " << mesh.n_vertices()
+         << "\nproperty float x\nproperty float y\nproperty float z\nproperty uchar red\n"
+            "property uchar green\nproperty uchar blue\nelement face "
+         << mesh.n_faces() << "\nproperty list uchar int vertex_indices\nend_header\n";
+    for (auto const v : mesh.vertices())
+    {
+        Vector3f const& p = mesh.point(v);
+        text << p.x() << " " << p.y() << " " << p.z()
+             << (p.x() < 2.0F ? " 255 0 0\n" : " 0 255 0\n");
+    }
+    for (auto const f : mesh.faces())
+    {
+        text << "3";
+        for (auto const v : mesh.fv_range(f))
+        {
+            text << " " << v.idx();
+        }
+        text << "\n";
+    }
+    return text.str();
+}
+
+int red_pixels(Picture const& picture)
+{
+    return count_pixels(picture, [](int b, int g, int r) { return r > 150 && g < 70 && b < 70; });
+}
+
+int green_pixels(Picture const& picture)
+{
+    return count_pixels(picture, [](int b, int g, int r) { return g > 150 && r < 70 && b < 70; });
+}
+
+TEST(RenderCommand, ColoursOfVerticesAreShownUnlessItIsPlain)
+{
+    std::vector<std::string> const front{"--view", "front", "--line-width", "0"};
+    Picture const coloured = draw_text(coloured_sheet(), front);
+    EXPECT_GT(red_pixels(coloured), 1000);
+    EXPECT_GT(green_pixels(coloured), 2000);
+    Picture const plain =
+        draw_text(coloured_sheet(), {"--view", "front", "--line-width", "0", "--plain"});
+    Picture const colourless = draw(grid(4, 4), front);
+    EXPECT_TRUE(std::equal(plain.data(), plain.data() + 160 * 120 * 3, colourless.data()));
+}
+
+TEST(RenderCommand, UnlitColoursOfVerticesAreThoseOfTheFile)
+{
+    Picture const picture =
+        draw_text(coloured_sheet(), {"--view", "front", "--line-width", "0", "--unlit"});
+    EXPECT_GT(
+        count_pixels(picture, [](int b, int g, int r) { return b == 0 && g == 0 && r == 255; }),
+        1000);
+    EXPECT_GT(
+        count_pixels(picture, [](int b, int g, int r) { return b == 0 && g == 255 && r == 0; }),
+        2000);
+}
+
+TEST(RenderCommand, TheInsideHasNoColoursOfVertices)
+{
+    Picture const back = draw_text(coloured_sheet(), {"--view", "back", "--line-width", "0"});
+    EXPECT_EQ(red_pixels(back), 0);
+    EXPECT_EQ(green_pixels(back), 0);
 }
 
 TEST(RenderCommand, MeshWithoutFacesIsRefused)

@@ -78,6 +78,7 @@ TEST(StepJson, SettingsComeBackAsTheyWere)
     render.view = {1.0, 2.0, veld::UpAxis::Z};
     render.line_width = 1.5;
     render.unlit = true;
+    render.plain = true;
     expect_round_trip(render);
     veld::TextureSettings texture;
     texture.scale = 1000.0;

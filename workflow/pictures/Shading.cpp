@@ -106,6 +106,24 @@ void add_texcoords(TriMesh const& mesh, Surface& surface)
     }
 }
 
+void add_colours(TriMesh const& mesh, std::vector<std::uint32_t> const& index, Surface& surface)
+{
+    if (!mesh.has_vertex_colors())
+    {
+        return;
+    }
+    surface.colours.resize(surface.points.size());
+    for (auto const vertex : mesh.vertices())
+    {
+        if (!mesh.is_isolated(vertex))
+        {
+            surface.colours[index[static_cast<std::size_t>(vertex.idx())]] =
+                mesh.color(vertex).unaryExpr([](float c)
+                                             { return to_light(std::clamp(c, 0.0F, 1.0F)); });
+        }
+    }
+}
+
 void add_rims(TriMesh const& mesh, std::vector<std::uint32_t> const& index, Surface& surface)
 {
     auto const place = [&](OpenMesh::VertexHandle vertex)
@@ -161,6 +179,7 @@ Surface make_surface(TriMesh const& mesh, std::vector<char> const& marks)
     surface.marks = marks;
     surface.marks.resize(surface.triangles.size(), 0);
     add_texcoords(mesh, surface);
+    add_colours(mesh, index, surface);
     add_rims(mesh, index, surface);
     return surface;
 }
@@ -185,7 +204,7 @@ Vector3f surface_colour(SurfacePlace const& place, Camera const& camera)
     Vector3f const half_way = (key + place.viewer).normalized();
     float const gloss = 0.05F * open * std::pow(std::max(0.0F, place.normal.dot(half_way)), 24.0F);
     Vector3f const& base = !place.front      ? inside
-                           : place.texture   ? *place.texture
+                           : place.colour    ? *place.colour
                            : place.mark == 0 ? outside
                            : place.mark == 1 ? filled
                                              : filled_carefully;
@@ -207,7 +226,11 @@ Vector3f background_colour(float height)
 
 float from_byte(int byte)
 {
-    float const value = static_cast<float>(byte) / 255.0F;
+    return to_light(static_cast<float>(byte) / 255.0F);
+}
+
+float to_light(float value)
+{
     return value <= 0.04045F ? value / 12.92F : std::pow((value + 0.055F) / 1.055F, 2.4F);
 }
 

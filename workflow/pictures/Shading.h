@@ -18,7 +18,8 @@ struct Surface
 {
     using Triangle = std::array<std::uint32_t, 3>;
 
-    std::vector<Vector3f> points; ///< Vertices that faces use.
+    std::vector<Vector3f> points;  ///< Vertices that faces use.
+    std::vector<Vector3f> colours; ///< Theirs; empty if the mesh has none.
     std::vector<Triangle> triangles;
     std::vector<std::array<Vector3f, 3>> corner_normals; ///< Smooth, but broken at sharp edges.
     /// Texture coordinates of the corners, NaN where there are none; empty if the mesh has none.
@@ -34,12 +35,12 @@ Surface make_surface(OrvaneAlgorithm::TriMesh const& mesh, std::vector<char> con
 /// A place of the surface as a ray saw it.
 struct SurfacePlace
 {
-    Vector3f normal;                 ///< Unit, towards the viewer's side.
-    Vector3f viewer;                 ///< Unit direction to the viewer.
-    bool front = true;               ///< Whether the outside of the mesh is seen.
-    char mark = 0;                   ///< Of the face.
-    std::optional<Vector3f> texture; ///< Colour of the outside, where the texture has one.
-    float openness = 1.0F;           ///< How much of the sky reaches the place.
+    Vector3f normal;                ///< Unit, towards the viewer's side.
+    Vector3f viewer;                ///< Unit direction to the viewer.
+    bool front = true;              ///< Whether the outside of the mesh is seen.
+    char mark = 0;                  ///< Of the face.
+    std::optional<Vector3f> colour; ///< Of the outside, where it has one of its own.
+    float openness = 1.0F;          ///< How much of the sky reaches the place.
 };
 
 /// Colours are linear red, green, blue.
@@ -52,5 +53,8 @@ Vector3f background_colour(float height);
 /// A linear colour channel as a byte of an image file, and the other way round.
 unsigned char to_byte(float linear);
 float from_byte(int byte);
+
+/// The light of a colour channel as image files have it, both from 0 to 1.
+float to_light(float value);
 
 } // namespace veld

@@ -112,10 +112,10 @@ private:
     Vector3f shade(RayHit const& hit, Vector3f const& direction, std::uint32_t pixel, int i) const
     {
         bool const front = hit.normal.dot(direction) < 0.0F;
-        auto const texture = front ? texture_at(hit) : std::nullopt;
-        if (texture && settings_.unlit)
+        auto const colour = front ? colour_at(hit) : std::nullopt;
+        if (colour && settings_.unlit)
         {
-            return *texture;
+            return *colour;
         }
         Vector3f const side = front ? hit.normal : Vector3f(-hit.normal);
         auto const& corners = surface_.corner_normals[hit.element];
@@ -126,7 +126,7 @@ private:
         SurfacePlace place;
         place.front = front;
         place.mark = surface_.marks[hit.element];
-        place.texture = texture;
+        place.colour = colour;
         place.viewer = -direction;
         place.normal = front ? smooth : Vector3f(-smooth);
         Vector3f const start = camera_.origin + direction * hit.distance + side * ABOVE_SURFACE;
@@ -135,10 +135,27 @@ private:
         return surface_colour(place, camera_);
     }
 
+    /// The colour of the outside, by the texture or by the vertices.
+    std::optional<Vector3f> colour_at(RayHit const& hit) const
+    {
+        if (surface_.marks[hit.element] != 0)
+        {
+            return std::nullopt;
+        }
+        auto const texture = texture_at(hit);
+        if (texture || surface_.colours.empty() || settings_.plain)
+        {
+            return texture;
+        }
+        auto const& corners = surface_.triangles[hit.element];
+        return Vector3f(surface_.colours[corners[0]] * (1.0F - hit.u - hit.v) +
+                        surface_.colours[corners[1]] * hit.u +
+                        surface_.colours[corners[2]] * hit.v);
+    }
+
     std::optional<Vector3f> texture_at(RayHit const& hit) const
     {
-        if (texture_.empty() || surface_.corner_texcoords.empty() ||
-            surface_.marks[hit.element] != 0)
+        if (texture_.empty() || surface_.corner_texcoords.empty())
         {
             return std::nullopt;
         }

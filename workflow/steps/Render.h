@@ -22,7 +22,8 @@ struct RenderSettings
     int height = 900;        ///< Pixels.
     ViewDirection view;      ///< From where the camera looks.
     double line_width = 4.0; ///< Width of hole rims in pixels; 0 draws none.
-    bool unlit = false;      ///< Colours of a texture as they are, without light and shadow.
+    bool unlit = false;      ///< Colours of a texture, or of vertices, without light and shadow.
+    bool plain = false;      ///< One colour for the surface, whatever colours its vertices have.
 };
 
 using Picture = OrvaneAlgorithm::Image<3, unsigned char>;
@@ -32,7 +33,8 @@ using Picture = OrvaneAlgorithm::Image<3, unsigned char>;
 using FaceMarks = std::vector<char>;
 
 /// Draws a mesh by casting rays: lit from the viewer's side, its back faces darker, its boundary
-/// as lines in a strong colour. The same input gives the same bytes for any number of threads.
+/// as lines in a strong colour. Where its vertices have colours, its outside has them, but for
+/// faces with a mark. The same input gives the same bytes for any number of threads.
 /// Throws `InputError` for a mesh without faces.
 VELD_WORKFLOW_API Picture render(OrvaneAlgorithm::TriMesh const& mesh, FaceMarks const& marks,
                                  RenderSettings const& settings, Context& context);

@@ -292,7 +292,8 @@ Json to_json(RenderSettings const& settings)
             {"elevation", settings.view.elevation},
             {"up", name_in(UP_AXES, settings.view.up)},
             {"line_width", settings.line_width},
-            {"unlit", settings.unlit}};
+            {"unlit", settings.unlit},
+            {"plain", settings.plain}};
 }
 
 void read_settings(Json const& json, std::string const& place, RenderSettings& settings)
@@ -306,6 +307,7 @@ void read_settings(Json const& json, std::string const& place, RenderSettings& s
     reader.name("up", settings.view.up, UP_AXES);
     reader.number("line_width", settings.line_width, 0.0, 100.0);
     reader.flag("unlit", settings.unlit);
+    reader.flag("plain", settings.plain);
     reader.finish();
 }
 

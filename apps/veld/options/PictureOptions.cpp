@@ -49,7 +49,10 @@ void PictureOptions::add(CLI::App& app)
     add_number(app, "--line-width", settings_.line_width, 0.0, 100.0,
                "Width of the hole rims in pixels, 0 draws none (default: 4)");
     app.add_flag("--unlit", settings_.unlit,
-                 "Show the colours of a texture as they are, without light and shadow");
+                 "Show the colours of a texture, or of vertices, as they are, without light and "
+                 "shadow");
+    app.add_flag("--plain", settings_.plain,
+                 "Draw the surface in one colour, whatever colours its vertices have");
 }
 
 RenderSettings PictureOptions::settings() const
