@@ -1,4 +1,5 @@
 #include "algorithmVeld/algorithmVeld.h"
+#include "tests/reconstruction/depth_frames.h"
 #include "tests/reconstruction/frames.h"
 #include "tests/support/mesh_arrays.h"
 #include "tests/support/meshes.h"
@@ -6,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <cctype>
 #include <cmath>
@@ -46,6 +48,21 @@ private:
         int bits = 0;
         std::memcpy(&bits, &value, sizeof bits);
         add(bits);
+    }
+    void add(double value)
+    {
+        std::array<int, 2> bits{};
+        std::memcpy(bits.data(), &value, sizeof bits);
+        add(bits[0]);
+        add(bits[1]);
+    }
+    void add(RigidMatrix const& pose)
+    {
+        for (Eigen::Index axis = 0; axis < 3; ++axis)
+        {
+            Vector3d const row = pose.get_rotation().row(axis).transpose();
+            add_all(std::vector<double>{row.x(), row.y(), row.z(), pose.get_translation()[axis]});
+        }
     }
     void add(OpenMesh::BaseHandle const& handle) { add(handle.idx()); }
     void add(Vector2i const& vector) { add_all(std::vector<int>{vector.x(), vector.y()}); }
@@ -446,6 +463,27 @@ Operation const OPERATIONS[] = {
          std::vector<RangeData> kept;
          RetVal const value = FrameOverlap().remove_overlap(pointers(frames), kept);
          return Outcome(value, kept);
+     }},
+    {"FrameAlignment",
+     [](Call const&)
+     {
+         std::vector<RangeData> frames{hilly_frame(0, 0, 30, 1, 0.05),
+                                       hilly_frame(9, 4, 30, 2, 0.05)};
+         RigidMatrix off;
+         off.set_translation(Vector3d(0.1, -0.2, 0.3));
+         frames[1].set_rigidMatrix(off);
+         std::vector<RigidMatrix> poses;
+         RetVal const value = FrameAlignment().align(pointers(frames), poses);
+         return Outcome(value, poses);
+     }},
+    {"DepthFrames",
+     [](Call const&)
+     {
+         std::vector<RangeData> const frames{depth_frame(depth_wall(1000.0), NOISE_SQUARE, 1),
+                                             depth_frame(depth_wall(1003.0), NOISE_SQUARE, 2)};
+         std::vector<RangeData> prepared;
+         RetVal const value = DepthFrames().prepare(pointers(frames), prepared);
+         return Outcome(value, prepared);
      }},
     {"TopologyRepair",
      [](Call const&)

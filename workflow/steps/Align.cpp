@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <functional>
 #include <utility>
 
@@ -58,6 +59,23 @@ void refuse_one_frame(FrameSet const& frames)
                                      "other",
                                      frames.source,
                                      frames.frames.empty() ? "" : frames.frames.front().name));
+    }
+}
+
+void refuse_settings(AlignSettings const& settings)
+{
+    auto const is_length = [](double length) { return length >= 0.0 && std::isfinite(length); };
+    if (!is_length(settings.reach))
+    {
+        throw InputError("the reach has to be 0 or more millimetres", "reach");
+    }
+    if (!is_length(settings.noise))
+    {
+        throw InputError("the noise has to be 0 or more millimetres", "noise");
+    }
+    if (settings.rounds < 1)
+    {
+        throw InputError("a refinement takes one round or more", "rounds");
     }
 }
 
@@ -109,6 +127,7 @@ void warn_of_motions(AlignResult const& result, StepScope& scope)
 AlignResult align_frames(FrameSet const& frames, std::function<void(std::size_t)> const& release,
                          AlignSettings const& settings, Context& context)
 {
+    refuse_settings(settings);
     refuse_one_frame(frames);
     StepScope scope(context, "align-frames", "align the frames");
     auto const list = list_of(frames);
@@ -163,6 +182,7 @@ std::string to_string(FrameAlignment::Fate fate)
 
 FrameCheck check_frames(FrameSet const& frames, AlignSettings const& settings, Context& context)
 {
+    refuse_settings(settings);
     refuse_one_frame(frames);
     StepScope scope(context, "check-frames", "compare the frames");
     auto const list = list_of(frames);

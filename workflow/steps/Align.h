@@ -57,7 +57,8 @@ struct AlignResult
 VELD_WORKFLOW_API std::string to_string(OrvaneAlgorithm::FrameAlignment::Fate fate);
 
 /// Measures how far frames are off each other where they overlap, and warns of those that lie far
-/// off the others, or that overlap none. Throws `InputError` where there is one frame only.
+/// off the others, or that overlap none. Throws `InputError` where there is one frame only, and for
+/// lengths that are no finite number of 0 or more.
 VELD_WORKFLOW_API FrameCheck check_frames(FrameSet const& frames, AlignSettings const& settings,
                                           Context& context);
 
@@ -65,7 +66,8 @@ VELD_WORKFLOW_API FrameCheck check_frames(FrameSet const& frames, AlignSettings 
 /// stays. Warns of frames that stay, too, because they overlap none or would have gone too far. The
 /// same for any number of threads.
 ///
-/// Throws `InputError` where there is one frame only, or none overlaps another one.
+/// Throws `InputError` where there is one frame only, or none overlaps another one, for lengths
+/// that are no finite number of 0 or more, and for no round.
 VELD_WORKFLOW_API AlignResult align(FrameSet const& frames, AlignSettings const& settings,
                                     Context& context);
 
