@@ -297,7 +297,7 @@ TEST(AlignCommand, TextFramesKeepTheFormOfTheirPoses)
 // Frames of depth cameras.
 
 /// What a camera sees that looks at a wall of waves from 1000 mm, from `shift` to the right.
-std::string waves_png(double shift)
+std::string waves_png(double shift, double scale = 1.0)
 {
     constexpr int WIDTH = 80;
     constexpr int HEIGHT = 60;
@@ -314,7 +314,7 @@ std::string waves_png(double shift)
             {
                 z = 1000.0 + 60.0 * std::sin((x * z + shift) / 90.0) * std::cos(y * z / 70.0);
             }
-            depths.push_back(static_cast<int>(std::lround(z)));
+            depths.push_back(static_cast<int>(std::lround(scale * z)));
         }
     }
     return png_text(WIDTH, HEIGHT, depths);
@@ -585,6 +585,68 @@ TEST(MergeOfPoses, NamesTheFrameThatOverlapsNothing)
     EXPECT_THAT(run.err, HasSubstr("large.ply: no other frame saw what it did"));
     EXPECT_THAT(run.err, HasSubstr("a.ply: no other frame saw what it did"));
     EXPECT_THAT(run.err, Not(HasSubstr("d.ply: no other")));
+}
+
+/// Depth images of which the last ones are of no use to the others: of zeros, of a camera that
+/// looks the other way, and in tenths of millimetres.
+class SpoiltImages : public WaveImages
+{
+public:
+    SpoiltImages()
+        : WaveImages("," + view_text("blank.png", STRAIGHT, "[0,0,0]") + "," +
+                     view_text("back.png", TURNED_ROUND, "[0,0,0]") + "," +
+                     view_text("tenths.png", STRAIGHT, "[0,0,0]"))
+    {
+        std::filesystem::remove(file("photo.jpg"));
+        write_file(file("blank.png"), png_text(80, 60, std::vector<int>(80UL * 60UL, 0)));
+        write_file(file("back.png"), waves_png(0));
+        write_file(file("tenths.png"), waves_png(0, 10.0));
+    }
+};
+
+TEST(MergeOfPoses, NamesDepthImagesThatShowNothingOfTheOthers)
+{
+    SpoiltImages const images;
+    TempDir const dir;
+    for (char const* const prepare : {"auto", "always"})
+    {
+        Outcome const run =
+            run_veld({"merge", images.cameras(), "-o", dir.file("m.ply"), "--prepare", prepare});
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_THAT(run.err, HasSubstr("blank.png: left out: it holds no points")) << prepare;
+        EXPECT_THAT(run.err, HasSubstr("back.png: no other frame saw what it did")) << prepare;
+        EXPECT_THAT(run.err, HasSubstr("tenths.png: no other frame saw what it did")) << prepare;
+        EXPECT_THAT(run.err, Not(HasSubstr("0.png: no other"))) << prepare;
+    }
+}
+
+TEST(MergeOfPoses, OneDepthImageIsMergedWithoutAWarning)
+{
+    TempDir const dir;
+    write_file(dir.file("0.png"), waves_png(0));
+    write_file(dir.file("cameras.json"), "{\"units\": \"metre\", \"views\": [" +
+                                             view_text("0.png", STRAIGHT, "[0,0,0]") + "]}");
+    for (char const* const prepare : {"auto", "always"})
+    {
+        Outcome const run = run_veld({"merge", dir.file("cameras.json"), "-o", dir.file("m.ply"),
+                                      "--prepare", prepare, "--json"});
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(run.err, "") << prepare;
+        EXPECT_GT(run.json()["faces"].get<int>(), 1000) << prepare;
+    }
+}
+
+TEST(MergeOfPoses, ImagesOfZerosAloneAreRefused)
+{
+    TempDir const dir;
+    write_file(dir.file("blank.png"), png_text(80, 60, std::vector<int>(80UL * 60UL, 0)));
+    write_file(dir.file("cameras.json"), "{\"units\": \"metre\", \"views\": [" +
+                                             view_text("blank.png", STRAIGHT, "[0,0,0]") + "]}");
+    Outcome const run = run_veld({"merge", dir.file("cameras.json"), "-o", dir.file("m.ply")});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr("blank.png: left out: it holds no points"));
+    EXPECT_THAT(run.err, HasSubstr("holds no frame that can be used"));
+    EXPECT_FALSE(fs::exists(dir.file("m.ply")));
 }
 
 using AlignRealData = RealData;

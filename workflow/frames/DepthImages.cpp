@@ -155,6 +155,19 @@ bool is_depth(std::uint16_t depth)
     return depth != 0 && depth != TOO_FAR;
 }
 
+std::size_t count_depths(DepthImage const& image)
+{
+    std::size_t count = 0;
+    for (int row = 0; row < image.height(); ++row)
+    {
+        for (int column = 0; column < image.width(); ++column)
+        {
+            count += is_depth(*image.pixel(column, row)) ? 1 : 0;
+        }
+    }
+    return count;
+}
+
 /// Whether the cell that begins at a pixel lies on one surface.
 bool is_cell(DepthImage const& image, int row, int column)
 {
@@ -175,6 +188,8 @@ RangeData frame_of(DepthImage const& image, View const& view)
     RangeData frame;
     frame.set_grid_size(image.height(), image.width());
     frame.set_rigidMatrix(view.pose);
+    frame.resize_vn(count_depths(image));
+    std::size_t vertex = 0;
     for (int row = 0; row < image.height(); ++row)
     {
         for (int column = 0; column < image.width(); ++column)
@@ -186,9 +201,10 @@ RangeData frame_of(DepthImage const& image, View const& view)
             }
             Vector3d const ray((column - view.camera.get_cx()) / view.camera.get_fx(),
                                (row - view.camera.get_cy()) / view.camera.get_fy(), 1.0);
-            auto const vertex =
-                frame.add_vCoord_and_vUV((ray * depth).cast<float>(), {row, column});
-            frame.set_cellFlag(vertex, static_cast<char>(is_cell(image, row, column)));
+            frame.vCoord[vertex] = (ray * depth).cast<float>();
+            frame.vUV[vertex] = {row, column};
+            frame.cellFlag[vertex] = static_cast<char>(is_cell(image, row, column));
+            ++vertex;
         }
     }
     return frame;
