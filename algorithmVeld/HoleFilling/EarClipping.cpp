@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/HoleFilling/careful/HoleFiles.h"
 #include "algorithmVeld/HoleFilling/ears/EarList.h"
+#include "algorithmVeld/HoleFilling/ears/LoopLimits.h"
 #include "algorithmVeld/HoleFilling/ears/OpenLoops.h"
 #include "algorithmVeld/HoleFilling/ears/SimpleLoops.h"
 #include "algorithmVeld/MeshAssistant/MeshAssistant.h"
@@ -210,7 +211,7 @@ void EarClipping::try_loop(TriMesh& mesh, OpenMesh::HalfedgeHandle start,
                            detail::OpenLoops& open_loops)
 {
     auto const loop = detail::boundary_walk(mesh, start);
-    if (take_apart_ && limit_against(mesh, loop))
+    if (take_apart_ && detail::limit_against(mesh, loop, limits()))
     {
         for (auto const& part : new_simple_loops(mesh, loop))
         {
@@ -237,19 +238,10 @@ void EarClipping::try_loop(TriMesh& mesh, OpenMesh::HalfedgeHandle start,
                     open_reason_.value_or(OpenReason::BOUNDARY_TANGLED));
 }
 
-/// The limit that a loop is beyond, if it is beyond one.
-std::optional<OpenReason> EarClipping::limit_against(TriMesh const& mesh,
-                                                     detail::BoundaryLoop const& loop) const
+detail::LoopLimits EarClipping::limits() const
 {
-    if (node_num_constraint_ && node_num_thr_ < static_cast<std::ptrdiff_t>(loop.size()))
-    {
-        return OpenReason::TOO_MANY_EDGES;
-    }
-    if (detail::is_beyond_perimeter(mesh, loop, max_perimeter_))
-    {
-        return OpenReason::PERIMETER_TOO_LONG;
-    }
-    return std::nullopt;
+    return {node_num_constraint_ ? std::optional<int>(node_num_thr_) : std::nullopt,
+            max_perimeter_};
 }
 
 /// The loops of a boundary that is taken apart, without those that were tried: the scan meets such
@@ -277,11 +269,7 @@ void EarClipping::try_simple_loop(TriMesh& mesh, detail::BoundaryLoop const& loo
         mark(mesh, h);
     }
     auto const first_edge = mesh.n_edges();
-    open_reason_ = limit_against(mesh, loop);
-    if (!open_reason_ && detail::goes_round_a_fan(mesh, loop))
-    {
-        open_reason_ = OpenReason::HANGS_ON_A_VERTEX;
-    }
+    open_reason_ = detail::reason_against_part(mesh, loop, limits());
     if (!open_reason_)
     {
         auto nodes = detail::from_vertices(mesh, loop);

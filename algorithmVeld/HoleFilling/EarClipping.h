@@ -16,6 +16,7 @@ namespace detail
 {
 class EarList;
 class OpenLoops;
+struct LoopLimits;
 } // namespace detail
 
 /// Closes the boundary loops of a mesh with flat triangles, without new vertices, one loop after
@@ -128,8 +129,7 @@ private:
     class Run;
 
     void try_loop(TriMesh& mesh, OpenMesh::HalfedgeHandle start, detail::OpenLoops& open_loops);
-    std::optional<OpenReason>
-    limit_against(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop) const;
+    detail::LoopLimits limits() const;
     std::vector<std::vector<OpenMesh::HalfedgeHandle>>
     new_simple_loops(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& walk) const;
     void try_simple_loop(TriMesh& mesh, std::vector<OpenMesh::HalfedgeHandle> const& loop,

@@ -1,6 +1,7 @@
 #include "algorithmVeld/HoleFilling/EarTrimming.h"
 
 #include "algorithmVeld/HoleFilling/ears/EarList.h"
+#include "algorithmVeld/HoleFilling/ears/LoopLimits.h"
 #include "algorithmVeld/HoleFilling/ears/OpenLoops.h"
 #include "algorithmVeld/HoleFilling/ears/SimpleLoops.h"
 #include "algorithmVeld/common/arrays/DisjointSets.h"
@@ -226,28 +227,20 @@ void EarTrimming::fill_holes(TriMesh& mesh)
 
 // ---------------------------------------------------------------------------------------- planning
 
-/// The limit that a hole is beyond, if it is beyond one.
-std::optional<OpenReason> EarTrimming::limit_against(TriMesh const& mesh,
-                                                     detail::BoundaryLoop const& hole) const
+detail::LoopLimits EarTrimming::limits() const
 {
-    if (node_num_constraint_ && node_num_thr_ < static_cast<std::ptrdiff_t>(hole.size()))
-    {
-        return OpenReason::TOO_MANY_EDGES;
-    }
-    if (detail::is_beyond_perimeter(mesh, hole, max_perimeter_))
-    {
-        return OpenReason::PERIMETER_TOO_LONG;
-    }
-    return std::nullopt;
+    return {node_num_constraint_ ? std::optional<int>(node_num_thr_) : std::nullopt,
+            max_perimeter_};
 }
 
 /// Puts the simple loops of the holes that are beyond a limit in their place, behind the others: so
 /// these are filled as if those were not there. \return the number of the others
 std::size_t EarTrimming::take_apart_holes_beyond_limits(TriMesh const& mesh)
 {
-    auto const beyond = std::stable_partition(holes_.begin(), holes_.end(),
-                                              [&](detail::BoundaryLoop const& hole)
-                                              { return !limit_against(mesh, hole); });
+    auto const beyond =
+        std::stable_partition(holes_.begin(), holes_.end(),
+                              [&](detail::BoundaryLoop const& hole)
+                              { return !detail::limit_against(mesh, hole, limits()); });
     auto const n_whole = static_cast<std::size_t>(beyond - holes_.begin());
     auto loops = detail::simple_loops(mesh, {beyond, holes_.end()});
     holes_.erase(beyond, holes_.end());
@@ -262,11 +255,8 @@ void EarTrimming::set_aside_holes_beyond_limits(TriMesh const& mesh, std::size_t
     for (std::size_t hole = 0; hole < holes_.size(); ++hole)
     {
         auto& plan = plans[hole];
-        plan.open = limit_against(mesh, holes_[hole]);
-        if (!plan.open && hole >= n_whole && detail::goes_round_a_fan(mesh, holes_[hole]))
-        {
-            plan.open = OpenReason::HANGS_ON_A_VERTEX;
-        }
+        plan.open = hole < n_whole ? detail::limit_against(mesh, holes_[hole], limits())
+                                   : detail::reason_against_part(mesh, holes_[hole], limits());
         plan.set_aside = plan.open.has_value();
     }
 }

@@ -17,6 +17,7 @@ namespace detail
 {
 class EarList;
 class MeshPatch;
+struct LoopLimits;
 struct TrimPlan;
 } // namespace detail
 
@@ -108,8 +109,7 @@ private:
     void find_holes_ordered_halfedges(TriMesh& mesh);
     void fill_holes(TriMesh& mesh);
 
-    std::optional<OpenReason>
-    limit_against(TriMesh const& mesh, std::vector<OpenMesh::HalfedgeHandle> const& hole) const;
+    detail::LoopLimits limits() const;
     std::size_t take_apart_holes_beyond_limits(TriMesh const& mesh);
     void set_aside_holes_beyond_limits(TriMesh const& mesh, std::size_t n_whole,
                                        std::vector<detail::TrimPlan>& plans) const;
