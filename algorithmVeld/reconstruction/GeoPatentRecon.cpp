@@ -11,6 +11,7 @@
 #include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/reconstruction/frames/BorderFilter.h"
 #include "algorithmVeld/reconstruction/frames/EmptiedOnException.h"
+#include "algorithmVeld/reconstruction/frames/FrameNumbers.h"
 #include "algorithmVeld/reconstruction/frames/FrameTriangulation.h"
 #include "algorithmVeld/reconstruction/outliers/PlaneOutliers.h"
 #include "algorithmVeld/reconstruction/stitch/BorderStitch.h"
@@ -94,34 +95,6 @@ private:
 
 } // namespace
 
-/// The frame of each vertex: takes the property off the mesh at the end of the scope.
-class GeoPatentRecon::FrameNumbers
-{
-public:
-    FrameNumbers(GeoPatentRecon& owner, TriMesh& mesh) : owner_(owner), mesh_(mesh) {}
-    ~FrameNumbers()
-    {
-        mesh_.remove_property(owner_.vert_frame_prop);
-        owner_.vert_frame_prop.invalidate();
-    }
-    FrameNumbers(FrameNumbers const&) = delete;
-    FrameNumbers& operator=(FrameNumbers const&) = delete;
-
-    void copy_to(std::vector<int>& vertex_frames) const
-    {
-        vertex_frames.resize(mesh_.n_vertices());
-        for (auto const vertex : mesh_.all_vertices())
-        {
-            vertex_frames[static_cast<std::size_t>(vertex.idx())] =
-                mesh_.property(owner_.vert_frame_prop, vertex);
-        }
-    }
-
-private:
-    GeoPatentRecon& owner_;
-    TriMesh& mesh_;
-};
-
 // -------------------------------------------------------------------------------- the whole merge
 
 RetVal GeoPatentRecon::mesh_merge(std::vector<RangeData const*> const& ranges, double spacing,
@@ -143,7 +116,7 @@ RetVal GeoPatentRecon::mesh_merge(std::vector<RangeData const*> const& ranges, d
         detail::log_and_print_line(true, "fail to convert rge to trimesh\n");
         return RET_INVALID_INPUT;
     }
-    FrameNumbers const frame_numbers(*this, mesh);
+    detail::FrameNumbers const frame_numbers(mesh, vert_frame_prop);
     stages.next();
     close_gaps(mesh, spacing, verbose, max_hole_edges, min_component_size);
     frame_numbers.copy_to(vertex_frames);

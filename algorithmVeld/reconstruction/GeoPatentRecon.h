@@ -137,8 +137,6 @@ protected:
     OpenMesh::VPropHandleT<int> vert_frame_prop; ///< Frame of each vertex, live during a merge.
 
 private:
-    class FrameNumbers;
-
     bool convert_rge_to_mesh(std::vector<RangeData const*> const& ranges, TriMesh& mesh);
     void close_gaps(TriMesh& mesh, double spacing, bool verbose, int max_hole_edges,
                     int min_component_size);

@@ -9,6 +9,7 @@
 #include "algorithmVeld/common/running/TimedStages.h"
 #include "algorithmVeld/reconstruction/frames/BorderFilter.h"
 #include "algorithmVeld/reconstruction/frames/EmptiedOnException.h"
+#include "algorithmVeld/reconstruction/frames/FrameNumbers.h"
 #include "algorithmVeld/reconstruction/frames/FrameTriangulation.h"
 
 namespace OrvaneAlgorithm
@@ -20,34 +21,6 @@ namespace
 constexpr detail::TimedStages MERGE("mesh-merge");
 
 } // namespace
-
-/// The frame of each vertex, on the mesh for a scope.
-class MeshMerge::FrameNumbers
-{
-public:
-    FrameNumbers(MeshMerge& owner, TriMesh& mesh) : owner_(owner), mesh_(mesh)
-    {
-        mesh_.add_property(owner_.vert_frame_prop, "<vprop>");
-    }
-    ~FrameNumbers() { mesh_.remove_property(owner_.vert_frame_prop); }
-    FrameNumbers(FrameNumbers const&) = delete;
-    FrameNumbers& operator=(FrameNumbers const&) = delete;
-
-    void copy_to(std::vector<int>& vertex_frames) const
-    {
-        vertex_frames.clear();
-        vertex_frames.resize(mesh_.n_vertices(), 0);
-        for (auto const vertex : mesh_.vertices())
-        {
-            vertex_frames[static_cast<std::size_t>(vertex.idx())] =
-                mesh_.property(owner_.vert_frame_prop, vertex);
-        }
-    }
-
-private:
-    MeshMerge& owner_;
-    TriMesh& mesh_;
-};
 
 RetVal MeshMerge::mesh_merge(std::vector<RangeData const*> const& ranges, double stitch_radius,
                              TriMesh& mesh, bool verbose, int max_hole_edges,
@@ -61,7 +34,8 @@ RetVal MeshMerge::mesh_merge(std::vector<RangeData const*> const& ranges, double
     detail::Stages stages({22, 78});
     stages.next();
     mesh.clear();
-    FrameNumbers const frame_numbers(*this, mesh);
+    mesh.add_property(vert_frame_prop, "<vprop>");
+    detail::FrameNumbers const frame_numbers(mesh, vert_frame_prop);
     if (!MERGE.run("rge-to-mesh", [&] { return convert_rge_to_mesh(ranges, mesh); }))
     {
         detail::log("  fail to convert rge to mesh.\n");

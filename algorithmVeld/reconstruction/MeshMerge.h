@@ -87,8 +87,6 @@ protected:
     bool save_debug_meshes = false;              ///< Whether the stages are written.
 
 private:
-    class FrameNumbers;
-
     bool convert_rge_to_mesh(std::vector<RangeData const*> const& ranges, TriMesh& mesh);
     void delete_long_edge(TriMesh& mesh, float length);
     void border_stitch(TriMesh& mesh, float radius);
