@@ -47,6 +47,9 @@ public:
         largest_ = std::max(largest_, ++size);
     }
 
+    /// Of how many elements these are the components, counted or not.
+    std::size_t n_elements() const { return size_.size(); }
+
     /// How many components there are among the elements that were counted.
     int number() const { return number_; }
 
@@ -140,6 +143,37 @@ void log_patches(bool verbose, char const* format, Components const& components)
 {
     detail::log_line(verbose, "  ==========< patch info >==========\n");
     detail::log_line(verbose, format, components.number());
+}
+
+/// Deletes the components of up to `limit` elements, and logs the sizes before and after.
+/// \param count_line how their number is logged
+/// \param find_components gives those of the mesh
+/// \param delete_element marks one element deleted
+template <typename Element, typename Find, typename Delete>
+void remove_small(TriMesh& mesh, int limit, bool verbose, char const* count_line,
+                  Find const& find_components, Delete const& delete_element)
+{
+    detail::log_size(verbose, detail::INITIAL_SIZE, mesh);
+    {
+        detail::DeletionScope const status(mesh);
+        detail::CompactedOnException const compacted(mesh);
+        detail::Stages stages({6, 2, 2});
+        stages.next();
+        Components components = find_components(mesh);
+        log_patches(verbose, count_line, components);
+        stages.next();
+        for_each_live<Element>(mesh, components.n_elements(),
+                               [&](Element element)
+                               {
+                                   if (components.size_of(place(element)) <= limit)
+                                   {
+                                       delete_element(element);
+                                   }
+                               });
+        stages.next();
+        detail::compact(mesh);
+    }
+    detail::log_size(verbose, detail::FINAL_SIZE, mesh);
 }
 
 // ---------------------------------------------------------------------------------------- opening
@@ -312,56 +346,21 @@ int PatchEditor::largest_component_by_face(TriMesh const& mesh)
 RetVal PatchEditor::remove_small_components_by_face(TriMesh& mesh, int face_thr, bool verbose)
 {
     detail::log_line(verbose, "remove_patch_by_face() with thr = %d ..\n", face_thr);
-    detail::log_size(verbose, detail::INITIAL_SIZE, mesh);
-    {
-        detail::DeletionScope const status(mesh);
-        detail::CompactedOnException const compacted(mesh);
-        detail::Stages stages({6, 2, 2});
-        stages.next();
-        auto components = face_components(mesh);
-        log_patches(verbose, "    # face patch:          %8d\n", components);
-        stages.next();
-        for_each_live<FaceHandle>(mesh, mesh.n_faces(),
-                                  [&](FaceHandle face)
-                                  {
-                                      if (components.size_of(place(face)) <= face_thr)
-                                      {
-                                          detail::delete_face_checked(mesh, face,
-                                                                      IsolatedVertices::DELETED);
-                                      }
-                                  });
-        stages.next();
-        detail::compact(mesh);
-    }
-    detail::log_size(verbose, detail::FINAL_SIZE, mesh);
+    remove_small<FaceHandle>(
+        mesh, face_thr, verbose, "    # face patch:          %8d\n",
+        [](TriMesh const& whole) { return face_components(whole); },
+        [&](FaceHandle face)
+        { detail::delete_face_checked(mesh, face, IsolatedVertices::DELETED); });
     return RET_SUCCESS;
 }
 
 RetVal PatchEditor::remove_small_components_by_vert(TriMesh& mesh, int vert_thr, bool verbose)
 {
     detail::log_line(verbose, "remove_patch_by_vert() with thr = %d ..\n", vert_thr);
-    detail::log_size(verbose, detail::INITIAL_SIZE, mesh);
-    {
-        detail::DeletionScope const status(mesh);
-        detail::CompactedOnException const compacted(mesh);
-        detail::Stages stages({6, 2, 2});
-        stages.next();
-        auto components = vertex_components(mesh);
-        log_patches(verbose, "    # vert patch:          %8d\n", components);
-        stages.next();
-        for_each_live<VertexHandle>(mesh, mesh.n_vertices(),
-                                    [&](VertexHandle vertex)
-                                    {
-                                        if (components.size_of(place(vertex)) <= vert_thr)
-                                        {
-                                            detail::delete_vertex_checked(
-                                                mesh, vertex, IsolatedVertices::DELETED);
-                                        }
-                                    });
-        stages.next();
-        detail::compact(mesh);
-    }
-    detail::log_size(verbose, detail::FINAL_SIZE, mesh);
+    remove_small<VertexHandle>(
+        mesh, vert_thr, verbose, "    # vert patch:          %8d\n", vertex_components,
+        [&](VertexHandle vertex)
+        { detail::delete_vertex_checked(mesh, vertex, IsolatedVertices::DELETED); });
     return RET_SUCCESS;
 }
 
