@@ -197,12 +197,7 @@ std::size_t count_markers_without_hole(TriMesh& mesh, FillSettings const& settin
     std::vector<OrvaneAlgorithm::Vector3f> centres;
     for (auto const& hole : all_holes(mesh))
     {
-        OrvaneAlgorithm::Vector3d sum = OrvaneAlgorithm::Vector3d::Zero();
-        for (auto const vertex : hole)
-        {
-            sum += mesh.point(vertex).cast<double>();
-        }
-        centres.emplace_back((sum / static_cast<double>(hole.size())).cast<float>());
+        centres.emplace_back(hole_centre(mesh, hole).cast<float>());
     }
     OrvaneAlgorithm::KdTree3f tree;
     tree.build_kdtree(centres);

@@ -24,11 +24,7 @@ HoleSummary summarise(TriMesh const& mesh, Hole const& hole)
     summary.vertices = hole.size();
     summary.edges = hole.size();
     summary.perimeter = hole_perimeter(mesh, hole);
-    for (auto const vertex : hole)
-    {
-        summary.centre += mesh.point(vertex).cast<double>();
-    }
-    summary.centre /= static_cast<double>(hole.empty() ? 1 : hole.size());
+    summary.centre = hole_centre(mesh, hole);
     return summary;
 }
 

@@ -38,14 +38,8 @@ std::vector<Circle> holes_as_circles(TriMesh& mesh)
     std::vector<Circle> circles;
     for (auto const& hole : all_holes(mesh))
     {
-        Circle circle;
-        for (auto const vertex : hole)
-        {
-            circle.centre += mesh.point(vertex).cast<double>();
-        }
-        circle.centre /= static_cast<double>(hole.size());
-        circle.radius = hole_perimeter(mesh, hole) / (2.0 * OrvaneAlgorithm::detail::PI);
-        circles.push_back(circle);
+        circles.push_back({hole_centre(mesh, hole),
+                           hole_perimeter(mesh, hole) / (2.0 * OrvaneAlgorithm::detail::PI)});
     }
     return circles;
 }
