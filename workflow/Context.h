@@ -1,8 +1,11 @@
 #pragma once
 
+#include "workflow/export.h"
+
 #include "algorithmVeld/common/RunScope.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace veld
@@ -65,5 +68,12 @@ struct Context
 
     int threads = 0; ///< Number of threads; 0 leaves it to OpenMP.
 };
+
+/// A context whose warnings are changed on their way to those of another one.
+/// \param whole what it is otherwise; its sink may be empty
+/// \param change gets each warning, also where there is no sink, and gives what goes on; nothing
+///        keeps it back
+VELD_WORKFLOW_API Context with_warnings(Context const& whole,
+                                        std::function<std::optional<Warning>(Warning)> change);
 
 } // namespace veld

@@ -28,16 +28,12 @@ namespace
 /// A context whose warnings are noted in a list, too.
 Context noting(Context const& whole, std::vector<std::string>& warnings)
 {
-    Context part = whole;
-    part.warn = [warn = whole.warn, &warnings](Warning const& warning)
-    {
-        warnings.push_back(warning.about + ": " + warning.text);
-        if (warn)
-        {
-            warn(warning);
-        }
-    };
-    return part;
+    return with_warnings(whole,
+                         [&warnings](Warning const& warning)
+                         {
+                             warnings.push_back(warning.about + ": " + warning.text);
+                             return warning;
+                         });
 }
 
 /// For what is written and read between the steps, of which all is known.

@@ -92,14 +92,12 @@ private:
     NormalsResult of_cloud(std::string const& name, Desk const& desk) const
     {
         MeshFile const file = input().read(name, desk.context);
-        Context naming = desk.context;
-        naming.warn = [&](Warning const& warning)
-        {
-            if (desk.context.warn)
-            {
-                desk.context.warn({warning.code, mesh_name(name), warning.text});
-            }
-        };
+        Context naming = with_warnings(desk.context,
+                                       [&name](Warning warning)
+                                       {
+                                           warning.about = mesh_name(name);
+                                           return warning;
+                                       });
         if (file.mesh.n_faces() > 0)
         {
             naming.warn({WarningCode::VALUES_DROPPED, "",

@@ -57,18 +57,15 @@ public:
 
 private:
     /// Without the warning that materials are not kept where they are shown.
-    MeshFile read(std::string const& mesh, bool has_texture, Context& context) const
+    MeshFile read(std::string const& mesh, bool has_texture, Context const& context) const
     {
-        Context reading = context;
-        reading.warn = [&](Warning const& warning)
+        auto const keep_back_shown = [has_texture](Warning const& warning)
         {
             bool const is_shown = has_texture && warning.code == WarningCode::VALUES_DROPPED &&
                                   warning.text == "not kept: materials";
-            if (context.warn && !is_shown)
-            {
-                context.warn(warning);
-            }
+            return is_shown ? std::nullopt : std::optional<Warning>(warning);
         };
+        Context reading = with_warnings(context, keep_back_shown);
         return input().read(mesh, reading);
     }
 

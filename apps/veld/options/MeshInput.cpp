@@ -34,16 +34,14 @@ std::string renamed(std::string const& text, fs::path const& path)
 
 /// Reads a copy of standard input. Messages do not name the copy.
 template <typename Read>
-MeshFile read_copy(Read const& read, fs::path const& copy, Context& context)
+MeshFile read_copy(Read const& read, fs::path const& copy, Context const& context)
 {
-    Context renaming = context;
-    renaming.warn = [&](Warning const& warning)
-    {
-        if (context.warn)
-        {
-            context.warn({warning.code, renamed(warning.about, copy), warning.text});
-        }
-    };
+    Context renaming = with_warnings(context,
+                                     [&copy](Warning warning)
+                                     {
+                                         warning.about = renamed(warning.about, copy);
+                                         return warning;
+                                     });
     try
     {
         return read(copy, renaming);
