@@ -4,6 +4,7 @@
 
 #include "algorithmVeld/common/vectors.h"
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -55,6 +56,19 @@ void add_frame_source(CLI::App& app, FrameSourceOptions& options);
 /// An example for the end of a help text.
 /// \param arguments what stands behind the program's name
 void set_example(CLI::App& app, std::string const& arguments);
+
+/// What an option that takes one of several names may be given.
+template <typename Value>
+std::vector<std::string> names_in(std::map<std::string, Value> const& named)
+{
+    std::vector<std::string> names;
+    names.reserve(named.size());
+    for (auto const& [name, value] : named)
+    {
+        names.push_back(name);
+    }
+    return names;
+}
 
 /// An option for one of some names.
 CLI::Option* add_choice(CLI::App& app, std::string const& name, std::string& value,

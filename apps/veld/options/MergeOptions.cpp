@@ -17,12 +17,11 @@ constexpr double LARGEST_FACTOR = 1000.0;
 
 void MergeOptions::add(CLI::App& app)
 {
-    app.add_option("--method", method_,
-                   "stitch: near borders are closed by fans of triangles, in parallel; outlier: "
-                   "loose points off the surface go first, borders are closed one vertex after the "
-                   "other, and holes by convex corners only (default: stitch)")
-        ->type_name("NAME")
-        ->check(CLI::IsMember(names_in(merge_methods())));
+    add_choice(
+        app, "--method", method_, names_in(merge_methods()),
+        "stitch: near borders are closed by fans of triangles, in parallel; outlier: loose "
+        "points off the surface go first, borders are closed one vertex after the other, and "
+        "holes by convex corners only (default: stitch)");
     add_noise(app);
     add_lengths(app);
     add_stitch_options(app);
@@ -41,11 +40,10 @@ MergeSettings MergeOptions::settings() const
 
 void MergeOptions::add_noise(CLI::App& app)
 {
-    app.add_option("--prepare", prepare_,
-                   "Smooth and thin the frames of depth cameras first: auto: where noise exceeds "
-                   "half of the spacing; never; always (default: auto)")
-        ->type_name("WHEN")
-        ->check(CLI::IsMember(names_in(preparations())));
+    add_choice(app, "--prepare", prepare_, names_in(preparations()),
+               "Smooth and thin the frames of depth cameras first: auto: where noise exceeds half "
+               "of the spacing; never; always (default: auto)")
+        ->type_name("WHEN");
     add_length(app, "--noise", settings_.noise,
                "Standard deviation in mm of depths at 1 m, which grows with the square of the "
                "depth, 0: measured (default: 0)");

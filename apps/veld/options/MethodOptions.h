@@ -1,6 +1,5 @@
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
 
@@ -11,19 +10,6 @@ class Option;
 
 namespace veld::cli
 {
-
-/// What an option that takes one of several names may be given.
-template <typename Value>
-std::vector<std::string> names_in(std::map<std::string, Value> const& named)
-{
-    std::vector<std::string> names;
-    names.reserve(named.size());
-    for (auto const& [name, value] : named)
-    {
-        names.push_back(name);
-    }
-    return names;
-}
 
 /// Which options of a command belong to which of its methods. One without effect is most likely a
 /// mistake in the method.

@@ -7,7 +7,6 @@
 #include <map>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 namespace veld::cli
 {
@@ -26,18 +25,6 @@ std::map<std::string, std::pair<double, double>> const NAMED_VIEWS{
     {"iso", {45.0, 35.264389682754654}}};
 
 std::map<std::string, UpAxis> const UP_AXES{{"y", UpAxis::Y}, {"z", UpAxis::Z}};
-
-template <typename Value>
-std::vector<std::string> names(std::map<std::string, Value> const& map)
-{
-    std::vector<std::string> result;
-    result.reserve(map.size());
-    for (auto const& entry : map)
-    {
-        result.push_back(entry.first);
-    }
-    return result;
-}
 
 } // namespace
 
@@ -68,7 +55,7 @@ RenderSettings PictureOptions::settings() const
 
 void PictureOptions::add_view_options(CLI::App& app)
 {
-    auto* const view = add_choice(app, "--view", view_, names(NAMED_VIEWS),
+    auto* const view = add_choice(app, "--view", view_, names_in(NAMED_VIEWS),
                                   "Look from the front, back, left, right, top, bottom or "
                                   "iso (default: azimuth 30, elevation 20)");
     auto* const azimuth = add_number(app, "--azimuth", settings_.view.azimuth, -360.0, 360.0,
@@ -76,11 +63,9 @@ void PictureOptions::add_view_options(CLI::App& app)
     auto* const elevation = add_number(app, "--elevation", settings_.view.elevation, -90.0, 90.0,
                                        "Degrees above the object");
     view->excludes(azimuth)->excludes(elevation);
-    app.add_option("--up", up_,
-                   "Axis that points up: y (front is +z) or z (front is -y); "
-                   "default: y")
-        ->type_name("AXIS")
-        ->check(CLI::IsMember(names(UP_AXES)));
+    add_choice(app, "--up", up_, names_in(UP_AXES),
+               "Axis that points up: y (front is +z) or z (front is -y); default: y")
+        ->type_name("AXIS");
 }
 
 } // namespace veld::cli

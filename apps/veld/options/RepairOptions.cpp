@@ -9,12 +9,10 @@ namespace veld::cli
 
 void RepairOptions::add(CLI::App& app)
 {
-    app.add_option("--method", method_,
-                   "ball: a ball rolls around the borders and connects what it touches; project: "
-                   "around each border vertex, those nearby are connected in its tangent plane "
-                   "(default: ball)")
-        ->type_name("NAME")
-        ->check(CLI::IsMember(names_in(repair_methods())));
+    add_choice(app, "--method", method_, names_in(repair_methods()),
+               "ball: a ball rolls around the borders and connects what it touches; project: "
+               "around each border vertex, those nearby are connected in its tangent plane "
+               "(default: ball)");
     add_shared_options(app);
     add_ball_options(app);
     add_projection_options(app);
