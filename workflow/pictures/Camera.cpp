@@ -9,22 +9,22 @@
 namespace veld
 {
 
-using OrvaneAlgorithm::detail::PI;
+using OrvaneAlgorithm::detail::radians;
 
 using OrvaneAlgorithm::Matrix3d;
 
 namespace
 {
 
-constexpr double HALF_FIELD_OF_VIEW = 12.0 * PI / 180.0; // of the shorter side
+constexpr double HALF_FIELD_OF_VIEW = radians(12.0); // of the shorter side
 constexpr double MARGIN = 1.06;
 constexpr double NEAREST_DISTANCE = 0.05;
 
 /// Rows: right, up, and towards the viewer.
 Matrix3d view_axes(ViewDirection const& view)
 {
-    double const azimuth = view.azimuth * PI / 180.0;
-    double const elevation = view.elevation * PI / 180.0;
+    double const azimuth = radians(view.azimuth);
+    double const elevation = radians(view.elevation);
     Vector3d const right(std::cos(azimuth), 0.0, -std::sin(azimuth));
     Vector3d const towards(std::sin(azimuth) * std::cos(elevation), std::sin(elevation),
                            std::cos(azimuth) * std::cos(elevation));

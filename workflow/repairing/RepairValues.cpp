@@ -25,7 +25,7 @@ double least_cosine(RepairSettings const& settings)
 {
     return settings.normal_angle >= 180.0
                ? -1.0
-               : std::cos(settings.normal_angle * OrvaneAlgorithm::detail::PI / 180.0);
+               : std::cos(OrvaneAlgorithm::detail::radians(settings.normal_angle));
 }
 
 double reach_of(RepairSettings const& settings)

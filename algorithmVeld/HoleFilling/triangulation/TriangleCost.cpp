@@ -1,6 +1,7 @@
 #include "algorithmVeld/HoleFilling/triangulation/TriangleCost.h"
 
 #include "algorithmVeld/common/geometry/TriangleGeometry.h"
+#include "algorithmVeld/common/geometry/angles.h"
 
 #include <algorithm>
 
@@ -104,7 +105,7 @@ float triangle_angle(Vector3f const& pi, Vector3f const& pm, Vector3f const& pj,
     {
         largest += 6.2831855F;
     }
-    return static_cast<float>(largest * 180.0 / 3.141592653589793);
+    return static_cast<float>(degrees(static_cast<double>(largest)));
 }
 
 SplitCost triangle_cost(Vector3f const& pi, Vector3f const& pm, Vector3f const& pj,

@@ -139,7 +139,7 @@ bool in_streak(Vector3d const& at)
     static Vector3d const end = direction(55, 45);
     static Vector3d const across = start.cross(end).normalized();
     static Vector3d const middle = (start + end).normalized();
-    double const off = std::abs(std::asin(at.dot(across))) * 180.0 / PI;
+    double const off = degrees(std::abs(std::asin(at.dot(across))));
     return off < 2.2 && angle_between(at, middle) < angle_between(start, end) / 2.0;
 }
 

@@ -44,14 +44,14 @@ double gourd_radius(Vector3d const& at)
 
 Vector3d direction(double azimuth, double elevation)
 {
-    double const a = azimuth * PI / 180.0;
-    double const e = elevation * PI / 180.0;
+    double const a = radians(azimuth);
+    double const e = radians(elevation);
     return {std::sin(a) * std::cos(e), std::sin(e), std::cos(a) * std::cos(e)};
 }
 
 double angle_between(Vector3d const& a, Vector3d const& b)
 {
-    return std::atan2(a.cross(b).norm(), a.dot(b)) * 180.0 / PI;
+    return degrees(std::atan2(a.cross(b).norm(), a.dot(b)));
 }
 
 Vector3d gourd_point(Vector3d const& direction)

@@ -17,7 +17,7 @@ using OrvaneAlgorithm::RigidMatrix;
 namespace
 {
 
-constexpr double DEGREE = PI / 180.0;
+constexpr double DEGREE = radians(1.0);
 
 /// Independent errors of one frame.
 enum Error : std::uint32_t
