@@ -109,8 +109,6 @@ public:
 
     /// Whether there is a file that can be read.
     bool is_open() const { return is_open_; }
-    /// Whether everything so far could be read.
-    bool is_good() const { return is_good_; }
     /// Bytes that are left before the checksum.
     std::uint64_t remaining() const { return is_good_ ? remaining_ : 0; }
     /// Takes note that what was read makes no sense.
