@@ -47,8 +47,7 @@ using Cameras = std::vector<detail::PinholeGrid>;
 template <typename Work>
 void for_each_depth_frame(std::size_t n, Work const& work)
 {
-    detail::parallel_for_uneven(static_cast<std::ptrdiff_t>(n),
-                                [&](std::ptrdiff_t f) { work(static_cast<std::size_t>(f)); });
+    detail::for_each_index(n, work);
 }
 
 Cameras cameras_of(std::vector<RangeData const*> const& ranges)

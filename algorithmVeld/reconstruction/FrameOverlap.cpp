@@ -76,8 +76,7 @@ void log_counts(std::vector<FrameOverlap::FrameCounts> const& counts)
 template <typename Work>
 void for_each_frame(std::vector<RangeData const*> const& ranges, Work const& work)
 {
-    detail::parallel_for_uneven(static_cast<std::ptrdiff_t>(ranges.size()),
-                                [&](std::ptrdiff_t f) { work(static_cast<std::size_t>(f)); });
+    detail::for_each_index(ranges.size(), work);
 }
 
 /// Distances from evenly spread points of a frame to their neighbours to the right and below.

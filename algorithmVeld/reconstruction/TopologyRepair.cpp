@@ -48,18 +48,17 @@ std::vector<FanPlan> plan_fans(std::vector<VertexHandle> const& centres, MakeFan
 {
     std::vector<FanPlan> plans(centres.size());
     std::size_t const shares = (centres.size() + SHARE - 1) / SHARE;
-    detail::parallel_for_uneven(static_cast<std::ptrdiff_t>(shares),
-                                [&](std::ptrdiff_t share)
-                                {
-                                    auto fan = make_fan();
-                                    std::size_t const begin =
-                                        static_cast<std::size_t>(share) * SHARE;
-                                    std::size_t const end = std::min(begin + SHARE, centres.size());
-                                    for (std::size_t i = begin; i < end; ++i)
-                                    {
-                                        fan.plan(centres[i], plans[i]);
-                                    }
-                                });
+    detail::for_each_index(shares,
+                           [&](std::size_t share)
+                           {
+                               auto fan = make_fan();
+                               std::size_t const begin = share * SHARE;
+                               std::size_t const end = std::min(begin + SHARE, centres.size());
+                               for (std::size_t i = begin; i < end; ++i)
+                               {
+                                   fan.plan(centres[i], plans[i]);
+                               }
+                           });
     return plans;
 }
 

@@ -156,4 +156,12 @@ void parallel_for_uneven(std::ptrdiff_t n, Body const& body)
     progress.finish();
 }
 
+/// The same for the places of a list of `n`.
+template <typename Body>
+void for_each_index(std::size_t n, Body const& body)
+{
+    parallel_for_uneven(static_cast<std::ptrdiff_t>(n),
+                        [&](std::ptrdiff_t i) { body(static_cast<std::size_t>(i)); });
+}
+
 } // namespace OrvaneAlgorithm::detail

@@ -263,23 +263,23 @@ private:
 std::vector<char> cells_left(FrameSurface const& surface, std::vector<char> const& stays)
 {
     std::vector<char> cells(surface.size(), 0);
-    parallel_for_uneven(static_cast<std::ptrdiff_t>(surface.first.size()) - 1,
-                        [&](std::ptrdiff_t f)
-                        {
-                            auto const first = surface.first[static_cast<std::size_t>(f)];
-                            auto const last = surface.first[static_cast<std::size_t>(f) + 1];
-                            for (std::size_t i = first; i < last; ++i)
-                            {
-                                auto const& n = surface.neighbours[i];
-                                auto const stay = [&](int j)
-                                { return stays[static_cast<std::size_t>(j)] == 1; };
-                                cells[i] = surface.cell[i] == 1 && stays[i] == 1 && stay(n[0]) &&
-                                                   stay(n[1]) && stay(n[2])
-                                               ? 1
-                                               : 0;
-                            }
-                            PinchRemoval(surface, cells).run(first, last);
-                        });
+    for_each_index(surface.first.size() - 1,
+                   [&](std::size_t f)
+                   {
+                       auto const first = surface.first[f];
+                       auto const last = surface.first[f + 1];
+                       for (std::size_t i = first; i < last; ++i)
+                       {
+                           auto const& n = surface.neighbours[i];
+                           auto const stay = [&](int j)
+                           { return stays[static_cast<std::size_t>(j)] == 1; };
+                           cells[i] = surface.cell[i] == 1 && stays[i] == 1 && stay(n[0]) &&
+                                              stay(n[1]) && stay(n[2])
+                                          ? 1
+                                          : 0;
+                       }
+                       PinchRemoval(surface, cells).run(first, last);
+                   });
     return cells;
 }
 
@@ -301,13 +301,8 @@ FrameSurface list_frame_surface(std::vector<RangeData const*> const& ranges, dou
     surface.depth.resize(n, 0);
     surface.neighbours.resize(n);
     surface.cell.resize(n, 0);
-    parallel_for_uneven(
-        static_cast<std::ptrdiff_t>(ranges.size()),
-        [&](std::ptrdiff_t i)
-        {
-            auto const number = static_cast<std::size_t>(i);
-            FrameLister(*ranges[number], number, longest_edge, deepest, surface).run();
-        });
+    for_each_index(ranges.size(), [&](std::size_t i)
+                   { FrameLister(*ranges[i], i, longest_edge, deepest, surface).run(); });
     return surface;
 }
 

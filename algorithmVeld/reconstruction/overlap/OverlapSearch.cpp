@@ -343,20 +343,20 @@ PointLists join_parts(std::vector<Part> const& parts, std::size_t n)
         lists.first[i + 1] += lists.first[i];
     }
     lists.entries.resize(lists.first[n]);
-    parallel_for_uneven(static_cast<std::ptrdiff_t>(parts.size()),
-                        [&](std::ptrdiff_t p)
-                        {
-                            auto const& part = parts[static_cast<std::size_t>(p)];
-                            auto entry = part.entries.begin();
-                            for (std::size_t k = 0; k < part.points.size(); ++k)
-                            {
-                                auto const count = static_cast<std::ptrdiff_t>(part.counts[k]);
-                                auto const at = static_cast<std::ptrdiff_t>(
-                                    lists.first[static_cast<std::size_t>(part.points[k])]);
-                                std::copy_n(entry, count, lists.entries.begin() + at);
-                                entry += count;
-                            }
-                        });
+    for_each_index(parts.size(),
+                   [&](std::size_t p)
+                   {
+                       auto const& part = parts[p];
+                       auto entry = part.entries.begin();
+                       for (std::size_t k = 0; k < part.points.size(); ++k)
+                       {
+                           auto const count = static_cast<std::ptrdiff_t>(part.counts[k]);
+                           auto const at = static_cast<std::ptrdiff_t>(
+                               lists.first[static_cast<std::size_t>(part.points[k])]);
+                           std::copy_n(entry, count, lists.entries.begin() + at);
+                           entry += count;
+                       }
+                   });
     return lists;
 }
 
@@ -383,19 +383,18 @@ PointLists find_overlap(FrameSurface const& surface, OverlapLimits const& limits
     constexpr std::size_t VOXELS_OF_PART = 256;
     std::vector<Part> parts((order.voxels() + VOXELS_OF_PART - 1) / VOXELS_OF_PART);
     stages.next();
-    parallel_for_uneven(static_cast<std::ptrdiff_t>(parts.size()),
-                        [&](std::ptrdiff_t p)
-                        {
-                            auto const number = static_cast<std::size_t>(p);
-                            Searcher searcher(surface, limits, reach);
-                            std::size_t const end =
-                                std::min(order.voxels(), (number + 1) * VOXELS_OF_PART);
-                            for (std::size_t v = number * VOXELS_OF_PART; v < end; ++v)
-                            {
-                                poll_cancel();
-                                searcher.search(order, v, parts[number]);
-                            }
-                        });
+    for_each_index(parts.size(),
+                   [&](std::size_t number)
+                   {
+                       Searcher searcher(surface, limits, reach);
+                       std::size_t const end =
+                           std::min(order.voxels(), (number + 1) * VOXELS_OF_PART);
+                       for (std::size_t v = number * VOXELS_OF_PART; v < end; ++v)
+                       {
+                           poll_cancel();
+                           searcher.search(order, v, parts[number]);
+                       }
+                   });
     stages.next();
     return join_parts(parts, surface.size());
 }
