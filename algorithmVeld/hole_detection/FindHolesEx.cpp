@@ -110,6 +110,15 @@ std::vector<Vector3f> hole_normals(TriMesh const& mesh, Holes const& holes)
     return normals;
 }
 
+void log_marker_search(bool verbose, std::size_t n_markers, double hole_match_thr,
+                       double marker_radius)
+{
+    detail::log_line(verbose, "find_marker_holes() ..\n");
+    detail::log_line(verbose, "  input: vert num              %8d\n", static_cast<int>(n_markers));
+    detail::log_line(verbose, "  param: hole_match_thr        %15.6f\n", hole_match_thr);
+    detail::log_line(verbose, "  param: marker_radius         %15.6f\n", marker_radius);
+}
+
 } // namespace
 
 RetVal FindHolesEx::find_holes(TriMesh& mesh, Holes& holes, bool verbose)
@@ -205,11 +214,7 @@ RetVal FindHolesEx::find_marker_holes(TriMesh& mesh, std::vector<Vector3f> const
                                       double hole_match_thr, double marker_radius, bool use_normals,
                                       double normal_dot_thr, Holes& holes, bool verbose)
 {
-    detail::log_line(verbose, "find_marker_holes() ..\n");
-    detail::log_line(verbose, "  input: vert num              %8d\n",
-                     static_cast<int>(marker_points.size()));
-    detail::log_line(verbose, "  param: hole_match_thr        %15.6f\n", hole_match_thr);
-    detail::log_line(verbose, "  param: marker_radius         %15.6f\n", marker_radius);
+    log_marker_search(verbose, marker_points.size(), hole_match_thr, marker_radius);
     if (use_normals && marker_points.size() != marker_normals.size())
     {
         detail::log_line(verbose, "  !!!error: unmatched vert and norm size.\n");

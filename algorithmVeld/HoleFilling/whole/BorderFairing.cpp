@@ -94,6 +94,33 @@ Eigen::SparseMatrix<double> laplacians(std::vector<std::vector<int>> const& neig
     return matrix;
 }
 
+/// What draws the vertices of the border to where they are.
+struct HeldBorder
+{
+    Eigen::SparseMatrix<double> diagonal; ///< To be added to the system.
+    Eigen::MatrixX3d right_side;
+};
+
+HeldBorder hold_border(TriMesh const& mesh, Unknowns const& unknowns,
+                       std::vector<std::vector<int>> const& neighbours, double hold)
+{
+    auto const n = static_cast<Eigen::Index>(unknowns.verts.size());
+    HeldBorder border{Eigen::SparseMatrix<double>(n, n), Eigen::MatrixX3d::Zero(n, 3)};
+    std::vector<Entry> held;
+    for (auto k = static_cast<Eigen::Index>(unknowns.n_new); k < n; ++k)
+    {
+        auto const vertex = unknowns.verts[static_cast<std::size_t>(k)];
+        if (neighbours[static_cast<std::size_t>(k)].empty())
+        {
+            log("   !!!abnormal border vert id [%s (%d)]\n", __FILE__, __LINE__);
+        }
+        held.emplace_back(static_cast<int>(k), static_cast<int>(k), hold);
+        border.right_side.row(k) = hold * mesh.point(vertex).cast<double>().transpose();
+    }
+    border.diagonal.setFromTriplets(held.begin(), held.end());
+    return border;
+}
+
 } // namespace
 
 bool fair_with_border(TriMesh& mesh, OpenMesh::FPropHandleT<bool> face_new,
@@ -112,28 +139,14 @@ bool fair_with_border(TriMesh& mesh, OpenMesh::FPropHandleT<bool> face_new,
     auto const neighbours = fill_neighbours(mesh, face_new, unknowns);
     auto const rows = laplacians(neighbours, unknowns.n_new);
     Eigen::SparseMatrix<double> system = rows.transpose() * rows;
-    auto const n = static_cast<Eigen::Index>(unknowns.verts.size());
-    Eigen::MatrixX3d right_side = Eigen::MatrixX3d::Zero(n, 3);
-    std::vector<Entry> held;
-    for (auto k = static_cast<Eigen::Index>(unknowns.n_new); k < n; ++k)
-    {
-        auto const vertex = unknowns.verts[static_cast<std::size_t>(k)];
-        if (neighbours[static_cast<std::size_t>(k)].empty())
-        {
-            log("   !!!abnormal border vert id [%s (%d)]\n", __FILE__, __LINE__);
-        }
-        held.emplace_back(static_cast<int>(k), static_cast<int>(k), hold);
-        right_side.row(k) = hold * mesh.point(vertex).cast<double>().transpose();
-    }
-    Eigen::SparseMatrix<double> border(n, n);
-    border.setFromTriplets(held.begin(), held.end());
-    system += border;
+    auto const border = hold_border(mesh, unknowns, neighbours, hold);
+    system += border.diagonal;
     Eigen::SimplicialLDLT<Eigen::SparseMatrix<double>> const solver(system);
     if (solver.info() != Eigen::Success)
     {
         return false;
     }
-    Eigen::MatrixX3d const points = solver.solve(right_side);
+    Eigen::MatrixX3d const points = solver.solve(border.right_side);
     if (!points.allFinite())
     {
         return false;

@@ -363,6 +363,32 @@ inline std::vector<int> add_carried_lists(Element const& element, VertexLayout c
     return lists;
 }
 
+/// Reads the properties of a vertex. Values that are handed on go to their lists.
+/// \param values by slot; where a vertex lacks one, that of the vertex before stays
+template <typename Source>
+void read_row(Source& source, Row const& row, VertexLayout const& layout,
+              std::vector<int> const& lists, float (&values)[SLOTS], MeshSoup& soup)
+{
+    source.begin_row(row);
+    for (std::size_t i = 0; i < row.element->properties.size(); ++i)
+    {
+        auto const& property = row.element->properties[i];
+        if (lists[i] >= 0)
+        {
+            soup.values[static_cast<std::size_t>(lists[i])].values.push_back(
+                to_float(source.number(property.type)));
+            continue;
+        }
+        if (layout.slot(i) >= SLOTS)
+        {
+            skip_property(source, property, row);
+            continue;
+        }
+        values[layout.slot(i)] = to_float(source.number(property.type) * layout.scale(i));
+    }
+    source.end_row();
+}
+
 template <typename Source>
 void read_vertices(Source& source, Element const& element, MeshSoup& soup)
 {
@@ -380,24 +406,7 @@ void read_vertices(Source& source, Element const& element, MeshSoup& soup)
     for (Row row{&element, 0}; row.number < element.rows; ++row.number)
     {
         progress.next();
-        source.begin_row(row);
-        for (std::size_t i = 0; i < element.properties.size(); ++i)
-        {
-            auto const& property = element.properties[i];
-            if (lists[i] >= 0)
-            {
-                soup.values[static_cast<std::size_t>(lists[i])].values.push_back(
-                    to_float(source.number(property.type)));
-                continue;
-            }
-            if (layout.slot(i) >= SLOTS)
-            {
-                skip_property(source, property, row);
-                continue;
-            }
-            values[layout.slot(i)] = to_float(source.number(property.type) * layout.scale(i));
-        }
-        source.end_row();
+        read_row(source, row, layout, lists, values, soup);
         soup.points.emplace_back(values[X], values[Y], values[Z]);
         if (layout.has_normals())
         {

@@ -138,6 +138,19 @@ void copy_vertices(RangeData const& frame, TriMesh const& part, Counts const& be
     }
 }
 
+/// The elements of all parts before each one, and at the end those of all.
+std::vector<Counts> counts_before(std::vector<TriMesh> const& parts)
+{
+    std::vector<Counts> before(parts.size() + 1);
+    for (std::size_t i = 0; i < parts.size(); ++i)
+    {
+        before[i + 1] = {before[i].vertices + parts[i].n_vertices(),
+                         before[i].edges + parts[i].n_edges(),
+                         before[i].faces + parts[i].n_faces()};
+    }
+    return before;
+}
+
 bool wants_colours(std::vector<RangeData const*> const& ranges, ColourRule rule)
 {
     auto const has_colours = [](RangeData const* frame) { return frame->has_vColor; };
@@ -187,23 +200,11 @@ void triangulate_frames(std::vector<RangeData const*> const& ranges, ColourRule 
     }
     Stages stages({4, 1});
     stages.next();
-    auto const n = static_cast<std::ptrdiff_t>(ranges.size());
     std::vector<TriMesh> parts(ranges.size());
-    parallel_for_uneven(n,
-                        [&](std::ptrdiff_t r)
-                        {
-                            auto const i = static_cast<std::size_t>(r);
-                            triangulate(*ranges[i], parts[i]);
-                        });
+    for_each_index(ranges.size(), [&](std::size_t i) { triangulate(*ranges[i], parts[i]); });
 
     stages.next();
-    std::vector<Counts> before(ranges.size() + 1);
-    for (std::size_t r = 0; r < ranges.size(); ++r)
-    {
-        before[r + 1] = {before[r].vertices + parts[r].n_vertices(),
-                         before[r].edges + parts[r].n_edges(),
-                         before[r].faces + parts[r].n_faces()};
-    }
+    auto const before = counts_before(parts);
     mesh.request_vertex_normals();
     if (wants_colours(ranges, colours))
     {
@@ -213,19 +214,17 @@ void triangulate_frames(std::vector<RangeData const*> const& ranges, ColourRule 
     // Frames are merged to be connected: some room now saves moving everything later.
     mesh.reserve(all.vertices, all.edges + all.edges / 16, all.faces + all.faces / 16);
     mesh.resize(all.vertices, all.edges, all.faces);
-    parallel_for_uneven(n,
-                        [&](std::ptrdiff_t r)
-                        {
-                            auto const i = static_cast<std::size_t>(r);
-                            copy_links(parts[i], before[i], mesh);
-                            copy_vertices(*ranges[i], parts[i], before[i], mesh);
-                            auto const frames =
-                                mesh.property(frame_of_vertex).data_vector().begin();
-                            std::fill(frames + static_cast<std::ptrdiff_t>(before[i].vertices),
-                                      frames + static_cast<std::ptrdiff_t>(before[i + 1].vertices),
-                                      static_cast<int>(i));
-                            parts[i].clear();
-                        });
+    for_each_index(ranges.size(),
+                   [&](std::size_t i)
+                   {
+                       copy_links(parts[i], before[i], mesh);
+                       copy_vertices(*ranges[i], parts[i], before[i], mesh);
+                       auto const frames = mesh.property(frame_of_vertex).data_vector().begin();
+                       std::fill(frames + static_cast<std::ptrdiff_t>(before[i].vertices),
+                                 frames + static_cast<std::ptrdiff_t>(before[i + 1].vertices),
+                                 static_cast<int>(i));
+                       parts[i].clear();
+                   });
 }
 
 } // namespace OrvaneAlgorithm::detail
