@@ -228,6 +228,13 @@ TEST(MergeCommand, PointsMoveToTheMeanOfTheLayersUnlessTheyAreKept)
     EXPECT_EQ(frames.merge({"--keep-layers", "--keep-points"}).status, 1);
 }
 
+TEST(MergeCommand, AnErrorNamesTheOptionAndNotTheSetting)
+{
+    Outcome const run = Frames(half_covered()).merge({"--prepare", "always", "--keep-layers"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, testing::EndsWith(": none can be kept (see --prepare)\n"));
+}
+
 TEST(MergeCommand, TheFrameOfEveryVertexIsWritten)
 {
     Frames const frames(half_covered());

@@ -607,7 +607,7 @@ TEST(RepairOfPoints, NoFaceIsAnErrorWithTheTrueReason)
     TriMesh const cloud = cloud_of(sphere(3));
     RepairSettings settings;
     settings.radii = {1e-3};
-    EXPECT_EQ(setting_of([&] { repaired(cloud, settings); }), "radius");
+    EXPECT_EQ(setting_of([&] { repaired(cloud, settings); }), "radii");
     EXPECT_THAT(reason_of([&] { repaired(cloud, settings); }),
                 HasSubstr("the points give no face: there are no three points within 0.002 mm"));
     TriMesh turned = cloud;
@@ -644,7 +644,7 @@ TEST(RepairInput, WrongNumbersAreRefusedByName)
     };
     EXPECT_EQ(refusal([](RepairSettings& s) { s.spacing = -1.0; }), "spacing");
     EXPECT_EQ(refusal([](RepairSettings& s) { s.spacing = std::nan(""); }), "spacing");
-    EXPECT_EQ(refusal([](RepairSettings& s) { s.radii = {1.0, 0.0}; }), "radius");
+    EXPECT_EQ(refusal([](RepairSettings& s) { s.radii = {1.0, 0.0}; }), "radii");
     EXPECT_EQ(refusal([](RepairSettings& s) { s.ear_perimeter = -1.0; }), "ear_perimeter");
     EXPECT_EQ(refusal([](RepairSettings& s) { s.normal_angle = 181.0; }), "normal_angle");
 }

@@ -31,7 +31,7 @@ void check_numbers(RepairSettings const& settings)
     if (!std::all_of(settings.radii.begin(), settings.radii.end(),
                      [&](double radius) { return is_length(radius) && radius > 0.0; }))
     {
-        throw InputError("a radius has to be more than 0 millimetres", "radius");
+        throw InputError("a radius has to be more than 0 millimetres", "radii");
     }
     if (!is_length(settings.ear_perimeter.value_or(0.0)))
     {

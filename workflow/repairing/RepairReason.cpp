@@ -63,17 +63,17 @@ Reason find_reason(TriMesh const& mesh, RepairResult const& result)
     if (result.settings.method == RepairMethod::BALL &&
         adds_with([](RepairSettings& settings) { settings.empty_ball = false; }))
     {
-        return {"every ball that touches a border holds other vertices", "radius"};
+        return {"every ball that touches a border holds other vertices", "radii"};
     }
     if (is_cloud_of(mesh))
     {
         return {fmt::format("there are no three points within {:.6g} mm of each other that a ball "
                             "can lie on",
                             2.0 * result.settings.radii.front()), // of those that can begin
-                "radius"};
+                "radii"};
     }
     return {fmt::format("there is no other border within {:.6g} mm", reach_of(result.settings)),
-            "radius"};
+            "radii"};
 }
 
 void judge_cloud(TriMesh const& cloud, RepairResult const& result, StepScope& scope)

@@ -1,6 +1,7 @@
 #include "shell/SettingNames.h"
 
 #include <algorithm>
+#include <map>
 
 namespace veld::cli
 {
@@ -11,6 +12,13 @@ namespace
 /// The setting of a step as an option.
 std::string option_of(std::string setting)
 {
+    static std::map<std::string, std::string> const others{{"preparation", "prepare"},
+                                                           {"radii", "radius"}};
+    auto const other = others.find(setting);
+    if (other != others.end())
+    {
+        return "--" + other->second;
+    }
     std::replace(setting.begin(), setting.end(), '_', '-');
     return "--" + setting;
 }
