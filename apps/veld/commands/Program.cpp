@@ -75,8 +75,8 @@ std::vector<std::unique_ptr<Entry>> add_commands(CLI::App& program)
                 "Make one page of what a run did, with its model to turn");
     add_command(
         program, entries, make_demo_command(), "demo",
-        "Scan an object made by code, merge its frames, clean the mesh, close its holes, draw it, "
-        "and repair a torn copy");
+        "Scan and photograph an object made by code, merge its frames, clean the mesh, close its "
+        "holes, texture it, draw it, and repair a torn copy");
     add_command(program, entries, make_completion_command(), "completion",
                 "Print the script with which a shell completes these commands");
     add_command(program, entries, make_man_command(), "man", "Print the page of the manual");
@@ -166,7 +166,8 @@ void take_arguments(std::vector<std::unique_ptr<Entry>> const& entries)
 
 int parse_and_run(int argc, char const* const* argv)
 {
-    CLI::App program("Merges, cleans and draws 3D scans, and closes their holes. Lengths are mm.",
+    CLI::App program("Merges, cleans, textures and draws 3D scans, and closes their holes. Lengths "
+                     "are mm.",
                      "veld");
     program.require_subcommand(1);
     program.set_version_flag("--version",

@@ -88,11 +88,11 @@ void FillOptions::add_ear_options(CLI::App& app)
 void FillOptions::add_core_options(CLI::App& app)
 {
     uses_.add(add_integer(app, "--rings", settings_.rings, 0, MAX_RINGS,
-                          "core: so many rings of faces around a hole move with it "
-                          "(default: 3)"),
+                          "core and auto: so many rings of faces around a hole move "
+                          "with it (default: 3)"),
               {"core", "auto"});
     uses_.add(add_choice(app, "--smooth", smoothness_, {"c0", "c1", "c2"},
-                         "core: the surface goes on in its position (c0), its "
+                         "core and auto: the surface goes on in its position (c0), its "
                          "tangent planes (c1) or its curvature (c2) (default: c2)"),
               {"core", "auto"});
 }
@@ -104,13 +104,13 @@ void FillOptions::add_region_options(CLI::App& app)
                          "(delete), smoothed (smooth), or left (none) (default: none)"),
               {"whole", "markers"});
     uses_.add(add_integer(app, "--region-rings", settings_.region_rings, 0, MAX_RINGS,
-                          "whole and markers: so many rings of faces around a hole are "
-                          "its region; with --region none they tell how the surface goes "
-                          "on, for which three are enough (default: 10)"),
+                          "whole, markers and auto: so many rings of faces around a hole "
+                          "are its region; with --region none they tell how the surface "
+                          "goes on, for which three are enough (default: 10)"),
               {"whole", "markers", "auto"});
     uses_.add(add_choice(app, "--weights", weights_, names_in(fill_weights()),
-                         "whole and markers: neighbours of a new vertex weigh the same "
-                         "(uniform) or by 1 / distance (length) (default: length)"),
+                         "whole, markers and auto: neighbours of a new vertex weigh the "
+                         "same (uniform) or by 1 / distance (length) (default: length)"),
               {"whole", "markers", "auto"});
 }
 
