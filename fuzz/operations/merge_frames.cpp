@@ -1,4 +1,5 @@
 #include "algorithmVeld/reconstruction/DepthFrames.h"
+#include "algorithmVeld/reconstruction/FrameAlignment.h"
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
 #include "algorithmVeld/reconstruction/GeoPatentRecon.h"
 #include "algorithmVeld/reconstruction/MeshMerge.h"
@@ -195,12 +196,32 @@ void prepare_depths(ByteSource& source, std::vector<RangeData const*> const& fra
     }
 }
 
+void align_frames(ByteSource& source, std::vector<RangeData const*> const& frames)
+{
+    FrameAlignment alignment;
+    if (source.flag())
+    {
+        DepthNoise noise;
+        noise.constant = source.number();
+        noise.square = source.number() / 1000.0;
+        alignment.set_noise(noise);
+        alignment.set_reach(source.number());
+    }
+    FrameAlignment::Agreement agreement;
+    alignment.measure(frames, agreement);
+    std::vector<RigidMatrix> poses;
+    if (alignment.align(frames, poses) == RET_SUCCESS)
+    {
+        note_accepted();
+    }
+}
+
 } // namespace
 
 void veld_fuzz::merge_frames(std::string_view input)
 {
     ByteSource source(input);
-    int const what = source.below(4);
+    int const what = source.below(5);
     std::vector<RangeData> frames(static_cast<std::size_t>(source.below(4)));
     std::vector<RangeData const*> pointers;
     for (auto& frame : frames)
@@ -223,8 +244,11 @@ void veld_fuzz::merge_frames(std::string_view input)
     case 2:
         take_overlap_out(source, pointers);
         break;
-    default:
+    case 3:
         prepare_depths(source, pointers);
+        break;
+    default:
+        align_frames(source, pointers);
         break;
     }
 }

@@ -381,7 +381,7 @@ void add_operations(Seeds& seeds)
         }
     }
     Bytes const grid{8, 8, 2, 128, 0, 0, 0, 24, 0, 0, 0, 1, 1, 0};
-    for (int const what : {0, 1, 2, 3})
+    for (int const what : {0, 1, 2, 3, 4})
     {
         seeds.add("merge_frames", joined({{what, 2},
                                           grid,
