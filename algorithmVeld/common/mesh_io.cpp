@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/files/AtomicFile.h"
 #include "algorithmVeld/common/files/TextCursor.h"
 #include "algorithmVeld/common/files/WholeFile.h"
+#include "algorithmVeld/common/mesh_files/ArraySoup.h"
 #include "algorithmVeld/common/mesh_files/MeshReaders.h"
 #include "algorithmVeld/common/mesh_files/ObjWriter.h"
 #include "algorithmVeld/common/mesh_files/PlyWriter.h"
@@ -15,6 +16,7 @@
 #include <filesystem>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 namespace OrvaneAlgorithm
 {
@@ -176,17 +178,17 @@ void build_or_mend(detail::MeshSoup& soup, TriMesh& mesh, MeshFileContents& cont
     contents.unheld = missing(unheld, soup);
 }
 
-/// \param reader tells the reader of the file's format, or throws
-template <typename Reader>
-bool read_and_mend(std::string const& path, TriMesh& mesh, MeshFileContents& contents,
-                   Reader const& reader)
+/// \param name of the source, for errors \param reading makes its soup, or throws
+template <typename Reading>
+bool mend_source(std::string const& name, TriMesh& mesh, MeshFileContents& contents,
+                 Reading const& reading)
 {
     contents = {};
     auto const read = [&]
     {
         detail::Stages stages({2, 1, 3});
         stages.next();
-        auto soup = read_soup(path, reader());
+        auto soup = reading();
         stages.next();
         count_contents(soup, contents);
         make_triangles(soup, contents);
@@ -194,13 +196,21 @@ bool read_and_mend(std::string const& path, TriMesh& mesh, MeshFileContents& con
         build_or_mend(soup, mesh, contents);
         detail::add_carried(soup, mesh);
     };
-    auto const error = read_or_empty(path, mesh, read);
+    auto const error = read_or_empty(name, mesh, read);
     if (!error.empty())
     {
         contents = {};
     }
     contents.error = error;
     return error.empty();
+}
+
+/// \param reader tells the reader of the file's format, or throws
+template <typename Reader>
+bool read_and_mend(std::string const& path, TriMesh& mesh, MeshFileContents& contents,
+                   Reader const& reader)
+{
+    return mend_source(path, mesh, contents, [&] { return read_soup(path, reader()); });
 }
 
 /// The reader of a file of points.
@@ -355,6 +365,12 @@ bool read_mesh(std::string const& path, TriMesh& mesh, MeshReadReport& report)
 bool read_and_mend_mesh(std::string const& path, TriMesh& mesh, MeshFileContents& contents)
 {
     return read_and_mend(path, mesh, contents, [&] { return format_of(path).read; });
+}
+
+bool mend_mesh(std::string const& name, BaseTriMesh&& arrays, TriMesh& mesh,
+               MeshFileContents& contents)
+{
+    return mend_source(name, mesh, contents, [&] { return detail::soup_of(std::move(arrays)); });
 }
 
 bool read_cloud(std::string const& path, TriMesh& cloud, MeshFileContents& contents)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "algorithmVeld/common/BaseTriMesh.h"
 #include "algorithmVeld/common/TriMesh.h"
 
 #include <map>
@@ -115,6 +116,17 @@ struct MeshFileContents
 /// \return true on success
 ALGORITHMVELD_API bool read_and_mend_mesh(std::string const& path, TriMesh& mesh,
                                           MeshFileContents& contents);
+
+/// Makes a mesh of arrays as read_and_mend_mesh() does of a file: of points, normals and colours,
+/// of faces, and of texture coordinates. Flags, face normals and the texture's image are not looked
+/// at. A channel that has not one entry for each vertex, a face that names a vertex which is not
+/// there, and a texture index that is no -1 and names no coordinate are refused. \param name stands
+/// in front of the reason for which arrays are refused \param arrays what they hold may be gone
+/// afterwards \param mesh replaced as a whole. Empty on failure, and where Cancelled ends the work.
+/// \param contents replaced
+/// \return true on success
+ALGORITHMVELD_API bool mend_mesh(std::string const& name, BaseTriMesh&& arrays, TriMesh& mesh,
+                                 MeshFileContents& contents);
 
 /// Reads points: a mesh file as read_and_mend_mesh() does, with its faces if it has any, or a text
 /// file with the extension .xyz, .txt or .asc, a point a line: "x y z", "x y z intensity" or

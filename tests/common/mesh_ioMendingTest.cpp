@@ -12,6 +12,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace OrvaneAlgorithm;
@@ -520,6 +521,61 @@ TEST(MendPoints, AttributesStayWithTheirPoints)
 }
 
 // Dialects.
+
+namespace
+{
+
+/// Three faces at one edge, and the places of their corners in a texture.
+BaseTriMesh fin()
+{
+    BaseTriMesh arrays;
+    arrays.set_vCoords({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, -1, 0}, {0, 0, 1}});
+    arrays.faces = {{0, 1, 2}, {1, 0, 3}, {0, 1, 4}};
+    arrays.enable_texture();
+    arrays.texture_coords = {{0.25F, 0.5F}, {0.75F, 1.0F}};
+    arrays.face_texture_ids = {{0, 1, 0}, {-1, -1, -1}, {1, 1, 1}};
+    return arrays;
+}
+
+std::string refusal_of(BaseTriMesh arrays)
+{
+    Mended result;
+    EXPECT_FALSE(mend_mesh("host", std::move(arrays), result.mesh, result.contents));
+    EXPECT_EQ(result.mesh.n_vertices(), 0U);
+    return result.contents.error;
+}
+
+} // namespace
+
+TEST(MendArrays, AreMendedLikeFiles)
+{
+    Mended result;
+    ASSERT_TRUE(mend_mesh("host", fin(), result.mesh, result.contents));
+    EXPECT_EQ(result.contents.error, "");
+    EXPECT_EQ(result.contents.vertices, 5U);
+    EXPECT_EQ(result.contents.crowded_edges, 1U);
+    EXPECT_EQ(result.mesh.n_faces(), 3U);
+    EXPECT_EQ(result.mesh.n_vertices(), 7U);
+    auto const h = *result.mesh.cfh_iter(OpenMesh::FaceHandle(2));
+    EXPECT_EQ(result.mesh.texcoord2D(h), OrvaneAlgorithm::Vector2f(0.75F, 1.0F));
+    EXPECT_FALSE(detail::has_texcoords(result.mesh, OpenMesh::FaceHandle(1)));
+}
+
+TEST(MendArrays, ThatDoNotFitEachOtherAreRefused)
+{
+    auto arrays = fin();
+    arrays.faces[1][2] = 5;
+    EXPECT_EQ(refusal_of(arrays), "host: face 1 names vertex 5, but there are only 5");
+    arrays = fin();
+    arrays.has_vNormal = true;
+    EXPECT_EQ(refusal_of(arrays), "host: has 0 normals for 5 vertices");
+    arrays = fin();
+    arrays.face_texture_ids.pop_back();
+    EXPECT_EQ(refusal_of(arrays), "host: has texture coordinates for 2 of 3 faces");
+    arrays = fin();
+    arrays.face_texture_ids[0][2] = 2;
+    EXPECT_EQ(refusal_of(arrays), "host: face 0 names texture coordinate 2, but there are only 2");
+}
 
 TEST(MendDialects, ObjLinesGoOnBehindABackslash)
 {

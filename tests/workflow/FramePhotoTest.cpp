@@ -97,6 +97,30 @@ TEST(FramePhoto, FollowsTheScaleOfTheFrame)
     EXPECT_EQ(photo.colour_of(Vector3f(-400.0F, 400.0F, 2000.0F)), RED);
 }
 
+TEST(FramePhoto, GoesWithItsFrameToAnotherPose)
+{
+    // A quarter turn about y and a shift, from a pose that is none either.
+    RigidMatrix before;
+    before.set_translation(Vector3d(0.0, 0.0, 10.0));
+    RigidMatrix after;
+    OrvaneAlgorithm::Matrix3d turn;
+    turn << 0, 0, 1, 0, 1, 0, -1, 0, 0;
+    after.set_rotation(turn);
+    after.set_translation(Vector3d(5.0, -7.0, 20.0));
+    RigidMatrix const back = before.inverse();
+    for (double const scale : {1.0, 2.0})
+    {
+        auto frame = wall_and_thing(false);
+        auto photo = red_and_green();
+        photo.list_depths(frame, FOCAL);
+        photo.set_scale(scale);
+        photo.follow(before, after);
+        auto const s = static_cast<float>(scale);
+        EXPECT_EQ(photo.colour_of(after * (back * (s * Vector3f(-200.0F, 200.0F, 1000.0F)))), RED);
+        EXPECT_EQ(photo.colour_of(after * (back * (s * Vector3f(200.0F, 200.0F, 1000.0F)))), GREEN);
+    }
+}
+
 TEST(PhotoColours, ComeFromAFrameThatSawAVertexAndElseFromAround)
 {
     auto own = red_and_green();

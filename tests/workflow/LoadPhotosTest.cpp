@@ -89,6 +89,42 @@ TEST(LoadPhotos, OnePhotographForAllViewsIsWarnedOf)
     EXPECT_THAT(warnings[0].text, testing::StartsWith("all 2 views name one photograph"));
 }
 
+/// A view of a sheet as a host has it in memory.
+veld::PhotoView view_in_memory()
+{
+    veld::PhotoView view;
+    view.image = "left";
+    view.width = 40;
+    view.height = 30;
+    view.intrinsics = veld::CameraInParam(50.0, 50.0, 20.0, 15.0);
+    return view;
+}
+
+std::string prepare_reason(veld::PhotoView const& view, std::size_t images = 1)
+{
+    return reason_of(
+        [&]
+        {
+            veld::Context context;
+            veld::prepare_photos("host", {view}, {images, sheet_photo(40, 30)}, context);
+        });
+}
+
+TEST(PreparePhotos, PhotographsInMemoryAreCheckedLikeThoseOfFiles)
+{
+    auto view = view_in_memory();
+    EXPECT_EQ(prepare_reason(view), "no error");
+    EXPECT_EQ(prepare_reason(view, 2), "host: has 1 view for 2 photographs");
+    view.height = 31;
+    EXPECT_EQ(prepare_reason(view), "left: has 40 x 30 pixels, and view 0 says 40 x 31");
+    view = view_in_memory();
+    view.intrinsics = veld::CameraInParam(0.0, 50.0, 20.0, 15.0);
+    EXPECT_THAT(prepare_reason(view), testing::StartsWith("host: view 0 (left): the focal length"));
+    view = view_in_memory();
+    view.pose.set_rotation(2.0 * OrvaneAlgorithm::Matrix3d::Identity());
+    EXPECT_EQ(prepare_reason(view), "host: view 0 (left): 'R' is no rotation");
+}
+
 TEST(LoadPhotos, OfSeveralErrorsTheFirstOneIsTold)
 {
     nlohmann::json views;

@@ -118,6 +118,42 @@ TEST(StepJson, CleanUpsComeBackWithTheirMarkers)
                              veld::rims(1), veld::surface_near_markers(markers, near_markers)}});
 }
 
+TEST(StepJson, HolesThatAreLookedForComeBack)
+{
+    veld::FindHolesSettings near;
+    near.max_perimeter = 12.0;
+    near.nearest_to = veld::HoleNearPlace{{1.0F, 2.0F, 3.0F}, 4.0};
+    expect_round_trip(near);
+    veld::FindHolesSettings of_markers;
+    of_markers.of_markers.emplace();
+    of_markers.of_markers->markers.points = {{1.0F, 2.0F, 3.0F}};
+    of_markers.of_markers->markers.normals = {{0.0F, 0.0F, 1.0F}};
+    of_markers.of_markers->match = 2.0;
+    of_markers.of_markers->radius = 3.0;
+    of_markers.of_markers->use_normals = true;
+    of_markers.of_markers->normal_dot = 0.75;
+    expect_round_trip(of_markers);
+}
+
+TEST(StepJson, HolesAreLookedForWithAllThatBelongsTogether)
+{
+    veld::FindHolesSettings const none;
+    Json const markers = {{0.0, 0.0, 0.0}};
+    EXPECT_THAT(refusal_of(Json{{"near", {0, 0, 0}}}, none), HasSubstr("'distance' is missing"));
+    EXPECT_THAT(refusal_of(Json{{"distance", 1}}, none), HasSubstr("'distance' is for 'near'"));
+    EXPECT_THAT(refusal_of(Json{{"match", 1}}, none), HasSubstr("'match' is for 'markers'"));
+    EXPECT_THAT(refusal_of(Json{{"markers", markers}, {"match", 1}}, none),
+                HasSubstr("'marker_radius' is missing"));
+    Json both{{"markers", markers}, {"match", 1}, {"marker_radius", 1}};
+    EXPECT_EQ(refusal_of(both, none), "no error");
+    both["normals"] = true;
+    EXPECT_THAT(refusal_of(both, none), HasSubstr("'normals' needs markers with normals"));
+    both["normals"] = false;
+    both["max_perimeter"] = 1.0;
+    EXPECT_THAT(refusal_of(both, none),
+                HasSubstr("'markers' is not together with 'near' or 'max_perimeter'"));
+}
+
 TEST(StepJson, WhatIsNotNamedKeepsItsValue)
 {
     veld::MergeSettings settings;

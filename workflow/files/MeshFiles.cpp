@@ -144,18 +144,18 @@ std::vector<std::string> beyond_format(TriMesh const& mesh, std::filesystem::pat
     return names;
 }
 
-/// \param read the library's function for the kind of file
+/// \param read fills mesh and contents, and tells whether that worked
 template <typename Read>
-MeshFile read_by(Read const& read, std::filesystem::path const& path, StepScope& scope)
+MeshFile read_by(Read const& read, std::string const& name, StepScope& scope)
 {
     MeshFile file;
-    if (!read(path.string(), file.mesh, file.contents))
+    if (!read(file.mesh, file.contents))
     {
         throw InputError(file.contents.error);
     }
     file.faces_left_out = file.contents.faces_left_out();
-    warn_of_mending(scope, shown(path), file.contents);
-    warn_of_dropped(scope, shown(path), file.contents.dropped);
+    warn_of_mending(scope, name, file.contents);
+    warn_of_dropped(scope, name, file.contents.dropped);
     return file;
 }
 
@@ -164,13 +164,25 @@ MeshFile read_by(Read const& read, std::filesystem::path const& path, StepScope&
 MeshFile read_mesh(std::filesystem::path const& path, Context& context)
 {
     StepScope scope(context, "read-mesh", "read the mesh");
-    return read_by(OrvaneAlgorithm::read_and_mend_mesh, path, scope);
+    auto const read = [&path](TriMesh& mesh, MeshFileContents& contents)
+    { return OrvaneAlgorithm::read_and_mend_mesh(path.string(), mesh, contents); };
+    return read_by(read, shown(path), scope);
+}
+
+MeshFile make_mesh(std::string const& name, OrvaneAlgorithm::BaseTriMesh&& arrays, Context& context)
+{
+    StepScope scope(context, "make-mesh", "make the mesh");
+    auto const read = [&](TriMesh& mesh, MeshFileContents& contents)
+    { return OrvaneAlgorithm::mend_mesh(name, std::move(arrays), mesh, contents); };
+    return read_by(read, name, scope);
 }
 
 MeshFile read_cloud(std::filesystem::path const& path, Context& context)
 {
     StepScope scope(context, "read-cloud", "read the points");
-    return read_by(OrvaneAlgorithm::read_cloud, path, scope);
+    auto const read = [&path](TriMesh& mesh, MeshFileContents& contents)
+    { return OrvaneAlgorithm::read_cloud(path.string(), mesh, contents); };
+    return read_by(read, shown(path), scope);
 }
 
 void write_mesh(std::filesystem::path const& path, TriMesh const& mesh, Context& context)

@@ -9,13 +9,14 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <string>
 
 namespace veld
 {
 
 using OrvaneAlgorithm::TriMesh;
 
-/// A mesh, and what its file held.
+/// A mesh, and what its file held, or the arrays of which it was made.
 struct MeshFile
 {
     TriMesh mesh;                               ///< What was made of the file.
@@ -27,6 +28,13 @@ struct MeshFile
 /// made one, as `OrvaneAlgorithm::read_and_mend_mesh` says. Warns once of that, and once of what
 /// the file carries and the mesh does not. Throws `InputError` where the file cannot be read.
 VELD_WORKFLOW_API MeshFile read_mesh(std::filesystem::path const& path, Context& context);
+
+/// Makes a mesh of arrays that a host has in memory, as read_mesh() does of a file, with the same
+/// warnings. A mesh without faces is a cloud. Throws `InputError` where the arrays do not fit each
+/// other.
+/// \param name what messages call it \param arrays what they hold may be gone afterwards
+VELD_WORKFLOW_API MeshFile make_mesh(std::string const& name, OrvaneAlgorithm::BaseTriMesh&& arrays,
+                                     Context& context);
 
 /// Reads points: a mesh file as read_mesh() does, whose faces are then in the result too, or text
 /// (.xyz, .txt, .asc) of "x y z", "x y z intensity" or "x y z nx ny nz" a line. The cloud has

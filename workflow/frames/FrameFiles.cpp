@@ -9,7 +9,11 @@
 #include "algorithmVeld/common/files/wide_path.h"
 #include "algorithmVeld/util/WinCallWrapper.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <filesystem>
+#include <string>
 #include <system_error>
 
 namespace fs = std::filesystem;
@@ -50,6 +54,27 @@ std::vector<fs::path> frame_files_in(fs::path const& folder)
     for (auto const& path : WinCallWrapper::get_file_arr(name, L".rge", false))
     {
         files.push_back(OrvaneAlgorithm::detail::path_from_wide(path));
+    }
+    return files;
+}
+
+std::vector<fs::path> new_frame_files_in(fs::path const& folder, std::size_t frames)
+{
+    std::size_t const digits = std::max<std::size_t>(4, std::to_string(frames).size());
+    std::vector<fs::path> files;
+    for (std::size_t i = 0; i < frames; ++i)
+    {
+        files.push_back(folder / fmt::format("frame-{:0{}}.rge", i, digits));
+    }
+    for (auto const& file : frame_files_in(folder))
+    {
+        auto const is_same = [name = file.filename()](fs::path const& path)
+        { return path.filename() == name; };
+        if (std::none_of(files.begin(), files.end(), is_same))
+        {
+            throw InputError(shown(file) + ": is a frame of something else; an empty directory is "
+                                           "needed for the output");
+        }
     }
     return files;
 }

@@ -63,6 +63,17 @@ void FramePhoto::list_depths(RangeData const& frame, double focal_length)
     }
 }
 
+void FramePhoto::follow(OrvaneAlgorithm::RigidMatrix const& before,
+                        OrvaneAlgorithm::RigidMatrix const& after)
+{
+    // From the new place to the old one, and on to the camera; in the unit of the photograph.
+    OrvaneAlgorithm::Matrix3d const back = before.get_rotation() * after.get_rotation().transpose();
+    Vector3d const shift = (before.get_translation() - back * after.get_translation()) / scale_;
+    from_global_.set_translation(from_global_.get_rotation() * shift +
+                                 from_global_.get_translation());
+    from_global_.set_rotation(from_global_.get_rotation() * back);
+}
+
 std::optional<Vector3f> FramePhoto::colour_of(Vector3f const& place) const
 {
     auto const pixel = pixel_of(place.cast<double>() / scale_);

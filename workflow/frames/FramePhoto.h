@@ -34,6 +34,10 @@ public:
     /// For frames whose lengths were scaled after the photograph was read.
     void set_scale(double scale) { scale_ = scale; }
 
+    /// Takes the camera along where its frame gets another pose. Both are in millimetres.
+    void follow(OrvaneAlgorithm::RigidMatrix const& before,
+                OrvaneAlgorithm::RigidMatrix const& after);
+
     /// The colour of a place, red, green and blue from 0 to 1; nothing where it is not in the
     /// picture, or the frame saw something before it.
     std::optional<OrvaneAlgorithm::Vector3f>

@@ -3,6 +3,8 @@
 #include "workflow/Error.h"
 #include "workflow/StepScope.h"
 #include "workflow/Stopwatch.h"
+#include "workflow/frames/FrameGrid.h"
+#include "workflow/frames/FramePhoto.h"
 #include "workflow/frames/SourceCopy.h"
 #include "workflow/steps/FrameJudge.h"
 #include "workflow/words.h"
@@ -14,6 +16,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <memory>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -215,6 +218,33 @@ AlignResult align(FrameSet&& frames, AlignSettings const& settings, Context& con
     return align_frames(
         frames, [&frames](std::size_t f) { frames.frames[f].data = RangeData(); }, settings,
         context);
+}
+
+FrameSet posed(FrameSet frames, std::vector<OrvaneAlgorithm::RigidMatrix> const& poses)
+{
+    if (poses.size() != frames.frames.size())
+    {
+        throw InputError(fmt::format("{}: has {} for {}", frames.source,
+                                     counted(poses.size(), "pose"),
+                                     counted(frames.frames.size(), "frame")));
+    }
+    for (std::size_t i = 0; i < poses.size(); ++i)
+    {
+        NamedFrame& frame = frames.frames[i];
+        auto const before = frame.data.pose;
+        frame.data.set_rigidMatrix(poses[i]);
+        if (!has_rigid_pose(frame.data))
+        {
+            throw InputError(frame.name + ": its pose is no rotation and translation");
+        }
+        if (frame.photo)
+        {
+            auto photo = std::make_shared<FramePhoto>(*frame.photo);
+            photo->follow(before, poses[i]);
+            frame.photo = std::move(photo);
+        }
+    }
+    return frames;
 }
 
 AlignedSource::AlignedSource(fs::path source, fs::path const& folder, double scale)

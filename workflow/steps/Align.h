@@ -75,6 +75,12 @@ VELD_WORKFLOW_API AlignResult align(FrameSet const& frames, AlignSettings const&
 VELD_WORKFLOW_API AlignResult align(FrameSet&& frames, AlignSettings const& settings,
                                     Context& context);
 
+/// Frames with other poses, such as those of `align`. What a photograph beside a frame shows stays
+/// with its frame. Throws `InputError` where there are not as many poses, or one is no rigid
+/// motion.
+VELD_WORKFLOW_API FrameSet posed(FrameSet frames,
+                                 std::vector<OrvaneAlgorithm::RigidMatrix> const& poses);
+
 /// The files of a source of frames with its poses replaced, in a folder: a source of the same kind,
 /// in the same unit.
 class VELD_WORKFLOW_API AlignedSource

@@ -5,6 +5,7 @@
 #include "workflow/StepScope.h"
 #include "workflow/files/ImageHeader.h"
 #include "workflow/files/InputFile.h"
+#include "workflow/photos/cameras/CameraLists.h"
 #include "workflow/words.h"
 
 #include "algorithmVeld/common/image_io.h"
@@ -12,12 +13,24 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace veld
 {
 
 namespace
 {
+
+void check_size(Photo const& photo, PhotoView const& view, std::string const& name,
+                std::size_t number)
+{
+    if (photo.width() != view.width || photo.height() != view.height)
+    {
+        throw InputError(fmt::format("{}: has {} x {} pixels, and view {} says {} x {}", name,
+                                     photo.width(), photo.height(), number, view.width,
+                                     view.height));
+    }
+}
 
 Photo load_photo(PhotoView const& view, std::size_t number)
 {
@@ -37,12 +50,7 @@ Photo load_photo(PhotoView const& view, std::size_t number)
         throw InputError(name + ": " +
                          (code == 1 ? "is neither JPEG nor PNG" : why_no_image(view.file)));
     }
-    if (photo.width() != view.width || photo.height() != view.height)
-    {
-        throw InputError(fmt::format("{}: has {} x {} pixels, and view {} says {} x {}", name,
-                                     photo.width(), photo.height(), number, view.width,
-                                     view.height));
-    }
+    check_size(photo, view, name, number);
     return photo;
 }
 
@@ -77,6 +85,32 @@ PhotoSet load_photos(std::filesystem::path const& source, Context& context)
     for_each_index(set.views.size(),
                    [&set](std::size_t i) { set.images[i] = load_photo(set.views[i], i); });
     warn_of_repetition(set, scope);
+    return set;
+}
+
+PhotoSet prepare_photos(std::string const& name, std::vector<PhotoView> views,
+                        std::vector<Photo> images, Context& context)
+{
+    StepScope const scope(context, "prepare-photographs", "check the photographs");
+    if (views.empty() || views.size() != images.size())
+    {
+        throw InputError(fmt::format("{}: has {} for {}", name, counted(views.size(), "view"),
+                                     counted(images.size(), "photograph")));
+    }
+    for (std::size_t i = 0; i < views.size(); ++i)
+    {
+        std::string const place = fmt::format("{}: view {} ({}): ", name, i, views[i].image);
+        check_size(images[i], views[i], views[i].image, i);
+        check_camera(views[i], place);
+        if (!is_rotation(views[i].pose.get_rotation()))
+        {
+            throw InputError(place + "'R' is no rotation");
+        }
+    }
+    PhotoSet set;
+    set.source = name;
+    set.views = std::move(views);
+    set.images = std::move(images);
     return set;
 }
 

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <initializer_list>
+#include <optional>
 #include <utility>
 
 namespace veld
@@ -78,6 +80,56 @@ Markers read_marker_list(JsonFields const& fields, Json const& list, std::string
         }
     }
     return markers;
+}
+
+/// Refuses a key that says something of another one which is not there.
+void refuse_without(SettingsReader& reader, std::string const& place, char const* needed,
+                    std::initializer_list<char const*> keys)
+{
+    for (char const* const key : keys)
+    {
+        if (reader.has(key) && !reader.has(needed))
+        {
+            throw InputError(place + "'" + key + "' is for '" + needed + "'");
+        }
+    }
+}
+
+void read_near_place(SettingsReader& reader, std::string const& place,
+                     std::optional<HoleNearPlace>& near)
+{
+    refuse_without(reader, place, "near", {"distance"});
+    if (reader.has("near"))
+    {
+        auto const row = reader.fields().numbers("near", 3);
+        reader.fields().number("distance"); // that it is there
+        near.emplace();
+        near->place = Eigen::Map<Eigen::Vector3d const>(row.data()).cast<float>();
+        reader.number("distance", near->distance, 0.0);
+    }
+}
+
+void read_marker_holes(SettingsReader& reader, Json const& json, std::string const& place,
+                       std::optional<HolesOfMarkers>& wanted)
+{
+    refuse_without(reader, place, "markers", {"match", "marker_radius", "normals", "normal_dot"});
+    if (reader.has("markers"))
+    {
+        wanted.emplace();
+        wanted->markers = read_marker_list(reader.fields(), json["markers"], place);
+        for (char const* const key : {"match", "marker_radius"})
+        {
+            reader.fields().number(key); // that it is there
+        }
+        reader.number("match", wanted->match, 0.0);
+        reader.number("marker_radius", wanted->radius, 0.0);
+        reader.flag("normals", wanted->use_normals);
+        reader.number("normal_dot", wanted->normal_dot, -1.0, 1.0);
+        if (wanted->use_normals && wanted->markers.normals.empty())
+        {
+            throw InputError(place + "'normals' needs markers with normals");
+        }
+    }
 }
 
 Json to_json(CleanUp const& clean_up)
@@ -199,6 +251,38 @@ void read_settings(Json const& json, std::string const& place, AlignSettings& se
     reader.number("reach", settings.reach, 0.0);
     reader.integer("rounds", settings.rounds, 1);
     reader.number("noise", settings.noise, 0.0);
+    reader.finish();
+}
+
+Json to_json(FindHolesSettings const& settings)
+{
+    Json json{{"max_perimeter", settings.max_perimeter}};
+    if (settings.nearest_to)
+    {
+        json["near"] = json_point(settings.nearest_to->place);
+        json["distance"] = settings.nearest_to->distance;
+    }
+    if (settings.of_markers)
+    {
+        json["markers"] = to_json(settings.of_markers->markers);
+        json["match"] = settings.of_markers->match;
+        json["marker_radius"] = settings.of_markers->radius;
+        json["normals"] = settings.of_markers->use_normals;
+        json["normal_dot"] = settings.of_markers->normal_dot;
+    }
+    return json;
+}
+
+void read_settings(Json const& json, std::string const& place, FindHolesSettings& settings)
+{
+    SettingsReader reader(json, place);
+    reader.number("max_perimeter", settings.max_perimeter, 0.0);
+    read_near_place(reader, place, settings.nearest_to);
+    read_marker_holes(reader, json, place, settings.of_markers);
+    if (settings.of_markers && (settings.nearest_to || settings.max_perimeter > 0.0))
+    {
+        throw InputError(place + "'markers' is not together with 'near' or 'max_perimeter'");
+    }
     reader.finish();
 }
 

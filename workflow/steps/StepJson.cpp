@@ -1,5 +1,7 @@
 #include "workflow/steps/StepJson.h"
 
+#include "workflow/words.h"
+
 #include <utility>
 
 namespace veld
@@ -176,6 +178,24 @@ Json to_json(MergeResult const& result)
         json["long_edge"] = result.settings.long_edge;
     }
     return json;
+}
+
+Json to_json(FrameSet const& frames, std::vector<std::filesystem::path> const& files,
+             FrameNoise const& noise)
+{
+    Json list = Json::array();
+    for (std::size_t i = 0; i < files.size(); ++i)
+    {
+        auto const& frame = frames.frames[i].data;
+        list.push_back({{"file", shown(files[i])},
+                        {"vertices", frame.get_vn()},
+                        {"rows", frame.grid_rows},
+                        {"columns", frame.grid_cols}});
+    }
+    return {{"frames", std::move(list)},
+            {"noise", noise.in_the_middle()},
+            {"noise_depth", noise.depth},
+            {"noise_aslant", noise.times_aslant()}};
 }
 
 Json to_json(FrameCheck const& result)

@@ -8,6 +8,7 @@
 #include "workflow/steps/CutSticks.h"
 #include "workflow/steps/Fill.h"
 #include "workflow/steps/FindHoles.h"
+#include "workflow/steps/FrameNoise.h"
 #include "workflow/steps/Inspect.h"
 #include "workflow/steps/Keyframes.h"
 #include "workflow/steps/LoadFrames.h"
@@ -17,7 +18,9 @@
 #include "workflow/steps/Repair.h"
 #include "workflow/steps/Texture.h"
 
+#include <filesystem>
 #include <string>
+#include <vector>
 
 /// \file
 /// Results and settings of the steps as JSON. Meshes and pictures themselves are left out.
@@ -42,6 +45,10 @@ VELD_WORKFLOW_API Json to_json(FillResult const& result);
 VELD_WORKFLOW_API Json to_json(CleanResult const& result);
 /// A merge, as of `veld merge`.
 VELD_WORKFLOW_API Json to_json(MergeResult const& result);
+/// Frames and the files that they are written to, as of `veld frames`.
+VELD_WORKFLOW_API Json to_json(FrameSet const& frames,
+                               std::vector<std::filesystem::path> const& files,
+                               FrameNoise const& noise);
 /// How frames agree, as of `veld frames --check`.
 VELD_WORKFLOW_API Json to_json(FrameCheck const& result);
 /// An alignment, as of `veld align`.
@@ -67,6 +74,8 @@ VELD_WORKFLOW_API Json to_json(LoadFramesSettings const& settings);
 VELD_WORKFLOW_API Json to_json(MergeSettings const& settings);
 /// All settings of `align` and `check_frames`.
 VELD_WORKFLOW_API Json to_json(AlignSettings const& settings);
+/// All settings of `find_holes` that are set.
+VELD_WORKFLOW_API Json to_json(FindHolesSettings const& settings);
 /// All settings of `fill`.
 VELD_WORKFLOW_API Json to_json(FillSettings const& settings);
 /// All settings of `clean`.
@@ -92,6 +101,9 @@ VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
 /// Settings of `align` and `check_frames` that an object names.
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      AlignSettings& settings);
+/// Settings of `find_holes` that an object names.
+VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
+                                     FindHolesSettings& settings);
 /// Settings of `fill` that an object names.
 VELD_WORKFLOW_API void read_settings(Json const& json, std::string const& place,
                                      FillSettings& settings);

@@ -13,7 +13,6 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -67,15 +66,13 @@ public:
 private:
     Json write_frames(FrameSet const& set, Desk const& desk) const
     {
-        std::vector<fs::path> const files = name_files(set.frames.size());
-        refuse_other_frames(files);
+        auto const files = new_frame_files_in(directory_, set.frames.size());
         desk.outputs.check(files, set.files);
 
         FrameNoise const noise = measure_noise(set, desk.context);
         std::string text =
             fmt::format("{}: {}", set.source, counted(files.size(), "frame")) +
             (noise.in_the_middle() > 0.0 ? ", noise " + to_text(noise) + "\n" : "\n");
-        Json list = Json::array();
         for (std::size_t i = 0; i < files.size(); ++i)
         {
             auto const& frame = set.frames[i];
@@ -83,44 +80,9 @@ private:
             text += fmt::format("  {}: {} on {} x {} ({})\n", shown(files[i]),
                                 counted(frame.data.get_vn(), "point"), frame.data.grid_rows,
                                 frame.data.grid_cols, frame.name);
-            list.push_back({{"file", shown(files[i])},
-                            {"vertices", frame.data.get_vn()},
-                            {"rows", frame.data.grid_rows},
-                            {"columns", frame.data.grid_cols}});
         }
         desk.console.print(text);
-        return Json{{"frames", list},
-                    {"noise", noise.in_the_middle()},
-                    {"noise_depth", noise.depth},
-                    {"noise_aslant", noise.times_aslant()}};
-    }
-
-    /// Names whose order is that of the frames.
-    std::vector<fs::path> name_files(std::size_t n) const
-    {
-        std::size_t const digits = std::max<std::size_t>(4, std::to_string(n).size());
-        std::vector<fs::path> files;
-        for (std::size_t i = 0; i < n; ++i)
-        {
-            files.push_back(fs::path(directory_) / fmt::format("frame-{:0{}}.rge", i, digits));
-        }
-        return files;
-    }
-
-    /// A folder is read as a whole: frames of another scan beside ours would be taken for ours.
-    void refuse_other_frames(std::vector<fs::path> const& ours) const
-    {
-        for (auto const& file : frame_files_in(directory_))
-        {
-            auto const is_same = [name = file.filename()](fs::path const& path)
-            { return path.filename() == name; };
-            if (std::none_of(ours.begin(), ours.end(), is_same))
-            {
-                throw InputError(shown(file) +
-                                 ": is a frame of something else; an empty directory is "
-                                 "needed for the output");
-            }
-        }
+        return to_json(set, files, noise);
     }
 
     FrameSourceOptions source_;

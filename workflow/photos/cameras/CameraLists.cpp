@@ -140,6 +140,14 @@ void check_camera(PhotoView const& view, std::string const& place)
     }
 }
 
+bool is_rotation(OrvaneAlgorithm::Matrix3d const& matrix)
+{
+    constexpr double TOLERANCE = 1e-3; // poses are written with some digits only
+    auto const identity = OrvaneAlgorithm::Matrix3d::Identity();
+    OrvaneAlgorithm::Matrix3d const rest = matrix * matrix.transpose() - identity;
+    return rest.cwiseAbs().maxCoeff() <= TOLERANCE && matrix.determinant() > 0.0;
+}
+
 bool is_file_name(std::string const& name)
 {
     return !name.empty() && name.find('\0') == std::string::npos;

@@ -22,6 +22,10 @@ std::vector<PhotoView> read_colmap_model(std::filesystem::path const& folder);
 /// \param place stands in front of the message
 void check_camera(PhotoView const& view, std::string const& place);
 
+/// Whether a matrix is a rotation, as well as a text with few digits tells one. One that is farther
+/// off is another thing, such as a projection or a transposed scale.
+bool is_rotation(OrvaneAlgorithm::Matrix3d const& matrix);
+
 /// Whether a name can be that of a file.
 bool is_file_name(std::string const& name);
 

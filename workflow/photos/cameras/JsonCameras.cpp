@@ -19,16 +19,6 @@ using OrvaneAlgorithm::Vector3d;
 namespace
 {
 
-/// Poses are written with some digits only; a matrix that is farther off than this is another
-/// thing, such as a projection or a transposed scale.
-constexpr double ROTATION_TOLERANCE = 1e-3;
-
-bool is_rotation(Matrix3d const& matrix)
-{
-    Matrix3d const rest = matrix * matrix.transpose() - Matrix3d::Identity();
-    return rest.cwiseAbs().maxCoeff() <= ROTATION_TOLERANCE && matrix.determinant() > 0.0;
-}
-
 RigidMatrix parse_pose(JsonFields const& fields, std::string const& place)
 {
     auto const rows = fields.rows("R", 3, 3);

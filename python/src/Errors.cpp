@@ -1,0 +1,73 @@
+#include "Errors.h"
+
+#include "workflow/Error.h"
+
+#include "algorithmVeld/common/RunScope.h"
+
+#include <nanobind/nanobind.h>
+
+#include <exception>
+
+namespace veld::python
+{
+
+namespace
+{
+
+namespace nb = nanobind;
+
+void raise(char const* type, Error const& error)
+{
+    try
+    {
+        nb::object const kind = nb::module_::import_("algorithmveld._errors").attr(type);
+        nb::object const exception = kind(error.what(), error.setting());
+        PyErr_SetObject(kind.ptr(), exception.ptr());
+    }
+    catch (nb::python_error& other)
+    {
+        other.restore();
+    }
+}
+
+void raise_cancelled(OrvaneAlgorithm::Cancelled const& error)
+{
+    try
+    {
+        nb::object const kind = nb::module_::import_("algorithmveld._errors").attr("Cancelled");
+        PyErr_SetString(kind.ptr(), error.what());
+    }
+    catch (nb::python_error& other)
+    {
+        other.restore();
+    }
+}
+
+void translate(std::exception_ptr const& exception, void* /*payload*/)
+{
+    try
+    {
+        std::rethrow_exception(exception);
+    }
+    catch (InputError const& error)
+    {
+        raise("InputError", error);
+    }
+    catch (Error const& error)
+    {
+        raise("OperationError", error);
+    }
+    catch (OrvaneAlgorithm::Cancelled const& error)
+    {
+        raise_cancelled(error);
+    }
+}
+
+} // namespace
+
+void register_errors()
+{
+    nb::register_exception_translator(translate);
+}
+
+} // namespace veld::python

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <nanobind/nanobind.h>
+
+#include <filesystem>
+#include <string>
+
+namespace veld::python
+{
+
+namespace nb = nanobind;
+
+/// The path that a text or a path object names, in the encoding of the system's files.
+inline std::filesystem::path path_of(nb::handle object)
+{
+    PyObject* bytes = nullptr;
+    if (PyUnicode_FSConverter(object.ptr(), &bytes) == 0)
+    {
+        throw nb::python_error();
+    }
+    auto const owner = nb::steal<nb::bytes>(bytes);
+#if defined(_WIN32)
+    return std::filesystem::u8path(std::string(owner.c_str(), owner.size()));
+#else
+    return std::filesystem::path(std::string(owner.c_str(), owner.size()));
+#endif
+}
+
+} // namespace veld::python
