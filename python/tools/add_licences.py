@@ -6,10 +6,12 @@ Libraries that auditwheel copied belong to packages of the system, whose licence
 
 from __future__ import annotations
 
+import re
 import subprocess
 import sys
 import tempfile
 import zipfile
+from collections.abc import Iterable
 from pathlib import Path
 
 # Compiled in: from packages of headers, or from archives.
@@ -37,6 +39,17 @@ def owner(library: str) -> str:
     raise SystemExit(f"{library}: no package of the system has {name}")
 
 
+def common_licences(files: Iterable[Path]) -> list[str]:
+    """Licences that every Debian has once, and that the files only name."""
+    texts = [file.read_text(encoding="utf-8", errors="replace") for file in files]
+    names = {
+        name.rstrip(".")
+        for text in texts
+        for name in re.findall(r"/usr/share/common-licenses/([\w.-]+)", text)
+    }
+    return sorted(name for name in names if Path("/usr/share/common-licenses", name).is_file())
+
+
 def licences(wheel: Path) -> dict[str, Path]:
     """Files of licences by the name that they get."""
     with zipfile.ZipFile(wheel) as archive:
@@ -48,12 +61,11 @@ def licences(wheel: Path) -> dict[str, Path]:
         if not file.is_file():
             raise SystemExit(f"{package}: has no licence at {file}")
         files[f"{package}.txt"] = file
+    for name in common_licences(files.values()):
+        files[f"{name}.txt"] = Path("/usr/share/common-licenses", name)
     nanobind = Path(run(sys.executable, "-m", "nanobind", "--include_dir").strip()).parent
-    for name, pattern in (("nanobind", "nanobind-*/**/LICENSE"),):
-        found = list(nanobind.parent.glob(pattern))
-        if not found:
-            raise SystemExit(f"{name}: no licence found beside {nanobind}")
-        files[f"{name}.txt"] = found[0]
+    files["nanobind.txt"] = next(nanobind.parent.glob("nanobind-*/**/LICENSE"))
+    files["robin_map.txt"] = nanobind / "ext/robin_map/include/tsl/robin_map.h"
     files["pocketfft.txt"] = Path("third_party/pocketfft/LICENSE.md")
     return files
 

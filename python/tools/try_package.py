@@ -15,9 +15,10 @@ import algorithmveld as veld
 from algorithmveld import _core
 from scans import sphere_frames, sphere_photo
 
-# Of every Linux that the wheel is for, see its tag.
+# Of every Linux that the wheel is for, see its tag, and what Python's own modules need.
 SYSTEM = ("ld-linux", "libc.", "libm.", "libdl", "librt", "libpthread", "libgcc_s", "libstdc++",
-          "libutil", "libz.", "libexpat", "libpython")  # fmt: skip
+          "libutil", "libz.", "libexpat", "libpython",
+          "libffi", "liblzma", "libbz2", "libssl", "libcrypto", "libuuid")  # fmt: skip
 
 
 def chain() -> None:
