@@ -1,0 +1,237 @@
+"""A recipe over many scans."""
+
+from __future__ import annotations
+
+import json
+import os
+import time
+import uuid
+from collections import deque
+from collections.abc import Callable, Iterator
+from contextlib import contextmanager
+from dataclasses import asdict, dataclass, replace
+from pathlib import Path
+from typing import TYPE_CHECKING, Any
+
+import algorithmveld as veld
+
+from .._errors import InputError, OperationError
+from .._run import RecipeLike
+from ._page import write_summary
+from ._places import Places, write_json
+from ._results import BatchResult, ScanResult, result_at
+from ._scans import PathLike, ScansLike, find_scans, size_of
+from ._scheduler import MemoryLike, Scheduler, connected
+from ._tasks import Job, State, look, take_step
+
+if TYPE_CHECKING:
+    from distributed import Future
+
+AHEAD = 4  # scans for each thread of the workers that the scheduler knows of at a time
+LEAST_MEMORY = 200_000_000
+MEMORY_FACTOR = 15  # bytes that a step takes for each byte of its input
+
+
+@dataclass(frozen=True)
+class _Attempt:
+    job: Job
+    number: int
+    """Of the scan."""
+    memory: int
+    without: str = ""
+    """The worker on which the scan failed."""
+    was_lost: bool = False
+    """Whether it was lost together with its worker, and now runs alone."""
+
+
+def run(
+    recipe: RecipeLike,
+    scans: ScansLike,
+    out: PathLike,
+    *,
+    scheduler: str | None = None,
+    workers: int | None = None,
+    memory_limit: MemoryLike = None,
+    markers: PathLike | None = None,
+    photos: PathLike | None = None,
+    pictures: bool = True,
+    tell: Callable[[str], Any] | None = None,
+) -> BatchResult:
+    """Takes all scans through a recipe. A scan that fails does not stop the others.
+
+    `out` then has a folder for each scan, named after it and after a checksum of what it was made
+    of, and the summary in `index.html` and `batch.json`. What is there already is not made again.
+
+    Args:
+        recipe: steps and settings, as a dictionary or the path of a JSON file.
+        scans: a folder, in which and in whose folders scans are looked for; a file that lists the
+            paths of scans, one a line; or a list of paths.
+        out: the folder for all results. Several batches may share it.
+        scheduler: the address of a scheduler of Dask, whose workers see the same folders and have
+            this package. None: a cluster on this machine, for the time of the call.
+        workers: how many processes that cluster has; None: one for each core.
+        memory_limit: of each of them, as 4_000_000_000 or "4GB"; None: an equal share of all.
+        markers: the file of the markers of each scan, with `{name}` for its name and `{folder}`
+            for its folder; None: looked for beside each scan.
+        photos: the same for its photographs.
+        pictures: whether each step gets a picture, for the pages.
+        tell: gets a line for each scan that is done.
+
+    Raises:
+        InputError: the recipe is wrong, or there is no scan.
+        OperationError: the scheduler was lost. Called again it goes on.
+
+    """
+    say = tell or (lambda line: None)
+    steps = _checked(recipe)
+    places = Places(Path(out).absolute())
+    found = find_scans(scans, places.out, markers, photos)
+    places.make()
+    batch = uuid.uuid4().hex
+    try:
+        with connected(scheduler, workers, memory_limit, say) as there:
+            job = Job(found[0], os.fspath(places.out), steps, pictures, there.threads, batch)
+            jobs = [replace(job, scan=scan) for scan in found]
+            results = _Driver(there, places, say).go(jobs)
+    finally:
+        write_summary(places)
+    return BatchResult(os.fspath(places.out), sorted(results, key=lambda r: (r.name, r.source)))
+
+
+def _checked(recipe: RecipeLike) -> dict[str, Any]:
+    """The recipe. It is read before the scan, so without one only its own faults are told of."""
+    if recipe is None:
+        raise InputError("a batch needs a recipe; algorithmveld.usual_recipe() gives one")
+    nowhere = f"/nowhere-{uuid.uuid4().hex}"
+    try:
+        veld.run(nowhere, nowhere, recipe=recipe)
+    except InputError as error:
+        if nowhere not in str(error):
+            raise
+    if isinstance(recipe, dict):
+        return recipe
+    values: dict[str, Any] = json.loads(Path(recipe).read_text(encoding="utf-8"))
+    return {key: value for key, value in values.items() if key != "$schema"}
+
+
+class _Driver:
+    """Gives scans to the scheduler, as many at a time as keep it busy, and gathers results."""
+
+    def __init__(self, scheduler: Scheduler, places: Places, say: Callable[[str], Any]) -> None:
+        self._scheduler = scheduler
+        self._places = places
+        self._say = say
+        self._results: list[ScanResult] = []
+        self._count = 0
+        self._lost: list[_Attempt] = []
+
+    def go(self, jobs: list[Job]) -> list[ScanResult]:
+        self._count = len(jobs)
+        attempts = [_Attempt(job, i, _memory_of(job)) for i, job in enumerate(jobs)]
+        self._run_all(deque(attempts), None)
+        # A scan that takes its worker down takes others with it: alone, each tells for itself.
+        lost, self._lost = self._lost, []
+        self._run_all(deque(replace(attempt, was_lost=True) for attempt in lost), 1)
+        return self._results
+
+    def _run_all(self, waiting: deque[_Attempt], most: int | None) -> None:
+        from distributed import as_completed
+
+        running: dict[Future[Any], _Attempt] = {}
+        completed = as_completed()
+        with self._cancelling(running):
+            while waiting or running:
+                while waiting and len(running) < (most or self._window()):
+                    attempt = waiting.popleft()
+                    future = self._submit(attempt)
+                    running[future] = attempt
+                    completed.add(future)
+                future = next(completed)
+                again = self._take(future, running.pop(future))
+                if again:
+                    waiting.appendleft(again)
+
+    @contextmanager
+    def _cancelling(self, running: dict[Future[Any], _Attempt]) -> Iterator[None]:
+        try:
+            yield
+        except BaseException:
+            if self._scheduler.client.status == "running":
+                self._scheduler.client.cancel(list(running))
+            raise
+
+    def _window(self) -> int:
+        threads: int = sum(worker["nthreads"] for worker in self._scheduler.workers().values())
+        return AHEAD * max(1, threads)
+
+    def _submit(self, attempt: _Attempt) -> Future[Any]:
+        """The chain of tasks of a scan. Earlier scans come first, so that they end first."""
+        job = attempt.job
+        options: dict[str, Any] = {
+            "pure": False,
+            "priority": -attempt.number,
+            "resources": self._scheduler.resources(attempt.memory),
+        }
+        if attempt.without:
+            options["workers"] = [w for w in self._scheduler.workers() if w != attempt.without]
+            options["allow_other_workers"] = True
+        submit = self._scheduler.client.submit
+        future = submit(look, job, key=f"look-{uuid.uuid4().hex}", **options)
+        for i, name in enumerate(job.steps):
+            key = f"{name}-{uuid.uuid4().hex}"
+            future = submit(take_step, future, job, i + 1, key=key, **options)
+        return future
+
+    def _take(self, future: Future[Any], attempt: _Attempt) -> _Attempt | None:
+        """Notes what became of a scan, or gives how it is to be tried again."""
+        state = self._state_of(future, attempt)
+        if state is None:
+            return None
+        others = [worker for worker in self._scheduler.workers() if worker != state.worker]
+        if state.may_do_elsewhere and others and not attempt.without:
+            return replace(attempt, without=state.worker)
+        self._note(state, attempt.job)
+        return None
+
+    def _state_of(self, future: Future[Any], attempt: _Attempt) -> State | None:
+        from distributed import KilledWorker
+
+        if future.status in ("cancelled", "lost"):
+            raise OperationError(
+                "the scheduler was lost; what is made stays, and a batch that is started again "
+                "goes on"
+            )
+        error = future.exception()
+        if error is None:
+            state: State = future.result()
+            return state
+        if isinstance(error, KilledWorker) and not attempt.was_lost:
+            self._lost.append(attempt)
+            return None
+        if isinstance(error, KilledWorker):
+            step = str(error.task).rsplit("-", 1)[0]
+            return State(reason=f"{step}: its worker was lost each time; it may need more memory")
+        return State(reason=f"{type(error).__name__}: {error}")
+
+    def _note(self, state: State, job: Job) -> None:
+        scan = job.scan
+        note = self._places.failure(scan.source)
+        if state.is_there:
+            note.unlink(missing_ok=True)
+            result = result_at(self._places, state.key, job.batch)
+            line = "there already"
+            if result.state == "made":
+                line = f"{len(result.steps)} steps, {result.seconds:.1f} s"
+            if result.warnings:
+                line += f", warnings: {len(result.warnings)}"
+        else:
+            result = ScanResult(scan.name, scan.source, "failed", reason=state.reason)
+            time_of_day = time.strftime("%Y-%m-%dT%H:%M:%S%z")
+            write_json(note, {**asdict(result), "finished": time_of_day})
+            line = f"failed: {state.reason}"
+        self._results.append(result)
+        self._say(f"{len(self._results)}/{self._count} {scan.name}: {line}")
+
+
+def _memory_of(job: Job) -> int:
+    return LEAST_MEMORY + MEMORY_FACTOR * size_of(job.scan, job.with_photos)

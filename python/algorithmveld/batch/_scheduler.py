@@ -1,0 +1,132 @@
+"""Where the tasks run: a cluster of this machine's own, or any scheduler of Dask."""
+
+from __future__ import annotations
+
+import os
+from collections.abc import Callable, Iterator
+from contextlib import contextmanager
+from dataclasses import dataclass
+from typing import TYPE_CHECKING, Any, Union
+
+from .._core import VERSION
+from .._errors import InputError, OperationError
+from ._tasks import version
+
+if TYPE_CHECKING:
+    from distributed import Client
+
+MEMORY = "MEMORY"
+"""The name under which workers declare their memory, and tasks what they take of it: bytes."""
+MemoryLike = Union[int, str, None]
+FIRST_WORKER = 60  # seconds to wait for one
+Tell = Callable[[str], Any]
+
+
+@dataclass
+class Scheduler:
+    """A scheduler that can be reached."""
+
+    client: Client
+    is_local: bool
+    threads: int
+    """For each task."""
+    memory: int
+    """Of the worker that has most; 0 where one does not declare it."""
+
+    def workers(self) -> dict[str, Any]:
+        """Those that are there, by their address."""
+        found: dict[str, Any] = self.client.scheduler_info(n_workers=-1)["workers"]
+        return found
+
+    def resources(self, need: int) -> dict[str, float]:
+        """What a task declares. One that needs more than any worker has gets one for itself."""
+        return {MEMORY: min(need, self.memory)} if self.memory else {}
+
+
+@contextmanager
+def connected(
+    address: str | None, workers: int | None, memory_limit: MemoryLike, tell: Tell
+) -> Iterator[Scheduler]:
+    """A scheduler, for the time of a batch."""
+    try:
+        import distributed  # noqa: F401
+    except ImportError as error:
+        raise ImportError(
+            "many scans run on Dask, which is not installed: pip install 'algorithmveld[batch]'"
+        ) from error
+    with _own(workers, memory_limit) if address is None else _other(address, tell) as scheduler:
+        yield scheduler
+
+
+@contextmanager
+def _own(workers: int | None, memory_limit: MemoryLike) -> Iterator[Scheduler]:
+    from distributed import Client, LocalCluster
+    from distributed.system import MEMORY_LIMIT
+
+    cores = len(os.sched_getaffinity(0))
+    count = cores if workers is None else workers
+    if count < 1:
+        raise InputError("workers: has to be 1 or more")
+    memory = _bytes(memory_limit) if memory_limit is not None else MEMORY_LIMIT // count
+    with (
+        LocalCluster(
+            n_workers=count,
+            threads_per_worker=1,
+            processes=True,
+            memory_limit=memory,
+            resources={MEMORY: memory},
+            dashboard_address=None,
+            silence_logs=50,  # the reasons are told by the batch
+        ) as cluster,
+        Client(cluster) as client,
+    ):
+        yield Scheduler(client, True, max(1, cores // count), memory)
+
+
+@contextmanager
+def _other(address: str, tell: Tell) -> Iterator[Scheduler]:
+    from distributed import Client
+
+    try:
+        client = Client(address, timeout=20, set_as_default=False)
+    except (OSError, ValueError) as error:
+        raise OperationError(f"{address}: the scheduler cannot be reached: {error}") from error
+    with client:
+        try:
+            client.wait_for_workers(1, timeout=FIRST_WORKER)
+        except TimeoutError as error:
+            raise OperationError(f"{address}: the scheduler has no worker") from error
+        _check_versions(client, address)
+        # A thread of a worker stands for a core.
+        scheduler = Scheduler(client, False, 1, 0)
+        declared = [worker["resources"].get(MEMORY) for worker in scheduler.workers().values()]
+        if all(declared):
+            scheduler.memory = int(max(declared))
+        else:
+            tell(
+                f"{address}: not all workers declare their memory (--resources {MEMORY}=BYTES), so "
+                "tasks are not held back for want of it"
+            )
+        yield scheduler
+
+
+def _check_versions(client: Client, address: str) -> None:
+    for worker, found in client.run(version, on_error="return").items():
+        if isinstance(found, BaseException):
+            raise OperationError(f"{address}: the worker {worker} has no algorithmveld: {found}")
+        if found != VERSION:
+            raise OperationError(
+                f"{address}: the worker {worker} has algorithmveld {found}, and here is {VERSION}"
+            )
+
+
+def _bytes(text: int | str) -> int:
+    from dask.utils import parse_bytes
+
+    try:
+        count = int(parse_bytes(text))
+    except ValueError as error:
+        raise InputError(f"memory_limit: '{text}' is no number of bytes, as 4GB is") from error
+    if count < 1:
+        raise InputError("memory_limit: has to be more than 0")
+    return count
