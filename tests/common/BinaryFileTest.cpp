@@ -135,6 +135,37 @@ TEST(BinaryFile, WhatIsNoFileCannotBeOpened)
     EXPECT_FALSE(missing.finish());
 }
 
+TEST(BinaryFile, OneThatShrinksWhileItIsReadLeavesArraysEmpty)
+{
+    TempDir const dir;
+    // Less than a pair of numbers is left: not even the array's length, or a part of its values.
+    for (std::uintmax_t const left : {6U, 12U, 20U})
+    {
+        write_sample(dir.file("a"));
+        BinaryReader reader(dir.file("a"));
+        std::filesystem::resize_file(dir.file("a"), left);
+        EXPECT_EQ(reader.scalar<std::int32_t>(), -2);
+        std::vector<Vector3f> points = POINTS;
+        reader.array<float>(points);
+        EXPECT_TRUE(points.empty()) << left;
+        EXPECT_EQ(reader.remaining(), 0U);
+        EXPECT_FALSE(reader.finish());
+    }
+}
+
+TEST(BinaryFile, BytesOfEachScalarAreTurnedRoundForHostsThatKeepThemTheOtherWay)
+{
+    std::vector<std::uint32_t> numbers{0x01020304, 0xA0B0C0D0};
+    detail::reverse_each<std::uint32_t>(numbers.data(), numbers.size());
+    EXPECT_EQ(numbers, (std::vector<std::uint32_t>{0x04030201, 0xD0C0B0A0}));
+    // Those of a structure, scalar by scalar.
+    std::vector<Vector3f> points = POINTS;
+    detail::reverse_each<float>(points.data(), 3 * points.size());
+    EXPECT_NE(points, POINTS);
+    detail::reverse_each<float>(points.data(), 3 * points.size());
+    EXPECT_EQ(points, POINTS);
+}
+
 TEST(BinaryFile, UnfinishedFileLeavesTheOldOne)
 {
     TempDir const dir;

@@ -28,18 +28,24 @@ inline bool host_is_little_endian()
     return first == 1;
 }
 
-/// Turns the bytes of each scalar round, where the host keeps them the other way.
+/// Turns the bytes of each scalar round.
 template <typename Scalar>
-void swap_bytes_if_needed(void* data, std::size_t n)
+void reverse_each(void* data, std::size_t n)
 {
-    if (sizeof(Scalar) == 1 || host_is_little_endian())
-    {
-        return;
-    }
     auto* bytes = static_cast<unsigned char*>(data);
     for (std::size_t i = 0; i < n; ++i, bytes += sizeof(Scalar))
     {
         std::reverse(bytes, bytes + sizeof(Scalar));
+    }
+}
+
+/// The same where the host keeps them the other way than files do.
+template <typename Scalar>
+void swap_bytes_if_needed(void* data, std::size_t n)
+{
+    if (!host_is_little_endian())
+    {
+        reverse_each<Scalar>(data, n);
     }
 }
 
@@ -137,7 +143,7 @@ public:
         swap_bytes_if_needed<Scalar>(data, n * scalars_of<Scalar, Element>());
     }
 
-    /// Reads an array with its length; leaves `values` empty if the file does not hold that much.
+    /// Reads an array with its length; leaves `values` empty if that much cannot be read.
     template <typename Scalar, typename Element>
     void array(std::vector<Element>& values)
     {
@@ -150,6 +156,10 @@ public:
         }
         values.resize(static_cast<std::size_t>(n));
         elements<Scalar>(values.data(), values.size());
+        if (!is_good_)
+        {
+            values.clear();
+        }
     }
 
     /// \return true if everything could be read, nothing is left and the checksum is right
