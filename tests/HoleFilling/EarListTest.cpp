@@ -123,6 +123,33 @@ TEST(EarList, RemovalTellsWhatIsMissing)
     EXPECT_EQ(list.size(), 4U);
 }
 
+TEST(EarList, RemovalTellsWhichSideCannotBeMeasured)
+{
+    // The corner behind the ear is measured after the one before it.
+    EarList list(ring({0, 1, 2, 3}, {1, 2, 3, 4}));
+    auto const refuse_second = [](HoleNode& node) { return node.cur != VertexHandle(2); };
+    EXPECT_EQ(list.remove_ear(1, refuse_second), EarRemoval::UNMEASURED_CORNER);
+    EXPECT_EQ(list.size(), 4U);
+}
+
+TEST(EarList, AnEarThatIsGoneCannotBeTakenAgain)
+{
+    EarList list(ring({0, 1, 2, 3}, {1, 2, 3, 4}));
+    EXPECT_EQ(list.remove_ear(1, KEEP_ANGLE), EarRemoval::DONE);
+    EXPECT_EQ(list.remove_ear(1, KEEP_ANGLE), EarRemoval::NODE_NOT_ERASED);
+    EXPECT_EQ(indices(list.corners()), (std::vector<int>{0, 2, 3}));
+}
+
+TEST(EarList, ASubLoopThatIsGoneCannotBeClosedAgain)
+{
+    EarList list(ring({0, 1, 2, 3, 4}, {1, 1, 1, 1, 1}));
+    HoleNode const ear = list[1];
+    auto const keys = list.key_nodes(ear);
+    EXPECT_EQ(list.close_sub_loop(ear, keys, KEEP_ANGLE), EarRemoval::DONE);
+    EXPECT_EQ(list.close_sub_loop(ear, keys, KEEP_ANGLE), EarRemoval::CLOSURE_SIZE);
+    EXPECT_EQ(indices(list.corners()), (std::vector<int>{3, 4}));
+}
+
 TEST(EarList, SubLoopOfThreeKeyNodesLeavesTheList)
 {
     EarList list(ring({0, 1, 2, 3, 4}, {1, 1, 1, 1, 1}));
