@@ -357,6 +357,23 @@ TEST(RectangleSolve, ValuesThatAreNoNumbersFailAndLeaveTheField)
     EXPECT_EQ(r.field.pixel(10, 10)[1], 0.0F);
 }
 
+TEST(RectangleSolve, EachFailureHasItsLine)
+{
+    detail::FailureTexts const texts{"piece[%d] has no factors.\n", "piece[%d] has no field.\n"};
+    auto const line_of = [&](RectangleFailure failure)
+    {
+        LogCapture const log;
+        detail::log_failure(failure, texts, 12);
+        return log.text();
+    };
+    EXPECT_EQ(line_of(RectangleFailure::NONE), "");
+    EXPECT_EQ(line_of(RectangleFailure::DECOMPOSITION), "piece[12] has no factors.\n");
+    EXPECT_EQ(line_of(RectangleFailure::SOLUTION), "piece[12] has no field.\n");
+    EXPECT_EQ(line_of(RectangleFailure::PARDISO), "  MKL_Pardiso failed.\n");
+    // That solver tells why by itself.
+    EXPECT_EQ(line_of(RectangleFailure::SPARSE_LU), "");
+}
+
 TEST(RectangleSolve, KnownPixelsStayToTheBit)
 {
     Rectangle const r = with_random_pixels(90, 70, 60);
