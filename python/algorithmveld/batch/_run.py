@@ -138,7 +138,7 @@ class _Driver:
         from distributed import as_completed
 
         running: dict[Future[Any], _Attempt] = {}
-        completed = as_completed()
+        completed = as_completed(loop=self._scheduler.client.loop)
         with self._cancelling(running):
             while waiting or running:
                 while waiting and len(running) < (most or self._window()):

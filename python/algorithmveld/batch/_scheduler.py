@@ -78,7 +78,7 @@ def _own(workers: int | None, memory_limit: MemoryLike) -> Iterator[Scheduler]:
             dashboard_address=None,
             silence_logs=50,  # the reasons are told by the batch
         ) as cluster,
-        Client(cluster) as client,
+        Client(cluster, set_as_default=False) as client,
     ):
         yield Scheduler(client, True, max(1, cores // count), memory)
 
