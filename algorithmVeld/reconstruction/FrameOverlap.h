@@ -43,10 +43,11 @@ public:
 
     /// Takes the overlap out of frames. Of more than 96, as of a turntable that was left running,
     /// those lose all points that show only what enough others do, but for a fringe. It logs what
-    /// it did while the log switch of `gPH` is on, and runs under the step "frame-overlap". \param
-    /// ranges the frames, each with vertex normals. They are only read. Points that are not
+    /// it did while the log switch of `gPH` is on, and runs under the step "frame-overlap".
+    /// \param ranges the frames, each with vertex normals. They are only read. Points that are not
     ///        finite or too far out for their spacing to count (beyond 2^30 spacings) stay as they
-    ///        are.
+    ///        are. Of more than 96 frames one that shows nothing within 2^21 spacings of the origin
+    ///        is kept, whatever the others show.
     /// \param result replaced by copies of the frames without the points that went, and with the
     ///        flag taken from cells that lost a corner, are stretched over a jump of depth, or
     ///        would hang on others by a corner alone; grid and pose are those of the frame, and the

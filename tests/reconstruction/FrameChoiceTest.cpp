@@ -62,6 +62,12 @@ TEST(FrameChoice, KeepsEachFrameThatShowsAPlaceOfItsOwn)
     EXPECT_EQ(std::accumulate(stays.begin(), stays.end(), 0), 24 + 2);
 }
 
+TEST(FrameChoice, KeepsFramesThatAreTooFarOutToBeCompared)
+{
+    std::vector<RangeData> const frames(100, flat_frame(20, 20, 1.0F, Vector3f(3e6F, 0.0F, 0.0F)));
+    EXPECT_EQ(chosen(frames), std::vector<char>(100, 1));
+}
+
 TEST(FrameOverlap, FramesThatShowOnlyWhatEnoughOthersDoLoseAllPoints)
 {
     std::vector<RangeData> const frames(100, flat_frame(20, 20, 1.0F));

@@ -124,9 +124,10 @@ std::vector<char> choose_frames(std::vector<RangeData const*> const& ranges, dou
             few += found == seen_by.end() || found->second < ENOUGH_FRAMES ? 1 : 0;
         }
         auto const n = static_cast<double>(places.size());
-        stays[f] = static_cast<double>(fresh) > FRINGE * n || static_cast<double>(few) > MOSTLY * n
-                       ? 1
-                       : 0;
+        // Of a frame without a place that can be counted nothing is known.
+        bool const shows_more = places.empty() || static_cast<double>(fresh) > FRINGE * n ||
+                                static_cast<double>(few) > MOSTLY * n;
+        stays[f] = shows_more ? 1 : 0;
         for (std::size_t k = 0; k < places.size() && stays[f] == 1; ++k)
         {
             ++seen_by[places[k]];

@@ -25,7 +25,8 @@ enum class PlaceSide
 /// seen, nor mostly places that fewer than `ENOUGH_FRAMES` saw: a scanner that runs on before one
 /// place adds nothing but time. Frames are taken evenly from all over the list. The cost is that of
 /// some samples of each frame.
-/// \param side of a place, in millimetres
+/// \param side of a place, in millimetres. Points beyond 2^19 of them, with the thinning of the
+///        samples, are not counted; a frame of such points alone stays.
 /// \return for each frame whether it stays; all do where there are few
 std::vector<char> choose_frames(std::vector<RangeData const*> const& ranges, double side,
                                 PlaceSide told_by);
