@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <utility>
 
 namespace OrvaneAlgorithm::detail
@@ -76,7 +77,12 @@ public:
         {
             ++result_.rounds;
             progress.advance();
-            double const step = move_frames(reach);
+            auto const moved = move_frames(reach);
+            if (!moved)
+            {
+                break; // Another round would find the same.
+            }
+            double const step = *moved;
             bool const is_least = reach <= limits_.least;
             bool const all_stay = !put_strays_back();
             result_.has_converged = is_least && all_stay && step <= limits_.tolerance;
@@ -115,8 +121,8 @@ private:
         }
     }
 
-    /// \return how far the frame that went farthest went
-    double move_frames(double reach)
+    /// \return how far the frame that went farthest went; nothing where no motion can be found
+    std::optional<double> move_frames(double reach)
     {
         std::vector<PairEquations> equations(pairs_.size());
         parallel_for_uneven(static_cast<std::ptrdiff_t>(pairs_.size()),
@@ -129,6 +135,10 @@ private:
                                 equations[k] = pair_equations(matches, about_, limits_.finest);
                             });
         auto const motions = solve_motions(pairs_, equations, moves_);
+        if (motions.empty())
+        {
+            return std::nullopt;
+        }
         double farthest = 0.0;
         for (std::size_t f = 0; f < motions.size(); ++f)
         {
