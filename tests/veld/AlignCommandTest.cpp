@@ -31,9 +31,9 @@ double hill(double x, double y)
     return 6.0 * std::sin(x / 9.0) * std::cos(y / 11.0) + 3.0 * std::sin((x + y) / 6.0);
 }
 
-/// A scan of hills, from a corner on, as a PLY file with a range grid; in its own coordinates it
-/// begins at the origin.
-std::string hills_text(double left, double bottom, double unit = 1.0)
+/// A scan of heights as a PLY file with a range grid, from the origin on.
+template <typename Height>
+std::string heights_text(Height const& height, double unit = 1.0)
 {
     std::ostringstream text;
     text.precision(9);
@@ -45,13 +45,19 @@ std::string hills_text(double left, double bottom, double unit = 1.0)
     {
         double const x = i % SIDE;
         double const y = i / SIDE; // whole rows
-        text << unit * x << " " << unit * y << " " << unit * hill(left + x, bottom + y) << "\n";
+        text << unit * x << " " << unit * y << " " << unit * height(x, y) << "\n";
     }
     for (int i = 0; i < SIDE * SIDE; ++i)
     {
         text << "1 " << i << "\n";
     }
     return text.str();
+}
+
+/// A scan of hills, from a corner on; in its own coordinates it begins at the origin.
+std::string hills_text(double left, double bottom, double unit = 1.0)
+{
+    return heights_text([=](double x, double y) { return hill(left + x, bottom + y); }, unit);
 }
 
 /// Where a scan of hills belongs, as a row of a list has it, with an error along z.
@@ -454,6 +460,28 @@ TEST(AlignCommand, AFrameOfAnotherUnitStaysAndIsNamed)
     EXPECT_NEAR(run.frame(1)["shift"].get<double>(), 0.4, 0.05);
 }
 
+TEST(AlignCommand, AFrameThatWouldGoTooFarStaysAndIsNamed)
+{
+    // Two planes that meet in a ridge; that of the second scan is 6 mm off.
+    auto const ridge_at = [](double ridge)
+    { return [ridge](double x, double) { return 0.06 * std::max(0.0, x - ridge); }; };
+    TempDir const dir;
+    write_file(dir.file("a.ply"), heights_text(ridge_at(15)));
+    write_file(dir.file("b.ply"), heights_text(ridge_at(21)));
+    write_file(dir.file("r.conf"),
+               row_of("a.ply", 0, 0) + row_of("b.ply", 0, 20) + row_of("a.ply", 0, 0, 0.3));
+    AlignRun const run(dir.file("r.conf"), {"--reach", "0.5"});
+    ASSERT_EQ(run.outcome.status, 0) << run.outcome.err;
+    EXPECT_EQ(run.frame(1)["fate"], "astray");
+    EXPECT_EQ(run.frame(2)["fate"], "moved");
+    EXPECT_THAT(run.outcome.err, HasSubstr("b.ply: stays where it was: it would have gone farther "
+                                           "than four times the reach of 0.5 mm"));
+    EXPECT_THAT(file_content(run.out("r.conf")), HasSubstr(row_of("b.ply", 0, 20)));
+    Outcome const text =
+        run_veld({"align", dir.file("r.conf"), "-o", dir.file("out"), "--reach", "0.5"});
+    EXPECT_THAT(text.out, HasSubstr("  stays: would have gone too far\n"));
+}
+
 TEST(AlignCommand, FramesThatCannotBeComparedAreRefused)
 {
     TempDir const dir;
@@ -473,6 +501,47 @@ TEST(AlignCommand, TheSourceIsNeverWritten)
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.err, HasSubstr("is an input, which is never written"));
     EXPECT_EQ(file_content(scans.conf()), before);
+}
+
+/// Two cameras whose images are in a folder below the list.
+class DeepImages : public TempDir
+{
+public:
+    DeepImages()
+    {
+        fs::create_directory(path() / "deep");
+        write_file(file("deep/0.png"), waves_png(0));
+        write_file(file("deep/1.png"), waves_png(150));
+        write_file(cameras(), "{\"units\": \"metre\", \"views\": [" +
+                                  view_text("deep/0.png", STRAIGHT, "[0,0,0]") + "," +
+                                  view_text("deep/1.png", STRAIGHT, "[-0.15,0,0.008]") + "]}");
+    }
+    std::string cameras() const { return file("cameras.json"); }
+};
+
+TEST(AlignCommand, FilesBelowTheNewSourceAreNotReplacedEither)
+{
+    DeepImages const images;
+    TempDir const out;
+    fs::create_directory(out.path() / "deep");
+    write_file(out.file("deep/1.png"), "something else");
+    Outcome const run =
+        run_veld({"align", images.cameras(), "-o", out.path().string(), "--no-overwrite"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr("1.png"));
+    EXPECT_FALSE(fs::exists(out.file("cameras.json")));
+    EXPECT_EQ(file_content(out.file("deep/1.png")), "something else");
+}
+
+TEST(AlignCommand, AFolderThatIsALinkToTheSourceIsNotWritten)
+{
+    DeepImages const images;
+    TempDir const out;
+    fs::create_directory_symlink(images.path() / "deep", out.path() / "deep");
+    Outcome const run = run_veld({"align", images.cameras(), "-o", out.path().string()});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr("is an input, which is never written"));
+    EXPECT_FALSE(fs::exists(out.file("cameras.json")));
 }
 
 TEST(AlignCommand, TheBytesDoNotDependOnThreads)

@@ -17,6 +17,7 @@
 #include <cmath>
 #include <functional>
 #include <memory>
+#include <system_error>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -33,26 +34,6 @@ namespace
 
 /// What is off by less than this part of the spacing is where it belongs.
 constexpr double LEAST_OF_SPACING = 0.5;
-
-std::vector<RangeData const*> list_of(FrameSet const& frames)
-{
-    std::vector<RangeData const*> list;
-    for (auto const& frame : frames.frames)
-    {
-        list.push_back(&frame.data);
-    }
-    return list;
-}
-
-std::vector<std::string> frame_names(FrameSet const& frames)
-{
-    std::vector<std::string> names;
-    for (auto const& frame : frames.frames)
-    {
-        names.push_back(frame.name);
-    }
-    return names;
-}
 
 void refuse_one_frame(FrameSet const& frames)
 {
@@ -133,9 +114,9 @@ AlignResult align_frames(FrameSet const& frames, std::function<void(std::size_t)
     refuse_settings(settings);
     refuse_one_frame(frames);
     StepScope scope(context, "align-frames", "align the frames");
-    auto const list = list_of(frames);
+    auto const list = data_of(frames);
     AlignResult result;
-    result.names = frame_names(frames);
+    result.names = names_of(frames);
     for (auto const& frame : frames.frames)
     {
         result.numbers.push_back(frame.number);
@@ -188,9 +169,9 @@ FrameCheck check_frames(FrameSet const& frames, AlignSettings const& settings, C
     refuse_settings(settings);
     refuse_one_frame(frames);
     StepScope scope(context, "check-frames", "compare the frames");
-    auto const list = list_of(frames);
+    auto const list = data_of(frames);
     FrameCheck result;
-    result.names = frame_names(frames);
+    result.names = names_of(frames);
     result.noise =
         scope.stage("measure the noise", 0.1, [&] { return noise_of(list, settings.noise); });
     double const least = scope.stage(
@@ -215,9 +196,7 @@ AlignResult align(FrameSet const& frames, AlignSettings const& settings, Context
 
 AlignResult align(FrameSet&& frames, AlignSettings const& settings, Context& context)
 {
-    return align_frames(
-        frames, [&frames](std::size_t f) { frames.frames[f].data = RangeData(); }, settings,
-        context);
+    return align_frames(frames, dropping(frames), settings, context);
 }
 
 FrameSet posed(FrameSet frames, std::vector<OrvaneAlgorithm::RigidMatrix> const& poses)
@@ -259,8 +238,9 @@ void AlignedSource::check(Outputs const& outputs, std::vector<fs::path> const& i
     std::vector<fs::path> files;
     for (auto const& file : files_of(copy_source(source_, {}), folder_))
     {
-        // What lies deeper is in directories that are still to be made.
-        if (file.parent_path() == folder_)
+        // Nothing can be said of what lies in directories that are still to be made.
+        std::error_code error;
+        if (file.parent_path() == folder_ || fs::is_directory(file.parent_path(), error))
         {
             files.push_back(file);
         }

@@ -74,4 +74,19 @@ std::vector<FrameDistance> frame_distances(OrvaneAlgorithm::FrameAlignment::Agre
     return result;
 }
 
+std::vector<FrameDistance>
+frame_distances(std::vector<OrvaneAlgorithm::DepthFrames::FrameCounts> const& counts, double middle,
+                std::vector<std::string> const& names)
+{
+    std::vector<FrameDistance> result;
+    for (std::size_t f = 0; f < counts.size(); ++f)
+    {
+        // One that was taken and of which nothing was left has -1.
+        bool const is_left_out =
+            counts[f].points > 0 && counts[f].smooth == 0 && counts[f].disagreement >= 0.0;
+        result.push_back({names[f], is_left_out ? middle : counts[f].disagreement});
+    }
+    return result;
+}
+
 } // namespace veld

@@ -2,6 +2,7 @@
 
 #include "workflow/StepScope.h"
 
+#include "algorithmVeld/reconstruction/DepthFrames.h"
 #include "algorithmVeld/reconstruction/FrameAlignment.h"
 
 #include <cstddef>
@@ -36,5 +37,12 @@ void warn_of_frames_off(std::vector<FrameDistance> const& frames, double least, 
 /// middle.
 std::vector<FrameDistance> frame_distances(OrvaneAlgorithm::FrameAlignment::Agreement const& found,
                                            std::vector<std::string> const& names);
+
+/// The distances that frames of depth cameras had. Frames that the choice left out are as far as
+/// the one in the middle.
+/// \param middle the distance of that
+std::vector<FrameDistance>
+frame_distances(std::vector<OrvaneAlgorithm::DepthFrames::FrameCounts> const& counts, double middle,
+                std::vector<std::string> const& names);
 
 } // namespace veld

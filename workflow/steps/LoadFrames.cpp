@@ -147,6 +147,33 @@ FrameSet keep_usable(std::string const& name, LoadedSource loaded, double scale,
 
 } // namespace
 
+std::vector<RangeData const*> data_of(FrameSet const& frames)
+{
+    std::vector<RangeData const*> list;
+    list.reserve(frames.frames.size());
+    for (auto const& frame : frames.frames)
+    {
+        list.push_back(&frame.data);
+    }
+    return list;
+}
+
+std::vector<std::string> names_of(FrameSet const& frames)
+{
+    std::vector<std::string> names;
+    names.reserve(frames.frames.size());
+    for (auto const& frame : frames.frames)
+    {
+        names.push_back(frame.name);
+    }
+    return names;
+}
+
+std::function<void(std::size_t)> dropping(FrameSet& frames)
+{
+    return [&frames](std::size_t f) { frames.frames[f].data = RangeData(); };
+}
+
 FrameSet load_frames(fs::path const& source, LoadFramesSettings const& settings, Context& context)
 {
     StepScope scope(context, "read-frames", "read the frames");

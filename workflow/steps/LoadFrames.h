@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -47,6 +48,16 @@ struct FrameSet
     std::vector<std::filesystem::path> files; ///< All that were read.
     std::size_t left_out = 0;                 ///< Frames that could not be used.
 };
+
+/// The points of the frames, in their order.
+VELD_WORKFLOW_API std::vector<RangeData const*> data_of(FrameSet const& frames);
+
+/// The names of the frames, in their order.
+VELD_WORKFLOW_API std::vector<std::string> names_of(FrameSet const& frames);
+
+/// A function that drops the points of the frame of a number, for steps that tell when they read
+/// one no more. The set has to outlive it.
+VELD_WORKFLOW_API std::function<void(std::size_t)> dropping(FrameSet& frames);
 
 /// Loads the frames of a source: a folder of `.rge` files or of depth images with `cameras.json`,
 /// that `cameras.json`, the description of text frames (JSON), the `.conf` of range scans, or a

@@ -65,24 +65,13 @@ constexpr double NOISY = 0.5;
 /// A spacing that is so many times the measured one, or so small a part of it, is a slip.
 constexpr double UNLIKELY_FACTOR = 4.0;
 
-RangeData const* pointer_to(NamedFrame const& frame)
-{
-    return &frame.data;
-}
-
-RangeData const* pointer_to(RangeData const& frame)
-{
-    return &frame;
-}
-
-template <typename Frame>
-std::vector<RangeData const*> pointers(std::vector<Frame> const& frames)
+std::vector<RangeData const*> pointers(std::vector<RangeData> const& frames)
 {
     std::vector<RangeData const*> list;
     list.reserve(frames.size());
     for (auto const& frame : frames)
     {
-        list.push_back(pointer_to(frame));
+        list.push_back(&frame);
     }
     return list;
 }
@@ -284,17 +273,6 @@ bool is_prepared(std::vector<RangeData const*> const& frames, MergeSettings cons
            result.noise.in_the_middle() > NOISY * spacing && are_of_cameras(frames);
 }
 
-std::vector<FrameDistance> distances_of(std::vector<DepthFrames::FrameCounts> const& counts,
-                                        FrameSet const& frames)
-{
-    std::vector<FrameDistance> distances;
-    for (std::size_t f = 0; f < counts.size(); ++f)
-    {
-        distances.push_back({frames.frames[f].name, counts[f].disagreement});
-    }
-    return distances;
-}
-
 /// Names frames that lie where no other one has the surface, and says so where most are farther off
 /// each other than layers that become one.
 void warn_of_poses(FrameSet const& frames, double spacing, FrameNoise const& noise,
@@ -312,18 +290,13 @@ void warn_of_poses(FrameSet const& frames, double spacing, FrameNoise const& noi
     alignment.set_most_points(are_many ? COMPARED_POINTS_OF_ALL / n : COMPARED_POINTS);
     alignment.set_most_samples(are_many ? COMPARED_SAMPLES_OF_MANY : COMPARED_SAMPLES);
     FrameAlignment::Agreement agreement;
-    alignment.measure(pointers(frames.frames), agreement);
-    std::vector<std::string> names;
-    for (auto const& frame : frames.frames)
-    {
-        names.push_back(frame.name);
-    }
+    alignment.measure(data_of(frames), agreement);
     if (agreement.pairs.empty())
     {
         return; // They may lie side by side.
     }
     double const bearable = BEARABLE_SPACINGS * spacing;
-    warn_of_frames_off(frame_distances(agreement, names),
+    warn_of_frames_off(frame_distances(agreement, names_of(frames)),
                        std::max(noise.in_the_middle(), 0.5 * spacing), scope);
     if (agreement.distance > bearable)
     {
@@ -346,7 +319,7 @@ std::vector<RangeData> without_noise(FrameSet const& frames,
     depth.set_point_spacing(result.settings.spacing);
     depth.set_longest_step(result.settings.closed_step);
     std::vector<RangeData> prepared;
-    if (depth.prepare(pointers(frames.frames), prepared, release) != OrvaneAlgorithm::RET_SUCCESS)
+    if (depth.prepare(data_of(frames), prepared, release) != OrvaneAlgorithm::RET_SUCCESS)
     {
         throw OperationError(frames.source + ": the frames could not be smoothed", "noise");
     }
@@ -358,8 +331,8 @@ std::vector<RangeData> without_noise(FrameSet const& frames,
     {
         result.smooth += counts.smooth;
     }
-    warn_of_frames_off(distances_of(depth.frame_counts(), frames), result.noise.in_the_middle(),
-                       scope);
+    warn_of_frames_off(frame_distances(depth.frame_counts(), result.disagreement, names_of(frames)),
+                       result.noise.in_the_middle(), scope);
     return prepared;
 }
 
@@ -455,7 +428,7 @@ MergeResult merge_frames(FrameSet const& frames, std::function<void(std::size_t)
                          MergeSettings const& settings, Context& context)
 {
     StepScope scope(context, "merge-frames", "merge the frames");
-    auto list = pointers(frames.frames);
+    auto list = data_of(frames);
     MergeResult result;
     result.frames = list.size();
     result.settings = settings;
@@ -511,9 +484,7 @@ MergeResult merge(FrameSet const& frames, MergeSettings const& settings, Context
 
 MergeResult merge(FrameSet&& frames, MergeSettings const& settings, Context& context)
 {
-    return merge_frames(
-        frames, [&frames](std::size_t f) { frames.frames[f].data = RangeData(); }, settings,
-        context);
+    return merge_frames(frames, dropping(frames), settings, context);
 }
 
 } // namespace veld
