@@ -7,6 +7,7 @@
 #include "algorithmVeld/reconstruction/depth/DepthGrid.h"
 #include "algorithmVeld/reconstruction/depth/DepthSmoothing.h"
 #include "algorithmVeld/reconstruction/depth/FrameCover.h"
+#include "algorithmVeld/reconstruction/depth/MiddleDepth.h"
 #include "algorithmVeld/reconstruction/depth/NoiseMeasure.h"
 #include "algorithmVeld/reconstruction/depth/PinholeGrid.h"
 #include "algorithmVeld/reconstruction/depth/RayMean.h"
@@ -14,7 +15,6 @@
 #include "algorithmVeld/reconstruction/frames/FrameChoice.h"
 
 #include <algorithm>
-#include <cmath>
 #include <optional>
 #include <utility>
 
@@ -65,21 +65,6 @@ Cameras cameras_of(std::vector<RangeData const*> const& ranges)
         cameras.push_back(*camera);
     }
     return cameras;
-}
-
-double median_depth(std::vector<RangeData const*> const& ranges)
-{
-    constexpr std::size_t SAMPLES = 500;
-    std::vector<double> depths;
-    for (auto const* frame : ranges)
-    {
-        std::size_t const step = std::max<std::size_t>(1, frame->get_vn() / SAMPLES);
-        for (std::size_t i = 0; i < frame->get_vn(); i += step)
-        {
-            depths.push_back(std::abs(static_cast<double>(frame->vCoord[i].z())));
-        }
-    }
-    return detail::median(std::move(depths));
 }
 
 double median_of(std::vector<float> const& values)
@@ -268,9 +253,24 @@ DepthNoise DepthFrames::measure_noise(std::vector<RangeData const*> const& range
     return detail::fit_noise(std::move(all), grows);
 }
 
+double DepthFrames::median_depth(std::vector<RangeData const*> const& ranges)
+{
+    return detail::middle_depth(ranges);
+}
+
 bool DepthFrames::is_camera_frame(RangeData const& frame)
 {
     return detail::camera_of(frame).has_value();
+}
+
+double DepthFrames::measure(std::vector<RangeData const*> const& ranges)
+{
+    used_noise_ = noise_.is_given() ? noise_ : measure_noise(ranges);
+    double const depth = median_depth(ranges);
+    double const noise = used_noise_.at(depth);
+    used_point_spacing_ = point_spacing_ > 0.0 ? point_spacing_ : SPACING_OF_NOISE * noise;
+    used_longest_step_ = longest_step_ > 0.0 ? longest_step_ : STEP_OF_DEPTH * depth;
+    return noise;
 }
 
 RetVal DepthFrames::prepare(std::vector<RangeData const*> const& ranges,
@@ -287,16 +287,11 @@ RetVal DepthFrames::prepare(std::vector<RangeData const*> const& ranges,
     {
         return RET_INVALID_INPUT;
     }
-    bool const is_given = noise_.constant > 0.0 || noise_.square > 0.0;
-    used_noise_ = is_given ? noise_ : measure_noise(ranges);
-    double const depth = median_depth(ranges);
-    double const noise = used_noise_.at(depth);
+    double const noise = measure(ranges);
     if (!(noise > 0.0))
     {
         return RET_INVALID_INPUT;
     }
-    used_point_spacing_ = point_spacing_ > 0.0 ? point_spacing_ : SPACING_OF_NOISE * noise;
-    used_longest_step_ = longest_step_ > 0.0 ? longest_step_ : STEP_OF_DEPTH * depth;
     Work work(detail::choose_frames(ranges, PLACE_OF_SPACING * used_point_spacing_,
                                     detail::PlaceSide::VIEW));
     stages.next();

@@ -36,6 +36,10 @@ public:
     /// measure. No frame may be a null pointer.
     static DepthNoise measure_noise(std::vector<RangeData const*> const& ranges);
 
+    /// The depth in the middle of those of some points of each frame, in millimetres; 0 where there
+    /// is none. No frame may be a null pointer.
+    static double median_depth(std::vector<RangeData const*> const& ranges);
+
     /// Whether all points of a frame lie where a camera at its origin sees the pixels of the grid.
     static bool is_camera_frame(RangeData const& frame);
 
@@ -48,6 +52,7 @@ public:
     ///        may drop it; several threads call it, each for frames of its own
     /// \return `RET_SUCCESS`, or `RET_INVALID_INPUT` if there is no frame or one that is no
     ///         camera's, or no noise
+    /// \throw std::out_of_range if a channel of a frame is shorter than the frame
     RetVal prepare(std::vector<RangeData const*> const& ranges, std::vector<RangeData>& result,
                    std::function<void(std::size_t)> const& release = {});
 
@@ -76,6 +81,9 @@ public:
     double used_disagreement() const { return used_disagreement_; }
 
 private:
+    /// Noise and lengths that a run works with. \return the noise at the depth in the middle
+    double measure(std::vector<RangeData const*> const& ranges);
+
     DepthNoise noise_;
     double point_spacing_ = 0.0;
     double longest_step_ = 0.0;

@@ -13,6 +13,8 @@ struct DepthNoise
     double square = 0.0;   ///< one over millimetres
     double slant = 0.0;    ///< what an angle of 45 degrees adds, as a part
 
+    /// Whether there is any.
+    bool is_given() const { return constant > 0.0 || square > 0.0; }
     /// Standard deviation along the axis of the camera, in millimetres.
     double at(double depth) const { return constant + square * depth * depth; }
     /// The same where the cosine of the angle between view and normal is known, and above 0.

@@ -277,11 +277,6 @@ detail::RefinementLimits limits_of(Frames const& frames, double reach, int most_
     return limits;
 }
 
-bool is_given(DepthNoise const& noise)
-{
-    return noise.constant > 0.0 || noise.square > 0.0;
-}
-
 } // namespace
 
 /// What measuring and aligning begin with.
@@ -299,7 +294,7 @@ FrameAlignment::find_overlaps(std::vector<RangeData const*> const& ranges,
 {
     Overlaps result;
     stages.next();
-    used_noise_ = is_given(noise_) ? noise_ : DepthFrames::measure_noise(ranges);
+    used_noise_ = noise_.is_given() ? noise_ : DepthFrames::measure_noise(ranges);
     result.poses = rigid(poses_of(ranges));
     stages.next();
     result.frames = timed.run(

@@ -11,9 +11,13 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cmath>
 #include <functional>
+#include <limits>
 #include <random>
+#include <stdexcept>
 
 using namespace OrvaneAlgorithm;
 using namespace veld_test;
@@ -302,4 +306,69 @@ TEST(DepthFrames, RefuseFramesOfNoCamera)
     EXPECT_TRUE(result.empty());
     EXPECT_EQ(DepthFrames().prepare({}, result), RET_INVALID_INPUT);
     EXPECT_EQ(DepthFrames().prepare({nullptr}, result), RET_INVALID_INPUT);
+}
+
+TEST(DepthFrames, AreLeftOutWhereEnoughOthersShowTheSame)
+{
+    // One in four is so near, and the others are 6, 12 and 18 mm behind it.
+    std::array<RangeData, 4> const layers = {{depth_frame(depth_wall(1000.0), NOISE_SQUARE, 1),
+                                              depth_frame(depth_wall(1006.0), NOISE_SQUARE, 2),
+                                              depth_frame(depth_wall(1012.0), NOISE_SQUARE, 3),
+                                              depth_frame(depth_wall(1018.0), NOISE_SQUARE, 4)}};
+    std::vector<RangeData const*> frames;
+    for (std::size_t f = 0; f < 100; ++f)
+    {
+        frames.push_back(&layers[f / 4 % 4]);
+    }
+    DepthFrames depth;
+    std::vector<RangeData> result;
+    std::vector<std::atomic<int>> released(frames.size());
+    ASSERT_EQ(depth.prepare(frames, result, [&](std::size_t f) { ++released[f]; }), RET_SUCCESS);
+    std::size_t taken = 0;
+    for (std::size_t f = 0; f < frames.size(); ++f)
+    {
+        auto const& counts = depth.frame_counts()[f];
+        EXPECT_EQ(counts.points, frames[f]->get_vn());
+        EXPECT_EQ(counts.kept, result[f].get_vn());
+        EXPECT_EQ(released[f], 1);
+        if (counts.smooth == 0)
+        {
+            EXPECT_EQ(counts.disagreement, 0.0);
+            EXPECT_EQ(counts.kept, 0U);
+            continue;
+        }
+        ++taken;
+    }
+    EXPECT_EQ(taken, 24U);
+    // Most of what a frame sees of the others is of another layer.
+    EXPECT_GT(depth.used_disagreement(), 2.0);
+}
+
+TEST(DepthFrames, PointsThatAreNoNumbersHaveNoDepth)
+{
+    constexpr float NONE = std::numeric_limits<float>::quiet_NaN();
+    RangeData frame;
+    for (float const depth :
+         {30.0F, NONE, 10.0F, NONE, NONE, -20.0F, NONE, std::numeric_limits<float>::infinity()})
+    {
+        frame.add_vCoord_and_vUV({0.0F, 0.0F, depth}, {0, 0});
+    }
+    EXPECT_EQ(DepthFrames::median_depth({&frame}), 20.0);
+    EXPECT_EQ(DepthFrames::median_depth({}), 0.0);
+}
+
+TEST(DepthFrames, ChannelsThatAreTooShortAreReported)
+{
+    DepthFrames depth;
+    depth.set_noise({0.0, NOISE_SQUARE, 0.0});
+    RangeData const frame = depth_frame(depth_wall(1000.0), NOISE_SQUARE);
+    RangeData without_cell = frame;
+    without_cell.vUV.pop_back();
+    RangeData without_colour = frame;
+    without_colour.enable_vColor();
+    without_colour.vColor.resize(frame.get_vn() / 2);
+    std::vector<RangeData> result;
+    EXPECT_THROW(depth.prepare({&without_cell}, result), std::out_of_range);
+    EXPECT_THROW(depth.prepare({&without_colour}, result), std::out_of_range);
+    EXPECT_TRUE(result.empty());
 }

@@ -1,7 +1,9 @@
 #include "algorithmVeld/reconstruction/depth/DepthSmoothing.h"
 
+#include "algorithmVeld/common/arrays/checked.h"
 #include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/reconstruction/depth/InverseDepths.h"
+#include "algorithmVeld/reconstruction/depth/MiddleDepth.h"
 
 #include <algorithm>
 #include <array>
@@ -199,7 +201,8 @@ private:
                 if (result.has_vColor)
                 {
                     result.vColor.resize(i + 1);
-                    result.vColor[i] = frame_.vColor[static_cast<std::size_t>(p.vertex)];
+                    result.vColor[i] =
+                        detail::at(frame_.vColor, static_cast<std::size_t>(p.vertex));
                 }
             }
         }
@@ -222,19 +225,8 @@ private:
 
 int thinning_factor(RangeData const& frame, PinholeGrid const& camera, double spacing)
 {
-    std::vector<float> depths;
-    std::size_t const step = std::max<std::size_t>(1, frame.get_vn() / 1000);
-    for (std::size_t i = 0; i < frame.get_vn(); i += step)
-    {
-        depths.push_back(std::abs(frame.vCoord[i].z()));
-    }
-    if (depths.empty())
-    {
-        return 1;
-    }
-    auto const middle = depths.begin() + static_cast<std::ptrdiff_t>(depths.size() / 2);
-    std::nth_element(depths.begin(), middle, depths.end());
-    double const factor = spacing / (static_cast<double>(*middle) * camera.pixel_angle());
+    constexpr std::size_t SAMPLES = 1000;
+    double const factor = spacing / (middle_depth({&frame}, SAMPLES) * camera.pixel_angle());
     return std::isfinite(factor)
                ? static_cast<int>(std::lround(std::clamp(factor, 1.0, double{LARGEST_FACTOR})))
                : 1;

@@ -1,5 +1,7 @@
 #include "algorithmVeld/reconstruction/depth/InverseDepths.h"
 
+#include "algorithmVeld/common/arrays/checked.h"
+
 #include <Eigen/Core>
 
 #include <algorithm>
@@ -185,7 +187,7 @@ InverseDepths inverse_depths(RangeData const& frame)
     image.vertex.assign(n, -1);
     for (std::size_t i = 0; i < frame.get_vn(); ++i)
     {
-        auto const [row, col] = frame.vUV[i];
+        auto const [row, col] = at(frame.vUV, i);
         float const depth = std::abs(frame.vCoord[i].z());
         if (row >= 0 && row < image.rows && col >= 0 && col < image.columns && depth > 0.0F)
         {

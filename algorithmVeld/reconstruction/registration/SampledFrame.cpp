@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/arrays/Median.h"
 #include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/reconstruction/depth/DepthSmoothing.h"
+#include "algorithmVeld/reconstruction/depth/MiddleDepth.h"
 #include "algorithmVeld/reconstruction/depth/PinholeGrid.h"
 #include "algorithmVeld/reconstruction/overlap/FrameSurface.h"
 
@@ -29,28 +30,12 @@ constexpr int BORDER_STEPS = 2;
 constexpr int SQUARES = 4;
 constexpr std::size_t DIRECTIONS = std::size_t{6} * SQUARES * SQUARES;
 
-double middle_depth(RangeData const& frame)
-{
-    constexpr std::size_t DEPTHS = 500;
-    std::vector<double> depths;
-    std::size_t const step = std::max<std::size_t>(1, frame.get_vn() / DEPTHS);
-    for (std::size_t i = 0; i < frame.get_vn(); i += step)
-    {
-        double const depth = std::abs(static_cast<double>(frame.vCoord[i].z()));
-        if (std::isfinite(depth))
-        {
-            depths.push_back(depth);
-        }
-    }
-    return median(std::move(depths));
-}
-
 /// The frame without its noise, where that hides the surface; otherwise `frame` itself.
 /// \param place for the smooth one
 RangeData const& without_hiding_noise(RangeData const& frame, DepthNoise const& noise,
                                       double spacing, RangeData& place)
 {
-    double const hidden = noise.at(middle_depth(frame));
+    double const hidden = noise.at(middle_depth({&frame}));
     if (!(hidden > HIDING_NOISE * spacing))
     {
         return frame;
