@@ -181,6 +181,27 @@ FrameOverlap::FrameCounts count(RangeData const& frame, RangeData const& kept,
     return counts;
 }
 
+/// Copies the frames with what stays of each, and counts it.
+std::vector<RangeData> copy_frames(std::vector<RangeData const*> const& ranges,
+                                   detail::FrameSurface const& surface,
+                                   detail::PointLists const& overlap,
+                                   std::vector<char> const& stays, std::vector<float> const& shifts,
+                                   std::vector<FrameOverlap::FrameCounts>& counts)
+{
+    detail::Stages stages({1, 4});
+    stages.next();
+    auto const cells = detail::cells_left(surface, stays);
+    std::vector<RangeData> kept(ranges.size());
+    stages.next();
+    for_each_frame(ranges,
+                   [&](std::size_t f)
+                   {
+                       kept[f] = copy_kept(*ranges[f], surface.first[f], stays, cells, shifts);
+                       counts[f] = count(*ranges[f], kept[f], overlap, surface.first[f]);
+                   });
+    return kept;
+}
+
 /// A frame without points, in the grid and pose of another one.
 RangeData emptied(RangeData const& frame)
 {
@@ -298,19 +319,8 @@ std::vector<RangeData> FrameOverlap::take_out(std::vector<RangeData const*> cons
                              });
     }
     stages.next();
-    detail::StepTimer const timer("copy-frames", "frame-overlap");
-    detail::Stages copying({1, 4});
-    copying.next();
-    auto const cells = detail::cells_left(surface, stays);
-    std::vector<RangeData> kept(ranges.size());
-    copying.next();
-    for_each_frame(ranges,
-                   [&](std::size_t f)
-                   {
-                       kept[f] = copy_kept(*ranges[f], surface.first[f], stays, cells, shifts);
-                       counts[f] = count(*ranges[f], kept[f], overlap, surface.first[f]);
-                   });
-    return kept;
+    return OVERLAP.run("copy-frames", [&]
+                       { return copy_frames(ranges, surface, overlap, stays, shifts, counts); });
 }
 
 double FrameOverlap::measure_point_spacing(std::vector<RangeData const*> const& ranges)
