@@ -79,6 +79,23 @@ TEST_F(ScanLookFolder, AFolderIsWhatItHolds)
     EXPECT_EQ(look("mesh").source, dir_.path() / "mesh" / "scan.ply");
 }
 
+TEST_F(ScanLookFolder, FramesAreCountedOnlyWhereTheirNumbersCanBeThoseOfFiles)
+{
+    auto const found = [this](std::string const& numbers)
+    {
+        write_file(dir_.file("scan.json"),
+                   R"({"points": {}, "poses": {}, "rows": 1)" + numbers + "}");
+        return look("scan.json").found;
+    };
+    EXPECT_EQ(found(R"(, "first": 7, "last": 9)"), "3 frames");
+    for (auto const& numbers : {"", R"(, "first": 1, "last": 9223372036854775807)",
+                                R"(, "first": -9223372036854775807, "last": 9223372036854775807)",
+                                R"(, "first": -5, "last": 5)", R"(, "first": 5, "last": 4)"})
+    {
+        EXPECT_EQ(found(numbers), "frames") << numbers;
+    }
+}
+
 TEST_F(ScanLookFolder, SeveralThingsHaveToBeNamed)
 {
     EXPECT_THAT(refusal(""), HasSubstr(": is empty"));

@@ -2,6 +2,7 @@
 
 #include "workflow/Error.h"
 #include "workflow/files/InputFile.h"
+#include "workflow/files/JsonFields.h"
 #include "workflow/files/OutputFile.h"
 #include "workflow/frames/FrameFiles.h"
 #include "workflow/frames/FrameLoaders.h"
@@ -84,6 +85,22 @@ FoundFrames range_scans(fs::path const& path)
     return {path, named, named.size() - 1};
 }
 
+/// How many frames the description of a text scan expects; 0 where it names no range.
+std::size_t count_numbers(Json const& json)
+{
+    constexpr int LARGEST_NUMBER = 999999999;
+    JsonFields const fields(json, "");
+    try
+    {
+        int const first = fields.integer("first", 0, LARGEST_NUMBER);
+        return static_cast<std::size_t>(fields.integer("last", first, LARGEST_NUMBER) - first + 1);
+    }
+    catch (InputError const&)
+    {
+        return 0;
+    }
+}
+
 bool take_json_frames(fs::path const& path, FoundFrames& found)
 {
     Json const json = read_json(path);
@@ -104,9 +121,7 @@ bool take_json_frames(fs::path const& path, FoundFrames& found)
     {
         found.files.push_back(file);
     }
-    auto const number = [&json](char const* key)
-    { return json.contains(key) && json[key].is_number_integer() ? json[key].get<long>() : 0; };
-    found.frames = static_cast<std::size_t>(std::max(0L, number("last") - number("first") + 1));
+    found.frames = count_numbers(json);
     return true;
 }
 
