@@ -41,6 +41,7 @@ TEST(StepJson, SettingsComeBackAsTheyWere)
     expect_round_trip(veld::MergeSettings{veld::MergeMethod::OUTLIER, veld::Layers::BEST, 0.5, 0.75,
                                           2.0, 12, 7, 9, 31.0, 4.5, 140.0, false, 3.5,
                                           veld::Preparation::NEVER, 2.5});
+    expect_round_trip(veld::AlignSettings{2.5, 7, 0.75});
     veld::FillSettings fill;
     fill.method = veld::FillMethod::CORE;
     fill.max_edges = 5;
@@ -179,6 +180,7 @@ TEST(StepJson, AValueOutsideItsBoundsIsRefused)
 {
     EXPECT_THAT(refusal_of(Json{{"spacing", -1.0}}, veld::MergeSettings()),
                 HasSubstr("'spacing' has to be a number of 0 or more"));
+    EXPECT_THAT(refusal_of(Json{{"rounds", 1001}}, veld::AlignSettings()), HasSubstr("rounds"));
     EXPECT_THAT(refusal_of(Json{{"smoothness", 3}}, veld::FillSettings()),
                 HasSubstr("'smoothness' has to be a whole number from 0 to 2"));
     EXPECT_THAT(refusal_of(Json{{"elevation", 91.0}}, veld::RenderSettings()),

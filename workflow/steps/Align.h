@@ -16,12 +16,15 @@
 namespace veld
 {
 
+/// No refinement takes more rounds than this.
+constexpr int MOST_ALIGNMENT_ROUNDS = 1000;
+
 /// How poses of frames are compared and refined.
 struct AlignSettings
 {
     double reach = 0.0; ///< How far frames may be off each other, in millimetres; 0: a fiftieth of
                         ///< the size of a frame.
-    int rounds = 80;    ///< Most rounds of the refinement.
+    int rounds = 80;    ///< Most rounds of the refinement, up to `MOST_ALIGNMENT_ROUNDS`.
     double noise = 0.0; ///< Standard deviation in millimetres of depths at 1 m, which grows with
                         ///< the square of the depth; 0: measured.
 };

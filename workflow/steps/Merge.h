@@ -56,7 +56,8 @@ struct MergeSettings
     double stitch_radius = 0.0; ///< Half of the distance in millimetres in which a border looks for
                                 ///< another one; 0: one spacing, as `OUTLIER` always has it.
     double long_edge = 0.0;     ///< Border edges longer than this in millimetres are cut away; 0:
-                                ///< five spacings.
+                                ///< five spacings, of frames that are smoothed eight, or one and a
+                                ///< half closed steps.
     int max_hole_edges = 30;    ///< Holes of at most so many edges are closed at the end.
     int min_component = 100;    ///< Pieces of so many faces or fewer are removed.
     int neighbour_factor = 8;   ///< Longest stitched edge, in spacings.
@@ -90,13 +91,13 @@ struct MergeResult
     MergeSettings settings;         ///< As they were taken: no length is 0.
     std::size_t frames = 0;         ///< Frames that were merged.
     std::size_t points = 0;         ///< Of all frames.
+    std::size_t removed = 0;        ///< Points taken out because a better frame saw the place.
+    std::size_t outliers = 0;       ///< Of the others, loose points off the surface.
     FrameNoise noise;               ///< As it was taken.
     bool prepared = false;          ///< Whether the frames were smoothed and thinned first.
     std::size_t smooth = 0;         ///< Points that were left of them then.
     double tolerance = 0.0;    ///< Layers nearer to each other than this, in mm, were one then.
     double disagreement = 0.0; ///< Median distance in mm between frames where they overlapped then.
-    std::size_t removed = 0;   ///< Of these, taken out because a better frame saw the place.
-    std::size_t outliers = 0;  ///< Of the others, loose points off the surface.
     std::size_t holes = 0;     ///< Holes that are left, the outer border among them.
     double seconds = 0.0;      ///< Of the merging alone.
 };

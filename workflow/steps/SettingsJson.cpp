@@ -249,7 +249,7 @@ void read_settings(Json const& json, std::string const& place, AlignSettings& se
 {
     SettingsReader reader(json, place);
     reader.number("reach", settings.reach, 0.0);
-    reader.integer("rounds", settings.rounds, 1);
+    reader.integer("rounds", settings.rounds, 1, MOST_ALIGNMENT_ROUNDS);
     reader.number("noise", settings.noise, 0.0);
     reader.finish();
 }

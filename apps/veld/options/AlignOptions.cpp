@@ -22,9 +22,8 @@ std::vector<CLI::Option*> AlignOptions::add(CLI::App& app)
 
 void AlignOptions::add_all(CLI::App& app)
 {
-    constexpr int MOST_ROUNDS = 1000;
     add(app);
-    add_integer(app, "--rounds", settings_.rounds, 1, MOST_ROUNDS,
+    add_integer(app, "--rounds", settings_.rounds, 1, MOST_ALIGNMENT_ROUNDS,
                 "Most rounds of the refinement (default: 80)");
 }
 

@@ -65,7 +65,8 @@ void MergeOptions::add_lengths(CLI::App& app)
                          "one, 0: the spacing (default: 0)"),
               {"stitch"}, "borders look for others within twice the spacing");
     add_length(app, "--long-edge", settings_.long_edge,
-               "Border edges longer than this in mm are cut away, 0: five spacings (default: 0)");
+               "Border edges longer than this in mm are cut away, 0: five spacings, of frames that "
+               "are smoothed eight, or one and a half closed steps (default: 0)");
     add_integer(app, "--max-hole-edges", settings_.max_hole_edges, 0, LARGEST_COUNT,
                 "Holes of at most so many edges are closed at the end (default: 30)");
     add_integer(app, "--min-component", settings_.min_component, 0, LARGEST_COUNT,
