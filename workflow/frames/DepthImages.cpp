@@ -36,6 +36,7 @@ namespace
 using DepthImage = Image<1, std::uint16_t>;
 
 constexpr std::uint16_t TOO_FAR = 65535;
+constexpr int LONGEST_SIDE = 1 << 20; ///< of an image, in pixels
 
 /// A camera that sees two neighbouring pixels on one surface, and their depths differ by more than
 /// this part, looks along the surface: with 500 pixels of focal length, under a fortieth of a
@@ -79,7 +80,6 @@ public:
 
     int side(std::string const& key) const
     {
-        constexpr int LONGEST_SIDE = 1 << 20;
         return fields_.integer(name_of(key), 1, LONGEST_SIDE);
     }
 
@@ -220,9 +220,9 @@ bool has_depth(Json const& view)
     return has_text(view, "depth");
 }
 
-/// Reads the photograph of a view, if it has one, whose camera stands under the keys without
+/// Notes the photograph of a view, if it has one, whose camera stands under the keys without
 /// `depth_`. A missing one is none.
-void load_photo(LoadedFrame& frame, Json const& json, double unit, double focal_length)
+void note_photo(LoadedFrame& frame, Json const& json, double unit, double focal_length)
 {
     JsonFields const fields(json, "");
     std::error_code error;
@@ -235,24 +235,13 @@ void load_photo(LoadedFrame& frame, Json const& json, double unit, double focal_
     {
         return;
     }
-    FramePhoto::Pixels image;
-    if (read_rgb_image(file.string(), image) != 0)
-    {
-        frame.remarks.push_back(shown(file) + " cannot be read: no colours");
-        return;
-    }
     try
     {
-        if (image.width() != fields.number("width") || image.height() != fields.number("height"))
-        {
-            frame.remarks.push_back(fmt::format("{} has {} x {} pixels, and not those of its view: "
-                                                "no colours",
-                                                shown(file), image.width(), image.height()));
-            return;
-        }
+        int const width = fields.integer("width", 1, LONGEST_SIDE);
+        int const height = fields.integer("height", 1, LONGEST_SIDE);
         CameraInParam const camera(fields.number("fx"), fields.number("fy"), fields.number("cx"),
                                    fields.number("cy"));
-        frame.photo = std::make_shared<FramePhoto>(std::move(image), camera,
+        frame.photo = std::make_shared<FramePhoto>(file, width, height, camera,
                                                    parse_pose(fields, "R", "t", unit));
         frame.photo->list_depths(frame.data, focal_length);
     }
@@ -289,7 +278,7 @@ void load_view(LoadedFrame& frame, Json const& json, double unit)
         return;
     }
     frame.data = frame_of(image, view);
-    load_photo(frame, json, unit, view.camera.get_fx());
+    note_photo(frame, json, unit, view.camera.get_fx());
 }
 
 } // namespace

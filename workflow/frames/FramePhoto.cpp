@@ -1,5 +1,11 @@
 #include "workflow/frames/FramePhoto.h"
 
+#include "workflow/words.h"
+
+#include "algorithmVeld/common/image_io.h"
+
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -30,8 +36,7 @@ std::optional<FramePhoto::Pixel> FramePhoto::pixel_of(Vector3d const& place) con
     Pixel const pixel{camera_.get_fx() * p.x() / p.z() + camera_.get_cx(),
                       camera_.get_fy() * p.y() / p.z() + camera_.get_cy(), p.z()};
     bool const is_inside = pixel.column >= 0.0 && pixel.row >= 0.0 &&
-                           pixel.column <= image_.width() - 1.0 &&
-                           pixel.row <= image_.height() - 1.0;
+                           pixel.column <= width_ - 1.0 && pixel.row <= height_ - 1.0;
     return is_inside ? std::optional<Pixel>(pixel) : std::nullopt;
 }
 
@@ -44,10 +49,15 @@ std::size_t FramePhoto::block_of(Pixel const& pixel) const
 
 void FramePhoto::list_depths(RangeData const& frame, double focal_length)
 {
-    double const pixels = PIXELS_OF_BLOCK * std::max(1.0, camera_.get_fx() / focal_length);
-    side_ = static_cast<int>(std::min(pixels, 1.0 * std::max(image_.width(), image_.height())));
-    columns_ = image_.width() / side_ + 1;
-    int const rows = image_.height() / side_ + 1;
+    // There are no more blocks than the frame has pixels, however large a photograph its list
+    // tells.
+    double const pixels =
+        std::max({PIXELS_OF_BLOCK, PIXELS_OF_BLOCK * camera_.get_fx() / focal_length,
+                  std::ceil(1.0 * width_ / std::max(frame.grid_cols, 1)),
+                  std::ceil(1.0 * height_ / std::max(frame.grid_rows, 1))});
+    side_ = static_cast<int>(std::min(pixels, 1.0 * std::max(width_, height_)));
+    columns_ = width_ / side_ + 1;
+    int const rows = height_ / side_ + 1;
     nearest_.assign(static_cast<std::size_t>(columns_) * static_cast<std::size_t>(rows), 0.0F);
     for (std::size_t i = 0; i < frame.get_vn(); ++i)
     {
@@ -74,20 +84,36 @@ void FramePhoto::follow(OrvaneAlgorithm::RigidMatrix const& before,
     from_global_.set_rotation(from_global_.get_rotation() * back);
 }
 
-std::optional<Vector3f> FramePhoto::colour_of(Vector3f const& place) const
+bool FramePhoto::shows(Vector3f const& place) const
 {
     auto const pixel = pixel_of(place.cast<double>() / scale_);
     if (!pixel || nearest_.empty())
     {
-        return std::nullopt;
+        return false;
     }
     auto const nearest = static_cast<double>(nearest_[block_of(*pixel)]);
-    if (!(nearest > 0.0) || pixel->depth > (1.0 + BEHIND) * nearest)
+    return nearest > 0.0 && pixel->depth <= (1.0 + BEHIND) * nearest;
+}
+
+std::string FramePhoto::read(Pixels& pixels) const
+{
+    if (OrvaneAlgorithm::read_rgb_image(file_.string(), pixels) != 0)
     {
-        return std::nullopt;
+        return shown(file_) + " cannot be read: no colours";
     }
-    auto const* const bgr = image_.pixel(static_cast<int>(std::lround(pixel->column)),
-                                         static_cast<int>(std::lround(pixel->row)));
+    if (pixels.width() != width_ || pixels.height() != height_)
+    {
+        return fmt::format("{} has {} x {} pixels, and not those of its view: no colours",
+                           shown(file_), pixels.width(), pixels.height());
+    }
+    return {};
+}
+
+Vector3f FramePhoto::colour_of(Vector3f const& place, Pixels const& pixels) const
+{
+    auto const pixel = pixel_of(place.cast<double>() / scale_).value();
+    auto const* const bgr = pixels.pixel(static_cast<int>(std::lround(pixel.column)),
+                                         static_cast<int>(std::lround(pixel.row)));
     constexpr float WHITE = 255.0F;
     return Vector3f(bgr[2] / WHITE, bgr[1] / WHITE, bgr[0] / WHITE);
 }

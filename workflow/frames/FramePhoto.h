@@ -5,7 +5,9 @@
 #include "algorithmVeld/common/RangeData.h"
 
 #include <cstddef>
+#include <filesystem>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -14,16 +16,23 @@ namespace veld
 
 using OrvaneAlgorithm::RangeData;
 
-/// The photograph beside a frame of a depth camera, which another camera took as a rule.
+/// The photograph beside a frame of a depth camera, which another camera took as a rule. Its file
+/// is not read before its pixels are wanted, which most of what is done with frames never does.
 class FramePhoto
 {
 public:
     using Pixels = OrvaneAlgorithm::Image<3, unsigned char>;
 
+    /// \param width and height in pixels, as the list of cameras tells them
     /// \param from_global to the coordinates of the photograph's camera, in millimetres
-    FramePhoto(Pixels image, OrvaneAlgorithm::CameraInParam const& camera,
+    FramePhoto(std::filesystem::path file, int width, int height,
+               OrvaneAlgorithm::CameraInParam const& camera,
                OrvaneAlgorithm::RigidMatrix const& from_global)
-        : image_(std::move(image)), camera_(camera), from_global_(from_global)
+        : file_(std::move(file)),
+          width_(width),
+          height_(height),
+          camera_(camera),
+          from_global_(from_global)
     {
     }
 
@@ -38,10 +47,16 @@ public:
     void follow(OrvaneAlgorithm::RigidMatrix const& before,
                 OrvaneAlgorithm::RigidMatrix const& after);
 
-    /// The colour of a place, red, green and blue from 0 to 1; nothing where it is not in the
-    /// picture, or the frame saw something before it.
-    std::optional<OrvaneAlgorithm::Vector3f>
-    colour_of(OrvaneAlgorithm::Vector3f const& place) const;
+    /// Whether a place is in the picture, and the frame saw nothing before it.
+    bool shows(OrvaneAlgorithm::Vector3f const& place) const;
+
+    /// Reads the file. \return why it gives no colours; empty where it does
+    std::string read(Pixels& pixels) const;
+
+    /// The colour of a place that the photograph shows, red, green and blue from 0 to 1.
+    /// \param pixels that were read
+    OrvaneAlgorithm::Vector3f colour_of(OrvaneAlgorithm::Vector3f const& place,
+                                        Pixels const& pixels) const;
 
 private:
     struct Pixel
@@ -54,7 +69,9 @@ private:
     std::optional<Pixel> pixel_of(OrvaneAlgorithm::Vector3d const& place) const;
     std::size_t block_of(Pixel const& pixel) const;
 
-    Pixels image_;
+    std::filesystem::path file_;
+    int width_;
+    int height_;
     OrvaneAlgorithm::CameraInParam camera_;
     OrvaneAlgorithm::RigidMatrix from_global_;
     double scale_ = 1.0;

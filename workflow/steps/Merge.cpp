@@ -323,7 +323,6 @@ std::vector<RangeData> without_noise(FrameSet const& frames,
     {
         throw OperationError(frames.source + ": the frames could not be smoothed", "noise");
     }
-    result.prepared = true;
     result.settings.closed_step = depth.used_longest_step();
     result.tolerance = depth.used_tolerance();
     result.disagreement = depth.used_disagreement();
@@ -423,52 +422,70 @@ std::vector<FramePhoto const*> photos_of(FrameSet const& frames)
     return photos;
 }
 
+/// Takes the colours of the photographs, and names those that cannot be read.
+void colour_mesh(FrameSet const& frames, StepScope& scope, MergeResult& result)
+{
+    for (auto const& problem :
+         colour_from_photos(photos_of(frames), result.vertex_frames, result.mesh))
+    {
+        scope.warn(WarningCode::FRAME_MENDED, frames.frames[problem.photo].name, problem.reason);
+    }
+}
+
+/// Takes the noise out of frames where it hides the surface; of others it looks at the poses.
+/// \param measured spacing
+/// \return the smooth frames; none where the frames stay as they are
+std::vector<RangeData> prepare(FrameSet const& frames, double measured,
+                               std::function<void(std::size_t)> const& release, StepScope& scope,
+                               MergeResult& result)
+{
+    if (result.prepared)
+    {
+        return scope.stage("take the noise out", 0.4,
+                           [&] { return without_noise(frames, release, scope, result); });
+    }
+    if (result.settings.spacing > 0.0)
+    {
+        warn_of_spacing(result.settings.spacing, measured, frames.source, scope);
+    }
+    scope.stage("compare the frames", 0.08,
+                [&] { warn_of_poses(frames, measured, result.noise, scope); });
+    return {};
+}
+
 /// \param release drops a frame; empty where the frames are the host's
 MergeResult merge_frames(FrameSet const& frames, std::function<void(std::size_t)> const& release,
                          MergeSettings const& settings, Context& context)
 {
     StepScope scope(context, "merge-frames", "merge the frames");
-    auto list = data_of(frames);
     MergeResult result;
-    result.frames = list.size();
+    result.frames = frames.frames.size();
     result.settings = settings;
     double measured = 0.0;
-    bool const is_noisy =
+    result.prepared =
         scope.stage("measure noise and spacing", 0.03,
                     [&]
                     {
+                        auto const list = data_of(frames);
                         measured = measure(list, settings, result);
                         return is_prepared(list, settings, measured, result, frames.source);
                     });
     Stopwatch const watch;
-    std::vector<RangeData> prepared;
-    if (is_noisy)
-    {
-        prepared = scope.stage("take the noise out", 0.4,
-                               [&] { return without_noise(frames, release, scope, result); });
-        list = pointers(prepared);
-    }
-    else
-    {
-        if (settings.spacing > 0.0)
-        {
-            warn_of_spacing(settings.spacing, measured, frames.source, scope);
-        }
-        scope.stage("compare the frames", 0.08,
-                    [&] { warn_of_poses(frames, measured, result.noise, scope); });
-    }
-    result.settings =
-        scope.stage("measure the spacing", is_noisy ? 0.41 : 0.09,
-                    [&] { return complete(result.settings, list, is_noisy, frames.source); });
+    auto const prepared = prepare(frames, measured, release, scope, result);
+    auto const list = result.prepared ? pointers(prepared) : data_of(frames);
+    result.settings = scope.stage(
+        "measure the spacing", result.prepared ? 0.41 : 0.09,
+        [&] { return complete(result.settings, list, result.prepared, frames.source); });
     std::vector<RangeData> single;
-    if (settings.layers != Layers::ALL)
+    bool const is_layered = settings.layers == Layers::ALL;
+    if (!is_layered)
     {
         single =
             scope.stage("take the overlap out", 0.7, [&] { return single_layer(list, result); });
     }
-    scope.stage("stitch the frames", 0.98,
-                [&] { stitch(settings.layers == Layers::ALL ? list : pointers(single), result); });
-    colour_from_photos(photos_of(frames), result.vertex_frames, result.mesh);
+    scope.stage("stitch the frames", 0.96,
+                [&] { stitch(is_layered ? list : pointers(single), result); });
+    scope.stage("colour the mesh", 0.98, [&] { colour_mesh(frames, scope, result); });
     scope.stage("look at the mesh", 1.0,
                 [&] { warn_of_shreds(result, measured, frames.source, scope); });
     result.seconds = watch.seconds();
