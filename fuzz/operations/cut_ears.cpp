@@ -34,10 +34,7 @@ void clip(ByteSource& source, TriMesh& mesh)
     ears.fill_nest_polygon_hole(mesh, mesh.halfedges_begin());
     auto const before = mesh.n_faces();
     ears.fill_hole(mesh);
-    if (mesh.n_faces() > before)
-    {
-        note_accepted();
-    }
+    note_growth(before, mesh.n_faces());
 }
 
 void trim(ByteSource& source, TriMesh& mesh)
@@ -47,10 +44,7 @@ void trim(ByteSource& source, TriMesh& mesh)
     ears.set_norm_thr(source.number());
     auto const before = mesh.n_faces();
     ears.ear_trimming(mesh);
-    if (mesh.n_faces() > before)
-    {
-        note_accepted();
-    }
+    note_growth(before, mesh.n_faces());
 }
 
 } // namespace

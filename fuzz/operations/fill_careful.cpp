@@ -76,9 +76,6 @@ void veld_fuzz::fill_careful(std::string_view input)
     {
         filling.fill_holes_core(mesh, holes, rings, faces, vertices, patches, verbose);
     }
-    if (mesh.n_faces() > before)
-    {
-        note_accepted();
-    }
+    note_growth(before, mesh.n_faces());
     require_sound_links(mesh);
 }

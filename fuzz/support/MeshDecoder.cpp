@@ -2,8 +2,10 @@
 
 #include "algorithmVeld/common/geometry/angles.h"
 #include "algorithmVeld/common/mesh/AddFace.h"
+#include "tests/support/meshes.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -133,19 +135,6 @@ bool has_status(TriMesh const& mesh)
            mesh.has_face_status();
 }
 
-/// An edge without faces, as hosts may make one with OpenMesh's own means.
-void add_lone_edge(TriMesh& mesh, Vector3f const& from, Vector3f const& to)
-{
-    auto const a = mesh.add_vertex(from);
-    auto const b = mesh.add_vertex(to);
-    auto const h = mesh.new_edge(a, b);
-    auto const back = mesh.opposite_halfedge_handle(h);
-    mesh.set_next_halfedge_handle(h, back);
-    mesh.set_next_halfedge_handle(back, h);
-    mesh.set_halfedge_handle(a, h);
-    mesh.set_halfedge_handle(b, back);
-}
-
 /// Whether OpenMesh can delete a vertex: it leaves edges without faces behind.
 bool has_only_faces(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
 {
@@ -180,87 +169,79 @@ void delete_something(ByteSource& source, TriMesh& mesh)
 
 void mark_something(ByteSource& source, TriMesh& mesh)
 {
-    auto const vertex = any_vertex(source, mesh);
-    int const what = source.below(4);
     if (!has_status(mesh) || mesh.n_vertices() == 0)
     {
+        source.below(static_cast<int>(mesh.n_vertices()));
+        source.below(4);
         return;
     }
-    auto& status = mesh.status(vertex);
+    auto& status = mesh.status(any_vertex(source, mesh));
+    int const what = source.below(4);
     status.set_locked(what == 0);
     status.set_selected(what == 1);
     status.set_feature(what == 2);
     status.set_hidden(what == 3);
 }
 
-void edit(ByteSource& source, TriMesh& mesh)
+void add_some_face(ByteSource& source, TriMesh& mesh)
 {
-    enum Edit
+    if (mesh.n_vertices() == 0)
     {
-        ADD_FACE,
-        ADD_FACE_AGAIN,
-        ADD_VERTEX,
-        MOVE_VERTEX,
-        SPOIL_VERTEX,
-        DELETE,
-        MARK_VERTEX,
-        LONE_EDGE,
-        SPOIL_NORMAL,
-        N_EDITS
-    };
-    switch (source.below(N_EDITS))
-    {
-    case ADD_FACE:
-    case ADD_FACE_AGAIN:
-        if (mesh.n_vertices() > 0)
-        {
-            int const a = any_vertex(source, mesh).idx();
-            int const b = any_vertex(source, mesh).idx();
-            int const c = any_vertex(source, mesh).idx();
-            if (!is_deleted(mesh, a) && !is_deleted(mesh, b) && !is_deleted(mesh, c))
-            {
-                add_face(mesh, a, b, c);
-            }
-        }
-        break;
-    case ADD_VERTEX:
-        mesh.add_vertex(decode_point(source));
-        break;
-    case MOVE_VERTEX:
-        if (mesh.n_vertices() > 0)
-        {
-            auto const vertex = any_vertex(source, mesh);
-            mesh.set_point(vertex, decode_point(source));
-        }
-        break;
-    case SPOIL_VERTEX:
-        if (mesh.n_vertices() > 0)
-        {
-            auto const vertex = any_vertex(source, mesh);
-            mesh.set_point(vertex, mesh.point(any_vertex(source, mesh)));
-        }
-        break;
-    case DELETE:
-        delete_something(source, mesh);
-        break;
-    case MARK_VERTEX:
-        mark_something(source, mesh);
-        break;
-    case LONE_EDGE:
-    {
-        Vector3f const from = decode_point(source);
-        add_lone_edge(mesh, from, decode_point(source));
-        break;
+        return;
     }
-    default:
-        if (mesh.has_vertex_normals() && mesh.n_vertices() > 0)
-        {
-            auto const vertex = any_vertex(source, mesh);
-            mesh.set_normal(vertex, decode_point(source));
-        }
-        break;
+    int const a = any_vertex(source, mesh).idx();
+    int const b = any_vertex(source, mesh).idx();
+    int const c = any_vertex(source, mesh).idx();
+    if (!is_deleted(mesh, a) && !is_deleted(mesh, b) && !is_deleted(mesh, c))
+    {
+        add_face(mesh, a, b, c);
     }
 }
+
+void add_some_vertex(ByteSource& source, TriMesh& mesh)
+{
+    mesh.add_vertex(decode_point(source));
+}
+
+void move_some_vertex(ByteSource& source, TriMesh& mesh)
+{
+    if (mesh.n_vertices() > 0)
+    {
+        auto const vertex = any_vertex(source, mesh);
+        mesh.set_point(vertex, decode_point(source));
+    }
+}
+
+/// Puts a vertex where another one is.
+void spoil_some_vertex(ByteSource& source, TriMesh& mesh)
+{
+    if (mesh.n_vertices() > 0)
+    {
+        auto const vertex = any_vertex(source, mesh);
+        mesh.set_point(vertex, mesh.point(any_vertex(source, mesh)));
+    }
+}
+
+/// As hosts may make one with OpenMesh's own means.
+void add_some_lone_edge(ByteSource& source, TriMesh& mesh)
+{
+    Vector3f const from = decode_point(source);
+    veld_test::add_lone_edge(mesh, from, decode_point(source));
+}
+
+void spoil_some_normal(ByteSource& source, TriMesh& mesh)
+{
+    if (mesh.has_vertex_normals() && mesh.n_vertices() > 0)
+    {
+        auto const vertex = any_vertex(source, mesh);
+        mesh.set_normal(vertex, decode_point(source));
+    }
+}
+
+/// Faces are added twice as often. The order is that of the seeds.
+constexpr std::array<void (*)(ByteSource&, TriMesh&), 9> EDITS{
+    add_some_face,    add_some_face,  add_some_vertex,    move_some_vertex, spoil_some_vertex,
+    delete_something, mark_something, add_some_lone_edge, spoil_some_normal};
 
 [[noreturn]] void complain(char const* what, int element)
 {
@@ -306,7 +287,8 @@ TriMesh decode_mesh(ByteSource& source)
     }
     for (int n = source.below(MOST_EDITS); n > 0 && mesh.n_vertices() < MOST_VERTICES; --n)
     {
-        edit(source, mesh);
+        auto const number = source.below(static_cast<int>(EDITS.size()));
+        EDITS[static_cast<std::size_t>(number)](source, mesh);
     }
     return mesh;
 }

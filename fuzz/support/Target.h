@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -16,6 +17,15 @@ void note_header();
 
 /// Notes that an input was read to its end, or that the operation on it succeeded.
 void note_accepted();
+
+/// Notes that an operation succeeded, if a mesh has more faces than before it.
+inline void note_growth(std::size_t before, std::size_t after)
+{
+    if (after > before)
+    {
+        note_accepted();
+    }
+}
 
 /// A folder of this process in TMPDIR, made at the first call and taken away at the end.
 std::filesystem::path const& work_folder();
