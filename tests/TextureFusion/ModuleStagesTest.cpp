@@ -34,6 +34,30 @@ using veld_test::HandTextured;
 
 using FaceGroup = HandTextured::Group;
 
+/// Draws depths to the pixels around that have one which is farther by more than 1, pixel by pixel.
+void dilate_in_place(std::vector<float>& image, int width, int height, float none)
+{
+    std::vector<float> const before = image;
+    auto const number = [width](int x, int y) { return static_cast<std::size_t>(y * width + x); };
+    for (int i = 0; i < width * height; ++i)
+    {
+        int const x = i % width;
+        int const y = i / width; // whole rows
+        float const depth = image[number(x, y)];
+        for (int r = std::max(y - 1, 0); r <= std::min(y + 1, height - 1) && depth != none; ++r)
+        {
+            for (int c = std::max(x - 1, 0); c <= std::min(x + 1, width - 1); ++c)
+            {
+                float& other = image[number(c, r)];
+                if (before[number(c, r)] != none && other > depth + 1.0F)
+                {
+                    other = depth;
+                }
+            }
+        }
+    }
+}
+
 TEST(DilationInPlace, IsThatOfTheWholeImage)
 {
     constexpr int WIDTH = 19;
@@ -57,30 +81,7 @@ TEST(DilationInPlace, IsThatOfTheWholeImage)
             buffer.insert(x, y, 0.5F * static_cast<float>(halves));
         }
         buffer.end_view();
-        std::vector<float> const before = image;
-        for (int y = 0; y < HEIGHT; ++y)
-        {
-            for (int x = 0; x < WIDTH; ++x)
-            {
-                float const depth = image[static_cast<std::size_t>(y * WIDTH + x)];
-                if (depth == FAR)
-                {
-                    continue;
-                }
-                for (int r = std::max(y - 1, 0); r <= std::min(y + 1, HEIGHT - 1); ++r)
-                {
-                    for (int c = std::max(x - 1, 0); c <= std::min(x + 1, WIDTH - 1); ++c)
-                    {
-                        float& other = image[static_cast<std::size_t>(r * WIDTH + c)];
-                        if (before[static_cast<std::size_t>(r * WIDTH + c)] != FAR &&
-                            other > depth + 1.0F)
-                        {
-                            other = depth;
-                        }
-                    }
-                }
-            }
-        }
+        dilate_in_place(image, WIDTH, HEIGHT, FAR);
         for (auto const& [x, y, halves] : samples)
         {
             float const depth = 0.5F * static_cast<float>(halves);

@@ -336,6 +336,29 @@ inline Eigen::Matrix3f axes_of(std::vector<Vector3f> const& points, Vector3f con
     return axes;
 }
 
+/// Of the corners of faces, in the photographs that they were given.
+inline double mean_depth(TextureState const& state, std::vector<int> const& faces)
+{
+    double depths = 0.0;
+    for (int const f : faces)
+    {
+        for (auto const& corner : state.faces[at(f)].chosen().corner)
+        {
+            depths += static_cast<double>(corner.depth);
+        }
+    }
+    return depths / static_cast<double>(3 * faces.size());
+}
+
+/// Makes a rectangle larger, so that it goes on around a pixel by a margin.
+inline void take_in(Vector2i const& pixel, int margin, PatchTex& r)
+{
+    r.min_x = std::min(r.min_x, pixel.x() - margin);
+    r.max_x = std::max(r.max_x, pixel.x() + margin);
+    r.min_y = std::min(r.min_y, pixel.y() - margin);
+    r.max_y = std::max(r.max_y, pixel.y() + margin);
+}
+
 /// Looks at a hole along its third axis, from as far off as the photographs around it were taken,
 /// with the camera and the size of a photograph.
 /// \return false if it has no surroundings, or nothing of it is in the picture
@@ -357,15 +380,7 @@ inline bool look_along_normal(PlainMesh const& mesh, TextureState const& state,
     }
     mean /= static_cast<float>(points.size());
     Eigen::Matrix3f const axes = axes_of(points, mesh.normals[at(work.hole_vertices[0])]);
-    double depths = 0.0;
-    for (int const f : ring_faces)
-    {
-        for (auto const& corner : state.faces[at(f)].chosen().corner)
-        {
-            depths += static_cast<double>(corner.depth);
-        }
-    }
-    double const distance = depths / static_cast<double>(3 * ring_faces.size());
+    double const distance = mean_depth(state, ring_faces);
     auto const pixel_of = [&](int vertex)
     {
         Vector3f q = axes.transpose() * (mesh.points[at(vertex)] - mean);
@@ -385,10 +400,7 @@ inline bool look_along_normal(PlainMesh const& mesh, TextureState const& state,
         for (int const v : vertices)
         {
             pixels.push_back(pixel_of(v));
-            r.min_x = std::min(r.min_x, pixels.back().x() - margin);
-            r.max_x = std::max(r.max_x, pixels.back().x() + margin);
-            r.min_y = std::min(r.min_y, pixels.back().y() - margin);
-            r.max_y = std::max(r.max_y, pixels.back().y() + margin);
+            take_in(pixels.back(), margin, r);
         }
     };
     project(work.hole_vertices, work.hole_pixels);
