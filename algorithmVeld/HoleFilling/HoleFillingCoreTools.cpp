@@ -5,6 +5,7 @@
 
 #include "algorithmVeld/HoleFilling/careful/HoleFiles.h"
 #include "algorithmVeld/HoleFilling/careful/HoleRefinement.h"
+#include "algorithmVeld/HoleFilling/fairing/LaplaceWeights.h"
 #include "algorithmVeld/HoleFilling/triangulation/HoleTriangulation.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
 #include "algorithmVeld/common/mesh_files/MeshDump.h"
