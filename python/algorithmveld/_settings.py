@@ -38,7 +38,8 @@ class MergeOptions(CallOptions, total=False):
     stitch_radius: float | None
     """Half of the distance in mm in which a border looks for another one; None: one spacing."""
     long_edge: float | None
-    """Border edges longer than this in mm are cut away; None: five spacings."""
+    """Border edges longer than this in mm are cut away; None: five spacings, of frames that
+    are smoothed eight, or one and a half closed steps."""
     max_hole_edges: int | None
     """Holes of at most so many edges are closed."""
     min_component: int | None
@@ -264,7 +265,7 @@ SETTINGS: dict[str, dict[str, str]] = {
         "layers": "Where frames overlap, the one that saw a place best stays, moved to the mean of all (mean) or as it is (best), or every frame does (all).",
         "spacing": "mm between neighbouring points; None: measured.",
         "stitch_radius": "Half of the distance in mm in which a border looks for another one; None: one spacing.",
-        "long_edge": "Border edges longer than this in mm are cut away; None: five spacings.",
+        "long_edge": "Border edges longer than this in mm are cut away; None: five spacings, of frames that are smoothed eight, or one and a half closed steps.",
         "max_hole_edges": "Holes of at most so many edges are closed.",
         "min_component": "Pieces of so many faces or fewer go.",
         "neighbour_factor": "Longest stitched edge, in spacings.",
