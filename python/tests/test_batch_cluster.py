@@ -11,18 +11,19 @@ import time
 from contextlib import ExitStack, contextmanager
 
 import algorithmveld as veld
+import dask
 import pytest
 from algorithmveld import batch
 from algorithmveld.batch._places import Places
 from algorithmveld.batch._tasks import look
-from distributed import Client, LocalCluster
+from distributed import Client, LocalCluster, WorkerPlugin
 from test_batch import RECIPE, job_of, save_scan, steps_done
 
 
 @pytest.fixture(scope="module")
 def cluster():
     with LocalCluster(
-        n_workers=2, threads_per_worker=1, dashboard_address=None, silence_logs=50,
+        n_workers=2, threads_per_worker=1, dashboard_address="127.0.0.1:0", silence_logs=50,
         resources={"MEMORY": 1e9},
     ) as made:  # fmt: skip
         yield made
@@ -161,22 +162,88 @@ def test_a_worker_that_is_killed_loses_nothing(client, scans, tmp_path):
     assert_each_step_once(scans, tmp_path, but=1)
 
 
-def test_a_worker_that_cannot_write_leaves_its_scans_to_others(client, scans, tmp_path):
+def limit_files(size):
+    """For a worker: what it writes can only be so long."""
+
+    def limit():
+        hard = resource.getrlimit(resource.RLIMIT_FSIZE)[1]
+        resource.setrlimit(resource.RLIMIT_FSIZE, (hard if size is None else size, hard))
+
+    return limit
+
+
+def test_a_worker_that_cannot_write_leaves_its_scans_to_others(client, tmp_path):
+    scans = [save_scan(tmp_path / "scans" / f"m{i:02}.ply", 9 + i) for i in range(16)]
     victim = next(iter(client.run(os.getpid)))
-    hard = resource.getrlimit(resource.RLIMIT_FSIZE)[1]
-
-    def limit(size):
-        resource.setrlimit(resource.RLIMIT_FSIZE, (size, hard))
-
     with held_up(scans, tmp_path):
         at_work = Background(lambda: run(client, tmp_path))
         wait_for(lambda: victim in executing(client, "clean"))
-        client.run(limit, 100, workers=[victim])
+        client.run(limit_files(100), workers=[victim])
     try:
-        assert at_work.wait().summary == "4 scans: 4 made"
+        assert at_work.wait().summary == "16 scans: 16 made"
     finally:
-        client.run(limit, hard, workers=[victim])
-    assert_each_step_once(scans, tmp_path, but=4)
+        client.run(limit_files(None), workers=[victim])
+    assert_each_step_once(scans, tmp_path, but=len(scans))
+
+
+def test_a_scan_does_not_wait_for_workers_that_are_no_more(client, scans, tmp_path):
+    for path in scans[2:]:
+        path.unlink()
+    pids = client.run(os.getpid)
+    with held_up(scans[1:2], tmp_path):
+        with held_up(scans[:1], tmp_path):
+            at_work = Background(lambda: run(client, tmp_path))
+            wait_for(lambda: len(executing(client, "clean")) == 2)
+            client.run(limit_files(100))
+        good = wait_for(lambda: one_of(executing(client, "clean")))
+        bad = next(worker for worker in pids if worker != good)
+        time.sleep(0.5)  # the first scan now waits for the worker that is busy
+        os.kill(pids[good], signal.SIGKILL)
+        wait_for(lambda: len(set(client.run(os.getpid, on_error="ignore")) - {good}) == 2)
+    try:
+        result = at_work.wait()
+        assert [scan.reason for scan in result.scans] == [None, None]
+    finally:
+        client.run(limit_files(None), workers=[bad])
+    assert_each_step_once(scans[:2], tmp_path, but=2)
+
+
+def one_of(workers):
+    return workers[0] if len(workers) == 1 else None
+
+
+def killer_of(name):
+    """Takes a worker down whenever it gets this scan, also those that are started for it."""
+
+    class Killer(WorkerPlugin):  # in here, so that workers get it as a value
+        def setup(self, worker):
+            usual = veld.run
+
+            def run(scan, *arguments, **options):
+                if scan.endswith(name):
+                    os._exit(1)
+                return usual(scan, *arguments, **options)
+
+            veld.run = run
+
+    return Killer()
+
+
+def test_a_scan_that_takes_its_workers_down_is_told_of_and_stops_no_other(scans, tmp_path):
+    with (
+        dask.config.set({"distributed.scheduler.allowed-failures": 0}),
+        LocalCluster(
+            n_workers=2, threads_per_worker=1, dashboard_address="127.0.0.1:0", silence_logs=50
+        ) as cluster,
+        Client(cluster, set_as_default=False) as client,
+    ):
+        client.register_plugin(killer_of("m1.ply"))
+        result = run(client, tmp_path)
+    assert result.summary == "4 scans: 3 made, 1 failed"
+    assert result.failed[0].name == "m1"
+    assert (
+        result.failed[0].reason == "clean: its worker was lost each time; it may need more memory"
+    )
 
 
 def test_a_batch_ends_with_its_scheduler_and_goes_on_with_another(client, scans, tmp_path):

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import argparse
 import json
+import logging
 import sys
 
 from .._errors import InputError, OperationError
@@ -58,6 +59,7 @@ def main(arguments: list[str] | None = None) -> int:
         return 1 if end.code else 0
     if given.scheduler and (given.workers or given.memory_limit):
         return _fail("--workers and --memory-limit are for a cluster on this machine", 1)
+    logging.getLogger("distributed").setLevel(logging.CRITICAL)  # one line tells the reason
     try:
         result = run(
             given.recipe,

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import json
+import math
 import os
 import time
 import uuid
@@ -15,21 +16,26 @@ from typing import TYPE_CHECKING, Any
 
 import algorithmveld as veld
 
-from .._errors import InputError, OperationError
+from .._errors import InputError
 from .._run import RecipeLike
 from ._page import write_summary
 from ._places import Places, write_json
 from ._results import BatchResult, ScanResult, result_at
 from ._scans import PathLike, ScansLike, find_scans, size_of
-from ._scheduler import MemoryLike, Scheduler, connected
+from ._scheduler import MemoryLike, Scheduler, connected, lost
 from ._tasks import Job, State, look, take_step
 
 if TYPE_CHECKING:
     from distributed import Future
 
+PAUSE = 0.05  # seconds between two looks at what is done
+RESTART = 20.0  # seconds that a worker that died may take to come again
 AHEAD = 4  # scans for each thread of the workers that the scheduler knows of at a time
+# What a step takes, by measuring: a part that is always taken, and so much for each byte of the
+# input. Photographs are stored small.
 LEAST_MEMORY = 200_000_000
-MEMORY_FACTOR = 15  # bytes that a step takes for each byte of its input
+SCAN_FACTOR = 25
+PHOTO_FACTOR = 80
 
 
 @dataclass(frozen=True)
@@ -37,9 +43,13 @@ class _Attempt:
     job: Job
     number: int
     """Of the scan."""
-    memory: int
+    scan_memory: int
+    photo_memory: int
+    """What a texture takes besides."""
     without: str = ""
     """The worker on which the scan failed."""
+    allowed: frozenset[str] = frozenset()
+    """Then the workers that were there beside it, for as long as one of them is."""
     was_lost: bool = False
     """Whether it was lost together with its worker, and now runs alone."""
 
@@ -124,10 +134,11 @@ class _Driver:
         self._results: list[ScanResult] = []
         self._count = 0
         self._lost: list[_Attempt] = []
+        self._stranded_since = math.inf
 
     def go(self, jobs: list[Job]) -> list[ScanResult]:
         self._count = len(jobs)
-        attempts = [_Attempt(job, i, _memory_of(job)) for i, job in enumerate(jobs)]
+        attempts = [_Attempt(job, i, *_memory_of(job)) for i, job in enumerate(jobs)]
         self._run_all(deque(attempts), None)
         # A scan that takes its worker down takes others with it: alone, each tells for itself.
         lost, self._lost = self._lost, []
@@ -142,14 +153,16 @@ class _Driver:
         with self._cancelling(running):
             while waiting or running:
                 while waiting and len(running) < (most or self._window()):
-                    attempt = waiting.popleft()
+                    attempt = self._placed(waiting.popleft())
                     future = self._submit(attempt)
                     running[future] = attempt
                     completed.add(future)
-                future = next(completed)
-                again = self._take(future, running.pop(future))
-                if again:
-                    waiting.appendleft(again)
+                if completed.has_ready():
+                    future = next(completed)
+                    if future in running:  # and was not taken back
+                        waiting.extendleft(self._take(future, running.pop(future)))
+                elif not self._take_back(running, waiting):
+                    time.sleep(PAUSE)
 
     @contextmanager
     def _cancelling(self, running: dict[Future[Any], _Attempt]) -> Iterator[None]:
@@ -164,43 +177,65 @@ class _Driver:
         threads: int = sum(worker["nthreads"] for worker in self._scheduler.workers().values())
         return AHEAD * max(1, threads)
 
+    def _placed(self, attempt: _Attempt) -> _Attempt:
+        if not attempt.without:
+            return attempt
+        there = frozenset(self._scheduler.workers(now=True))
+        return replace(attempt, allowed=there - {attempt.without})
+
+    def _take_back(self, running: dict[Future[Any], _Attempt], waiting: deque[_Attempt]) -> bool:
+        """Takes back what waits for workers that are no more. The scheduler would wait for ever."""
+        restricted = {future: attempt for future, attempt in running.items() if attempt.allowed}
+        if not restricted:
+            return False
+        there = self._scheduler.workers()
+        stranded = [f for f, attempt in restricted.items() if not attempt.allowed & there.keys()]
+        if not stranded:
+            self._stranded_since = math.inf
+            return False
+        self._stranded_since = min(self._stranded_since, time.monotonic())
+        if len(there) < 2 and time.monotonic() - self._stranded_since < RESTART:
+            return False
+        for future in stranded:
+            waiting.appendleft(running.pop(future))
+            future.cancel()
+        return True
+
     def _submit(self, attempt: _Attempt) -> Future[Any]:
         """The chain of tasks of a scan. Earlier scans come first, so that they end first."""
         job = attempt.job
         options: dict[str, Any] = {
             "pure": False,
             "priority": -attempt.number,
-            "resources": self._scheduler.resources(attempt.memory),
         }
-        if attempt.without:
-            options["workers"] = [w for w in self._scheduler.workers() if w != attempt.without]
-            options["allow_other_workers"] = True
+        if attempt.allowed:
+            options["workers"] = sorted(attempt.allowed)
         submit = self._scheduler.client.submit
         future = submit(look, job, key=f"look-{uuid.uuid4().hex}", **options)
         for i, name in enumerate(job.steps):
+            need = attempt.scan_memory + (attempt.photo_memory if name == "texture" else 0)
+            options["resources"] = self._scheduler.resources(need)
             key = f"{name}-{uuid.uuid4().hex}"
             future = submit(take_step, future, job, i + 1, key=key, **options)
         return future
 
-    def _take(self, future: Future[Any], attempt: _Attempt) -> _Attempt | None:
+    def _take(self, future: Future[Any], attempt: _Attempt) -> list[_Attempt]:
         """Notes what became of a scan, or gives how it is to be tried again."""
         state = self._state_of(future, attempt)
         if state is None:
-            return None
-        others = [worker for worker in self._scheduler.workers() if worker != state.worker]
-        if state.may_do_elsewhere and others and not attempt.without:
-            return replace(attempt, without=state.worker)
+            return []
+        if state.may_do_elsewhere and not attempt.without:
+            others = self._scheduler.workers(now=True).keys() - {state.worker}
+            if others:
+                return [replace(attempt, without=state.worker)]
         self._note(state, attempt.job)
-        return None
+        return []
 
     def _state_of(self, future: Future[Any], attempt: _Attempt) -> State | None:
         from distributed import KilledWorker
 
         if future.status in ("cancelled", "lost"):
-            raise OperationError(
-                "the scheduler was lost; what is made stays, and a batch that is started again "
-                "goes on"
-            )
+            raise lost()
         error = future.exception()
         if error is None:
             state: State = future.result()
@@ -233,5 +268,7 @@ class _Driver:
         self._say(f"{len(self._results)}/{self._count} {scan.name}: {line}")
 
 
-def _memory_of(job: Job) -> int:
-    return LEAST_MEMORY + MEMORY_FACTOR * size_of(job.scan, job.with_photos)
+def _memory_of(job: Job) -> tuple[int, int]:
+    scan = size_of(job.scan, with_photos=False)
+    photos = size_of(job.scan, with_photos=True) - scan
+    return LEAST_MEMORY + SCAN_FACTOR * scan, PHOTO_FACTOR * photos

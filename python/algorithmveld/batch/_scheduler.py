@@ -3,9 +3,10 @@
 from __future__ import annotations
 
 import os
+import time
 from collections.abc import Callable, Iterator
 from contextlib import contextmanager
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from typing import TYPE_CHECKING, Any, Union
 
 from .._core import VERSION
@@ -19,6 +20,7 @@ MEMORY = "MEMORY"
 """The name under which workers declare their memory, and tasks what they take of it: bytes."""
 MemoryLike = Union[int, str, None]
 FIRST_WORKER = 60  # seconds to wait for one
+AS_OLD = 1.0  # seconds for which it is known which workers there are
 Tell = Callable[[str], Any]
 
 
@@ -33,14 +35,29 @@ class Scheduler:
     memory: int
     """Of the worker that has most; 0 where one does not declare it."""
 
-    def workers(self) -> dict[str, Any]:
-        """Those that are there, by their address."""
-        found: dict[str, Any] = self.client.scheduler_info(n_workers=-1)["workers"]
-        return found
+    _workers: dict[str, Any] = field(default_factory=dict)
+    _asked: float = -AS_OLD
+
+    def workers(self, *, now: bool = False) -> dict[str, Any]:
+        """Those that are there, or were a second ago, by their address."""
+        if now or time.monotonic() - self._asked >= AS_OLD:
+            try:
+                self._workers = self.client.scheduler_info(n_workers=-1)["workers"]
+            except (OSError, ValueError) as error:
+                raise lost() from error
+            self._asked = time.monotonic()
+        return self._workers
 
     def resources(self, need: int) -> dict[str, float]:
         """What a task declares. One that needs more than any worker has gets one for itself."""
         return {MEMORY: min(need, self.memory)} if self.memory else {}
+
+
+def lost() -> OperationError:
+    """What ends a batch."""
+    return OperationError(
+        "the scheduler was lost; what is made stays, and a batch that is started again goes on"
+    )
 
 
 @contextmanager
@@ -75,7 +92,7 @@ def _own(workers: int | None, memory_limit: MemoryLike) -> Iterator[Scheduler]:
             processes=True,
             memory_limit=memory,
             resources={MEMORY: memory},
-            dashboard_address=None,
+            dashboard_address="127.0.0.1:0",
             silence_logs=50,  # the reasons are told by the batch
         ) as cluster,
         Client(cluster, set_as_default=False) as client,
