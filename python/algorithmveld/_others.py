@@ -35,10 +35,14 @@ def from_trimesh(other: Any) -> Mesh:
     faces = getattr(other, "faces", None)
     visual = getattr(other, "visual", None)
     colors = None
-    if visual is not None and getattr(visual, "kind", None) == "vertex":
-        colors = np.asarray(visual.vertex_colors)[:, :3]
-    elif faces is None and len(getattr(other, "colors", ())) == len(other.vertices):
-        colors = np.asarray(other.colors)[:, :3]
+    if faces is None:
+        given = np.asarray(getattr(other, "colors", ()))
+    elif getattr(visual, "kind", None) == "vertex":
+        given = np.asarray(visual.vertex_colors)
+    else:
+        given = np.empty(0)
+    if given.ndim == 2 and len(given) == len(other.vertices):
+        colors = given[:, :3]
     # What is not stored would be computed now, and be none of the scan's.
     cache = getattr(other, "_cache", None)
     stored = faces is not None and cache is not None and "vertex_normals" in cache

@@ -230,6 +230,8 @@ class RenderOptions(CallOptions, total=False):
     """Width of the rims of holes in pixels; 0 draws none."""
     unlit: bool | None
     """Whether a texture is shown as it is, without light and shadow."""
+    plain: bool | None
+    """Whether colours of vertices are left out."""
 
 
 class SticksOptions(CallOptions, total=False):
@@ -353,6 +355,7 @@ SETTINGS: dict[str, dict[str, str]] = {
         "up": "Axis that points up: y (front is +z) or z (front is -y).",
         "line_width": "Width of the rims of holes in pixels; 0 draws none.",
         "unlit": "Whether a texture is shown as it is, without light and shadow.",
+        "plain": "Whether colours of vertices are left out.",
     },
     "sticks": {
         "tips": "Where their tips lie: towards -z or +z.",

@@ -62,6 +62,7 @@ OTHERS: dict[str, dict[str, tuple[str, str]]] = {
         "up": ('Literal["y", "z"]', "Axis that points up: y (front is +z) or z (front is -y)."),
         "line_width": ("float", "Width of the rims of holes in pixels; 0 draws none."),
         "unlit": ("bool", "Whether a texture is shown as it is, without light and shadow."),
+        "plain": ("bool", "Whether colours of vertices are left out."),
     },
     "sticks": {"tips": ('Literal["down", "up"]', "Where their tips lie: towards -z or +z.")},
 }
