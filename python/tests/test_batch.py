@@ -6,13 +6,14 @@ import subprocess
 import sys
 import threading
 import time
+from collections import deque
 from pathlib import Path
 
 import algorithmveld as veld
 import pytest
 from algorithmveld import batch
 from algorithmveld.batch import __main__ as command
-from algorithmveld.batch import _scheduler
+from algorithmveld.batch import _run, _scheduler
 from algorithmveld.batch._page import write_summary
 from algorithmveld.batch._places import Places
 from algorithmveld.batch._results import result_at
@@ -291,6 +292,44 @@ def test_a_task_declares_no_more_than_a_worker_has():
     assert scheduler.resources(4000) == {"MEMORY": 1000}
     scheduler.memory = 0
     assert scheduler.resources(400) == {}
+
+
+class StandIn:
+    """For a scheduler with these workers, and for the future of a scan."""
+
+    def __init__(self, *workers):
+        self.there = dict.fromkeys(workers)
+        self.cancelled = False
+
+    def workers(self, *, now=False):
+        return self.there
+
+    def cancel(self):
+        self.cancelled = True
+
+
+@pytest.mark.parametrize(
+    ("there", "restart", "is_taken_back"),
+    [
+        (("bad", "good"), 0.0, False),
+        (("bad", "another"), 60.0, True),
+        (("bad",), 60.0, False),  # the good one may be starting again
+        (("bad",), 0.0, True),
+    ],
+)
+def test_a_scan_does_not_wait_for_workers_that_are_no_more(
+    monkeypatch, there, restart, is_taken_back
+):
+    monkeypatch.setattr(_run, "RESTART", restart)
+    driver = _run._Driver(StandIn(*there), None, None)
+    job = job_of(Path("/scan.ply"), "/out")
+    attempt = _run._Attempt(job, 0, 0, 0, without="bad", allowed=frozenset({"good"}))
+    future, waiting = StandIn(), deque()
+    running = {future: attempt}
+    assert driver._take_back(running, waiting) == is_taken_back
+    assert future.cancelled == is_taken_back
+    assert list(waiting) == ([attempt] if is_taken_back else [])
+    assert len(running) == (not is_taken_back)
 
 
 def test_a_wrong_recipe_is_told_before_anything_is_made(tmp_path, capsys):

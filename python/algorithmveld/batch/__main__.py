@@ -59,7 +59,6 @@ def main(arguments: list[str] | None = None) -> int:
         return 1 if end.code else 0
     if given.scheduler and (given.workers or given.memory_limit):
         return _fail("--workers and --memory-limit are for a cluster on this machine", 1)
-    logging.getLogger("distributed").setLevel(logging.CRITICAL)  # one line tells the reason
     try:
         result = run(
             given.recipe,
@@ -91,4 +90,5 @@ def _fail(reason: str, status: int) -> int:
 
 
 if __name__ == "__main__":
+    logging.disable(logging.ERROR)  # of Dask; one line tells the reason
     sys.exit(main())

@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+import asyncio
+import concurrent.futures
 import json
 import math
 import os
@@ -150,7 +152,7 @@ class _Driver:
 
         running: dict[Future[Any], _Attempt] = {}
         completed = as_completed(loop=self._scheduler.client.loop)
-        with self._cancelling(running):
+        with self._cancelling(running), self._telling_of_loss():
             while waiting or running:
                 while waiting and len(running) < (most or self._window()):
                     attempt = self._placed(waiting.popleft())
@@ -172,6 +174,24 @@ class _Driver:
             if self._scheduler.client.status == "running":
                 self._scheduler.client.cancel(list(running))
             raise
+
+    @contextmanager
+    def _telling_of_loss(self) -> Iterator[None]:
+        """Each call of a scheduler that goes away meanwhile has an error of its own for it."""
+        from distributed.comm.core import CommClosedError
+
+        try:
+            yield
+        except (
+            CommClosedError,
+            asyncio.CancelledError,
+            concurrent.futures.CancelledError,
+        ) as error:
+            raise lost() from error
+        except Exception as error:
+            if self._scheduler.client.status == "running":
+                raise
+            raise lost() from error
 
     def _window(self) -> int:
         threads: int = sum(worker["nthreads"] for worker in self._scheduler.workers().values())
