@@ -37,7 +37,7 @@ def from_trimesh(other: Any) -> Mesh:
     colors = None
     if faces is None:
         given = np.asarray(getattr(other, "colors", ()))
-    elif getattr(visual, "kind", None) == "vertex":
+    elif visual is not None and getattr(visual, "kind", None) == "vertex":
         given = np.asarray(visual.vertex_colors)
     else:
         given = np.empty(0)
