@@ -266,6 +266,7 @@ std::vector<FramePair> likely_pairs(std::vector<SampledFrame> const& frames,
                                     std::vector<RigidMatrix> const& poses, double reach)
 {
     std::vector<double> radii;
+    radii.reserve(frames.size());
     for (auto const& frame : frames)
     {
         radii.push_back(frame.radius);
