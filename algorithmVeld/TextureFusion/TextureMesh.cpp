@@ -394,6 +394,8 @@ RetVal TextureMesh::module_boundary_optimization()
                                                        detail::PIECE_MARGIN, detail::MODULE_TEXTS);
                 });
     work.patch_textures.clear();
+    work.holes.clear(); // of a run before
+    work.repaired = {};
     work.done = ModuleWork::Done::PARTITIONED;
     return RET_SUCCESS;
 }
@@ -423,6 +425,7 @@ RetVal TextureMesh::module_tex_hole_repair()
     {
         return RET_INVALID_INPUT;
     }
+    work.done = ModuleWork::Done::PARTITIONED; // holds if this is ended half way
     bool const is_filled =
         MODULES.run("tex-hole-repair",
                     [&]

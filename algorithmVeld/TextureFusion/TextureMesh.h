@@ -48,7 +48,8 @@ public:
     void initialize();
 
     /// \param list the intrinsics of each view, in pixels, without distortion. Those of the first
-    ///        one serve all texture holes. An empty list throws std::out_of_range.
+    ///        one serve all texture holes. An empty list throws std::out_of_range, and those of
+    ///        before are gone.
     void set_cam_intrinsic(std::vector<CameraInParam> const& list);
 
     /// Copies what is to be textured. Nothing changes if `ids` is empty, or the mesh has fewer than

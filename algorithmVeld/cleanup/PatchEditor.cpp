@@ -8,6 +8,7 @@
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/Progress.h"
 
+#include <algorithm>
 #include <limits>
 #include <vector>
 

@@ -234,6 +234,10 @@ struct ChosenFrames
         }
     }
 
+    ChosenFrames(ChosenFrames const&) = delete; // the list names frames of its own
+    ChosenFrames& operator=(ChosenFrames const&) = delete;
+    ~ChosenFrames() = default;
+
     /// Counts what went with the frames that were emptied.
     void count_emptied(std::vector<RangeData const*> const& ranges,
                        std::vector<FrameOverlap::FrameCounts>& counts) const

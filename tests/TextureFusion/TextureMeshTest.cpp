@@ -540,6 +540,28 @@ TEST(TextureMesh, MayBeCancelledAnywhereAndLeavesTheMesh)
               RET_SUCCESS);
 }
 
+TEST(TextureMesh, AHoleRepairThatWasEndedLeavesNoTexture)
+{
+    ModuleScene const scene = strip_and_three_views();
+    TextureMesh texture;
+    scene.give_to(texture);
+    ASSERT_EQ(texture.process_fusion(), RET_SUCCESS);
+    BaseTriMesh whole;
+    ASSERT_EQ(texture.get_textured_mesh(whole), RET_SUCCESS);
+    CancelToken token;
+    token.cancel();
+    {
+        RunScope const run(token);
+        EXPECT_THROW(texture.module_tex_hole_repair(), Cancelled);
+    }
+    BaseTriMesh mesh;
+    EXPECT_EQ(texture.get_textured_mesh(mesh), RET_INVALID_INPUT);
+    EXPECT_EQ(texture.module_tex_hole_repair(), RET_SUCCESS);
+    EXPECT_EQ(texture.module_compute_texture(), RET_SUCCESS);
+    ASSERT_EQ(texture.get_textured_mesh(mesh), RET_SUCCESS);
+    EXPECT_TRUE(veld_test::same(whole, mesh));
+}
+
 // -------------------------------------------------------------------------------- texts and timers
 
 /// What the log tells of the modules, in this order.

@@ -258,7 +258,7 @@ std::vector<std::vector<std::size_t>> painting_order(std::vector<PlannedHole> co
 /// Paints the holes of a turn from the colours that the vertices have now.
 void paint_turn(TriMesh& mesh, TexProperties const& properties,
                 std::vector<PlannedHole> const& plans, std::vector<std::size_t> const& turn,
-                RectangleSolver solver, RepairedHoles& repaired)
+                RectangleSolver solver, RepairedHoles& repaired, TaskLines& lines)
 {
     auto const& vertex_colours = mesh.property(properties.vert_color).data_vector();
     std::vector<std::size_t> n_pixels;
@@ -271,6 +271,7 @@ void paint_turn(TriMesh& mesh, TexProperties const& properties,
                        [&](std::size_t k)
                        {
                            std::size_t const h = turn[k];
+                           CollectedLog const collected(lines[h]);
                            repaired.hole_textures[h] =
                                paint_hole(plans[h], h, vertex_colours, solver);
                        });
@@ -332,13 +333,15 @@ RepairedHoles repair_texture_holes(TriMesh& mesh, TexProperties const& propertie
     unrepaired.is_hole = true;
     repaired.hole_patches.assign(holes.size(), unrepaired);
     auto const order = painting_order(plans, mesh.n_vertices(), settings.colours);
+    TaskLines lines(holes.size());
     for (std::size_t i = 0; i < order.size(); ++i)
     {
         auto const n_turns = static_cast<double>(order.size());
         ProgressPart const part(static_cast<double>(i) / n_turns,
                                 static_cast<double>(i + 1) / n_turns);
-        paint_turn(mesh, properties, plans, order[i], settings.solver, repaired);
+        paint_turn(mesh, properties, plans, order[i], settings.solver, repaired, lines);
     }
+    print_in_order(lines);
     return repaired;
 }
 

@@ -171,7 +171,7 @@ void rasterize_seams(ColourFusion& fusion)
 {
     StepTimer const timer("edge-rasterization", "poisson-solve");
     std::vector<RasterizedEdges> rasterized(fusion.patches.size());
-    std::vector<std::vector<std::string>> lines(fusion.patches.size());
+    TaskLines lines(fusion.patches.size());
     parallel_for_uneven(static_cast<std::ptrdiff_t>(fusion.patches.size()),
                         [&](std::ptrdiff_t i)
                         {
@@ -182,14 +182,11 @@ void rasterize_seams(ColourFusion& fusion)
                                 fusion.faces.patch_boundary_faces[p], rasterized[p]);
                         });
     RasterizedEdges all;
-    for (std::size_t p = 0; p < rasterized.size(); ++p)
+    for (auto const& of_patch : rasterized)
     {
-        all.add(rasterized[p]);
-        for (auto const& line : lines[p])
-        {
-            CollectedLog::print(line.c_str());
-        }
+        all.add(of_patch);
     }
+    print_in_order(lines);
     log_rasterized(all);
 }
 

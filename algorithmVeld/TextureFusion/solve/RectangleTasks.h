@@ -4,7 +4,6 @@
 #include "algorithmVeld/common/running/ParallelFor.h"
 
 #include <cstddef>
-#include <string>
 #include <vector>
 
 namespace OrvaneAlgorithm::detail
@@ -27,7 +26,7 @@ template <typename Task>
 void for_each_rectangle(std::vector<std::size_t> const& n_pixels, Task const& task)
 {
     LargeFirst const sorted = large_first(n_pixels);
-    std::vector<std::vector<std::string>> lines(n_pixels.size());
+    TaskLines lines(n_pixels.size());
     auto const run = [&](std::size_t k)
     {
         CollectedLog const collected(lines[k]);
@@ -47,13 +46,7 @@ void for_each_rectangle(std::vector<std::size_t> const& n_pixels, Task const& ta
         for_each_index(sorted.order.size() - sorted.n_large,
                        [&](std::size_t i) { run(sorted.order[sorted.n_large + i]); });
     }
-    for (auto const& of_one : lines)
-    {
-        for (auto const& line : of_one)
-        {
-            CollectedLog::print(line.c_str());
-        }
-    }
+    print_in_order(lines);
 }
 
 } // namespace OrvaneAlgorithm::detail

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/common/arrays/GridMap.h"
+#include "algorithmVeld/common/arrays/checked.h"
 #include "algorithmVeld/common/geometry/unit_vector.h"
 
 #include <cstddef>
@@ -20,8 +21,9 @@ inline Vector3d grid_step(std::vector<Vector3f> const& points, int before, int h
 /// The normal of a vertex by the steps to its neighbours on the grid; zero where they tell none.
 inline Vector3f grid_normal(RangeData const& frame, GridMap const& map, std::size_t i)
 {
-    long long const r = frame.vUV[i].row;
-    long long const c = frame.vUV[i].col;
+    auto const [row, col] = at(frame.vUV, i);
+    long long const r = row;
+    long long const c = col;
     int const here = map(r, c);
     if (here < 0)
     {

@@ -178,6 +178,7 @@ inline bool is_bare(TriMesh const& mesh, OpenMesh::HalfedgeHandle h)
 }
 
 /// Deletes an edge without faces, whose vertices stay. OpenMesh's own deletion leaves it linked.
+/// The mesh needs its status attributes.
 inline void delete_bare_edge(TriMesh& mesh, OpenMesh::EdgeHandle edge)
 {
     for (unsigned const side : {0U, 1U})

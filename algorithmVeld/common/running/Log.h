@@ -47,6 +47,21 @@ private:
     std::vector<std::string>* before_;
 };
 
+/// The lines that each task of a loop collected.
+using TaskLines = std::vector<std::vector<std::string>>;
+
+/// Logs what tasks collected, in their order.
+inline void print_in_order(TaskLines const& lines)
+{
+    for (auto const& of_task : lines)
+    {
+        for (auto const& line : of_task)
+        {
+            CollectedLog::print(line.c_str());
+        }
+    }
+}
+
 /// Formats a line and logs it if `enabled` is true.
 template <typename... Arguments>
 void log_line(bool enabled, char const* format, Arguments... arguments)

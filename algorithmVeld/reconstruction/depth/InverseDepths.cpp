@@ -189,7 +189,8 @@ InverseDepths inverse_depths(RangeData const& frame)
     {
         auto const [row, col] = at(frame.vUV, i);
         float const depth = std::abs(frame.vCoord[i].z());
-        if (row >= 0 && row < image.rows && col >= 0 && col < image.columns && depth > 0.0F)
+        if (row >= 0 && row < image.rows && col >= 0 && col < image.columns &&
+            depth >= std::numeric_limits<float>::min()) // Below, the inverse is infinite.
         {
             image.value[image.index(row, col)] = 1.0F / depth;
             image.vertex[image.index(row, col)] = static_cast<int>(i);

@@ -84,8 +84,8 @@ private:
     {
         Vector3d const point = place_of(from_pose_, from_.point[i].cast<double>());
         Vector3d const inside = place_of(to_frame_, point);
-        // A comparison with NaN is false.
-        // Without the limit a search far from all points takes long.
+        // Without the limit a search far from all points takes long. A comparison with NaN is
+        // false.
         if (!((inside - to_.centre).norm() <= to_.radius + reach_) ||
             to_.tree.radius_search(inside.cast<float>(), search_radius_, found_, distances_, 1) < 1)
         {

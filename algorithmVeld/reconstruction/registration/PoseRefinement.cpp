@@ -201,7 +201,7 @@ private:
 
     std::vector<SampledFrame> const& frames_;
     std::vector<RigidMatrix> const& given_;
-    RefinementLimits const& limits_;
+    RefinementLimits limits_;
     MotionFrame about_;
     std::vector<FramePair> pairs_;
     std::vector<char> moves_;
