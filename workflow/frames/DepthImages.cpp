@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <memory>
 #include <utility>
+#include <vector>
 
 /// \file
 /// Depth images: `cameras.json` with a list of views, each with intrinsics, the pose from global to
@@ -183,15 +184,23 @@ bool is_cell(DepthImage const& image, int row, int column)
            *farthest - *nearest <= LARGEST_JUMP * *nearest;
 }
 
+/// The grid has the columns of the image from right to left: so all cells look at the camera, as
+/// rays through pixels never cross.
 RangeData frame_of(DepthImage const& image, View const& view)
 {
     RangeData frame;
     frame.set_grid_size(image.height(), image.width());
     frame.set_rigidMatrix(view.pose);
     frame.resize_vn(count_depths(image));
+    std::vector<double> across; // of the rays, column by column
+    for (int column = 0; column < image.width(); ++column)
+    {
+        across.push_back((column - view.camera.get_cx()) / view.camera.get_fx());
+    }
     std::size_t vertex = 0;
     for (int row = 0; row < image.height(); ++row)
     {
+        double const down = (row - view.camera.get_cy()) / view.camera.get_fy();
         for (int column = 0; column < image.width(); ++column)
         {
             std::uint16_t const depth = *image.pixel(column, row);
@@ -199,11 +208,11 @@ RangeData frame_of(DepthImage const& image, View const& view)
             {
                 continue;
             }
-            Vector3d const ray((column - view.camera.get_cx()) / view.camera.get_fx(),
-                               (row - view.camera.get_cy()) / view.camera.get_fy(), 1.0);
+            Vector3d const ray(across[static_cast<std::size_t>(column)], down, 1.0);
             frame.vCoord[vertex] = (ray * depth).cast<float>();
-            frame.vUV[vertex] = {row, column};
-            frame.cellFlag[vertex] = static_cast<char>(is_cell(image, row, column));
+            frame.vUV[vertex] = {row, image.width() - 1 - column};
+            frame.cellFlag[vertex] =
+                static_cast<char>(column > 0 && is_cell(image, row, column - 1));
             ++vertex;
         }
     }
@@ -278,6 +287,7 @@ void load_view(LoadedFrame& frame, Json const& json, double unit)
         return;
     }
     frame.data = frame_of(image, view);
+    frame.faces_sensor = true;
     note_photo(frame, json, unit, view.camera.get_fx());
 }
 

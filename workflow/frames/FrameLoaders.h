@@ -24,6 +24,7 @@ struct LoadedFrame
     std::filesystem::path file; ///< that holds it, if one does
     RangeData data;
     Sensor sensor = Sensor::UNKNOWN;
+    bool faces_sensor = false;         ///< whether all its cells are known to
     int number = 0;                    ///< as the source counts
     std::shared_ptr<FramePhoto> photo; ///< beside it, if there is one
     std::string unusable;              ///< why it cannot be used; empty if it can

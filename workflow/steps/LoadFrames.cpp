@@ -60,7 +60,7 @@ void repair(LoadedFrame& frame)
 /// Makes faces and normals agree and look at the sensor.
 void orient(LoadedFrame& frame)
 {
-    if (looks_away(frame.data, frame.sensor))
+    if (!frame.faces_sensor && looks_away(frame.data, frame.sensor))
     {
         mirror_columns(frame.data);
     }
