@@ -63,6 +63,20 @@ TEST_F(ScanLookFolder, AFileWithFacesIsAMeshAndOneWithoutIsACloud)
     EXPECT_EQ(look("normals.xyz").found, "a cloud of 2 points with normals");
 }
 
+TEST_F(ScanLookFolder, FilesAreFoundWithoutReadingTheMesh)
+{
+    write_file(dir_.file("scan.ply"), "no mesh at all");
+    write_file(dir_.file("markers.txt"), "0 0 0\n");
+    put_photos("photos");
+    auto const found = veld::find_scan(dir_.file("scan.ply"), {}, {});
+    EXPECT_THAT(found.files, testing::ElementsAre(dir_.path() / "scan.ply"));
+    EXPECT_EQ(found.markers, dir_.path() / "markers.txt");
+    EXPECT_EQ(found.photos, dir_.path() / "photos");
+    EXPECT_EQ(found.photo_files.front(), dir_.path() / "photos" / "cameras.json");
+    EXPECT_EQ(found.mesh.n_vertices(), 0U);
+    EXPECT_EQ(found.found, "");
+}
+
 TEST_F(ScanLookFolder, AFolderIsWhatItHolds)
 {
     put_scans();

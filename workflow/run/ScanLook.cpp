@@ -63,22 +63,38 @@ void take_frames(FoundFrames const& source, ScanLook& look)
     look.kind = ScanKind::FRAMES;
     look.source = source.source;
     look.files = source.files;
-    look.found = source.frames == 0 ? "frames" : counted(source.frames, "frame");
+    look.frames = source.frames;
 }
 
-void take_mesh(fs::path const& path, ScanLook& look, Context& context)
+void take_mesh(fs::path const& path, ScanLook& look)
 {
+    look.kind = ScanKind::MESH;
     look.source = path;
     look.files = {path};
-    look.mesh = read_cloud(path, context).mesh;
-    look.kind = look.mesh.n_faces() == 0 ? ScanKind::CLOUD : ScanKind::MESH;
-    look.found = look.kind == ScanKind::MESH
-                     ? fmt::format("a mesh of {}", counted(look.mesh.n_faces(), "face"))
-                     : fmt::format("a cloud of {}{}", counted(look.mesh.n_vertices(), "point"),
-                                   look.mesh.has_vertex_normals() ? " with normals" : "");
 }
 
-void look_into_folder(fs::path const& folder, ScanLook& look, Context& context)
+void read_mesh_of(ScanLook& look, Context& context)
+{
+    look.mesh = read_cloud(look.source, context).mesh;
+    look.kind = look.mesh.n_faces() == 0 ? ScanKind::CLOUD : ScanKind::MESH;
+}
+
+std::string name_of_kind(ScanLook const& look)
+{
+    switch (look.kind)
+    {
+    case ScanKind::FRAMES:
+        return look.frames == 0 ? "frames" : counted(look.frames, "frame");
+    case ScanKind::CLOUD:
+        return fmt::format("a cloud of {}{}", counted(look.mesh.n_vertices(), "point"),
+                           look.mesh.has_vertex_normals() ? " with normals" : "");
+    case ScanKind::MESH:
+        break;
+    }
+    return fmt::format("a mesh of {}", counted(look.mesh.n_faces(), "face"));
+}
+
+void look_into_folder(fs::path const& folder, ScanLook& look)
 {
     auto const files = files_in(folder);
     auto const sources = frames_in(folder, files);
@@ -104,7 +120,7 @@ void look_into_folder(fs::path const& folder, ScanLook& look, Context& context)
     }
     else if (!meshes.empty())
     {
-        take_mesh(meshes.front(), look, context);
+        take_mesh(meshes.front(), look);
     }
     else
     {
@@ -114,7 +130,7 @@ void look_into_folder(fs::path const& folder, ScanLook& look, Context& context)
     }
 }
 
-void look_at_file(fs::path const& path, ScanLook& look, Context& context)
+void look_at_file(fs::path const& path, ScanLook& look)
 {
     std::string const extension = lower_extension(path);
     FoundFrames source;
@@ -134,7 +150,7 @@ void look_at_file(fs::path const& path, ScanLook& look, Context& context)
     }
     else
     {
-        take_mesh(path, look, context);
+        take_mesh(path, look);
     }
 }
 
@@ -142,21 +158,32 @@ void take_photos(fs::path const& photos, ScanLook& look)
 {
     look.photos = photos;
     look.photo_files = camera_list_files(photos);
-    auto const views = read_camera_list(photos);
-    for (auto const& view : views)
+    for (auto const& view : read_camera_list(photos))
     {
         open_input(view.file); // now, and not when an hour is over
         look.photo_files.push_back(view.file);
     }
-    look.found += fmt::format(", {} in {}", counted(views.size(), "photograph"), shown(photos));
 }
 
-void take_markers(fs::path const& markers, ScanLook& look)
+std::string found_in(fs::path const& scan, ScanLook const& look)
 {
-    look.markers = markers;
-    look.found +=
-        fmt::format(", {} in {}", counted(read_markers(markers, false).points.size(), "marker"),
-                    shown(markers));
+    std::string found = name_of_kind(look);
+    if (look.source != scan)
+    {
+        found += " in " + shown(look.source);
+    }
+    if (!look.markers.empty())
+    {
+        found += fmt::format(", {} in {}",
+                             counted(read_markers(look.markers, false).points.size(), "marker"),
+                             shown(look.markers));
+    }
+    if (!look.photos.empty())
+    {
+        auto const photographs = look.photo_files.size() - camera_list_files(look.photos).size();
+        found += fmt::format(", {} in {}", counted(photographs, "photograph"), shown(look.photos));
+    }
+    return found;
 }
 
 } // namespace
@@ -164,19 +191,22 @@ void take_markers(fs::path const& markers, ScanLook& look)
 ScanLook look_at_scan(fs::path const& scan, fs::path const& markers, fs::path const& photos,
                       Context& context)
 {
+    ScanLook look = find_scan(scan, markers, photos);
+    if (look.kind != ScanKind::FRAMES)
+    {
+        read_mesh_of(look, context);
+    }
+    look.found = found_in(scan, look);
+    return look;
+}
+
+ScanLook find_scan(fs::path const& scan, fs::path const& markers, fs::path const& photos)
+{
     ScanLook look;
-    is_folder(scan) ? look_into_folder(scan, look, context) : look_at_file(scan, look, context);
-    if (look.source != scan)
-    {
-        look.found += " in " + shown(look.source);
-    }
+    is_folder(scan) ? look_into_folder(scan, look) : look_at_file(scan, look);
     auto const places = places_beside(scan, look.kind);
-    fs::path const its_markers = markers.empty() ? find_markers(places) : markers;
+    look.markers = markers.empty() ? find_markers(places) : markers;
     fs::path const its_photos = photos.empty() ? find_photos(places) : photos;
-    if (!its_markers.empty())
-    {
-        take_markers(its_markers, look);
-    }
     if (!its_photos.empty())
     {
         take_photos(its_photos, look);

@@ -6,6 +6,7 @@
 
 #include "algorithmVeld/common/TriMesh.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -27,6 +28,7 @@ struct ScanLook
     ScanKind kind = ScanKind::MESH;           ///< What it is.
     std::filesystem::path source;             ///< What the loader of this kind takes.
     std::vector<std::filesystem::path> files; ///< All that it consists of.
+    std::size_t frames = 0;                   ///< How many; 0 where the list does not tell.
     OrvaneAlgorithm::TriMesh mesh;            ///< Of a cloud or a mesh.
     std::filesystem::path markers;            ///< The file of its markers; empty for none.
     std::filesystem::path photos; ///< Where the list of its photographs is; empty for none.
@@ -45,5 +47,11 @@ struct ScanLook
 VELD_WORKFLOW_API ScanLook look_at_scan(std::filesystem::path const& scan,
                                         std::filesystem::path const& markers,
                                         std::filesystem::path const& photos, Context& context);
+
+/// The same for who wants to know the files alone: no mesh is read, so that a cloud counts as one,
+/// and `found` is empty.
+VELD_WORKFLOW_API ScanLook find_scan(std::filesystem::path const& scan,
+                                     std::filesystem::path const& markers,
+                                     std::filesystem::path const& photos);
 
 } // namespace veld
