@@ -1,6 +1,6 @@
 #include "Call.h"
 
-#include "JsonObjects.h"
+#include "Text.h"
 #include "WarningNames.h"
 
 #include <nanobind/stl/optional.h>
@@ -43,7 +43,7 @@ void Call::keep(Warning const& warning)
 void Call::tell(Progress const& progress)
 {
     nb::gil_scoped_acquire const acquire;
-    progress_(progress.step, progress.fraction);
+    progress_(text_of(progress.step), progress.fraction);
 }
 
 void bind_call(nb::module_& module)
@@ -56,8 +56,8 @@ void bind_call(nb::module_& module)
         .def_prop_ro("cancelled", &CancelToken::is_cancelled, "Whether somebody has asked to end.");
     nb::class_<Warning>(module, "RawWarning")
         .def_prop_ro("code", [](Warning const& warning) { return name_of(warning.code); })
-        .def_ro("about", &Warning::about)
-        .def_ro("text", &Warning::text)
+        .def_prop_ro("about", [](Warning const& warning) { return text_of(warning.about); })
+        .def_prop_ro("text", [](Warning const& warning) { return text_of(warning.text); })
         .def_ro("setting", &Warning::setting);
     nb::class_<Call>(module, "Call", "One call of a step.")
         .def(nb::init<nb::object, std::optional<CancelToken> const&, int>(),

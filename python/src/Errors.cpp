@@ -1,5 +1,7 @@
 #include "Errors.h"
 
+#include "Text.h"
+
 #include "workflow/Error.h"
 
 #include "algorithmVeld/common/RunScope.h"
@@ -21,7 +23,7 @@ void raise(char const* type, Error const& error)
     try
     {
         nb::object const kind = nb::module_::import_("algorithmveld._errors").attr(type);
-        nb::object const exception = kind(error.what(), error.setting());
+        nb::object const exception = kind(text_of(error.what()), error.setting());
         PyErr_SetObject(kind.ptr(), exception.ptr());
     }
     catch (nb::python_error& other)
@@ -35,7 +37,7 @@ void raise_cancelled(OrvaneAlgorithm::Cancelled const& error)
     try
     {
         nb::object const kind = nb::module_::import_("algorithmveld._errors").attr("Cancelled");
-        PyErr_SetString(kind.ptr(), error.what());
+        PyErr_SetObject(kind.ptr(), text_of(error.what()).ptr());
     }
     catch (nb::python_error& other)
     {

@@ -5,6 +5,7 @@
 #include "JsonObjects.h"
 #include "Paths.h"
 #include "Settings.h"
+#include "Text.h"
 
 #include "workflow/files/OutputFile.h"
 #include "workflow/frames/FrameFiles.h"
@@ -184,9 +185,10 @@ void bind_frames(nb::module_& module)
 {
     nb::class_<FrameSet> frames(module, "FrameData", "Frames as the library holds them.");
     frames.def("__len__", [](FrameSet const& self) { return self.frames.size(); })
-        .def_prop_ro("source", [](FrameSet const& self) { return self.source; })
+        .def_prop_ro("source", [](FrameSet const& self) { return text_of(self.source); })
         .def_prop_ro("left_out", [](FrameSet const& self) { return self.left_out; })
-        .def("name", [](FrameSet const& self, std::size_t i) { return frame_at(self, i).name; })
+        .def("name",
+             [](FrameSet const& self, std::size_t i) { return text_of(frame_at(self, i).name); })
         .def("grid_shape",
              [](FrameSet const& self, std::size_t i)
              {

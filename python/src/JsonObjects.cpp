@@ -1,5 +1,7 @@
 #include "JsonObjects.h"
 
+#include "Text.h"
+
 #include "workflow/Error.h"
 
 #include <string>
@@ -26,7 +28,7 @@ Json json_of_mapping(nb::handle object, std::string const& place, int depth)
         }
         if (!value.is_none())
         {
-            json[nb::cast<std::string>(key)] = json_of(value, place, depth + 1);
+            json[bytes_of(key)] = json_of(value, place, depth + 1);
         }
     }
     return json;
@@ -92,7 +94,7 @@ Json json_of(nb::handle object, std::string const& place, int depth)
     }
     if (nb::isinstance<nb::str>(object))
     {
-        return nb::cast<std::string>(object);
+        return bytes_of(object);
     }
     if (nb::isinstance<nb::dict>(object))
     {
@@ -121,7 +123,7 @@ nb::object object_of(Json const& json)
         nb::dict dict;
         for (auto const& item : json.items())
         {
-            dict[nb::str(item.key().c_str())] = object_of(item.value());
+            dict[text_of(item.key())] = object_of(item.value());
         }
         return dict;
     }
@@ -135,7 +137,7 @@ nb::object object_of(Json const& json)
         return list;
     }
     case Json::value_t::string:
-        return nb::str(json.get_ref<std::string const&>().c_str());
+        return text_of(json.get_ref<std::string const&>());
     case Json::value_t::boolean:
         return nb::bool_(json.get<bool>());
     case Json::value_t::number_integer:

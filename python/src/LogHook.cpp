@@ -1,5 +1,7 @@
 #include "LogHook.h"
 
+#include "Text.h"
+
 #include "algorithmVeld/common/LogHolder.h"
 #include "algorithmVeld/common/ParamHolder.h"
 
@@ -38,7 +40,7 @@ void set_log(nb::object write)
     auto const sink = [function](std::string const& text)
     {
         nb::gil_scoped_acquire const acquire;
-        (*function)(text);
+        (*function)(text_of(text));
     };
     // Whoever logs holds the log's own lock and waits for the interpreter's.
     nb::gil_scoped_release const release;

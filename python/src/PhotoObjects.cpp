@@ -3,6 +3,7 @@
 #include "Arrays.h"
 #include "Call.h"
 #include "Paths.h"
+#include "Text.h"
 
 #include "workflow/steps/LoadPhotos.h"
 
@@ -88,9 +89,9 @@ void bind_photos(nb::module_& module)
 {
     nb::class_<PhotoSet>(module, "PhotoData", "Photographs as the library holds them.")
         .def("__len__", [](PhotoSet const& self) { return self.views.size(); })
-        .def_prop_ro("source", [](PhotoSet const& self) { return self.source; })
-        .def("name",
-             [](PhotoSet const& self, std::size_t i) { return self.views[checked(self, i)].image; })
+        .def_prop_ro("source", [](PhotoSet const& self) { return text_of(self.source); })
+        .def("name", [](PhotoSet const& self, std::size_t i)
+             { return text_of(self.views[checked(self, i)].image); })
         .def("image", &pixels_of)
         .def("intrinsics", &intrinsics_of)
         .def("pose", [](PhotoSet const& self, std::size_t i)
