@@ -3,7 +3,9 @@
 #include "Arrays.h"
 #include "JsonObjects.h"
 #include "Paths.h"
+#include "Text.h"
 
+#include "workflow/files/CarriedNames.h"
 #include "workflow/files/MeshFiles.h"
 #include "workflow/steps/StepJson.h"
 
@@ -131,58 +133,61 @@ void save_textured(MeshObject const& mesh, nb::object const& path, bool overwrit
               });
 }
 
-std::optional<FloatView> normal_rows(MeshObject& self)
+std::optional<FloatView> channel_rows(MeshObject& self, OrvaneAlgorithm::Vector3f const* channel)
 {
-    auto const& mesh = self.mesh();
-    if (!mesh.has_vertex_normals())
-    {
-        return std::nullopt;
-    }
-    return view_of(mesh.vertex_normals(), mesh.n_vertices(), nb::find(self));
-}
-
-std::optional<FloatView> color_rows(MeshObject& self)
-{
-    auto const& mesh = self.mesh();
-    if (!mesh.has_vertex_colors())
-    {
-        return std::nullopt;
-    }
-    return view_of(mesh.vertex_colors(), mesh.n_vertices(), nb::find(self));
-}
-
-/// Texture coordinates of the corners of all faces, in the order of `corners`.
-std::vector<float> texcoords_of(TriMesh const& mesh)
-{
-    std::vector<float> coordinates;
-    coordinates.reserve(6 * mesh.n_faces());
-    for (auto const face : mesh.faces())
-    {
-        auto h = mesh.halfedge_handle(face);
-        for (int corner = 0; corner < 3; ++corner)
-        {
-            coordinates.push_back(mesh.texcoord2D(h).x());
-            coordinates.push_back(mesh.texcoord2D(h).y());
-            h = mesh.next_halfedge_handle(h);
-        }
-    }
-    return coordinates;
+    return channel == nullptr ? std::nullopt
+                              : std::optional(view_of(channel, self.vertices(), nb::find(self)));
 }
 
 std::optional<OwnArray<float>> texcoord_array(MeshObject const& mesh)
 {
-    if (!mesh.mesh().has_halfedge_texcoords2D())
+    auto texcoords = mesh.texcoords();
+    if (!texcoords)
     {
         return std::nullopt;
     }
-    auto const [kept, owner] = given_away(texcoords_of(mesh.mesh()));
+    auto const [kept, owner] = given_away(std::move(*texcoords));
     return OwnArray<float>(kept->data(), {kept->size() / 6, 3, 2}, owner);
+}
+
+nb::typed<nb::list, nb::str> carried_list(MeshObject const& mesh)
+{
+    nb::list names;
+    for (auto const& name : mesh.carried())
+    {
+        names.append(text_of(name));
+    }
+    return names;
+}
+
+/// Calls `take` with each corner of each face, as the halfedge that ends there. Statuses of faces
+/// are not looked at: nothing is deleted, and a step that owns the mesh may just add them.
+template <typename Take>
+void walk_corners(TriMesh const& mesh, std::size_t faces, Take const& take)
+{
+    for (std::size_t i = 0; i < faces; ++i)
+    {
+        auto h = mesh.halfedge_handle(OpenMesh::FaceHandle(static_cast<int>(i)));
+        for (int corner = 0; corner < 3; ++corner)
+        {
+            take(h);
+            h = mesh.next_halfedge_handle(h);
+        }
+    }
 }
 
 } // namespace
 
 MeshObject::MeshObject(TriMesh mesh, TextureImage image)
-    : mesh_(std::move(mesh)), image_(std::move(image))
+    : mesh_(std::move(mesh)),
+      image_(std::move(image)),
+      vertices_(mesh_.n_vertices()),
+      faces_(mesh_.n_faces()),
+      points_(mesh_.points()),
+      normals_(mesh_.has_vertex_normals() ? mesh_.vertex_normals() : nullptr),
+      colors_(mesh_.has_vertex_colors() ? mesh_.vertex_colors() : nullptr),
+      texcoords_(mesh_.has_halfedge_texcoords2D() ? mesh_.htexcoords2D() : nullptr),
+      carried_(carried_names(mesh_))
 {
 }
 
@@ -190,19 +195,31 @@ std::vector<int> const& MeshObject::corners() const
 {
     auto const list = [this]
     {
-        corners_.reserve(3 * mesh_.n_faces());
-        for (auto const face : mesh_.faces())
-        {
-            auto h = mesh_.halfedge_handle(face);
-            for (int corner = 0; corner < 3; ++corner)
-            {
-                corners_.push_back(mesh_.to_vertex_handle(h).idx());
-                h = mesh_.next_halfedge_handle(h);
-            }
-        }
+        corners_.reserve(3 * faces_);
+        walk_corners(mesh_, faces_,
+                     [this](OpenMesh::HalfedgeHandle h)
+                     { corners_.push_back(mesh_.to_vertex_handle(h).idx()); });
     };
     std::call_once(corners_made_, list);
     return corners_;
+}
+
+std::optional<std::vector<float>> MeshObject::texcoords() const
+{
+    if (texcoords_ == nullptr)
+    {
+        return std::nullopt;
+    }
+    std::vector<float> coordinates;
+    coordinates.reserve(6 * faces_);
+    walk_corners(mesh_, faces_,
+                 [&](OpenMesh::HalfedgeHandle h)
+                 {
+                     auto const& place = texcoords_[h.idx()];
+                     coordinates.push_back(place.x());
+                     coordinates.push_back(place.y());
+                 });
+    return coordinates;
 }
 
 TriMesh MeshObject::copied() const
@@ -214,19 +231,18 @@ TriMesh MeshObject::copied() const
 void bind_mesh(nb::module_& module)
 {
     nb::class_<MeshObject>(module, "MeshData", "A mesh as the library holds it.")
-        .def_prop_ro("n_vertices", [](MeshObject const& self) { return self.mesh().n_vertices(); })
-        .def_prop_ro("n_faces", [](MeshObject const& self) { return self.mesh().n_faces(); })
-        .def_prop_ro(
-            "vertices", [](MeshObject& self)
-            { return view_of(self.mesh().points(), self.mesh().n_vertices(), nb::find(self)); })
-        .def_prop_ro("normals", &normal_rows)
-        .def_prop_ro("colors", &color_rows)
-        .def_prop_ro(
-            "faces",
-            [](MeshObject& self) {
-                return IntView(self.corners().data(), {self.mesh().n_faces(), 3}, nb::find(self));
-            })
+        .def_prop_ro("n_vertices", &MeshObject::vertices)
+        .def_prop_ro("n_faces", &MeshObject::faces)
+        .def_prop_ro("vertices", [](MeshObject& self)
+                     { return view_of(self.points(), self.vertices(), nb::find(self)); })
+        .def_prop_ro("normals", [](MeshObject& self) { return channel_rows(self, self.normals()); })
+        .def_prop_ro("colors", [](MeshObject& self) { return channel_rows(self, self.colors()); })
+        .def_prop_ro("faces",
+                     [](MeshObject& self) {
+                         return IntView(self.corners().data(), {self.faces(), 3}, nb::find(self));
+                     })
         .def_prop_ro("texcoords", &texcoord_array, nb::rv_policy::automatic)
+        .def_prop_ro("carried", &carried_list)
         .def_prop_ro("image",
                      [](MeshObject& self) -> std::optional<ByteView>
                      {

@@ -9,7 +9,10 @@
 
 #include <nanobind/nanobind.h>
 
+#include <cstddef>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace veld::python
@@ -24,11 +27,30 @@ class MeshObject
 public:
     explicit MeshObject(OrvaneAlgorithm::TriMesh mesh, TextureImage image = {});
 
-    OrvaneAlgorithm::TriMesh const& mesh() const { return mesh_; }
+    /// \name Without asking the mesh
+    /// A step that owns the mesh adds to its lists of properties meanwhile, but moves no array.
+    /// @{
+    std::size_t vertices() const { return vertices_; }
+    std::size_t faces() const { return faces_; }
+    OrvaneAlgorithm::Vector3f const* points() const { return points_; }
+    OrvaneAlgorithm::Vector3f const* normals() const { return normals_; } ///< Null for none.
+    OrvaneAlgorithm::Vector3f const* colors() const { return colors_; }   ///< Null for none.
+    /// Of the corners of all faces, in the order of `corners`; none without a texture.
+    std::optional<std::vector<float>> texcoords() const;
+    /// The names of the values of vertices that files brought along.
+    std::vector<std::string> const& carried() const { return carried_; }
     TextureImage const& image() const { return image_; }
+    /// @}
 
     /// The three corners of each face, in the order in which the mesh walks them.
     std::vector<int> const& corners() const;
+
+    /// While it lives, nobody owns the mesh. For a second mesh of a step; not with the
+    /// interpreter's lock.
+    MeshUse::Reading reading() const { return MeshUse::Reading(use_); }
+
+    /// Of no use without a `Reading`.
+    OrvaneAlgorithm::TriMesh const& mesh() const { return mesh_; }
 
     /// Runs `work(mesh, context)` on a mesh that is only read.
     template <typename Work>
@@ -68,6 +90,13 @@ private:
 
     OrvaneAlgorithm::TriMesh mesh_;
     TextureImage image_;
+    std::size_t vertices_;
+    std::size_t faces_;
+    OrvaneAlgorithm::Vector3f const* points_;
+    OrvaneAlgorithm::Vector3f const* normals_;
+    OrvaneAlgorithm::Vector3f const* colors_;
+    OrvaneAlgorithm::Vector2f const* texcoords_;
+    std::vector<std::string> carried_;
     mutable MeshUse use_;
     mutable std::once_flag corners_made_;
     mutable std::vector<int> corners_;

@@ -165,8 +165,12 @@ OwnArray<unsigned char> render(MeshObject const& mesh, MeshObject const* origina
         [&](TriMesh const& shown, Context& context)
         {
             bool const has_texture = !mesh.image().empty() && shown.has_halfedge_texcoords2D();
-            FaceMarks const marks =
-                original == nullptr ? FaceMarks() : mark_new_faces(shown, original->mesh());
+            FaceMarks marks;
+            if (original != nullptr)
+            {
+                auto const reading = original->reading();
+                marks = mark_new_faces(shown, original->mesh());
+            }
             return has_texture ? veld::render(shown, mesh.image(), marks, settings, context)
                                : veld::render(shown, marks, settings, context);
         }));
@@ -318,7 +322,7 @@ void bind_steps(nb::module_& module)
                nb::arg("call"));
     module.def("read_markers", &marker_rows, nb::arg("path"), nb::arg("with_normals"));
     module.def("read_seeds", &seed_rows, nb::arg("path"));
-    module.def("save_picture", &save_picture, nb::arg("pixels"), nb::arg("path"),
+    module.def("save_picture", &save_picture, nb::arg("pixels").noconvert(), nb::arg("path"),
                nb::arg("overwrite"), nb::arg("call"));
 }
 

@@ -2,6 +2,7 @@
 
 #include "workflow/Error.h"
 #include "workflow/StepScope.h"
+#include "workflow/files/CarriedNames.h"
 #include "workflow/words.h"
 
 #include "algorithmVeld/common/mesh_files/Carried.h"
@@ -134,11 +135,11 @@ std::vector<std::string> beyond_format(TriMesh const& mesh, std::filesystem::pat
     {
         names.emplace_back("texture coordinates");
     }
-    for (auto const value : detail::carried_values(mesh))
+    if (extension != ".ply")
     {
-        if (extension != ".ply")
+        for (auto& name : carried_names(mesh))
         {
-            names.push_back(detail::name_in_file(mesh, value));
+            names.push_back(std::move(name));
         }
     }
     return names;
