@@ -42,7 +42,7 @@ from ._results import (
     SticksResult,
     TextureResult,
 )
-from ._run import run, usual_recipe
+from ._run import check_recipe, run, usual_recipe
 from ._steps import (
     align,
     check,
@@ -97,6 +97,7 @@ __all__ = [
     "__version__",
     "align",
     "check",
+    "check_recipe",
     "clean",
     "defaults",
     "fill",

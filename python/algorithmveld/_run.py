@@ -58,6 +58,21 @@ def run(
     return RunResult(values, directory=os.fspath(directory))
 
 
+def check_recipe(recipe: dict[str, Any] | PathLike) -> dict[str, Any]:
+    """Checks a recipe by itself, and gives it with every setting.
+
+    Recipes that mean the same come out the same. What is None in it, or left out, is measured.
+
+    Args:
+        recipe: steps and settings, as a dictionary or the path of a JSON file.
+
+    Raises:
+        InputError: it is none; the reason has the line in the file and the key.
+
+    """
+    return _core.parsed_recipe(recipe)
+
+
 def usual_recipe(
     scan: PathLike | None = None,
     *,

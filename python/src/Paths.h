@@ -26,4 +26,18 @@ inline std::filesystem::path path_of(nb::handle object)
 #endif
 }
 
+/// The other way.
+inline nb::object object_of(std::filesystem::path const& path)
+{
+#if defined(_WIN32)
+    std::string const text = path.u8string();
+    return nb::steal(
+        PyUnicode_FromStringAndSize(text.data(), static_cast<Py_ssize_t>(text.size())));
+#else
+    std::string const& text = path.native();
+    return nb::steal(
+        PyUnicode_DecodeFSDefaultAndSize(text.data(), static_cast<Py_ssize_t>(text.size())));
+#endif
+}
+
 } // namespace veld::python

@@ -3,15 +3,19 @@
 #include "Call.h"
 #include "Paths.h"
 #include "Settings.h"
+#include "Text.h"
 
 #include "workflow/run/Run.h"
 
-#include <nanobind/stl/optional.h>
 #include <nanobind/stl/string.h>
+#include <nanobind/stl/tuple.h>
 
-#include <optional>
+#include <cmath>
+#include <filesystem>
 #include <string>
+#include <tuple>
 #include <utility>
+#include <vector>
 
 namespace veld::python
 {
@@ -19,16 +23,27 @@ namespace veld::python
 namespace
 {
 
-/// A dictionary as the schema of recipes has it, or the path of a file with one.
-std::optional<Recipe> recipe_of(nb::object const& recipe)
+/// JSON has no such numbers: as text they would be null, and null is measured.
+void refuse_what_is_not_finite(Json const& json)
 {
-    if (recipe.is_none())
+    Json const flat = json.flatten();
+    for (auto const& item : flat.items())
     {
-        return std::nullopt;
+        if (item.value().is_number_float() && !std::isfinite(item.value().get<double>()))
+        {
+            throw InputError("recipe: '" + item.key() + "' has to be a finite number");
+        }
     }
+}
+
+/// A dictionary as the schema of recipes has it, or the path of a file with one.
+Recipe recipe_of(nb::object const& recipe)
+{
     if (nb::isinstance<nb::dict>(recipe))
     {
-        return parse_recipe(json_of(recipe, "recipe: ").dump(2), "recipe");
+        Json const json = json_of(recipe, "recipe: ");
+        refuse_what_is_not_finite(json);
+        return parse_recipe(json.dump(2, ' ', false, Json::error_handler_t::replace), "recipe");
     }
     return read_recipe(path_of(recipe));
 }
@@ -47,7 +62,10 @@ Values run_scan(nb::object const& scan, nb::object const& directory, nb::object 
     request.directory = path_of(directory);
     request.markers = optional_path(markers);
     request.photos = optional_path(photos);
-    request.recipe = recipe_of(recipe);
+    if (!recipe.is_none())
+    {
+        request.recipe = recipe_of(recipe);
+    }
     request.keep = keep;
     request.pictures = pictures;
     request.existing = overwrite ? Existing::REPLACED : Existing::KEPT;
@@ -56,7 +74,7 @@ Values run_scan(nb::object const& scan, nb::object const& directory, nb::object 
         nb::gil_scoped_acquire const acquire;
         if (!tell.is_none())
         {
-            tell(line);
+            tell(text_of(line));
         }
     };
     RunResult const result =
@@ -82,6 +100,41 @@ Values usual(nb::object const& scan, nb::object const& markers, nb::object const
         })));
 }
 
+/// With every setting, in the one form that all recipes of the same meaning have.
+Values parsed(nb::object const& recipe)
+{
+    return values_of(to_json(recipe_of(recipe)));
+}
+
+using Paths = nb::typed<nb::list, nb::str>;
+
+Paths objects_of(std::vector<std::filesystem::path> const& paths)
+{
+    nb::list objects;
+    for (auto const& path : paths)
+    {
+        objects.append(object_of(path));
+    }
+    return objects;
+}
+
+/// The files of a scan, of its markers and of its photographs.
+std::tuple<Paths, Paths, Paths> scan_files(nb::object const& scan, nb::object const& markers,
+                                           nb::object const& photos, Call& call)
+{
+    auto const path = path_of(scan);
+    auto const marker_file = optional_path(markers);
+    auto const photo_source = optional_path(photos);
+    ScanLook const look =
+        call.run([&](Context&) { return find_scan(path, marker_file, photo_source); });
+    std::vector<std::filesystem::path> its_markers;
+    if (!look.markers.empty())
+    {
+        its_markers.push_back(look.markers);
+    }
+    return {objects_of(look.files), objects_of(its_markers), objects_of(look.photo_files)};
+}
+
 } // namespace
 
 void bind_run(nb::module_& module)
@@ -91,6 +144,9 @@ void bind_run(nb::module_& module)
                nb::arg("pictures"), nb::arg("overwrite"), nb::arg("tell").none(), nb::arg("call"));
     module.def("usual_recipe", &usual, nb::arg("scan").none(), nb::arg("markers").none(),
                nb::arg("photos").none(), nb::arg("call"));
+    module.def("scan_files", &scan_files, nb::arg("scan"), nb::arg("markers").none(),
+               nb::arg("photos").none(), nb::arg("call"));
+    module.def("parsed_recipe", &parsed, nb::arg("recipe"));
     module.def("recipe_schema", &recipe_schema);
 }
 
