@@ -2,10 +2,12 @@
 
 from __future__ import annotations
 
+import os
+import sys
 import warnings
 from collections.abc import Callable
 from contextlib import AbstractContextManager, nullcontext
-from types import TracebackType
+from types import FrameType, TracebackType
 from typing import Any, TypedDict, TypeVar, Union
 
 from . import _core
@@ -54,28 +56,84 @@ class _Bar(AbstractContextManager["_Bar"]):
 
 
 def call(
-    work: Callable[[_core.Call], Answer],
-    *,
+    work: Callable[..., Answer],
+    *inputs: tuple[Callable[..., Any], Any],
     progress: Progress = None,
     cancel: _core.Cancel | None = None,
     threads: int = 0,
-    depth: int = 3,
 ) -> Answer:
     """Runs a function of the extension module, and gives on what it warned of.
 
-    `depth` is how many functions stand between this one and the host's line, to which warnings
-    belong.
+    `inputs` are what `work` gets besides, each with the function that makes it of what the host
+    gave. Where that is a path, reading it is a part of the call.
     """
     bar: AbstractContextManager[Any] = _Bar() if progress is True else nullcontext()
     with bar as shown:
         listener = shown if progress is True else (progress or None)
-        running = _core.Call(listener, cancel, threads)
-        try:
-            return work(running)
-        finally:
-            for warning in running.warnings:
-                message = VeldWarning(warning.code, warning.about, warning.text, warning.setting)
-                warnings.warn(message, stacklevel=depth)
+        parts = 1 + sum(is_path(given) for _, given in inputs)
+        part = 0
+        made = []
+        for make, given in inputs:
+            if is_path(given):
+                told = _part(listener, part, parts)
+                made.append(make(given, progress=told, cancel=cancel, threads=threads))
+                part += 1
+            else:
+                made.append(make(given))
+        running = _core.Call(_part(listener, part, parts), cancel, threads)
+        return _warning(running, lambda: work(running, *made))
+
+
+def is_path(given: Any) -> bool:
+    """Whether something has to be read from a file."""
+    return isinstance(given, (str, os.PathLike))
+
+
+def _part(listener: Any, part: int, parts: int) -> Any:
+    """A listener for one of the calls that are one for the host. All of them tell to the end."""
+    if listener is None or parts == 1:
+        return listener
+    return lambda step, fraction: listener(step, (part + fraction) / parts)
+
+
+def _warning(running: _core.Call, work: Callable[[], Answer]) -> Answer:
+    """Gives warnings on behind the work. One that the host makes an error replaces no other."""
+    try:
+        answer = work()
+    except BaseException:
+        _warn_of(running.warnings)
+        raise
+    first = _warn_of(running.warnings)
+    if first is not None:
+        raise first
+    return answer
+
+
+def _warn_of(raw: list[_core.RawWarning]) -> Exception | None:
+    """Warns of all, and gives the first that was made an error."""
+    first = None
+    for warning in raw:
+        error = warn(VeldWarning(warning.code, warning.about, warning.text, warning.setting))
+        first = first or error
+    return first
+
+
+def warn(message: VeldWarning) -> Exception | None:
+    """Warns at the host's line. Gives what comes of it where the host makes warnings errors."""
+    frame: FrameType | None = sys._getframe()
+    level = 0
+    while frame is not None and _is_own(frame):
+        frame = frame.f_back
+        level += 1
+    try:
+        warnings.warn(message, stacklevel=level + 1)
+    except Exception as error:
+        return error
+    return None
+
+
+def _is_own(frame: FrameType) -> bool:
+    return str(frame.f_globals.get("__name__", "")).partition(".")[0] == __name__.partition(".")[0]
 
 
 def split(options: dict[str, Any]) -> tuple[dict[str, Any], dict[str, Any]]:

@@ -2,22 +2,22 @@
 
 from __future__ import annotations
 
-import os
 from collections.abc import Iterator, Sequence
-from typing import TYPE_CHECKING, Any, overload
+from typing import TYPE_CHECKING, Any, TypeVar, overload
 
 import numpy as np
 import numpy.typing as npt
 
 from . import _core
-from ._calls import CallOptions, call
+from ._calls import CallOptions, call, is_path
 from ._errors import InputError
-from ._mesh import FloatArray, IntArray, PathLike
+from ._mesh import FloatArray, IntArray, PathLike, unit_colors
 
 if TYPE_CHECKING:
     from typing_extensions import Unpack
 
 DoubleArray = npt.NDArray[np.float64]
+Number = TypeVar("Number", bound=np.generic)
 
 # Neighbours of which one is farther by more than this part of the depth are on two surfaces.
 LARGEST_JUMP = 0.05
@@ -38,6 +38,8 @@ def matrix(name: str, values: npt.ArrayLike | None) -> DoubleArray:
 class Frame:
     """A frame that a host has in memory. Lengths are millimetres (or see `Frames`, `scale`).
 
+    It does not change: it has copies of the arrays, which cannot be written to.
+
     Args:
         points: (rows, columns, 3) coordinates of the frame; NaN where the grid has no point.
         pose: (4, 4) matrix from the frame's coordinates to global ones. None: the identity.
@@ -52,7 +54,7 @@ class Frame:
 
     """
 
-    __slots__ = ("cells", "colors", "name", "normals", "points", "pose", "sensor")
+    __slots__ = ("_cells", "_colors", "_name", "_normals", "_points", "_pose", "_sensor")
 
     def __init__(
         self,
@@ -65,17 +67,54 @@ class Frame:
         cells: npt.ArrayLike | None = None,
         name: str = "",
     ) -> None:
-        self.points = _grid("points", points, None)
+        self._points = kept(_grid("points", points, None))
         shape = self.points.shape
-        self.pose = matrix("pose", pose)
-        self.normals = None if normals is None else _grid("normals", normals, shape)
-        self.colors = None if colors is None else _grid("colors", _unit_colors(colors), shape)
-        self.sensor = sensor
-        self.name = name
+        self._pose = kept(matrix("pose", pose))
+        self._normals = None if normals is None else kept(_grid("normals", normals, shape))
+        self._colors = None
+        if colors is not None:
+            self._colors = kept(_grid("colors", unit_colors(colors), shape))
+        self._sensor = sensor
+        self._name = name
         given = _faces_at(self.points, sensor) if cells is None else np.asarray(cells, dtype=bool)
         if given.shape != shape[:2]:
             raise InputError(f"'cells' has to be of shape {shape[:2]}, and is {given.shape}")
-        self.cells = given & _faces_at(self.points, "unknown")
+        self._cells = kept(given & _faces_at(self.points, "unknown"))
+
+    @property
+    def points(self) -> FloatArray:
+        """(rows, columns, 3) float32, NaN where the grid has no point."""
+        return self._points
+
+    @property
+    def pose(self) -> DoubleArray:
+        """(4, 4) float64, from the frame's coordinates to global ones."""
+        return self._pose
+
+    @property
+    def normals(self) -> FloatArray | None:
+        """(rows, columns, 3) float32, or None."""
+        return self._normals
+
+    @property
+    def colors(self) -> FloatArray | None:
+        """(rows, columns, 3) float32, red, green and blue from 0 to 1, or None."""
+        return self._colors
+
+    @property
+    def cells(self) -> npt.NDArray[np.bool_]:
+        """(rows, columns): whether a face begins at a point."""
+        return self._cells
+
+    @property
+    def sensor(self) -> str:
+        """Where the frame was seen from, as in the constructor."""
+        return self._sensor
+
+    @property
+    def name(self) -> str:
+        """What messages call it."""
+        return self._name
 
     @classmethod
     def from_depth(
@@ -109,6 +148,13 @@ class Frame:
         return cls(points, pose, colors=colors, sensor="origin", name=name)
 
 
+def kept(array: npt.NDArray[Number]) -> npt.NDArray[Number]:
+    """A copy that nobody writes to."""
+    copy = np.array(array)
+    copy.flags.writeable = False
+    return copy
+
+
 def pinhole(intrinsics: Sequence[float] | npt.ArrayLike) -> tuple[float, float, float, float]:
     """The numbers fx, fy, cx, cy of four numbers, or of a matrix of 3 x 3."""
     values = np.asarray(intrinsics, dtype=np.float64)
@@ -130,11 +176,6 @@ def _grid(name: str, values: npt.ArrayLike, shape: tuple[int, ...] | None) -> Fl
     if shape is not None and array.shape != shape:
         raise InputError(f"'{name}' has to be of shape {shape}, and is {array.shape}")
     return array
-
-
-def _unit_colors(values: npt.ArrayLike) -> npt.NDArray[Any]:
-    array = np.asarray(values)
-    return array / 255.0 if array.dtype == np.uint8 else array
 
 
 def _faces_at(points: FloatArray, sensor: str) -> npt.NDArray[np.bool_]:
@@ -312,12 +353,12 @@ def load_frames(source: PathLike, *, scale: float = 1.0, **options: Unpack[CallO
     return Frames._of(call(lambda running: _core.load_frames(source, settings, running), **options))
 
 
-def as_frames(given: Any) -> Frames:
+def as_frames(given: Any, **options: Unpack[CallOptions]) -> Frames:
     """Frames of what a host may have instead: a path, or a list of frames in memory."""
     if isinstance(given, Frames):
         return given
-    if isinstance(given, (str, os.PathLike)):
-        return load_frames(given)
+    if is_path(given):
+        return load_frames(given, **options)
     if isinstance(given, Sequence) and all(isinstance(frame, Frame) for frame in given):
         return Frames(given)
     raise InputError(f"a {type(given).__name__} is no list of frames")

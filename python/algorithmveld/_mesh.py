@@ -9,8 +9,8 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _core
-from ._calls import CallOptions, call
-from ._errors import InputError
+from ._calls import CallOptions, call, is_path, warn
+from ._errors import InputError, VeldWarning
 
 if TYPE_CHECKING:
     from typing_extensions import Unpack
@@ -113,20 +113,8 @@ class Mesh:
         texcoords: npt.ArrayLike | None = None,
         image: npt.ArrayLike | None = None,
     ) -> None:
-        points = rows("vertices", vertices, 3)
-        corners = face_rows([] if faces is None else faces, len(points))
-        shades = None if colors is None else _color_rows(colors)
-        turned = None if normals is None else rows("normals", normals, 3)
-        for name, channel in (("normals", turned), ("colors", shades)):
-            if channel is not None and len(channel) != len(points):
-                raise InputError(f"'{name}' has {len(channel)} rows for {len(points)} vertices")
-        places = None if texcoords is None else _texcoord_rows(texcoords, len(corners))
-        texture = None if image is None else bgr(pixels("image", image))
-        self._data = call(
-            lambda running: _core.make_mesh(
-                points, corners, turned, shades, places, texture, running
-            )
-        )
+        shades = None if colors is None else unit_colors(colors)
+        self._data = _data_of(vertices, faces, normals, shades, texcoords, image)
 
     @classmethod
     def _of(cls, data: _core.MeshData) -> Mesh:
@@ -176,22 +164,25 @@ class Mesh:
     ) -> Mesh:
         """A mesh with the same faces and other arrays in place of those that are given.
 
-        Normals go where vertices move and none are given.
+        Normals go where vertices move and none are given. Other values of vertices that a file
+        brought along, such as a quality, go with a `VeldWarning`.
         """
-        return Mesh(
+        self._warn_of_values()
+        data = _data_of(
             self.vertices if vertices is None else vertices,
             self.faces,
-            normals=self.normals if normals is None and vertices is None else normals,
-            colors=self.colors if colors is None else colors,
-            texcoords=self.texcoords if texcoords is None else texcoords,
-            image=self.image if image is None else image,
+            self.normals if normals is None and vertices is None else normals,
+            self.colors if colors is None else unit_colors(colors),
+            self.texcoords if texcoords is None else texcoords,
+            self.image if image is None else image,
         )
+        return Mesh._of(data)
 
     def save(
         self, path: PathLike, *, overwrite: bool = True, **options: Unpack[CallOptions]
     ) -> None:
         """Writes the mesh, see `algorithmveld.save`."""
-        save_mesh(self, path, overwrite=overwrite, depth=4, **options)
+        save_mesh(self, path, overwrite=overwrite, **options)
 
     def to_trimesh(self) -> Any:
         """A `trimesh.Trimesh`, or a `trimesh.PointCloud` of a mesh without faces."""
@@ -241,8 +232,25 @@ class Mesh:
 
         return render(self, width=600, height=450)._repr_png_()
 
+    def _warn_of_values(self) -> None:
+        names = self._data.carried
+        if names:
+            text = "not kept: " + ", ".join(names)
+            error = warn(VeldWarning("VALUES_DROPPED", "the mesh", text))
+            if error is not None:
+                raise error
+
+    def __copy__(self) -> Mesh:
+        """Itself, for it does not change."""
+        return self
+
+    def __deepcopy__(self, memo: dict[int, Any]) -> Mesh:
+        """Itself, for it does not change."""
+        return self
+
     def __reduce__(self) -> tuple[Any, ...]:
-        """Of the arrays, for pickling."""
+        """Of the arrays, for pickling. Other values of a file go, with a warning."""
+        self._warn_of_values()
         arrays = (
             self.vertices,
             self.faces,
@@ -254,6 +262,30 @@ class Mesh:
         return (_restore, arrays)
 
 
+def _data_of(
+    vertices: npt.ArrayLike,
+    faces: npt.ArrayLike | None,
+    normals: npt.ArrayLike | None,
+    colors: npt.ArrayLike | None,
+    texcoords: npt.ArrayLike | None,
+    image: npt.ArrayLike | None,
+) -> _core.MeshData:
+    points = rows("vertices", vertices, 3)
+    corners = face_rows([] if faces is None else faces, len(points))
+    shades = None if colors is None else rows("colors", colors, 3)
+    turned = None if normals is None else rows("normals", normals, 3)
+    for name, channel in (("normals", turned), ("colors", shades)):
+        if channel is not None and len(channel) != len(points):
+            raise InputError(f"'{name}' has {len(channel)} rows for {len(points)} vertices")
+    places = None if texcoords is None else _texcoord_rows(texcoords, len(corners))
+    texture = None if image is None else bgr(pixels("image", image))
+    if texture is not None and places is None:
+        raise InputError("'image' needs 'texcoords'")
+    return call(
+        lambda running: _core.make_mesh(points, corners, turned, shades, places, texture, running)
+    )
+
+
 def _restore(
     vertices: FloatArray,
     faces: IntArray,
@@ -262,13 +294,19 @@ def _restore(
     texcoords: FloatArray | None,
     image: ByteArray | None,
 ) -> Mesh:
-    return Mesh(vertices, faces, normals=normals, colors=colors, texcoords=texcoords, image=image)
+    return Mesh._of(_data_of(vertices, faces, normals, colors, texcoords, image))
 
 
-def _color_rows(values: npt.ArrayLike) -> FloatArray:
-    array = np.asarray(values)
-    scaled = array / 255.0 if array.dtype == np.uint8 else array
-    return rows("colors", scaled, 3)
+def unit_colors(values: npt.ArrayLike) -> npt.NDArray[Any]:
+    """Colours from 0 to 1 of floats that are so, or of bytes."""
+    array = _numbers("colors", values)
+    if array.dtype == np.uint8:
+        return array / 255.0
+    if array.size > 0 and array.dtype.kind != "f":
+        raise InputError(f"'colors' has to be uint8, or floats from 0 to 1, and is {array.dtype}")
+    if (array < 0).any() or (array > 1).any():
+        raise InputError("'colors' has to be from 0 to 1, or uint8, and has other values")
+    return array
 
 
 def _texcoord_rows(values: npt.ArrayLike, faces: int) -> FloatArray:
@@ -295,21 +333,24 @@ def load_mesh(path: PathLike, *, cloud: bool = False, **options: Unpack[CallOpti
 
 
 def save_mesh(
-    mesh: Mesh, path: PathLike, *, overwrite: bool, depth: int, **options: Unpack[CallOptions]
+    mesh: Mesh, path: PathLike, *, overwrite: bool, **options: Unpack[CallOptions]
 ) -> None:
     """Writes a mesh, with its texture where the format has one."""
     name = os.fspath(path).lower()
-    textured = mesh._data.image is not None and name.endswith((".obj", ".glb"))
-    write = _core.save_textured if textured or name.endswith(".glb") else _core.save_mesh
-    call(lambda running: write(mesh._data, path, overwrite, running), depth=depth, **options)
+    textured = mesh._data.image is not None
+    if name.endswith(".glb") and not textured:
+        raise InputError(f"{os.fspath(path)}: a GLB file holds a texture, and the mesh has none")
+    has_place = textured and name.endswith((".obj", ".glb"))
+    write = _core.save_textured if has_place else _core.save_mesh
+    call(lambda running: write(mesh._data, path, overwrite, running), **options)
 
 
-def as_mesh(given: Any) -> Mesh:
+def as_mesh(given: Any, **options: Unpack[CallOptions]) -> Mesh:
     """A mesh of what a host may have instead: a path, or an object of trimesh or Open3D."""
     if isinstance(given, Mesh):
         return given
-    if isinstance(given, (str, os.PathLike)):
-        return load_mesh(given)
+    if is_path(given):
+        return load_mesh(given, **options)
     package = type(given).__module__.partition(".")[0]
     if package == "trimesh":
         return Mesh.from_trimesh(given)

@@ -2,16 +2,15 @@
 
 from __future__ import annotations
 
-import os
 from collections.abc import Iterator, Sequence
 from typing import TYPE_CHECKING, Any, overload
 
 import numpy.typing as npt
 
 from . import _core
-from ._calls import CallOptions, call
+from ._calls import CallOptions, call, is_path
 from ._errors import InputError
-from ._frames import DoubleArray, matrix, pinhole
+from ._frames import DoubleArray, kept, matrix, pinhole
 from ._mesh import ByteArray, PathLike, bgr, pixels
 
 if TYPE_CHECKING:
@@ -20,6 +19,8 @@ if TYPE_CHECKING:
 
 class Photo:
     """A photograph that a host has in memory.
+
+    It does not change: it has copies of image and pose, which cannot be written to.
 
     Args:
         image: (height, width, 3) uint8, red, green and blue.
@@ -31,7 +32,7 @@ class Photo:
 
     """
 
-    __slots__ = ("image", "intrinsics", "name", "pose")
+    __slots__ = ("_image", "_intrinsics", "_name", "_pose")
 
     def __init__(
         self,
@@ -41,10 +42,30 @@ class Photo:
         *,
         name: str = "",
     ) -> None:
-        self.image = pixels("image", image)
-        self.intrinsics = pinhole(intrinsics)
-        self.pose = matrix("pose", pose)
-        self.name = name
+        self._image = kept(pixels("image", image))
+        self._intrinsics = pinhole(intrinsics)
+        self._pose = kept(matrix("pose", pose))
+        self._name = name
+
+    @property
+    def image(self) -> ByteArray:
+        """(height, width, 3) uint8, red, green and blue."""
+        return self._image
+
+    @property
+    def intrinsics(self) -> tuple[float, float, float, float]:
+        """The numbers fx, fy, cx, cy, in pixels."""
+        return self._intrinsics
+
+    @property
+    def pose(self) -> DoubleArray:
+        """(4, 4) float64, from world to camera coordinates."""
+        return self._pose
+
+    @property
+    def name(self) -> str:
+        """What messages call it."""
+        return self._name
 
 
 class PhotoView:
@@ -151,12 +172,12 @@ def load_photos(source: PathLike, **options: Unpack[CallOptions]) -> Photos:
     return Photos._of(call(lambda running: _core.load_photos(source, running), **options))
 
 
-def as_photos(given: Any) -> Photos:
+def as_photos(given: Any, **options: Unpack[CallOptions]) -> Photos:
     """Photographs of what a host may have instead: a path, or a list of those in memory."""
     if isinstance(given, Photos):
         return given
-    if isinstance(given, (str, os.PathLike)):
-        return load_photos(given)
+    if is_path(given):
+        return load_photos(given, **options)
     if isinstance(given, Sequence) and all(isinstance(photo, Photo) for photo in given):
         return Photos(given)
     raise InputError(f"a {type(given).__name__} is no list of photographs")

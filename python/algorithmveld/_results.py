@@ -4,15 +4,18 @@ from __future__ import annotations
 
 import copy
 import json
-from typing import Any
+from typing import TYPE_CHECKING, Any
 
 import numpy as np
 import numpy.typing as npt
 
 from . import _core
-from ._calls import call
+from ._calls import CallOptions, call
 from ._frames import DoubleArray, Frames
-from ._mesh import ByteArray, IntArray, Mesh, PathLike, bgr
+from ._mesh import IntArray, Mesh, PathLike, bgr, pixels
+
+if TYPE_CHECKING:
+    from typing_extensions import Unpack
 
 
 class Result:
@@ -260,10 +263,12 @@ class RunResult(Result):
 class Picture(npt.NDArray[np.uint8]):
     """(height, width, 3) uint8, red, green and blue. A notebook shows it."""
 
-    def save(self, path: PathLike, *, overwrite: bool = True) -> None:
+    def save(
+        self, path: PathLike, *, overwrite: bool = True, **options: Unpack[CallOptions]
+    ) -> None:
         """Writes it as PNG or JPEG, as the extension says."""
-        pixels: ByteArray = bgr(np.asarray(self))
-        call(lambda running: _core.save_picture(pixels, path, overwrite, running))
+        given = bgr(pixels("picture", np.asarray(self)))
+        call(lambda running: _core.save_picture(given, path, overwrite, running), **options)
 
     def _repr_png_(self) -> bytes | None:
         import tempfile

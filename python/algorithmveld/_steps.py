@@ -2,16 +2,14 @@
 
 from __future__ import annotations
 
-import os
 from collections.abc import Mapping, Sequence
-from pathlib import Path
 from typing import TYPE_CHECKING, Any, Union, cast
 
 import numpy as np
 import numpy.typing as npt
 
 from . import _core
-from ._calls import CallOptions, call, split
+from ._calls import CallOptions, call, is_path, split
 from ._documents import with_settings
 from ._errors import InputError
 from ._frames import Frame, Frames, as_frames, matrix
@@ -57,13 +55,9 @@ FramesLike = Union[Frames, Sequence[Frame], PathLike]
 PhotosLike = Union[Photos, Sequence[Photo], PathLike]
 
 
-def _is_path(given: Any) -> bool:
-    return isinstance(given, (str, os.PathLike))
-
-
 def _with_markers(settings: dict[str, Any]) -> dict[str, Any]:
     """Settings whose markers are a list, where they were the name of a file."""
-    if _is_path(settings.get("markers")):
+    if is_path(settings.get("markers")):
         normals = bool(settings.get("normals") or False)
         return {**settings, "markers": _core.read_markers(settings["markers"], normals)}
     return settings
@@ -77,8 +71,9 @@ def info(mesh: MeshLike, **options: Unpack[CallOptions]) -> InfoResult:
         **options: `progress`, `cancel`, `threads`.
 
     """
-    data = as_mesh(mesh)._data
-    return InfoResult(call(lambda running: _core.info(data, running), **options))
+    return InfoResult(
+        call(lambda running, its: _core.info(its._data, running), (as_mesh, mesh), **options)
+    )
 
 
 @with_settings("holes")
@@ -92,8 +87,9 @@ def holes(mesh: MeshLike, **options: Unpack[HolesOptions]) -> HolesResult:
     """
     settings, calling = split({**options})
     settings = _with_markers(settings)
-    data = as_mesh(mesh)._data
-    values, rims = call(lambda running: _core.holes(data, settings, running), **calling)
+    values, rims = call(
+        lambda running, its: _core.holes(its._data, settings, running), (as_mesh, mesh), **calling
+    )
     return HolesResult(values, rims=rims)
 
 
@@ -108,8 +104,9 @@ def fill(mesh: MeshLike, **options: Unpack[FillOptions]) -> FillResult:
     """
     settings, calling = split({**options})
     settings = _with_markers(settings)
-    data = as_mesh(mesh)._data
-    values, filled = call(lambda running: _core.fill(data, settings, running), **calling)
+    values, filled = call(
+        lambda running, its: _core.fill(its._data, settings, running), (as_mesh, mesh), **calling
+    )
     return FillResult(values, mesh=Mesh._of(filled))
 
 
@@ -136,6 +133,11 @@ def _clean_up(kind: str, value: Any, settings: Mapping[str, Any]) -> dict[str, A
     return clean_up
 
 
+def _is_false(value: Any) -> bool:
+    """Of Python or of numpy. 0 is a number."""
+    return isinstance(value, (bool, np.bool_)) and not value
+
+
 def _clean_settings(settings: dict[str, Any]) -> dict[str, Any]:
     """Clean-ups as a list, in the order in which they were named."""
     if "clean_ups" in settings:
@@ -143,7 +145,7 @@ def _clean_settings(settings: dict[str, Any]) -> dict[str, Any]:
     named = [
         _clean_up(name, value, settings)
         for name, value in settings.items()
-        if name in CLEAN_UPS and value is not None and value is not False
+        if name in CLEAN_UPS and value is not None and not _is_false(value)
     ]
     of_others = {
         "rings": "strong",
@@ -186,8 +188,9 @@ def clean(mesh: MeshLike, **options: Unpack[CleanOptions]) -> CleanResult:
     """
     settings, calling = split({**options})
     settings = _clean_settings(_with_markers(settings))
-    data = as_mesh(mesh)._data
-    values, cleaned = call(lambda running: _core.clean(data, settings, running), **calling)
+    values, cleaned = call(
+        lambda running, its: _core.clean(its._data, settings, running), (as_mesh, mesh), **calling
+    )
     return CleanResult(values, mesh=Mesh._of(cleaned))
 
 
@@ -201,8 +204,9 @@ def repair(mesh: MeshLike, **options: Unpack[RepairOptions]) -> RepairResult:
 
     """
     settings, calling = split({**options})
-    data = as_mesh(mesh)._data
-    values, repaired, taken = call(lambda running: _core.repair(data, settings, running), **calling)
+    values, repaired, taken = call(
+        lambda running, its: _core.repair(its._data, settings, running), (as_mesh, mesh), **calling
+    )
     return RepairResult(values, mesh=Mesh._of(repaired), settings=taken)
 
 
@@ -218,13 +222,17 @@ def normals(cloud: MeshLike | FramesLike, **options: Unpack[NormalsOptions]) -> 
     """
     settings, calling = split({**options})
     if isinstance(cloud, (Frames, list, tuple)):
-        frames_data = as_frames(cloud)._data
         values, made = call(
-            lambda running: _core.normals_of_frames(frames_data, settings, running), **calling
+            lambda running, its: _core.normals_of_frames(its._data, settings, running),
+            (as_frames, cloud),
+            **calling,
         )
     else:
-        data = as_mesh(cloud)._data
-        values, made = call(lambda running: _core.normals(data, settings, running), **calling)
+        values, made = call(
+            lambda running, its: _core.normals(its._data, settings, running),
+            (as_mesh, cloud),
+            **calling,
+        )
     return NormalsResult(values, mesh=Mesh._of(made))
 
 
@@ -238,9 +246,10 @@ def merge(frames: FramesLike, **options: Unpack[MergeOptions]) -> MergeResult:
 
     """
     settings, calling = split({**options})
-    data = as_frames(frames)._data
     values, merged, numbers, taken = call(
-        lambda running: _core.merge(data, settings, running), **calling
+        lambda running, its: _core.merge(its._data, settings, running),
+        (as_frames, frames),
+        **calling,
     )
     return MergeResult(values, mesh=Mesh._of(merged), vertex_frames=numbers, settings=taken)
 
@@ -255,8 +264,12 @@ def check(frames: FramesLike, **options: Unpack[AlignOptions]) -> CheckResult:
 
     """
     settings, calling = split({**options})
-    data = as_frames(frames)._data
-    return CheckResult(call(lambda running: _core.check(data, settings, running), **calling))
+    values = call(
+        lambda running, its: _core.check(its._data, settings, running),
+        (as_frames, frames),
+        **calling,
+    )
+    return CheckResult(values)
 
 
 @with_settings("align")
@@ -269,9 +282,12 @@ def align(frames: FramesLike, **options: Unpack[AlignOptions]) -> AlignResult:
 
     """
     settings, calling = split({**options})
-    given = as_frames(frames)
-    values, poses = call(lambda running: _core.align(given._data, settings, running), **calling)
-    return AlignResult(values, poses=poses, given=given)
+
+    def work(running: _core.Call, given: Frames) -> AlignResult:
+        values, poses = _core.align(given._data, settings, running)
+        return AlignResult(values, poses=poses, given=given)
+
+    return call(work, (as_frames, frames), **calling)
 
 
 def frames(
@@ -290,8 +306,11 @@ def frames(
         **options: `progress`, `cancel`, `threads`.
 
     """
-    data = as_frames(source)._data
-    values = call(lambda running: _core.save_frames(data, directory, overwrite, running), **options)
+    values = call(
+        lambda running, its: _core.save_frames(its._data, directory, overwrite, running),
+        (as_frames, source),
+        **options,
+    )
     return FramesResult(values)
 
 
@@ -306,10 +325,11 @@ def texture(mesh: MeshLike, photos: PhotosLike, **options: Unpack[TextureOptions
 
     """
     settings, calling = split({**options})
-    data = as_mesh(mesh)._data
-    taken = as_photos(photos)._data
     values, textured = call(
-        lambda running: _core.texture(data, taken, settings, running), **calling
+        lambda running, its, seen: _core.texture(its._data, seen._data, settings, running),
+        (as_mesh, mesh),
+        (as_photos, photos),
+        **calling,
     )
     return TextureResult(values, mesh=Mesh._of(textured))
 
@@ -327,10 +347,13 @@ def render(
 
     """
     settings, calling = split({**options})
-    data = as_mesh(mesh)._data
-    original = None if compare is None else as_mesh(compare)._data
-    drawn = call(lambda running: _core.render(data, original, settings, running), **calling)
-    return drawn[..., ::-1].view(Picture)
+
+    def work(running: _core.Call, shown: Mesh, before: Mesh | None = None) -> Picture:
+        original = None if before is None else before._data
+        return _core.render(shown._data, original, settings, running)[..., ::-1].view(Picture)
+
+    compared = [] if compare is None else [(as_mesh, compare)]
+    return call(work, (as_mesh, mesh), *compared, **calling)
 
 
 @with_settings("sticks")
@@ -347,12 +370,15 @@ def sticks(
 
     """
     settings, calling = split({**options})
-    listed: Any = _core.read_seeds(cast(PathLike, seeds)) if _is_path(seeds) else seeds
+    listed: Any = _core.read_seeds(cast(PathLike, seeds)) if is_path(seeds) else seeds
     table = rows("seeds", listed, 5)
     places = np.ascontiguousarray(table[:, :3])
     sizes = np.ascontiguousarray(table[:, 3:])
-    data = as_mesh(mesh)._data
-    cut = call(lambda running: _core.sticks(data, places, sizes, settings, running), **calling)
+    cut = call(
+        lambda running, its: _core.sticks(its._data, places, sizes, settings, running),
+        (as_mesh, mesh),
+        **calling,
+    )
     meshes = [Mesh._of(stick) for stick in cut]
     counts = [{"vertices": len(stick.vertices), "faces": len(stick.faces)} for stick in meshes]
     return SticksResult({"sticks": counts}, meshes=meshes)
@@ -371,16 +397,18 @@ def keyframes(
 
     """
     settings, calling = split({**options})
-    if _is_path(views):
+    if is_path(views):
         source = cast(PathLike, views)
         return KeyframesResult(
             call(lambda running: _core.keyframes_of_source(source, settings, running), **calling)
         )
     if isinstance(views, Photos) or any(isinstance(view, Photo) for view in cast(Any, views)):
-        data = as_photos(views)._data
-        return KeyframesResult(
-            call(lambda running: _core.keyframes_of_photos(data, settings, running), **calling)
+        values = call(
+            lambda running, its: _core.keyframes_of_photos(its._data, settings, running),
+            (as_photos, views),
+            **calling,
         )
+        return KeyframesResult(values)
     poses = [matrix("views", cast(Any, view)) for view in cast(Any, views)]
     return KeyframesResult(
         call(lambda running: _core.keyframes_of_poses(poses, settings, running), **calling)
@@ -407,10 +435,10 @@ def save(
     """
     given = what.__dict__.get("mesh", what) if isinstance(what, Result) else what
     if isinstance(given, Mesh):
-        save_mesh(given, path, overwrite=overwrite, depth=4, **options)
+        save_mesh(given, path, overwrite=overwrite, **options)
     elif isinstance(given, Frames):
         frames(given, path, overwrite=overwrite, **options)
     elif isinstance(given, np.ndarray):
-        given.view(Picture).save(Path(path), overwrite=overwrite)
+        given.view(Picture).save(path, overwrite=overwrite, **options)
     else:
         raise InputError(f"a {type(what).__name__} has no form as a file")

@@ -6,12 +6,14 @@ import signal
 import subprocess
 import sys
 import threading
+import types
 import warnings
 from pathlib import Path
 
 import algorithmveld as veld
 import numpy as np
 import pytest
+from algorithmveld import _calls
 from scans import grid, sphere_frames
 
 
@@ -202,6 +204,101 @@ def test_warnings_can_be_made_errors():
         warnings.simplefilter("error", veld.VeldWarning)
         with pytest.raises(veld.VeldWarning):
             veld.fill(veld.Mesh(*grid(3)), method="markers", markers=[[99, 99, 99]])
+
+
+def warning_of(*lines):
+    """A call that warns of these and then returns, or raises the last line."""
+    return types.SimpleNamespace(
+        warnings=[
+            types.SimpleNamespace(code="CODE", about="a", text=line, setting="") for line in lines
+        ]
+    )
+
+
+def test_a_warning_that_is_an_error_replaces_no_other():
+    def fail():
+        raise KeyboardInterrupt
+
+    with warnings.catch_warnings():
+        warnings.simplefilter("error", veld.VeldWarning)
+        with pytest.raises(KeyboardInterrupt):
+            _calls._warning(warning_of("one"), fail)
+    with pytest.warns(veld.VeldWarning, match="one"), pytest.raises(KeyboardInterrupt):
+        _calls._warning(warning_of("one"), fail)
+
+
+def test_all_warnings_are_given_before_the_first_that_is_an_error():
+    given = []
+
+    def show(message, *where):
+        given.append(message.text)
+
+    with warnings.catch_warnings():
+        warnings.simplefilter("always")
+        warnings.filterwarnings("error", message=".*(first|second)")
+        warnings.showwarning = show
+        with pytest.raises(veld.VeldWarning, match="first"):
+            _calls._warning(warning_of("first", "second", "third"), int)
+    assert given == ["third"]
+
+
+def test_warnings_name_the_line_of_the_host_however_deep_the_package_is(tmp_path):
+    path = tmp_path / "fin.off"
+    path.write_text("OFF\n5 3 0\n0 0 0\n1 0 0\n0 1 0\n0 -1 0\n0 0 1\n3 0 1 2\n3 1 0 3\n3 0 1 4\n")
+    for use in (veld.load_mesh, veld.info, veld.fill, veld.normals):
+        with pytest.warns(veld.VeldWarning, match="MESH_MENDED") as caught:
+            use(path)
+        assert {warning.filename for warning in caught} == {__file__}
+
+
+def test_reading_a_path_is_a_part_of_the_call(tmp_path, capsys):
+    path = tmp_path / "mesh.ply"
+    veld.save(veld.Mesh(*grid(30, hole=True)), path)
+    told = []
+    assert veld.fill(path, progress=lambda *step: told.append(step)).holes_after == 1
+    fractions = [fraction for _, fraction in told]
+    assert fractions == sorted(fractions)
+    assert (fractions[0], fractions[-1]) == (0.0, 1.0)
+    assert "read the mesh" in " ".join(step for step, fraction in told if fraction < 0.5)
+    veld.render(path, compare=path, progress=True)
+    assert capsys.readouterr().err.count("100%") == 1
+    cancel = veld.Cancel()
+    cancel.cancel()
+    for step in (veld.load_mesh, veld.info):
+        with pytest.raises(veld.Cancelled):
+            step(path, cancel=cancel)
+    with pytest.raises(veld.InputError, match="'threads' has to be"):
+        veld.texture(path, tmp_path, threads=-1)
+
+
+def test_arrays_are_looked_at_while_steps_own_the_mesh():
+    vertices, faces = grid(60, hole=True)
+    places = np.ascontiguousarray(vertices[faces][..., :2] / 60)
+    image = np.zeros((4, 4, 3), np.uint8)
+    mesh = veld.Mesh(vertices, faces, texcoords=places, image=image)
+    expected = mesh.texcoords.tobytes()
+    ended = threading.Event()
+    answers = []
+
+    def work():
+        while not ended.is_set():
+            answers.append((veld.info(mesh).holes, len(veld.holes(mesh).holes)))
+
+    workers = [threading.Thread(target=work) for _ in range(2)]
+    for worker in workers:
+        worker.start()
+    try:
+        for _ in range(200):
+            assert mesh.texcoords.tobytes() == expected
+            assert mesh.vertices.shape == (3600, 3)
+            assert mesh.normals is None
+        picture = veld.render(mesh, compare=mesh, width=40, height=30)
+    finally:
+        ended.set()
+        for worker in workers:
+            worker.join()
+    assert set(answers) == {(2, 2)}
+    np.testing.assert_array_equal(picture, veld.render(mesh, width=40, height=30))
 
 
 def test_errors_are_of_kinds_that_python_knows():

@@ -1,4 +1,5 @@
 import json
+import os
 from pathlib import Path
 
 import algorithmveld as veld
@@ -28,6 +29,28 @@ def test_names_of_files_may_have_any_letters(tmp_path):
     path = tmp_path / "Öl \u5b57 %s.ply"
     veld.save(sphere_mesh(8), path)
     assert len(veld.load_mesh(path).faces) == len(sphere_mesh(8).faces)
+
+
+def test_names_of_files_may_be_of_any_bytes(tmp_path):
+    folder = tmp_path / os.fsdecode(b"caf\xe9")
+    folder.mkdir()
+    path = folder / os.fsdecode(b"\xff.ply")
+    with pytest.raises(veld.InputError) as caught:
+        veld.load_mesh(path)
+    assert str(path) in str(caught.value)
+    with pytest.raises(veld.InputError, match="its name is no UTF-8"):
+        veld.frames(sphere_frames(24), folder / "frames")
+    path.write_bytes(b"")
+    (folder / "fin.off").write_text("OFF\n3 2 0\n0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n3 0 0 1\n")
+    with pytest.warns(veld.VeldWarning) as warned:
+        veld.load_mesh(folder / "fin.off")
+    assert warned[0].message.about == str(folder / "fin.off")
+    veld.save(veld.Mesh(*grid(7, hole=True)), path)
+    lines = []
+    result = veld.run(path, folder / "out", tell=lines.append)
+    assert str(path) in lines[0]
+    assert len(result.mesh.faces) > 70
+    assert (folder / "out" / "report.html").is_file()
 
 
 def test_a_file_that_is_there_can_be_kept(tmp_path):
@@ -76,6 +99,9 @@ def test_textured_models_are_written_with_their_image(tmp_path):
 def test_glb_files_hold_a_textured_model(tmp_path):
     veld.save(textured_grid(), tmp_path / "model.glb")
     assert (tmp_path / "model.glb").read_bytes().startswith(b"glTF")
+    with pytest.raises(veld.InputError, match=r"plain\.glb: a GLB file holds a texture"):
+        veld.save(sphere_mesh(8), tmp_path / "plain.glb")
+    assert not (tmp_path / "plain.glb").exists()
 
 
 def test_pictures_are_written(tmp_path):
@@ -86,6 +112,24 @@ def test_pictures_are_written(tmp_path):
     assert (tmp_path / "sphere.jpg").read_bytes().startswith(b"\xff\xd8")
     pil = pytest.importorskip("PIL.Image")
     np.testing.assert_array_equal(np.asarray(pil.open(tmp_path / "sphere.png")), picture)
+
+
+def test_pictures_of_other_numbers_are_refused(tmp_path):
+    for picture in (np.ones((4, 4, 3)), np.ones((4, 4, 3), np.int64), np.ones((4, 4), np.uint8)):
+        with pytest.raises(veld.InputError, match=r"'picture' has to be of shape .* and uint8"):
+            veld.save(picture, tmp_path / "picture.png")
+        with pytest.raises(veld.InputError, match=r"'picture' has to be of shape .* and uint8"):
+            picture.view(veld.Picture).save(tmp_path / "picture.png")
+    assert list(tmp_path.iterdir()) == []
+
+
+def test_saving_a_picture_can_be_cancelled(tmp_path):
+    cancel = veld.Cancel()
+    cancel.cancel()
+    picture = veld.render(sphere_mesh(8), width=40, height=30)
+    with pytest.raises(veld.Cancelled):
+        veld.save(picture, tmp_path / "sphere.png", cancel=cancel)
+    assert list(tmp_path.iterdir()) == []
 
 
 def test_frames_are_written_and_come_back(tmp_path):
@@ -135,6 +179,28 @@ def test_a_run_takes_a_recipe(tmp_path):
     recipe["steps"][0]["settings"]["method"] = "glue"
     with pytest.raises(veld.InputError, match=r"recipe.*method"):
         veld.run(tmp_path / "mesh.ply", tmp_path / "other", recipe=recipe)
+
+
+@pytest.mark.parametrize("value", [float("nan"), float("inf"), np.float32("-inf")])
+def test_a_recipe_has_only_numbers_that_files_can_have(tmp_path, value):
+    veld.save(veld.Mesh(*grid(7, hole=True)), tmp_path / "mesh.ply")
+    step = {"step": "fill", "settings": {"max_perimeter": value}}
+    recipe = {"veld_recipe": 1, "steps": [step]}
+    for use in (veld.check_recipe, lambda it: veld.run(tmp_path / "mesh.ply", "out", recipe=it)):
+        with pytest.raises(veld.InputError, match="max_perimeter' has to be a finite number"):
+            use(recipe)
+
+
+def test_a_recipe_is_checked_by_itself(tmp_path):
+    whole = veld.check_recipe({"veld_recipe": 1, "steps": [{"step": "fill"}]})
+    assert whole["steps"][0]["settings"]["max_perimeter"] is None
+    assert veld.check_recipe(whole) == whole
+    usual = veld.check_recipe(veld.usual_recipe())
+    assert veld.check_recipe(usual) == usual
+    file = tmp_path / "recipe.json"
+    file.write_text('{"veld_recipe": 1,\n "steps": [{"step": "glue"}]}')
+    with pytest.raises(veld.InputError, match=r"recipe\.json:2: steps\[0\]\.step"):
+        veld.check_recipe(file)
 
 
 def test_the_usual_recipe_can_be_looked_at(tmp_path):

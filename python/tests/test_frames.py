@@ -45,6 +45,29 @@ def test_views_of_frames_refuse_to_be_written():
             getattr(frame, name)[0] = 0
 
 
+def test_frames_and_photographs_keep_what_they_were_made_of():
+    arrays = {"points": plane(), "normals": plane(), "colors": np.zeros((6, 8, 3))}
+    arrays |= {"pose": np.eye(4), "cells": np.ones((6, 8), bool)}
+    arrays = {name: np.ascontiguousarray(array, np.float32) for name, array in arrays.items()}
+    frame = veld.Frame(**arrays)
+    image, pose = np.zeros((4, 4, 3), np.uint8), np.eye(4)
+    photo = veld.Photo(image, (1, 1, 1, 1), pose)
+    for given in (*arrays.values(), image, pose):
+        given[:] = 1
+    assert frame.points[2, 3].tolist() == [3, 2, 0]
+    assert not frame.colors.any()
+    assert not photo.image.any()
+    for made in (frame, photo):
+        np.testing.assert_array_equal(made.pose, np.eye(4))
+    for array in (frame.points, frame.normals, frame.colors, frame.pose, frame.cells, photo.image):
+        with pytest.raises(ValueError, match="read-only"):
+            array[0] = 1
+    for made in (frame, photo):
+        for name in ("pose", "name"):
+            with pytest.raises(AttributeError):
+                setattr(made, name, None)
+
+
 def test_depths_become_points_on_the_sphere():
     frame = veld.Frames([sphere_frame(30, 20)])[0]
     distance = np.linalg.norm(frame.global_points, axis=1)
@@ -68,8 +91,7 @@ def test_colours_of_frames_become_those_of_the_mesh():
         frame = sphere_frame(azimuth)
         colors = np.zeros(frame.points.shape, np.uint8)
         colors[..., 1] = 255
-        frame.colors = (colors / 255).astype(np.float32)
-        frames.append(frame)
+        frames.append(veld.Frame(frame.points, frame.pose, colors=colors, sensor="origin"))
     merged = veld.merge(veld.Frames(frames)).mesh
     np.testing.assert_allclose(merged.colors, [[0, 1, 0]] * len(merged.vertices), atol=1e-6)
 
@@ -91,6 +113,8 @@ def test_frames_are_a_sequence():
         (lambda: veld.Frame(plane(), np.full((4, 4), np.nan)), "'pose' is not finite"),
         (lambda: veld.Frame(plane(), np.ones((4, 4))), "the last row of 'pose'"),
         (lambda: veld.Frame(plane(), normals=plane(5)), "'normals' has to be of shape"),
+        (lambda: veld.Frame(plane(), colors=plane()), "'colors' has to be from 0 to 1, or uint8"),
+        (lambda: veld.Frame(plane(), colors=plane().astype(int)), "'colors' has to be uint8, or"),
         (lambda: veld.Frame(plane(), cells=[[True]]), "'cells' has to be of shape"),
         (lambda: veld.Frames([veld.Frame(plane(), sensor="left")]), "'sensor' has to be one of"),
         (lambda: veld.Frame.from_depth([[1.0]], (1, 2, 3)), "'intrinsics' has to be fx, fy"),

@@ -1,3 +1,4 @@
+import copy
 import gc
 import pickle
 
@@ -83,6 +84,32 @@ def test_numbers_of_other_types_and_orders_are_taken():
 def test_colours_of_bytes_become_parts_of_one():
     mesh = veld.Mesh(np.eye(3), colors=np.array([[255, 0, 51]] * 3, np.uint8))
     np.testing.assert_allclose(mesh.colors[0], [1.0, 0.0, 0.2], rtol=1e-6)
+
+
+@pytest.mark.parametrize("colors", [np.eye(3, dtype=int), 255 * np.eye(3), -np.eye(3)])
+def test_colours_of_other_numbers_are_refused(colors):
+    with pytest.raises(veld.InputError, match="'colors' has to be"):
+        veld.Mesh(np.eye(3), colors=colors)
+    with pytest.raises(veld.InputError, match="'colors' has to be"):
+        veld.Mesh(np.eye(3)).replace(colors=colors)
+
+
+def test_an_image_needs_texture_coordinates():
+    with pytest.raises(veld.InputError, match="'image' needs 'texcoords'"):
+        veld.Mesh(*grid(3), image=np.zeros((2, 2, 3), np.uint8))
+
+
+def test_values_that_a_file_brought_along_go_with_a_warning(tmp_path):
+    head = "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
+    head += "property float z\nproperty float quality\nend_header\n"
+    (tmp_path / "cloud.ply").write_text(head + "0 0 0 1\n1 0 0 2\n0 1 0 3\n")
+    mesh = veld.load_mesh(tmp_path / "cloud.ply")
+    for use in (pickle.dumps, lambda it: it.replace(colors=np.eye(3))):
+        with pytest.warns(veld.VeldWarning, match="quality") as caught:
+            use(mesh)
+        assert caught[0].message.code == "VALUES_DROPPED"
+        assert caught[0].filename == __file__
+    assert copy.copy(mesh) is copy.deepcopy(mesh) is mesh
 
 
 @pytest.mark.parametrize(

@@ -135,6 +135,12 @@ def test_clean_runs_in_the_order_of_its_arguments():
     assert len(first.mesh.faces) < len(mesh.faces)
 
 
+@pytest.mark.parametrize("no", [False, np.bool_(False), None])
+def test_clean_does_not_do_what_is_false(no):
+    cleaned = veld.clean(veld.Mesh(*grid(9)), non_manifold=no, peel=0)
+    assert [step["step"] for step in cleaned.steps] == ["peel"]
+
+
 def test_clean_takes_the_list_of_a_recipe():
     mesh = veld.Mesh(*grid(9))
     cleaned = veld.clean(mesh, clean_ups=[{"kind": "peel", "rings": 0}] * 2)
