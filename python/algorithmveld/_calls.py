@@ -8,12 +8,12 @@ import warnings
 from collections.abc import Callable
 from contextlib import AbstractContextManager, nullcontext
 from types import FrameType, TracebackType
-from typing import Any, TypedDict, TypeVar, Union
+from typing import Any, TypedDict, TypeVar
 
 from . import _core
 from ._errors import VeldWarning
 
-Progress = Union[bool, Callable[[str, float], Any], None]
+Progress = bool | Callable[[str, float], Any] | None
 Answer = TypeVar("Answer")
 
 

@@ -44,7 +44,7 @@ def with_settings(step: str) -> Callable[[Step], Step]:
                 inspect.Parameter(name, inspect.Parameter.KEYWORD_ONLY, default=default)
             )
             lines.append(f"        {name}: {text} (default: {default!r})")
-        for name, value in zip(CALL_OPTIONS, (None, None, 0)):
+        for name, value in zip(CALL_OPTIONS, (None, None, 0), strict=True):
             parameters.append(
                 inspect.Parameter(name, inspect.Parameter.KEYWORD_ONLY, default=value)
             )

@@ -5,11 +5,11 @@ from __future__ import annotations
 import atexit
 import logging
 from collections.abc import Callable
-from typing import Any, Union
+from typing import Any
 
 from . import _core
 
-LogTarget = Union[Callable[[str], Any], logging.Logger, None]
+LogTarget = Callable[[str], Any] | logging.Logger | None
 
 
 class _Lines:

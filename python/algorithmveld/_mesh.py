@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import os
-from typing import TYPE_CHECKING, Any, Union
+from typing import TYPE_CHECKING, Any
 
 import numpy as np
 import numpy.typing as npt
@@ -18,7 +18,7 @@ if TYPE_CHECKING:
 FloatArray = npt.NDArray[np.float32]
 IntArray = npt.NDArray[np.int32]
 ByteArray = npt.NDArray[np.uint8]
-PathLike = Union[str, "os.PathLike[str]"]
+PathLike = str | os.PathLike[str]
 
 
 def rows(name: str, values: npt.ArrayLike, width: int) -> FloatArray:

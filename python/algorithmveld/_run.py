@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import os
 from collections.abc import Callable
-from typing import TYPE_CHECKING, Any, Union
+from typing import TYPE_CHECKING, Any
 
 from . import _core
 from ._calls import CallOptions, call
@@ -14,7 +14,7 @@ from ._results import RunResult
 if TYPE_CHECKING:
     from typing_extensions import Unpack
 
-RecipeLike = Union[dict[str, Any], PathLike, None]
+RecipeLike = dict[str, Any] | PathLike | None
 
 
 def run(

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 from collections.abc import Mapping, Sequence
-from typing import TYPE_CHECKING, Any, Union, cast
+from typing import TYPE_CHECKING, Any, cast
 
 import numpy as np
 import numpy.typing as npt
@@ -50,9 +50,9 @@ if TYPE_CHECKING:
         TextureOptions,
     )
 
-MeshLike = Union[Mesh, PathLike, Any]
-FramesLike = Union[Frames, Sequence[Frame], PathLike]
-PhotosLike = Union[Photos, Sequence[Photo], PathLike]
+MeshLike = Mesh | PathLike | Any
+FramesLike = Frames | Sequence[Frame] | PathLike
+PhotosLike = Photos | Sequence[Photo] | PathLike
 
 
 def _with_markers(settings: dict[str, Any]) -> dict[str, Any]:

@@ -57,7 +57,7 @@ def assert_each_step_once(scans, tmp_path, but=0):
     done = steps_done(tmp_path / "out")
     assert set(done) == {(key, step) for key in keys for step in ("clean", "fill")}
     assert len(set(done)) <= len(done) <= len(set(done)) + but
-    for path, key in zip(scans, keys):
+    for path, key in zip(scans, keys, strict=True):
         alone = tmp_path / "alone" / key
         veld.run(path, alone, recipe=RECIPE, pictures=False)
         made = tmp_path / "out" / key

@@ -20,7 +20,7 @@ def test_arrays_come_back_as_they_were_given():
 def test_corners_keep_their_order_round_the_face():
     vertices, faces = tetrahedron()
     mesh = veld.Mesh(vertices, faces)
-    for given, kept in zip(faces, mesh.faces):
+    for given, kept in zip(faces, mesh.faces, strict=True):
         assert any((np.roll(given, k) == kept).all() for k in range(3))
 
 
