@@ -1,15 +1,18 @@
 """A batch without its scheduler: which scans there are, what their tasks do, what the page has."""
 
 import json
+import os
 import shutil
 import subprocess
 import sys
 import threading
 import time
 from collections import deque
+from contextlib import contextmanager, nullcontext
 from pathlib import Path
 
 import algorithmveld as veld
+import numpy as np
 import pytest
 from algorithmveld import batch
 from algorithmveld.batch import __main__ as command
@@ -17,7 +20,7 @@ from algorithmveld.batch import _run, _scheduler
 from algorithmveld.batch._page import write_summary
 from algorithmveld.batch._places import Places
 from algorithmveld.batch._results import result_at
-from algorithmveld.batch._scans import Scan, content_of, find_scans
+from algorithmveld.batch._scans import Scan, content_of, find_scans, sizes_of
 from algorithmveld.batch._tasks import Job, State, look, take_step
 from scans import grid, sphere_frames
 
@@ -36,9 +39,24 @@ def save_scan(path, n=9):
     return path
 
 
-def job_of(path, out, recipe=RECIPE, pictures=False):
+TEXTURING = {**RECIPE, "steps": [*RECIPE["steps"], {"step": "texture"}]}
+
+
+def save_photo(folder, name, content):
+    """What stands for a photograph, with a list of cameras that names it."""
+    folder.mkdir(parents=True, exist_ok=True)
+    (folder / name).write_bytes(content)
+    view = {
+        "image": name, "width": 4, "height": 4, "fx": 1, "fy": 1, "cx": 0, "cy": 0,
+        "R": [[1, 0, 0], [0, 1, 0], [0, 0, 1]], "t": [0, 0, 0],
+    }  # fmt: skip
+    (folder / "cameras.json").write_text(json.dumps({"views": [view]}))
+
+
+def job_of(path, out, recipe=RECIPE, pictures=False, version=veld.__version__):
     scan = Scan(path.stem, str(path))
-    return Job(scan, str(out), recipe, pictures=pictures, threads=1, batch="this")
+    whole = veld.check_recipe(recipe)  # as a batch takes it
+    return Job(scan, str(out), whole, pictures=pictures, threads=1, batch="this", version=version)
 
 
 def take_all(job):
@@ -107,18 +125,16 @@ def test_no_scan_is_told(tmp_path, given):
 
 def test_the_name_of_a_result_follows_from_all_that_it_is_made_of(tmp_path):
     path = save_scan(tmp_path / "one" / "cup.ply")
-    texturing = {**RECIPE, "steps": [*RECIPE["steps"], {"step": "texture"}]}
     first = look(job_of(path, tmp_path / "out")).key
     moved = save_scan(tmp_path / "two" / "cup.ply")
     assert look(job_of(moved, tmp_path / "out")).key == first
-    keys = {first, look(job_of(path, tmp_path / "out", texturing)).key}
+    keys = {first, look(job_of(path, tmp_path / "out", TEXTURING)).key}
     save_scan(path.parent / "other.ply")  # a neighbour is no part of it
-    (path.parent / "photos").mkdir()
-    (path.parent / "photos" / "a.jpg").write_bytes(b"a")
+    save_photo(path.parent / "photos", "a.jpg", b"a")
     assert look(job_of(path, tmp_path / "out")).key == first
-    keys.add(look(job_of(path, tmp_path / "out", texturing)).key)
-    (path.parent / "photos" / "a.jpg").write_bytes(b"b")
-    keys.add(look(job_of(path, tmp_path / "out", texturing)).key)
+    keys.add(look(job_of(path, tmp_path / "out", TEXTURING)).key)
+    save_photo(path.parent / "photos", "a.jpg", b"b")
+    keys.add(look(job_of(path, tmp_path / "out", TEXTURING)).key)
     (path.parent / "markers.txt").write_text("0 0 0\n")
     keys.add(look(job_of(path, tmp_path / "out")).key)
     save_scan(path, 11)
@@ -133,6 +149,140 @@ def test_a_list_of_frames_consists_of_what_lies_beside_it(tmp_path):
     before = content_of(Scan("bun", str(folder / "bun.conf")), with_photos=False)
     save_scan(folder / "bun.ply", 11)
     assert content_of(Scan("bun", str(folder / "bun.conf")), with_photos=False) != before
+
+
+def frames_elsewhere(folder, kind):
+    """A list of frames that names a file in another folder: the list, and that file."""
+    other = folder / "other"
+    other.mkdir(parents=True)
+    scan = folder / "scan"
+    scan.mkdir()
+    if kind == "depth images":
+        (scan / "cameras.json").write_text('{"views": [{"depth": "../other/0.png"}]}')
+        return scan / "cameras.json", other / "0.png"
+    if kind == "text":
+        values = {"directory": "../other", "points": "p%d.txt", "poses": "m%d.txt", "rows": 2}
+        (scan / "text.json").write_text(json.dumps(values))
+        return scan / "text.json", other / "p0.txt"
+    (scan / "bun.conf").write_text("bmesh ../other/bun.ply 0 0 0 0 0 0 1\n")
+    return scan / "bun.conf", other / "bun.ply"
+
+
+@pytest.mark.parametrize("given", ["list", "folder"])
+@pytest.mark.parametrize("kind", ["depth images", "text", "range scans"])
+def test_files_that_a_list_names_elsewhere_are_a_part_of_the_scan(tmp_path, kind, given):
+    listed, file = frames_elsewhere(tmp_path, kind)
+    scan = Scan("a", str(listed if given == "list" else listed.parent))
+    file.write_bytes(b"one")
+    before, size = content_of(scan, with_photos=False), sizes_of(scan)[0]
+    file.write_bytes(b"another")
+    assert content_of(scan, with_photos=False) != before
+    assert sizes_of(scan) == (size + 4, 0)
+
+
+def test_photographs_are_those_that_their_list_names(tmp_path):
+    path = save_scan(tmp_path / "cup.ply")
+    save_photo(tmp_path / "pictures", "../elsewhere.jpg", b"a")
+    scan = Scan("cup", str(path), photos=str(tmp_path / "pictures"))
+    before = content_of(scan, with_photos=True)
+    assert content_of(scan, with_photos=False) != before
+    (tmp_path / "pictures" / "notes.txt").write_text("not one of them")
+    assert content_of(scan, with_photos=True) == before
+    (tmp_path / "elsewhere.jpg").write_bytes(b"b")
+    assert content_of(scan, with_photos=True) != before
+
+
+def test_photographs_and_results_below_a_scan_are_no_part_of_it(tmp_path):
+    scan = tmp_path / "ball"
+    veld.frames(sphere_frames(24), scan)
+    alone = look(job_of(scan, scan / "out")).key
+    frames = sum(path.stat().st_size for path in scan.iterdir() if path.is_file())
+    save_photo(scan / "photos", "a.jpg", b"123")
+    (scan / "out" / "x-1").mkdir()
+    (scan / "out" / "x-1" / "model.ply").write_bytes(b"made")
+    assert look(job_of(scan, scan / "out")).key == alone
+    listed = (scan / "photos" / "cameras.json").stat().st_size
+    assert sizes_of(Scan("ball", str(scan))) == (frames, 3 + listed)
+
+
+def test_linked_folders_are_looked_into_once(tmp_path):
+    save_scan(tmp_path / "disk" / "cup.ply")
+    (tmp_path / "scans").mkdir()
+    (tmp_path / "scans" / "day").symlink_to(tmp_path / "disk")
+    (tmp_path / "scans" / "same day").symlink_to(tmp_path / "disk")
+    (tmp_path / "disk" / "back").symlink_to(tmp_path / "scans")
+    assert list(found(tmp_path / "scans")) == ["day-cup"]
+
+
+def test_a_folder_of_scans_is_not_that_of_the_results(tmp_path):
+    (tmp_path / "cameras.json").write_text('{"views": [{"depth": "0.png"}]}')
+    for given in (tmp_path, [tmp_path], [tmp_path / "cameras.json"]):
+        with pytest.raises(veld.InputError, match="is a folder of scans"):
+            found(given, tmp_path)
+
+
+def test_a_folder_that_is_one_scan_has_its_own_name(tmp_path, monkeypatch):
+    veld.frames(sphere_frames(24), tmp_path / "ball")
+    (tmp_path / "elsewhere").mkdir()
+    monkeypatch.chdir(tmp_path / "elsewhere")
+    assert list(found(tmp_path / "ball")) == ["ball"]
+    assert list(found(Path("..", "ball"))) == ["ball"]
+    monkeypatch.chdir(tmp_path / "ball")
+    assert list(found(Path())) == ["ball"]
+
+
+def test_names_of_files_may_be_of_any_bytes(tmp_path):
+    folder = tmp_path / os.fsdecode(b"caf\xe9")
+    for path in (
+        save_scan(folder / os.fsdecode(b"cup\xe9.ply")),
+        folder / os.fsdecode(b"x\xe9.ply"),
+    ):
+        path.touch()
+        job = job_of(path, folder / "out", pictures=True)
+        state = take_all(job)
+        _run._Driver(StandIn(), Places(job.out), lambda line: None)._note(state, job)
+    write_summary(Places(folder / "out"))
+    listed = json.loads((folder / "out" / "batch.json").read_text())
+    assert listed["scans"][0]["source"] == str(folder / os.fsdecode(b"cup\xe9.ply"))
+    assert str(folder / os.fsdecode(b"x\xe9.ply")) in listed["failures"][0]["reason"]
+    assert "cup\\udce9.ply" in (folder / "out" / "index.html").read_text()
+
+
+def test_recipes_that_mean_the_same_find_the_same_results(tmp_path):
+    path = save_scan(tmp_path / "cup.ply")
+    cleaning = {"step": "clean", "settings": {"clean_ups": [{"kind": "min-faces", "limit": 5}]}}
+    plain = {"veld_recipe": 1, "steps": [cleaning, {"step": "fill"}]}
+    file = tmp_path / "recipe.json"
+    file.write_text(json.dumps({"$schema": "x", **plain}), encoding="utf-8-sig")
+    limit = {"kind": "min-faces", "limit": np.int64(5)}
+    odd = {
+        "veld_recipe": 1,
+        "steps": [
+            {"step": "clean", "settings": {"clean_ups": [limit]}},
+            {"step": "fill", "settings": {"max_perimeter": None}, "when": "always"},
+        ],
+    }
+    keys = {look(job_of(path, tmp_path / "out", recipe)).key for recipe in (plain, file, odd)}
+    assert len(keys) == 1
+    other = {"veld_recipe": 1, "steps": [cleaning, {"step": "fill", "when": "open"}]}
+    assert look(job_of(path, tmp_path / "out", other)).key not in keys
+
+
+def test_a_worker_of_another_version_leaves_scans_to_others(tmp_path):
+    job = job_of(save_scan(tmp_path / "cup.ply"), tmp_path / "out", version="0.0.1")
+    for state in (look(job), take_step(State(key="cup-1"), job, 1)):
+        assert f"has algorithmveld {veld.__version__}, and the batch 0.0.1" in state.reason
+        assert state.may_do_elsewhere
+    assert not (tmp_path / "out").exists()
+
+
+def test_what_has_the_name_of_a_result_and_is_none_is_moved_aside(tmp_path):
+    job = job_of(save_scan(tmp_path / "cup.ply"), tmp_path / "out")
+    key = take_all(job).key
+    (tmp_path / "out" / key / "scan.json").unlink()
+    assert take_all(job) == State(key=key, is_there=True)
+    aside = list((tmp_path / "out" / ".work").glob(f"{key}.aside-*"))
+    assert [(path / "model.ply").is_file() for path in aside] == [True]
 
 
 @pytest.mark.filterwarnings("ignore::algorithmveld.VeldWarning")
@@ -275,6 +425,64 @@ def test_the_page_shows_what_is_there(tmp_path):
     assert ">cup9<" not in (out / "index.html").read_text()
 
 
+@pytest.mark.parametrize(
+    "record",
+    [
+        "no JSON", "[]", '{"steps": 3}', '{"steps": [7, {"name": 3}]}',
+        '{"steps": [{"name": "fill", "seconds": "long", "warnings": [{"text": "a"}, "b"]}]}',
+    ],
+)  # fmt: skip
+def test_a_damaged_record_spoils_no_page(tmp_path, record):
+    out = tmp_path / "out"
+    take_all(job_of(save_scan(tmp_path / "cup.ply"), out))
+    (out / "old-1").mkdir()
+    (out / "old-1" / "scan.json").write_text('{"name": 5}')
+    (out / "old-1" / "run.json").write_text(record)
+    (out / ".work" / "x.failed.json").write_text(
+        '{"name": 5, "source": 5, "reason": 5, "finished": 5}'
+    )
+    write_summary(Places(out))
+    listed = json.loads((out / "batch.json").read_text())["scans"]
+    assert [scan["name"] for scan in listed] == ["cup", "5"]
+    assert [step["name"] for step in listed[0]["steps"]] == ["clean", "fill"]
+    assert listed[1]["seconds"] == 0
+
+
+def on_full_disk(*arguments):
+    raise OSError(28, "No space left on device")
+
+
+def test_a_full_disk_takes_no_result_away(tmp_path, monkeypatch):
+    job = job_of(tmp_path / "gone.ply", tmp_path / "out")
+    lines = []
+    driver = _run._Driver(StandIn(), Places(job.out), lines.append)
+    monkeypatch.setattr(_run, "write_json", on_full_disk)
+    driver._note(State(reason="no mesh"), job)
+    assert [scan.reason for scan in driver._results] == ["no mesh"]
+    assert "No space left" in lines[-1]
+
+
+def test_what_ended_a_batch_is_told_also_where_the_disk_is_full(tmp_path, monkeypatch, capsys):
+    @contextmanager
+    def connected(*arguments):
+        raise _scheduler.lost()
+        yield
+
+    save_scan(tmp_path / "scans" / "cup.ply")
+    (tmp_path / "r.json").write_text(json.dumps(RECIPE))
+    arguments = [str(tmp_path / "r.json"), str(tmp_path / "scans"), "-o", str(tmp_path / "out")]
+    monkeypatch.setattr(_run, "connected", connected)
+    monkeypatch.setattr(_run, "write_summary", on_full_disk)
+    assert command.main(arguments) == 2
+    told = capsys.readouterr().err.splitlines()
+    assert "No space left" in told[-2]
+    assert "the scheduler was lost" in told[-1]
+    monkeypatch.setattr(_run, "connected", lambda *arguments: nullcontext(StandIn()))
+    monkeypatch.setattr(_run._Driver, "go", lambda self, jobs: [])
+    assert command.main(arguments) == 1
+    assert "No space left" in capsys.readouterr().err
+
+
 def assert_thumbnail_is_of(folder, picture):
     views = [
         {"image": name, "width": w, "height": h, "fx": 1, "fy": 1, "cx": 0, "cy": 0,
@@ -299,6 +507,7 @@ class StandIn:
 
     def __init__(self, *workers):
         self.there = dict.fromkeys(workers)
+        self.threads = 1
         self.cancelled = False
 
     def workers(self, *, now=False):
@@ -346,10 +555,12 @@ def test_without_dask_the_reason_is_clear(tmp_path, monkeypatch, capsys):
     monkeypatch.setitem(sys.modules, "distributed", None)
     save_scan(tmp_path / "scans" / "cup.ply")
     (tmp_path / "r.json").write_text(json.dumps(RECIPE))
-    with pytest.raises(ImportError, match=r"pip install 'algorithmveld\[batch\]'"):
+    with pytest.raises(ImportError, match="pip install 'distributed>="):
         batch.run(RECIPE, tmp_path / "scans", tmp_path / "out")
-    assert command.main([str(tmp_path / "r.json"), str(tmp_path / "scans"), "-o", "out"]) == 1
-    assert "algorithmveld[batch]" in capsys.readouterr().err
+    arguments = [str(tmp_path / "r.json"), str(tmp_path / "scans"), "-o", str(tmp_path / "out")]
+    assert command.main(arguments) == 1
+    assert "pip install 'distributed>=" in capsys.readouterr().err
+    assert not (tmp_path / "out").exists()
 
 
 def test_the_help_has_an_example(capsys):

@@ -12,11 +12,13 @@ from ._run import run
 
 DESCRIPTION = "Takes many scans through a recipe, on this machine or on any scheduler of Dask."
 EXAMPLE = """example:
-  veld run scans/cup --print-recipe > recipe.json
+  python -c 'import json, algorithmveld as veld
+print(json.dumps(veld.usual_recipe("scans/cup")))' > recipe.json
   python -m algorithmveld.batch recipe.json scans -o models --workers 3
 
 models/index.html shows all results. Started again, a batch does only what is missing. The exit
-status is 1 where a scan failed or the arguments are wrong, 2 where the scheduler was lost."""
+status is 1 where a scan failed, the arguments are wrong or OUT cannot be written, 2 where the
+scheduler was lost."""
 
 
 def _parser() -> argparse.ArgumentParser:
@@ -72,9 +74,9 @@ def main(arguments: list[str] | None = None) -> int:
             pictures=not given.no_pictures,
             tell=lambda line: print(line, file=sys.stderr, flush=True),
         )
-    except (InputError, ImportError) as error:
+    except (InputError, ImportError, OSError) as error:
         return _fail(str(error), 1)
-    except (OperationError, OSError) as error:
+    except OperationError as error:
         return _fail(str(error), 2)
     except KeyboardInterrupt:
         return _fail("stopped; a batch that is started again goes on", 130)

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import base64
+import os
 import re
 from dataclasses import asdict
 from html import escape
@@ -62,8 +63,10 @@ def _failures_in(places: Places) -> list[Listed]:
     notes = [read_json(path) for path in places.hidden.glob(f"*{FAILED}")]
     return [
         (
-            ScanResult(note["name"], note["source"], "failed", reason=note["reason"]),
-            note["finished"],
+            ScanResult(
+                str(note["name"]), str(note["source"]), "failed", reason=str(note["reason"])
+            ),
+            str(note["finished"]),
         )
         for note in notes
         if {"name", "source", "reason", "finished"} <= note.keys()
@@ -127,7 +130,7 @@ def _result_row(scan: ScanResult, finished: str) -> str:
         f"<li>{escape(step['name'])} {step['seconds']:.2f} s</li>" for step in scan.steps
     )
     warnings = "".join(f"<li>{escape(warning)}</li>" for warning in scan.warnings)
-    link = quote(folder.name) + "/report.html"
+    link = quote(os.fsencode(folder.name)) + "/report.html"
     return (
         f'<tr><td class="picture">{_picture(folder, link)}'
         f'<td><a href="{link}">{escape(scan.name)}</a><div class="soft">{escape(scan.source)}<br>'

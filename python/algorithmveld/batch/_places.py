@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import errno
 import fcntl
 import hashlib
 import json
@@ -18,6 +19,7 @@ RECORD = "scan.json"
 """In the folder of each result: which scan it is of."""
 FAILED = ".failed.json"
 WAIT = 0.1  # seconds between two looks at a lock
+ODD_NAMES = "backslashreplace"  # of files, whose bytes are no UTF-8
 
 
 class Places:
@@ -45,7 +47,7 @@ class Places:
 
     def failure(self, source: str) -> Path:
         """The note on a scan that failed. A later try at the same scan replaces it."""
-        name = hashlib.blake2b(source.encode(), digest_size=8).hexdigest()
+        name = hashlib.blake2b(os.fsencode(source), digest_size=8).hexdigest()
         return self.hidden / f"{name}{FAILED}"
 
     def put_in_place(self, key: str) -> None:
@@ -53,8 +55,20 @@ class Places:
         work = self.work(key)
         for path in [*work.iterdir(), work]:
             _flush(path)
-        work.rename(self.result(key))
+        try:
+            work.rename(self.result(key))
+        except OSError as error:
+            if error.errno not in (errno.ENOTEMPTY, errno.EEXIST, errno.ENOTDIR):
+                raise
+            self._move_aside(key)
+            work.rename(self.result(key))
         _flush(self.out)
+
+    def _move_aside(self, key: str) -> None:
+        """What has the name of a result and is none, such as one of which half was deleted."""
+        aside = self.hidden / f"{key}.aside-{time.time_ns()}"
+        self.result(key).rename(aside)
+        self.log(f"{self.result(key)} is no result, and is now {aside}")
 
     @contextmanager
     def lock(self, name: str) -> Iterator[None]:
@@ -70,7 +84,8 @@ class Places:
 
     def log(self, line: str) -> None:
         """Adds a line to the list of what was done, for people. Nothing fails for want of it."""
-        with suppress(OSError), (self.out / "batch.log").open("a", encoding="utf-8") as file:
+        path = self.out / "batch.log"
+        with suppress(OSError), path.open("a", encoding="utf-8", errors=ODD_NAMES) as file:
             file.write(f"{time.strftime('%Y-%m-%d %H:%M:%S')} {line}\n")
 
 
@@ -103,7 +118,7 @@ def write_text(path: Path, text: str) -> None:
     """Writes a file whole or not at all."""
     file, name = tempfile.mkstemp(prefix=f".{path.name}-", dir=path.parent)
     try:
-        with os.fdopen(file, "w", encoding="utf-8") as stream:
+        with os.fdopen(file, "w", encoding="utf-8", errors=ODD_NAMES) as stream:
             stream.write(text)
         Path(name).chmod(0o644)
         Path(name).replace(path)

@@ -5,11 +5,13 @@ from __future__ import annotations
 import os
 from dataclasses import asdict, dataclass, field
 from pathlib import Path
-from typing import Any
+from typing import Any, TypeVar
 
 from .._results import RunResult
 from ._places import RECORD, Places, read_json
 from ._scans import RUN_RECORD
+
+Kind = TypeVar("Kind")
 
 
 @dataclass(frozen=True)
@@ -73,16 +75,30 @@ class BatchResult:
 
 
 def result_at(places: Places, key: str, batch: str) -> ScanResult:
-    """What lies in the folder of a result."""
+    """What lies in the folder of a result. What its records lack is left out."""
     folder = places.result(key)
     record = read_json(folder / RECORD)
-    steps = read_json(folder / RUN_RECORD).get("steps", [])
+    known = _list_of(dict, read_json(folder / RUN_RECORD).get("steps"))
+    steps = [
+        {"name": str(step.get("name", "?")), "seconds": _number(step.get("seconds"))}
+        for step in known
+    ]
     return ScanResult(
-        name=record.get("name", key),
-        source=record.get("source", ""),
+        name=str(record.get("name", key)),
+        source=str(record.get("source", "")),
         state="made" if record.get("batch") == batch else "there",
         directory=os.fspath(folder),
-        steps=[{"name": step["name"], "seconds": step["seconds"]} for step in steps],
-        seconds=sum(step["seconds"] for step in steps),
-        warnings=[warning for step in steps for warning in step["warnings"]],
+        steps=steps,
+        seconds=sum(_number(step["seconds"]) for step in steps),
+        warnings=[text for step in known for text in _list_of(str, step.get("warnings"))],
     )
+
+
+def _list_of(kind: type[Kind], values: Any) -> list[Kind]:
+    return (
+        [value for value in values if isinstance(value, kind)] if isinstance(values, list) else []
+    )
+
+
+def _number(value: Any) -> float:
+    return value if isinstance(value, (int, float)) else 0.0

@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import asyncio
 import concurrent.futures
-import json
 import math
 import os
 import time
@@ -16,15 +15,14 @@ from dataclasses import asdict, dataclass, replace
 from pathlib import Path
 from typing import TYPE_CHECKING, Any
 
-import algorithmveld as veld
-
+from .._core import VERSION
 from .._errors import InputError
-from .._run import RecipeLike
+from .._run import RecipeLike, check_recipe
 from ._page import write_summary
 from ._places import Places, write_json
 from ._results import BatchResult, ScanResult, result_at
-from ._scans import PathLike, ScansLike, find_scans, size_of
-from ._scheduler import MemoryLike, Scheduler, connected, lost
+from ._scans import PathLike, ScansLike, find_scans, sizes_of
+from ._scheduler import MemoryLike, Scheduler, connected, lost, need_dask
 from ._tasks import Job, State, look, take_step
 
 if TYPE_CHECKING:
@@ -92,38 +90,38 @@ def run(
     Raises:
         InputError: the recipe is wrong, or there is no scan.
         OperationError: the scheduler was lost. Called again it goes on.
+        OSError: `out` cannot be written, or at the end its summary.
 
     """
     say = tell or (lambda line: None)
     steps = _checked(recipe)
+    need_dask()
     places = Places(Path(out).absolute())
     found = find_scans(scans, places.out, markers, photos)
     places.make()
     batch = uuid.uuid4().hex
     try:
         with connected(scheduler, workers, memory_limit, say) as there:
-            job = Job(found[0], os.fspath(places.out), steps, pictures, there.threads, batch)
+            job = Job(
+                found[0], os.fspath(places.out), steps, pictures, there.threads, batch, VERSION
+            )
             jobs = [replace(job, scan=scan) for scan in found]
             results = _Driver(there, places, say).go(jobs)
-    finally:
-        write_summary(places)
+    except BaseException:
+        try:
+            write_summary(places)
+        except OSError as error:  # not in place of what ended the batch
+            say(f"the summary cannot be written: {error}")
+        raise
+    write_summary(places)
     return BatchResult(os.fspath(places.out), sorted(results, key=lambda r: (r.name, r.source)))
 
 
 def _checked(recipe: RecipeLike) -> dict[str, Any]:
-    """The recipe. It is read before the scan, so without one only its own faults are told of."""
+    """The recipe with every setting, so that one of the same meaning finds its results again."""
     if recipe is None:
         raise InputError("a batch needs a recipe; algorithmveld.usual_recipe() gives one")
-    nowhere = f"/nowhere-{uuid.uuid4().hex}"
-    try:
-        veld.run(nowhere, nowhere, recipe=recipe)
-    except InputError as error:
-        if nowhere not in str(error):
-            raise
-    if isinstance(recipe, dict):
-        return recipe
-    values: dict[str, Any] = json.loads(Path(recipe).read_text(encoding="utf-8"))
-    return {key: value for key, value in values.items() if key != "$schema"}
+    return check_recipe(recipe)
 
 
 class _Driver:
@@ -270,9 +268,7 @@ class _Driver:
 
     def _note(self, state: State, job: Job) -> None:
         scan = job.scan
-        note = self._places.failure(scan.source)
         if state.is_there:
-            note.unlink(missing_ok=True)
             result = result_at(self._places, state.key, job.batch)
             line = "there already"
             if result.state == "made":
@@ -281,14 +277,24 @@ class _Driver:
                 line += f", warnings: {len(result.warnings)}"
         else:
             result = ScanResult(scan.name, scan.source, "failed", reason=state.reason)
-            time_of_day = time.strftime("%Y-%m-%dT%H:%M:%S%z")
-            write_json(note, {**asdict(result), "finished": time_of_day})
             line = f"failed: {state.reason}"
         self._results.append(result)
         self._say(f"{len(self._results)}/{self._count} {scan.name}: {line}")
+        try:
+            self._keep_note(result, scan.source)
+        except OSError as error:  # the disk may be full: the others may be there already
+            self._say(f"{scan.name}: no note can be kept of it: {error}")
+
+    def _keep_note(self, result: ScanResult, source: str) -> None:
+        """On a scan that failed, until it is made."""
+        note = self._places.failure(source)
+        if result.state == "failed":
+            time_of_day = time.strftime("%Y-%m-%dT%H:%M:%S%z")
+            write_json(note, {**asdict(result), "finished": time_of_day})
+        else:
+            note.unlink(missing_ok=True)
 
 
 def _memory_of(job: Job) -> tuple[int, int]:
-    scan = size_of(job.scan, with_photos=False)
-    photos = size_of(job.scan, with_photos=True) - scan
+    scan, photos = sizes_of(job.scan)
     return LEAST_MEMORY + SCAN_FACTOR * scan, PHOTO_FACTOR * photos

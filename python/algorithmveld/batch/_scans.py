@@ -7,19 +7,20 @@ import json
 import os
 from collections import Counter
 from collections.abc import Iterable, Iterator, Sequence
-from dataclasses import dataclass
+from dataclasses import asdict, dataclass
 from pathlib import Path
-from typing import Any, Union
+from typing import Any
 
+from .. import _core
+from .._calls import call
 from .._errors import InputError
 
-PathLike = Union[str, "os.PathLike[str]"]
-ScansLike = Union[PathLike, Sequence[PathLike]]
+PathLike = str | os.PathLike[str]
+ScansLike = PathLike | Sequence[PathLike]
 
 MESHES = {".ply", ".stl", ".obj", ".off", ".om"}
 CLOUDS = {".xyz", ".asc"}
 PHOTO_FOLDERS = ("photos", "photographs", "images")
-PHOTO_FILES = {".json", ".txt", ".jpg", ".jpeg", ".png"}
 RUN_RECORD = "run.json"
 BLOCK = 1 << 20
 
@@ -46,35 +47,61 @@ def find_scans(
         if not root.exists():
             raise InputError(f"{root}: no such file or folder")
         if root.is_dir():
+            _refuse_as_scan(root, out)
             paths = list(_scans_in(root, out.resolve()))
         else:
             paths = _listed(root) or [root]
             root = root.parent
     if not paths:
         raise InputError(f"{root}: there is no scan in it")
+    for path in paths:
+        _refuse_as_scan(path, out)
     return [
         Scan(name, os.fspath(path.absolute()), _of(markers, name, path), _of(photos, name, path))
-        for name, path in zip(_names(paths, root.absolute()), paths)
+        for name, path in zip(_names(paths, root.absolute()), paths, strict=True)
     ]
+
+
+@dataclass(frozen=True)
+class ScanFiles:
+    """All files of which something is made of a scan, as the library finds them."""
+
+    scan: list[Path]
+    markers: list[Path]
+    photos: list[Path]
+
+
+def files_of(scan: Scan) -> ScanFiles:
+    """The files of a scan. Raises `InputError` where a run would refuse it."""
+    lists = call(
+        lambda running: _core.scan_files(scan.source, scan.markers, scan.photos, running),
+    )
+    return ScanFiles(*(list(dict.fromkeys(map(Path, paths))) for paths in lists))
 
 
 def content_of(scan: Scan, with_photos: bool) -> str:
     """A checksum of all bytes that a scan consists of. It does not depend on where they lie."""
+    files = files_of(scan)
     digest = hashlib.blake2b(digest_size=16)
-    for role, path in _files_of(scan, with_photos):
-        digest.update(f"{role}\0{path.stat().st_size}\0".encode())
-        with path.open("rb") as file:
-            while block := file.read(BLOCK):
-                digest.update(block)
+    for role, paths in asdict(files).items():
+        for path in paths if with_photos or role != "photos" else []:
+            digest.update(os.fsencode(f"{role}/{path.name}\0{path.stat().st_size}\0"))
+            with path.open("rb") as file:
+                while block := file.read(BLOCK):
+                    digest.update(block)
     return digest.hexdigest()
 
 
-def size_of(scan: Scan, with_photos: bool) -> int:
-    """The bytes of the same files. What cannot be read is told of by the step that reads it."""
+def sizes_of(scan: Scan) -> tuple[int, int]:
+    """The bytes of a scan and of its photographs. The step that reads them tells of errors."""
     try:
-        return sum(path.stat().st_size for _, path in _files_of(scan, with_photos))
-    except OSError:
-        return 0
+        files = files_of(scan)
+        scan_bytes, photo_bytes = (
+            sum(path.stat().st_size for path in paths) for paths in (files.scan, files.photos)
+        )
+    except (InputError, OSError):
+        return 0, 0
+    return scan_bytes, photo_bytes
 
 
 def _of(pattern: PathLike | None, name: str, path: Path) -> str | None:
@@ -86,11 +113,13 @@ def _of(pattern: PathLike | None, name: str, path: Path) -> str | None:
 
 
 def _scans_in(root: Path, out: Path) -> Iterator[Path]:
-    for folder, folders, names in os.walk(root):
+    seen = {out}  # a link may lead back to where it lies
+    for folder, folders, names in os.walk(root, followlinks=True):
         here = Path(folder)
-        if here.resolve() == out or (RUN_RECORD in names and here != root):
+        if here.resolve() in seen or (RUN_RECORD in names and here != root):
             folders.clear()
             continue
+        seen.add(here.resolve())
         folders[:] = sorted(n for n in folders if n not in PHOTO_FOLDERS and not n.startswith("."))
         files = [here / name for name in sorted(names) if not name.startswith(".")]
         if any(_is_of_frames(file) for file in files):
@@ -98,6 +127,14 @@ def _scans_in(root: Path, out: Path) -> Iterator[Path]:
             yield here
         else:
             yield from (file for file in files if file.suffix.lower() in MESHES | CLOUDS)
+
+
+def _refuse_as_scan(path: Path, out: Path) -> None:
+    """Frames may be all files of a folder: what a batch writes there would change them."""
+    is_list = path.suffix.lower() == ".json" and _describes_frames(path)
+    folder = path.parent if is_list else path
+    if folder.resolve() == out.resolve():
+        raise InputError(f"{out}: is a folder of scans, and cannot be that of the results")
 
 
 def _is_of_frames(file: Path) -> bool:
@@ -145,61 +182,20 @@ def _is_number(word: str) -> bool:
 def _names(paths: Iterable[Path], root: Path) -> list[str]:
     """Names that can be those of files: the path in the folder of all, without the extension."""
     relative = [Path(os.path.relpath(path.absolute(), root)) for path in paths]
-    short = [_name(path if (root / path).is_dir() else path.with_suffix("")) for path in relative]
+    whole = Path(os.path.normpath(root)).name  # of a folder that is one scan
+    named = [Path(whole) if path == Path() else path for path in relative]
+    short = [
+        _name(name if (root / path).is_dir() else name.with_suffix(""))
+        for name, path in zip(named, relative, strict=True)
+    ]
     count = Counter(short)
     return [
         name if count[name] == 1 else f"{name}-{path.suffix[1:] or 'folder'}"
-        for name, path in zip(short, relative)
+        for name, path in zip(short, relative, strict=True)
     ]
 
 
 def _name(path: Path) -> str:
-    text = "-".join(part for part in path.parts if part != "..") or path.absolute().name
+    text = "-".join(part for part in path.parts if part != "..")
     safe = "".join(c if c.isalnum() or c in "-_." else "_" for c in text).lstrip(".")
     return safe[:100] or "scan"
-
-
-def _files_of(scan: Scan, with_photos: bool) -> list[tuple[str, Path]]:
-    """Each file with what it is called in the scan. Rather one too many than one too few."""
-    source = Path(scan.source)
-    folder = source if source.is_dir() else source.parent
-    places = [folder]
-    if source.is_dir():
-        files = _below("scan", folder)
-        places.append(folder.parent)
-    elif source.suffix.lower() in MESHES | CLOUDS | {".txt"}:
-        files = [(f"scan/{source.name}", source)]
-    else:  # a list of frames, which lie beside it
-        files = [(f"scan/{path.name}", path) for path in _plain_files(folder)]
-        files.insert(0, (f"scan={source.name}", source))
-        places.append(folder.parent)
-    files += _markers_of(scan, places)
-    return files + _photos_of(scan, places) if with_photos else files
-
-
-def _markers_of(scan: Scan, places: list[Path]) -> list[tuple[str, Path]]:
-    if scan.markers is not None:
-        return [("markers", Path(scan.markers))]
-    found = [place / "markers.txt" for place in places if (place / "markers.txt").is_file()]
-    return [("markers", path) for path in found[:1]]
-
-
-def _photos_of(scan: Scan, places: list[Path]) -> list[tuple[str, Path]]:
-    if scan.photos is not None:
-        given = Path(scan.photos)
-        return _below("photos", given if given.is_dir() else given.parent)
-    beside = [path for path in _plain_files(places[0]) if path.suffix.lower() in PHOTO_FILES]
-    files = [(f"beside/{path.name}", path) for path in beside]
-    for place in places:
-        for name in (*PHOTO_FOLDERS, "sparse"):
-            files += _below(name, place / name)
-    return files
-
-
-def _plain_files(folder: Path) -> list[Path]:
-    return sorted(path for path in folder.iterdir() if path.is_file())
-
-
-def _below(role: str, folder: Path) -> list[tuple[str, Path]]:
-    found = (path for path in folder.rglob("*") if path.is_file())
-    return sorted((f"{role}/{path.relative_to(folder).as_posix()}", path) for path in found)

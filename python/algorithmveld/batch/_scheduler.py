@@ -7,7 +7,7 @@ import time
 from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from dataclasses import dataclass, field
-from typing import TYPE_CHECKING, Any, Union
+from typing import TYPE_CHECKING, Any
 
 from .._core import VERSION
 from .._errors import InputError, OperationError
@@ -18,7 +18,7 @@ if TYPE_CHECKING:
 
 MEMORY = "MEMORY"
 """The name under which workers declare their memory, and tasks what they take of it: bytes."""
-MemoryLike = Union[int, str, None]
+MemoryLike = int | str | None
 FIRST_WORKER = 60  # seconds to wait for one
 AS_OLD = 1.0  # seconds for which it is known which workers there are
 Tell = Callable[[str], Any]
@@ -60,17 +60,21 @@ def lost() -> OperationError:
     )
 
 
+def need_dask() -> None:
+    """Tells where it is not installed."""
+    try:
+        import distributed  # noqa: F401
+    except ImportError as error:
+        raise ImportError(
+            "many scans run on Dask, which is not installed: pip install 'distributed>=2026.8'"
+        ) from error
+
+
 @contextmanager
 def connected(
     address: str | None, workers: int | None, memory_limit: MemoryLike, tell: Tell
 ) -> Iterator[Scheduler]:
     """A scheduler, for the time of a batch."""
-    try:
-        import distributed  # noqa: F401
-    except ImportError as error:
-        raise ImportError(
-            "many scans run on Dask, which is not installed: pip install 'algorithmveld[batch]'"
-        ) from error
     with _own(workers, memory_limit) if address is None else _other(address, tell) as scheduler:
         yield scheduler
 

@@ -5,7 +5,6 @@ from __future__ import annotations
 import hashlib
 import json
 import os
-import shutil
 import socket
 import tempfile
 import time
@@ -39,6 +38,8 @@ class Job:
     threads: int
     batch: str
     """Tells this batch from others."""
+    version: str
+    """That of the package that began it."""
 
     @property
     def steps(self) -> list[str]:
@@ -124,6 +125,7 @@ def _address() -> str:
 
 @_noting_failure
 def _look(state: State, job: Job) -> State:
+    _check_version(job)
     if not Path(job.scan.source).exists():
         raise veld.InputError(f"{job.scan.source}: no such file or folder")
     given = json.dumps(
@@ -137,8 +139,18 @@ def _look(state: State, job: Job) -> State:
     return replace(state, key=key, is_there=places.is_there(key))
 
 
+def _check_version(job: Job) -> None:
+    """A worker may come when a batch is at work already."""
+    if job.version != veld.__version__:
+        raise veld.OperationError(
+            f"the worker {_address()} has algorithmveld {veld.__version__}, and the batch "
+            f"{job.version}"
+        )
+
+
 @_noting_failure
 def _take_step(state: State, job: Job, number: int) -> State:
+    _check_version(job)
     places = Places(job.out)
     is_last = number == len(job.steps)
     with places.lock(state.key):
@@ -220,13 +232,11 @@ def _read_picture(path: Path) -> np.ndarray[Any, np.dtype[np.uint8]]:
         head = file.read(24)  # the size stands at its end
     width, height = (int.from_bytes(head[i : i + 4], "big") for i in (16, 20))
     view = {
-        "image": os.fspath(path.resolve()),
+        "image": "picture.png",
         "width": width, "height": height, "fx": 1.0, "fy": 1.0, "cx": 0.0, "cy": 0.0,
         "R": np.eye(3).tolist(), "t": [0.0, 0.0, 0.0],
     }  # fmt: skip
-    folder = tempfile.mkdtemp()
-    try:
+    with tempfile.TemporaryDirectory() as folder:
+        Path(folder, "picture.png").symlink_to(path.resolve())
         Path(folder, "cameras.json").write_text(json.dumps({"views": [view]}), encoding="utf-8")
         return veld.load_photos(folder)[0].image
-    finally:
-        shutil.rmtree(folder)
