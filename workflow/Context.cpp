@@ -19,4 +19,16 @@ Context with_warnings(Context const& whole, std::function<std::optional<Warning>
     return part;
 }
 
+Context share_of(Context const& whole, double begin, double end)
+{
+    Context part = whole;
+    if (whole.progress)
+    {
+        part.progress = [tell = whole.progress, begin, end](Progress const& progress) {
+            tell({progress.step, begin + (end - begin) * progress.fraction});
+        };
+    }
+    return part;
+}
+
 } // namespace veld

@@ -76,4 +76,7 @@ struct Context
 VELD_WORKFLOW_API Context with_warnings(Context const& whole,
                                         std::function<std::optional<Warning>(Warning)> change);
 
+/// A context for a part of the work: its progress is that of the whole from `begin` to `end`.
+VELD_WORKFLOW_API Context share_of(Context const& whole, double begin, double end);
+
 } // namespace veld

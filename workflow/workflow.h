@@ -36,3 +36,5 @@
 #include "workflow/steps/Render.h"
 #include "workflow/steps/Repair.h"
 #include "workflow/steps/Texture.h"
+#include "workflow/tiling/TileJson.h"
+#include "workflow/tiling/Tiling.h"

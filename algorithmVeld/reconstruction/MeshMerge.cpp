@@ -12,6 +12,10 @@
 #include "algorithmVeld/reconstruction/frames/FrameNumbers.h"
 #include "algorithmVeld/reconstruction/frames/FrameTriangulation.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 namespace OrvaneAlgorithm
 {
 
@@ -54,7 +58,6 @@ RetVal MeshMerge::mesh_merge(std::vector<RangeData const*> const& ranges, double
 void MeshMerge::close_gaps(TriMesh& mesh, float stitch_radius, int max_hole_edges,
                            int min_component_size, float long_edge_length)
 {
-    double const longest_ear_edge = ear_edge_factor * point_spacing;
     detail::Stages stages({5, 50, 5, 15, 15, 10});
 
     stages.next();
@@ -70,11 +73,7 @@ void MeshMerge::close_gaps(TriMesh& mesh, float stitch_radius, int max_hole_edge
     save(mesh, "30-filtered-mesh.stl", "save-filtered-mesh");
 
     stages.next();
-    MERGE.run("ear-trimming-round-1",
-              [&] {
-                  ear_trimming(mesh, false, true, true, max_hole_edges, longest_ear_edge,
-                               ear_normal_angle);
-              });
+    MERGE.run("ear-trimming-round-1", [&] { trim_ears(mesh, max_hole_edges, false); });
     save(mesh, "40-hole-filled-round-1-mesh.stl", "save-hole-filled-round-1-mesh");
 
     stages.next();
@@ -83,12 +82,50 @@ void MeshMerge::close_gaps(TriMesh& mesh, float stitch_radius, int max_hole_edge
     save(mesh, "50-small-components-removed-mesh.stl", "save-small-components-removed-mesh");
 
     stages.next();
-    MERGE.run("ear-trimming-round-2",
-              [&] {
-                  ear_trimming(mesh, true, false, false, max_hole_edges, longest_ear_edge,
-                               ear_normal_angle);
-              });
+    MERGE.run("ear-trimming-round-2", [&] { trim_ears(mesh, max_hole_edges, true); });
     save(mesh, "60-hole-filled-round-2-mesh.stl", "save-hole-filled-round-2-mesh");
+}
+
+/// Holes of any size get good ears at first, and small holes any ears at last.
+void MeshMerge::trim_ears(TriMesh& mesh, int max_hole_edges, bool is_last_round)
+{
+    ear_trimming(mesh, is_last_round, !is_last_round, !is_last_round, max_hole_edges,
+                 ear_edge_factor * point_spacing, ear_normal_angle);
+}
+
+RetVal MeshMerge::frames_to_mesh(std::vector<RangeData const*> const& ranges,
+                                 double long_edge_length, TriMesh& mesh)
+{
+    detail::EmptiedOnException const emptied(mesh);
+    detail::StepTimer const timer("frames-to-mesh");
+    mesh.clear();
+    mesh.add_property(vert_frame_prop, "<vprop>");
+    detail::FrameNumbers const frame_numbers(mesh, vert_frame_prop);
+    detail::Stages stages({4, 1});
+    stages.next();
+    if (!convert_rge_to_mesh(ranges, mesh))
+    {
+        return RET_INVALID_INPUT;
+    }
+    stages.next();
+    delete_long_edge(mesh, static_cast<float>(long_edge_length));
+    return RET_SUCCESS;
+}
+
+void MeshMerge::close_seams(TriMesh& mesh, double stitch_radius,
+                            std::vector<OpenMesh::VertexHandle> const& seams, int max_hole_edges)
+{
+    detail::StepTimer const timer("close-seams");
+    detail::Stages stages({2, 1, 1});
+    stages.next();
+    std::vector<OpenMesh::VertexHandle> centres;
+    std::copy_if(seams.begin(), seams.end(), std::back_inserter(centres),
+                 [&](OpenMesh::VertexHandle vertex) { return mesh.point(vertex).allFinite(); });
+    stitch_around(mesh, static_cast<float>(stitch_radius), std::move(centres));
+    stages.next();
+    trim_ears(mesh, max_hole_edges, false);
+    stages.next();
+    trim_ears(mesh, max_hole_edges, true);
 }
 
 void MeshMerge::save(TriMesh const& mesh, char const* name, char const* step) const

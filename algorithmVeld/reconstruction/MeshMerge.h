@@ -6,6 +6,8 @@
 #include "algorithmVeld/common/TriMesh.h"
 #include "algorithmVeld/common/export.h"
 
+#include <optional>
+#include <utility>
 #include <vector>
 
 namespace OrvaneAlgorithm
@@ -54,6 +56,28 @@ public:
                       TriMesh& mesh, bool verbose, int max_hole_edges, int min_component_size,
                       double long_edge_length, std::vector<int>& vertex_frames);
 
+    /// Makes the mesh that a merge stitches: each frame on its own grid, without long border edges.
+    /// Its box tells the order of the stitch.
+    /// \param ranges,long_edge_length as above
+    /// \param mesh replaced, with vertex normals; empty on failure
+    /// \return as above
+    RetVal frames_to_mesh(std::vector<RangeData const*> const& ranges, double long_edge_length,
+                          TriMesh& mesh);
+
+    /// Closes gaps in a mesh that was merged, by the stitch and the two rounds of ears of a merge.
+    /// It stores the settings of its last round of trimming, as a merge does.
+    /// \param mesh gets faces and edges; vertices and old faces stay as they are. Needs vertex
+    ///        normals.
+    /// \param stitch_radius,max_hole_edges as above
+    /// \param seams the vertices around which fans are stitched, in this order. Ears close holes
+    ///        anywhere.
+    void close_seams(TriMesh& mesh, double stitch_radius,
+                     std::vector<OpenMesh::VertexHandle> const& seams, int max_hole_edges);
+
+    /// A box that stands for that of the mesh where borders are put in order for the stitch: parts
+    /// of a scan that are given the box of the whole are stitched in its order.
+    void set_stitch_box(Vector3f const& min, Vector3f const& max) { stitch_box_ = {min, max}; }
+
     /// Distance between neighbouring points of a scan; 0.12 by default. It scales the longest
     /// stitched edge and the longest edge of an ear, and does not follow the stitch radius.
     void set_point_spacing(double length) { point_spacing = length; }
@@ -90,6 +114,9 @@ private:
     bool convert_rge_to_mesh(std::vector<RangeData const*> const& ranges, TriMesh& mesh);
     void delete_long_edge(TriMesh& mesh, float length);
     void border_stitch(TriMesh& mesh, float radius);
+    void stitch_around(TriMesh& mesh, float radius,
+                       std::vector<OpenMesh::VertexHandle> centres) const;
+    void trim_ears(TriMesh& mesh, int max_hole_edges, bool is_last_round);
     void divide_mesh(TriMesh& mesh, std::vector<std::vector<OpenMesh::VertexHandle>>& slabs);
     void mesh_filter(TriMesh& mesh);
 
@@ -97,6 +124,8 @@ private:
                     float long_edge_length);
     std::vector<int> slab_numbers(TriMesh const& mesh) const;
     void save(TriMesh const& mesh, char const* name, char const* step) const;
+
+    std::optional<std::pair<Vector3f, Vector3f>> stitch_box_; ///< Its corners.
 };
 
 } // namespace OrvaneAlgorithm

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <tuple>
+#include <utility>
 
 /// \file
 /// Stitching of borders, a stage of `MeshMerge`: which borders, and in which order.
@@ -80,7 +82,11 @@ void MeshMerge::border_stitch(TriMesh& mesh, float radius)
     std::vector<std::vector<VertexHandle>> slabs;
     divide_mesh(mesh, slabs);
     stages.next();
+    stitch_around(mesh, radius, order_of_work(mesh, slabs));
+}
 
+void MeshMerge::stitch_around(TriMesh& mesh, float radius, std::vector<VertexHandle> centres) const
+{
     detail::FanSettings settings;
     settings.start_radius = 2.0F * radius;
     settings.largest_radius = static_cast<double>(static_cast<float>(neighbour_factor) * radius);
@@ -88,7 +94,7 @@ void MeshMerge::border_stitch(TriMesh& mesh, float radius)
     settings.cos_normal_angle = detail::cosine_of_degrees(static_cast<double>(normal_angle_thr));
     if (settings.largest_radius > 0.0)
     {
-        detail::stitch_borders(mesh, order_of_work(mesh, slabs), settings);
+        detail::stitch_borders(mesh, std::move(centres), settings);
     }
 }
 
@@ -115,13 +121,17 @@ void MeshMerge::divide_mesh(TriMesh& mesh, std::vector<std::vector<VertexHandle>
     }
 }
 
-/// The slab of each vertex along the longest side of the mesh's box. One for which the division
+/// The slab of each vertex along the longest side of the box. One for which the division
 /// gives no number that counts slabs is in the first.
 std::vector<int> MeshMerge::slab_numbers(TriMesh const& mesh) const
 {
     Vector3f min;
     Vector3f max;
     mesh.get_boundBox(min, max);
+    if (stitch_box_)
+    {
+        std::tie(min, max) = *stitch_box_;
+    }
     auto const axis = longest_axis(max - min);
     auto const width = static_cast<float>(
         static_cast<double>(static_cast<float>(neighbour_factor) * 5.0F) * point_spacing);

@@ -1,5 +1,4 @@
 #include "workflow/Error.h"
-#include "workflow/ForEachIndex.h"
 #include "workflow/files/InputFile.h"
 #include "workflow/files/JsonFields.h"
 #include "workflow/frames/FrameLoaders.h"
@@ -293,7 +292,7 @@ void load_view(LoadedFrame& frame, Json const& json, double unit)
 
 } // namespace
 
-LoadedSource load_depth_images(std::filesystem::path const& path, Json const& cameras)
+FrameStream stream_depth_images(std::filesystem::path const& path, Json const& cameras)
 {
     std::string const name = shown(path);
     double const unit = unit_of(cameras, name);
@@ -302,30 +301,34 @@ LoadedSource load_depth_images(std::filesystem::path const& path, Json const& ca
     {
         throw InputError(name + ": 'views' has to be a list");
     }
-    LoadedSource source;
-    source.files.push_back(path);
-    std::vector<Json const*> with_depth;
+    FrameStream stream;
+    stream.files.push_back(path);
+    std::vector<Json> with_depth;
     for (auto const& view : *views)
     {
         // The others are photographs.
         if (has_depth(view))
         {
-            with_depth.push_back(&view);
-            source.frames.emplace_back();
-            source.frames.back().number = static_cast<int>(source.frames.size()) - 1;
-            source.files.push_back(path_beside(path, view["depth"].get<std::string>()));
-            source.frames.back().file = source.files.back();
-            source.frames.back().name = shown(source.files.back());
-            source.frames.back().sensor = Sensor::ORIGIN;
+            with_depth.push_back(view);
+            stream.files.push_back(path_beside(path, view["depth"].get<std::string>()));
         }
     }
-    if (source.frames.empty())
+    if (with_depth.empty())
     {
         throw InputError(name + ": no view has a depth image ('depth')");
     }
-    for_each_index(source.frames.size(),
-                   [&](std::size_t i) { load_view(source.frames[i], *with_depth[i], unit); });
-    return source;
+    stream.size = with_depth.size();
+    stream.load = [views = std::move(with_depth), files = stream.files, unit](std::size_t i)
+    {
+        LoadedFrame frame;
+        frame.number = static_cast<int>(i);
+        frame.file = files[i + 1];
+        frame.name = shown(frame.file);
+        frame.sensor = Sensor::ORIGIN;
+        load_view(frame, views[i], unit);
+        return frame;
+    };
+    return stream;
 }
 
 namespace

@@ -86,6 +86,14 @@ std::string read_frame(fs::path const& path, RangeData& frame)
     return reason;
 }
 
+void write_frame(fs::path const& path, RangeData const& frame)
+{
+    if (CRangeDataIO::write_rge(widened(path), frame) != 0)
+    {
+        throw OperationError(shown(path) + ": cannot be written");
+    }
+}
+
 void write_frame(OutputFile const& file, RangeData const& frame, Context& context)
 {
     StepScope const scope(context, "write-frame", "write the frames");
@@ -95,25 +103,33 @@ void write_frame(OutputFile const& file, RangeData const& frame, Context& contex
     }
 }
 
-LoadedSource load_rge_folder(fs::path const& folder)
+LoadedSource load_all(FrameStream const& stream)
 {
     LoadedSource source;
-    source.files = frame_files_in(folder);
-    source.frames.resize(source.files.size());
-    for_each_index(source.frames.size(),
-                   [&source](std::size_t i)
-                   {
-                       LoadedFrame& frame = source.frames[i];
-                       frame.name = shown(source.files[i]);
-                       frame.number = static_cast<int>(i);
-                       frame.unusable = read_frame(source.files[i], frame.data);
-                       if (frame.unusable.empty() && frame.data.get_vn() > 0 &&
-                           !frame.data.has_vNormal)
-                       {
-                           frame.remarks.emplace_back("has no normals: computed from its grid");
-                       }
-                   });
+    source.files = stream.files;
+    source.frames.resize(stream.size);
+    for_each_index(stream.size, [&](std::size_t i) { source.frames[i] = stream.load(i); });
     return source;
+}
+
+FrameStream stream_rge_folder(fs::path const& folder)
+{
+    FrameStream stream;
+    stream.files = frame_files_in(folder);
+    stream.size = stream.files.size();
+    stream.load = [files = stream.files](std::size_t i)
+    {
+        LoadedFrame frame;
+        frame.name = shown(files[i]);
+        frame.number = static_cast<int>(i);
+        frame.unusable = read_frame(files[i], frame.data);
+        if (frame.unusable.empty() && frame.data.get_vn() > 0 && !frame.data.has_vNormal)
+        {
+            frame.remarks.emplace_back("has no normals: computed from its grid");
+        }
+        return frame;
+    };
+    return stream;
 }
 
 } // namespace veld

@@ -28,6 +28,9 @@ new_frame_files_in(std::filesystem::path const& folder, std::size_t frames);
 /// Reads a `.rge` file. \return what is wrong with it; empty on success
 std::string read_frame(std::filesystem::path const& path, RangeData& frame);
 
+/// Writes a `.rge` file that stands for itself, whole or not at all.
+void write_frame(std::filesystem::path const& path, RangeData const& frame);
+
 /// Writes a `.rge` file.
 VELD_WORKFLOW_API void write_frame(OutputFile const& file, RangeData const& frame,
                                    Context& context);

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -37,11 +38,25 @@ struct LoadedSource
     std::vector<std::filesystem::path> files; ///< all that were read
 };
 
-LoadedSource load_rge_folder(std::filesystem::path const& folder);
-LoadedSource load_range_scans(std::filesystem::path const& conf);
+/// A source whose frames are loaded one after the other.
+struct FrameStream
+{
+    std::vector<std::filesystem::path> files;     ///< that it names; they need not be there
+    std::size_t size = 0;                         ///< number of its frames
+    std::function<LoadedFrame(std::size_t)> load; ///< loads one of them, in any order
+};
+
+/// Loads all frames of a source, side by side.
+LoadedSource load_all(FrameStream const& stream);
+
+FrameStream stream_rge_folder(std::filesystem::path const& folder);
+FrameStream stream_range_scans(std::filesystem::path const& conf);
+FrameStream stream_depth_images(std::filesystem::path const& path, Json const& cameras);
+/// Frames that share a file of poses are loaded all at once: it alone tells which there are.
+FrameStream stream_text_frames(std::filesystem::path const& path, Json const& description);
+
 /// The list itself and the files that it names; none of these is read.
 std::vector<std::filesystem::path> range_scan_files(std::filesystem::path const& conf);
 LoadedSource load_text_frames(std::filesystem::path const& path, Json const& description);
-LoadedSource load_depth_images(std::filesystem::path const& path, Json const& cameras);
 
 } // namespace veld

@@ -1,5 +1,4 @@
 #include "workflow/Error.h"
-#include "workflow/ForEachIndex.h"
 #include "workflow/files/InputFile.h"
 #include "workflow/files/Numbers.h"
 #include "workflow/frames/FrameLoaders.h"
@@ -15,6 +14,7 @@
 #include <array>
 #include <locale>
 #include <sstream>
+#include <utility>
 
 /// \file
 /// Range scans of public collections: a `.conf` file with a line `bmesh FILE tx ty tz qx qy qz qw`
@@ -222,11 +222,19 @@ std::string in_quotes(std::string const& name)
 
 } // namespace
 
-LoadedSource load_range_scans(std::filesystem::path const& conf)
+FrameStream stream_range_scans(std::filesystem::path const& conf)
 {
     LoadedSource source = read_list(conf);
-    for_each_index(source.frames.size(), [&source](std::size_t i) { load_scan(source.frames[i]); });
-    return source;
+    FrameStream stream;
+    stream.files = std::move(source.files);
+    stream.size = source.frames.size();
+    stream.load = [frames = std::move(source.frames)](std::size_t i)
+    {
+        LoadedFrame frame = frames[i];
+        load_scan(frame);
+        return frame;
+    };
+    return stream;
 }
 
 std::vector<std::filesystem::path> range_scan_files(std::filesystem::path const& conf)

@@ -288,6 +288,50 @@ LoadedSource load_text_frames(std::filesystem::path const& path, Json const& des
 namespace
 {
 
+/// Loads the one frame of a number.
+LoadedFrame load_frame(TextScan scan, int number)
+{
+    scan.first = number;
+    scan.last = number;
+    PointCloud2RangeData reader = reader_for(scan);
+    read_all(scan, reader);
+    return reader.get_frames() > 0 ? take_frame(scan, reader, 0) : missing_frame(scan, number);
+}
+
+FrameStream stream_of(LoadedSource source)
+{
+    FrameStream stream;
+    stream.files = std::move(source.files);
+    stream.size = source.frames.size();
+    stream.load = [frames = std::move(source.frames)](std::size_t i) { return frames[i]; };
+    return stream;
+}
+
+} // namespace
+
+FrameStream stream_text_frames(std::filesystem::path const& path, Json const& description)
+{
+    TextScan const scan = parse_scan(path, description);
+    if (scan.form == PoseForm::COMMON)
+    {
+        return stream_of(load_text_frames(path, description));
+    }
+    FrameStream stream;
+    stream.size = static_cast<std::size_t>(scan.last - scan.first) + 1;
+    stream.files.push_back(path);
+    for (int number = scan.first; number <= scan.last; ++number)
+    {
+        stream.files.push_back(pose_file(scan, number));
+        stream.files.push_back(file_name(scan, scan.points, number));
+    }
+    stream.load = [scan](std::size_t i)
+    { return load_frame(scan, scan.first + static_cast<int>(i)); };
+    return stream;
+}
+
+namespace
+{
+
 using OrvaneAlgorithm::RigidMatrix;
 
 /// Three rows of a pose, each with the translation behind the rotation.

@@ -25,21 +25,30 @@ namespace
 /// No scanner of objects has neighbours this near; in metres nearly all have.
 constexpr double NEAREST_BELIEVABLE_NEIGHBOURS = 0.01;
 
-LoadedSource load_source(fs::path const& path)
+FrameStream stream_source(fs::path const& path)
 {
     FrameSource const source = find_frame_source(path);
     switch (source.kind)
     {
     case FrameSourceKind::DEPTH_IMAGES:
-        return load_depth_images(source.path, source.description);
+        return stream_depth_images(source.path, source.description);
     case FrameSourceKind::TEXT_FRAMES:
-        return load_text_frames(source.path, source.description);
+        return stream_text_frames(source.path, source.description);
     case FrameSourceKind::RANGE_SCANS:
-        return load_range_scans(source.path);
+        return stream_range_scans(source.path);
     case FrameSourceKind::RGE_FOLDER:
         break;
     }
-    return load_rge_folder(source.path);
+    return stream_rge_folder(source.path);
+}
+
+/// Frames of text that share a directory are read by one reader, in its way; all others one by one.
+LoadedSource load_source(fs::path const& path)
+{
+    FrameSource const source = find_frame_source(path);
+    return source.kind == FrameSourceKind::TEXT_FRAMES
+               ? load_text_frames(source.path, source.description)
+               : load_all(stream_source(path));
 }
 
 /// Brings channels, cells and flags in order, and takes points out that are no numbers.
@@ -99,18 +108,44 @@ void finish_frame(LoadedFrame& frame, double scale)
     orient(frame);
 }
 
-void warn_of_units(FrameSet const& set, StepScope& scope)
+/// \param spacings of the frames
+void warn_of_units(std::vector<double> spacings, std::string const& source, StepScope& scope)
 {
-    std::vector<double> spacings(set.frames.size());
-    for_each_index(spacings.size(),
-                   [&](std::size_t i) { spacings[i] = spacing_of(set.frames[i].data); });
     double const middle = OrvaneAlgorithm::detail::median(std::move(spacings));
     if (middle > 0.0 && middle < NEAREST_BELIEVABLE_NEIGHBOURS)
     {
-        scope.warn(WarningCode::UNITS_UNLIKELY, set.source,
+        scope.warn(WarningCode::UNITS_UNLIKELY, source,
                    fmt::format("neighbours are {:.3g} mm apart: the units look like metres (a "
                                "scale of 1000 converts)",
                                middle));
+    }
+}
+
+/// Says what was wrong with a frame. \return whether it can be used
+bool tell_usable(LoadedFrame const& frame, StepScope& scope)
+{
+    if (!frame.unusable.empty())
+    {
+        scope.warn(WarningCode::FRAME_LEFT_OUT, frame.name, "left out: " + frame.unusable);
+        return false;
+    }
+    for (auto const& remark : frame.remarks)
+    {
+        scope.warn(WarningCode::FRAME_MENDED, frame.name, remark);
+    }
+    return true;
+}
+
+NamedFrame named(LoadedFrame&& frame)
+{
+    return {frame.name, std::move(frame.data), frame.sensor, frame.number, frame.photo};
+}
+
+void refuse_none(std::size_t usable, std::string const& source)
+{
+    if (usable == 0)
+    {
+        throw InputError(source + ": holds no frame that can be used");
     }
 }
 
@@ -124,24 +159,18 @@ FrameSet keep_usable(std::string const& name, LoadedSource loaded, double scale,
     set.files = std::move(loaded.files);
     for (auto& frame : loaded.frames)
     {
-        if (!frame.unusable.empty())
+        if (!tell_usable(frame, scope))
         {
-            scope.warn(WarningCode::FRAME_LEFT_OUT, frame.name, "left out: " + frame.unusable);
             ++set.left_out;
             continue;
         }
-        for (auto const& remark : frame.remarks)
-        {
-            scope.warn(WarningCode::FRAME_MENDED, frame.name, remark);
-        }
-        set.frames.push_back(
-            {frame.name, std::move(frame.data), frame.sensor, frame.number, frame.photo});
+        set.frames.push_back(named(std::move(frame)));
     }
-    if (set.frames.empty())
-    {
-        throw InputError(name + ": holds no frame that can be used");
-    }
-    warn_of_units(set, scope);
+    refuse_none(set.frames.size(), name);
+    std::vector<double> spacings(set.frames.size());
+    for_each_index(spacings.size(),
+                   [&](std::size_t i) { spacings[i] = spacing_of(set.frames[i].data); });
+    warn_of_units(std::move(spacings), name, scope);
     return set;
 }
 
@@ -181,6 +210,36 @@ FrameSet load_frames(fs::path const& source, LoadFramesSettings const& settings,
     return scope.stage(
         "prepare the frames", 1.0,
         [&] { return keep_usable(shown(source), std::move(loaded), settings.scale, scope); });
+}
+
+std::vector<fs::path> frame_source_files(fs::path const& source)
+{
+    return stream_source(source).files;
+}
+
+std::size_t visit_frames(fs::path const& source, LoadFramesSettings const& settings,
+                         std::function<void(NamedFrame&&)> const& visit, Context& context)
+{
+    StepScope scope(context, "read-frames", "read the frames");
+    FrameStream const stream = stream_source(source);
+    std::vector<double> spacings;
+    OrvaneAlgorithm::detail::Progress progress(stream.size);
+    for (std::size_t i = 0; i < stream.size; ++i)
+    {
+        progress.advance(0);
+        LoadedFrame frame = stream.load(i);
+        finish_frame(frame, settings.scale);
+        if (tell_usable(frame, scope))
+        {
+            spacings.push_back(spacing_of(frame.data));
+            visit(named(std::move(frame)));
+        }
+        progress.advance();
+    }
+    std::size_t const usable = spacings.size();
+    refuse_none(usable, shown(source));
+    warn_of_units(std::move(spacings), shown(source), scope);
+    return stream.size - usable;
 }
 
 FrameSet prepare_frames(std::string const& name, std::vector<NamedFrame> frames,

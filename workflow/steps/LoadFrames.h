@@ -68,6 +68,18 @@ VELD_WORKFLOW_API std::function<void(std::size_t)> dropping(FrameSet& frames);
 VELD_WORKFLOW_API FrameSet load_frames(std::filesystem::path const& source,
                                        LoadFramesSettings const& settings, Context& context);
 
+/// Loads the same frames one after the other, in memory of one frame, unless they are text frames
+/// that share a file of poses. \return how many were left out
+/// \param visit gets each frame that can be used
+VELD_WORKFLOW_API std::size_t visit_frames(std::filesystem::path const& source,
+                                           LoadFramesSettings const& settings,
+                                           std::function<void(NamedFrame&&)> const& visit,
+                                           Context& context);
+
+/// The files that a source names, which need not be there.
+VELD_WORKFLOW_API std::vector<std::filesystem::path>
+frame_source_files(std::filesystem::path const& source);
+
 /// Does the same with frames that a host has in memory: takes points out that are no numbers,
 /// computes normals from the grid where there are none, and makes grid and normals agree.
 /// \param name of the scan, for messages

@@ -4,25 +4,20 @@
 #include "workflow/StepScope.h"
 #include "workflow/Stopwatch.h"
 #include "workflow/frames/PhotoColours.h"
-#include "workflow/repairing/RepairRun.h"
 #include "workflow/steps/FrameJudge.h"
 #include "workflow/steps/Inspect.h"
 #include "workflow/steps/MergeJudge.h"
+#include "workflow/steps/MergeStages.h"
 #include "workflow/words.h"
 
-#include "algorithmVeld/cleanup/VertexEditor.h"
-#include "algorithmVeld/common/ParamHolder.h"
 #include "algorithmVeld/common/RetVal.h"
 #include "algorithmVeld/reconstruction/DepthFrames.h"
 #include "algorithmVeld/reconstruction/FrameAlignment.h"
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
-#include "algorithmVeld/reconstruction/GeoPatentRecon.h"
-#include "algorithmVeld/reconstruction/MeshMerge.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <functional>
 #include <utility>
@@ -33,19 +28,10 @@ namespace veld
 using OrvaneAlgorithm::DepthFrames;
 using OrvaneAlgorithm::FrameAlignment;
 using OrvaneAlgorithm::FrameOverlap;
-using OrvaneAlgorithm::GeoPatentRecon;
-using OrvaneAlgorithm::MeshMerge;
 
 namespace
 {
 
-/// Lengths in point spacings where the user gives none.
-constexpr double STITCH_RADIUS_SPACINGS = 1.0;
-constexpr double LONG_EDGE_SPACINGS = 5.0;
-constexpr double LAYER_SPACINGS = 2.0;
-/// The same of cells and of border edges where frames were smoothed, or the longest closed step and
-/// a bit: what is stretched over a jump of depth was told before.
-constexpr double LONG_EDGE_SPACINGS_OF_SMOOTH = 8.0;
 /// Frames are compared within so many spacings, by part of their points.
 constexpr double COMPARED_SPACINGS = 8.0;
 constexpr std::size_t COMPARED_POINTS = 20000;
@@ -57,57 +43,10 @@ constexpr std::size_t COMPARED_POINTS_OF_ALL = 500000;
 constexpr std::size_t COMPARED_SAMPLES_OF_MANY = 100;
 /// Half of the layers that are farther off each other than this are no layers of one place.
 constexpr double BEARABLE_SPACINGS = 1.0;
-constexpr double LONG_EDGE_STEPS = 1.5;
-/// Radii in spacings within which pieces are joined across creases.
-constexpr std::array<double, 2> JOIN_SPACINGS = {{2.0, 4.0}};
 /// Noise that is more than this part of the spacing hides what lies between neighbours.
 constexpr double NOISY = 0.5;
 /// A spacing that is so many times the measured one, or so small a part of it, is a slip.
 constexpr double UNLIKELY_FACTOR = 4.0;
-
-std::vector<RangeData const*> pointers(std::vector<RangeData> const& frames)
-{
-    std::vector<RangeData const*> list;
-    list.reserve(frames.size());
-    for (auto const& frame : frames)
-    {
-        list.push_back(&frame);
-    }
-    return list;
-}
-
-/// The given settings, and what the frames tell where they say nothing.
-MergeSettings complete(MergeSettings settings, std::vector<RangeData const*> const& frames,
-                       bool is_smooth, std::string const& source)
-{
-    if (settings.spacing == 0.0)
-    {
-        settings.spacing = FrameOverlap::measure_point_spacing(frames);
-    }
-    if (!(settings.spacing > 0.0) || !std::isfinite(settings.spacing))
-    {
-        throw InputError(source + ": the frames have no neighbouring points to measure their "
-                                  "spacing by; it has to be given",
-                         "spacing");
-    }
-    if (settings.method == MergeMethod::OUTLIER && settings.stitch_radius != 0.0)
-    {
-        throw InputError("the stitch radius cannot be set where outliers are handled: borders look "
-                         "for each other within twice the spacing there",
-                         "stitch_radius");
-    }
-    if (settings.stitch_radius == 0.0)
-    {
-        settings.stitch_radius = STITCH_RADIUS_SPACINGS * settings.spacing;
-    }
-    if (settings.long_edge == 0.0)
-    {
-        settings.long_edge = is_smooth ? std::max(LONG_EDGE_SPACINGS_OF_SMOOTH * settings.spacing,
-                                                  LONG_EDGE_STEPS * settings.closed_step)
-                                       : LONG_EDGE_SPACINGS * settings.spacing;
-    }
-    return settings;
-}
 
 void warn_of_spacing(double given, double measured, std::string const& source, StepScope& scope)
 {
@@ -120,116 +59,6 @@ void warn_of_spacing(double given, double measured, std::string const& source, S
                         "{:.3g} mm: what follows it looks {}",
                         measured, given,
                         given > measured ? "much too far, and takes long" : "not far enough"));
-    }
-}
-
-/// Takes out the few vertices at which several fans of faces meet, with their faces.
-void remove_pinches(MergeResult& result)
-{
-    OpenMesh::VPropHandleT<int> frame;
-    result.mesh.add_property(frame, "<vprop>");
-    result.mesh.property(frame).data_vector() = result.vertex_frames;
-    OrvaneAlgorithm::VertexEditor::remove_non_manifold_verts(result.mesh,
-                                                             OrvaneAlgorithm::gPH.log_enabled);
-    result.vertex_frames = result.mesh.property(frame).data_vector();
-    result.mesh.remove_property(frame);
-}
-
-/// What both ways name alike.
-template <typename Merger>
-void set_up(Merger& merger, MergeSettings const& settings)
-{
-    merger.set_neighbour_factor(settings.neighbour_factor);
-    merger.set_normal_angle_thr(static_cast<float>(settings.normal_angle));
-    merger.set_ear_edge_factor(settings.ear_edge_factor);
-}
-
-OrvaneAlgorithm::RetVal merge_in_parallel(std::vector<RangeData const*> const& frames,
-                                          MergeResult& result)
-{
-    MergeSettings const& settings = result.settings;
-    MeshMerge merger;
-    set_up(merger, settings);
-    merger.set_point_spacing(settings.spacing);
-    merger.set_ear_normal_angle(settings.ear_normal_angle);
-    return merger.mesh_merge(frames, settings.stitch_radius, result.mesh,
-                             OrvaneAlgorithm::gPH.log_enabled, settings.max_hole_edges,
-                             settings.min_component, settings.long_edge, result.vertex_frames);
-}
-
-/// The log switch, which a merge sets, as it was before.
-class KeptLogSwitch
-{
-public:
-    KeptLogSwitch() = default;
-    ~KeptLogSwitch() { OrvaneAlgorithm::gPH.set_log_enabled(before_); }
-    KeptLogSwitch(KeptLogSwitch const&) = delete;
-    KeptLogSwitch& operator=(KeptLogSwitch const&) = delete;
-
-private:
-    bool before_ = OrvaneAlgorithm::gPH.log_enabled;
-};
-
-/// Without the log: with it on, outliers stay where their list cannot be written, and the mesh
-/// would depend on it.
-OrvaneAlgorithm::RetVal merge_without_outliers(std::vector<RangeData const*> const& frames,
-                                               MergeResult& result)
-{
-    MergeSettings const& settings = result.settings;
-    if (frames.empty())
-    {
-        return OrvaneAlgorithm::RET_INVALID_INPUT;
-    }
-    GeoPatentRecon merger;
-    set_up(merger, settings);
-    merger.set_angle_thr(settings.ear_normal_angle);
-    merger.set_preprocess_enabled(settings.cut_long_edges);
-    merger.set_outlier_removal_enabled(settings.outlier_factor > 0.0);
-    merger.set_outlier_factor(static_cast<float>(settings.outlier_factor));
-    KeptLogSwitch const log_switch;
-    auto const merged =
-        merger.mesh_merge(frames, settings.spacing, result.mesh, false, settings.max_hole_edges,
-                          settings.min_component, settings.long_edge, result.vertex_frames);
-    result.outliers = static_cast<std::size_t>(merger.removed_outliers());
-    return merged;
-}
-
-/// Frames of rooms end at edges of things, where the stitch, which is made for smooth surfaces,
-/// joins nothing. Vertices stay what they are.
-void join_pieces(MergeResult& result)
-{
-    RepairSettings settings;
-    settings.method = RepairMethod::PROJECT;
-    settings.spacing = result.settings.spacing;
-    settings.normal_angle = result.settings.join_angle;
-    settings.ear_perimeter = 0.0;
-    for (double const spacings : JOIN_SPACINGS)
-    {
-        settings.radii.push_back(spacings * settings.spacing);
-    }
-    result.mesh = std::move(run_repair(result.mesh, settings).mesh);
-}
-
-void stitch(std::vector<RangeData const*> const& frames, MergeResult& result)
-{
-    MergeSettings const& settings = result.settings;
-    if ((settings.method == MergeMethod::OUTLIER
-             ? merge_without_outliers(frames, result)
-             : merge_in_parallel(frames, result)) != OrvaneAlgorithm::RET_SUCCESS)
-    {
-        throw OperationError("the frames could not be merged");
-    }
-    remove_pinches(result);
-    if (result.prepared && settings.join_angle > 0.0 && result.mesh.n_faces() > 0)
-    {
-        join_pieces(result);
-    }
-    if (result.mesh.n_faces() == 0)
-    {
-        throw OperationError(
-            fmt::format("no piece of the merged frames has more than {}",
-                        counted(static_cast<std::size_t>(settings.min_component), "face")),
-            "min_component");
     }
 }
 
@@ -359,33 +188,6 @@ void warn_of_shreds(MergeResult& result, double spacing, std::string const& sour
     result.holes = health.holes;
 }
 
-/// Takes the overlap out, which leaves one layer.
-std::vector<RangeData> single_layer(std::vector<RangeData const*> const& frames,
-                                    MergeResult& result)
-{
-    FrameOverlap overlap;
-    overlap.set_point_spacing(result.settings.spacing);
-    overlap.set_averages_layers(result.settings.layers == Layers::MEAN);
-    if (result.prepared)
-    {
-        overlap.set_layer_factor(
-            std::max(LAYER_SPACINGS, result.tolerance / result.settings.spacing));
-        overlap.set_long_edge_factor(
-            std::max(LONG_EDGE_SPACINGS_OF_SMOOTH,
-                     LONG_EDGE_STEPS * result.settings.closed_step / result.settings.spacing));
-    }
-    std::vector<RangeData> single;
-    if (overlap.remove_overlap(frames, single) != OrvaneAlgorithm::RET_SUCCESS)
-    {
-        throw OperationError("the overlap of the frames could not be taken out");
-    }
-    for (auto const& counts : overlap.frame_counts())
-    {
-        result.removed += counts.removed;
-    }
-    return single;
-}
-
 } // namespace
 
 std::map<std::string, MergeMethod> const& merge_methods()
@@ -484,7 +286,12 @@ MergeResult merge_frames(FrameSet const& frames, std::function<void(std::size_t)
             scope.stage("take the overlap out", 0.7, [&] { return single_layer(list, result); });
     }
     scope.stage("stitch the frames", 0.96,
-                [&] { stitch(is_layered ? list : pointers(single), result); });
+                [&]
+                {
+                    stitch(is_layered ? list : pointers(single), merger_for(result.settings),
+                           result);
+                    refuse_empty(result);
+                });
     scope.stage("colour the mesh", 0.98, [&] { colour_mesh(frames, scope, result); });
     scope.stage("look at the mesh", 1.0,
                 [&] { warn_of_shreds(result, measured, frames.source, scope); });

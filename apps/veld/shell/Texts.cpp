@@ -263,6 +263,26 @@ std::string noise_of(MergeResult const& result)
 
 } // namespace
 
+std::string to_text(std::size_t tile, TileResult const& result)
+{
+    return fmt::format("tile {}: {}, {} of its own, {} over seams, {:.1f} s\n", tile,
+                       counted(result.thin.points, "sample"), counted(result.merge.faces, "face"),
+                       result.merge.crossing, result.thin.seconds + result.merge.seconds);
+}
+
+std::string to_text(std::string const& path, TiledMergeResult const& result)
+{
+    JoinTilesResult const& join = result.join;
+    return fmt::format(
+        "{}: {} of {} in {}, spacing {:.6g} mm\n"
+        "  seams: {} as both sides have them, {} left out, {} stitched\n"
+        "  {} and {}, in {:.3f} s\n",
+        path, counted(result.plan.frames, "frame"), counted(result.plan.points, "sample"),
+        counted(result.plan.tiles.size(), "tile"), result.plan.settings.spacing,
+        counted(join.crossing, "face"), join.refused, join.stitched,
+        counted(join.vertices, "point"), counted(join.faces, "face"), result.seconds);
+}
+
 std::string to_text(std::string const& path, MergeResult const& result)
 {
     MergeSettings const& settings = result.settings;

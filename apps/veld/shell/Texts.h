@@ -10,6 +10,7 @@
 #include "workflow/steps/Normals.h"
 #include "workflow/steps/Repair.h"
 #include "workflow/steps/Texture.h"
+#include "workflow/tiling/Tiling.h"
 
 #include <cstddef>
 #include <string>
@@ -34,6 +35,9 @@ std::string to_text(std::string const& path, CleanResult const& result);
 /// Noise at the depth in the middle, and aslant.
 std::string to_text(FrameNoise const& noise);
 std::string to_text(std::string const& path, MergeResult const& result);
+/// A tile that is done.
+std::string to_text(std::size_t tile, TileResult const& result);
+std::string to_text(std::string const& path, TiledMergeResult const& result);
 std::string to_text(std::string const& path, RepairResult const& result);
 std::string to_text(std::string const& path, NormalsResult const& result);
 std::string to_text(std::string const& path, TextureResult const& result);

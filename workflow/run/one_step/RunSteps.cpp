@@ -322,18 +322,6 @@ bool is_closed(TriMesh const& mesh)
 
 } // namespace
 
-Context share_of(Context const& whole, double begin, double end)
-{
-    Context part = whole;
-    if (whole.progress)
-    {
-        part.progress = [tell = whole.progress, begin, end](Progress const& progress) {
-            tell({progress.step, begin + (end - begin) * progress.fraction});
-        };
-    }
-    return part;
-}
-
 StepOutcome take_step(RecipeStep const& step, RunState& state, Context& context)
 {
     if (step.when == StepWhen::TORN &&

@@ -35,9 +35,6 @@ struct StepOutcome
     long new_faces_begin = -1;
 };
 
-/// A context for a part of the work: its progress is that of the whole from `begin` to `end`.
-Context share_of(Context const& whole, double begin, double end);
-
 /// Takes one step of a recipe.
 StepOutcome take_step(RecipeStep const& step, RunState& state, Context& context);
 

@@ -1,0 +1,451 @@
+#include "workflow/tiling/Tiling.h"
+
+#include "algorithmVeld/cleanup/PatchEditor.h"
+#include "algorithmVeld/common/CRangeDataIO.h"
+#include "tests/reconstruction/frames.h"
+#include "tests/support/real_data.h"
+#include "tests/support/temp_dir.h"
+#include "tests/support/threads.h"
+#include "tests/workflow/reason_of.h"
+#include "workflow/files/Json.h"
+#include "workflow/files/MeshFiles.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <map>
+#include <set>
+
+namespace
+{
+
+using namespace veld_test;
+using OrvaneAlgorithm::CRangeDataIO;
+using OrvaneAlgorithm::TriMesh;
+using testing::HasSubstr;
+
+namespace fs = std::filesystem;
+
+using Point = std::array<float, 3>;
+using Corners = std::array<Point, 3>;
+using FaceSet = std::multiset<Corners>;
+
+/// Each face by the places of its corners, the way round that it has.
+FaceSet faces_of(TriMesh const& mesh)
+{
+    FaceSet faces;
+    for (auto const face : mesh.faces())
+    {
+        Corners corners{};
+        auto corner = mesh.cfv_iter(face);
+        for (auto& point : corners)
+        {
+            auto const& p = mesh.point(*corner);
+            point = {p.x(), p.y(), p.z()};
+            ++corner;
+        }
+        std::rotate(corners.begin(), std::min_element(corners.begin(), corners.end()),
+                    corners.end());
+        faces.insert(corners);
+    }
+    return faces;
+}
+
+/// Faces that only one of two meshes has.
+std::vector<Corners> differences(TriMesh const& one, TriMesh const& other)
+{
+    std::vector<Corners> list;
+    FaceSet const a = faces_of(one);
+    FaceSet const b = faces_of(other);
+    std::set_symmetric_difference(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(list));
+    return list;
+}
+
+std::string content_of(fs::path const& path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+int boundary_edges(TriMesh const& mesh)
+{
+    auto const edges = mesh.edges();
+    return static_cast<int>(std::count_if(edges.begin(), edges.end(),
+                                          [](auto const& edge) { return edge.is_boundary(); }));
+}
+
+/// Vertices at which several fans of faces meet, or no face at all.
+int odd_vertices(TriMesh const& mesh)
+{
+    int odd = 0;
+    for (auto const vertex : mesh.vertices())
+    {
+        int gaps = 0;
+        for (auto const h : mesh.voh_range(vertex))
+        {
+            gaps += mesh.is_boundary(h) ? 1 : 0;
+        }
+        odd += gaps > 1 || mesh.is_isolated(vertex) ? 1 : 0;
+    }
+    return odd;
+}
+
+/// A scan of frames in a folder, merged as a whole and in tiles.
+class TiledScan : public TempDir
+{
+public:
+    explicit TiledScan(std::vector<RangeData> const& frames) : source(file("frames"))
+    {
+        fs::create_directory(source);
+        for (std::size_t i = 0; i < frames.size(); ++i)
+        {
+            auto const path = source / ("frame-" + std::to_string(100 + i) + ".rge");
+            EXPECT_EQ(CRangeDataIO::write_rge(path.wstring(), frames[i]), 0);
+        }
+    }
+    explicit TiledScan(fs::path path) : source(std::move(path)) {}
+
+    TriMesh whole()
+    {
+        return veld::merge(veld::load_frames(source, load, context), settings, context).mesh;
+    }
+
+    veld::TiledMergeResult merge(std::string const& folder = "tiles")
+    {
+        veld::OutputFile output(file("tiled.ply"));
+        auto result = veld::merge_in_tiles(source, load, settings, tiling, file(folder), output, {},
+                                           context);
+        output.commit();
+        return result;
+    }
+
+    TriMesh mesh() { return veld::read_mesh(file("tiled.ply"), context).mesh; }
+
+    fs::path source;
+    veld::LoadFramesSettings load;
+    veld::MergeSettings settings;
+    veld::TileSettings tiling;
+    veld::Context context;
+};
+
+/// Nine frames of hills that overlap each other, with noise and colours.
+std::vector<RangeData> hills()
+{
+    std::vector<RangeData> frames;
+    for (int row = 0; row < 3; ++row)
+    {
+        for (int column = 0; column < 3; ++column)
+        {
+            frames.push_back(hilly_frame(60.0 * column + 0.37 * row, 60.0 * row + 0.21 * column, 80,
+                                         static_cast<unsigned>(3 * row + column), 0.02));
+            RangeData& frame = frames.back();
+            frame.enable_vColor();
+            for (std::size_t i = 0; i < frame.get_vn(); ++i)
+            {
+                frame.vColor[i] = {0.2F * static_cast<float>(row),
+                                   0.2F * static_cast<float>(column),
+                                   static_cast<float>(i % 50) / 49.0F};
+            }
+        }
+    }
+    return frames;
+}
+
+/// How far a point is from the nearest side of a tile within the scan, in millimetres.
+class Sides
+{
+public:
+    explicit Sides(fs::path const& plan)
+    {
+        auto const json = veld::Json::parse(std::ifstream(plan));
+        double const side = json["side"];
+        for (auto const& tile : json["tiles"])
+        {
+            for (auto const* end : {"low", "high"})
+            {
+                for (std::size_t a = 0; a < 3; ++a)
+                {
+                    int const cell = tile[end][a];
+                    if (cell != std::numeric_limits<int>::min() &&
+                        cell != std::numeric_limits<int>::max())
+                    {
+                        sides_.insert({a, cell * side});
+                    }
+                }
+            }
+        }
+    }
+
+    double distance(Point const& point) const
+    {
+        double least = std::numeric_limits<double>::max();
+        for (auto const& [axis, place] : sides_)
+        {
+            least = std::min(least, std::abs(static_cast<double>(point[axis]) - place));
+        }
+        return least;
+    }
+
+private:
+    std::set<std::pair<std::size_t, double>> sides_;
+};
+
+TEST(Tiling, OneTileIsTheWhole)
+{
+    TiledScan scan(hills());
+    auto const result = scan.merge();
+    ASSERT_EQ(result.tiles.size(), 1U);
+    EXPECT_EQ(result.join.refused, 0U);
+    auto const whole = scan.whole();
+    EXPECT_EQ(result.join.faces, whole.n_faces());
+    EXPECT_EQ(result.join.vertices, whole.n_vertices());
+    EXPECT_TRUE(differences(whole, scan.mesh()).empty());
+}
+
+TEST(Tiling, TilesDifferFromTheWholeInFewFacesNearTheirSidesAlone)
+{
+    TiledScan scan(hills());
+    scan.tiling.tile_points = 12000;
+    scan.tiling.margin = 32.0;
+    auto const result = scan.merge();
+    EXPECT_GT(result.tiles.size(), 3U);
+    auto const whole = scan.whole();
+    auto const mesh = scan.mesh();
+    auto const differing = differences(whole, mesh);
+    EXPECT_LT(static_cast<double>(differing.size()), 0.01 * static_cast<double>(whole.n_faces()));
+    Sides const sides(scan.file("tiles/plan.json"));
+    for (auto const& face : differing)
+    {
+        EXPECT_LT(sides.distance(face[0]), 16.0);
+    }
+    EXPECT_EQ(mesh.n_faces(), result.join.faces);
+    EXPECT_EQ(odd_vertices(mesh), 0);
+    EXPECT_EQ(OrvaneAlgorithm::PatchEditor::count_components_by_face(mesh), 1);
+    EXPECT_NEAR(boundary_edges(mesh), boundary_edges(whole), 0.02 * boundary_edges(whole));
+}
+
+TEST(Tiling, VerticesKeepTheColoursOfTheirSamples)
+{
+    TiledScan scan(hills());
+    scan.tiling.tile_points = 12000;
+    scan.merge();
+    std::map<Point, OrvaneAlgorithm::Vector3f> colours;
+    auto const whole = scan.whole();
+    for (auto const vertex : whole.vertices())
+    {
+        auto const& p = whole.point(vertex);
+        colours[{p.x(), p.y(), p.z()}] = whole.color(vertex);
+    }
+    auto const mesh = scan.mesh();
+    ASSERT_TRUE(mesh.has_vertex_colors());
+    std::size_t known = 0;
+    for (auto const vertex : mesh.vertices())
+    {
+        auto const& p = mesh.point(vertex);
+        auto const found = colours.find({p.x(), p.y(), p.z()});
+        if (found != colours.end())
+        {
+            ++known;
+            EXPECT_LT((found->second - mesh.color(vertex)).cwiseAbs().maxCoeff(), 0.003F);
+        }
+    }
+    EXPECT_GT(known, mesh.n_vertices() / 2);
+}
+
+TEST(Tiling, NarrowMarginsLeaveGapsThatAreStitchedToASoundMesh)
+{
+    for (unsigned const seed : {1U, 2U, 3U})
+    {
+        SCOPED_TRACE(seed);
+        TiledScan scan(random_frames(seed, 6, 90, 1.0F));
+        scan.tiling.tile_points = 3000;
+        scan.tiling.margin = 8.0;
+        auto const result = scan.merge();
+        EXPECT_GT(result.join.refused, 0U);
+        auto const mesh = scan.mesh();
+        EXPECT_EQ(mesh.n_faces(), result.join.faces);
+        EXPECT_EQ(odd_vertices(mesh), 0);
+        auto const whole = scan.whole();
+        EXPECT_NEAR(static_cast<double>(mesh.n_faces()), static_cast<double>(whole.n_faces()),
+                    0.02 * static_cast<double>(whole.n_faces()));
+        EXPECT_LT(boundary_edges(mesh), 1.25 * boundary_edges(whole));
+    }
+}
+
+TEST(Tiling, EveryLayerIsKeptWhereThatIsAskedFor)
+{
+    TiledScan scan(hills());
+    scan.settings.layers = veld::Layers::ALL;
+    scan.tiling.tile_points = 20000;
+    auto const result = scan.merge();
+    EXPECT_EQ(result.tiles[0].thin.removed, 0U);
+    auto const whole = scan.whole();
+    EXPECT_LT(static_cast<double>(differences(whole, scan.mesh()).size()),
+              0.02 * static_cast<double>(whole.n_faces()));
+}
+
+TEST(Tiling, TheBytesAreTheSameForAnyNumberOfThreads)
+{
+    TiledScan scan(hills());
+    scan.tiling.tile_points = 12000;
+    scan.tiling.margin = 8.0;
+    std::set<std::string> outcomes;
+    for_thread_counts(
+        [&]
+        {
+            fs::remove_all(scan.file("tiles"));
+            scan.merge();
+            outcomes.insert(content_of(scan.file("tiled.ply")));
+        });
+    EXPECT_EQ(outcomes.size(), 1U);
+}
+
+TEST(Tiling, GoesOnFromTheTilesThatAreDone)
+{
+    TiledScan scan(hills());
+    scan.tiling.tile_points = 12000;
+    auto const first = scan.merge();
+    std::string const bytes = content_of(scan.file("tiled.ply"));
+    EXPECT_FALSE(first.plan.found);
+    fs::remove(scan.file("tiles/tile-00001/mesh.tile"));
+    auto const second = scan.merge();
+    EXPECT_TRUE(second.plan.found);
+    EXPECT_TRUE(second.tiles[1].thin.found);
+    EXPECT_TRUE(second.tiles[0].merge.found);
+    EXPECT_FALSE(second.tiles[1].merge.found);
+    EXPECT_EQ(content_of(scan.file("tiled.ply")), bytes);
+}
+
+TEST(Tiling, StepsByThemselvesGiveTheSame)
+{
+    TiledScan scan(hills());
+    scan.tiling.tile_points = 12000;
+    scan.merge();
+    std::string const folder = scan.file("by-step");
+    auto const plan = veld::plan_tiles(scan.source, scan.load, scan.settings, scan.tiling, folder,
+                                       scan.context);
+    EXPECT_EQ(veld::read_tile_plan(folder).tiles.size(), plan.tiles.size());
+    for (std::size_t t = plan.tiles.size(); t-- > 0;)
+    {
+        veld::thin_tile(folder, t, scan.context);
+    }
+    for (std::size_t t = plan.tiles.size(); t-- > 0;)
+    {
+        veld::merge_tile(folder, t, scan.context);
+    }
+    veld::OutputFile output(scan.file("by-step.ply"));
+    veld::join_tiles(folder, output, scan.context);
+    output.commit();
+    EXPECT_EQ(content_of(scan.file("by-step.ply")), content_of(scan.file("tiled.ply")));
+}
+
+TEST(Tiling, RefusesAFolderWithTheTilesOfSomethingElse)
+{
+    TiledScan scan(hills());
+    scan.merge();
+    scan.settings.max_hole_edges = 12;
+    EXPECT_THAT(reason_of([&] { scan.merge(); }), HasSubstr("tiles: holds the tiles of other"));
+}
+
+TEST(Tiling, NamesAFileThatIsDamagedOrMissing)
+{
+    TiledScan scan(hills());
+    scan.tiling.tile_points = 12000;
+    auto const plan = veld::plan_tiles(scan.source, scan.load, scan.settings, scan.tiling,
+                                       scan.file("tiles"), scan.context);
+    fs::path const tile = scan.file("tiles/tile-00000");
+    fs::path const piece =
+        tile / ("piece-00000" + std::to_string(plan.tiles[0].frames.front()) + ".rge");
+    ASSERT_TRUE(fs::exists(piece));
+    EXPECT_THAT(reason_of([&] { veld::merge_tile(scan.file("tiles"), 0, scan.context); }),
+                HasSubstr("tile-00000/thin.json"));
+    std::string bytes = content_of(piece);
+    bytes[bytes.size() / 2] = static_cast<char>(bytes[bytes.size() / 2] ^ 1);
+    std::ofstream(piece, std::ios::binary) << bytes;
+    EXPECT_THAT(reason_of([&] { scan.merge(); }),
+                HasSubstr(piece.filename().string() + ": the file is damaged"));
+    EXPECT_THAT(reason_of([&] { veld::thin_tile(scan.file("tiles"), 99, scan.context); }),
+                HasSubstr("there is no tile 99"));
+}
+
+TEST(Tiling, NamesAMeshThatIsCutOff)
+{
+    TiledScan scan(hills());
+    scan.merge();
+    fs::path const mesh = scan.file("tiles/tile-00000/mesh.tile");
+    fs::resize_file(mesh, fs::file_size(mesh) / 2);
+    EXPECT_THAT(reason_of([&] { scan.merge(); }), HasSubstr("mesh.tile: the file is damaged"));
+}
+
+TEST(Tiling, RefusesSettingsThatAreNone)
+{
+    TiledScan scan(hills());
+    auto const setting_of = [&]
+    {
+        try
+        {
+            scan.merge();
+        }
+        catch (veld::InputError const& error)
+        {
+            return error.setting();
+        }
+        return std::string("none");
+    };
+    scan.tiling.tile_points = 0;
+    EXPECT_EQ(setting_of(), "tile_points");
+    scan.tiling = {};
+    scan.tiling.margin = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(setting_of(), "margin");
+    scan.tiling = {};
+    scan.settings.method = veld::MergeMethod::OUTLIER;
+    EXPECT_EQ(setting_of(), "method");
+    scan.settings = {};
+    scan.settings.preparation = veld::Preparation::ALWAYS;
+    EXPECT_EQ(setting_of(), "preparation");
+}
+
+TEST(Tiling, TilesWithoutAPieceThatStaysDoNoHarm)
+{
+    auto frames = hills();
+    frames.push_back(flat_frame(5, 5, 1.0F, {1000.0F, 0.0F, 0.0F}));
+    frames.push_back(flat_frame(5, 5, 1.0F, {1000.0F, 900.0F, 0.0F}));
+    TiledScan scan(frames);
+    scan.tiling.tile_points = 12000;
+    auto const result = scan.merge();
+    EXPECT_EQ(std::count_if(result.tiles.begin(), result.tiles.end(), [](auto const& tile)
+                            { return tile.merge.faces == 0; }),
+              1);
+    EXPECT_EQ(odd_vertices(scan.mesh()), 0);
+}
+
+TEST(Tiling, SaysSoWhereNothingIsLeft)
+{
+    TiledScan scan({flat_frame(4, 4, 1.0F), flat_frame(4, 4, 1.0F, {50.0F, 0.0F, 0.0F})});
+    EXPECT_THAT(reason_of([&] { scan.merge(); }), HasSubstr("has more than 100 faces"));
+    EXPECT_FALSE(fs::exists(scan.file("tiled.ply")));
+}
+
+using TilingRealData = RealData;
+
+TEST_F(TilingRealData, ScansOfTheBunnyDifferAlongTheSeamsAlone)
+{
+    TiledScan scan(fs::path(real_data("range_bunny/bun.conf")));
+    scan.load.scale = 1000.0;
+    scan.settings.preparation = veld::Preparation::NEVER;
+    scan.tiling.tile_points = 60000;
+    auto const result = scan.merge();
+    EXPECT_GT(result.tiles.size(), 4U);
+    auto const whole = scan.whole();
+    auto const mesh = scan.mesh();
+    EXPECT_EQ(odd_vertices(mesh), 0);
+    auto const differing = differences(whole, mesh);
+    EXPECT_LT(static_cast<double>(differing.size()), 0.01 * static_cast<double>(whole.n_faces()));
+    EXPECT_NEAR(boundary_edges(mesh), boundary_edges(whole), 0.05 * boundary_edges(whole));
+}
+
+} // namespace

@@ -1,0 +1,227 @@
+#include "workflow/tiling/TileFolder.h"
+
+#include "workflow/Error.h"
+#include "workflow/files/InputFile.h"
+#include "workflow/files/JsonFields.h"
+#include "workflow/files/OutputFile.h"
+#include "workflow/frames/FrameFiles.h"
+#include "workflow/steps/StepJson.h"
+#include "workflow/words.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+
+namespace fs = std::filesystem;
+
+namespace veld
+{
+
+using OrvaneAlgorithm::Vector3f;
+
+namespace
+{
+
+/// Largest number of which a double knows every one below.
+constexpr double MOST = 9007199254740992.0;
+constexpr int PLAN_VERSION = 1;
+
+std::size_t read_count(JsonFields const& fields, std::string const& key, std::string const& place)
+{
+    double const value = fields.number(key);
+    if (!(value >= 0.0 && value <= MOST && std::floor(value) == value))
+    {
+        throw InputError(fmt::format("{}'{}' has to be a number of things", place, key));
+    }
+    return static_cast<std::size_t>(value);
+}
+
+TileCell read_cell(JsonFields const& fields, std::string const& key, std::string const& place)
+{
+    auto const values = fields.numbers(key, 3);
+    TileCell cell{};
+    for (std::size_t a = 0; a < 3; ++a)
+    {
+        constexpr double FARTHEST = 2147483648.0;
+        if (!(values[a] >= -FARTHEST && values[a] < FARTHEST))
+        {
+            throw InputError(fmt::format("{}'{}' has to be a cell", place, key));
+        }
+        cell[a] = static_cast<int>(values[a]);
+    }
+    return cell;
+}
+
+std::vector<int> read_frames(Json const& tile, std::string const& place)
+{
+    std::vector<int> frames;
+    auto const list = tile.find("frames");
+    bool is_list = list != tile.end() && list->is_array();
+    for (std::size_t i = 0; is_list && i < list->size(); ++i)
+    {
+        is_list = (*list)[i].is_number_integer();
+        frames.push_back(is_list ? (*list)[i].get<int>() : 0);
+    }
+    if (!is_list)
+    {
+        throw InputError(place + "'frames' has to be a list of numbers");
+    }
+    return frames;
+}
+
+void read_tiles(Json const& plan, std::string const& place, TileRecord& record)
+{
+    auto const tiles = plan.find("tiles");
+    if (tiles == plan.end() || !tiles->is_array())
+    {
+        throw InputError(place + "'tiles' has to be a list");
+    }
+    for (auto const& tile : *tiles)
+    {
+        JsonFields const fields(tile, place);
+        record.boxes.push_back({read_cell(fields, "low", place), read_cell(fields, "high", place)});
+        record.plan.tiles.push_back({read_count(fields, "points", place),
+                                     read_count(fields, "margin", place),
+                                     read_frames(tile, place)});
+    }
+}
+
+Json json_of(TileRecord const& record)
+{
+    TilePlan const& plan = record.plan;
+    Json tiles = Json::array();
+    for (std::size_t t = 0; t < plan.tiles.size(); ++t)
+    {
+        tiles.push_back({{"low", record.boxes[t].low},
+                         {"high", record.boxes[t].high},
+                         {"points", plan.tiles[t].points},
+                         {"margin", plan.tiles[t].margin},
+                         {"frames", plan.tiles[t].frames}});
+    }
+    return {{"version", PLAN_VERSION},
+            {"inputs", record.inputs},
+            {"frames", plan.frames},
+            {"left_out", plan.left_out},
+            {"points", plan.points},
+            {"colours", record.has_colours},
+            {"side", record.side},
+            {"tile_points", plan.tiling.tile_points},
+            {"margin", plan.tiling.margin},
+            {"seconds", plan.seconds},
+            {"settings", to_json(plan.settings)},
+            {"tiles", std::move(tiles)}};
+}
+
+Vector3f read_point(JsonFields const& fields, std::string const& key)
+{
+    auto const values = fields.numbers(key, 3);
+    return Eigen::Map<Eigen::Vector3d const>(values.data()).cast<float>();
+}
+
+void write_json(fs::path const& path, Json const& json)
+{
+    OutputFile file(path);
+    write_text_file(file, json.dump(1) + '\n');
+    file.commit();
+}
+
+} // namespace
+
+void refuse_unknown_tile(TileRecord const& record, std::size_t tile)
+{
+    if (tile >= record.boxes.size())
+    {
+        throw InputError(fmt::format("there is no tile {}: the plan has {}", tile,
+                                     counted(record.boxes.size(), "tile")));
+    }
+}
+
+fs::path TileFolder::tile(std::size_t tile) const
+{
+    return folder_ / fmt::format("tile-{:05}", tile);
+}
+
+fs::path TileFolder::piece_file(std::size_t tile, int frame) const
+{
+    return this->tile(tile) / fmt::format("piece-{:06}.rge", frame);
+}
+
+fs::path TileFolder::kept_file(std::size_t tile, int frame) const
+{
+    return this->tile(tile) / fmt::format("kept-{:06}.rge", frame);
+}
+
+TileRecord TileFolder::read_plan() const
+{
+    Json const json = read_json(plan_file());
+    std::string const place = shown(plan_file()) + ": ";
+    JsonFields const fields(json, place);
+    fields.integer("version", PLAN_VERSION, PLAN_VERSION);
+    TileRecord record;
+    record.inputs = fields.text("inputs");
+    record.side = fields.number("side");
+    record.has_colours = fields.flag("colours", false);
+    record.plan.frames = read_count(fields, "frames", place);
+    record.plan.left_out = read_count(fields, "left_out", place);
+    record.plan.points = read_count(fields, "points", place);
+    record.plan.tiling.tile_points = read_count(fields, "tile_points", place);
+    record.plan.tiling.margin = fields.number("margin");
+    record.plan.seconds = fields.number("seconds");
+    fields.object("settings");
+    read_settings(json["settings"], place, record.plan.settings);
+    read_tiles(json, place, record);
+    return record;
+}
+
+void TileFolder::write_plan(TileRecord const& record) const
+{
+    write_json(plan_file(), json_of(record));
+}
+
+ThinRecord TileFolder::read_thin(std::size_t tile) const
+{
+    Json const json = read_json(thin_file(tile));
+    std::string const place = shown(thin_file(tile)) + ": ";
+    JsonFields const fields(json, place);
+    ThinRecord record;
+    record.result.points = read_count(fields, "points", place);
+    record.result.removed = read_count(fields, "removed", place);
+    record.result.seconds = fields.number("seconds");
+    record.has_box = fields.has("low");
+    if (record.has_box)
+    {
+        record.low = read_point(fields, "low");
+        record.high = read_point(fields, "high");
+    }
+    return record;
+}
+
+void TileFolder::write_thin(std::size_t tile, ThinRecord const& record) const
+{
+    Json json{{"points", record.result.points},
+              {"removed", record.result.removed},
+              {"seconds", record.result.seconds}};
+    if (record.has_box)
+    {
+        json["low"] = json_point(record.low);
+        json["high"] = json_point(record.high);
+    }
+    write_json(thin_file(tile), json);
+}
+
+RangeData read_piece(fs::path const& file)
+{
+    RangeData piece;
+    std::string reason = read_frame(file, piece);
+    if (reason.empty() && !(piece.is_legal() && piece.has_vNormal && piece.has_vFlag))
+    {
+        reason = "it is no piece of a frame";
+    }
+    if (!reason.empty())
+    {
+        throw InputError(shown(file) + ": " + reason);
+    }
+    return piece;
+}
+
+} // namespace veld

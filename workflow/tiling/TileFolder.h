@@ -1,0 +1,76 @@
+#pragma once
+
+#include "workflow/tiling/TileBoxes.h"
+#include "workflow/tiling/Tiling.h"
+
+#include "algorithmVeld/common/RangeData.h"
+
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// \file
+/// The files by which the steps of a tiled merge go on from each other.
+
+namespace veld
+{
+
+/// A plan, and what only the steps need of it.
+struct TileRecord
+{
+    TilePlan plan;
+    std::string inputs;         ///< checksum of all that the plan was made of
+    double side = 0.0;          ///< of the cells, in millimetres
+    std::vector<TileBox> boxes; ///< of the tiles
+    bool has_colours = false;   ///< whether any frame has
+};
+
+/// What a thin tile tells the others.
+struct ThinRecord
+{
+    ThinTileResult result;
+    bool has_box = false; ///< whether it has any vertex
+    OrvaneAlgorithm::Vector3f low = OrvaneAlgorithm::Vector3f::Zero(); ///< of its own vertices
+    OrvaneAlgorithm::Vector3f high = OrvaneAlgorithm::Vector3f::Zero();
+};
+
+/// Throws `InputError` where a plan has no tile of a number.
+void refuse_unknown_tile(TileRecord const& record, std::size_t tile);
+
+/// Names of the files of a folder, which readers and writers of them share.
+class TileFolder
+{
+public:
+    explicit TileFolder(std::filesystem::path folder) : folder_(std::move(folder)) {}
+
+    std::filesystem::path const& path() const { return folder_; }
+    std::filesystem::path tile(std::size_t tile) const;
+    std::filesystem::path plan_file() const { return folder_ / "plan.json"; }
+    std::filesystem::path thin_file(std::size_t tile) const
+    {
+        return this->tile(tile) / "thin.json";
+    }
+    std::filesystem::path mesh_file(std::size_t tile) const
+    {
+        return this->tile(tile) / "mesh.tile";
+    }
+    /// What a tile sees of a frame.
+    std::filesystem::path piece_file(std::size_t tile, int frame) const;
+    /// What stays of that.
+    std::filesystem::path kept_file(std::size_t tile, int frame) const;
+
+    TileRecord read_plan() const;
+    void write_plan(TileRecord const& record) const;
+
+    ThinRecord read_thin(std::size_t tile) const;
+    void write_thin(std::size_t tile, ThinRecord const& record) const;
+
+private:
+    std::filesystem::path folder_;
+};
+
+/// Reads a piece of a frame, with the flag of each sample that is the tile's own.
+OrvaneAlgorithm::RangeData read_piece(std::filesystem::path const& file);
+
+} // namespace veld

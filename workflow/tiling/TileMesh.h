@@ -1,0 +1,59 @@
+#pragma once
+
+#include "algorithmVeld/common/vectors.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+namespace veld
+{
+
+/// Which sample of the scan a vertex is: its frame, and its cell on the frame's grid. All tiles
+/// know a sample by the same key.
+using SampleKey = std::uint64_t;
+
+SampleKey key_of(int frame, std::uint32_t cell);
+
+/// A key as a colour, and back. A merge takes colours along as they are, and so the key.
+OrvaneAlgorithm::Vector3f colour_of(SampleKey key);
+SampleKey key_in(OrvaneAlgorithm::Vector3f const& colour);
+
+/// A face by its corners, from the least on, the way round that it has.
+using KeyedFace = std::array<SampleKey, 3>;
+
+/// Turns a face so that the least corner comes first. \return how far: its corner at this place is
+/// the least
+std::size_t turn_to_least(KeyedFace& face);
+
+/// A face over a seam, as one tile has it.
+struct CrossingFace
+{
+    KeyedFace corners{};
+    unsigned char own = 0; ///< bits of the corners that are the tile's own
+};
+
+/// The mesh of a tile: its own vertices, and the faces that have any of them.
+struct TileMesh
+{
+    std::vector<SampleKey> keys; ///< rising
+    std::vector<OrvaneAlgorithm::Vector3f> points;
+    std::vector<OrvaneAlgorithm::Vector3f> normals;
+    std::vector<OrvaneAlgorithm::Vector3f> colours; ///< none if the scan has none
+    std::vector<std::array<std::int32_t, 3>> faces; ///< of own vertices alone
+    std::vector<CrossingFace> crossing;
+    double seconds = 0.0; ///< that it took
+
+    /// The place of a key; -1 where it is none of the tile's.
+    std::int32_t place_of(SampleKey key) const;
+};
+
+/// Reads the mesh of a tile. Throws `InputError` with the file's name where there is none, or a
+/// damaged one.
+TileMesh read_tile_mesh(std::filesystem::path const& file);
+
+void write_tile_mesh(std::filesystem::path const& file, TileMesh const& mesh);
+
+} // namespace veld
