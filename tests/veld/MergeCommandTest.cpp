@@ -388,4 +388,56 @@ TEST_F(MergeCommandRealData, BunnyBecomesOneMesh)
     EXPECT_EQ(info["isolated_vertices"], 0);
 }
 
+TEST(MergeCommand, TilesOfOneFrameEachBecomeTheMeshOfTheWhole)
+{
+    Frames const frames({flat_frame(41, 41, 0.5F), flat_frame(41, 41, 0.5F, {20.5F, 0.0F, 0.0F})});
+    auto const whole = frames.merge().json();
+    auto const tiled = frames.merge({"--json", "--tile-points", "1800"}).json();
+    EXPECT_EQ(tiled["tiles"].size(), 2U);
+    EXPECT_EQ(tiled["vertices"], whole["vertices"]);
+    EXPECT_EQ(tiled["faces"], whole["faces"]);
+    EXPECT_EQ(tiled["points"], 2 * 41 * 41);
+}
+
+TEST(MergeCommand, TilesAreToldAndCanBeKept)
+{
+    Frames const frames({flat_frame(41, 41, 0.5F), flat_frame(41, 41, 0.5F, {20.5F, 0.0F, 0.0F})});
+    std::vector<std::string> const options{"--tile-points", "1800", "--keep-tiles",
+                                           frames.file("tiles")};
+    auto const first = frames.merge(options);
+    EXPECT_THAT(first.out, HasSubstr("tile 1: "));
+    EXPECT_TRUE(fs::exists(frames.file("tiles/plan.json")));
+    auto again = options;
+    again.emplace_back("--json");
+    auto const second = frames.merge(again).json();
+    EXPECT_TRUE(second["tiles"][0]["merge"]["found"].get<bool>());
+}
+
+TEST(MergeCommand, TilesLeaveNothingBesideTheMesh)
+{
+    Frames const frames(side_by_side());
+    EXPECT_EQ(frames.merge({"--tile-points", "400"}).status, 0);
+    std::size_t files = 0;
+    for ([[maybe_unused]] auto const& entry : fs::directory_iterator(frames.file(".")))
+    {
+        ++files;
+    }
+    EXPECT_EQ(files, 2U); // The frames and the mesh.
+}
+
+TEST(MergeCommand, TilesAreRefusedWhereTheyCannotBe)
+{
+    Frames const frames(side_by_side());
+    EXPECT_NE(frames.merge({"--tile-points", "0"}).status, 0);
+    EXPECT_NE(frames.merge({"--tile-margin", "20"}).status, 0);
+    EXPECT_NE(frames.merge({"--tile-points", "9", "--frame-map", frames.file("map")}).status, 0);
+    auto const outlier = frames.merge({"--tile-points", "9", "--method", "outlier"});
+    EXPECT_EQ(outlier.status, 1);
+    EXPECT_THAT(outlier.err, HasSubstr("through the whole scan (see --method)"));
+    auto const stl =
+        run_veld({"merge", frames.folder(), "-o", frames.file("merged.stl"), "--tile-points", "9"});
+    EXPECT_EQ(stl.status, 1);
+    EXPECT_THAT(stl.err, HasSubstr("is for a mesh that becomes a .ply file"));
+}
+
 } // namespace

@@ -117,8 +117,8 @@ public:
     veld::TiledMergeResult merge(std::string const& folder = "tiles")
     {
         veld::OutputFile output(file("tiled.ply"));
-        auto result = veld::merge_in_tiles(source, load, settings, tiling, file(folder), output, {},
-                                           context);
+        auto result =
+            veld::merge_in_tiles(source, load, settings, tiling, file(folder), output, {}, context);
         output.commit();
         return result;
     }
@@ -326,8 +326,8 @@ TEST(Tiling, StepsByThemselvesGiveTheSame)
     scan.tiling.tile_points = 12000;
     scan.merge();
     std::string const folder = scan.file("by-step");
-    auto const plan = veld::plan_tiles(scan.source, scan.load, scan.settings, scan.tiling, folder,
-                                       scan.context);
+    auto const plan =
+        veld::plan_tiles(scan.source, scan.load, scan.settings, scan.tiling, folder, scan.context);
     EXPECT_EQ(veld::read_tile_plan(folder).tiles.size(), plan.tiles.size());
     for (std::size_t t = plan.tiles.size(); t-- > 0;)
     {
@@ -417,8 +417,8 @@ TEST(Tiling, TilesWithoutAPieceThatStaysDoNoHarm)
     TiledScan scan(frames);
     scan.tiling.tile_points = 12000;
     auto const result = scan.merge();
-    EXPECT_EQ(std::count_if(result.tiles.begin(), result.tiles.end(), [](auto const& tile)
-                            { return tile.merge.faces == 0; }),
+    EXPECT_EQ(std::count_if(result.tiles.begin(), result.tiles.end(),
+                            [](auto const& tile) { return tile.merge.faces == 0; }),
               1);
     EXPECT_EQ(odd_vertices(scan.mesh()), 0);
 }

@@ -269,9 +269,8 @@ void judge(Survey const& survey, MergeSettings const& settings, std::string cons
 {
     if (survey.is_noisy(settings))
     {
-        throw InputError(source + ": the noise of these frames hides what lies between neighbours, "
-                                  "and it is not taken out in tiles (never to merge them as they "
-                                  "are)",
+        throw InputError(source + ": a merge takes the noise of these frames out first, and tiles "
+                                  "are merged without that; 'never' merges them as they are",
                          "preparation");
     }
     if (survey.has_photos && context.warn)

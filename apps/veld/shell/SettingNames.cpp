@@ -12,8 +12,8 @@ namespace
 /// The setting of a step as an option.
 std::string option_of(std::string setting)
 {
-    static std::map<std::string, std::string> const others{{"preparation", "prepare"},
-                                                           {"radii", "radius"}};
+    static std::map<std::string, std::string> const others{
+        {"margin", "tile-margin"}, {"preparation", "prepare"}, {"radii", "radius"}};
     auto const other = others.find(setting);
     if (other != others.end())
     {
