@@ -2,15 +2,12 @@
 
 from __future__ import annotations
 
-import asyncio
-import concurrent.futures
 import math
 import os
 import time
 import uuid
 from collections import deque
-from collections.abc import Callable, Iterator
-from contextlib import contextmanager
+from collections.abc import Callable
 from dataclasses import asdict, dataclass, replace
 from pathlib import Path
 from typing import TYPE_CHECKING, Any
@@ -150,7 +147,7 @@ class _Driver:
 
         running: dict[Future[Any], _Attempt] = {}
         completed = as_completed(loop=self._scheduler.client.loop)
-        with self._cancelling(running), self._telling_of_loss():
+        with self._scheduler.cancelling(running), self._scheduler.telling_of_loss():
             while waiting or running:
                 while waiting and len(running) < (most or self._window()):
                     attempt = self._placed(waiting.popleft())
@@ -163,33 +160,6 @@ class _Driver:
                         waiting.extendleft(self._take(future, running.pop(future)))
                 elif not self._take_back(running, waiting):
                     time.sleep(PAUSE)
-
-    @contextmanager
-    def _cancelling(self, running: dict[Future[Any], _Attempt]) -> Iterator[None]:
-        try:
-            yield
-        except BaseException:
-            if self._scheduler.client.status == "running":
-                self._scheduler.client.cancel(list(running))
-            raise
-
-    @contextmanager
-    def _telling_of_loss(self) -> Iterator[None]:
-        """Each call of a scheduler that goes away meanwhile has an error of its own for it."""
-        from distributed.comm.core import CommClosedError
-
-        try:
-            yield
-        except (
-            CommClosedError,
-            asyncio.CancelledError,
-            concurrent.futures.CancelledError,
-        ) as error:
-            raise lost() from error
-        except Exception as error:
-            if self._scheduler.client.status == "running":
-                raise
-            raise lost() from error
 
     def _window(self) -> int:
         threads: int = sum(worker["nthreads"] for worker in self._scheduler.workers().values())

@@ -2,9 +2,11 @@
 
 from __future__ import annotations
 
+import asyncio
+import concurrent.futures
 import os
 import time
-from collections.abc import Callable, Iterator
+from collections.abc import Callable, Collection, Iterator
 from contextlib import contextmanager
 from dataclasses import dataclass, field
 from typing import TYPE_CHECKING, Any
@@ -14,7 +16,7 @@ from .._errors import InputError, OperationError
 from ._tasks import version
 
 if TYPE_CHECKING:
-    from distributed import Client
+    from distributed import Client, Future
 
 MEMORY = "MEMORY"
 """The name under which workers declare their memory, and tasks what they take of it: bytes."""
@@ -51,6 +53,34 @@ class Scheduler:
     def resources(self, need: int) -> dict[str, float]:
         """What a task declares. One that needs more than any worker has gets one for itself."""
         return {MEMORY: min(need, self.memory)} if self.memory else {}
+
+    @contextmanager
+    def cancelling(self, running: Collection[Future[Any]]) -> Iterator[None]:
+        """Leaves no task to the scheduler that nobody waits for."""
+        try:
+            yield
+        except BaseException:
+            if self.client.status == "running":
+                self.client.cancel(list(running))
+            raise
+
+    @contextmanager
+    def telling_of_loss(self) -> Iterator[None]:
+        """Each call of a scheduler that goes away meanwhile has an error of its own for it."""
+        from distributed.comm.core import CommClosedError
+
+        try:
+            yield
+        except (
+            CommClosedError,
+            asyncio.CancelledError,
+            concurrent.futures.CancelledError,
+        ) as error:
+            raise lost() from error
+        except Exception as error:
+            if self.client.status == "running":
+                raise
+            raise lost() from error
 
 
 def lost() -> OperationError:

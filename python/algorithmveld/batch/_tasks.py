@@ -96,15 +96,16 @@ def _noting_failure(task: Callable[..., State]) -> Callable[..., State]:
         try:
             return task(state, job, *arguments)
         except veld.InputError as error:
-            return replace(state, reason=str(error), worker=_address())
+            return replace(state, reason=str(error), worker=address())
         except Exception as error:
-            reason = _reason(error)
-            return replace(state, reason=reason, may_do_elsewhere=True, worker=_address())
+            reason = reason_of(error)
+            return replace(state, reason=reason, may_do_elsewhere=True, worker=address())
 
     return guarded
 
 
-def _reason(error: Exception) -> str:
+def reason_of(error: Exception) -> str:
+    """In words for people."""
     if isinstance(error, MemoryError):
         return "there is not enough memory"
     if isinstance(error, OSError) and error.filename:
@@ -114,7 +115,8 @@ def _reason(error: Exception) -> str:
     return f"{type(error).__name__}: {error}"
 
 
-def _address() -> str:
+def address() -> str:
+    """That of the worker."""
     from distributed import get_worker
 
     try:
@@ -125,7 +127,7 @@ def _address() -> str:
 
 @_noting_failure
 def _look(state: State, job: Job) -> State:
-    _check_version(job)
+    check_version(job.version)
     if not Path(job.scan.source).exists():
         raise veld.InputError(f"{job.scan.source}: no such file or folder")
     given = json.dumps(
@@ -139,18 +141,17 @@ def _look(state: State, job: Job) -> State:
     return replace(state, key=key, is_there=places.is_there(key))
 
 
-def _check_version(job: Job) -> None:
+def check_version(wanted: str) -> None:
     """A worker may come when a batch is at work already."""
-    if job.version != veld.__version__:
+    if wanted != veld.__version__:
         raise veld.OperationError(
-            f"the worker {_address()} has algorithmveld {veld.__version__}, and the batch "
-            f"{job.version}"
+            f"the worker {address()} has algorithmveld {veld.__version__}, and the batch {wanted}"
         )
 
 
 @_noting_failure
 def _take_step(state: State, job: Job, number: int) -> State:
-    _check_version(job)
+    check_version(job.version)
     places = Places(job.out)
     is_last = number == len(job.steps)
     with places.lock(state.key):
