@@ -60,6 +60,18 @@ from ._steps import (
     sticks,
     texture,
 )
+from ._tiles import (
+    JoinTilesResult,
+    MergeTileResult,
+    ThinTileResult,
+    TiledMergeResult,
+    TilePlanResult,
+    join_tiles,
+    merge_in_tiles,
+    merge_tile,
+    plan_tiles,
+    thin_tile,
+)
 
 __version__ = _core.VERSION
 
@@ -79,8 +91,10 @@ __all__ = [
     "HolesResult",
     "InfoResult",
     "InputError",
+    "JoinTilesResult",
     "KeyframesResult",
     "MergeResult",
+    "MergeTileResult",
     "Mesh",
     "NormalsResult",
     "OperationError",
@@ -93,6 +107,9 @@ __all__ = [
     "RunResult",
     "SticksResult",
     "TextureResult",
+    "ThinTileResult",
+    "TilePlanResult",
+    "TiledMergeResult",
     "VeldWarning",
     "__version__",
     "align",
@@ -104,12 +121,16 @@ __all__ = [
     "frames",
     "holes",
     "info",
+    "join_tiles",
     "keyframes",
     "load_frames",
     "load_mesh",
     "load_photos",
     "merge",
+    "merge_in_tiles",
+    "merge_tile",
     "normals",
+    "plan_tiles",
     "render",
     "repair",
     "run",
@@ -117,5 +138,6 @@ __all__ = [
     "set_log",
     "sticks",
     "texture",
+    "thin_tile",
     "usual_recipe",
 ]

@@ -6,6 +6,7 @@
 #include "PhotoObjects.h"
 #include "Run.h"
 #include "Steps.h"
+#include "Tiles.h"
 
 #include <nanobind/nanobind.h>
 
@@ -21,4 +22,5 @@ NB_MODULE(_core, module)
     veld::python::bind_photos(module);
     veld::python::bind_steps(module);
     veld::python::bind_run(module);
+    veld::python::bind_tiles(module);
 }
