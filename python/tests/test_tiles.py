@@ -1,12 +1,20 @@
-"""A scan in tiles: step by step, and in one call."""
+"""A scan in tiles: step by step, in one call, and as tasks on workers that die."""
 
 import itertools
 import json
+import os
+import signal
 
 import algorithmveld as veld
+import dask
 import pytest
-from algorithmveld import _core
+from algorithmveld import _core, batch
+from algorithmveld.batch import _tiles
+from algorithmveld.batch import tiles as command
+from algorithmveld.batch._places import Places
+from distributed import Client, LocalCluster, WorkerPlugin
 from scans import sphere_frames
+from test_batch_cluster import Background, executing, wait_for
 
 DIVISION = {"tile_points": 3000, "tile_margin": 12.0, "max_hole_edges": 12}
 
@@ -24,6 +32,43 @@ def alone(scan, tmp_path_factory):
     mesh = tmp_path_factory.mktemp("alone") / "mesh.ply"
     veld.merge_in_tiles(scan, mesh, **DIVISION)
     return mesh.read_bytes()
+
+
+@pytest.fixture(scope="module")
+def cluster():
+    with LocalCluster(
+        n_workers=2, threads_per_worker=1, dashboard_address="127.0.0.1:0", silence_logs=50,
+        resources={"MEMORY": 1e9},
+    ) as made:  # fmt: skip
+        yield made
+
+
+@pytest.fixture
+def client(cluster):
+    with Client(cluster, set_as_default=False) as made:
+        made.wait_for_workers(2, timeout=60)
+        yield made
+
+
+def without_times(values):
+    """Values of which two runs have the same."""
+    if isinstance(values, dict):
+        return {
+            key: without_times(value)
+            for key, value in values.items()
+            if key not in ("seconds", "plan_seconds")
+        }
+    return [without_times(value) for value in values] if isinstance(values, list) else values
+
+
+def steps_done(work):
+    return sorted(line.split()[3] for line in (work / "batch.log").read_text().splitlines())
+
+
+def all_steps(n):
+    return sorted(
+        ["join-00000", "plan-00000", *(f"{s}-{i:05}" for s in ("thin", "merge") for i in range(n))]
+    )
 
 
 def test_the_steps_one_by_one_give_the_mesh_of_all_at_once(scan, alone, tmp_path):
@@ -135,3 +180,184 @@ def test_what_a_host_raises_for_a_tile_reaches_it(scan, tmp_path):
     with pytest.raises(RuntimeError, match="enough"):
         veld.merge_in_tiles(scan, tmp_path / "mesh.ply", done=refuse, **DIVISION)
     assert list(tmp_path.iterdir()) == []
+
+
+def run(client, scan, tmp_path, **options):
+    return batch.merge_in_tiles(
+        scan, tmp_path / "mesh.ply", tmp_path / "work", scheduler=client.scheduler.address,
+        **{**DIVISION, **options},
+    )  # fmt: skip
+
+
+def test_tasks_give_the_bytes_of_one_process_and_a_second_run_does_nothing(
+    client, scan, alone, tmp_path
+):
+    lines = []
+    result = run(client, scan, tmp_path, tell=lines.append)
+    n = len(result.tiles)
+    assert (tmp_path / "mesh.ply").read_bytes() == alone
+    assert steps_done(tmp_path / "work") == all_steps(n)
+    assert len(lines) == 2 * n + 2
+    other = veld.merge_in_tiles(scan, tmp_path / "other.ply", **DIVISION)
+    assert without_times(result.to_dict()) == without_times(other.to_dict())
+
+    lines.clear()
+    (tmp_path / "mesh.ply").unlink()
+    run(client, scan, tmp_path, tell=lines.append)
+    assert all(line.endswith("there already") for line in lines[:-1])
+    assert (tmp_path / "mesh.ply").read_bytes() == alone
+    assert steps_done(tmp_path / "work") == sorted([*all_steps(n), "join-00000"])
+
+
+def test_a_worker_that_is_killed_loses_nothing(client, scan, alone, tmp_path):
+    plan = veld.plan_tiles(scan, tmp_path / "work", **DIVISION)
+    places = Places(tmp_path / "work")
+    places.make()
+    pids = client.run(os.getpid)
+    with places.lock("merge-00000"):
+        at_work = Background(lambda: run(client, scan, tmp_path))
+        victim = wait_for(lambda: executing(client, "merge-00000"))[0]
+        os.kill(pids[victim], signal.SIGKILL)
+        wait_for(lambda: pids[victim] not in client.run(os.getpid, on_error="ignore").values())
+    at_work.wait()
+    assert (tmp_path / "mesh.ply").read_bytes() == alone
+    done = steps_done(tmp_path / "work")
+    assert sorted({*done, "plan-00000"}) == all_steps(len(plan.tiles))
+    assert len(done) == len(set(done))
+
+
+def breaking(function):
+    """For a worker: a step fails from now on."""
+
+    def broken(*arguments, **options):
+        raise OSError(28, "No space left on device", "/a/disk")
+
+    def install():
+        import algorithmveld
+
+        setattr(algorithmveld, function, broken)
+
+    return install
+
+
+def mending(function):
+    usual = getattr(veld, function)
+
+    def mend():
+        import algorithmveld
+
+        setattr(algorithmveld, function, usual)
+
+    return mend
+
+
+def test_a_step_that_fails_is_tried_on_another_worker(client, scan, alone, tmp_path):
+    victim = next(iter(client.run(os.getpid)))
+    client.run(breaking("thin_tile"), workers=[victim])
+    try:
+        run(client, scan, tmp_path)
+    finally:
+        client.run(mending("thin_tile"))
+    assert (tmp_path / "mesh.ply").read_bytes() == alone
+
+
+def test_a_step_that_fails_everywhere_ends_the_merge_with_its_reason(client, scan, alone, tmp_path):
+    client.run(breaking("merge_tile"))
+    try:
+        with pytest.raises(veld.OperationError, match="/a/disk: No space left on device"):
+            run(client, scan, tmp_path)
+    finally:
+        client.run(mending("merge_tile"))
+    assert not (tmp_path / "mesh.ply").exists()
+    run(client, scan, tmp_path)
+    assert (tmp_path / "mesh.ply").read_bytes() == alone
+
+
+def killer_of(tile):
+    """Takes a worker down whenever it gets this tile to stitch."""
+
+    class Killer(WorkerPlugin):  # in here, so that workers get it as a value
+        def setup(self, worker):
+            usual = veld.merge_tile
+
+            def merge_tile(folder, number, **options):
+                if number == tile:
+                    os._exit(1)
+                return usual(folder, number, **options)
+
+            veld.merge_tile = merge_tile
+
+    return Killer()
+
+
+def test_a_tile_that_takes_its_workers_down_is_told_of(client, scan, alone, tmp_path):
+    with (
+        dask.config.set({"distributed.scheduler.allowed-failures": 0}),
+        LocalCluster(
+            n_workers=2, threads_per_worker=1, dashboard_address="127.0.0.1:0", silence_logs=50
+        ) as cluster,
+        Client(cluster, set_as_default=False) as other,
+    ):
+        other.register_plugin(killer_of(1))
+        with pytest.raises(veld.OperationError, match="merge tile 1: its worker was lost each"):
+            run(other, scan, tmp_path)
+    lines = []
+    result = run(client, scan, tmp_path, tell=lines.append)
+    [line] = [line for line in lines if " merge tile 1: " in line]
+    assert not line.endswith("there already")
+    assert (tmp_path / "mesh.ply").read_bytes() == alone
+    assert steps_done(tmp_path / "work") == all_steps(len(result.tiles))
+
+
+def test_tasks_declare_the_memory_of_their_tile(client, scan, tmp_path, monkeypatch):
+    asked = []
+    usual = _tiles.Scheduler.resources
+    monkeypatch.setattr(
+        _tiles.Scheduler, "resources", lambda self, need: asked.append(need) or usual(self, need)
+    )
+    result = run(client, scan, tmp_path)
+    needs = [
+        _tiles.LEAST_MEMORY + _tiles.POINT_MEMORY * (tile["points"] + tile["margin"])
+        for tile in result.tiles
+    ]
+    assert asked[1:] == [*needs, *needs, max(needs)]
+
+
+def test_what_would_fail_at_the_end_is_refused_at_once(scan, tmp_path):
+    work = tmp_path / "work"
+    with pytest.raises(veld.InputError, match=r"becomes a \.ply file"):
+        batch.merge_in_tiles(scan, tmp_path / "mesh.stl", work)
+    with pytest.raises(veld.InputError, match="no such folder"):
+        batch.merge_in_tiles(scan, tmp_path / "nowhere" / "mesh.ply", work)
+    with pytest.raises(veld.InputError, match="no such file or folder"):
+        batch.merge_in_tiles(tmp_path / "nothing", tmp_path / "mesh.ply", work)
+    with pytest.raises(veld.InputError, match="see `tell`"):
+        batch.merge_in_tiles(scan, tmp_path / "mesh.ply", work, cancel=veld.Cancel())
+    assert list(tmp_path.iterdir()) == []
+
+
+def test_the_command_merges_and_tells(client, scan, alone, tmp_path, capsys):
+    recipe = {
+        "veld_recipe": 1, "steps": [{"step": "merge", "settings": {"max_hole_edges": 12}}],
+    }  # fmt: skip
+    (tmp_path / "recipe.json").write_text(json.dumps(recipe))
+    mesh = tmp_path / "mesh.ply"
+    arguments = [
+        str(scan), "-o", str(mesh), "--work", str(tmp_path / "work"), "--tile-points", "3000",
+        "--recipe", str(tmp_path / "recipe.json"), "--scheduler", client.scheduler.address,
+    ]  # fmt: skip
+    assert command.main([*arguments, "--tile-margin", "12", "--json"]) == 0
+    told = capsys.readouterr()
+    values = json.loads(told.out)
+    assert values["faces"] == veld.info(mesh).faces
+    assert f"{len(values['tiles'])}/{len(values['tiles'])} merge tile" in told.err
+    assert mesh.read_bytes() == alone
+    assert command.main([*arguments, "--tile-margin", "13"]) == 1
+    assert "holds the tiles of other files or settings" in capsys.readouterr().err
+    assert command.main([*arguments, "--workers", "2"]) == 1
+    assert command.main([str(scan)]) == 1
+
+
+def test_a_cluster_of_its_own_does_the_same(scan, alone, tmp_path):
+    batch.merge_in_tiles(scan, tmp_path / "mesh.ply", tmp_path / "work", workers=2, **DIVISION)
+    assert (tmp_path / "mesh.ply").read_bytes() == alone

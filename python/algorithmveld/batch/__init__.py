@@ -16,5 +16,6 @@ from __future__ import annotations
 
 from ._results import BatchResult, ScanResult
 from ._run import run
+from ._tiles import merge_in_tiles
 
-__all__ = ["BatchResult", "ScanResult", "run"]
+__all__ = ["BatchResult", "ScanResult", "merge_in_tiles", "run"]
