@@ -192,6 +192,7 @@ RangeData frame_of(DepthImage const& image, View const& view)
     frame.set_rigidMatrix(view.pose);
     frame.resize_vn(count_depths(image));
     std::vector<double> across; // of the rays, column by column
+    across.reserve(static_cast<std::size_t>(image.width()));
     for (int column = 0; column < image.width(); ++column)
     {
         across.push_back((column - view.camera.get_cx()) / view.camera.get_fx());
