@@ -216,11 +216,12 @@ TEST(Tiling, TilesDifferFromTheWholeInFewFacesNearTheirSidesAlone)
     auto const whole = scan.whole();
     auto const mesh = scan.mesh();
     auto const differing = differences(whole, mesh);
-    EXPECT_LT(static_cast<double>(differing.size()), 0.01 * static_cast<double>(whole.n_faces()));
+    EXPECT_LT(static_cast<double>(differing.size()), 0.001 * static_cast<double>(whole.n_faces()));
+    // What two margins keep apart comes from no seam.
     Sides const sides(scan.file("tiles/plan.json"));
     for (auto const& face : differing)
     {
-        EXPECT_LT(sides.distance(face[0]), 16.0);
+        EXPECT_LT(sides.distance(face[0]), 64.0);
     }
     EXPECT_EQ(mesh.n_faces(), result.join.faces);
     EXPECT_EQ(odd_vertices(mesh), 0);
@@ -411,16 +412,25 @@ TEST(Tiling, RefusesSettingsThatAreNone)
 
 TEST(Tiling, TilesWithoutAPieceThatStaysDoNoHarm)
 {
+    // Far to the right lie scraps of 6 x 6 faces alone.
+    auto const far = [](int r, int c)
+    { return Vector3f(1000.0F + static_cast<float>(c), static_cast<float>(r), 0.0F); };
     auto frames = hills();
-    frames.push_back(flat_frame(5, 5, 1.0F, {1000.0F, 0.0F, 0.0F}));
-    frames.push_back(flat_frame(5, 5, 1.0F, {1000.0F, 900.0F, 0.0F}));
+    frames.push_back(
+        make_frame(272, 272, far, [](int r, int c) { return r % 16 > 6 || c % 16 > 6; }));
     TiledScan scan(frames);
     scan.tiling.tile_points = 12000;
     auto const result = scan.merge();
-    EXPECT_EQ(std::count_if(result.tiles.begin(), result.tiles.end(),
+    EXPECT_GT(std::count_if(result.tiles.begin(), result.tiles.end(),
                             [](auto const& tile) { return tile.merge.faces == 0; }),
-              1);
-    EXPECT_EQ(odd_vertices(scan.mesh()), 0);
+              0);
+    auto const mesh = scan.mesh();
+    EXPECT_EQ(mesh.n_faces(), result.join.faces);
+    EXPECT_EQ(odd_vertices(mesh), 0);
+    for (auto const vertex : mesh.vertices())
+    {
+        EXPECT_LT(mesh.point(vertex).x(), 500.0F);
+    }
 }
 
 TEST(Tiling, SaysSoWhereNothingIsLeft)

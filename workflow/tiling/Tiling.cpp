@@ -18,8 +18,8 @@ Context share_of_tile(Context const& whole, double begin, double end, std::size_
                       std::size_t tiles)
 {
     double const width = (end - begin) / static_cast<double>(tiles);
-    double const first = begin + width * static_cast<double>(tile);
-    return share_of(whole, first, first + width);
+    return share_of(whole, begin + width * static_cast<double>(tile),
+                    begin + width * static_cast<double>(tile + 1));
 }
 
 } // namespace
