@@ -60,7 +60,12 @@ struct TilePlan
 ///
 /// Throws `InputError` where the settings are none for tiles (frames whose noise has to be taken
 /// out, the method `OUTLIER`), and where the folder has the plan of something else.
+/// \param source frames, as `load_frames` takes them
+/// \param load how they are read
+/// \param settings those of the merge; what is 0 is measured
+/// \param tiling how large tiles and margins are
 /// \param folder made if it is not there
+/// \param context told the progress, and asked whether to go on
 VELD_WORKFLOW_API TilePlan plan_tiles(std::filesystem::path const& source,
                                       LoadFramesSettings const& load, MergeSettings const& settings,
                                       TileSettings const& tiling,
@@ -79,7 +84,9 @@ struct ThinTileResult
 };
 
 /// Takes the overlap out of the frames that a tile sees.
+/// \param folder that of the plan
 /// \param tile its number
+/// \param context told the progress, and asked whether to go on
 VELD_WORKFLOW_API ThinTileResult thin_tile(std::filesystem::path const& folder, std::size_t tile,
                                            Context& context);
 
@@ -95,7 +102,9 @@ struct MergeTileResult
 
 /// Stitches a tile, once all tiles are thin: the order of the stitch is that of the whole scan, so
 /// that neighbours agree.
+/// \param folder that of the plan
 /// \param tile its number
+/// \param context told the progress, and asked whether to go on
 VELD_WORKFLOW_API MergeTileResult merge_tile(std::filesystem::path const& folder, std::size_t tile,
                                              Context& context);
 
@@ -111,7 +120,9 @@ struct JoinTilesResult
 };
 
 /// Joins all tiles to one mesh, as binary PLY. Memory is that of one tile and of the seams.
+/// \param folder that of the plan
 /// \param output its extension is `.ply`
+/// \param context told the progress, and asked whether to go on
 VELD_WORKFLOW_API JoinTilesResult join_tiles(std::filesystem::path const& folder,
                                              OutputFile const& output, Context& context);
 
@@ -132,8 +143,14 @@ struct TiledMergeResult
 };
 
 /// Takes all steps. What the folder already has of them is not done again.
+/// \param source frames, as `load_frames` takes them
+/// \param load how they are read
+/// \param settings those of the merge; what is 0 is measured
+/// \param tiling how large tiles and margins are
+/// \param folder of the plan and of what the steps hand on; made if it is not there
 /// \param output gets the mesh; its extension is `.ply`
 /// \param done is told each tile that has its mesh; may be empty
+/// \param context told the progress, and asked whether to go on
 VELD_WORKFLOW_API TiledMergeResult
 merge_in_tiles(std::filesystem::path const& source, LoadFramesSettings const& load,
                MergeSettings const& settings, TileSettings const& tiling,
