@@ -152,6 +152,14 @@ int CRangeDataIO::read_rge(std::wstring const& path, RangeData& frame, std::stri
 
 int CRangeDataIO::write_rge(std::wstring const& path, RangeData const& frame)
 {
+    std::error_code error;
+    return write_rge(path, frame, error);
+}
+
+int CRangeDataIO::write_rge(std::wstring const& path, RangeData const& frame,
+                            std::error_code& error)
+{
+    error.clear();
     std::filesystem::path file;
     if (frame.is_swapped_out() || !detail::path_from_wide(path, file) ||
         !is_believable_grid(frame.grid_rows, frame.grid_cols))
@@ -161,7 +169,9 @@ int CRangeDataIO::write_rge(std::wstring const& path, RangeData const& frame)
     BinaryWriter writer(file);
     write_header(writer);
     write_frame(writer, frame);
-    return writer.finish() ? 0 : 1;
+    bool const is_written = writer.finish();
+    error = writer.error();
+    return is_written ? 0 : 1;
 }
 
 } // namespace OrvaneAlgorithm

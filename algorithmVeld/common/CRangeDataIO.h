@@ -4,6 +4,7 @@
 #include "algorithmVeld/common/export.h"
 
 #include <string>
+#include <system_error>
 
 namespace OrvaneAlgorithm
 {
@@ -28,6 +29,8 @@ public:
     /// \return 0 on success; 1 the file cannot be written, the frame's data is swapped out, or the
     ///         grid has a negative side or more than 2^28 cells
     static int write_rge(std::wstring const& path, RangeData const& frame);
+    /// The same, with why the system did not write; none where that was not it.
+    static int write_rge(std::wstring const& path, RangeData const& frame, std::error_code& error);
 };
 
 } // namespace OrvaneAlgorithm

@@ -412,6 +412,12 @@ TEST(RangeDataIo, WhatCannotBeWrittenLeavesNothingBehind)
     EXPECT_EQ(CRangeDataIO::write_rge((dir.path() / "no/a.rge").wstring(), small_frame()), 1);
     EXPECT_EQ(CRangeDataIO::write_rge({}, small_frame()), 1);
     EXPECT_EQ(files_in(dir.path()).size(), 1U);
+    std::error_code error;
+    EXPECT_EQ(CRangeDataIO::write_rge((dir.path() / "no/a.rge").wstring(), small_frame(), error),
+              1);
+    EXPECT_EQ(error, std::errc::no_such_file_or_directory);
+    EXPECT_EQ(CRangeDataIO::write_rge((dir.path() / "a.rge").wstring(), small_frame(), error), 0);
+    EXPECT_FALSE(error);
 }
 
 #if WCHAR_MAX > 0x10ffff

@@ -352,6 +352,86 @@ TEST(Tiling, RefusesAFolderWithTheTilesOfSomethingElse)
     EXPECT_THAT(reason_of([&] { scan.merge(); }), HasSubstr("tiles: holds the tiles of other"));
 }
 
+/// Someone removes the files of a folder and leaves the folders in it.
+TEST(Tiling, TilesOfAPlanThatIsGoneAreNotTaken)
+{
+    TiledScan scan(hills());
+    scan.tiling.tile_points = 12000;
+    scan.merge();
+    fs::remove(scan.file("tiles/plan.json"));
+    scan.settings.max_hole_edges = 12;
+    auto const result = scan.merge();
+    EXPECT_FALSE(result.tiles[0].thin.found);
+    EXPECT_FALSE(result.tiles[0].merge.found);
+    std::string const bytes = content_of(scan.file("tiled.ply"));
+    scan.merge("others");
+    EXPECT_EQ(content_of(scan.file("tiled.ply")), bytes);
+}
+
+TEST(Tiling, TheMeshOfAnotherTileIsRefused)
+{
+    TiledScan scan(hills());
+    scan.tiling.tile_points = 12000;
+    scan.merge();
+    fs::copy_file(scan.file("tiles/tile-00001/mesh.tile"), scan.file("tiles/tile-00000/mesh.tile"),
+                  fs::copy_options::overwrite_existing);
+    veld::OutputFile output(scan.file("other.ply"));
+    EXPECT_THAT(reason_of([&] { veld::join_tiles(scan.file("tiles"), output, scan.context); }),
+                HasSubstr("tile-00000/mesh.tile: is the mesh of another tile"));
+    auto const again = scan.merge();
+    EXPECT_FALSE(again.tiles[0].merge.found);
+    EXPECT_TRUE(again.tiles[1].merge.found);
+}
+
+TEST(Tiling, AScanIsTheSameByAnyOfItsNames)
+{
+    TiledScan scan(hills());
+    scan.merge();
+    scan.source = fs::path(scan.file(".")) / "frames" / ".." / "frames";
+    EXPECT_TRUE(scan.merge().plan.found);
+}
+
+TEST(Tiling, AFolderThatCannotBeIsRefusedBeforeTheWork)
+{
+    TiledScan scan(hills());
+    std::ofstream(scan.file("file")) << "x";
+    EXPECT_THAT(reason_of([&] { scan.merge("file"); }), HasSubstr("is a file"));
+    EXPECT_THAT(reason_of([&] { scan.merge("tiled.ply"); }),
+                HasSubstr("is named for the tiles and for the mesh"));
+}
+
+TEST(Tiling, CellsAreFewHoweverSmallTheSpacingIsSaidToBe)
+{
+    TiledScan scan({flat_frame(1100, 1100, 1.0F)});
+    scan.settings.spacing = 1e-3;
+    std::vector<veld::WarningCode> codes;
+    scan.context.warn = [&](veld::Warning const& warning) { codes.push_back(warning.code); };
+    auto const plan = veld::plan_tiles(scan.source, scan.load, scan.settings, scan.tiling,
+                                       scan.file("tiles"), scan.context);
+    EXPECT_EQ(plan.points, 1100U * 1100U);
+    EXPECT_THAT(codes, testing::Contains(veld::WarningCode::UNITS_UNLIKELY));
+}
+
+TEST(Tiling, APlanThatWasChangedByHandIsRefused)
+{
+    TiledScan scan(hills());
+    scan.merge();
+    auto const plan = veld::Json::parse(content_of(scan.file("tiles/plan.json")));
+    auto const refuses = [&](char const* path, veld::Json const& value)
+    {
+        auto changed = plan;
+        changed[veld::Json::json_pointer(path)] = value;
+        std::ofstream(scan.file("tiles/plan.json")) << changed;
+        return reason_of([&] { veld::read_tile_plan(scan.file("tiles")); });
+    };
+    EXPECT_THAT(refuses("/side", 0.0), HasSubstr("'side' has to be above 0"));
+    EXPECT_THAT(refuses("/tiles", veld::Json::array()), HasSubstr("'tiles' has to be a list"));
+    for (auto const& frame : {veld::Json(-1), veld::Json(9), veld::Json(5000000000)})
+    {
+        EXPECT_THAT(refuses("/tiles/0/frames/0", frame), HasSubstr("'frames' has to be a list"));
+    }
+}
+
 TEST(Tiling, NamesAFileThatIsDamagedOrMissing)
 {
     TiledScan scan(hills());
@@ -363,7 +443,7 @@ TEST(Tiling, NamesAFileThatIsDamagedOrMissing)
         tile / ("piece-00000" + std::to_string(plan.tiles[0].frames.front()) + ".rge");
     ASSERT_TRUE(fs::exists(piece));
     EXPECT_THAT(reason_of([&] { veld::merge_tile(scan.file("tiles"), 0, scan.context); }),
-                HasSubstr("tile-00000/thin.json"));
+                HasSubstr("tile 0 is not thin yet"));
     std::string bytes = content_of(piece);
     bytes[bytes.size() / 2] = static_cast<char>(bytes[bytes.size() / 2] ^ 1);
     std::ofstream(piece, std::ios::binary) << bytes;

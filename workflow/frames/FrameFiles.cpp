@@ -40,6 +40,17 @@ std::wstring widened(fs::path const& path)
     }
 }
 
+/// \param place what is written now \param name what the user knows it by
+void write(fs::path const& place, fs::path const& name, RangeData const& frame)
+{
+    std::error_code error;
+    if (CRangeDataIO::write_rge(widened(place), frame, error) != 0)
+    {
+        throw OperationError(shown(name) + ": cannot be written" +
+                             (error ? ": " + why_not_written(error) : std::string()));
+    }
+}
+
 } // namespace
 
 std::vector<fs::path> frame_files_in(fs::path const& folder)
@@ -88,19 +99,13 @@ std::string read_frame(fs::path const& path, RangeData& frame)
 
 void write_frame(fs::path const& path, RangeData const& frame)
 {
-    if (CRangeDataIO::write_rge(widened(path), frame) != 0)
-    {
-        throw OperationError(shown(path) + ": cannot be written");
-    }
+    write(path, path, frame);
 }
 
 void write_frame(OutputFile const& file, RangeData const& frame, Context& context)
 {
     StepScope const scope(context, "write-frame", "write the frames");
-    if (CRangeDataIO::write_rge(widened(file.temporary()), frame) != 0)
-    {
-        throw OperationError(shown(file.path()) + ": cannot be written");
-    }
+    write(file.temporary(), file.path(), frame);
 }
 
 LoadedSource load_all(FrameStream const& stream)

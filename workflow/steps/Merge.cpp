@@ -45,23 +45,6 @@ constexpr std::size_t COMPARED_SAMPLES_OF_MANY = 100;
 constexpr double BEARABLE_SPACINGS = 1.0;
 /// Noise that is more than this part of the spacing hides what lies between neighbours.
 constexpr double NOISY = 0.5;
-/// A spacing that is so many times the measured one, or so small a part of it, is a slip.
-constexpr double UNLIKELY_FACTOR = 4.0;
-
-void warn_of_spacing(double given, double measured, std::string const& source, StepScope& scope)
-{
-    if (measured > 0.0 &&
-        (given > UNLIKELY_FACTOR * measured || given < measured / UNLIKELY_FACTOR))
-    {
-        scope.warn(
-            WarningCode::UNITS_UNLIKELY, source,
-            fmt::format("neighbours are {:.3g} mm apart, and the spacing was given as "
-                        "{:.3g} mm: what follows it looks {}",
-                        measured, given,
-                        given > measured ? "much too far, and takes long" : "not far enough"));
-    }
-}
-
 /// Counts the points and measures their noise, if it is not given. \return their spacing
 double measure(std::vector<RangeData const*> const& frames, MergeSettings const& settings,
                MergeResult& result)
@@ -246,9 +229,10 @@ std::vector<RangeData> prepare(FrameSet const& frames, double measured,
         return scope.stage("take the noise out", 0.4,
                            [&] { return without_noise(frames, release, scope, result); });
     }
-    if (result.settings.spacing > 0.0)
+    std::string const doubt = doubt_of_spacing(result.settings.spacing, measured);
+    if (!doubt.empty())
     {
-        warn_of_spacing(result.settings.spacing, measured, frames.source, scope);
+        scope.warn(WarningCode::UNITS_UNLIKELY, frames.source, doubt);
     }
     scope.stage("compare the frames", 0.08,
                 [&] { warn_of_poses(frames, measured, result.noise, scope); });

@@ -34,6 +34,8 @@ constexpr double LONG_EDGE_SPACINGS = 5.0;
 /// a bit: what is stretched over a jump of depth was told before.
 constexpr double LONG_EDGE_SPACINGS_OF_SMOOTH = 8.0;
 constexpr double LONG_EDGE_STEPS = 1.5;
+/// A spacing that is so many times the measured one, or so small a part of it, is a slip.
+constexpr double UNLIKELY_FACTOR = 4.0;
 /// Radii in spacings within which pieces are joined across creases.
 constexpr std::array<double, 2> JOIN_SPACINGS = {{2.0, 4.0}};
 
@@ -48,6 +50,19 @@ std::vector<RangeData const*> pointers(std::vector<RangeData> const& frames)
         list.push_back(&frame);
     }
     return list;
+}
+
+std::string doubt_of_spacing(double given, double measured)
+{
+    bool const is_likely =
+        !(given > 0.0) || !(measured > 0.0) ||
+        (given <= UNLIKELY_FACTOR * measured && given >= measured / UNLIKELY_FACTOR);
+    return is_likely
+               ? std::string()
+               : fmt::format("neighbours are {:.3g} mm apart, and the spacing was given as "
+                             "{:.3g} mm: what follows it looks {}",
+                             measured, given,
+                             given > measured ? "much too far, and takes long" : "not far enough");
 }
 
 MergeSettings complete(MergeSettings settings, std::vector<RangeData const*> const& frames,

@@ -18,6 +18,10 @@ constexpr double LAYER_SPACINGS = 2.0;
 
 std::vector<RangeData const*> pointers(std::vector<RangeData> const& frames);
 
+/// Why a spacing is likely to be a slip, as it is far from the measured one; empty if it is not, or
+/// if none was given.
+std::string doubt_of_spacing(double given, double measured);
+
 /// The given settings, and what the frames tell where they say nothing.
 MergeSettings complete(MergeSettings settings, std::vector<RangeData const*> const& frames,
                        bool is_smooth, std::string const& source);

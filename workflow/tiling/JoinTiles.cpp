@@ -80,7 +80,13 @@ private:
         for (std::size_t t = 0; t < record_.boxes.size(); ++t)
         {
             progress.advance(0);
-            work(read_tile_mesh(folder_.mesh_file(t)));
+            TileMesh const tile = read_tile_mesh(folder_.mesh_file(t));
+            if (!is_of(tile, record_, t))
+            {
+                throw InputError(shown(folder_.mesh_file(t)) +
+                                 ": is the mesh of another tile, or of another plan");
+            }
+            work(tile);
             progress.advance();
         }
     }

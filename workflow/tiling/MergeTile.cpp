@@ -5,8 +5,11 @@
 #include "workflow/steps/MergeStages.h"
 #include "workflow/tiling/TileFolder.h"
 #include "workflow/tiling/TileMesh.h"
+#include "workflow/words.h"
 
 #include "algorithmVeld/common/arrays/GridMap.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <memory>
@@ -81,16 +84,24 @@ private:
 };
 
 /// Gives the stitch the box of all tiles.
-void set_whole_box(TileFolder const& folder, std::size_t tiles, OrvaneAlgorithm::MeshMerge& merger)
+void set_whole_box(TileFolder const& folder, TileRecord const& plan,
+                   OrvaneAlgorithm::MeshMerge& merger)
 {
     ThinRecord whole;
-    for (std::size_t t = 0; t < tiles; ++t)
+    for (std::size_t t = 0; t < plan.boxes.size(); ++t)
     {
-        ThinRecord const tile = folder.read_thin(t);
-        if (tile.has_box)
+        auto const tile = folder.find_thin(plan, t);
+        if (!tile)
         {
-            whole.low = whole.has_box ? whole.low.cwiseMin(tile.low) : tile.low;
-            whole.high = whole.has_box ? whole.high.cwiseMax(tile.high) : tile.high;
+            throw InputError(
+                fmt::format("{}: tile {} is not thin yet: all have to be before one is "
+                            "stitched",
+                            shown(folder.path()), t));
+        }
+        if (tile->has_box)
+        {
+            whole.low = whole.has_box ? whole.low.cwiseMin(tile->low) : tile->low;
+            whole.high = whole.has_box ? whole.high.cwiseMax(tile->high) : tile->high;
             whole.has_box = true;
         }
     }
@@ -210,13 +221,17 @@ MergeTileResult merge_tile(std::filesystem::path const& folder, std::size_t tile
     refuse_unknown_tile(record, tile);
     if (is_plain_file(files.mesh_file(tile)))
     {
-        MergeTileResult found = result_of(read_tile_mesh(files.mesh_file(tile)));
-        found.found = true;
-        return found;
+        TileMesh const mesh = read_tile_mesh(files.mesh_file(tile));
+        if (is_of(mesh, record, tile))
+        {
+            MergeTileResult found = result_of(mesh);
+            found.found = true;
+            return found;
+        }
     }
     Stopwatch const watch;
     auto merger = merger_for(record.plan.settings);
-    set_whole_box(files, record.boxes.size(), merger);
+    set_whole_box(files, record, merger);
     KeyedFrames const frames =
         scope.stage("read what stays", 0.1,
                     [&] { return KeyedFrames(files, tile, record.plan.tiles[tile].frames); });
@@ -225,6 +240,8 @@ MergeTileResult merge_tile(std::filesystem::path const& folder, std::size_t tile
     scope.stage("stitch the tile", 0.9, [&] { stitch(pointers(frames.frames()), merger, result); });
     TileMesh mesh = scope.stage("take the tile's own part", 1.0,
                                 [&] { return own_part(result.mesh, frames, record.has_colours); });
+    mesh.plan = record.inputs;
+    mesh.tile = static_cast<std::uint32_t>(tile);
     mesh.seconds = watch.seconds();
     write_tile_mesh(files.mesh_file(tile), mesh);
     return result_of(mesh);

@@ -2,6 +2,7 @@
 #include "workflow/Stopwatch.h"
 #include "workflow/files/Checksum.h"
 #include "workflow/files/InputFile.h"
+#include "workflow/files/OutputFile.h"
 #include "workflow/frames/FrameFiles.h"
 #include "workflow/steps/FrameNoise.h"
 #include "workflow/steps/MergeStages.h"
@@ -35,6 +36,8 @@ namespace
 
 /// Side of the cells by which samples are counted, in spacings of the first frame that has one.
 constexpr double CELL_SPACINGS = 16.0;
+/// More of them are put together: what is counted stays small whatever the spacing.
+constexpr std::size_t MOST_CELLS = std::size_t{1} << 20;
 /// What a point needs to see around it to be taken or left as in the whole: the band in which a
 /// frame's border counts less.
 constexpr double LEAST_MARGIN = 8.0;
@@ -90,7 +93,10 @@ void for_each_sample(RangeData const& frame, Take const& take)
 class Survey
 {
 public:
-    explicit Survey(MergeSettings const& settings) : given_spacing_(settings.spacing) {}
+    explicit Survey(MergeSettings const& settings)
+        : given_spacing_(settings.spacing), given_noise_(settings.noise)
+    {
+    }
 
     void add(NamedFrame const& frame)
     {
@@ -106,23 +112,20 @@ public:
         are_cameras_ = are_cameras_ && DepthFrames::is_camera_frame(data);
         if (are_cameras_)
         {
-            noise_.push_back(noise_of({&data}, 0.0).in_the_middle());
+            noise_.push_back(noise_of({&data}, given_noise_).in_the_middle());
         }
         ++frames;
     }
 
-    double spacing() const
-    {
-        return given_spacing_ > 0.0 ? given_spacing_ : OrvaneAlgorithm::detail::median(spacings_);
-    }
+    double spacing() const { return given_spacing_ > 0.0 ? given_spacing_ : measured_spacing(); }
+
+    double measured_spacing() const { return OrvaneAlgorithm::detail::median(spacings_); }
 
     /// Whether the noise of the frames would be taken out in a whole.
     bool is_noisy(MergeSettings const& settings) const
     {
-        double const noise =
-            settings.noise > 0.0 ? settings.noise : OrvaneAlgorithm::detail::median(noise_);
         return settings.preparation == Preparation::AUTO && settings.layers == Layers::MEAN &&
-               are_cameras_ && noise > NOISY * OrvaneAlgorithm::detail::median(spacings_);
+               are_cameras_ && OrvaneAlgorithm::detail::median(noise_) > NOISY * measured_spacing();
     }
 
     double side = 0.0; ///< of the cells
@@ -153,9 +156,15 @@ private:
                             ++last->second;
                             ++points;
                         });
+        while (counts.size() > MOST_CELLS)
+        {
+            counts = in_larger_cells(counts);
+            side *= 2.0;
+        }
     }
 
     double given_spacing_;
+    double given_noise_;
     std::vector<double> spacings_;
     std::vector<double> noise_; ///< of each frame
     bool are_cameras_ = true;
@@ -170,9 +179,10 @@ std::string checksum_of_inputs(fs::path const& source, LoadFramesSettings const&
     for (auto const& file : frame_source_files(source))
     {
         std::error_code error;
+        std::error_code unknown; // of a file that is missing, or of an odd name
         auto const size = fs::file_size(file, error);
         auto const time = fs::last_write_time(file, error);
-        sum.add(fs::absolute(file).string());
+        sum.add(fs::weakly_canonical(file, unknown).string());
         sum.add(error ? std::string("missing")
                       : fmt::format("{} {}", size, time.time_since_epoch().count()));
     }
@@ -188,10 +198,12 @@ class PieceCutter
 public:
     PieceCutter(TileFolder const& folder, TileRecord& record) : folder_(folder), record_(record)
     {
+        Outputs outputs;
         for (std::size_t t = 0; t < record.boxes.size(); ++t)
         {
-            fs::create_directories(folder.tile(t));
+            outputs.make_directory(folder.tile(t));
         }
+        outputs.commit();
     }
 
     void cut(RangeData const& frame)
@@ -204,14 +216,33 @@ public:
                             samples.push_back(i);
                             points.push_back(point);
                         });
-        for (std::size_t t = 0; t < record_.boxes.size(); ++t)
+        if (!points.empty())
         {
-            cut_for(t, frame, samples, points);
+            auto const box = box_of(points);
+            double const margin = record_.plan.tiling.margin * record_.plan.settings.spacing;
+            for (std::size_t t = 0; t < record_.boxes.size(); ++t)
+            {
+                if (is_near(record_.boxes[t], box.first, box.second, record_.side, margin))
+                {
+                    cut_for(t, frame, samples, points);
+                }
+            }
         }
         ++number_;
     }
 
 private:
+    static std::pair<Vector3f, Vector3f> box_of(std::vector<Vector3f> const& points)
+    {
+        std::pair<Vector3f, Vector3f> box(points[0], points[0]);
+        for (auto const& point : points)
+        {
+            box.first = box.first.cwiseMin(point);
+            box.second = box.second.cwiseMax(point);
+        }
+        return box;
+    }
+
     void cut_for(std::size_t tile, RangeData const& frame, std::vector<std::size_t> const& samples,
                  std::vector<Vector3f> const& points)
     {
@@ -221,7 +252,7 @@ private:
         std::vector<unsigned char> own;
         for (std::size_t k = 0; k < samples.size(); ++k)
         {
-            if (is_near(box, points[k], record_.side, margin))
+            if (is_near(box, points[k], points[k], record_.side, margin))
             {
                 seen.push_back(samples[k]);
                 own.push_back(box.has(cell_of(points[k], record_.side)) ? 1 : 0);
@@ -263,10 +294,15 @@ private:
     int number_ = 0;
 };
 
-/// The frames that a merge of tiles cannot take, and what it leaves out.
+/// The frames that a merge of tiles cannot take, what it leaves out, and what looks like a slip.
 void judge(Survey const& survey, MergeSettings const& settings, std::string const& source,
            Context const& context)
 {
+    std::string const doubt = doubt_of_spacing(settings.spacing, survey.measured_spacing());
+    if (!doubt.empty() && context.warn)
+    {
+        context.warn({WarningCode::UNITS_UNLIKELY, source, doubt, {}});
+    }
     if (survey.is_noisy(settings))
     {
         throw InputError(source + ": a merge takes the noise of these frames out first, and tiles "
@@ -280,6 +316,15 @@ void judge(Survey const& survey, MergeSettings const& settings, std::string cons
                       "photographs beside the frames give no colours to a mesh of tiles",
                       {}});
     }
+}
+
+/// Makes the folder of a file that is written later, or says why it cannot be.
+void make_folder_for(fs::path const& file)
+{
+    Outputs outputs;
+    outputs.make_directory(file.parent_path());
+    outputs.check({file}, {});
+    outputs.commit();
 }
 
 TileRecord divide(fs::path const& source, LoadFramesSettings const& load,
@@ -331,7 +376,7 @@ TilePlan plan_tiles(fs::path const& source, LoadFramesSettings const& load,
         record.plan.found = true;
         return record.plan;
     }
-    fs::create_directories(folder);
+    make_folder_for(files.plan_file());
     TileRecord record = divide(source, load, settings, tiling, files, context);
     record.inputs = inputs;
     record.plan.seconds = watch.seconds();

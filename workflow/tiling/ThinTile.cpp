@@ -20,6 +20,7 @@ std::vector<RangeData> read_pieces(TileFolder const& folder, std::size_t tile,
                                    std::vector<int> const& frames)
 {
     std::vector<RangeData> pieces;
+    pieces.reserve(frames.size());
     for (int const frame : frames)
     {
         pieces.push_back(read_piece(folder.piece_file(tile, frame)));
@@ -55,9 +56,9 @@ ThinTileResult thin_tile(std::filesystem::path const& folder, std::size_t tile, 
     TileFolder const files(folder);
     TileRecord const record = files.read_plan();
     refuse_unknown_tile(record, tile);
-    if (is_plain_file(files.thin_file(tile)))
+    if (auto const done = files.find_thin(record, tile))
     {
-        ThinTileResult found = files.read_thin(tile).result;
+        ThinTileResult found = done->result;
         found.found = true;
         return found;
     }
@@ -88,7 +89,7 @@ ThinTileResult thin_tile(std::filesystem::path const& folder, std::size_t tile, 
                     }
                 });
     thin.result.seconds = watch.seconds();
-    files.write_thin(tile, thin);
+    files.write_thin(record, tile, thin);
     return thin.result;
 }
 

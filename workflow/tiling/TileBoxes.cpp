@@ -116,18 +116,32 @@ TileCell cell_of(OrvaneAlgorithm::Vector3f const& point, double side)
     return cell;
 }
 
-bool is_near(TileBox const& box, OrvaneAlgorithm::Vector3f const& point, double side, double margin)
+bool is_near(TileBox const& box, OrvaneAlgorithm::Vector3f const& low,
+             OrvaneAlgorithm::Vector3f const& high, double side, double margin)
 {
     for (std::size_t a = 0; a < 3; ++a)
     {
-        auto const place = static_cast<double>(point[static_cast<Eigen::Index>(a)]);
-        if ((box.low[a] != LOWEST && place < box.low[a] * side - margin) ||
-            (box.high[a] != HIGHEST && place >= box.high[a] * side + margin))
+        auto const axis = static_cast<Eigen::Index>(a);
+        if ((box.low[a] != LOWEST &&
+             static_cast<double>(high[axis]) < box.low[a] * side - margin) ||
+            (box.high[a] != HIGHEST &&
+             static_cast<double>(low[axis]) >= box.high[a] * side + margin))
         {
             return false;
         }
     }
     return true;
+}
+
+CellCounts in_larger_cells(CellCounts const& counts)
+{
+    auto const half = [](int place) { return place >= 0 ? place / 2 : (place - 1) / 2; };
+    CellCounts larger;
+    for (auto const& [cell, count] : counts)
+    {
+        larger[{half(cell[0]), half(cell[1]), half(cell[2])}] += count;
+    }
+    return larger;
 }
 
 std::vector<TileBox> divide_space(CellCounts const& counts, std::size_t most)

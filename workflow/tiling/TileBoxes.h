@@ -29,12 +29,16 @@ struct TileBox
 /// The cell of a point, in cells of a side.
 TileCell cell_of(OrvaneAlgorithm::Vector3f const& point, double side);
 
-/// Whether a point lies in a box or no farther outside than a margin, along each axis.
-bool is_near(TileBox const& box, OrvaneAlgorithm::Vector3f const& point, double side,
-             double margin);
+/// Whether what reaches from `low` to `high` lies in a box or no farther outside than a margin,
+/// along each axis.
+bool is_near(TileBox const& box, OrvaneAlgorithm::Vector3f const& low,
+             OrvaneAlgorithm::Vector3f const& high, double side, double margin);
 
 /// Samples in each cell that has some.
 using CellCounts = std::map<TileCell, std::size_t>;
+
+/// The same samples in cells of twice the side.
+CellCounts in_larger_cells(CellCounts const& counts);
 
 /// Cuts space in two where both halves have as many samples, across its longest side, and these
 /// again, until none has more than `most` or more than one cell.

@@ -10,7 +10,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 namespace fs = std::filesystem;
 
@@ -52,29 +54,26 @@ TileCell read_cell(JsonFields const& fields, std::string const& key, std::string
     return cell;
 }
 
-std::vector<int> read_frames(Json const& tile, std::string const& place)
+/// Numbers of frames, of which a plan has so many.
+std::vector<int> read_frames(Json const& tile, std::size_t count, std::string const& place)
 {
-    std::vector<int> frames;
+    auto const is_frame = [count](Json const& number)
+    { return number.is_number_unsigned() && number.get<std::uint64_t>() < count; };
     auto const list = tile.find("frames");
-    bool is_list = list != tile.end() && list->is_array();
-    for (std::size_t i = 0; is_list && i < list->size(); ++i)
+    if (list == tile.end() || !list->is_array() ||
+        !std::all_of(list->begin(), list->end(), is_frame))
     {
-        is_list = (*list)[i].is_number_integer();
-        frames.push_back(is_list ? (*list)[i].get<int>() : 0);
+        throw InputError(place + "'frames' has to be a list of numbers of frames");
     }
-    if (!is_list)
-    {
-        throw InputError(place + "'frames' has to be a list of numbers");
-    }
-    return frames;
+    return list->get<std::vector<int>>();
 }
 
 void read_tiles(Json const& plan, std::string const& place, TileRecord& record)
 {
     auto const tiles = plan.find("tiles");
-    if (tiles == plan.end() || !tiles->is_array())
+    if (tiles == plan.end() || !tiles->is_array() || tiles->empty())
     {
-        throw InputError(place + "'tiles' has to be a list");
+        throw InputError(place + "'tiles' has to be a list of tiles");
     }
     for (auto const& tile : *tiles)
     {
@@ -82,7 +81,7 @@ void read_tiles(Json const& plan, std::string const& place, TileRecord& record)
         record.boxes.push_back({read_cell(fields, "low", place), read_cell(fields, "high", place)});
         record.plan.tiles.push_back({read_count(fields, "points", place),
                                      read_count(fields, "margin", place),
-                                     read_frames(tile, place)});
+                                     read_frames(tile, record.plan.frames, place)});
     }
 }
 
@@ -160,6 +159,10 @@ TileRecord TileFolder::read_plan() const
     TileRecord record;
     record.inputs = fields.text("inputs");
     record.side = fields.number("side");
+    if (!(record.side > 0.0))
+    {
+        throw InputError(place + "'side' has to be above 0");
+    }
     record.has_colours = fields.flag("colours", false);
     record.plan.frames = read_count(fields, "frames", place);
     record.plan.left_out = read_count(fields, "left_out", place);
@@ -178,11 +181,19 @@ void TileFolder::write_plan(TileRecord const& record) const
     write_json(plan_file(), json_of(record));
 }
 
-ThinRecord TileFolder::read_thin(std::size_t tile) const
+std::optional<ThinRecord> TileFolder::find_thin(TileRecord const& plan, std::size_t tile) const
 {
+    if (!is_plain_file(thin_file(tile)))
+    {
+        return {};
+    }
     Json const json = read_json(thin_file(tile));
     std::string const place = shown(thin_file(tile)) + ": ";
     JsonFields const fields(json, place);
+    if (fields.text("plan") != plan.inputs || read_count(fields, "tile", place) != tile)
+    {
+        return {};
+    }
     ThinRecord record;
     record.result.points = read_count(fields, "points", place);
     record.result.removed = read_count(fields, "removed", place);
@@ -196,9 +207,12 @@ ThinRecord TileFolder::read_thin(std::size_t tile) const
     return record;
 }
 
-void TileFolder::write_thin(std::size_t tile, ThinRecord const& record) const
+void TileFolder::write_thin(TileRecord const& plan, std::size_t tile,
+                            ThinRecord const& record) const
 {
-    Json json{{"points", record.result.points},
+    Json json{{"plan", plan.inputs},
+              {"tile", tile},
+              {"points", record.result.points},
               {"removed", record.result.removed},
               {"seconds", record.result.seconds}};
     if (record.has_box)

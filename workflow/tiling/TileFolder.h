@@ -6,6 +6,7 @@
 #include "algorithmVeld/common/RangeData.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -63,8 +64,9 @@ public:
     TileRecord read_plan() const;
     void write_plan(TileRecord const& record) const;
 
-    ThinRecord read_thin(std::size_t tile) const;
-    void write_thin(std::size_t tile, ThinRecord const& record) const;
+    /// None where a tile has not been thinned, or was by another plan.
+    std::optional<ThinRecord> find_thin(TileRecord const& plan, std::size_t tile) const;
+    void write_thin(TileRecord const& plan, std::size_t tile, ThinRecord const& record) const;
 
 private:
     std::filesystem::path folder_;

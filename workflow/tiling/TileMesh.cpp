@@ -23,7 +23,7 @@ using OrvaneAlgorithm::detail::swap_bytes_if_needed;
 namespace
 {
 
-constexpr std::uint32_t VERSION = 1; ///< of the form of the files
+constexpr std::uint32_t VERSION = 2; ///< of the form of the files
 constexpr unsigned FRAME_BITS = 32;
 /// A float knows all whole numbers of so many bits, and a cell has up to twice as many.
 constexpr unsigned HALF_CELL_BITS = 14;
@@ -200,6 +200,10 @@ TileMesh read_tile_mesh(std::filesystem::path const& file)
     TileMesh mesh;
     std::vector<std::uint32_t> version;
     reader.take<std::uint32_t>(version);
+    std::vector<std::uint32_t> tile;
+    reader.take<std::uint32_t>(tile);
+    std::vector<char> plan;
+    reader.take<char>(plan);
     std::vector<double> seconds;
     reader.take<double>(seconds);
     reader.take<std::uint64_t>(mesh.keys);
@@ -208,19 +212,29 @@ TileMesh read_tile_mesh(std::filesystem::path const& file)
     reader.take<float>(mesh.colours);
     reader.take<std::int32_t>(mesh.faces);
     bool const fits = take_crossing(reader, mesh.crossing);
-    if (!reader.is_done() || !fits || version != std::vector{VERSION} || seconds.size() != 1 ||
-        !is_sound(mesh))
+    if (!reader.is_done() || !fits || version != std::vector{VERSION} || tile.size() != 1 ||
+        seconds.size() != 1 || !is_sound(mesh))
     {
         throw InputError(shown(file) + ": the file is damaged, or no mesh of a tile");
     }
+    mesh.plan.assign(plan.begin(), plan.end());
+    mesh.tile = tile[0];
     mesh.seconds = seconds[0];
     return mesh;
+}
+
+bool is_of(TileMesh const& mesh, TileRecord const& plan, std::size_t tile)
+{
+    return mesh.plan == plan.inputs && mesh.tile == tile &&
+           mesh.colours.size() == (plan.has_colours ? mesh.keys.size() : 0);
 }
 
 void write_tile_mesh(std::filesystem::path const& file, TileMesh const& mesh)
 {
     ListWriter writer;
     writer.add<std::uint32_t>(std::vector{VERSION});
+    writer.add<std::uint32_t>(std::vector{mesh.tile});
+    writer.add<char>(std::vector<char>(mesh.plan.begin(), mesh.plan.end()));
     writer.add<double>(std::vector<double>{mesh.seconds});
     writer.add<std::uint64_t>(mesh.keys);
     writer.add<float>(mesh.points);

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "workflow/tiling/TileFolder.h"
+
 #include "algorithmVeld/common/vectors.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <string>
 #include <vector>
 
 namespace veld
@@ -38,6 +41,8 @@ struct CrossingFace
 /// The mesh of a tile: its own vertices, and the faces that have any of them.
 struct TileMesh
 {
+    std::string plan;            ///< by its checksum, and
+    std::uint32_t tile = 0;      ///< the number of the tile in it: what this is the mesh of
     std::vector<SampleKey> keys; ///< rising
     std::vector<OrvaneAlgorithm::Vector3f> points;
     std::vector<OrvaneAlgorithm::Vector3f> normals;
@@ -53,6 +58,9 @@ struct TileMesh
 /// Reads the mesh of a tile. Throws `InputError` with the file's name where there is none, or a
 /// damaged one.
 TileMesh read_tile_mesh(std::filesystem::path const& file);
+
+/// Whether a mesh is that of a plan's tile, and not of another one by the same name.
+bool is_of(TileMesh const& mesh, TileRecord const& plan, std::size_t tile);
 
 void write_tile_mesh(std::filesystem::path const& file, TileMesh const& mesh);
 

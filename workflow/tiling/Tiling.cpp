@@ -1,6 +1,8 @@
 #include "workflow/tiling/Tiling.h"
 
+#include "workflow/Error.h"
 #include "workflow/Stopwatch.h"
+#include "workflow/words.h"
 
 namespace veld
 {
@@ -30,6 +32,11 @@ TiledMergeResult merge_in_tiles(std::filesystem::path const& source, LoadFramesS
                                 std::function<void(std::size_t, TileResult const&)> const& done,
                                 Context& context)
 {
+    namespace fs = std::filesystem;
+    if (fs::absolute(folder).lexically_normal() == fs::absolute(output.path()).lexically_normal())
+    {
+        throw InputError(shown(folder) + ": is named for the tiles and for the mesh");
+    }
     Stopwatch const watch;
     TiledMergeResult result;
     Context planning = share_of(context, 0.0, PLANNED);

@@ -99,6 +99,9 @@ public:
     /// \return false if anything of it could not be written; there is no new file then
     bool finish();
 
+    /// Why not; none where the system did not say.
+    std::error_code const& error() const { return file_.error(); }
+
 private:
     void bytes(void const* data, std::size_t n);
 

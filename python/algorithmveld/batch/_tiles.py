@@ -114,7 +114,7 @@ def _check_files(source: Path, output: Path) -> int:
     if not source.exists():
         raise InputError(f"{source}: no such file or folder")
     files = files_of(Scan("", os.fspath(source))).scan
-    if output.absolute() in [file.absolute() for file in files]:
+    if output.exists() and any(file.exists() and file.samefile(output) for file in files):
         raise InputError(f"{output}: is a file of the scan")
     largest = max((file.stat().st_size for file in files if file.is_file()), default=0)
     return LEAST_MEMORY + SCAN_FACTOR * largest
