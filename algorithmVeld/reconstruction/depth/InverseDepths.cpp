@@ -100,13 +100,6 @@ struct RowSums
     }
 };
 
-/// Totals over the lanes of four sums, one in each lane of the result.
-Lanes totals(Lanes const& a, Lanes const& b, Lanes const& c, Lanes const& d)
-{
-    return (Lanes(a[0], b[0], c[0], d[0]) + Lanes(a[1], b[1], c[1], d[1])) +
-           (Lanes(a[2], b[2], c[2], d[2]) + Lanes(a[3], b[3], c[3], d[3]));
-}
-
 float total(Lanes const& lanes)
 {
     return (lanes[0] + lanes[1]) + (lanes[2] + lanes[3]);
@@ -144,33 +137,50 @@ RowSums sum_row(float const* values, int n, float first, RowPlane const& plane)
     return sum;
 }
 
+/// Sums over all rows, lane by lane, so that lanes are added up once.
+struct WindowSums
+{
+    RowSums rows;
+    Lanes v = Lanes::Zero();
+    Lanes uv = Lanes::Zero();
+    Lanes vv = Lanes::Zero();
+    Lanes vd = Lanes::Zero();
+
+    void add(RowSums const& row, float down)
+    {
+        rows.w += row.w;
+        rows.u += row.u;
+        rows.uu += row.uu;
+        rows.d += row.d;
+        rows.ud += row.ud;
+        Lanes const weight = row.w * down;
+        v += weight;
+        vv += weight * down;
+        uv += row.u * down;
+        vd += row.d * down;
+    }
+
+    PlaneSums totals() const
+    {
+        return {total(rows.w), total(rows.u), total(v),       total(rows.uu), total(uv),
+                total(vv),     total(rows.d), total(rows.ud), total(vd)};
+    }
+};
+
 PlaneSums sum_window(InverseDepths const& image, PixelWindow const& window, double row,
                      double column, float start, float per_tolerance, LevelPlane const& plane)
 {
-    PlaneSums sums;
+    WindowSums sums;
     float const first = static_cast<float>(window.first_column) - static_cast<float>(column);
     int const n = window.last_column - window.first_column + 1;
     for (int r = window.first_row; r <= window.last_row; ++r)
     {
         auto const v = static_cast<float>(r - row);
-        RowSums const sum =
-            sum_row(image.value.data() + image.index(r, window.first_column), n, first,
-                    {start, per_tolerance, plane.value + plane.by_v * v, plane.by_u});
-        Lanes const row_totals = totals(sum.w, sum.u, sum.uu, sum.d);
-        float const w0 = row_totals[0];
-        float const wu = row_totals[1];
-        float const wd = row_totals[3];
-        sums.w += w0;
-        sums.u += wu;
-        sums.v += w0 * v;
-        sums.uu += row_totals[2];
-        sums.uv += wu * v;
-        sums.vv += w0 * v * v;
-        sums.d += wd;
-        sums.ud += total(sum.ud);
-        sums.vd += wd * v;
+        sums.add(sum_row(image.value.data() + image.index(r, window.first_column), n, first,
+                         {start, per_tolerance, plane.value + plane.by_v * v, plane.by_u}),
+                 v);
     }
-    return sums;
+    return sums.totals();
 }
 
 } // namespace
