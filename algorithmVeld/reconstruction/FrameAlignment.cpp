@@ -32,6 +32,9 @@ constexpr double LEAST_OF_SPACING = 3.0;
 constexpr double LEAST_OF_NOISE = 6.0;
 /// No frame moves farther than so many reaches.
 constexpr double FARTHEST_OF_REACH = 4.0;
+/// Given poses are known to this part of the reach, as a standard deviation. The surfaces tell
+/// better by far; but a ring of frames along walls would slide by ten times of what it was off.
+constexpr double DOUBT_OF_REACH = 0.2;
 /// Of the noise and of the spacing: steps that are less are none.
 constexpr double STILL_OF_NOISE = 2e-2;
 constexpr double STILL_OF_SPACING = 1e-7;
@@ -271,6 +274,7 @@ detail::RefinementLimits limits_of(Frames const& frames, double reach, int most_
     limits.reach = reach;
     limits.least = std::min(reach, std::max(LEAST_OF_SPACING * spacing, LEAST_OF_NOISE * noise));
     limits.farthest = FARTHEST_OF_REACH * reach;
+    limits.doubt = DOUBT_OF_REACH * reach;
     limits.finest = FINEST_OF_SPACING * spacing;
     limits.tolerance = std::max(STILL_OF_NOISE * noise, STILL_OF_SPACING * spacing);
     limits.most_rounds = most_rounds;

@@ -1,4 +1,6 @@
 #include "algorithmVeld/reconstruction/FrameAlignment.h"
+
+#include "algorithmVeld/reconstruction/registration/PoseSystem.h"
 #include "tests/reconstruction/frames.h"
 #include "tests/reconstruction/real_frames.h"
 #include "tests/support/threads.h"
@@ -246,6 +248,30 @@ TEST(FrameAlignment, APlaneOfNoiseDoesNotSlideAwayEither)
     EXPECT_LT(farthest(poses[1], RigidMatrix()), 0.5);
 }
 
+/// Round after round a frame along a wall would go a little farther.
+TEST(FrameAlignment, WhereSurfacesTellNothingAFrameIsHeldAtItsGivenPose)
+{
+    std::vector<detail::SampledFrame> frames(2);
+    frames[1].centre = {300.0, -200.0, 1500.0};
+    frames[1].radius = 900.0;
+    RigidMatrix const given = motion({1, 2, 3}, 30.0, {10, 20, 30});
+    RigidMatrix now = after(given, motion({2, -1, 1}, 1.0, {30, -20, 10}));
+    detail::MotionFrame const about{{100, 50, 700}, 1200.0};
+    std::vector<detail::PairEquations> nothing(1);
+    nothing[0].matrix = 1e-12 * Eigen::Matrix<double, 6, 6>::Identity();
+    for (int round = 0; round < 3; ++round)
+    {
+        auto const motions = detail::solve_motions(
+            {{0, 1, 1.0}}, nothing,
+            {detail::StayEquations(), detail::stay_equations(frames[1], now, given, about, 5.0)},
+            {0, 1});
+        ASSERT_EQ(motions.size(), 2U);
+        now = detail::moved_by(now, motions[1], about);
+    }
+    EXPECT_LT((now.get_translation() - given.get_translation()).norm(), 1e-3);
+    EXPECT_LT((now.get_rotation() - given.get_rotation()).norm(), 1e-6);
+}
+
 TEST(FrameAlignment, DistancesAreThoseAlongTheNormal)
 {
     // Two planes 0.25 mm apart, and points half a spacing beside each other.
@@ -394,7 +420,7 @@ RangeData ridge_frame(float ridge, float bottom)
                                  {
                                      float const x = static_cast<float>(c) - 25.0F;
                                      return Vector3f(x, bottom + static_cast<float>(r),
-                                                     0.05F * std::max(0.0F, x - ridge));
+                                                     0.09F * std::max(0.0F, x - ridge));
                                  });
     frame.update_vNrv_from_grid();
     return frame;
@@ -402,10 +428,10 @@ RangeData ridge_frame(float ridge, float bottom)
 
 TEST(FrameAlignment, AFrameThatWouldGoFartherThanFourTimesTheReachIsPutBack)
 {
-    // The ridge of the second frame is 8 mm off, where its planes are 0.4 mm off the others.
+    // The ridge of the second frame is 5 mm off, where its planes are 0.45 mm off the others.
     RigidMatrix const shift = motion({0, 0, 1}, 0.0, {0.1, 0.2, 0.05});
     std::vector<RangeData> const frames{
-        ridge_frame(0.0F, 0.0F), moved(ridge_frame(8.0F, 30.0F), shift),
+        ridge_frame(0.0F, 0.0F), moved(ridge_frame(5.0F, 30.0F), shift),
         moved(ridge_frame(0.0F, 0.0F), motion({0, 0, 1}, 0.0, {0, 0, 0.3}))};
     FrameAlignment alignment;
     alignment.set_reach(0.5);

@@ -134,7 +134,14 @@ private:
                                                pairs_[k].second, reach);
                                 equations[k] = pair_equations(matches, about_, limits_.finest);
                             });
-        auto const motions = solve_motions(pairs_, equations, moves_);
+        std::vector<StayEquations> stays;
+        stays.reserve(frames_.size());
+        for (std::size_t f = 0; f < frames_.size(); ++f)
+        {
+            stays.push_back(
+                stay_equations(frames_[f], result_.poses[f], given_[f], about_, limits_.doubt));
+        }
+        auto const motions = solve_motions(pairs_, equations, stays, moves_);
         if (motions.empty())
         {
             return std::nullopt;

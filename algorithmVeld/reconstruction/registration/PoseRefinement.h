@@ -14,6 +14,7 @@ struct RefinementLimits
     double reach = 0.0;     ///< distance in which points are looked for at first
     double least = 0.0;     ///< and at last
     double farthest = 0.0;  ///< no frame moves farther
+    double doubt = 1.0;     ///< standard deviation of the given poses, where nothing else tells
     double finest = 0.0;    ///< what is less is no distance
     double tolerance = 0.0; ///< steps of less than this are none
     int most_rounds = 0;

@@ -108,8 +108,28 @@ PairEquations pair_equations(std::vector<Match> const& matches, MotionFrame cons
     return result;
 }
 
+StayEquations stay_equations(SampledFrame const& frame, RigidMatrix const& now,
+                             RigidMatrix const& given, MotionFrame const& about, double doubt)
+{
+    Vector3d const centre = now.get_rotation() * frame.centre + now.get_translation();
+    Vector3d const from = centre - about.centre;
+    Eigen::AngleAxisd const turned(Matrix3d(now.get_rotation() * given.get_rotation().transpose()));
+    SmallMotion away;
+    away << centre - given.get_rotation() * frame.centre - given.get_translation(),
+        frame.radius * turned.angle() * turned.axis();
+    Matrix3d cross;
+    cross << 0.0, from.z(), -from.y(), -from.z(), 0.0, from.x(), from.y(), -from.x(), 0.0;
+    Eigen::Matrix<double, 6, 6> step = Eigen::Matrix<double, 6, 6>::Zero();
+    step.topLeftCorner<3, 3>() = cross / about.size;
+    step.topRightCorner<3, 3>().setIdentity();
+    step.bottomLeftCorner<3, 3>() = frame.radius / about.size * Matrix3d::Identity();
+    double const weight = 1.0 / (doubt * doubt);
+    return {weight * step.transpose() * step, -weight * step.transpose() * away};
+}
+
 std::vector<SmallMotion> solve_motions(std::vector<FramePair> const& pairs,
                                        std::vector<PairEquations> const& equations,
+                                       std::vector<StayEquations> const& stays,
                                        std::vector<char> const& moves)
 {
     auto const numbers = number_unknowns(moves);
@@ -135,6 +155,18 @@ std::vector<SmallMotion> solve_motions(std::vector<FramePair> const& pairs,
             right.segment<6>(Eigen::Index{6} * b) -= equations[k].right;
         }
         trace += matrix.trace() * ((a >= 0 ? 1.0 : 0.0) + (b >= 0 ? 1.0 : 0.0));
+    }
+    if (!(trace > 0.0))
+    {
+        return {}; // Nothing is known of any motion.
+    }
+    for (std::size_t f = 0; f < numbers.size(); ++f)
+    {
+        if (numbers[f] >= 0)
+        {
+            add_block(numbers[f], numbers[f], stays[f].matrix, 1.0, entries);
+            right.segment<6>(Eigen::Index{6} * numbers[f]) += stays[f].right;
+        }
     }
     for (int i = 0; i < unknowns; ++i)
     {

@@ -34,13 +34,29 @@ struct PairEquations
 PairEquations pair_equations(std::vector<Match> const& matches, MotionFrame const& about,
                              double finest);
 
+/// What holds a frame at its given pose.
+struct StayEquations
+{
+    Eigen::Matrix<double, 6, 6> matrix = Eigen::Matrix<double, 6, 6>::Zero();
+    SmallMotion right = SmallMotion::Zero();
+};
+
+/// How far a frame is from its given pose, at its middle and by its turn, each weighing as what is
+/// known to a standard deviation. Against what surfaces tell that is nothing; where they tell next
+/// to nothing, as along a plane, frames would else go on sliding, round after round. \param
+/// now,given poses \param doubt standard deviation in millimetres
+StayEquations stay_equations(SampledFrame const& frame, RigidMatrix const& now,
+                             RigidMatrix const& given, MotionFrame const& about, double doubt);
+
 /// The motions of all frames that fit the equations of all pairs best, by a sparse Cholesky
 /// factorisation.
+/// \param stays one for each frame
 /// \param moves which frames may move; the motions of the others are zero, and each group of frames
 ///        has one of these
 /// \return a motion for each frame; none if the system could not be solved
 std::vector<SmallMotion> solve_motions(std::vector<FramePair> const& pairs,
                                        std::vector<PairEquations> const& equations,
+                                       std::vector<StayEquations> const& stays,
                                        std::vector<char> const& moves);
 
 /// A pose that is followed by a motion.
