@@ -65,7 +65,8 @@ def to_open3d(mesh: Mesh) -> Any:
     if is_cloud:
         other = open3d.geometry.PointCloud(vectors(mesh.vertices))
     else:
-        corners = open3d.utility.Vector3iVector(mesh.faces)
+        # It takes no array that is read only, though it copies what it takes.
+        corners = open3d.utility.Vector3iVector(np.array(mesh.faces))
         other = open3d.geometry.TriangleMesh(vectors(mesh.vertices), corners)
     if mesh.normals is not None:
         setattr(other, "normals" if is_cloud else "vertex_normals", vectors(mesh.normals))
@@ -75,7 +76,9 @@ def to_open3d(mesh: Mesh) -> Any:
 
 
 def from_open3d(other: Any) -> Mesh:
-    """Of a `TriangleMesh` or a `PointCloud`."""
+    """Of a `TriangleMesh` or a `PointCloud`, of tensors too."""
+    if hasattr(other, "to_legacy"):
+        other = other.to_legacy()
     if hasattr(other, "triangles"):
         return Mesh(
             np.asarray(other.vertices),

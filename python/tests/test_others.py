@@ -58,6 +58,13 @@ class Stand:
     has_vertex_colors = property(lambda self: lambda: len(self.vertex_colors) > 0)
 
 
+def vectors(values):
+    """As Open3D, which copies arrays, but only those that can be written to."""
+    if not values.flags.writeable:
+        raise ValueError("array is not writeable")
+    return np.array(values)
+
+
 @pytest.fixture
 def open3d(monkeypatch):
     """Open3D itself where it is installed."""
@@ -65,7 +72,7 @@ def open3d(monkeypatch):
         import open3d
     except ImportError:
         open3d = types.ModuleType("open3d")
-        vector = types.SimpleNamespace(Vector3dVector=np.array, Vector3iVector=np.array)
+        vector = types.SimpleNamespace(Vector3dVector=vectors, Vector3iVector=vectors)
         open3d.utility = vector
         open3d.geometry = types.SimpleNamespace(TriangleMesh=Stand, PointCloud=Stand)
         monkeypatch.setattr(Stand, "__module__", "open3d.geometry")
@@ -79,6 +86,14 @@ def test_open3d_gets_and_gives_the_same(open3d):
     for name in ("vertices", "faces", "normals", "colors"):
         np.testing.assert_allclose(getattr(back, name), getattr(mesh, name), atol=1e-6)
     assert veld.info(mesh.to_open3d()).faces == 18
+
+
+def test_open3d_of_tensors_comes_by_its_other_form(open3d):
+    class Tensors:
+        def to_legacy(self):
+            return coloured().to_open3d()
+
+    assert len(veld.Mesh.from_open3d(Tensors()).faces) == 18
 
 
 def test_clouds_of_open3d(open3d):
