@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/cleanup/PatchEditor.h"
 #include "algorithmVeld/common/CRangeDataIO.h"
+#include "tests/reconstruction/depth_frames.h"
 #include "tests/reconstruction/frames.h"
 #include "tests/support/real_data.h"
 #include "tests/support/temp_dir.h"
@@ -9,6 +10,8 @@
 #include "tests/workflow/reason_of.h"
 #include "workflow/files/Json.h"
 #include "workflow/files/MeshFiles.h"
+#include "workflow/frames/FrameFiles.h"
+#include "workflow/tiling/TileBoxes.h"
 
 #include <gmock/gmock.h>
 
@@ -18,7 +21,9 @@
 #include <iterator>
 #include <limits>
 #include <map>
+#include <random>
 #include <set>
+#include <tuple>
 
 namespace
 {
@@ -408,8 +413,54 @@ TEST(Tiling, CellsAreFewHoweverSmallTheSpacingIsSaidToBe)
     scan.context.warn = [&](veld::Warning const& warning) { codes.push_back(warning.code); };
     auto const plan = veld::plan_tiles(scan.source, scan.load, scan.settings, scan.tiling,
                                        scan.file("tiles"), scan.context);
-    EXPECT_EQ(plan.points, 1100U * 1100U);
     EXPECT_THAT(codes, testing::Contains(veld::WarningCode::UNITS_UNLIKELY));
+    // Of 16 spacings, doubled until points a millimetre apart share cells.
+    double const side = veld::Json::parse(content_of(scan.file("tiles/plan.json")))["side"];
+    EXPECT_DOUBLE_EQ(side, 0.016 * 128.0);
+    EXPECT_EQ(plan.points, 1100U * 1100U);
+}
+
+TEST(Tiling, LargerCellsHaveTheSamplesOfThoseInThem)
+{
+    std::mt19937 random(1);
+    std::uniform_real_distribution<float> uniform(-20.0F, 20.0F);
+    veld::CellCounts small;
+    veld::CellCounts large;
+    for (int i = 0; i < 2000; ++i)
+    {
+        OrvaneAlgorithm::Vector3f const point(uniform(random), uniform(random), uniform(random));
+        ++small[veld::cell_of(point, 0.7)];
+        ++large[veld::cell_of(point, 1.4)];
+    }
+    EXPECT_EQ(veld::in_larger_cells(small), large);
+}
+
+/// The noise that is given is that at a depth of a metre, and grows with the square of the depth.
+TEST(Tiling, RefusesFramesWhoseNoiseAWholeWouldTakeOutAndNoOthers)
+{
+    for (auto const& [depth, noise, is_refused] :
+         {std::tuple(300.0, 2.0, false), std::tuple(3000.0, 1.2, true)})
+    {
+        SCOPED_TRACE(depth);
+        TiledScan scan({depth_frame(depth_wall(depth), 0.0, 1, 0.0),
+                        depth_frame(depth_wall(depth), 0.0, 2, 0.01 * depth)});
+        scan.settings.noise = noise;
+        auto const whole = veld::merge(veld::load_frames(scan.source, scan.load, scan.context),
+                                       scan.settings, scan.context);
+        EXPECT_EQ(whole.prepared, is_refused);
+        auto const reason = reason_of([&] { scan.merge(); });
+        EXPECT_THAT(reason, HasSubstr(is_refused ? "takes the noise of these frames out first"
+                                                 : "no error"));
+    }
+}
+
+TEST(Tiling, APieceThatCannotBeWrittenComesWithTheReasonOfTheSystem)
+{
+    TempDir const dir;
+    EXPECT_THAT(
+        reason_of([&]
+                  { veld::write_frame(fs::path(dir.file("no/a.rge")), flat_frame(3, 3, 1.0F)); }),
+        HasSubstr("a.rge: cannot be written: "));
 }
 
 TEST(Tiling, APlanThatWasChangedByHandIsRefused)

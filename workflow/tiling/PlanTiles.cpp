@@ -179,10 +179,9 @@ std::string checksum_of_inputs(fs::path const& source, LoadFramesSettings const&
     for (auto const& file : frame_source_files(source))
     {
         std::error_code error;
-        std::error_code unknown; // of a file that is missing, or of an odd name
+        sum.add(fs::weakly_canonical(file, error).string());
         auto const size = fs::file_size(file, error);
         auto const time = fs::last_write_time(file, error);
-        sum.add(fs::weakly_canonical(file, unknown).string());
         sum.add(error ? std::string("missing")
                       : fmt::format("{} {}", size, time.time_since_epoch().count()));
     }
