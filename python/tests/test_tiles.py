@@ -336,6 +336,19 @@ def test_what_would_fail_at_the_end_is_refused_at_once(scan, tmp_path):
     assert list(tmp_path.iterdir()) == []
 
 
+def test_a_file_of_the_scan_is_no_output_by_any_name(tmp_path):
+    scans = tmp_path / "scans"
+    scans.mkdir()
+    part = scans / "part.ply"
+    part.write_text("kept")
+    (scans / "all.conf").write_text("bmesh part.ply 0 0 0 0 0 0 1\n")
+    (tmp_path / "link").symlink_to(scans)
+    for output in (scans / ".." / "scans" / "part.ply", tmp_path / "link" / "part.ply"):
+        with pytest.raises(veld.InputError, match="is a file of the scan"):
+            batch.merge_in_tiles(scans / "all.conf", output, tmp_path / "work")
+    assert part.read_text() == "kept"
+
+
 def test_the_command_merges_and_tells(client, scan, alone, tmp_path, capsys):
     recipe = {
         "veld_recipe": 1, "steps": [{"step": "merge", "settings": {"max_hole_edges": 12}}],
