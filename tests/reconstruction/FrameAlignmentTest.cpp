@@ -413,14 +413,14 @@ TEST(FrameAlignment, EachGroupOfFramesKeepsItsFirstOne)
 }
 
 /// Two planes that meet at a small angle in a ridge along y, with 60 x 60 points.
-RangeData ridge_frame(float ridge, float bottom)
+RangeData ridge_frame(float ridge, float bottom, float slope = 0.09F)
 {
     RangeData frame = make_frame(60, 60,
                                  [&](int r, int c)
                                  {
                                      float const x = static_cast<float>(c) - 25.0F;
                                      return Vector3f(x, bottom + static_cast<float>(r),
-                                                     0.09F * std::max(0.0F, x - ridge));
+                                                     slope * std::max(0.0F, x - ridge));
                                  });
     frame.update_vNrv_from_grid();
     return frame;
@@ -446,6 +446,21 @@ TEST(FrameAlignment, AFrameThatWouldGoFartherThanFourTimesTheReachIsPutBack)
     // The others agree without it.
     EXPECT_NEAR(poses[2].get_translation().z(), 0.0, 0.01);
     EXPECT_TRUE(alignment.has_converged());
+}
+
+/// As above, but so flat a ridge tells less than the given pose: the frame does not slide to it.
+TEST(FrameAlignment, AFrameStaysNearItsGivenPoseWhereASurfaceHardlyTells)
+{
+    RigidMatrix const shift = motion({0, 0, 1}, 0.0, {0.1, 0.2, 0.05});
+    std::vector<RangeData> const frames{ridge_frame(0.0F, 0.0F, 0.05F),
+                                        moved(ridge_frame(8.0F, 30.0F, 0.05F), shift),
+                                        ridge_frame(0.0F, 0.0F, 0.05F)};
+    FrameAlignment alignment;
+    alignment.set_reach(0.5);
+    Poses poses;
+    ASSERT_EQ(alignment.align(pointers(frames), poses), RET_SUCCESS);
+    EXPECT_EQ(alignment.motions()[1].fate, Fate::MOVED);
+    EXPECT_LT((poses[1].get_translation() - shift.get_translation()).norm(), 2.0);
 }
 
 TEST(FrameAlignment, WhatCannotBeSolvedHasNotConverged)
