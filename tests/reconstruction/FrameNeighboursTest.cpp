@@ -1,4 +1,5 @@
 #include "algorithmVeld/reconstruction/depth/FrameNeighbours.h"
+#include "algorithmVeld/reconstruction/depth/RayMean.h"
 
 #include <gmock/gmock.h>
 
@@ -134,4 +135,32 @@ TEST(FrameNeighbours, OfManyFramesSomeAreAskedFromTheFirstToTheLast)
             EXPECT_LE(frames[k] - frames[k - 1], 4);
         }
     }
+}
+
+/// A wall so far from the camera at the origin, as sure as all others.
+DepthGrid sure_wall(double depth)
+{
+    DepthGrid grid = wall_grid(Vector3d::Zero());
+    for (auto& seen : grid.seen)
+    {
+        seen.point *= static_cast<float>(depth / 1000.0);
+        seen.normal = Vector3f(0.0F, 0.0F, -1.0F);
+        seen.noise = 1.0F;
+        seen.density = 0.01F;
+        seen.inside = 1.0F;
+    }
+    return grid;
+}
+
+/// Frames whose view is blocked by something near do not keep those from being asked that see it.
+TEST(RayMean, AsksThoseAmongManyFramesThatSeeAPlace)
+{
+    std::vector<DepthGrid> grids{sure_wall(1000.0)};
+    for (int i = 0; i < 30; ++i)
+    {
+        grids.push_back(sure_wall(i % 15 == 6 ? 1003.0 : 700.0));
+    }
+    auto const mean = detail::mean_of_layers(grids, 0, {20.0, 0.0});
+    std::size_t const middle = grids[0].index(TILED_SIDE / 2, TILED_SIDE / 2);
+    EXPECT_NEAR(mean.point[middle].z(), (1000.0 + 2.0 * 1003.0) / 3.0, 0.05);
 }

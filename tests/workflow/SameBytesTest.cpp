@@ -2,6 +2,7 @@
 
 #include "workflow/workflow.h"
 
+#include "tests/reconstruction/depth_frames.h"
 #include "tests/reconstruction/frames.h"
 
 #include "algorithmVeld/common/CRangeDataIO.h"
@@ -11,10 +12,8 @@ namespace
 
 using namespace veld_test;
 
-TEST(SameBytes, AHostsMergeGivesWhatTheProgramGives)
+void write_frames(TempDir const& dir, std::vector<OrvaneAlgorithm::RangeData> const& frames)
 {
-    TempDir dir;
-    auto const frames = random_frames(7, 3, 30, 1.0F);
     for (std::size_t i = 0; i < frames.size(); ++i)
     {
         std::string const path = dir.file("frame-" + std::to_string(i) + ".rge");
@@ -22,12 +21,49 @@ TEST(SameBytes, AHostsMergeGivesWhatTheProgramGives)
                                                            frames[i]),
                   0);
     }
+}
+
+TEST(SameBytes, AHostsMergeGivesWhatTheProgramGives)
+{
+    TempDir const dir;
+    write_frames(dir, random_frames(7, 3, 30, 1.0F));
     veld::Context context;
     auto const set = veld::load_frames(dir.file(""), {}, context);
     veld::write_mesh(dir.file("host.ply"), veld::merge(set, {}, context).mesh, context);
     auto const run = run_veld({"merge", dir.file(""), "-o", dir.file("program.ply")});
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(file_content(dir.file("host.ply")), file_content(dir.file("program.ply")));
+}
+
+/// The program computes normals late, where frames are not smoothed, or never.
+TEST(SameBytes, BareFramesMergeAsThoseDoThatHaveNormals)
+{
+    for (double const noise : {0.0, 2.0 * NOISE_SQUARE})
+    {
+        SCOPED_TRACE(noise);
+        std::vector<RangeData> frames{depth_frame(slanted_wall(1000.0, 0.3), noise, 1, 0.0),
+                                      depth_frame(slanted_wall(1000.0, 0.3), noise, 2, 60.0)};
+        for (auto& frame : frames)
+        {
+            frame.disable_vNormal();
+        }
+        TempDir const dir;
+        write_frames(dir, frames);
+        veld::Context context;
+        auto const set = veld::load_frames(dir.file(""), {}, context);
+        auto const merged = veld::merge(set, {}, context);
+        EXPECT_EQ(merged.prepared, noise > 0.0);
+        veld::write_mesh(dir.file("host.ply"), merged.mesh, context);
+        auto bare = veld::load_bare_frames(dir.file(""), {}, context);
+        EXPECT_TRUE(set.frames[1].data.has_vNormal);
+        EXPECT_FALSE(bare.frames[1].data.has_vNormal);
+        veld::write_mesh(dir.file("bare.ply"), veld::merge(std::move(bare), {}, context).mesh,
+                         context);
+        EXPECT_EQ(file_content(dir.file("host.ply")), file_content(dir.file("bare.ply")));
+        auto const run = run_veld({"merge", dir.file(""), "-o", dir.file("program.ply")});
+        ASSERT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(file_content(dir.file("host.ply")), file_content(dir.file("program.ply")));
+    }
 }
 
 TEST(SameBytes, AHostsRepairGivesWhatTheProgramGives)

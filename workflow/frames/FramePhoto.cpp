@@ -27,7 +27,11 @@ constexpr double BEHIND = 0.03;
 
 std::optional<FramePhoto::Pixel> FramePhoto::pixel_of(Vector3d const& place) const
 {
-    Vector3d const p = from_global_.get_rotation() * place + from_global_.get_translation();
+    return project(from_global_.get_rotation() * place + from_global_.get_translation());
+}
+
+std::optional<FramePhoto::Pixel> FramePhoto::project(Vector3d const& p) const
+{
     // A comparison with NaN is false.
     if (!(p.z() > 0.0))
     {
@@ -59,11 +63,13 @@ void FramePhoto::list_depths(RangeData const& frame, double focal_length)
     columns_ = width_ / side_ + 1;
     int const rows = height_ / side_ + 1;
     nearest_.assign(static_cast<std::size_t>(columns_) * static_cast<std::size_t>(rows), 0.0F);
-    for (std::size_t i = 0; i < frame.get_vn(); ++i)
+    auto const& pose = frame.get_rigidMatrix();
+    OrvaneAlgorithm::Matrix3d const turn = from_global_.get_rotation() * pose.get_rotation();
+    Vector3d const shift =
+        from_global_.get_rotation() * pose.get_translation() + from_global_.get_translation();
+    for (Vector3f const& point : frame.vCoord)
     {
-        Vector3f place;
-        frame.get_global_vCoord(i, place);
-        auto const pixel = pixel_of(place.cast<double>());
+        auto const pixel = project(turn * point.cast<double>() + shift);
         if (pixel)
         {
             float& nearest = nearest_[block_of(*pixel)];

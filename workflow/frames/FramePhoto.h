@@ -67,6 +67,8 @@ private:
     };
 
     std::optional<Pixel> pixel_of(OrvaneAlgorithm::Vector3d const& place) const;
+    /// \param p in coordinates of the camera
+    std::optional<Pixel> project(OrvaneAlgorithm::Vector3d const& p) const;
     std::size_t block_of(Pixel const& pixel) const;
 
     std::filesystem::path file_;

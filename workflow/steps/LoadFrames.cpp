@@ -66,24 +66,29 @@ void repair(LoadedFrame& frame)
     frame.data.squeeze();
 }
 
-/// Makes faces and normals agree and look at the sensor.
+/// Makes faces and normals agree and look at the sensor. Where there are no normals, none are made.
 void orient(LoadedFrame& frame)
 {
     if (!frame.faces_sensor && looks_away(frame.data, frame.sensor))
     {
         mirror_columns(frame.data);
     }
-    if (!frame.data.has_vNormal)
-    {
-        compute_normals(frame.data);
-    }
-    else if (contradicts_normals(frame.data))
+    if (contradicts_normals(frame.data))
     {
         mirror_columns(frame.data);
         frame.remarks.emplace_back("its grid ran against its normals: mirrored");
     }
 }
 
+void provide_normals(RangeData& frame)
+{
+    if (!frame.has_vNormal)
+    {
+        compute_normals(frame);
+    }
+}
+
+/// Does all but normals.
 void finish_frame(LoadedFrame& frame, double scale)
 {
     if (frame.unusable.empty() && !has_rigid_pose(frame.data))
@@ -150,10 +155,19 @@ void refuse_none(std::size_t usable, std::string const& source)
 }
 
 /// Finishes all frames and keeps those that can be used.
-FrameSet keep_usable(std::string const& name, LoadedSource loaded, double scale, StepScope& scope)
+/// \param has_normals whether frames get normals that have none
+FrameSet keep_usable(std::string const& name, LoadedSource loaded, double scale, bool has_normals,
+                     StepScope& scope)
 {
     for_each_index(loaded.frames.size(),
-                   [&](std::size_t i) { finish_frame(loaded.frames[i], scale); });
+                   [&](std::size_t i)
+                   {
+                       finish_frame(loaded.frames[i], scale);
+                       if (has_normals && loaded.frames[i].unusable.empty())
+                       {
+                           provide_normals(loaded.frames[i].data);
+                       }
+                   });
     FrameSet set;
     set.source = name;
     set.files = std::move(loaded.files);
@@ -203,13 +217,38 @@ std::function<void(std::size_t)> dropping(FrameSet& frames)
     return [&frames](std::size_t f) { frames.frames[f].data = RangeData(); };
 }
 
-FrameSet load_frames(fs::path const& source, LoadFramesSettings const& settings, Context& context)
+namespace
+{
+
+FrameSet load(fs::path const& source, LoadFramesSettings const& settings, bool has_normals,
+              Context& context)
 {
     StepScope scope(context, "read-frames", "read the frames");
     LoadedSource loaded = scope.stage("read the frames", 0.7, [&] { return load_source(source); });
-    return scope.stage(
-        "prepare the frames", 1.0,
-        [&] { return keep_usable(shown(source), std::move(loaded), settings.scale, scope); });
+    return scope.stage("prepare the frames", 1.0,
+                       [&] {
+                           return keep_usable(shown(source), std::move(loaded), settings.scale,
+                                              has_normals, scope);
+                       });
+}
+
+} // namespace
+
+FrameSet load_frames(fs::path const& source, LoadFramesSettings const& settings, Context& context)
+{
+    return load(source, settings, true, context);
+}
+
+FrameSet load_bare_frames(fs::path const& source, LoadFramesSettings const& settings,
+                          Context& context)
+{
+    return load(source, settings, false, context);
+}
+
+void provide_normals(FrameSet& frames)
+{
+    for_each_index(frames.frames.size(),
+                   [&](std::size_t i) { provide_normals(frames.frames[i].data); });
 }
 
 std::vector<fs::path> frame_source_files(fs::path const& source)
@@ -231,6 +270,7 @@ std::size_t visit_frames(fs::path const& source, LoadFramesSettings const& setti
         finish_frame(frame, settings.scale);
         if (tell_usable(frame, scope))
         {
+            provide_normals(frame.data);
             spacings.push_back(spacing_of(frame.data));
             visit(named(std::move(frame)));
         }
@@ -255,7 +295,7 @@ FrameSet prepare_frames(std::string const& name, std::vector<NamedFrame> frames,
         loaded.frames.back().sensor = frame.sensor;
         loaded.frames.back().number = frame.number;
     }
-    return keep_usable(name, std::move(loaded), settings.scale, scope);
+    return keep_usable(name, std::move(loaded), settings.scale, true, scope);
 }
 
 } // namespace veld

@@ -68,9 +68,18 @@ VELD_WORKFLOW_API std::function<void(std::size_t)> dropping(FrameSet& frames);
 VELD_WORKFLOW_API FrameSet load_frames(std::filesystem::path const& source,
                                        LoadFramesSettings const& settings, Context& context);
 
-/// Loads the same frames one after the other, in memory of one frame, unless they are text frames
-/// that share a file of poses. \return how many were left out
-/// \param visit gets each frame that can be used
+/// Does the same, but frames get no normals whose files have none: a merge makes them where it
+/// needs them. Those of depth cameras, which are smoothed first, take a fifth of the time and a
+/// third of the memory.
+VELD_WORKFLOW_API FrameSet load_bare_frames(std::filesystem::path const& source,
+                                            LoadFramesSettings const& settings, Context& context);
+
+/// Computes normals, from their grids, for the frames that have none.
+VELD_WORKFLOW_API void provide_normals(FrameSet& frames);
+
+/// Loads the same frames as `load_frames` one after the other, in memory of one frame, unless they
+/// are text frames that share a file of poses. \return how many were left out \param visit gets
+/// each frame that can be used
 VELD_WORKFLOW_API std::size_t visit_frames(std::filesystem::path const& source,
                                            LoadFramesSettings const& settings,
                                            std::function<void(NamedFrame&&)> const& visit,

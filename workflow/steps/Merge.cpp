@@ -239,25 +239,29 @@ std::vector<RangeData> prepare(FrameSet const& frames, double measured,
     return {};
 }
 
-/// \param release drops a frame; empty where the frames are the host's
-MergeResult merge_frames(FrameSet const& frames, std::function<void(std::size_t)> const& release,
-                         MergeSettings const& settings, Context& context)
+/// \param own the same frames, if they are not the host's
+MergeResult merge_frames(FrameSet const& frames, FrameSet* own, MergeSettings const& settings,
+                         Context& context)
 {
     StepScope scope(context, "merge-frames", "merge the frames");
     MergeResult result;
     result.frames = frames.frames.size();
     result.settings = settings;
     double measured = 0.0;
-    result.prepared =
-        scope.stage("measure noise and spacing", 0.03,
-                    [&]
+    scope.stage("measure noise and spacing", 0.03,
+                [&]
+                {
+                    auto const list = data_of(frames);
+                    measured = measure(list, settings, result);
+                    result.prepared = is_prepared(list, settings, measured, result, frames.source);
+                    if (!result.prepared && own != nullptr)
                     {
-                        auto const list = data_of(frames);
-                        measured = measure(list, settings, result);
-                        return is_prepared(list, settings, measured, result, frames.source);
-                    });
+                        provide_normals(*own);
+                    }
+                });
     Stopwatch const watch;
-    auto const prepared = prepare(frames, measured, release, scope, result);
+    auto const prepared =
+        prepare(frames, measured, own != nullptr ? dropping(*own) : nullptr, scope, result);
     auto const list = result.prepared ? pointers(prepared) : data_of(frames);
     result.settings = scope.stage(
         "measure the spacing", result.prepared ? 0.41 : 0.09,
@@ -287,12 +291,12 @@ MergeResult merge_frames(FrameSet const& frames, std::function<void(std::size_t)
 
 MergeResult merge(FrameSet const& frames, MergeSettings const& settings, Context& context)
 {
-    return merge_frames(frames, {}, settings, context);
+    return merge_frames(frames, nullptr, settings, context);
 }
 
 MergeResult merge(FrameSet&& frames, MergeSettings const& settings, Context& context)
 {
-    return merge_frames(frames, dropping(frames), settings, context);
+    return merge_frames(frames, &frames, settings, context);
 }
 
 } // namespace veld

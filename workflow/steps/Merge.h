@@ -110,7 +110,8 @@ struct MergeResult
 VELD_WORKFLOW_API MergeResult merge(FrameSet const& frames, MergeSettings const& settings,
                                     Context& context);
 
-/// The same, and drops frames of depth cameras on the way: they may be most of the memory.
+/// The same, also of frames of `load_bare_frames`, and drops those of depth cameras on the way:
+/// they may be most of the memory.
 VELD_WORKFLOW_API MergeResult merge(FrameSet&& frames, MergeSettings const& settings,
                                     Context& context);
 

@@ -24,8 +24,8 @@ int next_step(int steps, int limit)
     return std::min(limit, steps + 1);
 }
 
-} // namespace
-
+/// For each pixel the steps to the nearest one that is not `set`, or to the border of the grid, up
+/// to a limit; 0 for one that is not.
 std::vector<int> steps_inside(DepthGrid const& grid, std::vector<char> const& set, int limit)
 {
     // Two sweeps over the grid: from above, and from below.
@@ -60,6 +60,8 @@ std::vector<int> steps_inside(DepthGrid const& grid, std::vector<char> const& se
     }
     return steps;
 }
+
+} // namespace
 
 DepthGrid make_depth_grid(RangeData const& frame, PinholeGrid const& camera,
                           DepthNoise const& noise)

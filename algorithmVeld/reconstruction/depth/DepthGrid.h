@@ -61,8 +61,4 @@ struct GridPlace
 
 GridPlace find_place(DepthGrid const& grid, Vector3f const& point);
 
-/// For each pixel the steps to the nearest one that is not `set`, or to the border of the grid, up
-/// to a limit; 0 for one that is not.
-std::vector<int> steps_inside(DepthGrid const& grid, std::vector<char> const& set, int limit);
-
 } // namespace OrvaneAlgorithm::detail

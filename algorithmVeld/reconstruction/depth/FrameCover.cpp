@@ -25,6 +25,7 @@ constexpr float REACH_OF_PATCH = 2.0F;
 constexpr std::size_t WORTH_THREADS = 4;
 
 using PixelMask = std::vector<char>;
+using PixelList = std::vector<std::size_t>;
 
 /// Runs `visit(j)` for the neighbours of a pixel on its surface, to the sides, up and down.
 template <typename Visit>
@@ -53,13 +54,14 @@ void visit_neighbours(DepthGrid const& grid, std::size_t i, Visit const& visit)
     }
 }
 
-/// Takes pieces of few pixels out. \return how many pixels are left
-std::size_t remove_scraps(DepthGrid const& grid, PixelMask& mask)
+/// Takes pieces of few pixels out. \param pixels those of the mask, and others
+/// \return how many pixels are left
+std::size_t remove_scraps(DepthGrid const& grid, PixelList const& pixels, PixelMask& mask)
 {
     PixelMask is_open = mask;
-    std::vector<std::size_t> piece;
+    PixelList piece;
     std::size_t left = 0;
-    for (std::size_t start = 0; start < mask.size(); ++start)
+    for (std::size_t const start : pixels)
     {
         if (is_open[start] == 0)
         {
@@ -95,7 +97,7 @@ std::size_t remove_scraps(DepthGrid const& grid, PixelMask& mask)
 /// Lets a mask grow over the surface.
 void grow_mask(DepthGrid const& grid, PixelMask& mask, int steps)
 {
-    std::vector<std::size_t> ring;
+    PixelList ring;
     for (std::size_t i = 0; i < mask.size(); ++i)
     {
         if (mask[i] == 1)
@@ -103,7 +105,7 @@ void grow_mask(DepthGrid const& grid, PixelMask& mask, int steps)
             ring.push_back(i);
         }
     }
-    std::vector<std::size_t> next;
+    PixelList next;
     for (int step = 0; step < steps; ++step)
     {
         next.clear();
@@ -121,6 +123,29 @@ void grow_mask(DepthGrid const& grid, PixelMask& mask, int steps)
         }
         ring.swap(next);
     }
+}
+
+/// Whether a pixel is none of the border of its grid, and all around it satisfy `is_alike(j)`.
+template <typename IsAlike>
+bool is_inside(DepthGrid const& grid, std::size_t i, IsAlike const& is_alike)
+{
+    auto const columns = static_cast<std::size_t>(grid.columns);
+    std::size_t const row = i / columns;
+    std::size_t const column = i % columns;
+    if (row == 0 || column == 0 || row + 1 == static_cast<std::size_t>(grid.rows) ||
+        column + 1 == columns)
+    {
+        return false;
+    }
+    for (std::size_t const j : {i - columns - 1, i - columns, i - columns + 1, i - 1, i + 1,
+                                i + columns - 1, i + columns, i + columns + 1})
+    {
+        if (!is_alike(j))
+        {
+            return false;
+        }
+    }
+    return true;
 }
 
 /// Whether the part of a frame that stays covers a place.
@@ -154,14 +179,20 @@ public:
           is_best_(is_best),
           tolerance_(static_cast<float>(tolerance)),
           stays_(grids.size()),
-          covered_(grids.size()),
+          open_(grids.size()),
           tested_(grids.size(), 0),
           bound_(grids.size())
     {
         for (std::size_t f = 0; f < grids.size(); ++f)
         {
             stays_[f].assign(grids[f].size(), 0);
-            covered_[f].assign(grids[f].size(), 0);
+            for (std::size_t i = 0; i < grids[f].size(); ++i)
+            {
+                if (grids[f].vertex[i] >= 0)
+                {
+                    open_[f].push_back(i);
+                }
+            }
         }
     }
 
@@ -208,7 +239,7 @@ private:
             }
             auto const f = static_cast<std::size_t>(most - bound_.begin());
             PixelMask fresh = find_fresh(f, only_best);
-            *most = remove_scraps(grids_[f], fresh);
+            *most = remove_scraps(grids_[f], open_[f], fresh);
             if (*most >= LEAST_PIECE && most == std::max_element(bound_.begin(), bound_.end()))
             {
                 grow_mask(grids_[f], fresh, PATCH_OVERLAP);
@@ -222,62 +253,61 @@ private:
     /// What no patch covers, without its rim along what they do: slivers there are no gain.
     PixelMask find_fresh(std::size_t f, bool only_best)
     {
-        update_covered(f);
+        update_open(f);
         DepthGrid const& grid = grids_[f];
-        PixelMask fresh(grid.size());
-        PixelMask fresh_or_empty(grid.size());
-        for (std::size_t i = 0; i < fresh.size(); ++i)
+        PixelMask counts(grid.size(), 0);
+        for (std::size_t const i : open_[f])
         {
-            bool const is_empty = grid.vertex[i] < 0;
-            bool const counts = !is_empty && covered_[f][i] == 0 && stays_[f][i] == 0 &&
-                                (!only_best || is_best_[f][i] == 1);
-            fresh[i] = counts ? 1 : 0;
-            fresh_or_empty[i] = counts || is_empty ? 1 : 0;
+            counts[i] = !only_best || is_best_[f][i] == 1 ? 1 : 0;
         }
-        auto const steps = steps_inside(grid, fresh_or_empty, 2);
-        for (std::size_t i = 0; i < fresh.size(); ++i)
+        PixelMask fresh(grid.size(), 0);
+        for (std::size_t const i : open_[f])
         {
-            fresh[i] = fresh[i] == 1 && steps[i] >= 2 ? 1 : 0;
+            fresh[i] = counts[i] == 1 && is_inside(grid, i,
+                                                   [&](std::size_t j) {
+                                                       return counts[j] == 1 || grid.vertex[j] < 0;
+                                                   });
         }
         return fresh;
     }
 
     /// Compares a frame with the patches that came since it was last looked at.
-    void update_covered(std::size_t f)
+    void update_open(std::size_t f)
     {
-        DepthGrid const& grid = grids_[f];
+        PixelList& open = open_[f];
         std::size_t const first = tested_[f];
-        // Threads that wait for the next call take more time than a few patches do.
-        if (patches_.size() - first < WORTH_THREADS)
+        PixelMask is_open(open.size());
+        auto const test = [&](std::ptrdiff_t begin, std::ptrdiff_t end)
         {
-            for (int row = 0; row < grid.rows; ++row)
+            for (auto k = static_cast<std::size_t>(begin); k < static_cast<std::size_t>(end); ++k)
             {
-                update_row(f, row, first);
+                is_open[k] = stays_[f][open[k]] == 0 && !is_covered(f, open[k], first) ? 1 : 0;
             }
-        }
-        else
+        };
+        // Threads that wait for the next call take more time than a few patches do.
+        auto const n = static_cast<std::ptrdiff_t>(open.size());
+        patches_.size() - first < WORTH_THREADS ? test(0, n) : parallel_for_blocks(n, test);
+        std::size_t left = 0;
+        for (std::size_t k = 0; k < open.size(); ++k)
         {
-            parallel_for_uneven(grid.rows, [&](std::ptrdiff_t row)
-                                { update_row(f, static_cast<int>(row), first); });
+            open[left] = open[k];
+            left += static_cast<std::size_t>(is_open[k]);
         }
+        open.resize(left);
         tested_[f] = patches_.size();
     }
 
-    void update_row(std::size_t f, int row, std::size_t first_patch)
+    /// \param first patch to look at
+    bool is_covered(std::size_t f, std::size_t i, std::size_t first) const
     {
-        DepthGrid const& grid = grids_[f];
-        for (int column = 0; column < grid.columns; ++column)
-        {
-            std::size_t const i = grid.index(row, column);
-            SeenPoint const& seen = grid.seen[i];
-            for (std::size_t p = first_patch;
-                 p < patches_.size() && grid.vertex[i] >= 0 && covered_[f][i] == 0; ++p)
-            {
-                covered_[f][i] = patches_[p].frame != f && patches_[p].reaches(seen.point) &&
-                                 covers_place(grids_[patches_[p].frame], patches_[p].stays,
-                                              seen.point, seen.normal, tolerance_);
-            }
-        }
+        SeenPoint const& seen = grids_[f].seen[i];
+        return std::any_of(patches_.begin() + static_cast<std::ptrdiff_t>(first), patches_.end(),
+                           [&](Patch const& patch)
+                           {
+                               return patch.frame != f && patch.reaches(seen.point) &&
+                                      covers_place(grids_[patch.frame], patch.stays, seen.point,
+                                                   seen.normal, tolerance_);
+                           });
     }
 
     void keep(std::size_t f, PixelMask const& patch)
@@ -303,7 +333,7 @@ private:
     std::vector<PixelMask> const& is_best_;
     float tolerance_;
     std::vector<PixelMask> stays_;
-    std::vector<PixelMask> covered_;
+    std::vector<PixelList> open_;     ///< pixels of each frame that no patch was seen to cover
     std::vector<std::size_t> tested_; ///< with how many patches each frame was compared
     std::vector<std::size_t> bound_;  ///< of what each frame can add
     std::vector<Patch> patches_;

@@ -10,8 +10,6 @@ namespace
 {
 
 constexpr int TILE = 24;
-/// What so many frames tell of a place is enough to ask: noise is a quarter of that of one.
-constexpr std::size_t MOST_ASKED = 16;
 
 struct Ball
 {
@@ -64,6 +62,8 @@ bool may_see(DepthGrid const& grid, Ball const& ball)
            reaches(p.y(), grid.camera.fy, grid.camera.cy, grid.rows);
 }
 
+} // namespace
+
 std::vector<int> evenly_spread(std::vector<int> const& all, std::size_t most)
 {
     if (all.size() <= most)
@@ -78,9 +78,8 @@ std::vector<int> evenly_spread(std::vector<int> const& all, std::size_t most)
     return some;
 }
 
-} // namespace
-
-std::vector<FrameTile> make_tiles(std::vector<DepthGrid> const& grids, std::size_t frame)
+std::vector<FrameTile> make_tiles(std::vector<DepthGrid> const& grids, std::size_t frame,
+                                  std::size_t most)
 {
     DepthGrid const& own = grids[frame];
     std::vector<FrameTile> tiles;
@@ -106,7 +105,7 @@ std::vector<FrameTile> make_tiles(std::vector<DepthGrid> const& grids, std::size
                     frames.push_back(static_cast<int>(g));
                 }
             }
-            tile.frames = evenly_spread(frames, MOST_ASKED);
+            tile.frames = evenly_spread(frames, most);
             tiles.push_back(std::move(tile));
         }
     }

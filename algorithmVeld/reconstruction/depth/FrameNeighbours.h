@@ -17,7 +17,15 @@ struct FrameTile
     std::vector<int> frames; ///< at most a constant number, spread evenly over all of them
 };
 
+/// What so many frames tell of a place is enough to ask: noise is a quarter of that of one.
+constexpr std::size_t MOST_ASKED = 16;
+
 /// Cuts a frame into blocks. What a block asks of other frames is bounded, however many there are.
-std::vector<FrameTile> make_tiles(std::vector<DepthGrid> const& grids, std::size_t frame);
+/// \param most frames that a block asks
+std::vector<FrameTile> make_tiles(std::vector<DepthGrid> const& grids, std::size_t frame,
+                                  std::size_t most = MOST_ASKED);
+
+/// At most so many of a list, evenly spread over it.
+std::vector<int> evenly_spread(std::vector<int> const& all, std::size_t most);
 
 } // namespace OrvaneAlgorithm::detail

@@ -16,6 +16,9 @@ namespace
 
 /// The first is about the start, which is level; those behind it are about the plane before.
 constexpr int PLANE_ROUNDS = 3;
+/// In tolerances: a plane that moves less than this anywhere in the window has settled. Its own
+/// noise is as much.
+constexpr float SETTLED = 0.1F;
 /// Least determinant of the scatter of the pixels, of weight 1, for their plane to have a slope.
 constexpr double LEAST_SCATTER = 1e-3;
 
@@ -63,6 +66,13 @@ LevelPlane level_plane_of(PlaneSums const& s)
             static_cast<float>(by_v)};
 }
 
+/// How far a plane lies from another one, within so many pixels of the middle.
+float largest_move(LevelPlane const& a, LevelPlane const& b, int radius)
+{
+    return std::abs(a.value - b.value) +
+           static_cast<float>(radius) * (std::abs(a.by_u - b.by_u) + std::abs(a.by_v - b.by_v));
+}
+
 /// The pixels around a place.
 struct PixelWindow
 {
@@ -87,10 +97,10 @@ struct RowSums
     Lanes ud = Lanes::Zero();
 
     /// \param columns from the middle of the window \param values in tolerances, from the start on
-    /// \param off from the plane
-    void add(Lanes const& columns, Lanes const& values, Lanes const& off)
+    /// \param square of the distance from the plane
+    void add(Lanes const& columns, Lanes const& values, Lanes const& square)
     {
-        Lanes const inside = (Lanes::Ones() - off * off).max(Lanes::Zero());
+        Lanes const inside = (Lanes::Ones() - square).max(Lanes::Zero());
         Lanes const weight = inside * inside;
         w += weight;
         u += weight * columns;
@@ -114,24 +124,36 @@ struct RowPlane
     float by_u;
 };
 
-/// \param first column from the middle of the window \param n number of columns
-RowSums sum_row(float const* values, int n, float first, RowPlane const& plane)
+/// The columns of a window, a few at a time.
+struct WindowColumns
+{
+    Lanes first;  ///< from the middle of the window
+    Lanes beyond; ///< 0, and for the last few infinity where they are beyond the window
+    int n;
+
+    WindowColumns(float from, int count) : first(0.0F, 1.0F, 2.0F, 3.0F), n(count)
+    {
+        auto const last = static_cast<float>((count - 1) % N_LANES);
+        beyond = (first <= last).select(Lanes::Zero(), std::numeric_limits<float>::infinity());
+        first += from;
+    }
+};
+
+RowSums sum_row(float const* values, WindowColumns const& window, RowPlane const& plane)
 {
     RowSums sum;
-    Lanes columns(0.0F, 1.0F, 2.0F, 3.0F);
-    Lanes const numbers = columns;
-    columns += first;
-    for (int c = 0; c < n; c += N_LANES)
+    Lanes columns = window.first;
+    for (int c = 0; c < window.n; c += N_LANES)
     {
         Lanes const d = (Eigen::Map<Lanes const>(values + c) - plane.start) * plane.per_tolerance;
-        Lanes off = d - plane.level - plane.by_u * columns;
-        if (c + N_LANES > n)
+        Lanes const off = d - plane.level - plane.by_u * columns;
+        Lanes square = off * off;
+        if (c + N_LANES > window.n)
         {
-            // What lies beyond the window is infinitely far from the plane.
-            off = (numbers < static_cast<float>(n - c))
-                      .select(off, std::numeric_limits<float>::infinity());
+            // So far from the plane it counts nothing.
+            square += window.beyond;
         }
-        sum.add(columns, d, off);
+        sum.add(columns, d, square);
         columns += static_cast<float>(N_LANES);
     }
     return sum;
@@ -171,12 +193,13 @@ PlaneSums sum_window(InverseDepths const& image, PixelWindow const& window, doub
                      double column, float start, float per_tolerance, LevelPlane const& plane)
 {
     WindowSums sums;
-    float const first = static_cast<float>(window.first_column) - static_cast<float>(column);
-    int const n = window.last_column - window.first_column + 1;
+    WindowColumns const columns(static_cast<float>(window.first_column) -
+                                    static_cast<float>(column),
+                                window.last_column - window.first_column + 1);
     for (int r = window.first_row; r <= window.last_row; ++r)
     {
         auto const v = static_cast<float>(r - row);
-        sums.add(sum_row(image.value.data() + image.index(r, window.first_column), n, first,
+        sums.add(sum_row(image.value.data() + image.index(r, window.first_column), columns,
                          {start, per_tolerance, plane.value + plane.by_v * v, plane.by_u}),
                  v);
     }
@@ -228,7 +251,12 @@ InversePlane fit_inverse_plane(InverseDepths const& image, double row, double co
         {
             return {};
         }
+        LevelPlane const before = plane;
         plane = level_plane_of(sums);
+        if (largest_move(before, plane, radius) < SETTLED)
+        {
+            break;
+        }
     }
     int const pixels =
         (window.last_row - window.first_row + 1) * (window.last_column - window.first_column + 1);

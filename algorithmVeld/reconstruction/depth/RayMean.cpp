@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -20,6 +21,11 @@ constexpr float LAYER_REACH = 2.0F;
 constexpr float ALIKE_COSINE = 0.5F;
 /// A place is second choice where another frame saw it so many times as densely.
 constexpr float MUCH_DENSER = 2.5F;
+/// So many frames that may see a block are asked whether they do, by some of its points, and so
+/// many that do tell where each of its points is.
+constexpr std::size_t MOST_TRIED = 32;
+constexpr std::size_t TILE_SAMPLES = 32;
+constexpr std::size_t MOST_LAYERS = 12;
 /// Pixels between two that are compared.
 constexpr int COMPARED = 6;
 
@@ -155,6 +161,7 @@ public:
 private:
     void run(FrameTile const& tile)
     {
+        std::vector<int> const frames = evenly_spread(frames_that_see(tile), MOST_LAYERS);
         std::vector<Layer> layers;
         for (int row = tile.first_row; row < tile.last_row; ++row)
         {
@@ -163,23 +170,65 @@ private:
                 std::size_t const i = own_.index(row, column);
                 if (own_.vertex[i] >= 0)
                 {
-                    find_layers(i, tile, layers);
+                    find_layers(i, frames, layers);
                     move(i, layers);
                 }
             }
         }
     }
 
-    void find_layers(std::size_t i, FrameTile const& tile, std::vector<Layer>& layers) const
+    Layer layer_of(int frame, std::size_t i) const
+    {
+        return layer_at(grids_[static_cast<std::size_t>(frame)], own_.seen[i].point,
+                        own_.seen[i].normal, LAYER_REACH * tolerance_, variance_);
+    }
+
+    /// Some of the points of a block, spread over it.
+    std::vector<std::size_t> samples_of(FrameTile const& tile) const
+    {
+        std::vector<std::size_t> points;
+        for (int row = tile.first_row; row < tile.last_row; ++row)
+        {
+            for (int column = tile.first_column; column < tile.last_column; ++column)
+            {
+                if (own_.vertex[own_.index(row, column)] >= 0)
+                {
+                    points.push_back(own_.index(row, column));
+                }
+            }
+        }
+        std::vector<std::size_t> samples;
+        for (std::size_t k = 0; k < points.size(); k += points.size() / TILE_SAMPLES + 1)
+        {
+            samples.push_back(points[k]);
+        }
+        return samples;
+    }
+
+    std::vector<int> frames_that_see(FrameTile const& tile) const
+    {
+        auto const samples = samples_of(tile);
+        std::vector<int> frames;
+        std::copy_if(tile.frames.begin(), tile.frames.end(), std::back_inserter(frames),
+                     [&](int g)
+                     {
+                         return std::any_of(samples.begin(), samples.end(),
+                                            [&](std::size_t i)
+                                            { return layer_of(g, i).weight > 0.0F; });
+                     });
+        return frames;
+    }
+
+    void find_layers(std::size_t i, std::vector<int> const& frames,
+                     std::vector<Layer>& layers) const
     {
         layers.clear();
         SeenPoint const& own = own_.seen[i];
         float const weight = weight_of(own, variance_);
         layers.push_back({0.0F, weight, own.density, Vector3f(weight * own.normal)});
-        for (int const g : tile.frames)
+        for (int const g : frames)
         {
-            Layer const layer = layer_at(grids_[static_cast<std::size_t>(g)], own.point, own.normal,
-                                         LAYER_REACH * tolerance_, variance_);
+            Layer const layer = layer_of(g, i);
             if (layer.weight > 0.0F)
             {
                 layers.push_back(layer);
@@ -222,7 +271,7 @@ private:
 PlaceMean mean_of_layers(std::vector<DepthGrid> const& grids, std::size_t frame,
                          LayerSpread const& spread)
 {
-    return FrameMean(grids, frame, spread).run(make_tiles(grids, frame));
+    return FrameMean(grids, frame, spread).run(make_tiles(grids, frame, MOST_TRIED));
 }
 
 std::vector<float> distances_to_others(std::vector<DepthGrid> const& grids, std::size_t frame,

@@ -103,7 +103,7 @@ private:
 
     Json run_whole(Desk const& desk)
     {
-        FrameSet set = load_frames(source_.source, source_.settings, desk.context);
+        FrameSet set = load_bare_frames(source_.source, source_.settings, desk.context);
         desk.outputs.check(this->outputs(), set.files);
         MergeResult const merged = merge(std::move(set), settings(), desk.context);
         write_mesh(result_.open("", format_, desk.outputs), merged.mesh, desk.context);

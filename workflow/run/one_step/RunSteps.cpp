@@ -63,12 +63,12 @@ FrameSet load_in_millimetres(std::filesystem::path const& source, double& scale,
         look_like_metres = look_like_metres || warning.code == WarningCode::UNITS_UNLIKELY;
         warnings.push_back(warning);
     };
-    FrameSet frames = load_frames(source, {}, first);
+    FrameSet frames = load_bare_frames(source, {}, first);
     if (look_like_metres)
     {
         scale = MILLIMETRES_OF_METRE;
         Context again = share_of(context, 0.5, 1.0);
-        frames = load_frames(source, {scale}, again);
+        frames = load_bare_frames(source, {scale}, again);
         warnings = {{WarningCode::UNITS_UNLIKELY, frames.source,
                      "the units look like metres: all lengths are taken times 1000"}};
     }
@@ -100,10 +100,10 @@ StepOutcome merge_step(Json given, RunState const& state, Context& context)
     double scale = has_scale ? given["scale"].get<double>() : 1.0;
     given.erase("scale");
     Context loading = share_of(context, 0.0, LOADING_SHARE);
-    FrameSet const frames = has_scale ? load_frames(state.look.source, {scale}, loading)
-                                      : load_in_millimetres(state.look.source, scale, loading);
+    FrameSet frames = has_scale ? load_bare_frames(state.look.source, {scale}, loading)
+                                : load_in_millimetres(state.look.source, scale, loading);
     Context merging = share_of(context, LOADING_SHARE, 1.0);
-    MergeResult result = merge(frames, settings_of<MergeSettings>(given), merging);
+    MergeResult result = merge(std::move(frames), settings_of<MergeSettings>(given), merging);
     Json settings{{"scale", scale}};
     settings.update(to_json(result.settings));
     if (result.settings.method == MergeMethod::OUTLIER)
