@@ -35,8 +35,10 @@ constexpr double TOLERANCE_OF_NOISE = 4.0;
 constexpr double TOLERANCE_OF_SPACING = 2.0;
 constexpr double TOLERANCE_OF_DISAGREEMENT = 5.0;
 constexpr double REACH_OF_NOISE = 12.0;
+/// The same where a place is noisier, in standard deviations of what smoothing leaves.
+constexpr float TOLERANCE_OF_SMOOTH_NOISE = 12.0F;
 /// Of the tolerance: behind the mean, layers of one place are nearer to each other than before.
-constexpr double COVER_PART = 0.5;
+constexpr float COVER_PART = 0.5F;
 /// Of the depth in the middle: as high steps are closed as things on a table are, and its edge.
 constexpr double STEP_OF_DEPTH = 0.1;
 /// In spacings: side of a place of which enough frames are chosen.
@@ -306,13 +308,15 @@ RetVal DepthFrames::prepare(std::vector<RangeData const*> const& ranges,
                          { return compare_frames(std::max(least, REACH_OF_NOISE * noise), work); });
     used_tolerance_ = std::max(least, TOLERANCE_OF_DISAGREEMENT * used_disagreement_);
     stages.next();
+    detail::PlaceTolerance const tolerance{static_cast<float>(used_tolerance_),
+                                           TOLERANCE_OF_SMOOTH_NOISE};
     DEPTH_FRAMES.run("average-depths",
                      [&] {
-                         average_frames({used_tolerance_, used_disagreement_}, work);
+                         average_frames({tolerance, used_disagreement_}, work);
                      });
-    double const same = COVER_PART * used_tolerance_;
+    detail::PlaceTolerance const same = tolerance.part(COVER_PART);
     stages.next();
-    DEPTH_FRAMES.run("close-steps", [&] { close_steps(used_longest_step_, same, work); });
+    DEPTH_FRAMES.run("close-steps", [&] { close_steps(used_longest_step_, same.least, work); });
     stages.next();
     auto const stays = DEPTH_FRAMES.run(
         "choose-patches", [&] { return detail::choose_cover(work.grids, work.is_best, same); });

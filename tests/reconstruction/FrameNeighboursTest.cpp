@@ -1,10 +1,12 @@
 #include "algorithmVeld/reconstruction/depth/FrameNeighbours.h"
+#include "algorithmVeld/reconstruction/depth/FrameCover.h"
 #include "algorithmVeld/reconstruction/depth/RayMean.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <set>
+#include <utility>
 #include <vector>
 
 using namespace OrvaneAlgorithm;
@@ -160,7 +162,43 @@ TEST(RayMean, AsksThoseAmongManyFramesThatSeeAPlace)
     {
         grids.push_back(sure_wall(i % 15 == 6 ? 1003.0 : 700.0));
     }
-    auto const mean = detail::mean_of_layers(grids, 0, {20.0, 0.0});
+    auto const mean = detail::mean_of_layers(grids, 0, {{20.0F, 0.0F}, 0.0});
     std::size_t const middle = grids[0].index(TILED_SIDE / 2, TILED_SIDE / 2);
     EXPECT_NEAR(mean.point[middle].z(), (1000.0 + 2.0 * 1003.0) / 3.0, 0.05);
+}
+
+/// Far away, where noise is large, layers of one place lie farther apart than in the middle.
+TEST(RayMean, TakesLayersForOneByTheNoiseOfTheirPlace)
+{
+    std::vector<DepthGrid> const grids{sure_wall(1000.0), sure_wall(994.0)};
+    std::size_t const middle = grids[0].index(TILED_SIDE / 2, TILED_SIDE / 2);
+    // Their noise is 1 mm.
+    for (auto const& [deviations, expected] : {std::pair(4.0F, 1000.0F), std::pair(60.0F, 997.0F)})
+    {
+        auto const mean = detail::mean_of_layers(grids, 0, {{2.0F, deviations}, 0.0});
+        EXPECT_NEAR(mean.point[middle].z(), expected, 0.1F) << deviations;
+    }
+}
+
+TEST(FrameCover, TakesPlacesForOneByTheirNoise)
+{
+    std::vector<DepthGrid> grids{sure_wall(1000.0), sure_wall(1006.0)};
+    for (auto& grid : grids)
+    {
+        grid.cell.assign(grid.size(), 0);
+        for (int row = 0; row + 1 < TILED_SIDE; ++row)
+        {
+            std::fill_n(grid.cell.begin() + row * TILED_SIDE, TILED_SIDE - 1, 1);
+        }
+    }
+    std::vector<std::vector<char>> const is_best(2, std::vector<char>(grids[0].size(), 1));
+    for (auto const& [deviations, patches] : {std::pair(4.0F, 2), std::pair(8.0F, 1)})
+    {
+        auto const stays = detail::choose_cover(grids, is_best, {2.0F, deviations});
+        EXPECT_EQ(std::count_if(stays.begin(), stays.end(),
+                                [](std::vector<char> const& frame)
+                                { return std::count(frame.begin(), frame.end(), 1) > 0; }),
+                  patches)
+            << deviations;
+    }
 }

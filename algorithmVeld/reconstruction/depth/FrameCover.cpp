@@ -174,10 +174,10 @@ class Chooser
 {
 public:
     Chooser(std::vector<DepthGrid> const& grids, std::vector<PixelMask> const& is_best,
-            double tolerance)
+            PlaceTolerance const& tolerance)
         : grids_(grids),
           is_best_(is_best),
-          tolerance_(static_cast<float>(tolerance)),
+          tolerance_(tolerance),
           stays_(grids.size()),
           open_(grids.size()),
           tested_(grids.size(), 0),
@@ -215,12 +215,13 @@ private:
     {
         std::size_t frame;
         PixelMask stays;
-        Vector3f low; ///< Corners of a box around it, within which it covers places.
+        Vector3f low; ///< Corners of the box around it.
         Vector3f high;
 
-        bool reaches(Vector3f const& place) const
+        bool is_near(Vector3f const& place, float distance) const
         {
-            return (place.array() >= low.array()).all() && (place.array() <= high.array()).all();
+            return (place.array() >= low.array() - distance).all() &&
+                   (place.array() <= high.array() + distance).all();
         }
     };
 
@@ -301,12 +302,14 @@ private:
     bool is_covered(std::size_t f, std::size_t i, std::size_t first) const
     {
         SeenPoint const& seen = grids_[f].seen[i];
+        float const tolerance = tolerance_.at(seen);
         return std::any_of(patches_.begin() + static_cast<std::ptrdiff_t>(first), patches_.end(),
                            [&](Patch const& patch)
                            {
-                               return patch.frame != f && patch.reaches(seen.point) &&
+                               return patch.frame != f &&
+                                      patch.is_near(seen.point, REACH_OF_PATCH * tolerance) &&
                                       covers_place(grids_[patch.frame], patch.stays, seen.point,
-                                                   seen.normal, tolerance_);
+                                                   seen.normal, tolerance);
                            });
     }
 
@@ -323,15 +326,14 @@ private:
                 high = high.cwiseMax(grid.seen[i].point);
             }
         }
-        Vector3f const beside = Vector3f::Constant(REACH_OF_PATCH * tolerance_);
-        patches_.push_back({f, patch, low - beside, high + beside});
+        patches_.push_back({f, patch, low, high});
         std::transform(patch.begin(), patch.end(), stays_[f].begin(), stays_[f].begin(),
                        [](char a, char b) { return std::max(a, b); });
     }
 
     std::vector<DepthGrid> const& grids_;
     std::vector<PixelMask> const& is_best_;
-    float tolerance_;
+    PlaceTolerance tolerance_;
     std::vector<PixelMask> stays_;
     std::vector<PixelList> open_;     ///< pixels of each frame that no patch was seen to cover
     std::vector<std::size_t> tested_; ///< with how many patches each frame was compared
@@ -342,7 +344,8 @@ private:
 } // namespace
 
 std::vector<PixelMask> choose_cover(std::vector<DepthGrid> const& grids,
-                                    std::vector<PixelMask> const& is_best, double tolerance)
+                                    std::vector<PixelMask> const& is_best,
+                                    PlaceTolerance const& tolerance)
 {
     return Chooser(grids, is_best, tolerance).run();
 }

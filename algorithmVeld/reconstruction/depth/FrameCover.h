@@ -1,6 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/reconstruction/depth/DepthGrid.h"
+#include "algorithmVeld/reconstruction/depth/PlaceTolerance.h"
 
 #include <vector>
 
@@ -16,6 +17,6 @@ namespace OrvaneAlgorithm::detail
 /// \return for each pixel of each frame whether it stays
 std::vector<std::vector<char>> choose_cover(std::vector<DepthGrid> const& grids,
                                             std::vector<std::vector<char>> const& is_best,
-                                            double tolerance);
+                                            PlaceTolerance const& tolerance);
 
 } // namespace OrvaneAlgorithm::detail

@@ -137,7 +137,7 @@ public:
     FrameMean(std::vector<DepthGrid> const& grids, std::size_t frame, LayerSpread const& spread)
         : grids_(grids),
           own_(grids[frame]),
-          tolerance_(static_cast<float>(spread.tolerance)),
+          tolerance_(spread.tolerance),
           variance_(static_cast<float>(spread.poses * spread.poses)),
           centre_(own_.pose.get_translation())
     {
@@ -180,7 +180,7 @@ private:
     Layer layer_of(int frame, std::size_t i) const
     {
         return layer_at(grids_[static_cast<std::size_t>(frame)], own_.seen[i].point,
-                        own_.seen[i].normal, LAYER_REACH * tolerance_, variance_);
+                        own_.seen[i].normal, LAYER_REACH * tolerance_.at(own_.seen[i]), variance_);
     }
 
     /// Some of the points of a block, spread over it.
@@ -238,12 +238,13 @@ private:
 
     void move(std::size_t i, std::vector<Layer>& layers)
     {
-        float const distance = robust_mean(layers, tolerance_);
+        float const tolerance = tolerance_.at(own_.seen[i]);
+        float const distance = robust_mean(layers, tolerance);
         Vector3d normal = Vector3d::Zero();
         float densest = 0.0F;
         for (auto const& layer : layers)
         {
-            float const share = share_at(layer, distance, tolerance_);
+            float const share = share_at(layer, distance, tolerance);
             if (share > 0.0F)
             {
                 normal += static_cast<double>(share / layer.weight) * layer.normal.cast<double>();
@@ -260,7 +261,7 @@ private:
 
     std::vector<DepthGrid> const& grids_;
     DepthGrid const& own_;
-    float tolerance_;
+    PlaceTolerance tolerance_;
     float variance_;
     Vector3d centre_;
     PlaceMean mean_;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/reconstruction/depth/DepthGrid.h"
+#include "algorithmVeld/reconstruction/depth/PlaceTolerance.h"
 
 #include <vector>
 
@@ -18,9 +19,9 @@ struct PlaceMean
 /// How far layers of one place may lie apart.
 struct LayerSpread
 {
-    double tolerance = 0.0; ///< Layers farther than this from the mean do not count, nearer ones
-                            ///< the less the farther they are.
-    double poses = 0.0;     ///< What is between frames beside the noise, as a standard deviation.
+    PlaceTolerance tolerance; ///< Layers farther than this from the mean do not count, nearer ones
+                              ///< the less the farther they are.
+    double poses = 0.0;       ///< What is between frames beside the noise, as a standard deviation.
 };
 
 /// Moves each point along its view to the mean of the layers that saw its place, each weighing by
