@@ -74,7 +74,8 @@ public:
     double used_point_spacing() const { return used_point_spacing_; }
     /// Longest edge of what closed a step of depth in the last run.
     double used_longest_step() const { return used_longest_step_; }
-    /// How far along the normal the last run took two places for one, in millimetres.
+    /// How far along the normal the last run took two places for one, in millimetres; where noise
+    /// is larger than in the middle, it was more.
     double used_tolerance() const { return used_tolerance_; }
     /// How far frames were from each other along the normal where they overlapped, before: the
     /// median of the frames'.

@@ -213,6 +213,32 @@ TEST(DepthFrames, MeetInTheMiddleOfLayersThatAreApart)
     EXPECT_LT(rms_of(result, [](Vector3d const& p) { return p.z() - 1004.0; }), 1.0);
 }
 
+/// Noise three times as far away is nine times as large, and so is what may lie between layers.
+TEST(DepthFrames, TakeLayersThatAreFarAwayForOneByTheNoiseThere)
+{
+    auto const scene = [](double apart)
+    { return [=](double x, double) { return x > 0.2 ? 3000.0 + apart : 1000.0; }; };
+    DepthFrames depth;
+    depth.set_noise({0.0, NOISE_SQUARE, 0.0});
+    auto const far_points = [&](double apart)
+    {
+        std::size_t n = 0;
+        for (auto const& frame : prepared_frames({depth_frame(scene(0.0), NOISE_SQUARE, 1),
+                                                  depth_frame(scene(apart), NOISE_SQUARE, 2)},
+                                                 depth))
+        {
+            n += static_cast<std::size_t>(std::count_if(frame.vCoord.begin(), frame.vCoord.end(),
+                                                        [](Vector3f const& p)
+                                                        { return p.z() > 2000.0F; }));
+        }
+        return static_cast<double>(n);
+    };
+    double const single = far_points(0.0);
+    EXPECT_GT(single, 100.0);
+    EXPECT_LT(far_points(60.0), 1.3 * single);
+    EXPECT_GT(far_points(400.0), 1.7 * single);
+}
+
 TEST(DepthFrames, DropWhatFliesBetweenAThingAndWhatIsBehind)
 {
     // A strip one pixel wide half way between a thing and the wall.

@@ -54,6 +54,21 @@ std::vector<std::vector<int>> neighbours_of(std::vector<DepthGrid> const& grids,
     return lists;
 }
 
+/// A wall so far from the camera at the origin, as sure as all others.
+DepthGrid sure_wall(double depth)
+{
+    DepthGrid grid = wall_grid(Vector3d::Zero());
+    for (auto& seen : grid.seen)
+    {
+        seen.point *= static_cast<float>(depth / 1000.0);
+        seen.normal = Vector3f(0.0F, 0.0F, -1.0F);
+        seen.noise = 1.0F;
+        seen.density = 0.01F;
+        seen.inside = 1.0F;
+    }
+    return grid;
+}
+
 } // namespace
 
 TEST(FrameNeighbours, TilesCoverEachPixelOnce)
@@ -137,21 +152,6 @@ TEST(FrameNeighbours, OfManyFramesSomeAreAskedFromTheFirstToTheLast)
             EXPECT_LE(frames[k] - frames[k - 1], 4);
         }
     }
-}
-
-/// A wall so far from the camera at the origin, as sure as all others.
-DepthGrid sure_wall(double depth)
-{
-    DepthGrid grid = wall_grid(Vector3d::Zero());
-    for (auto& seen : grid.seen)
-    {
-        seen.point *= static_cast<float>(depth / 1000.0);
-        seen.normal = Vector3f(0.0F, 0.0F, -1.0F);
-        seen.noise = 1.0F;
-        seen.density = 0.01F;
-        seen.inside = 1.0F;
-    }
-    return grid;
 }
 
 /// Frames whose view is blocked by something near do not keep those from being asked that see it.

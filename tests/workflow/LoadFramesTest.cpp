@@ -1,6 +1,7 @@
 #include "workflow/workflow.h"
 
 #include "tests/reconstruction/frames.h"
+#include "tests/workflow/reason_of.h"
 
 #include <gmock/gmock.h>
 
@@ -111,6 +112,26 @@ TEST(PrepareFrames, NoFrameThatCanBeUsedIsAnError)
 {
     veld::Context context;
     EXPECT_THROW(veld::prepare_frames("scan", {}, {}, context), veld::InputError);
+}
+
+/// Only a merge of frames that it may change computes normals itself.
+TEST(BareFrames, AreRefusedByStepsThatReadNormals)
+{
+    veld::FrameSet bare;
+    bare.source = "scan";
+    for (char const* const name : {"one", "two"})
+    {
+        bare.frames.push_back({name, flat_frame(8, 8, 1.0F), veld::Sensor::UNKNOWN});
+    }
+    bare.frames[1].data.disable_vNormal();
+    veld::Context context;
+    auto const refusal = HasSubstr("two: has no normals yet; provide_normals computes them");
+    EXPECT_THAT(reason_of([&] { veld::merge(bare, {}, context); }), refusal);
+    EXPECT_THAT(reason_of([&] { veld::align(bare, {}, context); }), refusal);
+    EXPECT_THAT(reason_of([&] { veld::check_frames(bare, {}, context); }), refusal);
+    EXPECT_THAT(reason_of([&] { veld::estimate_normals(bare, {}, context); }), refusal);
+    veld::provide_normals(bare);
+    EXPECT_EQ(veld::estimate_normals(bare, {}, context).cloud.n_vertices(), 128U);
 }
 
 } // namespace

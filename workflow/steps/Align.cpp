@@ -113,6 +113,7 @@ AlignResult align_frames(FrameSet const& frames, std::function<void(std::size_t)
 {
     refuse_settings(settings);
     refuse_one_frame(frames);
+    refuse_bare_frames(frames);
     StepScope scope(context, "align-frames", "align the frames");
     auto const list = data_of(frames);
     AlignResult result;
@@ -168,6 +169,7 @@ FrameCheck check_frames(FrameSet const& frames, AlignSettings const& settings, C
 {
     refuse_settings(settings);
     refuse_one_frame(frames);
+    refuse_bare_frames(frames);
     StepScope scope(context, "check-frames", "compare the frames");
     auto const list = data_of(frames);
     FrameCheck result;

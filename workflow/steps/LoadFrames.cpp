@@ -245,6 +245,17 @@ FrameSet load_bare_frames(fs::path const& source, LoadFramesSettings const& sett
     return load(source, settings, false, context);
 }
 
+void refuse_bare_frames(FrameSet const& frames)
+{
+    for (auto const& frame : frames.frames)
+    {
+        if (!frame.data.has_vNormal)
+        {
+            throw InputError(frame.name + ": has no normals yet; provide_normals computes them");
+        }
+    }
+}
+
 void provide_normals(FrameSet& frames)
 {
     for_each_index(frames.frames.size(),

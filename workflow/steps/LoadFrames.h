@@ -30,7 +30,7 @@ struct LoadFramesSettings
 struct NamedFrame
 {
     std::string name;                ///< The file's, or as its list names it.
-    RangeData data;                  ///< Points on their grid, with normals and a pose.
+    RangeData data;                  ///< Points on their grid, and a pose.
     Sensor sensor = Sensor::UNKNOWN; ///< Where it was seen from, if that is known.
     int number = 0; ///< What its source calls it: of text frames the number in the files' names, of
                     ///< others the place in the list, from 0 on, with those that were left out.
@@ -39,8 +39,8 @@ struct NamedFrame
 };
 
 /// The frames of a scan, in its order. Each has vertices, all of them finite, a pose that is a
-/// rigid motion, and normals. Faces of a cell agree with the normals, and both look at the sensor
-/// where it is known.
+/// rigid motion, and normals, unless it is of `load_bare_frames`. Faces of a cell agree with the
+/// normals, and both look at the sensor where it is known.
 struct FrameSet
 {
     std::string source;                       ///< What messages call the scan.
@@ -68,14 +68,17 @@ VELD_WORKFLOW_API std::function<void(std::size_t)> dropping(FrameSet& frames);
 VELD_WORKFLOW_API FrameSet load_frames(std::filesystem::path const& source,
                                        LoadFramesSettings const& settings, Context& context);
 
-/// Does the same, but frames get no normals whose files have none: a merge makes them where it
-/// needs them. Those of depth cameras, which are smoothed first, take a fifth of the time and a
-/// third of the memory.
+/// Does the same, but frames get no normals whose files have none. It is for a merge, which makes
+/// them where it needs them: frames of depth cameras, which are smoothed first, do without, and
+/// are a third smaller. Other steps refuse such frames.
 VELD_WORKFLOW_API FrameSet load_bare_frames(std::filesystem::path const& source,
                                             LoadFramesSettings const& settings, Context& context);
 
 /// Computes normals, from their grids, for the frames that have none.
 VELD_WORKFLOW_API void provide_normals(FrameSet& frames);
+
+/// Throws `InputError` where a frame has no normals.
+void refuse_bare_frames(FrameSet const& frames);
 
 /// Loads the same frames as `load_frames` one after the other, in memory of one frame, unless they
 /// are text frames that share a file of poses. \return how many were left out \param visit gets

@@ -254,9 +254,9 @@ MergeResult merge_frames(FrameSet const& frames, FrameSet* own, MergeSettings co
                     auto const list = data_of(frames);
                     measured = measure(list, settings, result);
                     result.prepared = is_prepared(list, settings, measured, result, frames.source);
-                    if (!result.prepared && own != nullptr)
+                    if (!result.prepared)
                     {
-                        provide_normals(*own);
+                        own != nullptr ? provide_normals(*own) : refuse_bare_frames(frames);
                     }
                 });
     Stopwatch const watch;

@@ -257,6 +257,7 @@ NormalsResult estimate_normals(FrameSet const& frames, NormalsSettings const& se
                                Context& context)
 {
     check(settings);
+    refuse_bare_frames(frames);
     StepScope scope(context, "estimate-normals", "estimate the normals");
     return estimate(
         points_of(frames), NormalSense::FRAMES, [&] { return directions_of(frames); }, settings,

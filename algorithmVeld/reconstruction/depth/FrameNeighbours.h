@@ -14,10 +14,10 @@ struct FrameTile
     int last_row = 0; ///< behind the last one
     int first_column = 0;
     int last_column = 0;
-    std::vector<int> frames; ///< at most a constant number, spread evenly over all of them
+    std::vector<int> frames; ///< some at most, spread evenly over all of them
 };
 
-/// What so many frames tell of a place is enough to ask: noise is a quarter of that of one.
+/// So many frames are enough to compare with, and to find one that looks through a place.
 constexpr std::size_t MOST_ASKED = 16;
 
 /// Cuts a frame into blocks. What a block asks of other frames is bounded, however many there are.
