@@ -89,6 +89,7 @@ TEST(StepInput, AnErrorNamesTheSettingThatMayHelp)
     set.frames.emplace_back();
     set.frames[0].data.set_grid_size(3, 3);
     set.frames[0].data.add_vCoord_and_vUV(Vector3f(1, 2, 3), {0, 0});
+    set.frames[0].data.enable_vNormal();
     veld::Context context;
     try
     {
