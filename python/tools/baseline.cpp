@@ -1,5 +1,5 @@
-/// The calls of `scripts/python-overhead` without Python: the same mesh, the same steps. Prints
-/// JSON: for each call the seconds of each turn.
+/// The calls of `scripts/trials/python-overhead` without Python: the same mesh, the same steps.
+/// Prints JSON: for each call the seconds of each turn.
 
 #include "workflow/files/MeshFiles.h"
 #include "workflow/steps/Inspect.h"

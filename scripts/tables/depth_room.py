@@ -1,8 +1,9 @@
 #!/usr/bin/python3
-"""A known room as a depth camera sees it, and how far a mesh is from it.
+"""A known room as a depth camera sees it, in frames with noise and errors of pose; and how far a mesh
+is from it: distances in mm, as one line of JSON.
 
-    scripts/depth-room make DIR [--frames 36] [--seed 1]     frames with noise and errors of pose
-    scripts/depth-room score DIR MESH.ply                    distances in mm, as one line of JSON
+    scripts/tables/depth_room.py make DIR [--frames 36] [--seed 1]
+    scripts/tables/depth_room.py score DIR MESH.ply
 
 The room consists of boxes and balls, so depths and distances come from formulas. Depths scatter with
 the square of the depth and are quantised as disparities are; rims of things mix with what is behind
