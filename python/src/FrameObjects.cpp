@@ -2,6 +2,7 @@
 
 #include "Arrays.h"
 #include "Call.h"
+#include "Existing.h"
 #include "JsonObjects.h"
 #include "Paths.h"
 #include "Settings.h"
@@ -118,7 +119,7 @@ Values save_frames(FrameSet const& frames, nb::object const& folder, bool overwr
         [&](Context& context)
         {
             auto const files = new_frame_files_in(directory, frames.frames.size());
-            Outputs outputs(overwrite ? Existing::REPLACED : Existing::KEPT);
+            Outputs outputs(existing_of(overwrite));
             outputs.make_directory(directory);
             outputs.check(files, frames.files);
             Json const told = to_json(frames, files, measure_noise(frames, context));

@@ -1,6 +1,7 @@
 #include "MeshObject.h"
 
 #include "Arrays.h"
+#include "Existing.h"
 #include "JsonObjects.h"
 #include "Paths.h"
 #include "Text.h"
@@ -109,7 +110,7 @@ std::pair<std::unique_ptr<MeshObject>, nb::object> mesh_of_file(nb::object const
 void save_mesh(MeshObject const& mesh, nb::object const& path, bool overwrite, Call& call)
 {
     auto const file = path_of(path);
-    auto const existing = overwrite ? Existing::REPLACED : Existing::KEPT;
+    auto const existing = existing_of(overwrite);
     mesh.read(call,
               [&](TriMesh const& written, Context& context)
               {
@@ -126,7 +127,7 @@ void save_textured(MeshObject const& mesh, nb::object const& path, bool overwrit
     mesh.read(call,
               [&](TriMesh const& written, Context& context)
               {
-                  Outputs outputs(overwrite ? Existing::REPLACED : Existing::KEPT);
+                  Outputs outputs(existing_of(overwrite));
                   outputs.check(textured_mesh_files(file), {});
                   write_textured_mesh(file, TexturedMesh{written, mesh.image()}, outputs, context);
                   outputs.commit();

@@ -1,6 +1,7 @@
 #include "Run.h"
 
 #include "Call.h"
+#include "Existing.h"
 #include "Paths.h"
 #include "Settings.h"
 #include "Text.h"
@@ -68,7 +69,7 @@ Values run_scan(nb::object const& scan, nb::object const& directory, nb::object 
     }
     request.keep = keep;
     request.pictures = pictures;
-    request.existing = overwrite ? Existing::REPLACED : Existing::KEPT;
+    request.existing = existing_of(overwrite);
     auto const listener = [&](std::string const& line)
     {
         nb::gil_scoped_acquire const acquire;

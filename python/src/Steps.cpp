@@ -1,6 +1,7 @@
 #include "Steps.h"
 
 #include "Arrays.h"
+#include "Existing.h"
 #include "MeshObject.h"
 #include "Paths.h"
 #include "Settings.h"
@@ -266,7 +267,7 @@ void save_picture(Pixels const& pixels, nb::object const& path, bool overwrite, 
         [&](Context& context)
         {
             check_picture_extension(file);
-            OutputFile output(file, overwrite ? Existing::REPLACED : Existing::KEPT);
+            OutputFile output(file, existing_of(overwrite));
             write_picture(output, picture, context);
             output.commit();
         });
