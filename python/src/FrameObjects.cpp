@@ -10,6 +10,7 @@
 
 #include "workflow/files/OutputFile.h"
 #include "workflow/frames/FrameFiles.h"
+#include "workflow/frames/FrameSource.h"
 #include "workflow/steps/Align.h"
 #include "workflow/steps/FrameNoise.h"
 
@@ -20,6 +21,7 @@
 #include <nanobind/stl/unique_ptr.h>
 #include <nanobind/stl/vector.h>
 
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <optional>
@@ -109,6 +111,28 @@ FramesPointer with_poses(FrameSet const& frames, std::vector<Matrix4> const& mat
         poses.push_back(motion_of(matrix));
     }
     return call.run([&](Context&) { return std::make_unique<FrameSet>(posed(frames, poses)); });
+}
+
+/// Whether all frames of a source have to be read at once: text frames that share a file of poses,
+/// which alone tells which there are.
+bool is_read_at_once(std::filesystem::path const& path)
+{
+    FrameSource const source = find_frame_source(path);
+    return source.kind == FrameSourceKind::TEXT_FRAMES &&
+           source.description.at("poses").at("form") == "common";
+}
+
+/// The files that `load_frames` would read, which need not be there, and whether at once.
+std::tuple<Paths, bool> source_files(nb::object const& source, Call& call)
+{
+    auto const path = path_of(source);
+    auto const [files, at_once] = call.run(
+        [&](Context&)
+        {
+            auto found = frame_source_files(path);
+            return std::pair(std::move(found), is_read_at_once(path));
+        });
+    return {objects_of(files), at_once};
 }
 
 /// The files, and the noise of their frames, as `veld frames` tells them.
@@ -202,6 +226,7 @@ void bind_frames(nb::module_& module)
                nb::arg("scale"), nb::arg("call"));
     module.def("load_frames", &frames_of_source, nb::arg("source"), nb::arg("settings"),
                nb::arg("call"));
+    module.def("frame_source_files", &source_files, nb::arg("source"), nb::arg("call"));
     module.def("save_frames", &save_frames, nb::arg("frames"), nb::arg("folder"),
                nb::arg("overwrite"), nb::arg("call"));
 }

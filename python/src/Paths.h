@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace veld::python
 {
@@ -38,6 +39,18 @@ inline nb::object object_of(std::filesystem::path const& path)
     return nb::steal(
         PyUnicode_DecodeFSDefaultAndSize(text.data(), static_cast<Py_ssize_t>(text.size())));
 #endif
+}
+
+using Paths = nb::typed<nb::list, nb::str>;
+
+inline Paths objects_of(std::vector<std::filesystem::path> const& paths)
+{
+    nb::list objects;
+    for (auto const& path : paths)
+    {
+        objects.append(object_of(path));
+    }
+    return objects;
 }
 
 } // namespace veld::python

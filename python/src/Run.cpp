@@ -107,18 +107,6 @@ Values parsed(nb::object const& recipe)
     return values_of(to_json(recipe_of(recipe)));
 }
 
-using Paths = nb::typed<nb::list, nb::str>;
-
-Paths objects_of(std::vector<std::filesystem::path> const& paths)
-{
-    nb::list objects;
-    for (auto const& path : paths)
-    {
-        objects.append(object_of(path));
-    }
-    return objects;
-}
-
 /// The files of a scan, of its markers and of its photographs.
 std::tuple<Paths, Paths, Paths> scan_files(nb::object const& scan, nb::object const& markers,
                                            nb::object const& photos, Call& call)

@@ -3,6 +3,7 @@
 import itertools
 import json
 import os
+import shutil
 import signal
 
 import algorithmveld as veld
@@ -14,6 +15,7 @@ from algorithmveld.batch import tiles as command
 from algorithmveld.batch._places import Places
 from distributed import Client, LocalCluster, WorkerPlugin
 from scans import sphere_frames
+from test_batch import save_photo
 from test_batch_cluster import Background, executing, wait_for
 
 DIVISION = {"tile_points": 3000, "tile_margin": 12.0, "max_hole_edges": 12}
@@ -347,6 +349,47 @@ def test_a_file_of_the_scan_is_no_output_by_any_name(tmp_path):
         with pytest.raises(veld.InputError, match="is a file of the scan"):
             batch.merge_in_tiles(scans / "all.conf", output, tmp_path / "work")
     assert part.read_text() == "kept"
+
+
+def test_only_files_that_a_merge_reads_count(client, scan, alone, tmp_path):
+    """OUT among the frames is none of them, nor are photographs beside them read."""
+    frames = tmp_path / "frames"
+    shutil.copytree(scan, frames)
+    save_photo(frames / "photos", "gone.jpg", b"")
+    (frames / "photos" / "gone.jpg").unlink()
+    for _ in range(2):
+        batch.merge_in_tiles(
+            frames, frames / "frames.ply", tmp_path / "work",
+            scheduler=client.scheduler.address, **DIVISION,
+        )  # fmt: skip
+        assert (frames / "frames.ply").read_bytes() == alone
+
+
+def save_text_frames(folder, form):
+    """Two frames of two by two points: their poses in a file for all, or in one for each."""
+    pose = "1 0 0 0 0 1 0 0 0 0 1 0\n"
+    for number in (1, 2):
+        points = "".join(f"{x} {y} {number} 0 0 0\n" for y in (0, 1) for x in (0, 1))
+        (folder / f"p{number}.txt").write_text(points)
+        (folder / f"m{number}.txt").write_text(pose)
+    (folder / "m.txt").write_text("".join(f"frame {number}\n{pose}" for number in (1, 2)))
+    description = {
+        "rows": 2, "columns": 2, "points": {"prefix": "p", "suffix": ".txt"},
+        "poses": {"form": form, "prefix": "m", "suffix": ".txt"}, "first": 1, "last": 2,
+    }  # fmt: skip
+    (folder / "text.json").write_text(json.dumps(description))
+    return folder / "text.json"
+
+
+@pytest.mark.parametrize("form", ["common", "twelve"])
+def test_the_plan_declares_what_is_in_memory_at_a_time(tmp_path, form):
+    source = save_text_frames(tmp_path, form)
+    read = ["p1", "p2", "m"] if form == "common" else ["p1", "p2", "m1", "m2"]
+    sizes = [(tmp_path / f"{name}.txt").stat().st_size for name in read]
+    sizes.append(source.stat().st_size)
+    size = sum(sizes) if form == "common" else max(sizes)
+    expected = _tiles.LEAST_MEMORY + _tiles.SCAN_FACTOR * size
+    assert _tiles._check_files(source, tmp_path / "mesh.ply") == expected
 
 
 def test_the_command_merges_and_tells(client, scan, alone, tmp_path, capsys):

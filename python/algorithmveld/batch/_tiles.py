@@ -11,13 +11,14 @@ from dataclasses import dataclass, replace
 from pathlib import Path
 from typing import TYPE_CHECKING, Any
 
-from .._calls import warn
+from .. import _core
+from .._calls import call, warn
 from .._core import VERSION
 from .._documents import with_settings
 from .._errors import InputError, OperationError
 from .._tiles import TILE_MARGIN, TILE_POINTS, TiledMergeResult
 from ._run import LEAST_MEMORY, PAUSE, SCAN_FACTOR
-from ._scans import PathLike, Scan, files_of
+from ._scans import PathLike
 from ._scheduler import MemoryLike, Scheduler, connected, lost, need_dask
 from ._tile_tasks import Answer, TileJob, take_tile_step
 
@@ -106,18 +107,19 @@ def _absolute(path: PathLike) -> str:
 
 
 def _check_files(source: Path, output: Path) -> int:
-    """Refuses what would fail at the end. Gives the memory of the plan: one frame at a time."""
+    """Refuses what would fail at the end. Gives the memory of the plan."""
     if output.suffix.lower() != ".ply":
         raise InputError(f"{output}: the mesh of tiles becomes a .ply file")
     if not output.absolute().parent.is_dir():
         raise InputError(f"{output.absolute().parent}: no such folder")
     if not source.exists():
         raise InputError(f"{source}: no such file or folder")
-    files = files_of(Scan("", os.fspath(source))).scan
-    if output.exists() and any(file.exists() and file.samefile(output) for file in files):
+    named, at_once = call(lambda running: _core.frame_source_files(source, running))
+    files = [file for file in map(Path, named) if file.is_file()]
+    if output.exists() and any(file.samefile(output) for file in files):
         raise InputError(f"{output}: is a file of the scan")
-    largest = max((file.stat().st_size for file in files if file.is_file()), default=0)
-    return LEAST_MEMORY + SCAN_FACTOR * largest
+    sizes = [file.stat().st_size for file in files]
+    return LEAST_MEMORY + SCAN_FACTOR * (sum(sizes) if at_once else max(sizes, default=0))
 
 
 class _Driver:
