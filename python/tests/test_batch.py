@@ -103,10 +103,28 @@ def test_a_list_names_scans_relative_to_itself(tmp_path):
     }
 
 
-def test_text_of_points_is_no_list(tmp_path):
-    points = tmp_path / "points.txt"
-    points.write_text("0.5 1 2\n1 2 3\n")
+@pytest.mark.parametrize(
+    ("name", "text"),
+    [
+        ("points.txt", "0.5 1 2\n1 2 3\n"),
+        ("points.txt", "0.5,1,2,7\n"),
+        ("points.txt", "1 2 3 " * 100),  # longer than a name can be
+        ("points.xyz", "2\n1 2 3\n4 5 6\n"),
+    ],
+)
+def test_text_of_points_is_no_list(tmp_path, name, text):
+    points = tmp_path / name
+    points.write_text(text)
     assert list(found(points)) == ["points"]
+
+
+@pytest.mark.parametrize("line", ["001", "2024 05/cup.ply", "1 2/3.ply", "1 2 cups.ply", "1 2 3"])
+@pytest.mark.parametrize("encoding", ["utf-8", "utf-8-sig"])
+def test_a_list_may_begin_with_a_number(tmp_path, line, encoding):
+    save_scan(tmp_path / line / "cup.ply")
+    listed = tmp_path / "list.txt"
+    listed.write_text(f"{line}\n", encoding=encoding)
+    assert [scan.source for scan in found(listed).values()] == [str(tmp_path / line)]
 
 
 def test_markers_and_photographs_are_named_by_a_pattern(tmp_path):

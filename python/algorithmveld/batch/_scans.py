@@ -5,6 +5,7 @@ from __future__ import annotations
 import hashlib
 import json
 import os
+import re
 from collections import Counter
 from collections.abc import Iterable, Iterator, Sequence
 from dataclasses import asdict, dataclass
@@ -158,17 +159,30 @@ def _describes_frames(file: Path) -> bool:
 
 def _listed(file: Path) -> list[Path]:
     """The paths in a list file, relative to it; none where the file is a scan itself."""
-    if file.suffix.lower() in MESHES | {".conf", ".json", ".rge"}:
+    if file.suffix.lower() in MESHES | CLOUDS | {".conf", ".json", ".rge"}:
         return []
     try:
-        text = file.read_text(encoding="utf-8")
+        text = file.read_text(encoding="utf-8-sig")
     except UnicodeDecodeError:
         return []
     lines = [line.strip() for line in text.splitlines()]
     paths = [line for line in lines if line and not line.startswith("#")]
-    if paths and _is_number(paths[0].split()[0].rstrip(",;")):
-        return []  # text of points
+    if paths and _is_point(paths[0]) and not _is_there(file.parent / paths[0]):
+        return []
     return [file.parent / path for path in paths]
+
+
+def _is_point(line: str) -> bool:
+    """A name may begin with a number too, or be one."""
+    words = re.split(r"[\s,;]+", line)
+    return len(words) >= 3 and all(_is_number(word) for word in words[:3])
+
+
+def _is_there(path: Path) -> bool:
+    try:
+        return path.exists()
+    except OSError:  # a line of numbers may be longer than a name can be
+        return False
 
 
 def _is_number(word: str) -> bool:
