@@ -92,6 +92,13 @@ def test_scans_are_found_in_a_tree(tmp_path):
     assert scans["range"].source == str(tmp_path / "range")
 
 
+def test_a_file_of_deep_brackets_is_no_scan(tmp_path):
+    save_scan(tmp_path / "cup.ply")
+    (tmp_path / "deep.json").write_text("[" * 100_000)
+    assert list(found(tmp_path)) == ["cup"]
+    assert list(found([tmp_path / "deep.json"])) == ["deep"]
+
+
 def test_a_list_names_scans_relative_to_itself(tmp_path):
     save_scan(tmp_path / "scans" / "a.ply")
     listed = tmp_path / "list.txt"
@@ -446,7 +453,7 @@ def test_the_page_shows_what_is_there(tmp_path):
 @pytest.mark.parametrize(
     "record",
     [
-        "no JSON", "[]", '{"steps": 3}', '{"steps": [7, {"name": 3}]}',
+        "no JSON", "[]", "[" * 100_000, '{"steps": 3}', '{"steps": [7, {"name": 3}]}',
         '{"steps": [{"name": "fill", "seconds": "long", "warnings": [{"text": "a"}, "b"]}]}',
     ],
 )  # fmt: skip

@@ -137,6 +137,6 @@ def read_json(path: Path) -> dict[str, Any]:
     """The values in a file; none where it is not there or none can be read."""
     try:
         values = json.loads(path.read_text(encoding="utf-8"))
-    except (OSError, ValueError):
+    except (OSError, ValueError, RecursionError):
         return {}
     return values if isinstance(values, dict) else {}

@@ -3,18 +3,17 @@
 from __future__ import annotations
 
 import hashlib
-import json
 import os
 import re
 from collections import Counter
 from collections.abc import Iterable, Iterator, Sequence
 from dataclasses import asdict, dataclass
 from pathlib import Path
-from typing import Any
 
 from .. import _core
 from .._calls import call
 from .._errors import InputError
+from ._places import read_json
 
 PathLike = str | os.PathLike[str]
 ScansLike = PathLike | Sequence[PathLike]
@@ -145,12 +144,7 @@ def _is_of_frames(file: Path) -> bool:
 
 def _describes_frames(file: Path) -> bool:
     """Whether a file lists depth images or describes text frames."""
-    try:
-        values: Any = json.loads(file.read_text(encoding="utf-8"))
-    except (OSError, ValueError):
-        return False
-    if not isinstance(values, dict):
-        return False
+    values = read_json(file)
     views = values.get("views")
     listed = views if isinstance(views, list) else []
     has_depths = any(isinstance(view, dict) and "depth" in view for view in listed)
