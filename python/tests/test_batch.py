@@ -9,6 +9,7 @@ import threading
 import time
 from collections import deque
 from contextlib import contextmanager, nullcontext
+from dataclasses import replace
 from pathlib import Path
 
 import algorithmveld as veld
@@ -271,6 +272,16 @@ def test_names_of_files_may_be_of_any_bytes(tmp_path):
     assert listed["scans"][0]["source"] == str(folder / os.fsdecode(b"cup\xe9.ply"))
     assert str(folder / os.fsdecode(b"x\xe9.ply")) in listed["failures"][0]["reason"]
     assert "cup\\udce9.ply" in (folder / "out" / "index.html").read_text()
+
+
+def test_a_long_name_is_cut_between_characters(tmp_path):
+    """Names of files are counted in bytes. No folder of a result can have one of 301."""
+    long = save_scan(tmp_path / ("\u6d4b" * 50) / ("x" + "\u91cf" * 49) / "cup.ply")
+    [name] = found([long, save_scan(tmp_path / "cup.ply")]).keys() - {"cup"}
+    assert name == "\u6d4b" * 50 + "-x" + "\u91cf" * 9
+    [scan] = find_scans([long, tmp_path / "cup.ply"], tmp_path / "out", None, None)[:1]
+    state = take_all(replace(job_of(long, tmp_path / "out"), scan=scan))
+    assert state == State(key=state.key, is_there=True)
 
 
 def test_recipes_that_mean_the_same_find_the_same_results(tmp_path):

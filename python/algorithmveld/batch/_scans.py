@@ -23,6 +23,7 @@ CLOUDS = {".xyz", ".asc"}
 PHOTO_FOLDERS = ("photos", "photographs", "images")
 RUN_RECORD = "run.json"
 BLOCK = 1 << 20
+NAME_BYTES = 180  # of the 255 that a file's name can have; a key follows
 
 
 @dataclass(frozen=True)
@@ -206,4 +207,4 @@ def _names(paths: Iterable[Path], root: Path) -> list[str]:
 def _name(path: Path) -> str:
     text = "-".join(part for part in path.parts if part != "..")
     safe = "".join(c if c.isalnum() or c in "-_." else "_" for c in text).lstrip(".")
-    return safe[:100] or "scan"
+    return safe.encode()[:NAME_BYTES].decode(errors="ignore") or "scan"
