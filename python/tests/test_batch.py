@@ -19,7 +19,7 @@ from algorithmveld import batch
 from algorithmveld.batch import __main__ as command
 from algorithmveld.batch import _run, _scheduler
 from algorithmveld.batch._page import write_summary
-from algorithmveld.batch._places import Places
+from algorithmveld.batch._places import Places, write_json
 from algorithmveld.batch._results import result_at
 from algorithmveld.batch._scans import Scan, content_of, find_scans, sizes_of
 from algorithmveld.batch._tasks import Job, State, look, take_step
@@ -240,6 +240,48 @@ def test_linked_folders_are_looked_into_once(tmp_path):
     assert list(found(tmp_path / "scans")) == ["day-cup"]
 
 
+def locking(monkeypatch, locked):
+    """Makes a folder one that cannot be read, also by those who can read all."""
+    usual = os.scandir
+
+    def scandir(path):
+        if Path(path) == locked:
+            raise PermissionError(13, "Permission denied", os.fspath(path))
+        return usual(path)
+
+    monkeypatch.setattr(os, "scandir", scandir)
+
+
+def test_a_folder_that_cannot_be_read_is_a_scan_that_failed(tmp_path, monkeypatch):
+    save_scan(tmp_path / "a.ply")
+    locked = tmp_path / "day 1"
+    save_scan(locked / "cup.ply")
+    reason = f"{locked}: cannot be read: Permission denied"
+    with monkeypatch.context() as patch:
+        locking(patch, locked)
+        scans = found(tmp_path)
+        assert scans.keys() == {"a", "day_1"}
+        assert sizes_of(scans["day_1"]) == (0, 0)
+        state = take_all(replace(job_of(locked, tmp_path / "out"), scan=scans["day_1"]))
+        assert state.reason == reason
+        assert not state.may_do_elsewhere
+        locking(patch, tmp_path)
+        with pytest.raises(veld.InputError, match="cannot be read: Permission denied"):
+            found(tmp_path)
+
+
+def test_a_folder_that_can_be_read_again_is_no_failure_any_more(tmp_path, monkeypatch):
+    locked = tmp_path / "scans" / "day 1"
+    save_scan(locked / "cup.ply")
+    places = Places(tmp_path / "out")
+    places.make()
+    write_json(places.failure(str(locked)), {"name": "day_1"})
+    monkeypatch.setattr(_run, "connected", lambda *arguments: nullcontext(StandIn()))
+    monkeypatch.setattr(_run._Driver, "go", lambda self, jobs: [])
+    batch.run(RECIPE, tmp_path / "scans", tmp_path / "out")
+    assert list(places.hidden.iterdir()) == []
+
+
 def test_a_folder_of_scans_is_not_that_of_the_results(tmp_path):
     (tmp_path / "cameras.json").write_text('{"views": [{"depth": "0.png"}]}')
     for given in (tmp_path, [tmp_path], [tmp_path / "cameras.json"]):
@@ -388,7 +430,7 @@ def test_a_lock_goes_with_its_process(tmp_path):
     places.make()
     code = f"""
 import time
-from algorithmveld.batch._places import Places
+from algorithmveld.batch._places import Places, write_json
 with Places({str(tmp_path)!r}).lock("a"):
     print("held", flush=True)
     time.sleep(60)

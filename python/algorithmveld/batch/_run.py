@@ -18,7 +18,7 @@ from .._run import RecipeLike, check_recipe
 from ._page import write_summary
 from ._places import Places, write_json
 from ._results import BatchResult, ScanResult, result_at
-from ._scans import PathLike, ScansLike, find_scans, sizes_of
+from ._scans import PathLike, Scan, ScansLike, find_scans, sizes_of
 from ._scheduler import MemoryLike, Scheduler, connected, lost, need_dask
 from ._tasks import Job, State, look, take_step
 
@@ -96,6 +96,7 @@ def run(
     places = Places(Path(out).absolute())
     found = find_scans(scans, places.out, markers, photos)
     places.make()
+    _forget_troubles(places, found)
     batch = uuid.uuid4().hex
     try:
         with connected(scheduler, workers, memory_limit, say) as there:
@@ -119,6 +120,12 @@ def _checked(recipe: RecipeLike) -> dict[str, Any]:
     if recipe is None:
         raise InputError("a batch needs a recipe; algorithmveld.usual_recipe() gives one")
     return check_recipe(recipe)
+
+
+def _forget_troubles(places: Places, found: list[Scan]) -> None:
+    """Takes the notes away on folders that could not be read and now can, for scans are in them."""
+    for folder in {folder for scan in found for folder in Path(scan.source).parents}:
+        places.failure(os.fspath(folder)).unlink(missing_ok=True)
 
 
 class _Driver:

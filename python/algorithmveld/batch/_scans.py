@@ -34,12 +34,18 @@ class Scan:
     source: str
     markers: str | None = None
     photos: str | None = None
+    trouble: str = ""
+    """Why nobody can know what is in it; empty where that is not so."""
 
 
 def find_scans(
     given: ScansLike, out: Path, markers: PathLike | None, photos: PathLike | None
 ) -> list[Scan]:
-    """The scans in a folder and in the folders within it, in a list file, or those of a list."""
+    """The scans in a folder and in the folders within it, in a list file, or those of a list.
+
+    A folder that cannot be read is one of them, so that it is told and stops no other.
+    """
+    troubles: dict[Path, str] = {}
     if not isinstance(given, (str, os.PathLike)):
         paths = [Path(path) for path in given]
         root = Path(os.path.commonpath([p.absolute().parent for p in paths])) if paths else Path()
@@ -49,7 +55,7 @@ def find_scans(
             raise InputError(f"{root}: no such file or folder")
         if root.is_dir():
             _refuse_as_scan(root, out)
-            paths = list(_scans_in(root, out.resolve()))
+            paths = list(_scans_in(root, out.resolve(), troubles))
         else:
             paths = _listed(root) or [root]
             root = root.parent
@@ -58,7 +64,13 @@ def find_scans(
     for path in paths:
         _refuse_as_scan(path, out)
     return [
-        Scan(name, os.fspath(path.absolute()), _of(markers, name, path), _of(photos, name, path))
+        Scan(
+            name,
+            os.fspath(path.absolute()),
+            _of(markers, name, path),
+            _of(photos, name, path),
+            troubles.get(path, ""),
+        )
         for name, path in zip(_names(paths, root.absolute()), paths, strict=True)
     ]
 
@@ -95,6 +107,8 @@ def content_of(scan: Scan, with_photos: bool) -> str:
 
 def sizes_of(scan: Scan) -> tuple[int, int]:
     """The bytes of a scan and of its photographs. The step that reads them tells of errors."""
+    if scan.trouble:
+        return 0, 0
     try:
         files = files_of(scan)
         scan_bytes, photo_bytes = (
@@ -113,9 +127,12 @@ def _of(pattern: PathLike | None, name: str, path: Path) -> str | None:
     return os.fspath(Path(filled.replace("{folder}", os.fspath(folder))).absolute())
 
 
-def _scans_in(root: Path, out: Path) -> Iterator[Path]:
+def _scans_in(root: Path, out: Path, troubles: dict[Path, str]) -> Iterator[Path]:
+    def note(error: OSError) -> None:
+        troubles[Path(error.filename)] = f"{error.filename}: cannot be read: {error.strerror}"
+
     seen = {out}  # a link may lead back to where it lies
-    for folder, folders, names in os.walk(root, followlinks=True):
+    for folder, folders, names in os.walk(root, followlinks=True, onerror=note):
         here = Path(folder)
         if here.resolve() in seen or (RUN_RECORD in names and here != root):
             folders.clear()
@@ -128,6 +145,9 @@ def _scans_in(root: Path, out: Path) -> Iterator[Path]:
             yield here
         else:
             yield from (file for file in files if file.suffix.lower() in MESHES | CLOUDS)
+    if root in troubles:
+        raise InputError(troubles[root])
+    yield from troubles
 
 
 def _refuse_as_scan(path: Path, out: Path) -> None:

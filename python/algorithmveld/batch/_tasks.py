@@ -128,6 +128,8 @@ def address() -> str:
 @_noting_failure
 def _look(state: State, job: Job) -> State:
     check_version(job.version)
+    if job.scan.trouble:
+        raise veld.InputError(job.scan.trouble)
     if not Path(job.scan.source).exists():
         raise veld.InputError(f"{job.scan.source}: no such file or folder")
     given = json.dumps(
