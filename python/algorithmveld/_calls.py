@@ -5,8 +5,9 @@ from __future__ import annotations
 import os
 import sys
 import warnings
-from collections.abc import Callable
-from contextlib import AbstractContextManager, nullcontext
+from collections.abc import Callable, Iterable, Iterator
+from contextlib import AbstractContextManager, contextmanager, nullcontext
+from contextvars import ContextVar
 from types import FrameType, TracebackType
 from typing import Any, TypedDict, TypeVar
 
@@ -111,15 +112,39 @@ def _warning(running: _core.Call, work: Callable[[], Answer]) -> Answer:
 
 def _warn_of(raw: list[_core.RawWarning]) -> Exception | None:
     """Warns of all, and gives the first that was made an error."""
-    first = None
-    for warning in raw:
-        error = warn(VeldWarning(warning.code, warning.about, warning.text, warning.setting))
-        first = first or error
-    return first
+    return warn_of_all(
+        VeldWarning(warning.code, warning.about, warning.text, warning.setting) for warning in raw
+    )
+
+
+_gathered: ContextVar[list[VeldWarning] | None] = ContextVar("gathered", default=None)
+
+
+@contextmanager
+def gathering_warnings() -> Iterator[list[VeldWarning]]:
+    """Gives what the calls of this thread warn of meanwhile, in place of Python's warnings.
+
+    These are of the whole process: what a thread asks of them, all others get.
+    """
+    gathered: list[VeldWarning] = []
+    before = _gathered.set(gathered)
+    try:
+        yield gathered
+    finally:
+        _gathered.reset(before)
+
+
+def warn_of_all(messages: Iterable[VeldWarning]) -> Exception | None:
+    """Warns of all, and gives the first that was made an error."""
+    errors = [error for message in messages if (error := warn(message))]
+    return errors[0] if errors else None
 
 
 def warn(message: VeldWarning) -> Exception | None:
     """Warns at the host's line. Gives what comes of it where the host makes warnings errors."""
+    if (gathered := _gathered.get()) is not None:
+        gathered.append(message)
+        return None
     frame: FrameType | None = sys._getframe()
     level = 0
     while frame is not None and _is_own(frame):

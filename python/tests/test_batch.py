@@ -7,7 +7,9 @@ import subprocess
 import sys
 import threading
 import time
+import warnings
 from collections import deque
+from concurrent.futures import ThreadPoolExecutor
 from contextlib import contextmanager, nullcontext
 from dataclasses import replace
 from pathlib import Path
@@ -15,7 +17,7 @@ from pathlib import Path
 import algorithmveld as veld
 import numpy as np
 import pytest
-from algorithmveld import batch
+from algorithmveld import _calls, batch
 from algorithmveld.batch import __main__ as command
 from algorithmveld.batch import _run, _scheduler
 from algorithmveld.batch._page import write_summary
@@ -377,6 +379,46 @@ def test_tasks_give_the_bytes_of_one_run(tmp_path):
     assert [step["name"] for step in result_at(Places(tmp_path / "out"), state.key, "").steps] == [
         "merge", "clean", "fill",
     ]  # fmt: skip
+
+
+class Interleaved:
+    """A step that warns, taken by two threads of which the one that begins first ends first."""
+
+    def __init__(self):
+        self._inside = [threading.Event() for _ in range(2)]
+        self._go_on = [threading.Event() for _ in range(2)]
+
+    def enter(self, number):
+        self._inside[number].set()
+        assert self._go_on[number].wait(60)
+        _calls.warn(veld.VeldWarning("MESH_MENDED", f"mesh {number}", "mended", ""))
+
+    def take(self, task):
+        """What `task(number)` gave in each thread."""
+        with ThreadPoolExecutor(2) as pool:
+            answers = []
+            for number, inside in enumerate(self._inside):
+                answers.append(pool.submit(task, number))
+                assert inside.wait(60)
+            for answer, go_on in zip(answers, self._go_on, strict=True):
+                go_on.set()
+                answer.result(60)
+        return [answer.result() for answer in answers]
+
+
+@pytest.mark.filterwarnings("error")
+def test_threads_of_a_worker_leave_the_warnings_of_the_process_alone(tmp_path, monkeypatch):
+    steps = Interleaved()
+    before = list(warnings.filters)
+    jobs = [
+        job_of(save_scan(tmp_path / f"{number}.ply", 9 + number), tmp_path / "out")
+        for number in range(2)
+    ]
+    states = [look(job) for job in jobs]
+    monkeypatch.setattr(veld, "run", lambda scan, *of, **options: steps.enter(int(Path(scan).stem)))
+    taken = steps.take(lambda number: take_step(states[number], jobs[number], 1))
+    assert taken == states
+    assert warnings.filters == before
 
 
 def steps_done(out):

@@ -5,6 +5,7 @@ import json
 import os
 import shutil
 import signal
+import warnings
 
 import algorithmveld as veld
 import dask
@@ -13,9 +14,10 @@ from algorithmveld import _core, batch
 from algorithmveld.batch import _tiles
 from algorithmveld.batch import tiles as command
 from algorithmveld.batch._places import Places
+from algorithmveld.batch._tile_tasks import TileJob, take_tile_step
 from distributed import Client, LocalCluster, WorkerPlugin
 from scans import sphere_frames
-from test_batch import save_photo
+from test_batch import Interleaved, save_photo
 from test_batch_cluster import Background, executing, wait_for
 
 DIVISION = {"tile_points": 3000, "tile_margin": 12.0, "max_hole_edges": 12}
@@ -273,6 +275,27 @@ def test_a_step_that_fails_everywhere_ends_the_merge_with_its_reason(client, sca
     assert not (tmp_path / "mesh.ply").exists()
     run(client, scan, tmp_path)
     assert (tmp_path / "mesh.ply").read_bytes() == alone
+
+
+def tile_job(tmp_path):
+    return TileJob(str(tmp_path), str(tmp_path), "mesh.ply", {}, 1, veld.__version__)
+
+
+@pytest.mark.filterwarnings("error")
+def test_each_thread_of_a_worker_gets_the_warnings_of_its_own_tile(tmp_path, monkeypatch):
+    steps = Interleaved()
+    before = list(warnings.filters)
+
+    def thin_tile(folder, tile, **options):
+        steps.enter(tile)
+        return veld.Result({"seconds": 0.0})
+
+    monkeypatch.setattr(veld, "thin_tile", thin_tile)
+    answers = steps.take(lambda tile: take_tile_step(tile_job(tmp_path), "thin", tile))
+    assert [[one.about for one in answer.warnings] for answer in answers] == [
+        ["mesh 0"], ["mesh 1"],
+    ]  # fmt: skip
+    assert warnings.filters == before
 
 
 def killer_of(tile):

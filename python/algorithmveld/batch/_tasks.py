@@ -8,7 +8,6 @@ import os
 import socket
 import tempfile
 import time
-import warnings
 from collections.abc import Callable
 from contextlib import suppress
 from dataclasses import dataclass, replace
@@ -20,6 +19,7 @@ import numpy as np
 
 import algorithmveld as veld
 
+from .._calls import gathering_warnings
 from ._places import RECORD, Places, read_json, write_json
 from ._scans import RUN_RECORD, Scan, content_of
 
@@ -185,8 +185,7 @@ def _run_until(number: int, state: State, job: Job) -> None:
         if len(lines) == number + 1 and number < len(job.steps):  # the first is on the scan itself
             cancel.cancel()
 
-    with warnings.catch_warnings(), suppress(veld.Cancelled):
-        warnings.simplefilter("ignore", veld.VeldWarning)  # they are in the record
+    with gathering_warnings(), suppress(veld.Cancelled):  # they are in the record
         veld.run(
             job.scan.source,
             places.work(state.key),

@@ -4,13 +4,13 @@ from __future__ import annotations
 
 import os
 import socket
-import warnings
 from collections.abc import Callable
 from dataclasses import dataclass, field
 from typing import Any
 
 import algorithmveld as veld
 
+from .._calls import gathering_warnings
 from ._places import Places
 from ._tasks import address, check_version, reason_of
 
@@ -85,11 +85,9 @@ def _take(job: TileJob, step: str, tile: int) -> Answer:
     places.make()
     name = f"{step}-{tile:05}"
     # A worker that was held to be lost may still be at work.
-    with places.lock(name), warnings.catch_warnings(record=True) as caught:
-        warnings.simplefilter("always", veld.VeldWarning)
+    with places.lock(name), gathering_warnings() as told:
         values = STEPS[step](job, tile).to_dict()
     if not values.get("found"):
         who = f"{socket.gethostname()}:{os.getpid()}"
         places.log(f"{who} {name} {values['seconds']:.2f} s")
-    told = [one.message for one in caught if isinstance(one.message, veld.VeldWarning)]
     return Answer(values, told)
