@@ -3,21 +3,23 @@
 import itertools
 import json
 import os
+import pickle
 import shutil
 import signal
 import warnings
+from dataclasses import replace
 
 import algorithmveld as veld
 import dask
 import pytest
-from algorithmveld import _core, batch
+from algorithmveld import _calls, _core, batch
 from algorithmveld.batch import _tiles
 from algorithmveld.batch import tiles as command
 from algorithmveld.batch._places import Places
 from algorithmveld.batch._tile_tasks import TileJob, take_tile_step
 from distributed import Client, LocalCluster, WorkerPlugin
 from scans import sphere_frames
-from test_batch import Interleaved, save_photo
+from test_batch import Interleaved, StandIn, save_photo
 from test_batch_cluster import Background, executing, wait_for
 
 DIVISION = {"tile_points": 3000, "tile_margin": 12.0, "max_hole_edges": 12}
@@ -296,6 +298,42 @@ def test_each_thread_of_a_worker_gets_the_warnings_of_its_own_tile(tmp_path, mon
         ["mesh 0"], ["mesh 1"],
     ]  # fmt: skip
     assert warnings.filters == before
+
+
+def failing_thin_tile(folder, tile, **options):
+    _calls.warn(veld.VeldWarning("MESH_MENDED", "tile", "mended", ""))
+    raise OSError(28, "No space left on device", "/a/disk")
+
+
+class Done(StandIn):
+    """A future with an answer."""
+
+    status = "finished"
+
+    def __init__(self, answer):
+        self._answer = answer
+
+    def exception(self):
+        return None
+
+    def result(self):
+        return self._answer
+
+
+def test_what_a_step_that_fails_warned_of_is_told_before_its_reason(tmp_path, monkeypatch):
+    monkeypatch.setattr(veld, "thin_tile", failing_thin_tile)
+    answer = take_tile_step(tile_job(tmp_path), "thin", 0)
+    answer = pickle.loads(pickle.dumps(answer))  # as it comes from a worker
+    lines = []
+    driver = _tiles._Driver(StandIn("worker"), tile_job(tmp_path), lines.append)
+    with (
+        pytest.warns(veld.VeldWarning, match="tile: mended"),
+        pytest.raises(veld.OperationError, match="/a/disk: No space left"),
+    ):
+        driver._take("thin", Done(replace(answer, worker="worker")), _tiles._Attempt(0, 0), 1)
+    again = driver._take("thin", Done(answer), _tiles._Attempt(0, 0), 1)  # where it may do better
+    assert [attempt.without for attempt in again] == [""]
+    assert lines == []
 
 
 def killer_of(tile):

@@ -71,23 +71,24 @@ STEPS: dict[str, Callable[[TileJob, int], veld.Result]] = {
 
 def take_tile_step(job: TileJob, step: str, tile: int) -> Answer:
     """Takes a step. What is there of it already is not made again."""
-    try:
-        return _take(job, step, tile)
-    except veld.Error as error:
-        return Answer(error=error, worker=address())
-    except Exception as error:
-        return Answer(error=veld.OperationError(reason_of(error)), worker=address())
+    with gathering_warnings() as told:
+        try:
+            return Answer(_take(job, step, tile), told)
+        except veld.Error as error:
+            return Answer(warnings=told, error=error, worker=address())
+        except Exception as error:
+            reason = reason_of(error)
+            return Answer(warnings=told, error=veld.OperationError(reason), worker=address())
 
 
-def _take(job: TileJob, step: str, tile: int) -> Answer:
+def _take(job: TileJob, step: str, tile: int) -> dict[str, Any]:
     check_version(job.version)
     places = Places(job.folder)
     places.make()
     name = f"{step}-{tile:05}"
-    # A worker that was held to be lost may still be at work.
-    with places.lock(name), gathering_warnings() as told:
+    with places.lock(name):  # a worker that was held to be lost may still be at work
         values = STEPS[step](job, tile).to_dict()
     if not values.get("found"):
         who = f"{socket.gethostname()}:{os.getpid()}"
         places.log(f"{who} {name} {values['seconds']:.2f} s")
-    return Answer(values, told)
+    return values

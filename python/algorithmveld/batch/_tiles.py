@@ -12,7 +12,7 @@ from pathlib import Path
 from typing import TYPE_CHECKING, Any
 
 from .. import _core
-from .._calls import call, warn
+from .._calls import call, warn_of_all
 from .._core import VERSION
 from .._documents import with_settings
 from .._errors import InputError, OperationError
@@ -205,13 +205,12 @@ class _Driver:
             others = self._scheduler.workers(now=True).keys() - {answer.worker}
             if others:
                 return [replace(attempt, without=answer.worker)]
-        if answer.error is not None:
-            raise answer.error
-        self._answers[attempt.tile] = answer.values
-        self._say(self._line(step, attempt.tile, answer.values, count))
-        for warning in answer.warnings:
-            if error := warn(warning):
-                raise error
+        if answer.error is None:
+            self._answers[attempt.tile] = answer.values
+            self._say(self._line(step, attempt.tile, answer.values, count))
+        refused = warn_of_all(answer.warnings)
+        if error := answer.error or refused:
+            raise error
         return []
 
     def _answer_of(self, step: str, future: Future[Any], attempt: _Attempt) -> Answer | None:
