@@ -475,6 +475,34 @@ def test_the_command_merges_and_tells(client, scan, alone, tmp_path, capsys):
     assert command.main([str(scan)]) == 1
 
 
+@pytest.mark.parametrize(
+    ("name", "step"), [("piece-000000.rge", "thin"), ("thin.json", "merge"), ("mesh.tile", "join")]
+)
+def test_a_damaged_file_of_a_tile_is_wrong_for_every_worker(
+    scan, tmp_path, monkeypatch, capsys, name, step
+):
+    """So it ends with the status that the help tells for what is wrong."""
+    job = TileJob(str(scan), str(tmp_path), str(tmp_path / "m.ply"), DIVISION, 1, veld.__version__)
+    tiles = len(take_tile_step(job, "plan", 0).values["tiles"])
+    for before in ["thin", "merge"][: ["thin", "merge", "join"].index(step)]:
+        for tile in range(tiles):
+            assert take_tile_step(job, before, tile).error is None
+    (tmp_path / "tile-00000" / name).write_text("damaged")
+    answer = take_tile_step(job, step, 0)
+    assert name in str(answer.error)
+    assert not answer.may_do_elsewhere
+
+    def refuse(*arguments, **options):
+        raise answer.error
+
+    monkeypatch.setattr(command, "merge_in_tiles", refuse)
+    arguments = [str(scan), "-o", str(tmp_path / "m.ply"), "--work", str(tmp_path)]
+    assert command.main(arguments) == 1
+    assert name in capsys.readouterr().err
+    assert command.main(["--help"]) == 0
+    assert "1\nwhere the scan, the arguments or a file in DIR are wrong" in capsys.readouterr().out
+
+
 def test_a_cluster_of_its_own_does_the_same(scan, alone, tmp_path):
     batch.merge_in_tiles(scan, tmp_path / "mesh.ply", tmp_path / "work", workers=2, **DIVISION)
     assert (tmp_path / "mesh.ply").read_bytes() == alone

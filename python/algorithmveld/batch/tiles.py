@@ -22,7 +22,8 @@ EXAMPLE = """example:
   python -m algorithmveld.batch.tiles scans/hall -o hall.ply --work tiles --workers 3
 
 Started again with the same folder for its work it does only what is missing. The exit status is 1
-where the scan or the arguments are wrong, 2 where a step failed or the scheduler was lost."""
+where the scan, the arguments or a file in DIR are wrong, 2 where a step failed otherwise or the
+scheduler was lost."""
 
 
 def _parser() -> argparse.ArgumentParser:
