@@ -19,7 +19,8 @@ import numpy as np
 import pytest
 from algorithmveld import _calls, batch
 from algorithmveld.batch import __main__ as command
-from algorithmveld.batch import _run, _scheduler
+from algorithmveld.batch import _driver, _run, _scheduler
+from algorithmveld.batch._driver import Attempt
 from algorithmveld.batch._page import write_summary
 from algorithmveld.batch._places import Places, write_json
 from algorithmveld.batch._results import result_at
@@ -310,7 +311,9 @@ def test_names_of_files_may_be_of_any_bytes(tmp_path):
         path.touch()
         job = job_of(path, folder / "out", pictures=True)
         state = take_all(job)
-        _run._Driver(StandIn(), Places(job.out), lambda line: None)._note(state, job)
+        _run._Driver(StandIn(), Places(job.out), lambda line: None)._note(
+            state, _run._Chain(job, 0, 0, 0)
+        )
     write_summary(Places(folder / "out"))
     listed = json.loads((folder / "out" / "batch.json").read_text())
     assert listed["scans"][0]["source"] == str(folder / os.fsdecode(b"cup\xe9.ply"))
@@ -577,7 +580,7 @@ def test_a_full_disk_takes_no_result_away(tmp_path, monkeypatch):
     lines = []
     driver = _run._Driver(StandIn(), Places(job.out), lines.append)
     monkeypatch.setattr(_run, "write_json", on_full_disk)
-    driver._note(State(reason="no mesh"), job)
+    driver._note(State(reason="no mesh"), _run._Chain(job, 0, 0, 0))
     assert [scan.reason for scan in driver._results] == ["no mesh"]
     assert "No space left" in lines[-1]
 
@@ -649,10 +652,10 @@ class StandIn:
 def test_a_scan_does_not_wait_for_workers_that_are_no_more(
     monkeypatch, there, restart, is_taken_back
 ):
-    monkeypatch.setattr(_run, "RESTART", restart)
+    monkeypatch.setattr(_driver, "RESTART", restart)
     driver = _run._Driver(StandIn(*there), None, None)
     job = job_of(Path("/scan.ply"), "/out")
-    attempt = _run._Attempt(job, 0, 0, 0, without="bad", allowed=frozenset({"good"}))
+    attempt = Attempt(_run._Chain(job, 0, 0, 0), without="bad", allowed=frozenset({"good"}))
     future, waiting = StandIn(), deque()
     running = {future: attempt}
     assert driver._take_back(running, waiting) == is_taken_back

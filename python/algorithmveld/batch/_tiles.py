@@ -5,9 +5,8 @@ from __future__ import annotations
 import os
 import time
 import uuid
-from collections import deque
-from collections.abc import Callable, Sequence
-from dataclasses import dataclass, replace
+from collections.abc import Sequence
+from dataclasses import dataclass
 from pathlib import Path
 from typing import TYPE_CHECKING, Any
 
@@ -17,9 +16,9 @@ from .._core import VERSION
 from .._documents import with_settings
 from .._errors import InputError, OperationError
 from .._tiles import TILE_MARGIN, TILE_POINTS, TiledMergeResult
-from ._run import LEAST_MEMORY, PAUSE, SCAN_FACTOR
+from ._driver import LEAST_MEMORY, SCAN_FACTOR, Driver
 from ._scans import PathLike
-from ._scheduler import MemoryLike, Scheduler, connected, lost, need_dask
+from ._scheduler import MemoryLike, Scheduler, Tell, connected, need_dask
 from ._tile_tasks import Answer, TileJob, take_tile_step
 
 if TYPE_CHECKING:
@@ -30,17 +29,18 @@ if TYPE_CHECKING:
 
 # Bytes for each sample of a tile and its margin. By measuring a step takes 200 to 270.
 POINT_MEMORY = 400
-Tell = Callable[[str], Any]
 
 
 @dataclass(frozen=True)
-class _Attempt:
+class _Step:
+    """One step of one tile."""
+
+    name: str
     tile: int
     memory: int
-    without: str = ""
-    """The worker on which it failed."""
-    was_lost: bool = False
-    """Whether it was lost together with its worker, and now runs alone."""
+
+    def __str__(self) -> str:
+        return f"{self.name} tile {self.tile}" if self.name in ("thin", "merge") else self.name
 
 
 @with_settings("merge")
@@ -122,15 +122,14 @@ def _check_files(source: Path, output: Path) -> int:
     return LEAST_MEMORY + SCAN_FACTOR * (sum(sizes) if at_once else max(sizes, default=0))
 
 
-class _Driver:
+class _Driver(Driver[_Step, Answer]):
     """Gives the steps of all tiles to the scheduler, one kind behind the other."""
 
     def __init__(self, scheduler: Scheduler, job: TileJob, say: Tell) -> None:
-        self._scheduler = scheduler
+        super().__init__(scheduler, say)
         self._job = job
-        self._say = say
         self._answers: dict[int, dict[str, Any]] = {}
-        self._lost: list[_Attempt] = []
+        self._count = 0
 
     def go(self, plan_memory: int) -> tuple[dict[str, Any], list[dict[str, Any]], dict[str, Any]]:
         """The plan, what became of each tile, and the mesh."""
@@ -149,103 +148,50 @@ class _Driver:
             join,
         )
 
-    def _take_all(self, step: str, needs: Sequence[int]) -> list[dict[str, Any]]:
+    def _take_all(self, name: str, needs: Sequence[int]) -> list[dict[str, Any]]:
         self._answers = {}
-        waiting = deque(_Attempt(tile, memory) for tile, memory in enumerate(needs))
-        self._run(step, waiting, len(needs), len(needs))
-        # A tile that takes its worker down takes others with it: alone, each tells for itself.
-        lost, self._lost = self._lost, []
-        again = deque(replace(attempt, was_lost=True) for attempt in lost)
-        self._run(step, again, 1, len(needs))
+        self._count = len(needs)
+        self._do_all([_Step(name, tile, memory) for tile, memory in enumerate(needs)])
         return [self._answers[tile] for tile in range(len(needs))]
 
-    def _run(self, step: str, waiting: deque[_Attempt], most: int, count: int) -> None:
-        from distributed import as_completed
-
-        running: dict[Future[Any], _Attempt] = {}
-        completed = as_completed(loop=self._scheduler.client.loop)
-        with self._scheduler.cancelling(running), self._scheduler.telling_of_loss():
-            while waiting or running:
-                while waiting and len(running) < most:
-                    attempt = waiting.popleft()
-                    future = self._submit(step, attempt)
-                    running[future] = attempt
-                    completed.add(future)
-                if completed.has_ready():
-                    future = next(completed)
-                    waiting.extendleft(self._take(step, future, running.pop(future), count))
-                else:
-                    self._scheduler.workers()  # tells where the scheduler is lost
-                    time.sleep(PAUSE)
-
-    def _submit(self, step: str, attempt: _Attempt) -> Future[Any]:
+    def _submit(self, work: _Step, options: dict[str, Any]) -> Future[Any]:
         """Large tiles come first, so that none is alone at the end."""
-        options: dict[str, Any] = {
-            "key": f"{step}-{attempt.tile:05}-{uuid.uuid4().hex}",
-            "pure": False,
-            "priority": attempt.memory,
-            "resources": self._scheduler.resources(attempt.memory),
-        }
-        if attempt.without:
-            others = self._scheduler.workers(now=True).keys() - {attempt.without}
-            # If these go before it has begun, any will do.
-            options.update(workers=sorted(others), allow_other_workers=True)
-        submit = self._scheduler.client.submit
-        return submit(take_tile_step, self._job, step, attempt.tile, **options)
+        return self._scheduler.client.submit(
+            take_tile_step,
+            self._job,
+            work.name,
+            work.tile,
+            key=f"{work.name}-{work.tile:05}-{uuid.uuid4().hex}",
+            pure=False,
+            priority=work.memory,
+            resources=self._scheduler.resources(work.memory),
+            **options,
+        )
 
-    def _take(
-        self, step: str, future: Future[Any], attempt: _Attempt, count: int
-    ) -> list[_Attempt]:
-        """Notes what a step gave, or gives how it is to be tried again."""
-        answer = self._answer_of(step, future, attempt)
-        if answer is None:
-            self._lost.append(attempt)
-            return []
-        if answer.may_do_elsewhere and not attempt.without:
-            others = self._scheduler.workers(now=True).keys() - {answer.worker}
-            if others:
-                return [replace(attempt, without=answer.worker)]
-        if answer.error is None:
-            self._answers[attempt.tile] = answer.values
-            self._say(self._line(step, attempt.tile, answer.values, count))
-        refused = warn_of_all(answer.warnings)
-        if error := answer.error or refused:
+    def _name(self, work: _Step, task: str) -> str:
+        return str(work)
+
+    def _note_failure(self, reason: str, work: _Step) -> None:
+        raise OperationError(reason)
+
+    def _note(self, given: Answer, work: _Step) -> None:
+        if given.error is None:
+            self._answers[work.tile] = given.values
+            self._say(self._line(work, given.values))
+        refused = warn_of_all(given.warnings)
+        if error := given.error or refused:
             raise error
-        return []
 
-    def _answer_of(self, step: str, future: Future[Any], attempt: _Attempt) -> Answer | None:
-        """None where its worker was lost, for the first time."""
-        from distributed import KilledWorker
-
-        if future.status in ("cancelled", "lost"):
-            raise lost()
-        error = future.exception()
-        if error is None:
-            answer: Answer = future.result()
-            return answer
-        if not isinstance(error, KilledWorker):
-            raise OperationError(f"{type(error).__name__}: {error}")
-        if attempt.was_lost:
-            raise OperationError(
-                f"{_name(step, attempt.tile)}: its worker was lost each time; it may need more "
-                "memory"
-            )
-        return None
-
-    def _line(self, step: str, tile: int, values: dict[str, Any], count: int) -> str:
+    def _line(self, work: _Step, values: dict[str, Any]) -> str:
         when = "there already" if values.get("found") else f"{values['seconds']:.1f} s"
-        done = f"{len(self._answers)}/{count} {_name(step, tile)}"
+        done = f"{len(self._answers)}/{self._count} {work}"
         what = {
             "plan": "{frames} frames, {points} samples, {n} tiles",
             "thin": "{points} samples, {overlap_removed} taken out",
             "merge": "{vertices} vertices, {faces} faces, {crossing} over seams",
             "join": "{vertices} vertices, {faces} faces",
-        }[step]
+        }[work.name]
         return f"{done}: {what.format(**values, n=len(values.get('tiles', [])))}, {when}"
-
-
-def _name(step: str, tile: int) -> str:
-    return f"{step} tile {tile}" if step in ("thin", "merge") else step
 
 
 def _result(
