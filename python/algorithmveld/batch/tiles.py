@@ -3,15 +3,13 @@
 from __future__ import annotations
 
 import argparse
-import json
-import logging
-import sys
 import warnings
 from typing import Any
 
-from .._errors import InputError, OperationError
+from .._errors import InputError
 from .._run import check_recipe
 from .._tiles import TILE_MARGIN, TILE_POINTS
+from ._command import add_common, carry_out, cluster_of, parser_of, say, show, start
 from ._tiles import merge_in_tiles
 
 DESCRIPTION = (
@@ -27,12 +25,7 @@ scheduler was lost."""
 
 
 def _parser() -> argparse.ArgumentParser:
-    parser = argparse.ArgumentParser(
-        prog="python -m algorithmveld.batch.tiles",
-        description=DESCRIPTION,
-        epilog=EXAMPLE,
-        formatter_class=argparse.RawDescriptionHelpFormatter,
-    )
+    parser = parser_of("algorithmveld.batch.tiles", DESCRIPTION, EXAMPLE)
     add = parser.add_argument
     add("scan", metavar="SCAN", help="frames of any kind, as veld merge takes them")
     add("-o", "--out", metavar="OUT", required=True, help="a .ply file for the mesh")
@@ -47,13 +40,7 @@ def _parser() -> argparse.ArgumentParser:
         help="width in spacings of what a tile sees around it (default: %(default).0f)",
     )  # fmt: skip
     add("--recipe", metavar="RECIPE", help="a JSON file whose merge has the settings")
-    add("--scheduler", metavar="ADDRESS", help="of Dask (default: a cluster on this machine)")
-    add("--workers", metavar="N", type=int, help="processes of that cluster (default: one a core)")
-    add(
-        "--memory-limit", metavar="SIZE",
-        help="of each of them, as 4GB (default: an equal share of all)",
-    )  # fmt: skip
-    add("--json", action="store_true", help="the result as one JSON object on standard output")
+    add_common(parser)
     return parser
 
 
@@ -69,50 +56,27 @@ def _settings(given: argparse.Namespace) -> dict[str, Any]:
     return settings if given.scale is None else {**settings, "scale": given.scale}
 
 
-def main(arguments: list[str] | None = None) -> int:
-    """Gives the exit status."""
-    parser = _parser()
-    try:
-        given = parser.parse_args(arguments)
-    except SystemExit as end:  # 2 of argparse is 1 here: the arguments are wrong
-        return 1 if end.code else 0
-    if given.scheduler and (given.workers or given.memory_limit):
-        return _fail("--workers and --memory-limit are for a cluster on this machine", 1)
-    try:
-        with warnings.catch_warnings():
-            warnings.showwarning = lambda message, *where: _say(f"warning: {message}")
-            result = merge_in_tiles(
-                given.scan,
-                given.out,
-                given.work,
-                scheduler=given.scheduler,
-                workers=given.workers,
-                memory_limit=given.memory_limit,
-                tile_points=given.tile_points,
-                tile_margin=given.tile_margin,
-                tell=_say,
-                **_settings(given),
-            )
-    except (InputError, ImportError, OSError) as error:
-        return _fail(str(error), 1)
-    except OperationError as error:
-        return _fail(str(error), 2)
-    except KeyboardInterrupt:
-        return _fail("stopped; a merge that is started again goes on", 130)
-    if given.json:
-        print(json.dumps(result.to_dict(), indent=2))
+def _work(given: argparse.Namespace) -> int:
+    with warnings.catch_warnings():
+        warnings.showwarning = lambda message, *where: say(f"warning: {message}")
+        result = merge_in_tiles(
+            given.scan,
+            given.out,
+            given.work,
+            **cluster_of(given),
+            tile_points=given.tile_points,
+            tile_margin=given.tile_margin,
+            tell=say,
+            **_settings(given),
+        )
+    show(given, result)
     return 0
 
 
-def _say(line: str) -> None:
-    print(line, file=sys.stderr, flush=True)
-
-
-def _fail(reason: str, status: int) -> int:
-    _say(f"error: {reason}")
-    return status
+def main(arguments: list[str] | None = None) -> int:
+    """Gives the exit status."""
+    return carry_out(_parser(), arguments, _work, "a merge")
 
 
 if __name__ == "__main__":
-    logging.disable(logging.ERROR)  # of Dask; one line tells the reason
-    sys.exit(main())
+    start(main)
