@@ -730,6 +730,21 @@ TEST(HoleFillingCore, VerboseStaysInTheLogSwitchAndFalsePrintsNothing)
     EXPECT_EQ(log.text(), "fill_holes_core() ..try to fill 0 holes\n");
 }
 
+TEST(HoleFillingCore, ALimitOnThePerimeterIsShownAndLeavesNoHoleOpen)
+{
+    for (bool const is_on : {false, true})
+    {
+        TriMesh mesh = veld_test::grid_with_hole(3);
+        HoleFillingCore filler;
+        filler.set_use_hole_perimeter_thr(is_on);
+        LogCapture const log;
+        EXPECT_EQ(fill(filler, mesh, inner_holes_of(mesh), 2, true).faces.size(), 1U);
+        EXPECT_EQ(log.count(is_on ? "  use hole perimeter thr:           1\n"
+                                  : "  use hole perimeter thr:           0\n"),
+                  1);
+    }
+}
+
 TEST(HoleFillingCore, ParametersAreShownLineByLine)
 {
     TriMesh mesh = veld_test::grid_with_hole(3);

@@ -1,4 +1,5 @@
 #include "algorithmVeld/TextureFusion/solve/RectangleSolve.h"
+#include "algorithmVeld/TextureFusion/solve/RectangleTasks.h"
 
 #include "algorithmVeld/TextureFusion/solve/sources/SourceField.h"
 #include "algorithmVeld/TextureFusion/solve/sources/SourceFit.h"
@@ -420,4 +421,20 @@ TEST(RectangleSolve, TheDirectSolverTellsItsPhases)
 }
 
 } // namespace
+TEST(RectangleTasks, WhatIsLargeBesideAllOthersComesFirstAndItsLinesInTheirOrder)
+{
+    auto const sorted = detail::large_first({10, 300000, 250000, 199999, 20});
+    EXPECT_EQ(sorted.order, (std::vector<std::size_t>{1, 2, 3, 4, 0}));
+    EXPECT_EQ(sorted.n_large, 2U);
+    EXPECT_DOUBLE_EQ(sorted.share, 550000.0 / 750029.0);
+    EXPECT_EQ(detail::large_first(std::vector<std::size_t>(5, 300000)).n_large, 0U)
+        << "none has a quarter of all";
+    EXPECT_EQ(detail::large_first({}).share, 0.0);
+
+    LogCapture const log;
+    detail::for_each_rectangle({10, 300000, 250000},
+                               [](std::size_t k) { detail::log("%d\n", static_cast<int>(k)); });
+    EXPECT_EQ(log.text(), "0\n1\n2\n");
+}
+
 } // namespace veld_test

@@ -322,6 +322,20 @@ TEST(FrameOverlap, FramesOfNothingButBadPointsStay)
     EXPECT_EQ(points_of(kept), 75U);
 }
 
+TEST(FrameOverlap, PointsComeBackOnlyWhereNoOtherFrameIsNearerThanTheGapFactorSays)
+{
+    std::vector<RangeData> const frames = {flat_frame(61, 81, 0.5F),
+                                           flat_frame(61, 81, 0.5F, Vector3f(20.25F, 0.25F, 0))};
+    auto const kept_with = [&](double gap_factor)
+    {
+        FrameOverlap operation;
+        operation.set_gap_factor(gap_factor);
+        return points_of(without_overlap(frames, operation));
+    };
+    EXPECT_GT(kept_with(0.0), kept_with(0.75));
+    EXPECT_GT(kept_with(0.7), kept_with(2.0)) << "the frames are 0.71 spacings apart";
+}
+
 TEST(FrameOverlap, SettingsThatAreNoNumbersTakeNothing)
 {
     std::vector<RangeData> const frames(2, flat_frame(20, 20, 0.5F));

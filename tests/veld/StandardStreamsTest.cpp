@@ -3,8 +3,12 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <thread>
 
 #if !defined(_WIN32)
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace
 {
@@ -155,6 +159,82 @@ TEST_F(StandardStreams, WaitingForInputCanBeStopped)
                                 "kill $writer; rm pipe; exit $status");
     EXPECT_EQ(stopped.status, 143);
     EXPECT_THAT(stopped.err, HasSubstr("stopped"));
+}
+
+/// A terminal that keeps what is written to it.
+class Terminal
+{
+public:
+    Terminal() : host_(posix_openpt(O_RDWR | O_NOCTTY))
+    {
+        if (host_ >= 0 && grantpt(host_) == 0 && unlockpt(host_) == 0)
+        {
+            name_ = ptsname(host_);
+            held_ = open(name_.c_str(), O_RDWR | O_NOCTTY);
+            reader_ = std::thread([this] { read_all(); });
+        }
+    }
+    Terminal(Terminal const&) = delete;
+    Terminal& operator=(Terminal const&) = delete;
+    ~Terminal()
+    {
+        if (reader_.joinable())
+        {
+            content();
+        }
+        close(host_);
+    }
+
+    /// Its device; empty where the system has none left.
+    std::string const& name() const { return name_; }
+
+    /// Hangs it up. What was written until then comes first.
+    std::string const& content()
+    {
+        if (reader_.joinable())
+        {
+            close(held_);
+            reader_.join();
+        }
+        return content_;
+    }
+
+private:
+    /// Ends with an error when no program has it open any more.
+    void read_all()
+    {
+        char bytes[1024];
+        for (auto n = read(host_, bytes, sizeof(bytes)); n > 0;
+             n = read(host_, bytes, sizeof(bytes)))
+        {
+            content_.append(bytes, static_cast<std::size_t>(n));
+        }
+    }
+
+    int host_;
+    int held_ = -1;
+    std::string name_;
+    std::string content_;
+    std::thread reader_;
+};
+
+TEST_F(StandardStreams, ATerminalIsToldTheProgressOnOneLineThatIsClearedInTheEnd)
+{
+    Terminal terminal;
+    ASSERT_FALSE(terminal.name().empty());
+    ASSERT_EQ(run("\"$veld\" fill mesh.ply -o filled.ply 2> " + terminal.name()).status, 0);
+    EXPECT_THAT(terminal.content(),
+                testing::AllOf(StartsWith("["), HasSubstr(" % "), HasSubstr("\r\033[K["),
+                               testing::EndsWith("\r\033[K")));
+    EXPECT_EQ(terminal.content().find('\n'), std::string::npos);
+}
+
+TEST_F(StandardStreams, ATerminalIsToldNoProgressWhereItIsToBeQuiet)
+{
+    Terminal terminal;
+    ASSERT_FALSE(terminal.name().empty());
+    ASSERT_EQ(run("\"$veld\" fill mesh.ply -o filled.ply --quiet 2> " + terminal.name()).status, 0);
+    EXPECT_EQ(terminal.content(), "");
 }
 
 } // namespace

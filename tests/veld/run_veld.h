@@ -107,7 +107,6 @@ public:
     std::string mesh() const { return file("mesh.ply"); }
 };
 
-/// Names of the files in a directory.
 /// The names of an object's keys.
 inline std::vector<std::string> keys_of(nlohmann::json const& object)
 {

@@ -1,5 +1,7 @@
 #include "workflow/workflow.h"
 
+#include "workflow/frames/FramePhoto.h"
+
 #include "tests/reconstruction/frames.h"
 #include "tests/workflow/reason_of.h"
 
@@ -102,6 +104,53 @@ TEST(AlignStep, NamesTheFrameThatOverlapsNone)
     EXPECT_EQ(heard.warnings[0].setting, "reach");
 }
 
+TEST(AlignStep, LeavesGroupsWhereTheyAreThatOverlapNoneBefore)
+{
+    auto set = hill_scans();
+    set.frames.push_back({"d", hilly_frame(900, 0, 40), veld::Sensor::UNKNOWN});
+    set.frames.push_back({"e", hilly_frame(915, 3, 40), veld::Sensor::UNKNOWN});
+    Heard heard;
+    auto const result = veld::align(set, {}, heard.context);
+    EXPECT_EQ(result.motions[3].fate, Fate::HELD);
+    EXPECT_EQ(result.poses[3].get_translation(), Vector3d::Zero());
+    ASSERT_EQ(heard.warnings.size(), 1U);
+    EXPECT_EQ(heard.warnings[0].about, "d");
+    EXPECT_THAT(heard.warnings[0].text, HasSubstr("overlap none of those before"));
+}
+
+TEST(AlignStep, PosesAreGivenToTheFramesAndTheirPhotographs)
+{
+    RigidMatrix from_global;
+    from_global.set_translation(Vector3d(-20, -20, 100));
+    auto const photo = std::make_shared<veld::FramePhoto>(
+        "photo.png", 40, 40, OrvaneAlgorithm::CameraInParam{100, 100, 19.5, 19.5}, from_global);
+    auto set = hill_scans();
+    photo->list_depths(set.frames[1].data, 100);
+    set.frames[1].photo = photo;
+    std::vector<RigidMatrix> poses;
+    for (auto const& frame : set.frames)
+    {
+        poses.push_back(frame.data.pose);
+    }
+    poses[1].set_translation(poses[1].get_translation() + Vector3d(50, 0, 0));
+    auto const moved = veld::posed(set, poses);
+    EXPECT_EQ(moved.frames[1].data.pose.get_translation(), poses[1].get_translation());
+    EXPECT_TRUE(moved.frames[1].photo->shows(Vector3f(70, 20, -9)));
+    EXPECT_FALSE(moved.frames[1].photo->shows(Vector3f(20, 20, -9)));
+    EXPECT_TRUE(photo->shows(Vector3f(20, 20, -9))) << "that of the frames that were given";
+}
+
+TEST(AlignStep, PosesHaveToBeOneForEachFrameAndRigid)
+{
+    std::vector<RigidMatrix> poses(2);
+    EXPECT_THAT(reason_of([&] { veld::posed(hill_scans(), poses); }),
+                HasSubstr("hills: has 2 poses for 3 frames"));
+    poses.resize(3);
+    poses[1].set_rotation(2.0 * OrvaneAlgorithm::Matrix3d::Identity());
+    EXPECT_THAT(reason_of([&] { veld::posed(hill_scans(), poses); }),
+                HasSubstr("b: its pose is no rotation and translation"));
+}
+
 TEST(AlignStep, RefusesOneFrameAndFramesThatDoNotMeet)
 {
     veld::Context context;
@@ -176,6 +225,22 @@ TEST(AlignStep, AHostThatHandsItsFramesOverGetsTheSamePoses)
         EXPECT_EQ(kept.poses[f].get_rotation(), lent.poses[f].get_rotation());
         EXPECT_EQ(kept.poses[f].get_translation(), lent.poses[f].get_translation());
     }
+}
+
+TEST(CheckStep, TellsHowFarOffAFrameIs)
+{
+    auto set = hill_scans(0.0);
+    for (auto const* const name : {"d", "e", "f"})
+    {
+        set.frames.push_back({name, hilly_frame(8, 8, 40), veld::Sensor::UNKNOWN});
+    }
+    set.frames.push_back({"g", raised(hilly_frame(6, 9, 40), 2.0), veld::Sensor::UNKNOWN});
+    Heard heard;
+    auto const check = veld::check_frames(set, {}, heard.context);
+    EXPECT_THAT(check.far_off, ElementsAre(6U));
+    ASSERT_EQ(heard.warnings.size(), 1U);
+    EXPECT_EQ(heard.warnings[0].about, "g");
+    EXPECT_THAT(heard.warnings[0].text, HasSubstr("mm off the other frames, most of them"));
 }
 
 TEST(CheckStep, TellsWhichFrameIsOffAndWhichIsAlone)

@@ -171,6 +171,41 @@ TEST_F(ScanLookFolder, WhatIsNamedIsTakenAndHasToBeThere)
                 HasSubstr("one.png: no such file"));
 }
 
+TEST_F(ScanLookFolder, DepthImagesAreFramesWithTheFilesThatTheirListNames)
+{
+    write_file(dir_.file("a.png"), "no picture at all");
+    write_file(dir_.file("cameras.json"),
+               R"({"views": [{"depth": "a.png", "R": [1, 0]}, {"depth": "gone.png"},)"
+               R"( {"image": "a.png"}, 7]})");
+    for (std::string const name : {"", "cameras.json"})
+    {
+        auto const found = veld::find_scan(dir_.path() / name, {}, {});
+        EXPECT_EQ(found.kind, ScanKind::FRAMES);
+        EXPECT_EQ(found.source, dir_.path() / "cameras.json");
+        EXPECT_THAT(found.files,
+                    testing::UnorderedElementsAre(dir_.path() / "cameras.json",
+                                                  dir_.path() / "a.png", dir_.path() / "a.png"));
+        EXPECT_EQ(found.frames, 2U);
+    }
+}
+
+TEST_F(ScanLookFolder, ADamagedListIsToldWhereItsNameSaysWhatItIs)
+{
+    put_mesh("scan.ply");
+    write_file(dir_.file("notes.json"), "{ no JSON");
+    EXPECT_EQ(look("").kind, ScanKind::MESH) << "any file may be beside a scan";
+    write_file(dir_.file("cameras.json"), "{ no JSON");
+    EXPECT_THAT(refusal(""), HasSubstr("cameras.json: "));
+}
+
+TEST_F(ScanLookFolder, ADirectoryOfTextFramesHasToBeThere)
+{
+    write_file(dir_.file("scan.json"),
+               R"({"points": {}, "poses": {}, "rows": 1, "directory": "gone"})");
+    EXPECT_THAT(refusal("scan.json"),
+                testing::AllOf(HasSubstr("gone"), HasSubstr("cannot be read")));
+}
+
 TEST_F(ScanLookFolder, AListForSomethingElseIsNoPhotographs)
 {
     put_mesh("scan.ply");
