@@ -11,7 +11,7 @@
 #include "workflow/files/Json.h"
 #include "workflow/files/MeshFiles.h"
 #include "workflow/frames/FrameFiles.h"
-#include "workflow/tiling/TileBoxes.h"
+#include "workflow/tiling/plan/TileBoxes.h"
 
 #include <gmock/gmock.h>
 

@@ -3,8 +3,8 @@
 #include "workflow/Stopwatch.h"
 #include "workflow/files/InputFile.h"
 #include "workflow/steps/MergeStages.h"
-#include "workflow/tiling/TileFolder.h"
-#include "workflow/tiling/TileMesh.h"
+#include "workflow/tiling/files/TileFolder.h"
+#include "workflow/tiling/files/TileMesh.h"
 #include "workflow/words.h"
 
 #include "algorithmVeld/common/arrays/GridMap.h"

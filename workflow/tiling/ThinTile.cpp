@@ -4,7 +4,7 @@
 #include "workflow/files/InputFile.h"
 #include "workflow/frames/FrameFiles.h"
 #include "workflow/steps/MergeStages.h"
-#include "workflow/tiling/TileFolder.h"
+#include "workflow/tiling/files/TileFolder.h"
 
 #include <fmt/format.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "workflow/steps/Merge.h"
-#include "workflow/tiling/TileMesh.h"
+#include "workflow/tiling/files/TileMesh.h"
 
 #include "algorithmVeld/common/KdTree3f.h"
 #include "algorithmVeld/common/TriMesh.h"

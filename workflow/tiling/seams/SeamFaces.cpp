@@ -1,4 +1,4 @@
-#include "workflow/tiling/SeamFaces.h"
+#include "workflow/tiling/seams/SeamFaces.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "workflow/tiling/SeamStrip.h"
+#include "workflow/tiling/seams/SeamStrip.h"
 
 #include "workflow/ForEachIndex.h"
 #include "workflow/steps/MergeStages.h"

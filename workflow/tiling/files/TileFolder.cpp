@@ -1,4 +1,4 @@
-#include "workflow/tiling/TileFolder.h"
+#include "workflow/tiling/files/TileFolder.h"
 
 #include "workflow/Error.h"
 #include "workflow/files/InputFile.h"

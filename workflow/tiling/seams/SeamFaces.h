@@ -1,6 +1,6 @@
 #pragma once
 
-#include "workflow/tiling/TileMesh.h"
+#include "workflow/tiling/files/TileMesh.h"
 
 #include <vector>
 

@@ -1,4 +1,4 @@
-#include "workflow/tiling/MeshRows.h"
+#include "workflow/tiling/files/MeshRows.h"
 
 #include "workflow/Error.h"
 #include "workflow/words.h"

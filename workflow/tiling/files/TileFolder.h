@@ -1,7 +1,7 @@
 #pragma once
 
-#include "workflow/tiling/TileBoxes.h"
 #include "workflow/tiling/Tiling.h"
+#include "workflow/tiling/plan/TileBoxes.h"
 
 #include "algorithmVeld/common/RangeData.h"
 

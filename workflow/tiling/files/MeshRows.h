@@ -1,7 +1,7 @@
 #pragma once
 
 #include "workflow/files/OutputFile.h"
-#include "workflow/tiling/TileMesh.h"
+#include "workflow/tiling/files/TileMesh.h"
 
 #include <array>
 #include <cstddef>

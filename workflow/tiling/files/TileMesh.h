@@ -1,6 +1,6 @@
 #pragma once
 
-#include "workflow/tiling/TileFolder.h"
+#include "workflow/tiling/files/TileFolder.h"
 
 #include "algorithmVeld/common/vectors.h"
 

@@ -1,4 +1,4 @@
-#include "workflow/tiling/TileBoxes.h"
+#include "workflow/tiling/plan/TileBoxes.h"
 
 #include <algorithm>
 #include <cmath>

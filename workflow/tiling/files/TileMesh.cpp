@@ -1,4 +1,4 @@
-#include "workflow/tiling/TileMesh.h"
+#include "workflow/tiling/files/TileMesh.h"
 
 #include "workflow/Error.h"
 #include "workflow/files/Checksum.h"

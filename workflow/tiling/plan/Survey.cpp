@@ -1,0 +1,96 @@
+#include "workflow/tiling/plan/Survey.h"
+
+#include "workflow/steps/FrameNoise.h"
+#include "workflow/tiling/plan/FrameSamples.h"
+
+#include "algorithmVeld/common/arrays/Median.h"
+#include "algorithmVeld/reconstruction/DepthFrames.h"
+#include "algorithmVeld/reconstruction/FrameOverlap.h"
+
+namespace veld
+{
+
+using OrvaneAlgorithm::DepthFrames;
+using OrvaneAlgorithm::FrameOverlap;
+using OrvaneAlgorithm::Vector3f;
+
+namespace
+{
+
+/// Side of the cells by which samples are counted, in spacings of the first frame that has one.
+constexpr double CELL_SPACINGS = 16.0;
+/// More of them are put together: what is counted stays small whatever the spacing.
+constexpr std::size_t MOST_CELLS = std::size_t{1} << 20;
+/// As of frames that are merged as a whole.
+constexpr double NOISY = 0.5;
+
+} // namespace
+
+Survey::Survey(MergeSettings const& settings)
+    : given_spacing_(settings.spacing), given_noise_(settings.noise)
+{
+}
+
+void Survey::add(NamedFrame const& frame)
+{
+    RangeData const& data = frame.data;
+    double const spacing = FrameOverlap::measure_point_spacing({&data});
+    if (spacing > 0.0)
+    {
+        spacings_.push_back(spacing);
+    }
+    count(data);
+    has_colours = has_colours || data.has_vColor;
+    has_photos = has_photos || frame.photo != nullptr;
+    are_cameras_ = are_cameras_ && DepthFrames::is_camera_frame(data);
+    if (are_cameras_)
+    {
+        noise_.push_back(noise_of({&data}, given_noise_).in_the_middle());
+    }
+    ++frames;
+}
+
+double Survey::spacing() const
+{
+    return given_spacing_ > 0.0 ? given_spacing_ : measured_spacing();
+}
+
+double Survey::measured_spacing() const
+{
+    return OrvaneAlgorithm::detail::median(spacings_);
+}
+
+bool Survey::is_noisy(MergeSettings const& settings) const
+{
+    return settings.preparation == Preparation::AUTO && settings.layers == Layers::MEAN &&
+           are_cameras_ && OrvaneAlgorithm::detail::median(noise_) > NOISY * measured_spacing();
+}
+
+void Survey::count(RangeData const& data)
+{
+    if (side == 0.0)
+    {
+        double const measured = spacing();
+        side = CELL_SPACINGS * (measured > 0.0 ? measured : 1.0);
+    }
+    // Most samples are in the cell of the one before.
+    auto last = counts.end();
+    for_each_sample(data,
+                    [&](std::size_t /*i*/, Vector3f const& point)
+                    {
+                        auto const cell = cell_of(point, side);
+                        if (last == counts.end() || last->first != cell)
+                        {
+                            last = counts.emplace(cell, 0).first;
+                        }
+                        ++last->second;
+                        ++points;
+                    });
+    while (counts.size() > MOST_CELLS)
+    {
+        counts = in_larger_cells(counts);
+        side *= 2.0;
+    }
+}
+
+} // namespace veld
