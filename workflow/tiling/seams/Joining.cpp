@@ -59,7 +59,8 @@ void Joining::close_seams()
         return;
     }
     auto const keys = corners_of({&faces_.agreed(), &faces_.refused()});
-    for_each_tile([&](TileMesh const& tile) { find_corners(tile, keys); });
+    std::unordered_set<SampleKey> const at_seams(keys.begin(), keys.end());
+    for_each_tile([&](TileMesh const& tile) { find_corners(tile, at_seams); });
     strip_ = std::make_unique<SeamStrip>(gaps(), record_.plan.settings);
     for_each_tile([this](TileMesh const& tile) { strip_->add(tile); });
     for (auto const& face : faces_.agreed())
@@ -108,14 +109,14 @@ void Joining::for_each_tile(std::function<void(TileMesh const&)> const& work) co
     }
 }
 
-void Joining::find_corners(TileMesh const& tile, std::vector<SampleKey> const& keys)
+/// Costs what the tile's vertices do, however many seams others have.
+void Joining::find_corners(TileMesh const& tile, std::unordered_set<SampleKey> const& at_seams)
 {
-    for (auto const key : keys)
+    for (std::size_t v = 0; v < tile.keys.size(); ++v)
     {
-        auto const place = tile.place_of(key);
-        if (place >= 0)
+        SampleKey const key = tile.keys[v];
+        if (at_seams.count(key) > 0)
         {
-            auto const v = static_cast<std::size_t>(place);
             corners_.emplace(key, SeamVertex{key, tile.points[v], tile.normals[v]});
         }
     }

@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace veld
@@ -36,7 +37,7 @@ public:
 
 private:
     void for_each_tile(std::function<void(TileMesh const&)> const& work) const;
-    void find_corners(TileMesh const& tile, std::vector<SampleKey> const& keys);
+    void find_corners(TileMesh const& tile, std::unordered_set<SampleKey> const& at_seams);
     std::vector<SeamVertex> gaps() const;
     bool is_removed(KeyedFace const& face) const;
     std::vector<KeyedFace> faces_over_seams() const;
