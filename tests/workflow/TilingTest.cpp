@@ -8,10 +8,15 @@
 #include "tests/support/temp_dir.h"
 #include "tests/support/threads.h"
 #include "tests/workflow/reason_of.h"
+#include "workflow/files/Checksum.h"
 #include "workflow/files/Json.h"
 #include "workflow/files/MeshFiles.h"
 #include "workflow/frames/FrameFiles.h"
+#include "workflow/tiling/files/MeshRows.h"
+#include "workflow/tiling/files/TileMesh.h"
+#include "workflow/tiling/plan/Survey.h"
 #include "workflow/tiling/plan/TileBoxes.h"
+#include "workflow/tiling/seams/SeamFaces.h"
 
 #include <gmock/gmock.h>
 
@@ -23,7 +28,14 @@
 #include <map>
 #include <random>
 #include <set>
+#include <thread>
 #include <tuple>
+
+#if !defined(_WIN32)
+#include <sys/resource.h>
+
+#include <csignal>
+#endif
 
 namespace
 {
@@ -128,6 +140,18 @@ public:
         return result;
     }
 
+    veld::TilePlan plan(std::string const& folder = "tiles")
+    {
+        return veld::plan_tiles(source, load, settings, tiling, file(folder), context);
+    }
+
+    veld::Json plan_json() const { return veld::Json::parse(content_of(file("tiles/plan.json"))); }
+
+    fs::path kept_file(std::size_t tile, int frame) const
+    {
+        return veld::TileFolder(file("tiles")).kept_file(tile, frame);
+    }
+
     TriMesh mesh() { return veld::read_mesh(file("tiled.ply"), context).mesh; }
 
     fs::path source;
@@ -222,12 +246,19 @@ TEST(Tiling, TilesDifferFromTheWholeInFewFacesNearTheirSidesAlone)
     auto const mesh = scan.mesh();
     auto const differing = differences(whole, mesh);
     EXPECT_LT(static_cast<double>(differing.size()), 0.001 * static_cast<double>(whole.n_faces()));
-    // What two margins keep apart comes from no seam.
+    // The margin, and some spacings that a decision reaches; the scan goes on far beyond.
+    constexpr double REACH = 40.0;
     Sides const sides(scan.file("tiles/plan.json"));
     for (auto const& face : differing)
     {
-        EXPECT_LT(sides.distance(face[0]), 64.0);
+        EXPECT_LT(sides.distance(face[0]), REACH);
     }
+    EXPECT_TRUE(std::any_of(mesh.vertices_begin(), mesh.vertices_end(),
+                            [&](auto const vertex)
+                            {
+                                auto const& p = mesh.point(vertex);
+                                return sides.distance({p.x(), p.y(), p.z()}) > 1.4 * REACH;
+                            }));
     EXPECT_EQ(mesh.n_faces(), result.join.faces);
     EXPECT_EQ(odd_vertices(mesh), 0);
     EXPECT_EQ(OrvaneAlgorithm::PatchEditor::count_components_by_face(mesh), 1);
@@ -288,23 +319,29 @@ TEST(Tiling, EveryLayerIsKeptWhereThatIsAskedFor)
     scan.settings.layers = veld::Layers::ALL;
     scan.tiling.tile_points = 20000;
     auto const result = scan.merge();
-    EXPECT_EQ(result.tiles[0].thin.removed, 0U);
+    EXPECT_GT(result.tiles.size(), 2U);
+    for (auto const& tile : result.tiles)
+    {
+        EXPECT_EQ(tile.thin.removed, 0U);
+    }
     auto const whole = scan.whole();
-    EXPECT_LT(static_cast<double>(differences(whole, scan.mesh()).size()),
-              0.02 * static_cast<double>(whole.n_faces()));
+    auto const mesh = scan.mesh();
+    EXPECT_EQ(odd_vertices(mesh), 0);
+    EXPECT_LT(static_cast<double>(differences(whole, mesh).size()),
+              0.001 * static_cast<double>(whole.n_faces()));
 }
 
 TEST(Tiling, TheBytesAreTheSameForAnyNumberOfThreads)
 {
-    TiledScan scan(hills());
-    scan.tiling.tile_points = 12000;
+    TiledScan scan(random_frames(1, 6, 90, 1.0F));
+    scan.tiling.tile_points = 3000;
     scan.tiling.margin = 8.0;
     std::set<std::string> outcomes;
     for_thread_counts(
         [&]
         {
             fs::remove_all(scan.file("tiles"));
-            scan.merge();
+            EXPECT_GT(scan.merge().join.stitched, 0U); // so gaps are closed, too
             outcomes.insert(content_of(scan.file("tiled.ply")));
         });
     EXPECT_EQ(outcomes.size(), 1U);
@@ -386,6 +423,47 @@ TEST(Tiling, TheMeshOfAnotherTileIsRefused)
     auto const again = scan.merge();
     EXPECT_FALSE(again.tiles[0].merge.found);
     EXPECT_TRUE(again.tiles[1].merge.found);
+}
+
+/// With its version changed, and the checksum behind it with that.
+void change_version(fs::path const& tile_mesh)
+{
+    std::string bytes = content_of(tile_mesh);
+    bytes.resize(bytes.size() - veld::Checksum().text().size());
+    constexpr std::size_t PLACE = sizeof(std::uint64_t); // behind the length of its list
+    ++bytes[PLACE];
+    std::ofstream(tile_mesh, std::ios::binary) << bytes << veld::Checksum().add(bytes).text();
+}
+
+TEST(Tiling, TheMeshOfAnotherVersionIsMadeAgain)
+{
+    TiledScan scan(hills());
+    scan.tiling.tile_points = 12000;
+    scan.merge();
+    std::string const bytes = content_of(scan.file("tiled.ply"));
+    change_version(scan.file("tiles/tile-00001/mesh.tile"));
+    veld::OutputFile output(scan.file("other.ply"));
+    EXPECT_THAT(reason_of([&] { veld::join_tiles(scan.file("tiles"), output, scan.context); }),
+                HasSubstr("tile-00001/mesh.tile: is the mesh of another tile, of another plan or "
+                          "of another version"));
+    auto const again = scan.merge();
+    EXPECT_TRUE(again.tiles[0].merge.found);
+    EXPECT_FALSE(again.tiles[1].merge.found);
+    EXPECT_EQ(content_of(scan.file("tiled.ply")), bytes);
+}
+
+TEST(Tiling, APlanOfAnotherVersionOfTheLibraryIsRefused)
+{
+    TiledScan scan(hills());
+    scan.merge();
+    auto plan = scan.plan_json();
+    EXPECT_EQ(plan["made_by"], veld::tile_maker());
+    plan["made_by"] = "0.0.1 of some solver";
+    std::ofstream(scan.file("tiles/plan.json")) << plan;
+    EXPECT_THAT(reason_of([&] { scan.merge(); }),
+                HasSubstr("plan.json: holds the tiles of another version of the library"));
+    EXPECT_THAT(reason_of([&] { veld::thin_tile(scan.file("tiles"), 0, scan.context); }),
+                HasSubstr("of another version of the library"));
 }
 
 TEST(Tiling, AScanIsTheSameByAnyOfItsNames)
@@ -573,7 +651,7 @@ TEST(Tiling, SaysSoWhereNothingIsLeft)
 
 using TilingRealData = RealData;
 
-TEST_F(TilingRealData, ScansOfTheBunnyDifferAlongTheSeamsAlone)
+TEST_F(TilingRealData, ScansOfTheBunnyGiveTheFacesOfTheWhole)
 {
     TiledScan scan(fs::path(real_data("range_bunny/bun.conf")));
     scan.load.scale = 1000.0;
@@ -584,9 +662,7 @@ TEST_F(TilingRealData, ScansOfTheBunnyDifferAlongTheSeamsAlone)
     auto const whole = scan.whole();
     auto const mesh = scan.mesh();
     EXPECT_EQ(odd_vertices(mesh), 0);
-    auto const differing = differences(whole, mesh);
-    EXPECT_LT(static_cast<double>(differing.size()), 0.01 * static_cast<double>(whole.n_faces()));
-    EXPECT_NEAR(boundary_edges(mesh), boundary_edges(whole), 0.05 * boundary_edges(whole));
+    EXPECT_TRUE(differences(whole, mesh).empty());
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "workflow/Error.h"
 #include "workflow/StepScope.h"
 #include "workflow/Stopwatch.h"
-#include "workflow/files/InputFile.h"
 #include "workflow/steps/MergeStages.h"
 #include "workflow/tiling/files/TileFolder.h"
 #include "workflow/tiling/files/TileMesh.h"
@@ -219,15 +218,11 @@ MergeTileResult merge_tile(std::filesystem::path const& folder, std::size_t tile
     TileFolder const files(folder);
     TileRecord const record = files.read_plan();
     refuse_unknown_tile(record, tile);
-    if (is_plain_file(files.mesh_file(tile)))
+    if (auto const done = find_tile_mesh(files.mesh_file(tile), record, tile))
     {
-        TileMesh const mesh = read_tile_mesh(files.mesh_file(tile));
-        if (is_of(mesh, record, tile))
-        {
-            MergeTileResult found = result_of(mesh);
-            found.found = true;
-            return found;
-        }
+        MergeTileResult found = result_of(*done);
+        found.found = true;
+        return found;
     }
     Stopwatch const watch;
     auto merger = merger_for(record.plan.settings);

@@ -49,16 +49,30 @@ void refuse_wrong(TileSettings const& tiling, MergeSettings const& settings)
     }
 }
 
-/// A checksum of all that a plan follows from. Files are known by name, length and time: to read
-/// them takes as long as the plan.
-std::string checksum_of_inputs(fs::path const& source, LoadFramesSettings const& load,
-                               MergeSettings const& settings, TileSettings const& tiling)
+/// The files of a scan by the names that they have from everywhere.
+std::vector<fs::path> source_files(fs::path const& source)
 {
-    Checksum sum;
+    std::vector<fs::path> files;
     for (auto const& file : frame_source_files(source))
     {
         std::error_code error;
-        sum.add(fs::weakly_canonical(file, error).string());
+        fs::path const whole = fs::weakly_canonical(file, error);
+        files.push_back(error ? fs::absolute(file) : whole);
+    }
+    return files;
+}
+
+/// A checksum of all that a plan follows from. Files are known by name, length and time: to read
+/// them takes as long as the plan.
+std::string checksum_of_inputs(std::vector<fs::path> const& sources, LoadFramesSettings const& load,
+                               MergeSettings const& settings, TileSettings const& tiling)
+{
+    Checksum sum;
+    sum.add(tile_maker());
+    for (auto const& file : sources)
+    {
+        std::error_code error;
+        sum.add(file.string());
         auto const size = fs::file_size(file, error);
         auto const time = fs::last_write_time(file, error);
         sum.add(error ? std::string("missing")
@@ -140,7 +154,8 @@ TilePlan plan_tiles(fs::path const& source, LoadFramesSettings const& load,
     refuse_wrong(tiling, settings);
     Stopwatch const watch;
     TileFolder const files(folder);
-    std::string const inputs = checksum_of_inputs(source, load, settings, tiling);
+    auto const sources = source_files(source);
+    std::string const inputs = checksum_of_inputs(sources, load, settings, tiling);
     if (is_plain_file(files.plan_file()))
     {
         TileRecord record = files.read_plan();
@@ -155,6 +170,7 @@ TilePlan plan_tiles(fs::path const& source, LoadFramesSettings const& load,
     make_folder_for(files.plan_file());
     TileRecord record = divide(source, load, settings, tiling, files, context);
     record.inputs = inputs;
+    record.sources = sources;
     record.plan.seconds = watch.seconds();
     files.write_plan(record);
     return record.plan;

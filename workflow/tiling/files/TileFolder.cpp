@@ -8,6 +8,8 @@
 #include "workflow/steps/StepJson.h"
 #include "workflow/words.h"
 
+#include "algorithmVeld/common/solver.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -85,6 +87,43 @@ void read_tiles(Json const& plan, std::string const& place, TileRecord& record)
     }
 }
 
+/// Names as UTF-8; what is none of it in a name is lost.
+Json json_of(std::vector<fs::path> const& files)
+{
+    Json names = Json::array();
+    for (auto const& file : files)
+    {
+        names.push_back(file.u8string());
+    }
+    return names;
+}
+
+std::vector<fs::path> read_sources(Json const& plan, std::string const& place)
+{
+    auto const names = plan.find("sources");
+    if (names == plan.end() || !names->is_array() ||
+        !std::all_of(names->begin(), names->end(),
+                     [](Json const& name) { return name.is_string(); }))
+    {
+        throw InputError(place + "'sources' has to be a list of names of files");
+    }
+    std::vector<fs::path> files;
+    for (auto const& name : *names)
+    {
+        files.push_back(fs::u8path(name.get<std::string>()));
+    }
+    return files;
+}
+
+void refuse_other_maker(JsonFields const& fields, std::string const& place)
+{
+    if (fields.text("made_by") != tile_maker())
+    {
+        throw InputError(place + "holds the tiles of another version of the library; an empty "
+                                 "directory is needed for those of this one");
+    }
+}
+
 Json json_of(TileRecord const& record)
 {
     TilePlan const& plan = record.plan;
@@ -98,7 +137,9 @@ Json json_of(TileRecord const& record)
                          {"frames", plan.tiles[t].frames}});
     }
     return {{"version", PLAN_VERSION},
+            {"made_by", tile_maker()},
             {"inputs", record.inputs},
+            {"sources", json_of(record.sources)},
             {"frames", plan.frames},
             {"left_out", plan.left_out},
             {"points", plan.points},
@@ -120,11 +161,16 @@ Vector3f read_point(JsonFields const& fields, std::string const& key)
 void write_json(fs::path const& path, Json const& json)
 {
     OutputFile file(path);
-    write_text_file(file, json.dump(1) + '\n');
+    write_text_file(file, json.dump(1, ' ', false, Json::error_handler_t::replace) + '\n');
     file.commit();
 }
 
 } // namespace
+
+std::string tile_maker()
+{
+    return fmt::format("{} {}", VELD_VERSION, OrvaneAlgorithm::solver_name());
+}
 
 void refuse_unknown_tile(TileRecord const& record, std::size_t tile)
 {
@@ -156,8 +202,10 @@ TileRecord TileFolder::read_plan() const
     std::string const place = shown(plan_file()) + ": ";
     JsonFields const fields(json, place);
     fields.integer("version", PLAN_VERSION, PLAN_VERSION);
+    refuse_other_maker(fields, place);
     TileRecord record;
     record.inputs = fields.text("inputs");
+    record.sources = read_sources(json, place);
     record.side = fields.number("side");
     if (!(record.side > 0.0))
     {

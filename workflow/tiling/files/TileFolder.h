@@ -21,10 +21,11 @@ namespace veld
 struct TileRecord
 {
     TilePlan plan;
-    std::string inputs;         ///< checksum of all that the plan was made of
-    double side = 0.0;          ///< of the cells, in millimetres
-    std::vector<TileBox> boxes; ///< of the tiles
-    bool has_colours = false;   ///< whether any frame has
+    std::string inputs;                         ///< checksum of all that the plan was made of
+    std::vector<std::filesystem::path> sources; ///< the files of the scan, by their full names
+    double side = 0.0;                          ///< of the cells, in millimetres
+    std::vector<TileBox> boxes;                 ///< of the tiles
+    bool has_colours = false;                   ///< whether any frame has
 };
 
 /// What a thin tile tells the others.
@@ -35,6 +36,10 @@ struct ThinRecord
     OrvaneAlgorithm::Vector3f low = OrvaneAlgorithm::Vector3f::Zero(); ///< of its own vertices
     OrvaneAlgorithm::Vector3f high = OrvaneAlgorithm::Vector3f::Zero();
 };
+
+/// What makes the tiles: a version of the library, with its solver. Those of another one do not
+/// fit.
+std::string tile_maker();
 
 /// Throws `InputError` where a plan has no tile of a number.
 void refuse_unknown_tile(TileRecord const& record, std::size_t tile);
@@ -61,6 +66,7 @@ public:
     /// What stays of that.
     std::filesystem::path kept_file(std::size_t tile, int frame) const;
 
+    /// Throws `InputError` where there is none, a damaged one, or one of another version.
     TileRecord read_plan() const;
     void write_plan(TileRecord const& record) const;
 

@@ -158,6 +158,37 @@ bool is_sound(TileMesh const& mesh)
                        { return std::all_of(face.begin(), face.end(), is_place); });
 }
 
+/// \return false if the file is damaged behind its version
+bool take_mesh(ListReader& reader, TileMesh& mesh)
+{
+    std::vector<std::uint32_t> tile;
+    reader.take<std::uint32_t>(tile);
+    std::vector<char> plan;
+    reader.take<char>(plan);
+    std::vector<double> seconds;
+    reader.take<double>(seconds);
+    reader.take<std::uint64_t>(mesh.keys);
+    reader.take<float>(mesh.points);
+    reader.take<float>(mesh.normals);
+    reader.take<float>(mesh.colours);
+    reader.take<std::int32_t>(mesh.faces);
+    bool const fits = take_crossing(reader, mesh.crossing);
+    if (!reader.is_done() || !fits || tile.size() != 1 || seconds.size() != 1 || !is_sound(mesh))
+    {
+        return false;
+    }
+    mesh.plan.assign(plan.begin(), plan.end());
+    mesh.tile = tile[0];
+    mesh.seconds = seconds[0];
+    return true;
+}
+
+bool is_of(TileMesh const& mesh, TileRecord const& plan, std::size_t tile)
+{
+    return mesh.plan == plan.inputs && mesh.tile == tile &&
+           mesh.colours.size() == (plan.has_colours ? mesh.keys.size() : 0);
+}
+
 } // namespace
 
 SampleKey key_of(int frame, std::uint32_t cell)
@@ -187,46 +218,38 @@ std::size_t turn_to_least(KeyedFace& face)
     return place;
 }
 
-std::int32_t TileMesh::place_of(SampleKey key) const
+std::optional<TileMesh> find_tile_mesh(std::filesystem::path const& file, TileRecord const& plan,
+                                       std::size_t tile)
 {
-    auto const found = std::lower_bound(keys.begin(), keys.end(), key);
-    return found != keys.end() && *found == key ? static_cast<std::int32_t>(found - keys.begin())
-                                                : -1;
-}
-
-TileMesh read_tile_mesh(std::filesystem::path const& file)
-{
+    if (!is_plain_file(file))
+    {
+        return {};
+    }
     ListReader reader(whole_file(file));
-    TileMesh mesh;
     std::vector<std::uint32_t> version;
     reader.take<std::uint32_t>(version);
-    std::vector<std::uint32_t> tile;
-    reader.take<std::uint32_t>(tile);
-    std::vector<char> plan;
-    reader.take<char>(plan);
-    std::vector<double> seconds;
-    reader.take<double>(seconds);
-    reader.take<std::uint64_t>(mesh.keys);
-    reader.take<float>(mesh.points);
-    reader.take<float>(mesh.normals);
-    reader.take<float>(mesh.colours);
-    reader.take<std::int32_t>(mesh.faces);
-    bool const fits = take_crossing(reader, mesh.crossing);
-    if (!reader.is_done() || !fits || version != std::vector{VERSION} || tile.size() != 1 ||
-        seconds.size() != 1 || !is_sound(mesh))
+    if (version.size() == 1 && version[0] != VERSION)
+    {
+        return {};
+    }
+    TileMesh mesh;
+    if (version.empty() || !take_mesh(reader, mesh))
     {
         throw InputError(shown(file) + ": the file is damaged, or no mesh of a tile");
     }
-    mesh.plan.assign(plan.begin(), plan.end());
-    mesh.tile = tile[0];
-    mesh.seconds = seconds[0];
-    return mesh;
+    return is_of(mesh, plan, tile) ? std::optional(std::move(mesh)) : std::nullopt;
 }
 
-bool is_of(TileMesh const& mesh, TileRecord const& plan, std::size_t tile)
+TileMesh read_tile_mesh(std::filesystem::path const& file, TileRecord const& plan, std::size_t tile)
 {
-    return mesh.plan == plan.inputs && mesh.tile == tile &&
-           mesh.colours.size() == (plan.has_colours ? mesh.keys.size() : 0);
+    auto mesh = find_tile_mesh(file, plan, tile);
+    if (!mesh)
+    {
+        open_input(file); // tells why where there is none
+        throw InputError(shown(file) + ": is the mesh of another tile, of another plan or of "
+                                       "another version of the library");
+    }
+    return std::move(*mesh);
 }
 
 void write_tile_mesh(std::filesystem::path const& file, TileMesh const& mesh)

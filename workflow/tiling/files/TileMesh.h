@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -50,17 +51,17 @@ struct TileMesh
     std::vector<std::array<std::int32_t, 3>> faces; ///< of own vertices alone
     std::vector<CrossingFace> crossing;
     double seconds = 0.0; ///< that it took
-
-    /// The place of a key; -1 where it is none of the tile's.
-    std::int32_t place_of(SampleKey key) const;
 };
 
-/// Reads the mesh of a tile. Throws `InputError` with the file's name where there is none, or a
-/// damaged one.
-TileMesh read_tile_mesh(std::filesystem::path const& file);
+/// Reads the mesh of a plan's tile. None where there is no file, where it is of another plan or
+/// tile by the same name, and where another version wrote it in a form of its own. Throws
+/// `InputError` with the file's name where it is damaged.
+std::optional<TileMesh> find_tile_mesh(std::filesystem::path const& file, TileRecord const& plan,
+                                       std::size_t tile);
 
-/// Whether a mesh is that of a plan's tile, and not of another one by the same name.
-bool is_of(TileMesh const& mesh, TileRecord const& plan, std::size_t tile);
+/// The same where there has to be one: throws `InputError` with the file's name.
+TileMesh read_tile_mesh(std::filesystem::path const& file, TileRecord const& plan,
+                        std::size_t tile);
 
 void write_tile_mesh(std::filesystem::path const& file, TileMesh const& mesh);
 

@@ -98,13 +98,7 @@ void Joining::for_each_tile(std::function<void(TileMesh const&)> const& work) co
     for (std::size_t t = 0; t < record_.boxes.size(); ++t)
     {
         progress.advance(0);
-        TileMesh const tile = read_tile_mesh(folder_.mesh_file(t));
-        if (!is_of(tile, record_, t))
-        {
-            throw InputError(shown(folder_.mesh_file(t)) +
-                             ": is the mesh of another tile, or of another plan");
-        }
-        work(tile);
+        work(read_tile_mesh(folder_.mesh_file(t), record_, t));
         progress.advance();
     }
 }
