@@ -466,6 +466,106 @@ TEST(Tiling, APlanOfAnotherVersionOfTheLibraryIsRefused)
                 HasSubstr("of another version of the library"));
 }
 
+/// A plan, another one in the same folder that was killed while it wrote a tile, the first again.
+TEST(Tiling, ATileThatAnotherPlanBeganIsMadeAgain)
+{
+    TiledScan scan(hills());
+    scan.tiling.tile_points = 12000;
+    scan.merge();
+    std::string const bytes = content_of(scan.file("tiled.ply"));
+    auto const given = scan.settings;
+    scan.settings.layers = veld::Layers::ALL;
+    fs::remove(scan.file("tiles/plan.json"));
+    auto const other = scan.plan();
+    // The second of its files cannot take its place: whoever writes ends there, as one who is
+    // killed does.
+    auto const& frames = other.tiles[0].frames;
+    ASSERT_GT(frames.size(), 1U);
+    fs::path const second = scan.kept_file(0, frames[1]);
+    fs::remove(second);
+    fs::create_directory(second);
+    std::ofstream(second / "file") << "x";
+    EXPECT_THAT(reason_of([&] { veld::thin_tile(scan.file("tiles"), 0, scan.context); }),
+                HasSubstr("cannot be written"));
+    fs::remove_all(second);
+    fs::remove(scan.file("tiles/plan.json"));
+    scan.settings = given;
+    auto const again = scan.merge();
+    EXPECT_FALSE(again.tiles[0].thin.found);
+    EXPECT_EQ(content_of(scan.file("tiled.ply")), bytes);
+}
+
+TEST(Tiling, WhatAnEarlierPlanLeftGoesAndNothingElseDoes)
+{
+    TiledScan scan(hills());
+    scan.tiling.tile_points = 12000;
+    auto const many = scan.merge().plan.tiles.size();
+    fs::remove(scan.file("tiles/plan.json"));
+    std::string const last = "tiles/tile-0000" + std::to_string(many - 1);
+    std::string const before_last = "tiles/tile-0000" + std::to_string(many - 2);
+    std::ofstream(scan.file(last) + "/notes.txt") << "x";
+    std::ofstream(scan.file("tiles/tile-00000/piece-000099.rge")) << "x";
+    fs::create_directory(scan.file("tiles/tile-of-mine"));
+    scan.tiling.tile_points = 40000;
+    ASSERT_LT(scan.merge().plan.tiles.size(), many - 1);
+    EXPECT_FALSE(fs::exists(scan.file(before_last)));
+    EXPECT_FALSE(fs::exists(scan.file(last) + "/mesh.tile"));
+    EXPECT_TRUE(fs::exists(scan.file(last) + "/notes.txt"));
+    EXPECT_FALSE(fs::exists(scan.file("tiles/tile-00000/piece-000099.rge")));
+    EXPECT_TRUE(fs::exists(scan.file("tiles/tile-of-mine")));
+}
+
+/// As two machines that were given one tile.
+TEST(Tiling, ATileThatIsMadeTwiceAtATimeIsTheSame)
+{
+    TiledScan scan(hills());
+    scan.tiling.tile_points = 12000;
+    scan.merge();
+    std::string const bytes = content_of(scan.file("tiles/tile-00000/mesh.tile"));
+    fs::path const folder = scan.file("twice");
+    auto const plan = scan.plan("twice");
+    auto const twice = [&](auto const& step)
+    {
+        std::array<std::string, 2> reasons;
+        std::array<std::thread, 2> threads;
+        for (std::size_t i = 0; i < 2; ++i)
+        {
+            threads[i] = std::thread(
+                [&, i]
+                {
+                    reasons[i] = reason_of(
+                        [&]
+                        {
+                            veld::Context context;
+                            step(context);
+                        });
+                });
+        }
+        std::for_each(threads.begin(), threads.end(), [](auto& thread) { thread.join(); });
+        EXPECT_THAT(reasons, testing::Each("no error"));
+    };
+    for (std::size_t t = 0; t < plan.tiles.size(); ++t)
+    {
+        twice([&](veld::Context& context) { veld::thin_tile(folder, t, context); });
+    }
+    twice([&](veld::Context& context) { veld::merge_tile(folder, 0, context); });
+    for (int const frame : plan.tiles[0].frames)
+    {
+        auto const name = scan.kept_file(0, frame).filename();
+        EXPECT_EQ(content_of(folder / "tile-00000" / name), content_of(scan.kept_file(0, frame)));
+    }
+    // Of the file, all but the time that it took.
+    EXPECT_EQ(content_of(folder / "tile-00000/mesh.tile").size(), bytes.size());
+    for (std::size_t t = 1; t < plan.tiles.size(); ++t)
+    {
+        veld::merge_tile(folder, t, scan.context);
+    }
+    veld::OutputFile output(scan.file("twice.ply"));
+    veld::join_tiles(folder, output, scan.context);
+    output.commit();
+    EXPECT_EQ(content_of(scan.file("twice.ply")), content_of(scan.file("tiled.ply")));
+}
+
 TEST(Tiling, AScanIsTheSameByAnyOfItsNames)
 {
     TiledScan scan(hills());

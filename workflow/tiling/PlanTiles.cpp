@@ -172,6 +172,7 @@ TilePlan plan_tiles(fs::path const& source, LoadFramesSettings const& load,
     record.inputs = inputs;
     record.sources = sources;
     record.plan.seconds = watch.seconds();
+    files.remove_files_of_others(record);
     files.write_plan(record);
     return record.plan;
 }

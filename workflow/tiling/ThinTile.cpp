@@ -83,6 +83,7 @@ ThinTileResult thin_tile(std::filesystem::path const& folder, std::size_t tile, 
     scope.stage("write what stays", 1.0,
                 [&]
                 {
+                    files.drop_thin_of_others(record, tile);
                     for (std::size_t i = 0; i < pieces.size(); ++i)
                     {
                         write_frame(files.kept_file(tile, frames[i]), pieces[i]);

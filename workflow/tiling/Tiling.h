@@ -56,7 +56,8 @@ struct TilePlan
 };
 
 /// Reads the frames of a source one after the other, twice, and cuts each into the pieces that the
-/// tiles see. A plan that the folder has of the same files and settings is taken as it is.
+/// tiles see. A plan that the folder has of the same files and settings is taken as it is; what is
+/// left in the folder of a plan that is gone goes, as far as it has names of such files.
 ///
 /// Throws `InputError` where the settings are none for tiles (frames whose noise has to be taken
 /// out, the method `OUTLIER`), and where the folder has the plan of something else.

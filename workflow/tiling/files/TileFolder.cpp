@@ -8,6 +8,7 @@
 #include "workflow/steps/StepJson.h"
 #include "workflow/words.h"
 
+#include "algorithmVeld/common/files/TemporaryPlace.h"
 #include "algorithmVeld/common/solver.h"
 
 #include <fmt/format.h>
@@ -15,6 +16,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <set>
 
 namespace fs = std::filesystem;
 
@@ -29,6 +31,11 @@ namespace
 /// Largest number of which a double knows every one below.
 constexpr double MOST = 9007199254740992.0;
 constexpr int PLAN_VERSION = 1;
+constexpr char const* THIN_FILE = "thin.json";
+constexpr char const* MESH_FILE = "mesh.tile";
+/// Of the numbers in names, at least.
+constexpr std::size_t TILE_DIGITS = 5;
+constexpr std::size_t FRAME_DIGITS = 6;
 
 std::size_t read_count(JsonFields const& fields, std::string const& key, std::string const& place)
 {
@@ -158,6 +165,55 @@ Vector3f read_point(JsonFields const& fields, std::string const& key)
     return Eigen::Map<Eigen::Vector3d const>(values.data()).cast<float>();
 }
 
+/// Names in a folder that others may change meanwhile.
+std::vector<fs::path> entries_of(fs::path const& folder)
+{
+    std::vector<fs::path> entries;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+         entry.increment(error))
+    {
+        entries.push_back(entry->path());
+    }
+    return entries;
+}
+
+/// Whether a name is one of ours: a number of so many digits or more between two texts.
+bool has_numbered_name(fs::path const& path, std::string const& before, std::string const& behind,
+                       std::size_t digits)
+{
+    std::string const name = path.filename().string();
+    std::size_t const fixed = before.size() + behind.size();
+    return name.size() >= fixed + digits && name.compare(0, before.size(), before) == 0 &&
+           name.compare(name.size() - behind.size(), behind.size(), behind) == 0 &&
+           std::all_of(name.begin() + static_cast<std::ptrdiff_t>(before.size()),
+                       name.end() - static_cast<std::ptrdiff_t>(behind.size()),
+                       [](char c) { return c >= '0' && c <= '9'; });
+}
+
+bool is_tile_file(fs::path const& path)
+{
+    fs::path const name = path.filename();
+    return name == THIN_FILE || name == MESH_FILE ||
+           has_numbered_name(path, "piece-", ".rge", FRAME_DIGITS) ||
+           has_numbered_name(path, "kept-", ".rge", FRAME_DIGITS);
+}
+
+/// All files that the tiles of a plan have in the end.
+std::set<fs::path> files_of(TileFolder const& folder, TileRecord const& plan)
+{
+    std::set<fs::path> files;
+    for (std::size_t t = 0; t < plan.plan.tiles.size(); ++t)
+    {
+        files.insert({folder.thin_file(t), folder.mesh_file(t)});
+        for (int const frame : plan.plan.tiles[t].frames)
+        {
+            files.insert({folder.piece_file(t, frame), folder.kept_file(t, frame)});
+        }
+    }
+    return files;
+}
+
 void write_json(fs::path const& path, Json const& json)
 {
     OutputFile file(path);
@@ -183,17 +239,27 @@ void refuse_unknown_tile(TileRecord const& record, std::size_t tile)
 
 fs::path TileFolder::tile(std::size_t tile) const
 {
-    return folder_ / fmt::format("tile-{:05}", tile);
+    return folder_ / fmt::format("tile-{:0{}}", tile, TILE_DIGITS);
+}
+
+fs::path TileFolder::thin_file(std::size_t tile) const
+{
+    return this->tile(tile) / THIN_FILE;
+}
+
+fs::path TileFolder::mesh_file(std::size_t tile) const
+{
+    return this->tile(tile) / MESH_FILE;
 }
 
 fs::path TileFolder::piece_file(std::size_t tile, int frame) const
 {
-    return this->tile(tile) / fmt::format("piece-{:06}.rge", frame);
+    return this->tile(tile) / fmt::format("piece-{:0{}}.rge", frame, FRAME_DIGITS);
 }
 
 fs::path TileFolder::kept_file(std::size_t tile, int frame) const
 {
-    return this->tile(tile) / fmt::format("kept-{:06}.rge", frame);
+    return this->tile(tile) / fmt::format("kept-{:0{}}.rge", frame, FRAME_DIGITS);
 }
 
 TileRecord TileFolder::read_plan() const
@@ -269,6 +335,41 @@ void TileFolder::write_thin(TileRecord const& plan, std::size_t tile,
         json["high"] = json_point(record.high);
     }
     write_json(thin_file(tile), json);
+}
+
+void TileFolder::drop_thin_of_others(TileRecord const& plan, std::size_t tile) const
+{
+    std::error_code error;
+    if (!find_thin(plan, tile) && !fs::remove(thin_file(tile), error) && error)
+    {
+        throw OperationError(shown(thin_file(tile)) +
+                             ": cannot be removed: " + why_not_written(error));
+    }
+}
+
+void TileFolder::remove_files_of_others(TileRecord const& plan) const
+{
+    std::set<fs::path> const needed = files_of(*this, plan);
+    for (auto const& folder : entries_of(folder_))
+    {
+        if (!has_numbered_name(folder, "tile-", "", TILE_DIGITS) || !is_folder(folder))
+        {
+            continue;
+        }
+        OrvaneAlgorithm::detail::remove_left_over(folder);
+        std::error_code ignored;
+        for (auto const& file : entries_of(folder))
+        {
+            if (is_tile_file(file) && is_plain_file(file) && needed.count(file) == 0)
+            {
+                fs::remove(file, ignored);
+            }
+        }
+        if (needed.count(folder / THIN_FILE) == 0)
+        {
+            fs::remove(folder, ignored); // refused while anything is in it
+        }
+    }
 }
 
 RangeData read_piece(fs::path const& file)

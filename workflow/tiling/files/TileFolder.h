@@ -53,14 +53,8 @@ public:
     std::filesystem::path const& path() const { return folder_; }
     std::filesystem::path tile(std::size_t tile) const;
     std::filesystem::path plan_file() const { return folder_ / "plan.json"; }
-    std::filesystem::path thin_file(std::size_t tile) const
-    {
-        return this->tile(tile) / "thin.json";
-    }
-    std::filesystem::path mesh_file(std::size_t tile) const
-    {
-        return this->tile(tile) / "mesh.tile";
-    }
+    std::filesystem::path thin_file(std::size_t tile) const;
+    std::filesystem::path mesh_file(std::size_t tile) const;
     /// What a tile sees of a frame.
     std::filesystem::path piece_file(std::size_t tile, int frame) const;
     /// What stays of that.
@@ -73,6 +67,13 @@ public:
     /// None where a tile has not been thinned, or was by another plan.
     std::optional<ThinRecord> find_thin(TileRecord const& plan, std::size_t tile) const;
     void write_thin(TileRecord const& plan, std::size_t tile, ThinRecord const& record) const;
+    /// Takes the record of another plan away before its files change. That of this plan stays, for
+    /// whoever is at the same tile writes the same.
+    void drop_thin_of_others(TileRecord const& plan, std::size_t tile) const;
+
+    /// Removes what earlier plans left in the folder and this one has no file of that name for:
+    /// files with names of ours alone, and the folders that are empty then.
+    void remove_files_of_others(TileRecord const& plan) const;
 
 private:
     std::filesystem::path folder_;
