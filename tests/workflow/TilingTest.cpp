@@ -515,6 +515,129 @@ TEST(Tiling, WhatAnEarlierPlanLeftGoesAndNothingElseDoes)
     EXPECT_TRUE(fs::exists(scan.file("tiles/tile-of-mine")));
 }
 
+TEST(Tiling, AFileOfTheScanIsNeverTheMesh)
+{
+    TiledScan scan(hills());
+    veld::plan_tiles(scan.source, scan.load, scan.settings, scan.tiling, scan.file("tiles"),
+                     scan.context);
+    // Range scans are PLY files, as the mesh is. Their names are all that counts here.
+    auto plan = scan.plan_json();
+    std::ofstream(scan.file("bun000.ply")) << "a scan";
+    plan["sources"].push_back(scan.file("bun000.ply"));
+    std::ofstream(scan.file("tiles/plan.json")) << plan;
+    fs::create_symlink(scan.file("bun000.ply"), scan.file("link.ply"));
+    for (auto const* name : {"bun000.ply", "link.ply"})
+    {
+        SCOPED_TRACE(name);
+        veld::OutputFile output(scan.file(name));
+        EXPECT_THAT(reason_of([&] { veld::join_tiles(scan.file("tiles"), output, scan.context); }),
+                    HasSubstr(std::string(name) + ": is an input, which is never written"));
+    }
+    EXPECT_EQ(content_of(scan.file("bun000.ply")), "a scan");
+    EXPECT_THAT(scan.plan_json()["sources"],
+                testing::Contains(fs::canonical(scan.source / "frame-100.rge").string()));
+}
+
+TEST(Tiling, WhatIsWrongWithTheOutputIsToldBeforeTheWork)
+{
+    TiledScan scan(hills());
+    auto const refuses = [&](std::string const& name)
+    {
+        veld::OutputFile output(scan.file(name));
+        return reason_of(
+            [&]
+            {
+                veld::merge_in_tiles(scan.source, scan.load, scan.settings, scan.tiling,
+                                     scan.file("tiles"), output, {}, scan.context);
+            });
+    };
+    EXPECT_THAT(refuses("tiled.stl"), HasSubstr("tiled.stl: the extension has to be one of .ply"));
+    EXPECT_FALSE(fs::exists(scan.file("tiles")));
+}
+
+/// A tile with one vertex and no face.
+veld::TileMesh one_vertex()
+{
+    veld::TileMesh tile;
+    tile.keys = {1};
+    tile.points = {{1.0F, 2.0F, 3.0F}};
+    tile.normals = {{0.0F, 0.0F, 1.0F}};
+    return tile;
+}
+
+TEST(Tiling, RowsWithoutAPlaceComeWithTheReasonOfTheSystem)
+{
+    TempDir const dir;
+    veld::OutputFile const output(dir.file("mesh.ply"));
+    fs::remove_all(output.temporary().parent_path());
+    EXPECT_THAT(reason_of([&] { veld::MeshRows(output, false); }),
+                HasSubstr("mesh.ply: cannot be written: No such file"));
+}
+
+#if !defined(_WIN32)
+/// Files of this process take so many bytes, as on a disk that is full then.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t bytes) : signal_(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        getrlimit(RLIMIT_FSIZE, &before_);
+        rlimit const limit{bytes, before_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &before_);
+        std::signal(SIGXFSZ, signal_);
+    }
+    FileSizeLimit(FileSizeLimit const&) = delete;
+    FileSizeLimit& operator=(FileSizeLimit const&) = delete;
+
+private:
+    void (*signal_)(int);
+    rlimit before_{};
+};
+
+TEST(Tiling, AFullDiskIsKnownBehindTheTileThatFillsIt)
+{
+    TempDir const dir;
+    veld::OutputFile const output(dir.file("mesh.ply"));
+    veld::MeshRows rows(output, false);
+    auto const tile = one_vertex();
+    rows.add_vertex(tile, 0);
+    rows.flush();
+    FileSizeLimit const limit(40);
+    rows.add_vertex(tile, 0);
+    EXPECT_THAT(reason_of([&] { rows.flush(); }),
+                HasSubstr("mesh.ply: cannot be written: File too large"));
+}
+#endif
+
+TEST(Tiling, RowsThatAreLostAreNoShorterMesh)
+{
+    TempDir const dir;
+    veld::OutputFile const output(dir.file("mesh.ply"));
+    veld::MeshRows rows(output, false);
+    auto const tile = one_vertex();
+    rows.add_vertex(tile, 0);
+    rows.add_vertex(tile, 0);
+    rows.flush();
+    fs::resize_file(output.temporary().string() + ".vertices", 30);
+    EXPECT_THAT(reason_of([&] { rows.finish(); }), HasSubstr("mesh.ply: cannot be written"));
+}
+
+TEST(Tiling, TheMeshIsPutTogetherAsLongAsTheRunGoesOn)
+{
+    TempDir const dir;
+    veld::OutputFile const output(dir.file("mesh.ply"));
+    veld::MeshRows rows(output, false);
+    rows.add_vertex(one_vertex(), 0);
+    OrvaneAlgorithm::CancelToken const token;
+    token.cancel();
+    OrvaneAlgorithm::RunScope const run(token);
+    EXPECT_THROW(rows.finish(), OrvaneAlgorithm::Cancelled);
+}
+
 /// As two machines that were given one tile.
 TEST(Tiling, ATileThatIsMadeTwiceAtATimeIsTheSame)
 {

@@ -1,6 +1,7 @@
 #include "workflow/Error.h"
 #include "workflow/StepScope.h"
 #include "workflow/Stopwatch.h"
+#include "workflow/tiling/files/MeshRows.h"
 #include "workflow/tiling/files/TileFolder.h"
 #include "workflow/tiling/seams/Joining.h"
 #include "workflow/words.h"
@@ -15,9 +16,10 @@ JoinTilesResult join_tiles(std::filesystem::path const& folder, OutputFile const
 {
     StepScope scope(context, "join-tiles", "join the tiles");
     Stopwatch const watch;
-    check_extension(output.temporary(), {".ply"});
     TileFolder const files(folder);
+    check_mesh_output(output, {});
     TileRecord const record = files.read_plan();
+    check_mesh_output(output, record.sources);
     Joining joining(files, record);
     JoinTilesResult result;
     scope.stage("compare the seams", 0.2, [&] { joining.compare_seams(); });

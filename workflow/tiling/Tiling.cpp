@@ -2,6 +2,7 @@
 
 #include "workflow/Error.h"
 #include "workflow/Stopwatch.h"
+#include "workflow/tiling/files/MeshRows.h"
 #include "workflow/words.h"
 
 namespace veld
@@ -37,6 +38,7 @@ TiledMergeResult merge_in_tiles(std::filesystem::path const& source, LoadFramesS
     {
         throw InputError(shown(folder) + ": is named for the tiles and for the mesh");
     }
+    check_mesh_output(output, frame_source_files(source));
     Stopwatch const watch;
     TiledMergeResult result;
     Context planning = share_of(context, 0.0, PLANNED);

@@ -121,6 +121,8 @@ struct JoinTilesResult
 };
 
 /// Joins all tiles to one mesh, as binary PLY. Memory is that of one tile and of the seams.
+///
+/// Throws `InputError` where the output is one of the scan's files.
 /// \param folder that of the plan
 /// \param output its extension is `.ply`
 /// \param context told the progress, and asked whether to go on

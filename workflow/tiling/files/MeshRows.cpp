@@ -4,6 +4,7 @@
 #include "workflow/words.h"
 
 #include "algorithmVeld/common/files/BinaryFile.h"
+#include "algorithmVeld/common/running/Progress.h"
 
 #include <fmt/format.h>
 
@@ -22,6 +23,9 @@ using OrvaneAlgorithm::Vector3f;
 namespace
 {
 
+/// Bytes that are copied at once.
+constexpr std::size_t COPY_BLOCK = std::size_t{1} << 20U;
+
 /// The nearest byte to a channel from 0 to 1.
 unsigned char byte_of(float channel)
 {
@@ -30,26 +34,22 @@ unsigned char byte_of(float channel)
 }
 
 template <typename Scalar, std::size_t n>
-void put(std::array<Scalar, n> values, std::ofstream& stream)
+void put(std::array<Scalar, n> values, RowFile& file)
 {
     OrvaneAlgorithm::detail::swap_bytes_if_needed<Scalar>(values.data(), n);
-    stream.write(reinterpret_cast<char const*>(values.data()), sizeof(values));
+    file.write(values.data(), sizeof(values));
 }
 
-void put(Vector3f const& vector, std::ofstream& stream)
+void put(Vector3f const& vector, RowFile& file)
 {
-    put(std::array<float, 3>{vector.x(), vector.y(), vector.z()}, stream);
+    put(std::array<float, 3>{vector.x(), vector.y(), vector.z()}, file);
 }
 
-/// Hands a file on to a stream, and nothing of an empty one.
-void append(fs::path const& file, std::ofstream& stream)
+/// \param error of the system, the number
+[[noreturn]] void refuse_output(OutputFile const& output, int error)
 {
-    std::error_code error;
-    if (fs::file_size(file, error) > 0 && !error)
-    {
-        std::ifstream rows(file, std::ios::binary);
-        stream << rows.rdbuf();
-    }
+    throw OperationError(shown(output.path()) + ": cannot be written: " +
+                         why_not_written({error, std::generic_category()}));
 }
 
 fs::path beside(OutputFile const& output, char const* what)
@@ -61,21 +61,83 @@ fs::path beside(OutputFile const& output, char const* what)
 
 } // namespace
 
+void check_mesh_output(OutputFile const& output, std::vector<fs::path> const& inputs)
+{
+    // The temporary name is that of the file; only what goes to a stream has another one.
+    bool const is_stream = output.temporary().filename() != output.path().filename();
+    check_extension(is_stream ? output.temporary() : output.path(), {".ply"});
+    if (!is_stream)
+    {
+        Outputs().check({output.path()}, inputs);
+    }
+}
+
+RowFile::RowFile(OutputFile const& output, char const* what)
+    : output_(output), path_(beside(output, what))
+{
+    errno = 0;
+    stream_.open(path_, std::ios::binary);
+    if (!stream_)
+    {
+        fail();
+    }
+}
+
+RowFile::~RowFile()
+{
+    stream_.close();
+    std::error_code ignored;
+    fs::remove(path_, ignored);
+}
+
+void RowFile::fail() const
+{
+    refuse_output(output_, errno);
+}
+
+void RowFile::write(void const* data, std::size_t n)
+{
+    errno = 0;
+    if (!stream_.write(static_cast<char const*>(data), static_cast<std::streamsize>(n)))
+    {
+        fail();
+    }
+    size_ += n;
+}
+
+void RowFile::flush()
+{
+    errno = 0;
+    if (!stream_.flush())
+    {
+        fail();
+    }
+}
+
+void RowFile::read_back(std::function<void(char const*, std::size_t)> const& take)
+{
+    flush();
+    std::ifstream file(path_, std::ios::binary);
+    std::vector<char> block(COPY_BLOCK);
+    for (std::uint64_t left = size_; left > 0;)
+    {
+        auto const n = static_cast<std::size_t>(std::min<std::uint64_t>(left, block.size()));
+        errno = 0;
+        if (!file.read(block.data(), static_cast<std::streamsize>(n)))
+        {
+            fail(); // also where bytes are missing
+        }
+        take(block.data(), n);
+        left -= n;
+    }
+}
+
 MeshRows::MeshRows(OutputFile const& output, bool has_colours)
     : output_(output),
       has_colours_(has_colours),
-      vertex_file_(beside(output, ".vertices")),
-      face_file_(beside(output, ".faces")),
-      vertex_rows_(vertex_file_, std::ios::binary),
-      face_rows_(face_file_, std::ios::binary)
+      vertex_rows_(output, ".vertices"),
+      face_rows_(output, ".faces")
 {
-}
-
-MeshRows::~MeshRows()
-{
-    std::error_code ignored;
-    fs::remove(vertex_file_, ignored);
-    fs::remove(face_file_, ignored);
 }
 
 std::uint32_t MeshRows::add_vertex(TileMesh const& tile, std::size_t v)
@@ -99,25 +161,40 @@ std::uint32_t MeshRows::add_vertex(TileMesh const& tile, std::size_t v)
 
 void MeshRows::add_face(std::array<std::uint32_t, 3> const& rows)
 {
-    face_rows_.put(3);
+    put(std::array<unsigned char, 1>{3}, face_rows_);
     put(rows, face_rows_);
     ++n_faces_;
 }
 
+void MeshRows::flush()
+{
+    vertex_rows_.flush();
+    face_rows_.flush();
+}
+
 void MeshRows::finish()
 {
+    OrvaneAlgorithm::detail::Progress progress(
+        static_cast<std::size_t>((vertex_rows_.size() + face_rows_.size()) / COPY_BLOCK));
     errno = 0;
-    vertex_rows_.close();
-    face_rows_.close();
     std::ofstream stream(output_.temporary(), std::ios::binary);
     stream << header();
-    append(vertex_file_, stream);
-    append(face_file_, stream);
-    stream.close();
-    if (!vertex_rows_ || !face_rows_ || !stream)
+    auto const copy = [&](char const* block, std::size_t n)
     {
-        throw OperationError(shown(output_.path()) + ": cannot be written: " +
-                             why_not_written({errno, std::generic_category()}));
+        progress.advance();
+        errno = 0;
+        if (!stream.write(block, static_cast<std::streamsize>(n)))
+        {
+            refuse_output(output_, errno);
+        }
+    };
+    vertex_rows_.read_back(copy);
+    face_rows_.read_back(copy);
+    errno = 0;
+    stream.close();
+    if (!stream)
+    {
+        refuse_output(output_, errno);
     }
 }
 

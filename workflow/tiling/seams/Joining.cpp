@@ -1,8 +1,5 @@
 #include "workflow/tiling/seams/Joining.h"
 
-#include "workflow/Error.h"
-#include "workflow/words.h"
-
 #include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
@@ -79,11 +76,16 @@ void Joining::write(OutputFile const& output, JoinTilesResult& result)
     {
         seam_rows_.emplace(key, 0);
     }
+    OrvaneAlgorithm::detail::Stages stages({3.0, 1.0});
+    stages.next();
     for_each_tile([&](TileMesh const& tile) { write_tile(tile, rows); });
+    OrvaneAlgorithm::detail::CancelPoll poll;
     for (auto const& face : over_seams)
     {
+        poll.next();
         rows.add_face({seam_rows_.at(face[0]), seam_rows_.at(face[1]), seam_rows_.at(face[2])});
     }
+    stages.next();
     rows.finish();
     result.vertices = rows.vertices();
     result.faces = rows.faces();
@@ -173,6 +175,7 @@ void Joining::write_tile(TileMesh const& tile, MeshRows& rows)
                            row[static_cast<std::size_t>(face[2])]});
         }
     }
+    rows.flush();
 }
 
 /// \return the row of each vertex that was written
