@@ -555,6 +555,16 @@ TEST(Tiling, WhatIsWrongWithTheOutputIsToldBeforeTheWork)
     EXPECT_FALSE(fs::exists(scan.file("tiles")));
 }
 
+TEST(Tiling, APlanThatIsRefusedLeavesNoFolder)
+{
+    TiledScan scan({depth_frame(depth_wall(3000.0), 0.0, 1, 0.0),
+                    depth_frame(depth_wall(3000.0), 0.0, 2, 30.0)});
+    scan.settings.noise = 1.2;
+    EXPECT_THAT(reason_of([&] { scan.plan("new/tiles"); }),
+                HasSubstr("takes the noise of these frames out first"));
+    EXPECT_FALSE(fs::exists(scan.file("new")));
+}
+
 /// A tile with one vertex and no face.
 veld::TileMesh one_vertex()
 {

@@ -108,18 +108,9 @@ void judge(Survey const& survey, MergeSettings const& settings, std::string cons
     }
 }
 
-/// Makes the folder of a file that is written later, or says why it cannot be.
-void make_folder_for(fs::path const& file)
-{
-    Outputs outputs;
-    outputs.make_directory(file.parent_path());
-    outputs.check({file}, {});
-    outputs.commit();
-}
-
 TileRecord divide(fs::path const& source, LoadFramesSettings const& load,
                   MergeSettings const& settings, TileSettings const& tiling,
-                  TileFolder const& folder, Context& context)
+                  TileFolder const& folder, Outputs& outputs, Context& context)
 {
     TileRecord record;
     Survey survey(settings);
@@ -137,7 +128,7 @@ TileRecord divide(fs::path const& source, LoadFramesSettings const& load,
     record.side = survey.side;
     record.boxes = divide_space(survey.counts, tiling.tile_points);
     record.plan.tiles.resize(record.boxes.size());
-    PieceCutter cutter(folder, record);
+    PieceCutter cutter(folder, record, outputs);
     Context second = share_of(context, 0.4, 1.0);
     second.warn = nullptr; // what was wrong with the frames was told
     visit_frames(
@@ -167,13 +158,17 @@ TilePlan plan_tiles(fs::path const& source, LoadFramesSettings const& load,
         record.plan.found = true;
         return record.plan;
     }
-    make_folder_for(files.plan_file());
-    TileRecord record = divide(source, load, settings, tiling, files, context);
+    // What is refused leaves no folder behind.
+    Outputs outputs;
+    outputs.make_directory(folder);
+    outputs.check({files.plan_file()}, {});
+    TileRecord record = divide(source, load, settings, tiling, files, outputs, context);
     record.inputs = inputs;
     record.sources = sources;
     record.plan.seconds = watch.seconds();
     files.remove_files_of_others(record);
     files.write_plan(record);
+    outputs.commit();
     return record.plan;
 }
 

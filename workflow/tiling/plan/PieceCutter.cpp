@@ -1,6 +1,5 @@
 #include "workflow/tiling/plan/PieceCutter.h"
 
-#include "workflow/files/OutputFile.h"
 #include "workflow/frames/FrameFiles.h"
 #include "workflow/tiling/plan/FrameSamples.h"
 
@@ -47,15 +46,13 @@ RangeData piece_of(RangeData const& frame, std::vector<std::size_t> const& seen,
 
 } // namespace
 
-PieceCutter::PieceCutter(TileFolder const& folder, TileRecord& record)
+PieceCutter::PieceCutter(TileFolder const& folder, TileRecord& record, Outputs& outputs)
     : folder_(folder), record_(record)
 {
-    Outputs outputs;
     for (std::size_t t = 0; t < record.boxes.size(); ++t)
     {
         outputs.make_directory(folder.tile(t));
     }
-    outputs.commit();
 }
 
 void PieceCutter::cut(RangeData const& frame)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "workflow/files/OutputFile.h"
 #include "workflow/tiling/files/TileFolder.h"
 
 #include <cstddef>
@@ -12,8 +13,9 @@ namespace veld
 class PieceCutter
 {
 public:
+    /// Makes the folders of the tiles.
     /// \param record gets what each tile sees
-    PieceCutter(TileFolder const& folder, TileRecord& record);
+    PieceCutter(TileFolder const& folder, TileRecord& record, Outputs& outputs);
 
     /// Cuts the frame that comes next.
     void cut(OrvaneAlgorithm::RangeData const& frame);
