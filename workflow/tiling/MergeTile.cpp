@@ -82,29 +82,44 @@ private:
     std::vector<std::vector<Vector3f>> colours_;
 };
 
+ThinRecord read_thin(TileFolder const& folder, TileRecord const& plan, std::size_t tile)
+{
+    auto thin = folder.find_thin(plan, tile);
+    if (!thin)
+    {
+        throw InputError(fmt::format("{}: tile {} is not thin yet: all have to be before one is "
+                                     "stitched",
+                                     shown(folder.path()), tile));
+    }
+    return *thin;
+}
+
+/// The box of all tiles. Once one has found it, all tiles were thin.
+VertexBox whole_box(TileFolder const& folder, TileRecord const& plan)
+{
+    if (auto const known = folder.find_box(plan))
+    {
+        return *known;
+    }
+    VertexBox whole;
+    for (std::size_t t = 0; t < plan.boxes.size(); ++t)
+    {
+        VertexBox const box = read_thin(folder, plan, t).box;
+        if (box.has_any)
+        {
+            whole.add(box.low, box.high);
+        }
+    }
+    folder.write_box(plan, whole);
+    return whole;
+}
+
 /// Gives the stitch the box of all tiles.
 void set_whole_box(TileFolder const& folder, TileRecord const& plan,
                    OrvaneAlgorithm::MeshMerge& merger)
 {
-    ThinRecord whole;
-    for (std::size_t t = 0; t < plan.boxes.size(); ++t)
-    {
-        auto const tile = folder.find_thin(plan, t);
-        if (!tile)
-        {
-            throw InputError(
-                fmt::format("{}: tile {} is not thin yet: all have to be before one is "
-                            "stitched",
-                            shown(folder.path()), t));
-        }
-        if (tile->has_box)
-        {
-            whole.low = whole.has_box ? whole.low.cwiseMin(tile->low) : tile->low;
-            whole.high = whole.has_box ? whole.high.cwiseMax(tile->high) : tile->high;
-            whole.has_box = true;
-        }
-    }
-    if (whole.has_box)
+    VertexBox const whole = whole_box(folder, plan);
+    if (whole.has_any)
     {
         merger.set_stitch_box(whole.low, whole.high);
     }
@@ -226,6 +241,7 @@ MergeTileResult merge_tile(std::filesystem::path const& folder, std::size_t tile
     }
     Stopwatch const watch;
     auto merger = merger_for(record.plan.settings);
+    read_thin(files, record, tile); // its own pieces have to be whole, whatever became of others
     set_whole_box(files, record, merger);
     KeyedFrames const frames =
         scope.stage("read what stays", 0.1,

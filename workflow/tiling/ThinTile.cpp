@@ -41,9 +41,7 @@ void find_box(std::vector<RangeData> const& kept, TileRecord const& record, std:
         auto const& point = mesh.point(vertex);
         if (record.boxes[tile].has(cell_of(point, record.side)))
         {
-            thin.low = thin.has_box ? thin.low.cwiseMin(point) : point;
-            thin.high = thin.has_box ? thin.high.cwiseMax(point) : point;
-            thin.has_box = true;
+            thin.box.add(point, point);
         }
     }
 }

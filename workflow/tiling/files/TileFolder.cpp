@@ -165,6 +165,25 @@ Vector3f read_point(JsonFields const& fields, std::string const& key)
     return Eigen::Map<Eigen::Vector3d const>(values.data()).cast<float>();
 }
 
+VertexBox read_box(JsonFields const& fields)
+{
+    VertexBox box;
+    if (fields.has("low"))
+    {
+        box.add(read_point(fields, "low"), read_point(fields, "high"));
+    }
+    return box;
+}
+
+void put_box(VertexBox const& box, Json& json)
+{
+    if (box.has_any)
+    {
+        json["low"] = json_point(box.low);
+        json["high"] = json_point(box.high);
+    }
+}
+
 /// Names in a folder that others may change meanwhile.
 std::vector<fs::path> entries_of(fs::path const& folder)
 {
@@ -222,6 +241,13 @@ void write_json(fs::path const& path, Json const& json)
 }
 
 } // namespace
+
+void VertexBox::add(Vector3f const& from, Vector3f const& to)
+{
+    low = has_any ? Vector3f(low.cwiseMin(from)) : from;
+    high = has_any ? Vector3f(high.cwiseMax(to)) : to;
+    has_any = true;
+}
 
 std::string tile_maker()
 {
@@ -295,6 +321,24 @@ void TileFolder::write_plan(TileRecord const& record) const
     write_json(plan_file(), json_of(record));
 }
 
+std::optional<VertexBox> TileFolder::find_box(TileRecord const& plan) const
+{
+    if (!is_plain_file(box_file()))
+    {
+        return {};
+    }
+    Json const json = read_json(box_file());
+    JsonFields const fields(json, shown(box_file()) + ": ");
+    return fields.text("plan") == plan.inputs ? std::optional(read_box(fields)) : std::nullopt;
+}
+
+void TileFolder::write_box(TileRecord const& plan, VertexBox const& box) const
+{
+    Json json{{"plan", plan.inputs}};
+    put_box(box, json);
+    write_json(box_file(), json);
+}
+
 std::optional<ThinRecord> TileFolder::find_thin(TileRecord const& plan, std::size_t tile) const
 {
     if (!is_plain_file(thin_file(tile)))
@@ -312,12 +356,7 @@ std::optional<ThinRecord> TileFolder::find_thin(TileRecord const& plan, std::siz
     record.result.points = read_count(fields, "points", place);
     record.result.removed = read_count(fields, "removed", place);
     record.result.seconds = fields.number("seconds");
-    record.has_box = fields.has("low");
-    if (record.has_box)
-    {
-        record.low = read_point(fields, "low");
-        record.high = read_point(fields, "high");
-    }
+    record.box = read_box(fields);
     return record;
 }
 
@@ -329,11 +368,7 @@ void TileFolder::write_thin(TileRecord const& plan, std::size_t tile,
               {"points", record.result.points},
               {"removed", record.result.removed},
               {"seconds", record.result.seconds}};
-    if (record.has_box)
-    {
-        json["low"] = json_point(record.low);
-        json["high"] = json_point(record.high);
-    }
+    put_box(record.box, json);
     write_json(thin_file(tile), json);
 }
 

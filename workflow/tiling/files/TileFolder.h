@@ -28,13 +28,22 @@ struct TileRecord
     bool has_colours = false;                   ///< whether any frame has
 };
 
+/// The box of vertices, of which there may be none.
+struct VertexBox
+{
+    bool has_any = false;
+    OrvaneAlgorithm::Vector3f low = OrvaneAlgorithm::Vector3f::Zero();
+    OrvaneAlgorithm::Vector3f high = OrvaneAlgorithm::Vector3f::Zero();
+
+    /// Takes in what reaches from one point to another.
+    void add(OrvaneAlgorithm::Vector3f const& from, OrvaneAlgorithm::Vector3f const& to);
+};
+
 /// What a thin tile tells the others.
 struct ThinRecord
 {
     ThinTileResult result;
-    bool has_box = false; ///< whether it has any vertex
-    OrvaneAlgorithm::Vector3f low = OrvaneAlgorithm::Vector3f::Zero(); ///< of its own vertices
-    OrvaneAlgorithm::Vector3f high = OrvaneAlgorithm::Vector3f::Zero();
+    VertexBox box; ///< of its own vertices
 };
 
 /// What makes the tiles: a version of the library, with its solver. Those of another one do not
@@ -53,6 +62,7 @@ public:
     std::filesystem::path const& path() const { return folder_; }
     std::filesystem::path tile(std::size_t tile) const;
     std::filesystem::path plan_file() const { return folder_ / "plan.json"; }
+    std::filesystem::path box_file() const { return folder_ / "box.json"; }
     std::filesystem::path thin_file(std::size_t tile) const;
     std::filesystem::path mesh_file(std::size_t tile) const;
     /// What a tile sees of a frame.
@@ -67,6 +77,11 @@ public:
     /// None where a tile has not been thinned, or was by another plan.
     std::optional<ThinRecord> find_thin(TileRecord const& plan, std::size_t tile) const;
     void write_thin(TileRecord const& plan, std::size_t tile, ThinRecord const& record) const;
+    /// The box of the vertices of all tiles, which the first tile that is stitched leaves for the
+    /// others: none of them has to look at all the others again. None if there is none of the plan.
+    std::optional<VertexBox> find_box(TileRecord const& plan) const;
+    void write_box(TileRecord const& plan, VertexBox const& box) const;
+
     /// Takes the record of another plan away before its files change. That of this plan stays, for
     /// whoever is at the same tile writes the same.
     void drop_thin_of_others(TileRecord const& plan, std::size_t tile) const;
