@@ -699,6 +699,28 @@ TEST(Tiling, ATileThatIsMadeTwiceAtATimeIsTheSame)
     EXPECT_EQ(content_of(scan.file("twice.ply")), content_of(scan.file("tiled.ply")));
 }
 
+/// A frame without neighbours tells no spacing, and so no size of cells.
+TEST(Tiling, CellsAreMeasuredByTheFirstFrameThatHasASpacing)
+{
+    RangeData lone = flat_frame(1, 1, 1.0F, {100.0F, 0.0F, 0.0F});
+    RangeData const fine = flat_frame(40, 40, 0.001F);
+    veld::Survey survey{veld::MergeSettings()};
+    veld::NamedFrame frame;
+    frame.data = lone;
+    survey.add(frame);
+    EXPECT_EQ(survey.side, 0.0);
+    frame.data = fine;
+    survey.add(frame);
+    EXPECT_NEAR(survey.side, 0.016, 1e-4);
+    EXPECT_EQ(survey.points, 1601U);
+    std::size_t counted = 0;
+    for (auto const& [cell, count] : survey.counts)
+    {
+        counted += count;
+    }
+    EXPECT_EQ(counted, 1601U);
+}
+
 TEST(Tiling, AScanIsTheSameByAnyOfItsNames)
 {
     TiledScan scan(hills());

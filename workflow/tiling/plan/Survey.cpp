@@ -39,7 +39,24 @@ void Survey::add(NamedFrame const& frame)
     {
         spacings_.push_back(spacing);
     }
-    count(data);
+    Points samples;
+    for_each_sample(data,
+                    [&](std::size_t /*i*/, Vector3f const& point) { samples.push_back(point); });
+    points += samples.size();
+    if (side == 0.0 && this->spacing() > 0.0)
+    {
+        side = CELL_SPACINGS * this->spacing();
+        count(uncounted_);
+        uncounted_ = {};
+    }
+    if (side == 0.0)
+    {
+        uncounted_.insert(uncounted_.end(), samples.begin(), samples.end());
+    }
+    else
+    {
+        count(samples);
+    }
     has_colours = has_colours || data.has_vColor;
     has_photos = has_photos || frame.photo != nullptr;
     are_cameras_ = are_cameras_ && DepthFrames::is_camera_frame(data);
@@ -66,26 +83,19 @@ bool Survey::is_noisy(MergeSettings const& settings) const
            are_cameras_ && OrvaneAlgorithm::detail::median(noise_) > NOISY * measured_spacing();
 }
 
-void Survey::count(RangeData const& data)
+void Survey::count(Points const& samples)
 {
-    if (side == 0.0)
-    {
-        double const measured = spacing();
-        side = CELL_SPACINGS * (measured > 0.0 ? measured : 1.0);
-    }
     // Most samples are in the cell of the one before.
     auto last = counts.end();
-    for_each_sample(data,
-                    [&](std::size_t /*i*/, Vector3f const& point)
-                    {
-                        auto const cell = cell_of(point, side);
-                        if (last == counts.end() || last->first != cell)
-                        {
-                            last = counts.emplace(cell, 0).first;
-                        }
-                        ++last->second;
-                        ++points;
-                    });
+    for (auto const& point : samples)
+    {
+        auto const cell = cell_of(point, side);
+        if (last == counts.end() || last->first != cell)
+        {
+            last = counts.emplace(cell, 0).first;
+        }
+        ++last->second;
+    }
     while (counts.size() > MOST_CELLS)
     {
         counts = in_larger_cells(counts);

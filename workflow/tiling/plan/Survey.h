@@ -24,7 +24,7 @@ public:
     /// Whether the noise of the frames would be taken out in a whole.
     bool is_noisy(MergeSettings const& settings) const;
 
-    double side = 0.0; ///< of the cells
+    double side = 0.0; ///< of the cells; 0 as long as no frame has a spacing, and nothing counted
     CellCounts counts;
     std::size_t points = 0;
     std::size_t frames = 0;
@@ -32,10 +32,13 @@ public:
     bool has_photos = false;
 
 private:
-    void count(OrvaneAlgorithm::RangeData const& data);
+    using Points = std::vector<OrvaneAlgorithm::Vector3f>;
+
+    void count(Points const& samples);
 
     double given_spacing_;
     double given_noise_;
+    Points uncounted_; ///< of frames before the first that has a spacing
     std::vector<double> spacings_;
     std::vector<double> noise_; ///< of each frame
     bool are_cameras_ = true;
