@@ -699,6 +699,112 @@ TEST(Tiling, ATileThatIsMadeTwiceAtATimeIsTheSame)
     EXPECT_EQ(content_of(scan.file("twice.ply")), content_of(scan.file("tiled.ply")));
 }
 
+/// What the tiles of a folder have, beside their steps.
+class TilesAtHand
+{
+public:
+    explicit TilesAtHand(fs::path folder) : folder_(std::move(folder)), plan_(folder_.read_plan())
+    {
+        for (std::size_t t = 0; t < plan_.boxes.size(); ++t)
+        {
+            tiles.push_back(veld::read_tile_mesh(folder_.mesh_file(t), plan_, t));
+        }
+    }
+
+    void write() const
+    {
+        for (std::size_t t = 0; t < tiles.size(); ++t)
+        {
+            veld::write_tile_mesh(folder_.mesh_file(t), tiles[t]);
+        }
+    }
+
+    veld::SeamFaces seams() const
+    {
+        veld::SeamFaces seams;
+        for (auto const& tile : tiles)
+        {
+            seams.add(tile.crossing);
+        }
+        seams.compare();
+        return seams;
+    }
+
+    /// Of faces, those that a mesh has by the places of their corners.
+    std::size_t count_in(FaceSet const& mesh, std::vector<veld::KeyedFace> const& faces) const
+    {
+        std::map<veld::SampleKey, Point> places;
+        for (auto const& tile : tiles)
+        {
+            for (std::size_t v = 0; v < tile.keys.size(); ++v)
+            {
+                auto const& p = tile.points[v];
+                places[tile.keys[v]] = {p.x(), p.y(), p.z()};
+            }
+        }
+        auto const is_there = [&](veld::KeyedFace const& face)
+        {
+            Corners corners{places.at(face[0]), places.at(face[1]), places.at(face[2])};
+            std::rotate(corners.begin(), std::min_element(corners.begin(), corners.end()),
+                        corners.end());
+            return mesh.count(corners) > 0;
+        };
+        return static_cast<std::size_t>(std::count_if(faces.begin(), faces.end(), is_there));
+    }
+
+    std::vector<veld::TileMesh> tiles;
+
+private:
+    veld::TileFolder folder_;
+    veld::TileRecord plan_;
+};
+
+/// Has all tiles agree on the other side of a face as well, beside a gap: one of the two has to go.
+void turn_a_face_at_a_gap(TilesAtHand& at_hand)
+{
+    auto const seams = at_hand.seams();
+    std::set<veld::SampleKey> gaps;
+    for (auto const& face : seams.refused())
+    {
+        gaps.insert(face.begin(), face.end());
+    }
+    auto const found = std::find_if(
+        seams.agreed().begin(), seams.agreed().end(),
+        [&](veld::KeyedFace const& face) {
+            return std::any_of(face.begin(), face.end(), [&](auto key) { return gaps.count(key); });
+        });
+    ASSERT_NE(found, seams.agreed().end());
+    for (auto& tile : at_hand.tiles)
+    {
+        auto const face =
+            std::find_if(tile.crossing.begin(), tile.crossing.end(),
+                         [&](veld::CrossingFace const& one) { return one.corners == *found; });
+        if (face != tile.crossing.end())
+        {
+            veld::CrossingFace turned = *face;
+            std::swap(turned.corners[1], turned.corners[2]);
+            turned.own = static_cast<unsigned char>((face->own & 1U) | (face->own & 2U) << 1U |
+                                                    (face->own & 4U) >> 1U);
+            tile.crossing.push_back(turned);
+        }
+    }
+    at_hand.write();
+}
+
+TEST(Tiling, FacesOverSeamsAreThoseThatStayed)
+{
+    TiledScan scan(random_frames(2, 6, 90, 1.0F));
+    scan.tiling.tile_points = 3000;
+    scan.tiling.margin = 8.0;
+    scan.merge();
+    TilesAtHand at_hand(scan.file("tiles"));
+    turn_a_face_at_a_gap(at_hand);
+    auto const join = scan.merge().join;
+    auto const agreed = at_hand.seams().agreed();
+    EXPECT_LT(join.crossing, agreed.size());
+    EXPECT_EQ(join.crossing, at_hand.count_in(faces_of(scan.mesh()), agreed));
+}
+
 /// A frame without neighbours tells no spacing, and so no size of cells.
 TEST(Tiling, CellsAreMeasuredByTheFirstFrameThatHasASpacing)
 {

@@ -114,7 +114,9 @@ struct JoinTilesResult
 {
     std::size_t vertices = 0; ///< Of the mesh.
     std::size_t faces = 0;    ///< Of the mesh.
-    std::size_t crossing = 0; ///< Of these, over a seam, as both sides have them.
+    /// Of these, over a seam, as all sides have them. Those that went where a gap was closed do not
+    /// count.
+    std::size_t crossing = 0;
     std::size_t refused = 0;  ///< Faces over a seam that only one side has: they are not in it.
     std::size_t stitched = 0; ///< Faces that close the gaps of these.
     double seconds = 0.0;     ///< That it took.

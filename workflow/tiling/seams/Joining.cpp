@@ -89,9 +89,9 @@ void Joining::write(OutputFile const& output, JoinTilesResult& result)
     rows.finish();
     result.vertices = rows.vertices();
     result.faces = rows.faces();
-    result.crossing = faces_.agreed().size();
     result.refused = faces_.refused().size();
     result.stitched = strip_ ? strip_->added().size() : 0;
+    result.crossing = over_seams.size() - result.stitched;
 }
 
 void Joining::for_each_tile(std::function<void(TileMesh const&)> const& work) const
