@@ -20,11 +20,6 @@ namespace veld::python
 namespace
 {
 
-/// As of the options of `veld merge`.
-constexpr double MOST_POINTS = 1e12;
-constexpr double LEAST_MARGIN = 8.0;
-constexpr double LARGEST_MARGIN = 1e6;
-
 /// What a scan is read and divided by.
 struct Division
 {
@@ -41,8 +36,9 @@ TileSettings tiling_of(Values const& values)
     TileSettings settings;
     auto points = static_cast<double>(settings.tile_points);
     SettingsReader reader(json, place);
-    reader.number("tile_points", points, 1.0, MOST_POINTS);
-    reader.number("tile_margin", settings.margin, LEAST_MARGIN, LARGEST_MARGIN);
+    reader.number("tile_points", points, static_cast<double>(LEAST_TILE_POINTS),
+                  static_cast<double>(MOST_TILE_POINTS));
+    reader.number("tile_margin", settings.margin, LEAST_TILE_MARGIN, LARGEST_TILE_MARGIN);
     reader.finish();
     if (std::floor(points) != points)
     {

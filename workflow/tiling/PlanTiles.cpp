@@ -20,21 +20,16 @@ namespace veld
 namespace
 {
 
-/// What a point needs to see around it to be taken or left as in the whole: the band in which a
-/// frame's border counts less.
-constexpr double LEAST_MARGIN = 8.0;
-constexpr double LARGEST_MARGIN = 1e6;
-
 void refuse_wrong(TileSettings const& tiling, MergeSettings const& settings)
 {
-    if (tiling.tile_points < 1)
+    if (tiling.tile_points < LEAST_TILE_POINTS)
     {
         throw InputError("a tile has to have at least 1 sample", "tile_points");
     }
-    if (!(tiling.margin >= LEAST_MARGIN && tiling.margin <= LARGEST_MARGIN))
+    if (!(tiling.margin >= LEAST_TILE_MARGIN && tiling.margin <= LARGEST_TILE_MARGIN))
     {
         throw InputError(fmt::format("the margin of tiles has to be {:.0f} to {:.0f} spacings",
-                                     LEAST_MARGIN, LARGEST_MARGIN),
+                                     LEAST_TILE_MARGIN, LARGEST_TILE_MARGIN),
                          "margin");
     }
     if (settings.method != MergeMethod::STITCH)

@@ -23,13 +23,21 @@
 namespace veld
 {
 
+/// Bounds of the samples of a tile.
+inline constexpr std::size_t LEAST_TILE_POINTS = 1;
+inline constexpr std::size_t MOST_TILE_POINTS = 1000000000000;
+/// Bounds of a margin, in spacings. The least is what a point needs to see around it to be taken or
+/// left as in the whole: the band in which a frame's border counts less.
+inline constexpr double LEAST_TILE_MARGIN = 8.0;
+inline constexpr double LARGEST_TILE_MARGIN = 1e6;
+
 /// How a scan is divided.
 struct TileSettings
 {
-    /// Samples in a tile at most, without those of its margin; 1 or more. Places of a few spacings
+    /// Samples in a tile at most, without those of its margin. Places of a few spacings
     /// that hold more are not divided.
     std::size_t tile_points = 4000000;
-    /// Width in spacings of what a tile sees around it; 8 or more. The wider, the less it differs
+    /// Width in spacings of what a tile sees around it. The wider, the less it differs
     /// from the whole at its seams.
     double margin = 48.0;
 };

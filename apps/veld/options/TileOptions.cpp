@@ -14,8 +14,9 @@ void TileOptions::add(CLI::App& app)
                        "Merge a scan that does not fit in memory in tiles of at most so many "
                        "samples, one after the other; without it the scan is merged as a whole")
             ->type_name("N")
-            ->check(CLI::Range(1.0, 1e12));
-    add_number(app, "--tile-margin", settings_.margin, 8.0, 1e6,
+            ->check(CLI::Range(static_cast<double>(LEAST_TILE_POINTS),
+                               static_cast<double>(MOST_TILE_POINTS)));
+    add_number(app, "--tile-margin", settings_.margin, LEAST_TILE_MARGIN, LARGEST_TILE_MARGIN,
                "Width in spacings of what a tile sees around it: the wider, the less the mesh "
                "differs from that of the whole scan along its seams (default: 48)")
         ->needs(tile_points_option_);
