@@ -1,13 +1,17 @@
 #include "run_veld.h"
 
 #include "algorithmVeld/common/CRangeDataIO.h"
+#include "algorithmVeld/common/mesh_io.h"
 #include "tests/reconstruction/frames.h"
 #include "tests/support/real_data.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <array>
 #include <limits>
 #include <map>
+#include <set>
 #include <sstream>
 
 namespace
@@ -42,6 +46,32 @@ public:
         return run_veld(options);
     }
 };
+
+using Point = std::array<float, 3>;
+
+/// The faces of a mesh by the places of their corners, the way round that they have.
+std::multiset<std::array<Point, 3>> faces_of(std::string const& path)
+{
+    OrvaneAlgorithm::TriMesh mesh;
+    OrvaneAlgorithm::MeshReadReport report;
+    EXPECT_TRUE(OrvaneAlgorithm::read_mesh(path, mesh, report)) << report.error;
+    std::multiset<std::array<Point, 3>> faces;
+    for (auto const face : mesh.faces())
+    {
+        std::array<Point, 3> corners{};
+        auto corner = mesh.cfv_iter(face);
+        for (auto& point : corners)
+        {
+            auto const& p = mesh.point(*corner);
+            point = {p.x(), p.y(), p.z()};
+            ++corner;
+        }
+        std::rotate(corners.begin(), std::min_element(corners.begin(), corners.end()),
+                    corners.end());
+        faces.insert(corners);
+    }
+    return faces;
+}
 
 /// Cells are cut across q1-q3, so the first and the last corner of a sheet are in one face each,
 /// and such vertices go.
@@ -392,11 +422,14 @@ TEST(MergeCommand, TwoTilesBecomeTheMeshOfTheWhole)
 {
     Frames const frames({flat_frame(41, 41, 0.5F), flat_frame(41, 41, 0.5F, {20.5F, 0.0F, 0.0F})});
     auto const whole = frames.merge().json();
+    auto const faces = faces_of(frames.file("merged.ply"));
     auto const tiled = frames.merge({"--json", "--tile-points", "2000"}).json();
     EXPECT_EQ(tiled["tiles"].size(), 2U);
     EXPECT_EQ(tiled["vertices"], whole["vertices"]);
     EXPECT_EQ(tiled["faces"], whole["faces"]);
     EXPECT_EQ(tiled["points"], 2 * 41 * 41);
+    EXPECT_EQ(faces.size(), whole["faces"]);
+    EXPECT_EQ(faces_of(frames.file("merged.ply")), faces); // only their order is another
 }
 
 TEST(MergeCommand, TilesAreToldAndCanBeKept)

@@ -17,8 +17,9 @@
 /// files of one folder, so that tiles can be tasks on many machines that share it, in any order
 /// and more than once. `merge_in_tiles` takes all of these steps, one tile after the other.
 ///
-/// Each step holds one frame or one tile in memory. Each throws `InputError` where the folder lacks
-/// what the step before left, or holds it damaged, and names the file.
+/// In memory each step holds one frame or one tile, and the join the seams besides. Text frames
+/// that share a file of poses are read at once, all of them. Each step throws `InputError` where
+/// the folder lacks what the step before left, or holds it damaged, and names the file.
 
 namespace veld
 {
@@ -45,9 +46,10 @@ struct TileSettings
 /// A tile, before it is merged.
 struct PlannedTile
 {
-    std::size_t points = 0;  ///< Samples that are its own.
-    std::size_t margin = 0;  ///< Samples of others that it sees.
-    std::vector<int> frames; ///< That it sees, in their order, by their place in the scan.
+    std::size_t points = 0; ///< Samples that are its own.
+    std::size_t margin = 0; ///< Samples of others that it sees.
+    /// That it sees, in their order, by their place among those of the scan that can be used.
+    std::vector<int> frames;
 };
 
 /// How a scan was divided.
