@@ -302,6 +302,37 @@ TEST_F(SheetRun, AResultThatIsNotWhatItWasIsMadeAgain)
     EXPECT_EQ(models(), before);
 }
 
+TEST_F(SheetRun, ARecordWithValuesOfOtherKindsIsNoReasonToFail)
+{
+    write_file(scan_.file("markers.txt"), "13 13 0\n");
+    auto const whole = run();
+    auto const before = models();
+    Json record = whole.record.to_json();
+    record["steps"].back()["result"]["file_checksum"] = 3;
+    record["steps"][1]["settings"]["radius"] = "two";
+    write_file(file("run.json"), record.dump());
+    EXPECT_LT(run().from_before, whole.record.steps.size()) << "nothing tells that it is the same";
+    EXPECT_TRUE(models().at("model.ply") == before.at("model.ply"));
+    EXPECT_TRUE(models().at("model.glb") == before.at("model.glb"));
+}
+
+TEST_F(SheetRun, RemovesStepsOfLongerRunsWhateverTheirNumber)
+{
+    run();
+    for (std::string const name : {"100-fill.ply", "1000-clean.png", "100-notes.ply",
+                                   "012-fill.ply", "7-fill.ply", "100", "100-.ply"})
+    {
+        write_file(file(name), "left");
+    }
+    run();
+    auto const files = files_in(request_.directory);
+    EXPECT_THAT(files, testing::Not(testing::Contains("100-fill.ply")));
+    EXPECT_THAT(files, testing::Not(testing::Contains("1000-clean.png")));
+    EXPECT_THAT(files, testing::IsSupersetOf(
+                           {"100-notes.ply", "012-fill.ply", "7-fill.ply", "100", "100-.ply"}))
+        << "no run gives these names";
+}
+
 TEST_F(SheetRun, ItsOwnRecipeGivesTheSameBytes)
 {
     run();

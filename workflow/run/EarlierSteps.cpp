@@ -24,7 +24,9 @@ bool needs_markers(StepKind kind)
 bool is_kept(RunStep const& step, RunFolder const& folder)
 {
     std::string const name = is_texture(step) ? RunFolder::TEXTURED : step.mesh;
-    return folder.has(name, step.result[FILE_CHECKSUM].get<std::string>());
+    Json const& checksum = step.result[FILE_CHECKSUM];
+    // Who edits a record may leave anything there.
+    return checksum.is_string() && folder.has(name, checksum.get<std::string>());
 }
 
 /// Goes back to the last step of which all is there that is needed.

@@ -157,9 +157,10 @@ private:
         RecipeStep const& step = recipe_.steps[i];
         result_.record.recipe["steps"][i]["settings"] =
             with_defaults(step.kind, without_nulls(settings));
-        if (step.kind == StepKind::MARKERS && settings.contains("radius"))
+        auto const radius = settings.find("radius");
+        if (step.kind == StepKind::MARKERS && radius != settings.end() && radius->is_number())
         {
-            state_.marker_radius = settings["radius"].get<double>();
+            state_.marker_radius = radius->get<double>();
         }
     }
 

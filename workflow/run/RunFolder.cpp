@@ -21,6 +21,13 @@ namespace veld
 namespace
 {
 
+constexpr std::size_t EXTENSION = 4; // the length of ".ply" and ".png"
+
+bool is_digit(char c)
+{
+    return std::isdigit(static_cast<unsigned char>(c)) != 0;
+}
+
 std::string step_file(std::size_t step, std::string const& name, char const* extension)
 {
     return fmt::format("{:02}-{}{}", step + 1, name, extension);
@@ -29,15 +36,16 @@ std::string step_file(std::size_t step, std::string const& name, char const* ext
 /// Whether a name is one that `step_file()` gives.
 bool is_step_file(std::string const& name)
 {
-    if (name.size() < 8)
+    auto const end = std::find_if(name.begin(), name.end(), [](char c) { return !is_digit(c); });
+    auto const digits = static_cast<std::size_t>(end - name.begin());
+    bool const is_numbered = digits == 2 || (digits > 2 && name.front() != '0');
+    if (!is_numbered || end == name.end() || *end != '-' || name.size() < digits + 1 + EXTENSION)
     {
         return false;
     }
-    std::string const extension = name.substr(name.size() - 4);
-    bool const is_numbered = std::isdigit(static_cast<unsigned char>(name[0])) &&
-                             std::isdigit(static_cast<unsigned char>(name[1])) && name[2] == '-';
-    return is_numbered && (extension == ".ply" || extension == ".png") &&
-           step_kinds().count(name.substr(3, name.size() - 7)) > 0;
+    std::string const kind = name.substr(digits + 1, name.size() - digits - 1 - EXTENSION);
+    std::string const extension = name.substr(name.size() - EXTENSION);
+    return (extension == ".ply" || extension == ".png") && step_kinds().count(kind) > 0;
 }
 
 bool has_entry(fs::path const& path)
