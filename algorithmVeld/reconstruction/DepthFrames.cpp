@@ -26,9 +26,6 @@ namespace
 
 constexpr detail::TimedStages DEPTH_FRAMES("depth-frames");
 
-/// Points nearer than so many standard deviations of the noise at the depth in the middle tell
-/// nothing that their neighbours do not.
-constexpr double SPACING_OF_NOISE = 2.5;
 /// Layers belong together that are not farther apart than so many standard deviations, spacings, or
 /// medians of what frames differ by; these are looked for within the last.
 constexpr double TOLERANCE_OF_NOISE = 4.0;
@@ -41,8 +38,6 @@ constexpr float TOLERANCE_OF_SMOOTH_NOISE = 12.0F;
 constexpr float COVER_PART = 0.5F;
 /// Of the depth in the middle: as high steps are closed as things on a table are, and its edge.
 constexpr double STEP_OF_DEPTH = 0.1;
-/// In spacings: side of a place of which enough frames are chosen.
-constexpr double PLACE_OF_SPACING = 4.0;
 
 using Cameras = std::vector<detail::PinholeGrid>;
 
@@ -270,7 +265,7 @@ double DepthFrames::measure(std::vector<RangeData const*> const& ranges)
     used_noise_ = noise_.is_given() ? noise_ : measure_noise(ranges);
     double const depth = median_depth(ranges);
     double const noise = used_noise_.at(depth);
-    used_point_spacing_ = point_spacing_ > 0.0 ? point_spacing_ : SPACING_OF_NOISE * noise;
+    used_point_spacing_ = point_spacing_ > 0.0 ? point_spacing_ : detail::SPACING_OF_NOISE * noise;
     used_longest_step_ = longest_step_ > 0.0 ? longest_step_ : STEP_OF_DEPTH * depth;
     return noise;
 }
@@ -294,7 +289,7 @@ RetVal DepthFrames::prepare(std::vector<RangeData const*> const& ranges,
     {
         return RET_INVALID_INPUT;
     }
-    Work work(detail::choose_frames(ranges, PLACE_OF_SPACING * used_point_spacing_,
+    Work work(detail::choose_frames(ranges, detail::PLACE_OF_SPACING * used_point_spacing_,
                                     detail::PlaceSide::VIEW));
     stages.next();
     DEPTH_FRAMES.run(

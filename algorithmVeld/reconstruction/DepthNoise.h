@@ -24,4 +24,20 @@ struct DepthNoise
     }
 };
 
+namespace detail
+{
+
+/// Points nearer than so many standard deviations of their noise tell nothing that their neighbours
+/// do not.
+constexpr double SPACING_OF_NOISE = 2.5;
+
+/// Whether noise hides what lies between neighbours.
+/// \param spacing of these
+inline bool hides_surface(double noise, double spacing)
+{
+    return noise > 0.5 * spacing;
+}
+
+} // namespace detail
+
 } // namespace OrvaneAlgorithm

@@ -28,9 +28,6 @@ namespace
 
 constexpr detail::TimedStages OVERLAP("frame-overlap");
 
-/// In spacings: side of a place of which enough frames are chosen.
-constexpr double CHOICE_PLACE = 4.0;
-
 bool fits_numbering(std::vector<RangeData const*> const& ranges)
 {
     std::size_t left = std::numeric_limits<int>::max();
@@ -273,7 +270,7 @@ RetVal FrameOverlap::remove_overlap(std::vector<RangeData const*> const& ranges,
     stages.next();
     detail::log("  point spacing: %g\n", spacing);
     std::vector<FrameCounts> counts(ranges.size());
-    ChosenFrames const chosen(ranges, CHOICE_PLACE * spacing);
+    ChosenFrames const chosen(ranges, detail::PLACE_OF_SPACING * spacing);
     auto kept = take_out(chosen.list, spacing, counts);
     chosen.count_emptied(ranges, counts);
     log_counts(counts);

@@ -28,6 +28,7 @@ namespace veld
 using OrvaneAlgorithm::DepthFrames;
 using OrvaneAlgorithm::FrameAlignment;
 using OrvaneAlgorithm::FrameOverlap;
+using OrvaneAlgorithm::detail::hides_surface;
 
 namespace
 {
@@ -43,8 +44,6 @@ constexpr std::size_t COMPARED_POINTS_OF_ALL = 500000;
 constexpr std::size_t COMPARED_SAMPLES_OF_MANY = 100;
 /// Half of the layers that are farther off each other than this are no layers of one place.
 constexpr double BEARABLE_SPACINGS = 1.0;
-/// Noise that is more than this part of the spacing hides what lies between neighbours.
-constexpr double NOISY = 0.5;
 /// Counts the points and measures their noise, if it is not given. \return their spacing
 double measure(std::vector<RangeData const*> const& frames, MergeSettings const& settings,
                MergeResult& result)
@@ -82,7 +81,7 @@ bool is_prepared(std::vector<RangeData const*> const& frames, MergeSettings cons
         return true;
     }
     return settings.preparation == Preparation::AUTO && settings.layers == Layers::MEAN &&
-           result.noise.in_the_middle() > NOISY * spacing && are_of_cameras(frames);
+           hides_surface(result.noise.in_the_middle(), spacing) && are_of_cameras(frames);
 }
 
 /// Names frames that lie where no other one has the surface, and says so where most are farther off

@@ -1,5 +1,7 @@
 #include "workflow/steps/MergeJudge.h"
 
+#include "algorithmVeld/reconstruction/DepthNoise.h"
+
 #include <fmt/format.h>
 
 namespace veld
@@ -15,7 +17,6 @@ constexpr double MOST_GONE = 0.5;
 constexpr double FEW_POINTS = 10000.0;
 constexpr double FACES_OF_PIECE = 2000.0;
 constexpr double MANY_PIECES = 20.0;
-constexpr double MUCH_NOISE = 0.5;
 constexpr double POSES_OFF = 4.0;
 
 /// What is seen of it.
@@ -44,7 +45,7 @@ std::string symptom_of(MergeFacts const& facts)
 
 std::string reason_of(MergeFacts const& facts)
 {
-    if (!facts.prepared && facts.noise > MUCH_NOISE * facts.spacing)
+    if (!facts.prepared && OrvaneAlgorithm::detail::hides_surface(facts.noise, facts.spacing))
     {
         return fmt::format("their noise of {:.3g} mm is much for points {:.3g} mm apart, and only "
                            "frames of depth cameras are smoothed; a larger spacing may help",

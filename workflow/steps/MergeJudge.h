@@ -1,7 +1,5 @@
 #pragma once
 
-#include "workflow/steps/Merge.h"
-
 #include <string>
 
 namespace veld

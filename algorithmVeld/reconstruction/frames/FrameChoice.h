@@ -13,6 +13,9 @@ constexpr std::size_t ENOUGH_FRAMES = 24;
 /// So many frames are all taken.
 constexpr std::size_t FEW_FRAMES = 96;
 
+/// In spacings: side of a place of which enough frames are chosen.
+constexpr double PLACE_OF_SPACING = 4.0;
+
 /// What tells the sides of a thin wall, which are two places: normals, or of frames of cameras,
 /// whose normals are noisy, the view.
 enum class PlaceSide

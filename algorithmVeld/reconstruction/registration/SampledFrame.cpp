@@ -17,10 +17,6 @@ namespace OrvaneAlgorithm::detail
 namespace
 {
 
-/// Noise that is more than this part of the spacing hides what lies between neighbours.
-constexpr double HIDING_NOISE = 0.5;
-/// Points nearer than so many standard deviations tell nothing that their neighbours do not.
-constexpr double SPACING_OF_HIDING_NOISE = 2.5;
 /// Cells with longer edges, in spacings, are stretched over a jump of depth. Smoothing tells jumps
 /// by its planes.
 constexpr double LONGEST_EDGE = 6.0;
@@ -36,7 +32,7 @@ RangeData const& without_hiding_noise(RangeData const& frame, DepthNoise const& 
                                       double spacing, RangeData& place)
 {
     double const hidden = noise.at(middle_depth({&frame}));
-    if (!(hidden > HIDING_NOISE * spacing))
+    if (!hides_surface(hidden, spacing))
     {
         return frame;
     }
@@ -45,7 +41,7 @@ RangeData const& without_hiding_noise(RangeData const& frame, DepthNoise const& 
     {
         return frame;
     }
-    int const factor = thinning_factor(frame, *camera, SPACING_OF_HIDING_NOISE * hidden);
+    int const factor = thinning_factor(frame, *camera, SPACING_OF_NOISE * hidden);
     place = smooth_depth(frame, *camera, noise, factor);
     return place;
 }
