@@ -3,6 +3,7 @@
 #include "workflow/steps/StepJson.h"
 
 #include "workflow/Error.h"
+#include "workflow/SettingRanges.h"
 #include "workflow/files/JsonFields.h"
 #include "workflow/steps/SettingsReader.h"
 
@@ -192,7 +193,7 @@ Json to_json(LoadFramesSettings const& settings)
 void read_settings(Json const& json, std::string const& place, LoadFramesSettings& settings)
 {
     SettingsReader reader(json, place);
-    reader.number("scale", settings.scale, 1e-6, 1e6);
+    reader.number("scale", settings.scale, SMALLEST_SCALE, LARGEST_SCALE);
     reader.finish();
 }
 
@@ -424,8 +425,8 @@ void read_settings(Json const& json, std::string const& place, TextureSettings& 
 {
     SettingsReader reader(json, place);
     reader.name("pipeline", settings.pipeline, texture_pipelines());
-    reader.number("scale", settings.scale, 1e-6, 1e6);
-    reader.number("pose_scale", settings.pose_scale, 1e-6, 1e6);
+    reader.number("scale", settings.scale, SMALLEST_SCALE, LARGEST_SCALE);
+    reader.number("pose_scale", settings.pose_scale, SMALLEST_SCALE, LARGEST_SCALE);
     reader.flag("balance", settings.balance);
     reader.number("depth_tolerance", settings.depth_tolerance, 0.0);
     reader.number("lowest_cosine", settings.lowest_cosine, -1.0, 1.0);

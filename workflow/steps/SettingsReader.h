@@ -1,9 +1,9 @@
 #pragma once
 
 #include "workflow/Error.h"
+#include "workflow/SettingRanges.h"
 #include "workflow/files/JsonFields.h"
 
-#include <limits>
 #include <map>
 #include <optional>
 #include <string>
@@ -40,7 +40,7 @@ public:
     }
 
     void flag(char const* key, bool& value);
-    void integer(char const* key, int& value, int min, int max = LARGEST_INTEGER);
+    void integer(char const* key, int& value, int min, int max = LARGEST_COUNT);
     void integer(char const* key, std::optional<int>& value, int min, int max);
     void number(char const* key, double& value, double min, double max = NO_LIMIT);
     void number(char const* key, std::optional<double>& value, double min);
@@ -73,7 +73,6 @@ public:
     void finish() const { fields_.allow_only(keys_); }
 
 private:
-    static constexpr int LARGEST_INTEGER = std::numeric_limits<int>::max();
     static constexpr double NO_LIMIT = 1e300;
 
     JsonFields fields_;

@@ -1,11 +1,11 @@
 #include "workflow/texturing/TextureInput.h"
 
 #include "workflow/Error.h"
+#include "workflow/SettingRanges.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <limits>
 
 namespace veld
 {
@@ -25,12 +25,10 @@ void check_range(double value, double min, double max, char const* setting)
 
 void check_settings(TextureSettings const& settings)
 {
-    constexpr double LARGEST_SCALE = 1e6;
     constexpr double LARGEST_LENGTH = 1e30; // fits a float
-    constexpr double LARGEST_COUNT = std::numeric_limits<int>::max();
     constexpr double LARGEST_MARGIN = 1000.0;
-    check_range(settings.scale, 1.0 / LARGEST_SCALE, LARGEST_SCALE, "scale");
-    check_range(settings.pose_scale, 1.0 / LARGEST_SCALE, LARGEST_SCALE, "pose_scale");
+    check_range(settings.scale, SMALLEST_SCALE, LARGEST_SCALE, "scale");
+    check_range(settings.pose_scale, SMALLEST_SCALE, LARGEST_SCALE, "pose_scale");
     check_range(settings.depth_tolerance.value_or(0.0), 0.0, LARGEST_LENGTH, "depth_tolerance");
     check_range(settings.lowest_cosine, -1.0, 1.0, "lowest_cosine");
     check_range(settings.views_per_vertex, 1.0, LARGEST_COUNT, "views_per_vertex");

@@ -1,18 +1,12 @@
 #include "options/CleanOptions.h"
 
 #include "options/CommonOptions.h"
+#include "workflow/SettingRanges.h"
 
 #include <CLI/CLI.hpp>
 
 namespace veld::cli
 {
-
-namespace
-{
-
-constexpr int LARGEST_NUMBER = 1'000'000'000;
-
-} // namespace
 
 void CleanOptions::add(CLI::App& app)
 {
@@ -33,27 +27,27 @@ CleanSettings CleanOptions::settings() const
 
 void CleanOptions::add_piece_options(CLI::App& app)
 {
-    makers_[add_integers(app, "--min-faces", min_faces_, 1, LARGEST_NUMBER,
+    makers_[add_integers(app, "--min-faces", min_faces_, 1, LARGEST_COUNT,
                          "Remove pieces of N faces or fewer; faces hang together over edges")] =
         [this](std::size_t i) { return small_pieces_by_faces(min_faces_[i]); };
-    makers_[add_integers(app, "--min-vertices", min_vertices_, 1, LARGEST_NUMBER,
+    makers_[add_integers(app, "--min-vertices", min_vertices_, 1, LARGEST_COUNT,
                          "Remove pieces of N vertices or fewer, single points among them; a "
                          "shared vertex is enough to hang together")] = [this](std::size_t i)
     { return small_pieces_by_vertices(min_vertices_[i]); };
     auto* const strong =
-        add_integers(app, "--strong", strong_, 1, LARGEST_NUMBER,
+        add_integers(app, "--strong", strong_, 1, LARGEST_COUNT,
                      "Remove bodies of fewer than N faces, also where they hang on others by "
                      "strips narrower than twice --rings, and what is as thin as that "
                      "everywhere");
     makers_[strong] = [this](std::size_t i) { return small_bodies_on_strips(strong_[i], rings_); };
     auto* const rings =
-        add_integer(app, "--rings", rings_, 1, LARGEST_NUMBER,
+        add_integer(app, "--rings", rings_, 1, LARGEST_COUNT,
                     "With --strong: so many rings of faces are peeled and grown back");
     strong->needs(rings);
     rings->needs(strong);
     makers_[app.add_flag("--non-manifold", "Remove vertices at which several fans of faces meet")
                 ->disable_flag_override()] = [](std::size_t) { return non_manifold_vertices(); };
-    makers_[add_integers(app, "--peel", peel_, 0, LARGEST_NUMBER,
+    makers_[add_integers(app, "--peel", peel_, 0, LARGEST_COUNT,
                          "Remove the faces along every boundary and N rings behind them")] =
         [this](std::size_t i) { return rims(peel_[i]); };
 }

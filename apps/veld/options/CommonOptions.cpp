@@ -1,5 +1,6 @@
 #include "options/CommonOptions.h"
 
+#include "workflow/SettingRanges.h"
 #include "workflow/files/Numbers.h"
 
 #include <CLI/CLI.hpp>
@@ -122,8 +123,7 @@ CLI::Option* add_output_directory(CLI::App& app, std::string& directory,
 
 CLI::Option* add_scale(CLI::App& app, double& scale)
 {
-    constexpr double LARGEST_SCALE = 1e6;
-    return add_number(app, "--scale", scale, 1.0 / LARGEST_SCALE, LARGEST_SCALE,
+    return add_number(app, "--scale", scale, SMALLEST_SCALE, LARGEST_SCALE,
                       "Multiply all lengths of frames by this, 1000 for metres (default: 1)");
 }
 

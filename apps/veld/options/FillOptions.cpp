@@ -1,6 +1,7 @@
 #include "options/FillOptions.h"
 
 #include "options/CommonOptions.h"
+#include "workflow/SettingRanges.h"
 
 #include <CLI/CLI.hpp>
 
@@ -64,7 +65,7 @@ void FillOptions::add_limits(CLI::App& app)
     perimeter_ = add_length(app, "--max-perimeter", max_perimeter_,
                             "Only holes shorter than this in mm, 0: any (default: diagonal of "
                             "the bounding box, so that the border of an open scan stays open)");
-    add_integer(app, "--max-edges", settings_.max_edges, 0, 1'000'000'000,
+    add_integer(app, "--max-edges", settings_.max_edges, 0, LARGEST_COUNT,
                 "Only holes of at most so many edges, 0: any (default: 0)");
 }
 
@@ -80,7 +81,7 @@ void FillOptions::add_ear_options(CLI::App& app)
                          "away from the faces around it, in degrees, 180: any (default: "
                          "150)"),
               ears);
-    uses_.add(add_integer(app, "--small-edges", settings_.small_edges, 0, 1'000'000'000,
+    uses_.add(add_integer(app, "--small-edges", settings_.small_edges, 0, LARGEST_COUNT,
                           "auto: holes of up to so many edges are trim's, 0: none (default: 12)"),
               {"auto"});
 }

@@ -1,6 +1,7 @@
 #include "options/MergeOptions.h"
 
 #include "options/CommonOptions.h"
+#include "workflow/SettingRanges.h"
 
 #include <CLI/CLI.hpp>
 
@@ -10,7 +11,6 @@ namespace veld::cli
 namespace
 {
 
-constexpr int LARGEST_COUNT = 1'000'000'000;
 constexpr double LARGEST_FACTOR = 1000.0;
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "options/TextureOptions.h"
 
 #include "options/CommonOptions.h"
+#include "workflow/SettingRanges.h"
 
 #include <CLI/CLI.hpp>
 
@@ -12,9 +13,8 @@ namespace veld::cli
 namespace
 {
 
-constexpr int LARGEST_NUMBER = 1'000'000'000;
 constexpr int LARGEST_MARGIN = 1000;
-constexpr double LARGEST_UNIT = 1e6;
+constexpr double LARGEST_RATIO = 1e6;
 std::vector<std::string> const FUSION{"fusion"};
 
 } // namespace
@@ -53,10 +53,10 @@ TextureSettings TextureOptions::settings() const
 
 void TextureOptions::add_lengths(CLI::App& app)
 {
-    add_number(app, "--scale", settings_.scale, 1.0 / LARGEST_UNIT, LARGEST_UNIT,
+    add_number(app, "--scale", settings_.scale, SMALLEST_SCALE, LARGEST_SCALE,
                "Multiply all lengths of mesh and poses by this, 1000 for metres; what is written "
                "has millimetres (default: 1)");
-    add_number(app, "--pose-scale", settings_.pose_scale, 1.0 / LARGEST_UNIT, LARGEST_UNIT,
+    add_number(app, "--pose-scale", settings_.pose_scale, SMALLEST_SCALE, LARGEST_SCALE,
                "Multiply the lengths of the poses by this to have the mesh's unit, 1000 for poses "
                "in metres and a mesh in millimetres (default: 1)");
     depth_option_ = add_length(
@@ -70,13 +70,13 @@ void TextureOptions::add_view_limits(CLI::App& app)
 {
     add_number(app, "--lowest-cosine", settings_.lowest_cosine, -1.0, 1.0,
                "Lowest cosine between a vertex's normal and the way to the camera (default: 0)");
-    add_integer(app, "--views-per-vertex", settings_.views_per_vertex, 1, LARGEST_NUMBER,
+    add_integer(app, "--views-per-vertex", settings_.views_per_vertex, 1, LARGEST_COUNT,
                 "A vertex collects at most so many photographs (default: 10)");
-    uses_.add(add_integer(app, "--image-border", settings_.image_border, 0, LARGEST_NUMBER,
+    uses_.add(add_integer(app, "--image-border", settings_.image_border, 0, LARGEST_COUNT,
                           "fusion: pixels at the rim of a photograph that do not count (default: "
                           "3)"),
               FUSION, "to it photographs count up to their rim");
-    add_integer(app, "--small-region", settings_.small_region, 0, LARGEST_NUMBER,
+    add_integer(app, "--small-region", settings_.small_region, 0, LARGEST_COUNT,
                 "Connected faces of one photograph count from more than so many (default: 50)");
 }
 
@@ -84,11 +84,11 @@ void TextureOptions::add_atlas_options(CLI::App& app)
 {
     std::string const any_hole =
         "it paints whatever no photograph shows, within a photograph's size";
-    uses_.add(add_number(app, "--hole-ratio", settings_.hole_ratio, 0.0, LARGEST_UNIT,
+    uses_.add(add_number(app, "--hole-ratio", settings_.hole_ratio, 0.0, LARGEST_RATIO,
                          "fusion: largest place that no photograph shows and that gets colours, in "
                          "photographs (default: 1)"),
               FUSION, any_hole);
-    uses_.add(add_integer(app, "--hole-vertices", settings_.hole_vertices, 0, LARGEST_NUMBER,
+    uses_.add(add_integer(app, "--hole-vertices", settings_.hole_vertices, 0, LARGEST_COUNT,
                           "fusion: up to so many vertices such a place may be larger, up to four "
                           "photographs (default: 10000)"),
               FUSION, any_hole);
