@@ -1,9 +1,9 @@
 #include "algorithmVeld/HoleFilling/careful/HoleFiles.h"
 
-#include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
 #include "algorithmVeld/MeshAssistant/MeshAssistant.h"
 #include "algorithmVeld/common/arrays/IndexTable.h"
 #include "algorithmVeld/common/arrays/checked.h"
+#include "algorithmVeld/common/mesh/MeetingOrder.h"
 #include "algorithmVeld/common/mesh_files/MeshDump.h"
 #include "algorithmVeld/common/mesh_files/ObjText.h"
 #include "algorithmVeld/common/running/Log.h"

@@ -2,6 +2,7 @@
 
 #include "algorithmVeld/common/arrays/DisjointSets.h"
 #include "algorithmVeld/common/arrays/IndexTable.h"
+#include "algorithmVeld/common/mesh/MeetingOrder.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 #include "algorithmVeld/common/running/Progress.h"
 
@@ -162,12 +163,9 @@ vertices_of(TriMesh const& mesh, std::vector<std::vector<OpenMesh::FaceHandle>> 
     {
         for (auto const face : region)
         {
-            for (auto const vertex : mesh.fv_range(face))
+            for (OpenMesh::VertexHandle const vertex : mesh.fv_range(face))
             {
-                if (static_cast<std::size_t>(places.add(vertex.idx())) == vertices.size())
-                {
-                    vertices.push_back(vertex);
-                }
+                meet(vertex, places, vertices);
             }
         }
     }

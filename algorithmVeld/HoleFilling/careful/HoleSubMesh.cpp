@@ -1,5 +1,6 @@
 #include "algorithmVeld/HoleFilling/careful/HoleSubMesh.h"
 
+#include "algorithmVeld/common/mesh/MeetingOrder.h"
 #include "algorithmVeld/common/mesh/SubMesh.h"
 #include "algorithmVeld/common/running/Log.h"
 
@@ -81,23 +82,6 @@ bool take_face(TriMesh const& mesh, OpenMesh::FaceHandle face, HoleSubMesh& sub)
 }
 
 } // namespace
-
-std::vector<OpenMesh::VertexHandle>
-vertices_of(TriMesh const& mesh, std::vector<OpenMesh::FaceHandle> const& faces, IndexTable& places)
-{
-    std::vector<OpenMesh::VertexHandle> vertices;
-    for (auto const face : faces)
-    {
-        for (auto const vertex : mesh.fv_range(face))
-        {
-            if (static_cast<std::size_t>(places.add(vertex.idx())) == vertices.size())
-            {
-                vertices.push_back(vertex);
-            }
-        }
-    }
-    return vertices;
-}
 
 std::optional<OpenReason> make_sub_mesh(TriMesh const& mesh,
                                         std::vector<OpenMesh::FaceHandle> const& region,

@@ -28,12 +28,6 @@ struct HoleSubMesh
     std::size_t old_edges = 0;
 };
 
-/// The vertices of faces, in the order in which they are met.
-/// \param places gets where in that order each stands
-std::vector<OpenMesh::VertexHandle> vertices_of(TriMesh const& mesh,
-                                                std::vector<OpenMesh::FaceHandle> const& faces,
-                                                IndexTable& places);
-
 /// Fills `sub` with copies of a region's vertices and faces, in their order, with their colours and
 /// normals where the mesh has them. What it cannot take is logged.
 /// \param edge_len mean edge length at each vertex of the mesh, which is copied

@@ -1,12 +1,12 @@
 #include "algorithmVeld/TextureFusion/debug_files/PartDebugFiles.h"
 
 #include "algorithmVeld/TextureFusion/debug_files/DebugPalette.h"
+#include "algorithmVeld/common/arrays/IndexTable.h"
 #include "algorithmVeld/common/mesh_files/ObjText.h"
 #include "algorithmVeld/common/running/Log.h"
 
 #include <array>
 #include <cstddef>
-#include <unordered_map>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -32,20 +32,19 @@ struct MeshPart
 
     MeshPart(TriMesh const& mesh, std::vector<FaceHandle> const& faces)
     {
-        std::unordered_map<int, int> numbers;
+        IndexTable numbers;
         for (auto const face : faces)
         {
             std::array<int, 3> triangle{};
             std::size_t k = 0;
             for (auto const vertex : mesh.fv_range(face))
             {
-                auto const added =
-                    numbers.try_emplace(vertex.idx(), static_cast<int>(vertices.size()) + 1);
-                if (added.second)
+                int const number = numbers.add(vertex.idx());
+                if (static_cast<std::size_t>(number) == vertices.size())
                 {
                     vertices.push_back({vertex, face, k});
                 }
-                triangle[k++] = added.first->second;
+                triangle[k++] = number + 1;
             }
             triangles.push_back(triangle);
         }

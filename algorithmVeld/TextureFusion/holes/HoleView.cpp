@@ -2,10 +2,10 @@
 
 #include "algorithmVeld/common/geometry/LocalFrame.h"
 #include "algorithmVeld/common/mesh/FaceSearch.h"
+#include "algorithmVeld/common/mesh/MeetingOrder.h"
 
 #include <algorithm>
 #include <cmath>
-#include <unordered_set>
 
 namespace OrvaneAlgorithm::detail
 {
@@ -15,40 +15,6 @@ using OpenMesh::VertexHandle;
 
 namespace
 {
-
-/// Handles in the order in which they come first.
-template <typename Handle>
-class FirstMeetings
-{
-public:
-    explicit FirstMeetings(std::vector<Handle>& list) : list_(list) {}
-
-    void meet(Handle handle)
-    {
-        if (met_.insert(handle.idx()).second)
-        {
-            list_.push_back(handle);
-        }
-    }
-
-private:
-    std::vector<Handle>& list_;
-    std::unordered_set<int> met_;
-};
-
-std::vector<VertexHandle> corners_of(TriMesh const& mesh, std::vector<FaceHandle> const& faces)
-{
-    std::vector<VertexHandle> vertices;
-    FirstMeetings meetings(vertices);
-    for (auto const face : faces)
-    {
-        for (auto const vertex : mesh.fv_range(face))
-        {
-            meetings.meet(vertex);
-        }
-    }
-    return vertices;
-}
 
 double mean_depth(TriMesh const& mesh, TexProperties const& properties,
                   std::vector<FaceHandle> const& faces)
@@ -184,7 +150,7 @@ HoleSurroundings hole_surroundings(TriMesh const& mesh, TexProperties const& pro
                                    std::vector<FaceHandle> const& hole)
 {
     HoleSurroundings around;
-    FirstMeetings meetings(around.ring_faces);
+    IndexTable met_faces;
     AroundCorners const around_corners(mesh);
     for (auto const face : hole)
     {
@@ -193,13 +159,15 @@ HoleSurroundings hole_surroundings(TriMesh const& mesh, TexProperties const& pro
                        {
                            if (mesh.property(properties.face_has_tex, other))
                            {
-                               meetings.meet(other);
+                               meet(other, met_faces, around.ring_faces);
                            }
                            return true;
                        });
     }
-    around.ring_vertices = corners_of(mesh, around.ring_faces);
-    around.hole_vertices = corners_of(mesh, hole);
+    IndexTable met_on_ring;
+    around.ring_vertices = vertices_of(mesh, around.ring_faces, met_on_ring);
+    IndexTable met_in_hole;
+    around.hole_vertices = vertices_of(mesh, hole, met_in_hole);
     return around;
 }
 

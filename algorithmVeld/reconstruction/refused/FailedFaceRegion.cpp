@@ -1,10 +1,10 @@
 #include "algorithmVeld/reconstruction/refused/FailedFaceRegion.h"
 
+#include "algorithmVeld/common/mesh/MeetingOrder.h"
 #include "algorithmVeld/common/mesh_files/ObjText.h"
 #include "algorithmVeld/common/running/Log.h"
 
 #include <algorithm>
-#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -26,22 +26,13 @@ double wide(float value)
 class MetVertices
 {
 public:
-    int number(VertexHandle vertex)
-    {
-        auto const [entry, is_new] =
-            numbers_.emplace(vertex.idx(), static_cast<int>(order_.size()) + 1);
-        if (is_new)
-        {
-            order_.push_back(vertex);
-        }
-        return entry->second;
-    }
+    int number(VertexHandle vertex) { return meet(vertex, numbers_, order_) + 1; }
 
     std::vector<VertexHandle> const& order() const { return order_; }
 
 private:
     std::vector<VertexHandle> order_;
-    std::unordered_map<int, int> numbers_;
+    IndexTable numbers_;
 };
 
 /// Text that is printed as a whole, so that other lines do not come between.
