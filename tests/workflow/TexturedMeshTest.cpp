@@ -242,6 +242,21 @@ TEST(TexturedMesh, OptionsInFrontOfATextureArePassedOver)
     EXPECT_EQ(veld::read_texture_of(dir.file("model.obj"), context).height(), 4);
 }
 
+TEST(TexturedMesh, APointAtNoPlaceIsNotInTheBoundsOfAGlb)
+{
+    veld::TexturedMesh broken = square();
+    broken.mesh.set_point(OpenMesh::VertexHandle(1), {std::nanf(""), -7000.0F, 0.0F});
+    TempDir const dir;
+    veld::Context context;
+    veld::write_textured_mesh(dir.file("model.glb"), broken, context);
+    Glb const glb(dir.file("model.glb"));
+    auto const primitive = glb.header()["meshes"][0]["primitives"][0];
+    auto const accessor =
+        glb.header()["accessors"][primitive["attributes"]["POSITION"].get<std::size_t>()];
+    EXPECT_EQ(accessor["min"], nlohmann::json({0.0, 0.0, 0.0}));
+    EXPECT_EQ(accessor["max"], nlohmann::json({1.0, 1.0, 0.0}));
+}
+
 veld::Picture drawn(veld::TexturedMesh const& textured, veld::FaceMarks const& marks, bool unlit)
 {
     veld::RenderSettings settings;
@@ -258,6 +273,21 @@ std::vector<int> colour_at(veld::Picture const& picture, int x, int y)
 {
     auto const* const p = picture.pixel(x, y);
     return {p[0], p[1], p[2]};
+}
+
+TEST(RenderTexture, APointAtNoPlaceDoesNotChangeTheScale)
+{
+    // A third face behind the others, which ends where there is no place.
+    veld::TexturedMesh broken = square();
+    auto const nowhere = broken.mesh.add_vertex({std::nanf(""), 0.0F, 0.0F});
+    auto const corner = [&](int i) { return OpenMesh::VertexHandle(i); };
+    ASSERT_TRUE(broken.mesh.add_face(corner(1), corner(0), nowhere).is_valid());
+    auto const wanted = drawn(square(), {}, true);
+    auto const picture = drawn(broken, {}, true);
+    for (int const at : {20, 80})
+    {
+        EXPECT_EQ(colour_at(picture, at, at), colour_at(wanted, at, at));
+    }
 }
 
 TEST(RenderTexture, UnlitColoursAreThoseOfThePixels)

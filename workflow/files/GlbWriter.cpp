@@ -3,6 +3,7 @@
 #include "workflow/Error.h"
 #include "workflow/words.h"
 
+#include "algorithmVeld/common/geometry/BoundingBox.h"
 #include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/common/types.h"
 
@@ -236,13 +237,9 @@ private:
     /// Of the accessor that was added last.
     void set_bounds(std::vector<Vector3f> const& points)
     {
-        Vector3f min = Vector3f::Constant(std::numeric_limits<float>::max());
-        Vector3f max = -min;
-        for (auto const& point : points)
-        {
-            min = min.cwiseMin(point);
-            max = max.cwiseMax(point);
-        }
+        Vector3f min;
+        Vector3f max;
+        OrvaneAlgorithm::detail::bounding_box(points.data(), points.size(), min, max);
         for (int axis = 0; axis < 3; ++axis)
         {
             model_.accessors.back().minValues.push_back(static_cast<double>(min[axis]));

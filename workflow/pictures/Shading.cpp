@@ -1,10 +1,10 @@
 #include "workflow/pictures/Shading.h"
 
+#include "algorithmVeld/common/geometry/BoundingBox.h"
 #include "algorithmVeld/common/running/Progress.h"
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace veld
 {
@@ -24,7 +24,7 @@ Vector3f from_bytes(int red, int green, int blue)
 }
 
 /// The new index of each vertex that a face uses, and the points in their new order.
-std::vector<std::uint32_t> gather_points(TriMesh const& mesh, std::vector<Vector3d>& points)
+std::vector<std::uint32_t> gather_points(TriMesh const& mesh, std::vector<Vector3f>& points)
 {
     std::vector<std::uint32_t> index(mesh.n_vertices(), 0);
     for (auto const vertex : mesh.vertices())
@@ -33,29 +33,26 @@ std::vector<std::uint32_t> gather_points(TriMesh const& mesh, std::vector<Vector
         {
             index[static_cast<std::size_t>(vertex.idx())] =
                 static_cast<std::uint32_t>(points.size());
-            points.push_back(mesh.point(vertex).cast<double>());
+            points.push_back(mesh.point(vertex));
         }
     }
     return index;
 }
 
-std::vector<Vector3f> normalised(std::vector<Vector3d> const& points)
+/// A host's mesh may have points that are at no place; they stay what they are.
+std::vector<Vector3f> normalised(std::vector<Vector3f> const& points)
 {
-    Vector3d min = Vector3d::Constant(std::numeric_limits<double>::infinity());
-    Vector3d max = -min;
-    for (auto const& point : points)
-    {
-        min = min.cwiseMin(point);
-        max = max.cwiseMax(point);
-    }
-    Vector3d const centre = (min + max) / 2.0;
-    double const diagonal = (max - min).norm();
+    Vector3f min;
+    Vector3f max;
+    OrvaneAlgorithm::detail::bounding_box(points.data(), points.size(), min, max);
+    Vector3d const centre = (min.cast<double>() + max.cast<double>()) / 2.0;
+    double const diagonal = (max.cast<double>() - min.cast<double>()).norm();
     double const scale = diagonal > 0.0 ? 1.0 / diagonal : 1.0;
     std::vector<Vector3f> result;
     result.reserve(points.size());
     for (auto const& point : points)
     {
-        result.emplace_back(((point - centre) * scale).cast<float>());
+        result.emplace_back(((point.cast<double>() - centre) * scale).cast<float>());
     }
     return result;
 }
@@ -143,7 +140,7 @@ void add_rims(TriMesh const& mesh, std::vector<std::uint32_t> const& index, Surf
 Surface make_surface(TriMesh const& mesh, std::vector<char> const& marks)
 {
     Surface surface;
-    std::vector<Vector3d> points;
+    std::vector<Vector3f> points;
     auto const index = gather_points(mesh, points);
     surface.points = normalised(points);
     std::vector<Vector3f> normals;

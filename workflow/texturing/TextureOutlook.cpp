@@ -5,6 +5,8 @@
 #include "workflow/photos/places/DepthTolerance.h"
 #include "workflow/words.h"
 
+#include "algorithmVeld/common/geometry/BoundingBox.h"
+
 #include <fmt/format.h>
 
 #include <cstddef>
@@ -42,13 +44,9 @@ std::vector<PhotoView> in_millimetres(std::vector<PhotoView> views, TextureSetti
 
 double diagonal(MeshTriangles const& faces)
 {
-    Vector3f min = faces.points.front();
-    Vector3f max = faces.points.front();
-    for (auto const& point : faces.points)
-    {
-        min = min.cwiseMin(point);
-        max = max.cwiseMax(point);
-    }
+    Vector3f min;
+    Vector3f max;
+    OrvaneAlgorithm::detail::bounding_box(faces.points.data(), faces.points.size(), min, max);
     return (max.cast<double>() - min.cast<double>()).norm();
 }
 

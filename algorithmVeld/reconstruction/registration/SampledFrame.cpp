@@ -1,6 +1,7 @@
 #include "algorithmVeld/reconstruction/registration/SampledFrame.h"
 
 #include "algorithmVeld/common/arrays/Median.h"
+#include "algorithmVeld/common/geometry/BoundingBox.h"
 #include "algorithmVeld/common/running/Progress.h"
 #include "algorithmVeld/reconstruction/depth/DepthSmoothing.h"
 #include "algorithmVeld/reconstruction/depth/MiddleDepth.h"
@@ -167,17 +168,11 @@ void choose_samples(std::size_t most, SampledFrame& sampled)
 
 void measure_box(SampledFrame& sampled)
 {
-    if (sampled.point.empty())
-    {
-        return;
-    }
-    Vector3d low = sampled.point.front().cast<double>();
-    Vector3d high = low;
-    for (auto const& point : sampled.point)
-    {
-        low = low.cwiseMin(point.cast<double>());
-        high = high.cwiseMax(point.cast<double>());
-    }
+    Vector3f min;
+    Vector3f max;
+    bounding_box(sampled.point.data(), sampled.point.size(), min, max);
+    Vector3d const low = min.cast<double>();
+    Vector3d const high = max.cast<double>();
     sampled.centre = 0.5 * (low + high);
     sampled.radius = 0.5 * (high - low).norm();
 }

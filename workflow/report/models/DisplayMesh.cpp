@@ -1,12 +1,13 @@
 #include "workflow/report/models/DisplayMesh.h"
 
+#include "algorithmVeld/common/geometry/BoundingBox.h"
+
 #include <meshoptimizer.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <utility>
 
 namespace veld
@@ -217,13 +218,7 @@ std::string compressed_edges(Indices const& ends, std::size_t vertices)
 
 void compress_points(std::vector<Vector3f> const& points, DisplayMesh& mesh)
 {
-    mesh.box_min = Vector3f::Constant(std::numeric_limits<float>::max());
-    mesh.box_max = -mesh.box_min;
-    for (Vector3f const& point : points)
-    {
-        mesh.box_min = mesh.box_min.cwiseMin(point);
-        mesh.box_max = mesh.box_max.cwiseMax(point);
-    }
+    OrvaneAlgorithm::detail::bounding_box(points.data(), points.size(), mesh.box_min, mesh.box_max);
     std::vector<std::array<std::uint16_t, 4>> steps(points.size());
     for (std::size_t i = 0; i < points.size(); ++i)
     {
