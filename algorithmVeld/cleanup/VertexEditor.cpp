@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/mesh/Compaction.h"
 #include "algorithmVeld/common/mesh/MeshInfo.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/mesh/Surroundings.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/Progress.h"
 
@@ -14,17 +15,6 @@ using OpenMesh::VertexHandle;
 
 namespace
 {
-
-/// The boundary gaps around a vertex: its outgoing halfedges without a face.
-int count_gaps(TriMesh const& mesh, VertexHandle vertex)
-{
-    int gaps = 0;
-    for (auto const h : mesh.vih_range(vertex))
-    {
-        gaps += mesh.is_boundary(mesh.opposite_halfedge_handle(h)) ? 1 : 0;
-    }
-    return gaps;
-}
 
 /// The vertices with more than one gap, in their order, without what is marked deleted or hidden,
 /// as a walk over the mesh passes them. The mesh has its status attributes. One pass over the
@@ -53,7 +43,8 @@ std::vector<VertexHandle> non_manifold_vertices(TriMesh const& mesh)
         poll.next();
         VertexHandle const vertex(static_cast<int>(v));
         auto const& status = mesh.status(vertex);
-        if (gaps[v] > 1 && !status.deleted() && !status.hidden() && count_gaps(mesh, vertex) > 1)
+        if (gaps[v] > 1 && !status.deleted() && !status.hidden() &&
+            detail::count_gaps(mesh, vertex) > 1)
         {
             found.push_back(vertex);
         }
@@ -105,7 +96,7 @@ public:
             {
                 detail::delete_vertex_checked(mesh_, vertex, IsolatedVertices::DELETED);
             }
-            else if (count_gaps(mesh_, vertex) > 1)
+            else if (detail::count_gaps(mesh_, vertex) > 1)
             {
                 remove(vertex);
             }

@@ -4,6 +4,8 @@
 #include "workflow/filling/HoleList.h"
 
 #include "algorithmVeld/cleanup/PatchEditor.h"
+#include "algorithmVeld/common/mesh/EdgeLengths.h"
+#include "algorithmVeld/common/mesh/Surroundings.h"
 
 #include <algorithm>
 
@@ -20,17 +22,6 @@ std::size_t count_boundary_edges(TriMesh const& mesh)
     auto const edges = mesh.edges();
     return static_cast<std::size_t>(std::count_if(
         edges.begin(), edges.end(), [](auto const& edge) { return edge.is_boundary(); }));
-}
-
-/// A vertex is passed by the boundary once for each gap between its fans of faces.
-std::size_t count_boundary_gaps(TriMesh const& mesh, OpenMesh::VertexHandle vertex)
-{
-    std::size_t gaps = 0;
-    for (auto const h : mesh.voh_range(vertex))
-    {
-        gaps += h.is_boundary() ? 1 : 0;
-    }
-    return gaps;
 }
 
 } // namespace
@@ -63,7 +54,8 @@ MeshHealth measure_health(TriMesh& mesh)
     for (auto const vertex : mesh.vertices())
     {
         health.isolated_vertices += mesh.is_isolated(vertex) ? 1 : 0;
-        health.non_manifold_vertices += count_boundary_gaps(mesh, vertex) > 1 ? 1 : 0;
+        health.non_manifold_vertices +=
+            OrvaneAlgorithm::detail::count_gaps(mesh, vertex) > 1 ? 1 : 0;
     }
     health.closed = health.faces > 0 && health.boundary_edges == 0;
     health.average_edge_length = average_edge_length(mesh);

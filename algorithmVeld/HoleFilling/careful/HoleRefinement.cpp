@@ -3,6 +3,7 @@
 #include "algorithmVeld/common/mesh/AddFace.h"
 #include "algorithmVeld/common/mesh/Compaction.h"
 #include "algorithmVeld/common/mesh/MeshScope.h"
+#include "algorithmVeld/common/mesh/Surroundings.h"
 #include "algorithmVeld/common/running/Log.h"
 #include "algorithmVeld/common/running/Progress.h"
 
@@ -49,19 +50,6 @@ FaceCorners read_face(TriMesh const& mesh, FaceHandle f, OppositeHalfedges& oppo
     }
     face.centroid = (face.points[0] + face.points[1] + face.points[2]) / 3.0F;
     return face;
-}
-
-/// The vertex of a face that is neither `a` nor `b`; invalid if there is none.
-VertexHandle third_vertex(TriMesh const& mesh, FaceHandle f, VertexHandle a, VertexHandle b)
-{
-    for (auto const v : mesh.fv_range(f))
-    {
-        if (v != a && v != b)
-        {
-            return v;
-        }
-    }
-    return VertexHandle();
 }
 
 bool is_live_and_new(TriMesh const& mesh, OpenMesh::FPropHandleT<bool> face_new, FaceHandle f)

@@ -1,5 +1,6 @@
 #include "algorithmVeld/HoleFilling/fairing/LaplaceWeights.h"
 
+#include "algorithmVeld/common/mesh/Surroundings.h"
 #include "algorithmVeld/common/running/Log.h"
 
 #include <algorithm>
@@ -20,16 +21,10 @@ float inverse_length(TriMesh const& mesh, VertexHandle from, VertexHandle to)
 }
 
 /// The third vertex of the face beside a halfedge; invalid if there is none but its two ends.
-VertexHandle third_vertex(TriMesh const& mesh, OpenMesh::HalfedgeHandle h)
+VertexHandle vertex_beside(TriMesh const& mesh, OpenMesh::HalfedgeHandle h)
 {
-    for (auto const vertex : mesh.fv_range(mesh.face_handle(h)))
-    {
-        if (vertex != mesh.from_vertex_handle(h) && vertex != mesh.to_vertex_handle(h))
-        {
-            return vertex;
-        }
-    }
-    return VertexHandle();
+    return third_vertex(mesh, mesh.face_handle(h), mesh.from_vertex_handle(h),
+                        mesh.to_vertex_handle(h));
 }
 
 /// Cotangent of the angle at `apex`, between the sides to `v` and `u`. \return false for no area
@@ -81,8 +76,8 @@ bool cotangent_weight(TriMesh const& mesh, VertexHandle v, VertexHandle u, doubl
         log("  # error: fail to find the face pair [%s (%d)]\n", __FILE__, __LINE__);
         return false;
     }
-    auto const left = third_vertex(mesh, h);
-    auto const right = third_vertex(mesh, opposite);
+    auto const left = vertex_beside(mesh, h);
+    auto const right = vertex_beside(mesh, opposite);
     if (!left.is_valid() || !right.is_valid())
     {
         log("  # error: fail to find the third point pair [%s (%d)]\n", __FILE__, __LINE__);
