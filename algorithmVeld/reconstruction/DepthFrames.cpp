@@ -64,11 +64,6 @@ Cameras cameras_of(std::vector<RangeData const*> const& ranges)
     return cameras;
 }
 
-double median_of(std::vector<float> const& values)
-{
-    return detail::median(std::vector<double>(values.begin(), values.end()));
-}
-
 /// Brings what stays of a grid back into a frame.
 RangeData frame_of(RangeData const& smooth, detail::DepthGrid const& grid,
                    std::vector<char> const& stays)
@@ -153,14 +148,14 @@ void smooth_frames(std::vector<RangeData const*> const& ranges, Cameras const& c
 /// Tells how far each frame is from the others. \return the median of that
 double compare_frames(double reach, Work& work)
 {
-    for_each_depth_frame(work.size(),
-                         [&](std::size_t f)
-                         {
-                             auto const distances =
-                                 detail::distances_to_others(work.grids, f, reach);
-                             work.counts[f].disagreement =
-                                 distances.empty() ? -1.0 : median_of(distances);
-                         });
+    for_each_depth_frame(
+        work.size(),
+        [&](std::size_t f)
+        {
+            auto const distances = detail::distances_to_others(work.grids, f, reach);
+            work.counts[f].disagreement =
+                distances.empty() ? -1.0 : static_cast<double>(detail::median(distances));
+        });
     std::vector<double> disagreements;
     for (std::size_t f = 0; f < work.size(); ++f)
     {

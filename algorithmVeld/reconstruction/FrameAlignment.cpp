@@ -94,9 +94,8 @@ double spacing_of_samples(Frames const& frames)
 
 double noise_of_samples(Frames const& frames)
 {
-    return median_of_frames(
-        frames, [](auto const& frame)
-        { return detail::median(std::vector<double>(frame.noise.begin(), frame.noise.end())); });
+    return median_of_frames(frames, [](auto const& frame)
+                            { return static_cast<double>(detail::median(frame.noise)); });
 }
 
 double default_reach(Frames const& frames)

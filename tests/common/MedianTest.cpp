@@ -8,6 +8,12 @@
 
 using OrvaneAlgorithm::detail::median;
 
+TEST(Median, IsOfTheKindOfTheValues)
+{
+    float const middle = median(std::vector<float>{0.3F, 0.1F, 0.2F});
+    EXPECT_EQ(middle, 0.2F);
+}
+
 TEST(Median, TheValueInTheMiddleInWhateverOrderTheyCome)
 {
     std::vector<double> values{-1.0, 2.0, 2.5, 7.0, 100.0};

@@ -1,5 +1,6 @@
 #include "workflow/workflow.h"
 
+#include "workflow/repairing/Spacing.h"
 #include "workflow/steps/StepJson.h"
 
 #include "algorithmVeld/common/KdTree3f.h"
@@ -828,6 +829,19 @@ TEST_F(RepairRealData, PointsOfAScanBecomeOneSurface)
     EXPECT_EQ(result.after.non_manifold_vertices, 0U);
     EXPECT_LT(result.after.holes, 20U);
     EXPECT_LT(result.after.boundary_edges, 200U);
+}
+
+TEST(RepairSpacing, IsThatOfTheEdgesThatHaveALength)
+{
+    auto mesh = grid_without(4, 4, {});
+    for (auto const vertex : mesh.vertices())
+    {
+        if (mesh.point(vertex).x() == 0.0F || mesh.point(vertex).y() == 0.0F)
+        {
+            mesh.point(vertex).z() = std::nanf("");
+        }
+    }
+    EXPECT_EQ(veld::measure_spacing(mesh), 1.0);
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "workflow/photos/places/SampledPlaces.h"
 
 #include "algorithmVeld/common/arrays/DisjointSets.h"
+#include "algorithmVeld/common/arrays/Median.h"
 #include "algorithmVeld/common/running/Progress.h"
 
 #include <Eigen/Cholesky>
@@ -15,6 +16,8 @@
 
 namespace veld
 {
+
+using OrvaneAlgorithm::detail::median;
 
 namespace
 {
@@ -42,22 +45,15 @@ std::size_t number_of_places(std::size_t n_views)
     return std::clamp(MOST_DIFFERENCES / pairs, FEWEST_PLACES, MOST_PLACES);
 }
 
-float middle_value(std::vector<float> values)
-{
-    auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 /// The mean of the values around their median. Up to half of them may be anything.
 double robust_mean(std::vector<float> const& values)
 {
-    float const middle = middle_value(values);
+    float const middle = median(values);
     std::vector<float> deviations(values.size());
     std::transform(values.begin(), values.end(), deviations.begin(),
                    [middle](float value) { return std::abs(value - middle); });
     double const spread =
-        std::max(SPREAD_OF_MEDIAN * static_cast<double>(middle_value(deviations)), LEAST_SPREAD);
+        std::max(SPREAD_OF_MEDIAN * static_cast<double>(median(deviations)), LEAST_SPREAD);
     double sum = 0.0;
     double count = 0.0;
     for (std::size_t i = 0; i < values.size(); ++i)

@@ -5,6 +5,7 @@
 
 #include "algorithmVeld/common/KdTree3f.h"
 #include "algorithmVeld/common/arrays/Median.h"
+#include "algorithmVeld/common/mesh/EdgeLengths.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,20 +17,25 @@ namespace veld
 {
 
 using OrvaneAlgorithm::TriMesh;
+using OrvaneAlgorithm::detail::edge_length;
 using OrvaneAlgorithm::detail::median;
 
 namespace
 {
 
 /// Median length of the edges of the border, where the repair works, or of all where there is none.
+/// Those that end at no place have none.
 double measure_edges(TriMesh const& mesh)
 {
     std::vector<double> border;
     std::vector<double> all;
     for (auto const edge : mesh.edges())
     {
-        double const length =
-            (mesh.point(edge.v0()).cast<double>() - mesh.point(edge.v1()).cast<double>()).norm();
+        double const length = edge_length(mesh, edge);
+        if (!std::isfinite(length))
+        {
+            continue;
+        }
         all.push_back(length);
         if (edge.is_boundary())
         {

@@ -34,8 +34,7 @@ double average_edge_length(TriMesh const& mesh)
     {
         if (!mesh.has_edge_status() || !mesh.status(edge).deleted())
         {
-            sum += (mesh.point(edge.v0()).cast<double>() - mesh.point(edge.v1()).cast<double>())
-                       .norm();
+            sum += OrvaneAlgorithm::detail::edge_length(mesh, edge);
             ++n;
         }
     }

@@ -9,11 +9,12 @@ namespace OrvaneAlgorithm::detail
 
 /// The value in the middle, of an even number of values the larger one; 0 of none. No value may be
 /// NaN.
-inline double median(std::vector<double> values)
+template <typename Value = double>
+Value median(std::vector<Value> values)
 {
     if (values.empty())
     {
-        return 0.0;
+        return Value(0);
     }
     auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());

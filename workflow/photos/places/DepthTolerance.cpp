@@ -1,6 +1,7 @@
 #include "workflow/photos/places/DepthTolerance.h"
 
 #include "algorithmVeld/common/arrays/Median.h"
+#include "algorithmVeld/common/mesh/EdgeLengths.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,6 +11,7 @@ namespace veld
 {
 
 using OrvaneAlgorithm::TriMesh;
+using OrvaneAlgorithm::detail::edge_length;
 using OrvaneAlgorithm::detail::median;
 
 namespace
@@ -21,8 +23,7 @@ double median_edge(TriMesh const& mesh)
     lengths.reserve(mesh.n_edges());
     for (auto const edge : mesh.edges())
     {
-        double const length =
-            (mesh.point(edge.v0()).cast<double>() - mesh.point(edge.v1()).cast<double>()).norm();
+        double const length = edge_length(mesh, edge);
         if (std::isfinite(length))
         {
             lengths.push_back(length);
