@@ -3,6 +3,8 @@
 #include "workflow/Error.h"
 #include "workflow/words.h"
 
+#include "algorithmVeld/common/files/Links.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -20,22 +22,11 @@ namespace veld
 namespace
 {
 
-constexpr int MOST_LINKS = 40; // in a chain, as Linux counts
-
-/// The file that a path names, behind symbolic links; it need not exist.
-fs::path behind_links(fs::path path)
+/// As far as links can be followed; what stops them tells whoever opens the file.
+fs::path behind_links(fs::path const& path)
 {
-    std::error_code error;
-    for (int i = 0; i < MOST_LINKS && fs::is_symlink(fs::symlink_status(path, error)); ++i)
-    {
-        fs::path const next = fs::read_symlink(path, error);
-        if (error)
-        {
-            break;
-        }
-        path = path.parent_path() / next; // an absolute one replaces all
-    }
-    return path;
+    std::error_code ignored;
+    return OrvaneAlgorithm::detail::path_behind_links(path, ignored);
 }
 
 bool same_file(fs::path const& a, fs::path const& b)

@@ -1,5 +1,7 @@
 #include "algorithmVeld/common/files/AtomicFile.h"
 
+#include "algorithmVeld/common/files/Links.h"
+
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
@@ -11,29 +13,6 @@ namespace OrvaneAlgorithm::detail
 
 namespace
 {
-
-/// The file that a path stands for, which need not be there: links are followed.
-/// \param error set if the links run in a circle or cannot be read
-std::filesystem::path without_links(std::filesystem::path path, std::error_code& error)
-{
-    constexpr int MOST_LINKS = 40;
-    for (int i = 0; i < MOST_LINKS; ++i)
-    {
-        std::error_code ignored;
-        if (!std::filesystem::is_symlink(std::filesystem::symlink_status(path, ignored)))
-        {
-            return path;
-        }
-        auto const next = std::filesystem::read_symlink(path, error);
-        if (error)
-        {
-            return path;
-        }
-        path = path.parent_path() / next;
-    }
-    error = std::make_error_code(std::errc::too_many_symbolic_link_levels);
-    return path;
-}
 
 std::error_code last_error()
 {
@@ -53,7 +32,8 @@ std::string unique_file_suffix()
     return std::to_string(process) + "-" + std::to_string(count++);
 }
 
-AtomicFile::AtomicFile(std::filesystem::path const& target) : target_(without_links(target, error_))
+AtomicFile::AtomicFile(std::filesystem::path const& target)
+    : target_(path_behind_links(target, error_))
 {
     std::error_code ignored;
     auto const before = std::filesystem::status(target_, ignored);
