@@ -4,11 +4,11 @@
 #include "workflow/files/InputFile.h"
 #include "workflow/files/JsonText.h"
 #include "workflow/run/recipe/RecipeCheck.h"
+#include "workflow/steps/SettingsReader.h"
 #include "workflow/words.h"
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <utility>
 
 namespace veld
@@ -19,14 +19,6 @@ namespace
 
 /// A recipe that is larger was meant to be something else.
 constexpr std::size_t LARGEST_RECIPE = std::size_t{16} << 20U;
-
-template <typename Value>
-std::string name_among(std::map<std::string, Value> const& names, Value value)
-{
-    auto const found = std::find_if(names.begin(), names.end(),
-                                    [value](auto const& entry) { return entry.second == value; });
-    return found == names.end() ? std::string() : found->first;
-}
 
 RecipeStep step_of(Json const& json)
 {
@@ -51,7 +43,7 @@ std::map<std::string, StepKind> const& step_kinds()
 
 std::string to_string(StepKind kind)
 {
-    return name_among(step_kinds(), kind);
+    return name_in(step_kinds(), kind);
 }
 
 std::map<std::string, StepWhen> const& step_conditions()
@@ -103,7 +95,7 @@ Json to_json(Recipe const& recipe)
         Json json{{"step", to_string(step.kind)}};
         if (step.when != StepWhen::ALWAYS)
         {
-            json["when"] = name_among(step_conditions(), step.when);
+            json["when"] = name_in(step_conditions(), step.when);
         }
         json["settings"] = with_defaults(step.kind, step.settings);
         steps.push_back(std::move(json));

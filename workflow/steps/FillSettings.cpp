@@ -1,5 +1,7 @@
 #include "workflow/steps/FillSettings.h"
 
+#include "workflow/steps/SettingsReader.h"
+
 namespace veld
 {
 
@@ -13,14 +15,7 @@ std::map<std::string, FillMethod> const& fill_methods()
 
 std::string to_string(FillMethod method)
 {
-    for (auto const& [name, named] : fill_methods())
-    {
-        if (named == method)
-        {
-            return name;
-        }
-    }
-    return {};
+    return name_in(fill_methods(), method);
 }
 
 std::map<std::string, RegionHandling> const& region_handlings()

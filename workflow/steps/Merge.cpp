@@ -8,6 +8,7 @@
 #include "workflow/steps/Inspect.h"
 #include "workflow/steps/MergeJudge.h"
 #include "workflow/steps/MergeStages.h"
+#include "workflow/steps/SettingsReader.h"
 #include "workflow/words.h"
 
 #include "algorithmVeld/common/RetVal.h"
@@ -181,7 +182,7 @@ std::map<std::string, MergeMethod> const& merge_methods()
 
 std::string to_string(MergeMethod method)
 {
-    return method == MergeMethod::STITCH ? "stitch" : "outlier";
+    return name_in(merge_methods(), method);
 }
 
 std::map<std::string, Preparation> const& preparations()

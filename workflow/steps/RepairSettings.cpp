@@ -1,5 +1,7 @@
 #include "workflow/steps/RepairSettings.h"
 
+#include "workflow/steps/SettingsReader.h"
+
 namespace veld
 {
 
@@ -12,7 +14,7 @@ std::map<std::string, RepairMethod> const& repair_methods()
 
 std::string to_string(RepairMethod method)
 {
-    return method == RepairMethod::BALL ? "ball" : "project";
+    return name_in(repair_methods(), method);
 }
 
 std::vector<double> repair_radii(RepairMethod method, double spacing, bool on_points)
