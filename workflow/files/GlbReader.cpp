@@ -154,9 +154,7 @@ bool is_whole(GlbContent const& content)
 
 GlbContent read_glb(std::filesystem::path const& path)
 {
-    auto stream = open_input(path);
-    std::string const bytes{std::istreambuf_iterator<char>(stream),
-                            std::istreambuf_iterator<char>()};
+    std::string const bytes = file_bytes(path);
     if (bytes.compare(0, 4, "glTF") != 0)
     {
         throw InputError(shown(path) + ": is no GLB file");

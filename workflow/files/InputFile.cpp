@@ -47,11 +47,15 @@ std::ifstream open_input(std::filesystem::path const& path)
     return stream;
 }
 
-Json read_json(std::filesystem::path const& path)
+std::string file_bytes(std::filesystem::path const& path)
 {
     auto stream = open_input(path);
-    std::string const text{std::istreambuf_iterator<char>(stream), {}};
-    return parse_json(text, shown(path));
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+Json read_json(std::filesystem::path const& path)
+{
+    return parse_json(file_bytes(path), shown(path));
 }
 
 bool is_plain_file(std::filesystem::path const& path)

@@ -14,6 +14,9 @@ namespace veld
 /// plain file that can be read.
 VELD_WORKFLOW_API std::ifstream open_input(std::filesystem::path const& path);
 
+/// The content of such a file.
+std::string file_bytes(std::filesystem::path const& path);
+
 /// The value that a JSON file holds.
 VELD_WORKFLOW_API Json read_json(std::filesystem::path const& path);
 

@@ -31,12 +31,6 @@ fs::path with_extension(fs::path path, char const* extension)
     return path.replace_extension(extension);
 }
 
-std::string content_of(fs::path const& path)
-{
-    auto stream = open_input(path);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 /// \param file a JPEG \param output what messages name, where the image is a part of that
 void write_image(OutputFile const& file, fs::path const& output, TextureImage const& image)
 {
@@ -74,7 +68,7 @@ void write_obj(OutputFile const& file, fs::path const& material, TexturedMesh co
     write_mesh(file, mesh, context);
     write_text_file(
         file, fmt::format("mtllib {}\nusemtl {}\n", material.filename().u8string(), MATERIAL) +
-                  content_of(file.temporary()));
+                  file_bytes(file.temporary()));
 }
 
 /// What stands behind a keyword at the start of a line; empty if another one stands there.
@@ -209,7 +203,7 @@ void write_glb(OutputFile const& file, TexturedMesh const& textured, Context& co
     // Beside the file, in a directory that goes with it.
     OutputFile const image(with_extension(file.temporary(), ".jpg"));
     write_image(image, file.path(), textured.image);
-    write_glb_file(file, textured.mesh, content_of(image.temporary()));
+    write_glb_file(file, textured.mesh, file_bytes(image.temporary()));
     OrvaneAlgorithm::detail::poll_cancel(); // the last moment before the file gets its place
 }
 

@@ -39,8 +39,7 @@ struct Contents // NOLINT(bugprone-exception-escape): JSON moves without throwin
 
 std::string read_picture_file(std::filesystem::path const& path)
 {
-    auto stream = open_input(path);
-    std::string bytes{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    std::string bytes = file_bytes(path);
     if (bytes.compare(0, 4, "\x89PNG") != 0)
     {
         throw InputError(shown(path) + ": is no PNG picture");
