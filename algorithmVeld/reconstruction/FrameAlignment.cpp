@@ -62,12 +62,11 @@ std::vector<RigidMatrix> poses_of(std::vector<RangeData const*> const& ranges)
     return poses;
 }
 
-/// The same with rotations that are orthonormal, which those of a text with few digits are not.
 std::vector<RigidMatrix> rigid(std::vector<RigidMatrix> poses)
 {
     for (auto& pose : poses)
     {
-        pose = detail::followed_by(pose, RigidMatrix());
+        pose = detail::orthonormal(pose);
     }
     return poses;
 }

@@ -202,7 +202,8 @@ private:
             result_.poses[f] =
                 f == first
                     ? given_[f]
-                    : followed_by(moved[f], followed_by(moved[first].inverse(), given_[first]));
+                    : rigidly_followed_by(
+                          moved[f], rigidly_followed_by(moved[first].inverse(), given_[first]));
         }
     }
 

@@ -194,13 +194,17 @@ RigidMatrix moved_by(RigidMatrix const& pose, SmallMotion const& motion, MotionF
     RigidMatrix step;
     step.set_rotation(rotation);
     step.set_translation(about.centre - rotation * about.centre + motion.tail<3>());
-    return followed_by(pose, step);
+    return rigidly_followed_by(pose, step);
 }
 
-RigidMatrix followed_by(RigidMatrix const& first, RigidMatrix const& second)
+RigidMatrix orthonormal(RigidMatrix const& pose)
+{
+    return rigidly_followed_by(pose, RigidMatrix());
+}
+
+RigidMatrix rigidly_followed_by(RigidMatrix const& first, RigidMatrix const& second)
 {
     RigidMatrix result;
-    // Many products in a row would drift away from a rotation.
     Eigen::Quaterniond const turn(second.get_rotation() * first.get_rotation());
     result.set_rotation(turn.normalized().toRotationMatrix());
     result.set_translation(second.get_rotation() * first.get_translation() +

@@ -62,8 +62,13 @@ std::vector<SmallMotion> solve_motions(std::vector<FramePair> const& pairs,
 /// A pose that is followed by a motion.
 RigidMatrix moved_by(RigidMatrix const& pose, SmallMotion const& motion, MotionFrame const& about);
 
-/// A pose followed by another one.
-RigidMatrix followed_by(RigidMatrix const& first, RigidMatrix const& second);
+/// The same with a rotation that is orthonormal, which that of a text with few digits, or of many
+/// products, is not.
+RigidMatrix orthonormal(RigidMatrix const& pose);
+
+/// A pose followed by another one, and orthonormal: many products in a row would drift away from a
+/// rotation.
+RigidMatrix rigidly_followed_by(RigidMatrix const& first, RigidMatrix const& second);
 
 /// Angle in degrees by which a rotation turns.
 double turn_of(Matrix3d const& rotation);
