@@ -21,14 +21,6 @@ bool all_finite(std::vector<Vector3f> const& vectors)
                        [](Vector3f const& v) { return v.allFinite(); });
 }
 
-void zero_where_not_finite(std::vector<Vector3f>& vectors)
-{
-    for (auto& v : vectors)
-    {
-        v = v.allFinite() ? v : ZERO;
-    }
-}
-
 } // namespace
 
 Cloud::Cloud(Cloud&& other) noexcept
@@ -155,8 +147,8 @@ void Cloud::repair_channels()
     {
         disable_vFlag();
     }
-    zero_where_not_finite(vNrv);
-    zero_where_not_finite(vColor);
+    detail::zero_where_not_finite(vNrv);
+    detail::zero_where_not_finite(vColor);
 }
 
 void Cloud::reserve_vn(size_t n)

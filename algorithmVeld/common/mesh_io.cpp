@@ -9,6 +9,8 @@
 #include "algorithmVeld/common/mesh_files/PlyWriter.h"
 #include "algorithmVeld/common/mesh_files/QuietOpenMesh.h"
 #include "algorithmVeld/common/mesh_files/SoupMending.h"
+#include "algorithmVeld/common/mesh_files/SoupOrientation.h"
+#include "algorithmVeld/common/mesh_files/SoupSeparation.h"
 #include "algorithmVeld/common/mesh_files/StoppableStream.h"
 #include "algorithmVeld/common/mesh_files/openmesh_io.h"
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "algorithmVeld/common/files/BinaryFile.h"
+#include "algorithmVeld/common/vectors.h"
 
 #include <cstddef>
 #include <vector>
@@ -47,6 +48,15 @@ void keep_marked(std::vector<T>& values, std::vector<char> const& keep)
         }
     }
     values.erase(values.begin() + static_cast<std::ptrdiff_t>(kept), values.end());
+}
+
+/// Vectors that are no numbers become zero.
+inline void zero_where_not_finite(std::vector<Vector3f>& vectors)
+{
+    for (auto& v : vectors)
+    {
+        v = v.allFinite() ? v : Vector3f(Vector3f::Zero());
+    }
 }
 
 /// A switch, one byte that is 0 or 1, and its channel, which may have any length: what is read is

@@ -1,5 +1,6 @@
 #include "algorithmVeld/common/mesh_files/MeshSoup.h"
 
+#include "algorithmVeld/common/arrays/Channels.h"
 #include "algorithmVeld/common/mesh/AddFace.h"
 #include "algorithmVeld/common/running/Progress.h"
 
@@ -88,14 +89,6 @@ void add_texcoords(MeshSoup const& soup, TriMesh& mesh)
             auto const corner = corner_at(soup.faces[i], mesh.to_vertex_handle(h).idx());
             mesh.set_texcoord2D(h, soup.texcoords[3 * i + corner]);
         }
-    }
-}
-
-void zero_where_not_finite(std::vector<Vector3f>& vectors)
-{
-    for (auto& v : vectors)
-    {
-        v = v.allFinite() ? v : Vector3f(Vector3f::Zero());
     }
 }
 
