@@ -25,13 +25,10 @@ namespace
 using FlannIndex = flann::KDTreeSingleIndex<flann::L2<float>>;
 constexpr int LEAF_SIZE = 15;
 
-/// Beyond this the sums and squares of coordinates that FLANN computes are no finite floats.
-constexpr float LARGEST_COORDINATE = 1e18F;
-
 bool is_usable(Vector3f const& point)
 {
     // A comparison with NaN is false.
-    return (point.array().abs() <= LARGEST_COORDINATE).all();
+    return (point.array().abs() <= KdTree3f::LARGEST_COORDINATE).all();
 }
 
 /// Unlimited search of an exact tree; how many hits are kept and how they are sorted is the

@@ -17,6 +17,10 @@ namespace OrvaneAlgorithm
 class ALGORITHMVELD_API KdTree3f
 {
 public:
+    /// Beyond this the sums and squares of coordinates that the search computes are no finite
+    /// floats.
+    static constexpr float LARGEST_COORDINATE = 1e18F;
+
     KdTree3f();
     KdTree3f(KdTree3f const&);
     KdTree3f& operator=(KdTree3f const&);

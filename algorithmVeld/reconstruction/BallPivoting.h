@@ -41,6 +41,10 @@ namespace OrvaneAlgorithm
 class ALGORITHMVELD_API BallPivoting
 {
 public:
+    /// In millimetres: how far inside the ball a vertex has to be; it keeps the corners of the face
+    /// itself out.
+    static constexpr double EMPTINESS_MARGIN = 0.001;
+
     BallPivoting() = default;
     /// Copies share the frames that were loaded, and the trees until one of them builds its own.
     BallPivoting(BallPivoting& other) = default;

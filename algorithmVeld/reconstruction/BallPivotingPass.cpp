@@ -24,8 +24,6 @@ using OpenMesh::VertexHandle;
 
 constexpr char const* REPAIR_MESH = "Repair-Mesh";
 constexpr std::size_t FEWEST_CORNERS = 3; // of a face
-/// How far inside the ball a vertex has to be; it keeps the corners of the face itself out.
-constexpr double EMPTINESS_MARGIN = 0.001;
 constexpr double ZERO_NORMAL = 1e-5;
 
 /// Up to it a ball's centre lies where a search in a tree finds something, if its corners do.
@@ -63,7 +61,7 @@ bool comes_before(Candidate const& a, Candidate const& b)
 
 float inner_radius(float radius)
 {
-    return static_cast<float>(static_cast<double>(radius) - EMPTINESS_MARGIN);
+    return static_cast<float>(static_cast<double>(radius) - BallPivoting::EMPTINESS_MARGIN);
 }
 
 bool is_zero(Vector3f const& normal)
@@ -402,8 +400,8 @@ bool BallPivoting::Pass::holds_nearby_vertex(Vector3f const& centre)
 bool BallPivoting::Pass::is_all_nearby(Edge const& edge, Vector3f const& centre) const
 {
     auto const radius = static_cast<double>(radius_);
-    double const reach =
-        static_cast<double>((centre - edge.line.middle()).norm()) + radius - EMPTINESS_MARGIN;
+    double const reach = static_cast<double>((centre - edge.line.middle()).norm()) + radius -
+                         BallPivoting::EMPTINESS_MARGIN;
     return knows_emptiness_ && boundary_.size() == owner_.mVertexTreePoints.size() &&
            reach * (1.0 + ROUNDING) < 2.0 * radius;
 }

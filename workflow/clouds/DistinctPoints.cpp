@@ -1,5 +1,6 @@
 #include "workflow/clouds/DistinctPoints.h"
 
+#include "algorithmVeld/common/KdTree3f.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 
 #include <algorithm>
@@ -30,8 +31,8 @@ bool comes_before(NumberedPoint const& a, NumberedPoint const& b)
 /// Beyond this the search tree finds nothing.
 bool has_place(Vector3f const& point)
 {
-    constexpr float LARGEST_COORDINATE = 1e18F;
-    return (point.array().abs() <= LARGEST_COORDINATE).all(); // false for NaN
+    return (point.array().abs() <= OrvaneAlgorithm::KdTree3f::LARGEST_COORDINATE)
+        .all(); // false for NaN
 }
 
 /// Sorts blocks on all cores and merges them pair by pair. No two points are equal in this order,

@@ -51,7 +51,7 @@ double measure_points(TriMesh const& mesh)
 {
     constexpr std::size_t SAMPLES = 2000;
     constexpr int NEIGHBOURHOOD = 7; // one of them is the point itself
-    constexpr float ANYWHERE = 1e18F;
+    constexpr float ANYWHERE = OrvaneAlgorithm::KdTree3f::LARGEST_COORDINATE;
     std::vector<OrvaneAlgorithm::Vector3f> points;
     for (auto const vertex : one_of_each_place(mesh))
     {

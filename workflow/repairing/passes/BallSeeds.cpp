@@ -1,6 +1,7 @@
 #include "workflow/repairing/passes/BallSeeds.h"
 
 #include "algorithmVeld/common/running/Progress.h"
+#include "algorithmVeld/reconstruction/BallPivoting.h"
 
 #include <Eigen/Geometry>
 
@@ -11,6 +12,7 @@ namespace veld
 {
 
 using OpenMesh::VertexHandle;
+using OrvaneAlgorithm::BallPivoting;
 using OrvaneAlgorithm::TriMesh;
 using OrvaneAlgorithm::Vector3d;
 
@@ -21,8 +23,6 @@ namespace
 constexpr int NEAREST = 16;
 /// In ball radii: nearer than this a face that is there reaches a point, or has not on purpose.
 constexpr double REACH = 4.0;
-/// How far inside the ball a point has to be, as in the pass that goes on from here.
-constexpr double EMPTINESS_MARGIN = 0.001;
 /// Sine of the smallest angle of a triangle.
 constexpr double SMALLEST_SINE = 0.001;
 
@@ -146,7 +146,8 @@ bool BallSeeds::is_empty(Vector3d const& centre) const
     int nearest = -1;
     float square_distance = 0.0F;
     return !points_.nearest_search(centre.cast<float>(), nearest, square_distance) ||
-           std::sqrt(static_cast<double>(square_distance)) >= radius_ - EMPTINESS_MARGIN;
+           std::sqrt(static_cast<double>(square_distance)) >=
+               radius_ - BallPivoting::EMPTINESS_MARGIN;
 }
 
 } // namespace veld
