@@ -16,8 +16,6 @@ class ByteSource
 public:
     explicit ByteSource(std::string_view input) : rest_(input) {}
 
-    bool is_at_end() const { return rest_.empty(); }
-
     int byte()
     {
         if (rest_.empty())

@@ -61,6 +61,21 @@ TEST(MarkerHoleFilling, FillsTheHolesAtMarkersAndNoOthers)
     EXPECT_LT((veld_test::exact_mean(mesh, small) - SECOND).norm(), 1e-4F);
 }
 
+TEST(MarkerHoleFilling, TheFactorOfMarkersIsWithoutInfluence)
+{
+    std::vector<std::vector<int>> filled;
+    for (double const factor : {10.0, 0.0, 1000.0})
+    {
+        TriMesh mesh = sheet();
+        auto filling = gentle();
+        filling.set_marker_expand_factor(factor);
+        EXPECT_EQ(filling.marker_holes_filling(mesh, {FIRST}), RET_SUCCESS);
+        filled.push_back(veld_test::fingerprint(mesh));
+    }
+    EXPECT_EQ(filled[1], filled[0]);
+    EXPECT_EQ(filled[2], filled[0]);
+}
+
 TEST(MarkerHoleFilling, WithoutMarkersOnlyNormalsAreAdded)
 {
     TriMesh mesh = sheet();

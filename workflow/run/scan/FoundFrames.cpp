@@ -77,14 +77,6 @@ bool try_json(fs::path const& path, FoundFrames& found)
     }
 }
 
-} // namespace
-
-FoundFrames range_scans(fs::path const& path)
-{
-    auto const named = range_scan_files(path);
-    return {path, named, named.size() - 1};
-}
-
 /// How many frames the description of a text scan expects; 0 where it names no range.
 std::size_t count_numbers(Json const& json)
 {
@@ -99,6 +91,14 @@ std::size_t count_numbers(Json const& json)
     {
         return 0;
     }
+}
+
+} // namespace
+
+FoundFrames range_scans(fs::path const& path)
+{
+    auto const named = range_scan_files(path);
+    return {path, named, named.size() - 1};
 }
 
 bool take_json_frames(fs::path const& path, FoundFrames& found)
