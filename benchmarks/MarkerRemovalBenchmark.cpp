@@ -2,7 +2,7 @@
 #include "algorithmVeld/cleanup/BaseTriMeshSearch.h"
 #include "algorithmVeld/cleanup/RemoveBoundary.h"
 #include "algorithmVeld/common/mesh_conversion.h"
-#include "benchmarks/support/bumpy_sphere.h"
+#include "benchmarks/support/scans.h"
 
 #include <benchmark/benchmark.h>
 
@@ -30,14 +30,7 @@ constexpr double MARKER_RADIUS = 1.5;
 
 TriMesh const& mesh_of(int64_t faces)
 {
-    static std::map<int64_t, TriMesh> meshes;
-    auto found = meshes.find(faces);
-    if (found == meshes.end())
-    {
-        auto const n = static_cast<int>(faces);
-        found = meshes.emplace(faces, veld_benchmark::bumpy_sphere(n, HOLES, HOLE_LENGTH)).first;
-    }
-    return found->second;
+    return veld_benchmark::scan_with_holes(static_cast<int>(faces), HOLES, HOLE_LENGTH);
 }
 
 BaseTriMesh const& array_of(int64_t faces)

@@ -10,6 +10,7 @@
 #include "workflow/words.h"
 
 #include "algorithmVeld/common/geometry/unit_vector.h"
+#include "algorithmVeld/common/mesh/points.h"
 #include "algorithmVeld/common/mesh_files/Carried.h"
 #include "algorithmVeld/common/running/ParallelFor.h"
 
@@ -137,17 +138,6 @@ std::vector<Vector3f> directions_to(Vector3f const& sensor, std::vector<Vector3f
     return directions;
 }
 
-std::vector<Vector3f> positions_of(TriMesh const& cloud)
-{
-    std::vector<Vector3f> points;
-    points.reserve(cloud.n_vertices());
-    for (auto const vertex : cloud.vertices())
-    {
-        points.push_back(cloud.point(vertex));
-    }
-    return points;
-}
-
 /// Gives the points their normals and counts those that have none.
 /// \param directions where normals have to look; empty where they are turned already
 void set_normals(DistinctPoints const& distinct, PlaneFits const& fits,
@@ -218,8 +208,8 @@ NormalsResult estimate(TriMesh cloud, NormalSense sense, Directions const& find_
     {
         throw InputError("there are no points");
     }
-    auto const distinct = scope.stage("sort the points", 0.1,
-                                      [&] { return distinct_points(positions_of(result.cloud)); });
+    auto const distinct = scope.stage(
+        "sort the points", 0.1, [&] { return distinct_points(detail::points_of(result.cloud)); });
     auto fits =
         scope.stage("fit the planes", 0.75,
                     [&] { return fit_planes(distinct.points, result.settings.neighbours); });
@@ -228,7 +218,7 @@ NormalsResult estimate(TriMesh cloud, NormalSense sense, Directions const& find_
                 {
                     auto const directions =
                         settings.sensor
-                            ? directions_to(*settings.sensor, positions_of(result.cloud))
+                            ? directions_to(*settings.sensor, detail::points_of(result.cloud))
                             : find_directions();
                     if (directions.empty())
                     {
