@@ -1,6 +1,7 @@
 #include "Tiles.h"
 
 #include "Call.h"
+#include "Existing.h"
 #include "Paths.h"
 #include "Settings.h"
 
@@ -55,11 +56,6 @@ Division division_of(nb::object const& source, Values const& load, Values const&
             settings_of<MergeSettings>("merge", merge), tiling_of(tiling)};
 }
 
-Existing existing_by(bool overwrite)
-{
-    return overwrite ? Existing::REPLACED : Existing::KEPT;
-}
-
 Values tile_plan(nb::object const& source, nb::object const& folder, Values const& load,
                  Values const& merge, Values const& tiling, Call& call)
 {
@@ -94,7 +90,7 @@ Values joined_tiles(nb::object const& folder, nb::object const& output, bool ove
         [&](Context& context)
         {
             check_extension(file, {".ply"});
-            Outputs outputs(existing_by(overwrite));
+            Outputs outputs(existing_of(overwrite));
             outputs.check({file}, {});
             auto const result = join_tiles(directory, outputs.add(file), context);
             outputs.commit();
@@ -123,7 +119,7 @@ Values merged_in_tiles(nb::object const& source, nb::object const& output, nb::o
         [&](Context& context)
         {
             check_extension(file, {".ply"});
-            Outputs outputs(existing_by(overwrite));
+            Outputs outputs(existing_of(overwrite));
             outputs.check({file}, frame_source_files(given.source));
             OutputFile const& mesh = outputs.add(file);
             auto const place =

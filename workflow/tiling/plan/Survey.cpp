@@ -5,6 +5,7 @@
 
 #include "algorithmVeld/common/arrays/Median.h"
 #include "algorithmVeld/reconstruction/DepthFrames.h"
+#include "algorithmVeld/reconstruction/DepthNoise.h"
 #include "algorithmVeld/reconstruction/FrameOverlap.h"
 
 namespace veld
@@ -21,8 +22,6 @@ namespace
 constexpr double CELL_SPACINGS = 16.0;
 /// More of them are put together: what is counted stays small whatever the spacing.
 constexpr std::size_t MOST_CELLS = std::size_t{1} << 20;
-/// As of frames that are merged as a whole.
-constexpr double NOISY = 0.5;
 
 } // namespace
 
@@ -80,7 +79,9 @@ double Survey::measured_spacing() const
 bool Survey::is_noisy(MergeSettings const& settings) const
 {
     return settings.preparation == Preparation::AUTO && settings.layers == Layers::MEAN &&
-           are_cameras_ && OrvaneAlgorithm::detail::median(noise_) > NOISY * measured_spacing();
+           are_cameras_ &&
+           OrvaneAlgorithm::detail::hides_surface(OrvaneAlgorithm::detail::median(noise_),
+                                                  measured_spacing());
 }
 
 void Survey::count(Points const& samples)
