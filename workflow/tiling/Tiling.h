@@ -24,12 +24,14 @@
 namespace veld
 {
 
-/// Bounds of the samples of a tile.
+/// The fewest samples of a tile that can be asked for.
 inline constexpr std::size_t LEAST_TILE_POINTS = 1;
+/// The most samples of a tile that can be asked for.
 inline constexpr std::size_t MOST_TILE_POINTS = 1000000000000;
-/// Bounds of a margin, in spacings. The least is what a point needs to see around it to be taken or
-/// left as in the whole: the band in which a frame's border counts less.
+/// The least margin, in spacings: what a point needs to see around it to be taken or left as in the
+/// whole, the band in which a frame's border counts less.
 inline constexpr double LEAST_TILE_MARGIN = 8.0;
+/// The largest margin, in spacings.
 inline constexpr double LARGEST_TILE_MARGIN = 1e6;
 
 /// How a scan is divided.
